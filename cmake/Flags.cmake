@@ -1,0 +1,20 @@
+# Flags of everything built here. Kept apart from the library's own list so that a project that adds
+# Limber with add_subdirectory keeps its own.
+add_library(limber_flags INTERFACE)
+target_compile_options(limber_flags INTERFACE -Wall -Wextra -Wshadow)
+if(LIMBER_WERROR)
+  target_compile_options(limber_flags INTERFACE -Werror)
+endif()
+if(LIMBER_SANITIZE)
+  target_compile_options(limber_flags INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer
+                                                -fno-sanitize-recover=undefined)
+  target_link_options(limber_flags INTERFACE -fsanitize=address,undefined)
+endif()
+
+# The numbers: contraction would let a compiler fuse a*b+c into one rounding where the machine has the
+# instruction, so the same solve would give other bits on another machine. Never -ffast-math for the same
+# reason. The two flags that are given change no value: the library reads neither errno nor the trap flags.
+add_library(limber_numbers INTERFACE)
+target_compile_options(limber_numbers INTERFACE -ffp-contract=off -fno-math-errno -fno-trapping-math)
+
+string(REPLACE "-O2" "-O3" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")

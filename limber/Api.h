@@ -1,0 +1,23 @@
+#pragma once
+
+/// @file
+/// The export macro and the mark of inline members.
+
+#if defined(_WIN32)
+#ifdef LIMBER_BUILDING
+#define LIMBER_API __declspec(dllexport)
+#else
+#define LIMBER_API __declspec(dllimport)
+#endif
+#else
+#define LIMBER_API __attribute__((visibility("default")))
+#endif
+
+/// Stands before every inline function or member of the public surface. Callers see plain `inline`; one
+/// source file of the library (Inlines.cpp) sees the mark that emits the function, so that the shared library
+/// holds each documented signature although callers inline it.
+#ifdef LIMBER_EMIT_INLINES
+#define LIMBER_INLINE inline __attribute__((used))
+#else
+#define LIMBER_INLINE inline
+#endif

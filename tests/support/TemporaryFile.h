@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+/// A directory of its own that is removed, with all it holds, at the end.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory();
+  ~TemporaryDirectory();
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+  const std::string& path() const { return path_; }
+  /// The path of `name` inside.
+  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+  /// Writes `bytes` to a file inside, plain or gzip-compressed, and returns its path.
+  std::string write(const std::string& name, const std::string& bytes) const;
+  std::string writeGz(const std::string& name, const std::string& bytes) const;
+
+ private:
+  std::string path_;
+};
+
+/// The bytes of a file; empty when it cannot be read.
+std::string readFile(const std::string& path);
+
+/// The path of a file of the real input data that lies beside some checkouts, empty where it does not.
+/// Tests that need one begin with LIMBER_NEEDS_DATA(path, "name").
+std::string sharedData(const std::string& name);
+
+#define LIMBER_NEEDS_DATA(path, name)       \
+  const std::string path = sharedData(name); \
+  if (path.empty()) GTEST_SKIP() << "no shared data beside this checkout: " << (name)
