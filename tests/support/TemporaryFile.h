@@ -29,6 +29,6 @@ std::string readFile(const std::string& path);
 /// Tests that need one begin with LIMBER_NEEDS_DATA(path, "name").
 std::string sharedData(const std::string& name);
 
-#define LIMBER_NEEDS_DATA(path, name)       \
+#define LIMBER_NEEDS_DATA(path, name)        \
   const std::string path = sharedData(name); \
   if (path.empty()) GTEST_SKIP() << "no shared data beside this checkout: " << (name)

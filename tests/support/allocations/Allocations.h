@@ -7,8 +7,8 @@ namespace allocations {
 /// Calls of any operator new since the program began.
 long count();
 
-/// While it lives, the k-th allocation from now (k = 0, 1, ...) and, with `andAllAfter`, each later one fails:
-/// the nothrow forms return null, the others throw std::bad_alloc.
+/// While it lives, the k-th allocation from now (k = 0, 1, ...) and, with `andAllAfter`, each later one
+/// fails: the nothrow forms return null, the others throw std::bad_alloc.
 class FailAt {
  public:
   explicit FailAt(long k, bool andAllAfter = false);
