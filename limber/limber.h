@@ -5,8 +5,15 @@
 /// may own.
 
 // foundation
+#include "limber/foundation/Clock.h"
+#include "limber/foundation/ClockPtr.h"
+#include "limber/foundation/ConsCell.h"
+#include "limber/foundation/List.h"
+#include "limber/foundation/Noise.h"
 #include "limber/foundation/Output.h"
 #include "limber/foundation/Report.h"
+#include "limber/foundation/StringArray.h"
+#include "limber/foundation/Text.h"
 
 // linalg
 

@@ -1,0 +1,38 @@
+#pragma once
+
+/// @file
+/// Case-folded comparison with the sign turned round. No other header of the library includes this one: where
+/// the C library owns the names, ours stand in namespace limber, so that ::strcasecmp stays the C library's.
+
+#include "limber/Api.h"
+
+#if defined(_WIN32)
+
+// The names are free here, but for two macros that some runtimes' <string.h> sets.
+#include <cstring>
+#undef strcasecmp
+#undef strncasecmp
+#define LIMBER_PLAIN_NAME(name)
+
+#else
+
+// A plain declaration at global scope after <string.h> would be the C library's function, and defining it
+// would replace that function in the whole process. The label gives the exported symbol its global C++ name.
+#define LIMBER_PLAIN_NAME(name) __asm__(name)
+namespace limber {
+
+#endif
+
+/// Compares character by character, 'a' to 'z' folded to upper case and nothing else, as signed 8-bit values
+/// (so 128 to 255 sort before ASCII). Deliberately opposite to the usual sign: 1 when `a` sorts before `b` or
+/// is a proper prefix of it, -1 when `a` sorts after `b`, 0 when they are equal.
+LIMBER_API int strcasecmp(const char* a, const char* b) LIMBER_PLAIN_NAME("_Z10strcasecmpPKcS0_");
+/// The same over at most `n` positions. With n = 0 the result is 0 and neither string is read; a negative `n`
+/// never ends the comparison early.
+LIMBER_API int strncasecmp(const char* a, const char* b, int n) LIMBER_PLAIN_NAME("_Z11strncasecmpPKcS0_i");
+
+#if !defined(_WIN32)
+}  // namespace limber
+#endif
+
+#undef LIMBER_PLAIN_NAME

@@ -1,0 +1,33 @@
+#pragma once
+
+/// @file
+/// Numbers in files are read and written in the "C" locale whatever the process's is, and without calling
+/// setlocale, which would change it under the program's other threads.
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+
+#include "limber/foundation/detail/Platform.h"
+
+namespace limber::detail {
+
+/// The calling thread is in the "C" locale while this lives.
+class CLocale {
+ public:
+  CLocale() : saved_(enterCLocale()) {}
+  ~CLocale() { leaveCLocale(saved_); }
+  CLocale(const CLocale&) = delete;
+  CLocale& operator=(const CLocale&) = delete;
+
+ private:
+  SavedLocale saved_;
+};
+
+/// strtod, vsnprintf, vfprintf and fprintf in the "C" locale.
+double cStrtod(const char* text, char** end);
+int cVsnprintf(char* out, std::size_t size, const char* format, va_list arguments);
+int cVfprintf(std::FILE* file, const char* format, va_list arguments);
+int cFprintf(std::FILE* file, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+}  // namespace limber::detail

@@ -1,0 +1,95 @@
+#include "limber/foundation/detail/Platform.h"
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <ctime>
+
+#if defined(_WIN32)
+#include <locale.h>
+#include <windows.h>
+
+#include <cstring>
+
+// Threads of the program come and go without a word to us.
+extern "C" BOOL WINAPI DllMain(HINSTANCE library, DWORD reason, LPVOID) {
+  if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(library);
+  return TRUE;
+}
+#endif
+
+namespace limber::detail {
+
+std::int64_t clockMilliseconds() {
+  return static_cast<std::int64_t>(std::clock()) / (static_cast<std::int64_t>(CLOCKS_PER_SEC) / 1000);
+}
+
+#if defined(_WIN32)
+
+std::int64_t counterFrequency() {
+  LARGE_INTEGER frequency;
+  return QueryPerformanceFrequency(&frequency) ? frequency.QuadPart : 0;
+}
+
+std::int64_t counterTicks() {
+  LARGE_INTEGER ticks;
+  return QueryPerformanceCounter(&ticks) ? ticks.QuadPart : 0;
+}
+
+bool isDirectory(const char* path) {
+  struct _stat info;
+  return _stat(path, &info) == 0 && (info.st_mode & _S_IFMT) == _S_IFDIR;
+}
+
+// Only the numbers differ between locales in what we read and write, so only they are switched.
+SavedLocale enterCLocale() {
+  SavedLocale saved;
+  saved.threadMode = _configthreadlocale(_ENABLE_PER_THREAD_LOCALE);
+  const char* const name = setlocale(LC_NUMERIC, nullptr);
+  std::strncpy(saved.numeric, name ? name : "C", sizeof saved.numeric - 1);
+  saved.numeric[sizeof saved.numeric - 1] = '\0';
+  setlocale(LC_NUMERIC, "C");
+  return saved;
+}
+
+void leaveCLocale(const SavedLocale& saved) {
+  setlocale(LC_NUMERIC, saved.numeric);
+  _configthreadlocale(saved.threadMode);
+}
+
+#else
+
+namespace {
+
+constexpr std::int64_t ticksPerSecond = 10000000;
+
+}  // namespace
+
+std::int64_t counterFrequency() {
+  timespec resolution;
+  return clock_getres(CLOCK_MONOTONIC, &resolution) == 0 ? ticksPerSecond : 0;
+}
+
+std::int64_t counterTicks() {
+  timespec now;
+  if (clock_gettime(CLOCK_MONOTONIC, &now) != 0) return 0;
+  return now.tv_sec * ticksPerSecond + now.tv_nsec / (1000000000 / ticksPerSecond);
+}
+
+bool isDirectory(const char* path) {
+  struct stat info;
+  return stat(path, &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+SavedLocale enterCLocale() {
+  // Made once and kept: switching is then no more than storing a pointer. A null locale (no memory) leaves
+  // the thread's as it is.
+  static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
+  return {uselocale(cLocale)};
+}
+
+void leaveCLocale(const SavedLocale& saved) { uselocale(saved.previous); }
+
+#endif
+
+}  // namespace limber::detail
