@@ -20,6 +20,14 @@
 // solvers
 
 // geometry
+#include "limber/geometry/MatRow.h"
+#include "limber/geometry/Matrix.h"
+#include "limber/geometry/Matrix3x3.h"
+#include "limber/geometry/Matrix4x4.h"
+#include "limber/geometry/MatrixTransform.h"
+#include "limber/geometry/Pnt3.h"
+#include "limber/geometry/Quat.h"
+#include "limber/geometry/QuatTransform.h"
 
 // ode
 

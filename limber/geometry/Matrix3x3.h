@@ -1,0 +1,49 @@
+#pragma once
+
+/// @file
+/// 3x3 matrices: rotations that act on row vectors, p' = p M, so that row i is the image of basis vector i.
+
+#include "limber/Api.h"
+#include "limber/geometry/Pnt3.h"
+
+/// Nine doubles, row-major. Made as the identity.
+class LIMBER_API Matrix3x3 {
+ public:
+  double m[3][3];
+
+  LIMBER_INLINE Matrix3x3() : m{{1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.0, 0.0, 1.0}} {}
+  LIMBER_INLINE Matrix3x3(const Matrix3x3& b) { copy(b); }
+  LIMBER_INLINE Matrix3x3& operator=(const Matrix3x3& b) {
+    copy(b);
+    return *this;
+  }
+
+  /// The entries as text, in one static buffer that the next call overwrites.
+  char* __repr__() const;
+
+ private:
+  void copy(const Matrix3x3& b) {
+    for (int i = 0; i < 3; i++)
+      for (int j = 0; j < 3; j++) m[i][j] = b.m[i][j];
+  }
+};
+
+/// M = the identity.
+LIMBER_API LIMBER_INLINE void idMatrix(Matrix3x3* M) { *M = Matrix3x3(); }
+
+/// C = A B, each entry summed over k = 0, 1, 2; with row vectors A acts first. C may be A or B.
+LIMBER_API LIMBER_INLINE void multMatrix(const Matrix3x3* A, const Matrix3x3* B, Matrix3x3* C) {
+  double c[3][3];
+  for (int i = 0; i < 3; i++)
+    for (int j = 0; j < 3; j++)
+      c[i][j] = A->m[i][0] * B->m[0][j] + A->m[i][1] * B->m[1][j] + A->m[i][2] * B->m[2][j];
+  for (int i = 0; i < 3; i++)
+    for (int j = 0; j < 3; j++) C->m[i][j] = c[i][j];
+}
+
+/// p M.
+LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(const Matrix3x3* M, const Pnt3& p) {
+  const double(*m)[3] = M->m;
+  return Pnt3(p.x * m[0][0] + p.y * m[1][0] + p.z * m[2][0], p.x * m[0][1] + p.y * m[1][1] + p.z * m[2][1],
+              p.x * m[0][2] + p.y * m[1][2] + p.z * m[2][2]);
+}

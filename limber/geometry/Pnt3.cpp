@@ -1,0 +1,36 @@
+#include "limber/geometry/Pnt3.h"
+
+#include "limber/foundation/Output.h"
+#include "limber/foundation/detail/ReportSite.h"
+
+// Degenerate input:
+//   normalize   (0, 0, 0)             report, (0, 1, 0)
+//               a NaN component       report, y = 1, x and z as they were
+//               squares that overflow every component 0 (divided by an infinite length), an infinite one NaN
+//               squares that underflow to 0: as the zero point, x and z as they were
+//   /=          0                     infinities and NaN, silently
+//   ==          a NaN component       equal to everything in that component
+
+static_assert(sizeof(Pnt3) == 3 * sizeof(double), "a point is viewed as an array of three doubles");
+
+void Pnt3::normalize() {
+  const double l = length();
+  if (!(l > 0.0)) {
+    limber::detail::ReportSite{"Pnt3", 236}.error("Normalizing Zero Point!");
+    y = 1.0;  // "up" is the default direction; x and z stay deliberately
+    return;
+  }
+  *this /= l;
+}
+
+void Pnt3::print() const {
+  stdoutPrintf("(");
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+  stdoutPrintf(numberPrintFormat, x);
+  stdoutPrintf(numberPrintFormat, y);
+  stdoutPrintf(numberPrintFormat, z);
+#pragma GCC diagnostic pop
+  stdoutPrintf(")");
+}

@@ -1,0 +1,131 @@
+#pragma once
+
+/// @file
+/// Quaternions as rotations. The product a * b means a first, then b: the Hamilton product b a, normalized.
+
+#include <cmath>
+
+#include "limber/Api.h"
+#include "limber/geometry/Pnt3.h"
+
+/// w + xi + yj + zk, plain memory, the scalar first in every array form. Made as the identity (1, 0, 0, 0).
+/// Angles are in radians but for getEulerZXY. Rotations are meant to be unit quaternions; where a
+/// quaternion of another length is allowed, it is said.
+class LIMBER_API Quat {
+ public:
+  double w, x, y, z;
+
+  LIMBER_INLINE Quat() : w(1.0), x(0.0), y(0.0), z(0.0) {}
+  /// The four values as they are, without normalizing.
+  LIMBER_INLINE Quat(double w0, double x0, double y0, double z0) : w(w0), x(x0), y(y0), z(z0) {}
+  /// The rotation Euler(order, angles).
+  Quat(const char* order, const double* angles);
+  LIMBER_INLINE Quat(const Quat& q) : w(q.w), x(q.x), y(q.y), z(q.z) {}
+  LIMBER_INLINE Quat& operator=(const Quat& q) {
+    w = q.w, x = q.x, y = q.y, z = q.z;
+    return *this;
+  }
+
+  LIMBER_INLINE void Identity() { w = 1.0, x = y = z = 0.0; }
+  /// The four values, normalized.
+  LIMBER_INLINE void Set(double w0, double x0, double y0, double z0) {
+    w = w0, x = x0, y = y0, z = z0;
+    Normalize();
+  }
+  LIMBER_INLINE void Get(double& w0, double& x0, double& y0, double& z0) const {
+    w0 = w, x0 = x, y0 = y, z0 = z;
+  }
+  /// Copy four doubles w, x, y, z out, or in (without normalizing).
+  LIMBER_INLINE void Get(double* a) const { a[0] = w, a[1] = x, a[2] = y, a[3] = z; }
+  LIMBER_INLINE void fromArray(const double* a) { w = a[0], x = a[1], y = a[2], z = a[3]; }
+
+  /// The conjugate, which is the inverse of a unit quaternion.
+  LIMBER_INLINE void Invert() { x = -x, y = -y, z = -z; }
+  /// Multiplies by 1 / |this|; the zero quaternion becomes the identity, silently.
+  LIMBER_INLINE void Normalize() {
+    const double n = std::sqrt(w * w + x * x + y * y + z * z);
+    if (n == 0.0) {
+      Identity();
+      return;
+    }
+    const double r = 1.0 / n;
+    w *= r, x *= r, y *= r, z *= r;
+  }
+  /// this * q^-1, with a normalized copy of q conjugated.
+  Quat Div(const Quat& q) const;
+
+  /// q (0, p) q^-1: p rotated, scaled by the squared norm where this is not unit.
+  LIMBER_INLINE Pnt3 Rotate(const Pnt3& p) const;
+  /// q^-1 (0, p) q: p rotated back.
+  LIMBER_INLINE Pnt3 RotateInv(const Pnt3& p) const;
+
+  /// The rotation vector, angle times unit axis, of a length in [0, 2 pi]: 2 acos(w) is neither clamped nor
+  /// taken the short way. (0, 0, 0) where x, y and z are zero.
+  Pnt3 Log() const;
+  /// The angle of the relative rotation q^-1 * this, in [0, 2 pi]. Near 0 it is good to about 1e-8 only, or a
+  /// NaN where rounding leaves a w above 1: it goes through acos(w).
+  double Angle(Quat q) const;
+
+  /// this = the spherical interpolation from a (t = 0) to b (t = 1), the short way (Shoemake 1985; where
+  /// a . b < 0 the weight of a is negated). Not normalized. Where |a . b| >= 1 the weights are 1 - t and t,
+  /// deliberately without a sign correction: half way from a to -a is (0, 0, 0, 0).
+  void Slerp(const Quat& a, const Quat& b, double t);
+
+  /// this = the rotation of one angle a letter 'X', 'Y', 'Z' of `order`; the last letter's acts first.
+  /// Euler("ZXY", {z, x, y}) is the Hamilton product qZ qX qY. Another letter prints a message on the
+  /// standard-output channel and turns nothing.
+  void Euler(const char* order, const double* angles);
+  /// out = the X, Y and Z angles, in degrees, of Euler("ZXY", {z, x, y}) (which takes radians, and Z first).
+  void getEulerZXY(double* out) const;
+
+  /// this = the rotation by `angle`, wrapped into [-pi, pi], about the axis, which need not be unit; a zero
+  /// axis reports "Normalizing Zero Point!" and turns about (0, 1, 0). An angle that is not finite gives NaN.
+  void FromAxisAngle(const Pnt3* axis, double angle);
+  /// The same with the cosine of an angle in [0, pi]; a cosine outside [-1, 1] gives NaN.
+  void FromAxisCosAngle(const Pnt3* axis, double cosAngle);
+  /// this = the shortest turn of the direction `from` to the direction `to`. Opposite directions give
+  /// components that are not finite.
+  void FromVectors(const Pnt3* from, const Pnt3* to);
+  /// this = the turn of from1 to to1 that takes the plane of (from1, from2) to that of (to1, to2). Where
+  /// from1 and to1, or the turned and the wanted normal, are opposite it is not finite.
+  void FromVectors(const Pnt3* from1, const Pnt3* from2, const Pnt3* to1, const Pnt3* to2);
+
+  /// a, then b: the Hamilton product b a, normalized.
+  friend LIMBER_API LIMBER_INLINE Quat operator*(const Quat& a, const Quat& b);
+
+ private:
+  /// out = the Hamilton product b a, not normalized. out may be a or b.
+  LIMBER_INLINE static void Compose(const Quat& a, const Quat& b, Quat& out);
+};
+
+LIMBER_INLINE void Quat::Compose(const Quat& a, const Quat& b, Quat& out) {
+  const double A = (a.w + a.x) * (b.w + b.x), B = (a.z - a.y) * (b.y - b.z);
+  const double C = (b.w - b.x) * (a.y + a.z), D = (b.y + b.z) * (a.w - a.x);
+  const double E = (a.x + a.y) * (b.x + b.z), F = (a.x - a.y) * (b.x - b.z);
+  const double G = (a.w - a.z) * (b.w + b.y), H = (a.w + a.z) * (b.w - b.y);
+  out.w = B + (-E - F + G + H) * 0.5;
+  out.x = A - (E + F + G + H) * 0.5;
+  out.y = C + (E - F + G - H) * 0.5;
+  out.z = D + (E - F - G + H) * 0.5;
+}
+
+LIMBER_API LIMBER_INLINE Quat operator*(const Quat& a, const Quat& b) {
+  Quat out;
+  Quat::Compose(a, b, out);
+  out.Normalize();
+  return out;
+}
+
+LIMBER_INLINE Pnt3 Quat::Rotate(const Pnt3& p) const {
+  Quat t;
+  Compose(Quat(w, -x, -y, -z), Quat(0.0, p.x, p.y, p.z), t);
+  Compose(t, *this, t);
+  return Pnt3(t.x, t.y, t.z);
+}
+
+LIMBER_INLINE Pnt3 Quat::RotateInv(const Pnt3& p) const {
+  Quat t;
+  Compose(*this, Quat(0.0, p.x, p.y, p.z), t);
+  Compose(t, Quat(w, -x, -y, -z), t);
+  return Pnt3(t.x, t.y, t.z);
+}

@@ -1,0 +1,35 @@
+#include "limber/geometry/QuatTransform.h"
+
+#include "limber/geometry/Matrix3x3.h"
+#include "limber/geometry/Matrix4x4.h"
+#include "limber/geometry/detail/QuaternionMatrix.h"
+
+QuatTransform& QuatTransform::operator*(const QuatTransform& B) {
+  const QuatTransform b(B);
+  translation = b.rotation.Rotate(translation) + b.translation;
+  rotation = rotation * b.rotation;
+  return *this;
+}
+
+void QuatTransform::invert() {
+  rotation.Invert();
+  translation = rotation.Rotate(translation) * -1.0;
+}
+
+void QuatTransform::fromMatrix(const Matrix3x3* M) {
+  translation.set(0.0, 0.0, 0.0);
+  limber::detail::rowsToQuaternion(M->m, &rotation);
+}
+
+void QuatTransform::fromMatrix(const Matrix4x4* M) {
+  Matrix3x3 r;
+  for (int i = 0; i < 3; i++)
+    for (int j = 0; j < 3; j++) r.m[i][j] = M->m[i][j];
+  fromMatrix(&r);
+  translation.fromArray(M->m[3]);
+}
+
+void QuatTransform::toMat(Matrix4x4* M) const {
+  quaternionMatrix(rotation.w, rotation.x, rotation.y, rotation.z, M);
+  translation.toArray(M->m[3]);
+}

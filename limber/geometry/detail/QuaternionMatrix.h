@@ -1,0 +1,33 @@
+#pragma once
+
+#include "limber/foundation/Output.h"
+#include "limber/geometry/Quat.h"
+
+namespace limber::detail {
+
+/// The warning of every conversion that meets the zero quaternion.
+inline void warnZeroQuaternion() { stdoutPrintf("WARNING: 0,0,0,0 quaternion!!!\n"); }
+
+/// q = (w, x, y, z): out = the rotation of q in the row-vector layout. q need not be unit, the formula
+/// divides by its squared norm. The zero quaternion prints a warning and has its w repaired to 1 in place.
+inline void quaternionToRows(double* q, double out[3][3]) {
+  if (q[0] == 0.0 && q[1] == 0.0 && q[2] == 0.0 && q[3] == 0.0) {
+    warnZeroQuaternion();
+    q[0] = 1.0;
+  }
+  const double w = q[0], x = q[1], y = q[2], z = q[3];
+  const double s = 1.0 / (w * w + z * z + y * y + x * x);
+  const double s2 = 2.0 * s;
+  out[0][0] = 1.0 - s2 * (y * y + z * z), out[0][1] = s2 * (x * y + w * z), out[0][2] = s2 * (x * z - w * y);
+  out[1][0] = s2 * (x * y - w * z), out[1][1] = 1.0 - s2 * (x * x + z * z), out[1][2] = s2 * (y * z + w * x);
+  out[2][0] = s2 * (x * z + w * y), out[2][1] = s2 * (y * z - w * x), out[2][2] = 1.0 - s2 * (x * x + y * y);
+}
+
+/// q = the rotation of the rows, by Quat::FromVectors of the first two basis vectors and the first two rows:
+/// the third row is not looked at, and half turns about an axis give components that are not finite.
+inline void rowsToQuaternion(const double rows[3][3], Quat* q) {
+  const Pnt3 x(1.0, 0.0, 0.0), y(0.0, 1.0, 0.0), toX(rows[0]), toY(rows[1]);
+  q->FromVectors(&x, &y, &toX, &toY);
+}
+
+}  // namespace limber::detail
