@@ -1,0 +1,195 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+/// @file
+/// The one Gauss-Jordan elimination with full pivoting behind every dense inversion of the library that does
+/// not go through LAPACK. In place on a row-major array, and templated on the size so that a 4 x 4 inverse is
+/// straight-line code.
+
+namespace limber::detail {
+
+/// Working space of an elimination on n x n; n entries each, contents irrelevant before and after.
+struct GaussJordanScratch {
+  int* uses;              ///< how often each column has been a pivot column
+  int* pivotRow;          ///< row and column of each step's pivot
+  int* pivotColumn;       //
+  std::uint64_t* closed;  ///< all ones for columns that have been used, else 0
+};
+
+/// The scratch of an elimination of at most N x N, without an allocation.
+template <int N>
+class FixedGaussJordanScratch {
+ public:
+  operator GaussJordanScratch() { return {uses_, pivotRow_, pivotColumn_, closed_}; }
+
+ private:
+  int uses_[N];
+  int pivotRow_[N];
+  int pivotColumn_[N];
+  std::uint64_t closed_[N];
+};
+
+/// What an elimination tells its caller. A caller derives from this and hides what it needs; nothing is
+/// virtual.
+struct GaussJordanWatcher {
+  /// The search met a column that has been a pivot column more than once (only NaN lead there).
+  void columnUsedTwice() {}
+  /// Rows i and j of the matrix have changed places.
+  void rowsSwapped(int /*i*/, int /*j*/) {}
+  /// The pivot is exactly 0; the division by it goes on.
+  void zeroPivot() {}
+  /// The pivot row of `column` has been multiplied by `factor`.
+  void pivotRowScaled(int /*column*/, double /*factor*/) {}
+  /// `factor` times the pivot row of `column` has been subtracted from `row`.
+  void rowReduced(int /*row*/, int /*column*/, double /*factor*/) {}
+};
+
+/// |x|, or NaN, which loses every comparison, where `closed` is all ones.
+inline double openMagnitude(double x, std::uint64_t closed) {
+  std::uint64_t bits;
+  std::memcpy(&bits, &x, sizeof bits);
+  bits = (bits & ~(std::uint64_t{1} << 63)) | closed;
+  std::memcpy(&x, &bits, sizeof x);
+  return x;
+}
+
+/// The largest magnitude in the open places of a row, -1 where there is none. Eight maxima side by side: the
+/// largest of several is the same in any order.
+inline double largestOpen(const double* __restrict row, const std::uint64_t* __restrict closed, int n) {
+  double best[8] = {-1.0, -1.0, -1.0, -1.0, -1.0, -1.0, -1.0, -1.0};
+  int j = 0;
+  for (; j + 8 <= n; j += 8) {
+    for (int k = 0; k < 8; k++) {
+      const double magnitude = openMagnitude(row[j + k], closed[j + k]);
+      best[k] = magnitude > best[k] ? magnitude : best[k];
+    }
+  }
+  for (int k = 0; j < n; j++, k++) {
+    const double magnitude = openMagnitude(row[j], closed[j]);
+    best[k] = magnitude > best[k] ? magnitude : best[k];
+  }
+  for (int k = 1; k < 8; k++) best[0] = best[k] > best[0] ? best[k] : best[0];
+  return best[0];
+}
+
+/// Finds the largest magnitude in the rows whose use count is not 1 and the columns whose use count is 0.
+/// Among equals the last one (by row, then column) wins. Where there is no candidate, because all is NaN,
+/// `row` and `column` keep the values of the step before, which are valid.
+inline void findPivot(const double* a, int n, int ld, const GaussJordanScratch& s, int& row, int& column) {
+  double best = 0.0;
+  for (int i = 0; i < n; i++) {
+    if (s.uses[i] == 1) continue;
+    const double* values = a + static_cast<std::ptrdiff_t>(i) * ld;
+    const double inRow = largestOpen(values, s.closed, n);
+    if (!(inRow >= best)) continue;
+    best = inRow;
+    row = i;
+    for (int j = n - 1; j >= 0; j--) {
+      if (openMagnitude(values[j], s.closed[j]) == inRow) {
+        column = j;
+        break;
+      }
+    }
+  }
+}
+
+/// The same for a small N, without a branch: the pattern of pivots is what no processor predicts.
+template <int N>
+inline void findPivotFixed(const double* a, int ld, const GaussJordanScratch& s, int& row, int& column) {
+  double magnitudes[N * N];
+  double best = -1.0;
+  for (int i = 0; i < N; i++) {
+    const std::uint64_t closedRow = s.uses[i] == 1 ? ~std::uint64_t{0} : 0;
+    for (int j = 0; j < N; j++) {
+      const double magnitude = openMagnitude(a[i * ld + j], closedRow | s.closed[j]);
+      magnitudes[i * N + j] = magnitude;
+      best = magnitude > best ? magnitude : best;
+    }
+  }
+  int place = row * N + column;
+  for (int k = 0; k < N * N; k++) place = magnitudes[k] == best ? k : place;
+  row = place / N;
+  column = place % N;
+}
+
+/// Replaces the leading n x n block of the row-major `a` (row stride `ld`) by its inverse. With Size above 0
+/// the size is fixed and n is not read. A singular matrix is eliminated to the end all the same, with a
+/// division by zero on the way; what to make of it is the watcher's.
+template <int Size = 0, class Watcher>
+void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher& watcher) {
+  const int size = Size > 0 ? Size : n;
+  for (int j = 0; j < size; j++) {
+    s.uses[j] = 0;
+    s.closed[j] = 0;
+  }
+  const auto rowAt = [a, ld](int i) { return a + static_cast<std::ptrdiff_t>(i) * ld; };
+  int row = 0;
+  int column = 0;
+  int usedTwice = 0;
+  for (int step = 0; step < size; step++) {
+    if (usedTwice > 0) {
+      for (int i = 0; i < size; i++) {
+        if (s.uses[i] == 1) continue;
+        for (int k = 0; k < usedTwice; k++) watcher.columnUsedTwice();
+      }
+    }
+    if constexpr (Size > 0) {
+      findPivotFixed<Size>(a, ld, s, row, column);
+    } else {
+      findPivot(a, size, ld, s, row, column);
+    }
+    s.uses[column]++;
+    s.closed[column] = ~std::uint64_t{0};
+    if (s.uses[column] == 2) usedTwice++;
+    double* const pivotRow = rowAt(column);
+    if (row != column) {
+      double* const other = rowAt(row);
+      for (int j = 0; j < size; j++) {
+        const double value = other[j];
+        other[j] = pivotRow[j];
+        pivotRow[j] = value;
+      }
+      watcher.rowsSwapped(row, column);
+    }
+    s.pivotRow[step] = row;
+    s.pivotColumn[step] = column;
+    if (pivotRow[column] == 0.0) watcher.zeroPivot();
+
+    const double factor = 1.0 / pivotRow[column];
+    pivotRow[column] = 1.0;
+    for (int j = 0; j < size; j++) pivotRow[j] *= factor;
+    watcher.pivotRowScaled(column, factor);
+    for (int i = 0; i < size; i++) {
+      if (i == column) continue;
+      double* __restrict target = rowAt(i);
+      const double* __restrict source = pivotRow;
+      const double multiple = target[column];
+      target[column] = 0.0;
+      for (int j = 0; j < size; j++) target[j] -= source[j] * multiple;
+      watcher.rowReduced(i, column, multiple);
+    }
+  }
+  for (int step = size - 1; step >= 0; step--) {
+    const int first = s.pivotRow[step];
+    const int second = s.pivotColumn[step];
+    if (first == second) continue;
+    for (int i = 0; i < size; i++) {
+      double* const values = rowAt(i);
+      const double value = values[first];
+      values[first] = values[second];
+      values[second] = value;
+    }
+  }
+}
+
+/// The same for a fixed Size with its scratch on the stack.
+template <int Size, class Watcher>
+void gaussJordanFixed(double* a, int ld, Watcher& watcher) {
+  FixedGaussJordanScratch<Size> scratch;
+  gaussJordan<Size>(a, Size, ld, scratch, watcher);
+}
+
+}  // namespace limber::detail
