@@ -9,8 +9,11 @@
 #else
 #define LIMBER_API __declspec(dllimport)
 #endif
+#define LIMBER_HIDDEN
 #else
 #define LIMBER_API __attribute__((visibility("default")))
+/// Before a private member of an exported class that no header uses.
+#define LIMBER_HIDDEN __attribute__((visibility("hidden")))
 #endif
 
 /// Stands before every inline function or member of the public surface. Callers see plain `inline`; one

@@ -34,3 +34,4 @@
 // io
 
 // graphics
+#include "limber/graphics/AIPS.h"

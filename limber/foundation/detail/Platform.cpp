@@ -41,6 +41,9 @@ bool isDirectory(const char* path) {
   return _stat(path, &info) == 0 && (info.st_mode & _S_IFMT) == _S_IFDIR;
 }
 
+// An open file cannot be removed here, so nothing is lost by not telling.
+bool isSameFile(std::FILE*, const char*) { return false; }
+
 // Only the numbers differ between locales in what we read and write, so only they are switched.
 SavedLocale enterCLocale() {
   SavedLocale saved;
@@ -79,6 +82,12 @@ std::int64_t counterTicks() {
 bool isDirectory(const char* path) {
   struct stat info;
   return stat(path, &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool isSameFile(std::FILE* stream, const char* path) {
+  struct stat open, named;
+  return fstat(fileno(stream), &open) == 0 && stat(path, &named) == 0 && open.st_dev == named.st_dev &&
+         open.st_ino == named.st_ino;
 }
 
 SavedLocale enterCLocale() {

@@ -4,6 +4,7 @@
 /// Everything in this room that differs between systems.
 
 #include <cstdint>
+#include <cstdio>
 #if !defined(_WIN32)
 #include <locale.h>
 #endif
@@ -19,6 +20,9 @@ std::int64_t counterTicks();
 std::int64_t clockMilliseconds();
 
 bool isDirectory(const char* path);
+/// Whether `path` names the very file that `stream` has open. False where the system cannot tell; it then
+/// does not let an open file be removed either.
+bool isSameFile(std::FILE* stream, const char* path);
 
 /// What enterCLocale replaced.
 #if defined(_WIN32)

@@ -1,0 +1,167 @@
+// The paths and text of the Illustrator writer.
+
+#include <cmath>
+#include <cstdarg>
+#include <utility>
+
+#include "limber/foundation/Report.h"
+#include "limber/graphics/AIPSWriter.h"
+
+void AIPSWriter::stroke() { apr("S\n"); }
+void AIPSWriter::fill() { apr("f\n"); }
+void AIPSWriter::closeFillAndStroke() { apr("b\n"); }
+
+// The box is in page points already and is not transformed again.
+void AIPSWriter::boxPath(double inset) {
+  const AIPSMatrix t = current();
+  const double x0 = t.x0 + inset, y0 = t.y0 + inset, x1 = t.x1 - inset, y1 = t.y1 - inset;
+  apr("%g %g m %g %g L %g %g L %g %g L %g %g L ", x0, y0, x1, y0, x1, y1, x0, y1, x0, y0);
+}
+
+void AIPSWriter::strokeBox() {
+  boxPath(0.0);
+  apr("s\n");
+}
+
+void AIPSWriter::fillBox() {
+  boxPath(0.0);
+  apr("f\n");
+}
+
+void AIPSWriter::clipBoxStart(double inset) {
+  apr("q ");
+  boxPath(inset);
+  apr("h W n\n");
+}
+
+void AIPSWriter::clipBoxEnd() { apr("Q\n"); }
+
+void AIPSWriter::m(double x, double y) {
+  double X, Y;
+  transform(x, y, X, Y);
+  apr("%g %g m ", X, Y);
+}
+
+void AIPSWriter::L(double x, double y) {
+  double X, Y;
+  transform(x, y, X, Y);
+  apr("%g %g L ", X, Y);
+}
+
+// Polylines. A template call knows how many coordinates it has; the C form takes them as they come.
+
+int AIPSWriter::points(int announced, std::size_t coordinates) const {
+  const int present = static_cast<int>(coordinates / 2);
+  if (announced <= present) return announced;
+  errReport("More points announced than given to AIPSWriter", "AIPS", __LINE__);
+  return present;
+}
+
+void AIPSWriter::drawLine(int n, const double* xy) {
+  for (int i = 0; i < n; i++) {
+    if (i == 0) {
+      m(xy[0], xy[1]);
+    } else {
+      L(xy[2 * i], xy[2 * i + 1]);
+    }
+  }
+  stroke();
+}
+
+void AIPSWriter::drawClosed(int n, const double* xy, const char* paint) {
+  m(xy[0], xy[1]);
+  for (int i = 1; i < n; i++) L(xy[2 * i], xy[2 * i + 1]);
+  L(xy[0], xy[1]);
+  apr("%s", paint);
+}
+
+void AIPSWriter::line(int n, ...) {
+  va_list pairs;
+  va_start(pairs, n);
+  for (int i = 0; i < n; i++) {
+    const double x = va_arg(pairs, double), y = va_arg(pairs, double);
+    if (i == 0) {
+      m(x, y);
+    } else {
+      L(x, y);
+    }
+  }
+  va_end(pairs);
+  stroke();
+}
+
+void AIPSWriter::closedPairs(int n, va_list pairs, const char* paint) {
+  const double x0 = va_arg(pairs, double), y0 = va_arg(pairs, double);
+  m(x0, y0);
+  for (int i = 1; i < n; i++) {
+    const double x = va_arg(pairs, double), y = va_arg(pairs, double);
+    L(x, y);
+  }
+  L(x0, y0);
+  apr("%s", paint);
+}
+
+void AIPSWriter::poly(int n, ...) {
+  va_list pairs;
+  va_start(pairs, n);
+  closedPairs(n, pairs, "f\n");
+  va_end(pairs);
+}
+
+void AIPSWriter::polyAndStroke(int n, ...) {
+  va_list pairs;
+  va_start(pairs, n);
+  closedPairs(n, pairs, "b\n");
+  va_end(pairs);
+}
+
+void AIPSWriter::closedLine(int n, ...) {
+  va_list pairs;
+  va_start(pairs, n);
+  closedPairs(n, pairs, "s\n");
+  va_end(pairs);
+}
+
+void AIPSWriter::line2(double x1, double y1, double x2, double y2) { line(2, x1, y1, x2, y2); }
+
+void AIPSWriter::circle(double x, double y, double r) {
+  double cx, cy, xl, yl, xh, yh;
+  transform(x, y, cx, cy);
+  transform(x - r, y - r, xl, yl);
+  transform(x + r, y + r, xh, yh);
+  if (xl > xh) std::swap(xl, xh);
+  if (yl > yh) std::swap(yl, yh);
+  // 0.5523 r: the control points of the Bezier arc closest to a quarter circle.
+  const double rx = std::fabs(xl - cx) * 0.5523, ry = std::fabs(yh - cy) * 0.5523;
+  apr("%g %g m\n", cx, yl);
+  apr("%g %g %g %g %g %g c\n", cx + rx, yl, xh, cy - ry, xh, cy);
+  apr("%g %g %g %g %g %g c\n", xh, cy + ry, cx + rx, yh, cx, yh);
+  apr("%g %g %g %g %g %g c\n", cx - rx, yh, xl, cy + ry, xl, cy);
+  apr("%g %g %g %g %g %g c\n", xl, cy - ry, cx - rx, yl, cx, yl);
+}
+
+void AIPSWriter::box(double x, double y, double r) {
+  polyAndStroke(4, x + r, y + r, x - r, y + r, x - r, y - r, x + r, y - r);
+}
+
+void AIPSWriter::dot(double x, double y, double r) {
+  double X, Y;
+  transform(x, y, X, Y);
+  apr("%g %g m %g %g L %g %g L %g %g L %g %g L b\n", X + r, Y + r, X - r, Y + r, X - r, Y - r, X + r, Y - r,
+      X + r, Y + r);
+}
+
+void AIPSWriter::tick(double x, double y, double r) {
+  double X, Y;
+  transform(x, y, X, Y);
+  apr("%g %g m %g %g L S %g %g m %g %g L S\n", X + r, Y + r, X - r, Y - r, X - r, Y + r, X + r, Y - r);
+}
+
+// The fixed line also sets the fill to black and the width to 1, for the text and for what follows it.
+void AIPSWriter::text(double x, double y, const char* string, double size, const char* font) {
+  double X, Y;
+  transform(x, y, X, Y);
+  apr("0 To 1 0 0 1 %g %g 0 Tp TP 0 Tr /_%s %g Tf \n", X, Y, font, size);
+  apr("0 O 0 g 1 w 0 Ts 100 Tz 0 Tt 0 TA 0 0 5 TC 100 100 200 TW 0 Ta 0 0 2 2 3 Th 0 Tq 0 0 Tl 0 Tc 0 Tw\n");
+  apr("(%s) Tx TO\n", string);
+}

@@ -1,0 +1,239 @@
+#include "limber/graphics/AIPSWriter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdarg>
+#include <new>
+
+#include "limber/foundation/Output.h"
+#include "limber/foundation/Text.h"
+#include "limber/foundation/detail/CLocale.h"
+#include "limber/foundation/detail/Platform.h"
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/foundation/detail/Sharing.h"
+#include "limber/geometry/Pnt3.h"
+
+using limber::detail::ReportSite;
+
+AIPSWriter::AIPSWriter(const char* fileName) : AIPSWriter(nullptr, fileName, 0, 0, 576, 720) {}
+
+AIPSWriter::AIPSWriter(FILE* file, const char* fileName, int x0, int y0, int x1, int y1)
+    : stream(nullptr), name(nullptr), groupCount(0) {
+  init(file, fileName, x0, y0, x1, y1);
+}
+
+AIPSWriter::AIPSWriter(const AIPSWriter& other) : stream(nullptr), name(nullptr), groupCount(0) {
+  join(other);
+}
+
+AIPSWriter& AIPSWriter::operator=(const AIPSWriter& other) {
+  if (this != &other) {
+    finish();
+    join(other);
+  }
+  return *this;
+}
+
+AIPSWriter::~AIPSWriter() { finish(); }
+
+void AIPSWriter::init(FILE* file, const char* fileName, int x0, int y0, int x1, int y1) {
+  finish();
+  if (fileName && !(file && limber::detail::isSameFile(file, fileName))) std::remove(fileName);
+  stream = file ? file : fileName ? std::fopen(fileName, "w") : nullptr;
+  if (!stream) {
+    ReportSite{"AIPS", 28}.error("Bad file to AIPSWriter");
+    stream = stdout;
+  }
+  name = fileName ? nameString(fileName) : nullptr;
+
+  // The prolog is empty and the bounding box is that of the page, whatever the writer's own box is: readers
+  // of these drawings expect both.
+  apr("%%!PS-Adobe-3.0 \n");
+  apr("%%%%Creator: Adobe Illustrator(r) 6.0\n");
+  apr("%%%%BoundingBox: 0 0 504 720\n");
+  apr("%%%%BeginProlog\n");
+  apr("%%%%EndProlog\n");
+
+  AIPSMatrix page;
+  page.x0 = x0;
+  page.y0 = y0;
+  page.x1 = x1;
+  page.y1 = y1;
+  pushCopy(page);
+  groupCount = 0;
+  reset();
+}
+
+// What stands for this drawing in the count of sharers.
+const void* AIPSWriter::identity() const { return name ? static_cast<const void*>(name) : stream; }
+
+void AIPSWriter::join(const AIPSWriter& other) {
+  if (!other.stream || !limber::detail::share(other.identity())) return;
+  stream = other.stream;
+  name = other.name;
+  groupCount = other.groupCount;
+  stack = other.stack;
+  for (ConsCell* cell = stack.cell; cell; cell = cell->next) {
+    if (!limber::detail::share(cell)) {
+      stack.cell = nullptr;
+      break;
+    }
+  }
+}
+
+void AIPSWriter::finish() {
+  if (!stream) return;
+  while (stack.cell) pop();
+  if (limber::detail::unshare(identity())) {
+    apr("%%%%PageTrailer\n");
+    apr("gsave annotatepage grestore showpage\n");
+    apr("%%%%Trailer\n");
+    apr("Adobe_IllustratorA_AI5 /terminate get exec\n");
+    apr("Adobe_level2_AI5 /terminate get exec\n");
+    apr("%%%%EOF\n");
+    if (name) stdoutPrintf("AIPS finished file %s\n", name);
+    if (stream != stdout) std::fclose(stream);
+    delete[] name;
+    if (groupCount != 0) {
+      char text[60];
+      std::snprintf(text, sizeof text, "was %d, should be 0", groupCount);
+      ReportSite{"AIPS", 69}.warn("Bogus group count at AIPS close!", text);
+    }
+  }
+  stream = nullptr;
+  name = nullptr;
+  groupCount = 0;
+}
+
+// The coordinate stack.
+
+AIPSMatrix* AIPSWriter::top() const { return stack.head(); }
+
+AIPSMatrix AIPSWriter::current() const { return top() ? *top() : AIPSMatrix(); }
+
+void AIPSWriter::pushCopy(const AIPSMatrix& matrix) {
+  AIPSMatrix* copy = new (std::nothrow) AIPSMatrix(matrix);
+  if (!copy) {
+    FATAL_ERROR(limber::detail::newFails);
+    return;
+  }
+  stack.add(copy);
+  if (stack.head() != copy) delete copy;
+}
+
+void AIPSWriter::push() { pushCopy(current()); }
+
+void AIPSWriter::pop() {
+  if (!stack.cell) return;
+  if (!limber::detail::unshare(stack.cell)) {
+    stack.next();
+    return;
+  }
+  delete stack.head();
+  stack.del();
+}
+
+void AIPSWriter::transform(double x, double y, double& X, double& Y) const {
+  static const AIPSMatrix identityMatrix;
+  const AIPSMatrix& t = top() ? *top() : identityMatrix;
+  const auto snapped = [](double coordinate) { return std::fabs(coordinate) < 0.001 ? 0.0 : coordinate; };
+  const double pageX = t.a * x + t.b * y + t.tx;
+  const double pageY = (t.c + t.d) * y + t.ty;
+  X = snapped(pageX);
+  Y = snapped(pageY);
+}
+
+void AIPSWriter::setBox(double x, double y, double w, double h) {
+  double X0, Y0, X1, Y1;
+  transform(x, y, X0, Y0);
+  transform(x + w, y + h, X1, Y1);
+  if (AIPSMatrix* t = top()) {
+    t->x0 = t->tx = X0;
+    t->y0 = t->ty = Y0;
+    t->x1 = X1;
+    t->y1 = Y1;
+  }
+}
+
+void AIPSWriter::flipBox() {
+  if (AIPSMatrix* t = top()) {
+    t->ty += t->y1 - t->y0;
+    t->c = -t->c;
+    t->d = -t->d;
+  }
+}
+
+void AIPSWriter::forceAspect(double r) {
+  if (AIPSMatrix* t = top()) t->y1 = t->y0 + (t->x1 - t->x0) * r;
+}
+
+void AIPSWriter::setCoords(double w, double h) {
+  if (AIPSMatrix* t = top()) {
+    const double sx = (t->x1 - t->x0) / w, sy = (t->y1 - t->y0) / h;
+    t->a *= sx;
+    t->b *= sx;
+    t->c *= sy;
+    t->d *= sy;
+  }
+}
+
+// The pen.
+
+void AIPSWriter::beginGroup() {
+  apr("u\n");
+  groupCount++;
+}
+
+void AIPSWriter::endGroup() {
+  apr("U\n");
+  groupCount--;
+}
+
+void AIPSWriter::setWidth(double width) { apr("%g w\n", width); }
+
+void AIPSWriter::setDash(double on, double off) {
+  if (on <= 0.0) {
+    apr("[]0 d\n");
+  } else {
+    apr("[%g %g]0 d\n", on, off);
+  }
+}
+
+void AIPSWriter::setLineCap(int cap) { apr("%d J\n", cap); }
+void AIPSWriter::setLineJoin(int join) { apr("%d j\n", join); }
+void AIPSWriter::strokeGray(double value) { apr("%g G\n", normColor(value)); }
+void AIPSWriter::fillGray(double value) { apr("%g g\n", normColor(value)); }
+
+void AIPSWriter::cmyk(double r, double g, double b, const char* colourName, char unnamed, char named) {
+  const double cyan = 1.0 - normColor(r), magenta = 1.0 - normColor(g), yellow = 1.0 - normColor(b);
+  if (colourName) {
+    apr("%g %g %g 0 (%s) 0 %c\n", cyan, magenta, yellow, colourName, named);
+  } else {
+    apr("%g %g %g 0 %c\n", cyan, magenta, yellow, unnamed);
+  }
+}
+
+void AIPSWriter::strokeRGB(double r, double g, double b, const char* colourName) {
+  cmyk(r, g, b, colourName, 'K', 'X');
+}
+void AIPSWriter::fillRGB(double r, double g, double b, const char* colourName) {
+  cmyk(r, g, b, colourName, 'k', 'x');
+}
+void AIPSWriter::strokeRGB(const Pnt3& colour) { strokeRGB(colour.x, colour.y, colour.z); }
+void AIPSWriter::fillRGB(const Pnt3& colour) { fillRGB(colour.x, colour.y, colour.z); }
+
+void AIPSWriter::reset() {
+  strokeGray(0);
+  fillGray(0);
+  setWidth(1);
+  setDash(0, 0);
+}
+
+double AIPSWriter::normColor(double v) const { return v > 1.01 ? v * 0.00392156862745098 : v; }
+
+void AIPSWriter::apr(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  limber::detail::cVfprintf(stream, format, arguments);
+  va_end(arguments);
+}

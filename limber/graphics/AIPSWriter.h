@@ -1,0 +1,160 @@
+#pragma once
+
+/// @file
+/// A writer of one-page Adobe Illustrator 6.0 drawings (PostScript).
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+
+#include "limber/Api.h"
+#include "limber/foundation/List.h"
+#include "limber/graphics/AIPSMatrix.h"
+
+class Pnt3;
+
+/// Writes each drawing call at once to a stream, as Illustrator operators. The caller draws in coordinates of
+/// its own; the stack of AIPSMatrix maps them to page points (1/72 inch, y upwards). Numbers are written with
+/// %g in the "C" locale. Red, green and blue become cyan, magenta and yellow; components above 1.01 count as
+/// 0-255.
+///
+/// Copies share the stream, the name and the part of the coordinate stack they had in common; the last of
+/// them writes the trailer and closes. With an empty stack, drawing goes on with an identity matrix.
+class LIMBER_API AIPSWriter {
+ public:
+  FILE* stream;             ///< the output; standard output when no file could be opened
+  List<AIPSMatrix*> stack;  ///< the coordinate stack, the current matrix first; owned
+  char* name;               ///< the file's name, for the closing message; null without one
+  int groupCount;           ///< open groups
+
+  /// Writes to the file `fileName`, box (0, 0)-(576, 720).
+  explicit AIPSWriter(const char* fileName);
+  /// Writes to `file`, or to `fileName` when `file` is null; the box is in page points. The writer closes
+  /// `file`.
+  AIPSWriter(FILE* file, const char* fileName, int x0, int y0, int x1, int y1);
+  AIPSWriter(const AIPSWriter& other);
+  AIPSWriter& operator=(const AIPSWriter& other);
+  /// Writes the trailer, prints "AIPS finished file NAME" through the standard-output channel and closes the
+  /// stream. Groups left open are warned of ("Bogus group count at AIPS close!").
+  ~AIPSWriter();
+
+  /// Begins a drawing: removes an existing file of that name, opens it, writes the header, pushes a matrix
+  /// with the box and resets the pen. A file that is the very stream handed in is not removed. Without a
+  /// stream reports "Bad file to AIPSWriter" and writes to standard output.
+  void init(FILE* file, const char* fileName, int x0, int y0, int x1, int y1);
+
+  /// The current matrix, null when the stack is empty.
+  AIPSMatrix* top() const;
+  /// Pushes a copy of the current matrix.
+  void push();
+  /// Drops the current matrix; an empty stack stays empty.
+  void pop();
+  /// User to page coordinates: X = a x + b y + tx, Y = (c + d) y + ty; below 0.001 in magnitude they become
+  /// 0. Y deliberately adds c and d and leaves x out: drawings are scaled and flipped, never turned.
+  void transform(double x, double y, double& X, double& Y) const;
+  /// The box becomes the user rectangle at (x, y) of size w by h, the origin its first corner.
+  void setBox(double x, double y, double w, double h);
+  /// Makes y grow downwards within the box.
+  void flipBox();
+  /// Gives the box the height r times its width: y1 = y0 + (x1 - x0) r.
+  void forceAspect(double r);
+  /// Scales so that the box spans w by h user units.
+  void setCoords(double w, double h);
+
+  void beginGroup();
+  void endGroup();
+
+  /// Line width in points.
+  void setWidth(double width);
+  /// Dash pattern in points; on <= 0 is a solid line.
+  void setDash(double on, double off);
+  void setLineCap(int cap);
+  void setLineJoin(int join);
+  void strokeGray(double value);
+  void fillGray(double value);
+  /// `colourName` makes it a named custom colour; written as it is, without escaping.
+  void strokeRGB(double r, double g, double b, const char* colourName = 0);
+  void fillRGB(double r, double g, double b, const char* colourName = 0);
+  void strokeRGB(const Pnt3& colour);
+  void fillRGB(const Pnt3& colour);
+  /// Black stroke and fill, width 1, solid line.
+  void reset();
+
+  void stroke();
+  void fill();
+  void closeFillAndStroke();
+  /// The outline and the area of the current box.
+  void strokeBox();
+  void fillBox();
+  /// Clips to the current box, made smaller by `inset` points on each side, until clipBoxEnd.
+  void clipBoxStart(double inset);
+  void clipBoxEnd();
+
+  /// Move and line operators, without painting.
+  void m(double x, double y);
+  void L(double x, double y);
+
+  /// An open polyline through n points given as n pairs of doubles x, y; n < 1 writes the stroke alone.
+  void line(int n, ...);
+  /// Closed polygons: filled; filled and stroked; stroked. At least one pair must follow n: the first point
+  /// is written even when n is below 1.
+  void poly(int n, ...);
+  void polyAndStroke(int n, ...);
+  void closedLine(int n, ...);
+  /// The four forms that calls with coordinates reach: numbers of any type are converted to double, and a
+  /// pair that n announces but the call does not have is left out and reported.
+  template <class X, class... Coordinates>
+  void line(int n, X x, Coordinates... rest) {
+    static_assert(sizeof...(rest) % 2 == 1, "coordinates come in pairs");
+    const double xy[] = {static_cast<double>(x), static_cast<double>(rest)...};
+    drawLine(points(n, 1 + sizeof...(rest)), xy);
+  }
+  template <class X, class... Coordinates>
+  void poly(int n, X x, Coordinates... rest) {
+    static_assert(sizeof...(rest) % 2 == 1, "coordinates come in pairs");
+    const double xy[] = {static_cast<double>(x), static_cast<double>(rest)...};
+    drawClosed(points(n, 1 + sizeof...(rest)), xy, "f\n");
+  }
+  template <class X, class... Coordinates>
+  void polyAndStroke(int n, X x, Coordinates... rest) {
+    static_assert(sizeof...(rest) % 2 == 1, "coordinates come in pairs");
+    const double xy[] = {static_cast<double>(x), static_cast<double>(rest)...};
+    drawClosed(points(n, 1 + sizeof...(rest)), xy, "b\n");
+  }
+  template <class X, class... Coordinates>
+  void closedLine(int n, X x, Coordinates... rest) {
+    static_assert(sizeof...(rest) % 2 == 1, "coordinates come in pairs");
+    const double xy[] = {static_cast<double>(x), static_cast<double>(rest)...};
+    drawClosed(points(n, 1 + sizeof...(rest)), xy, "s\n");
+  }
+  void line2(double x1, double y1, double x2, double y2);
+
+  /// Four Bezier arcs about (x, y) with radius r in user units, without painting.
+  void circle(double x, double y, double r);
+  /// The filled and stroked square of half side r in user units.
+  void box(double x, double y, double r);
+  /// The filled and stroked square of half side r in page points.
+  void dot(double x, double y, double r);
+  /// A cross of half size r in page points.
+  void tick(double x, double y, double r);
+  /// Text of `size` points at (x, y). The string is written as it is: escaping ( ) and \ is the caller's.
+  void text(double x, double y, const char* string, double size, const char* font);
+
+  /// Formats to the stream in the "C" locale; all output goes through it.
+  void apr(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  /// v / 255 when v exceeds 1.01, else v.
+  double normColor(double v) const;
+
+ private:
+  LIMBER_HIDDEN const void* identity() const;
+  LIMBER_HIDDEN void join(const AIPSWriter& other);
+  LIMBER_HIDDEN void finish();
+  LIMBER_HIDDEN AIPSMatrix current() const;
+  LIMBER_HIDDEN void pushCopy(const AIPSMatrix& matrix);
+  LIMBER_HIDDEN void cmyk(double r, double g, double b, const char* colourName, char unnamed, char named);
+  LIMBER_HIDDEN void boxPath(double inset);
+  int points(int announced, std::size_t coordinates) const;
+  void drawLine(int n, const double* xy);
+  void drawClosed(int n, const double* xy, const char* paint);
+  LIMBER_HIDDEN void closedPairs(int n, va_list pairs, const char* paint);
+};

@@ -1,0 +1,36 @@
+#!/usr/bin/env python3
+"""No room of the library includes a room to its right, and no public header a private one.
+
+usage: layers.py SOURCE_DIR
+"""
+import pathlib
+import re
+import sys
+
+may_see = {
+    "foundation": set(),
+    "linalg": {"foundation"},
+    "solvers": {"foundation", "linalg"},
+    "geometry": {"foundation", "linalg"},
+    "ode": {"foundation", "linalg"},
+    "io": {"foundation"},
+    "graphics": {"foundation", "geometry/Pnt3.h"},
+}
+source = pathlib.Path(sys.argv[1])
+complaints, seen = [], 0
+for room, allowed in may_see.items():
+    for file in sorted((source / "limber" / room).rglob("*")):
+        if file.suffix not in (".h", ".cpp"):
+            continue
+        private = "detail" in file.parts or file.suffix == ".cpp"
+        for target in re.findall(r'#include "limber/([^"]+)"', file.read_text()):
+            seen += 1
+            other = target.split("/")[0]
+            if "/" in target and other != room and other not in allowed and target not in allowed:
+                complaints.append(f"{file.relative_to(source)} includes limber/{target}")
+            if "/detail/" in target and not private:
+                complaints.append(f"{file.relative_to(source)} is public and includes the private limber/{target}")
+            if target == "foundation/CaseCompare.h" and not private:
+                complaints.append(f"{file.relative_to(source)} is public and includes limber/{target}")
+print("\n".join(complaints) or f"{seen} includes go one way")
+sys.exit(bool(complaints) or not seen)

@@ -1,0 +1,21 @@
+# Tests of the project as a whole: its headers, layers, exports and installed package.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+set(here ${CMAKE_CURRENT_SOURCE_DIR}/project)
+
+add_test(NAME Project.EveryHeaderCompilesAlone
+         COMMAND Python3::Interpreter ${here}/headers_alone.py ${CMAKE_CXX_COMPILER} ${PROJECT_SOURCE_DIR})
+add_test(NAME Project.RoomsSeeOnlyRoomsToTheirLeft COMMAND Python3::Interpreter ${here}/layers.py
+                                                           ${PROJECT_SOURCE_DIR})
+file(GLOB export_lists CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*/exports.txt)
+add_test(NAME Project.ExportsEveryDocumentedSignature COMMAND Python3::Interpreter ${here}/exports.py
+                                                              $<TARGET_FILE:limber> ${export_lists})
+add_test(NAME Project.WrongProgramsAreRefused COMMAND sh ${here}/refused.sh ${CMAKE_CXX_COMPILER}
+                                                      ${PROJECT_SOURCE_DIR})
+if(NOT LIMBER_SANITIZE)
+  add_test(NAME Project.InstalledPackageServesPrograms
+           COMMAND sh ${here}/installed.sh ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER})
+endif()
+set_tests_properties(Project.EveryHeaderCompilesAlone PROPERTIES TIMEOUT 900)
+add_test(NAME Project.ServesAsSubdirectory
+         COMMAND sh ${here}/subdirectory.sh ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER})
+set_tests_properties(Project.ServesAsSubdirectory PROPERTIES TIMEOUT 900)
