@@ -1,5 +1,4 @@
 # Tests of the project as a whole: its headers, layers, exports and installed package.
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(here ${CMAKE_CURRENT_SOURCE_DIR}/project)
 
 add_test(NAME Project.EveryHeaderCompilesAlone
