@@ -24,3 +24,10 @@
 #else
 #define LIMBER_INLINE inline
 #endif
+
+/// Marks a function that formats as printf does, so that the compiler checks its calls.
+#if defined(__MINGW32__)
+#define LIMBER_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
+#else
+#define LIMBER_PRINTF(text, first) __attribute__((format(printf, text, first)))
+#endif

@@ -19,7 +19,7 @@ int compared(const char* a, const char* b, long long limit) {
 
 }  // namespace
 
-#if !defined(_WIN32)
+#if !defined(_MSC_VER)
 namespace limber {
 #endif
 
@@ -27,6 +27,6 @@ int strcasecmp(const char* a, const char* b) { return compared(a, b, -1); }
 
 int strncasecmp(const char* a, const char* b, int n) { return n == 0 ? 0 : compared(a, b, n); }
 
-#if !defined(_WIN32)
+#if !defined(_MSC_VER)
 }  // namespace limber
 #endif

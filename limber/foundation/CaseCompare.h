@@ -6,15 +6,19 @@
 
 #include "limber/Api.h"
 
-#if defined(_WIN32)
+#if defined(_MSC_VER)
 
-// The names are free here, but for two macros that some runtimes' <string.h> sets.
-#include <cstring>
-#undef strcasecmp
-#undef strncasecmp
+// The names are free here, and stand at global scope.
 #define LIMBER_PLAIN_NAME(name)
 
 #else
+
+#if defined(__MINGW32__)
+// Depending on the optimisation, <string.h> makes the names macros here; they must not rename ours.
+#include <cstring>
+#undef strcasecmp
+#undef strncasecmp
+#endif
 
 // A plain declaration at global scope after <string.h> would be the C library's function, and defining it
 // would replace that function in the whole process. The label gives the exported symbol its global C++ name.
@@ -31,7 +35,7 @@ LIMBER_API int strcasecmp(const char* a, const char* b) LIMBER_PLAIN_NAME("_Z10s
 /// never ends the comparison early.
 LIMBER_API int strncasecmp(const char* a, const char* b, int n) LIMBER_PLAIN_NAME("_Z11strncasecmpPKcS0_i");
 
-#if !defined(_WIN32)
+#if !defined(_MSC_VER)
 }  // namespace limber
 #endif
 

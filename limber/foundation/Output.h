@@ -24,5 +24,6 @@ extern LIMBER_API void* errPtrZero;
 
 /// Formats at most 499 characters (the rest is cut) and hands them to the channel; returns the channel's
 /// result.
-LIMBER_API int stdoutPrintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
-LIMBER_API int stderrPrintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+/// Nothing is allocated.
+LIMBER_API int stdoutPrintf(const char* format, ...) LIMBER_PRINTF(1, 2);
+LIMBER_API int stderrPrintf(const char* format, ...) LIMBER_PRINTF(1, 2);

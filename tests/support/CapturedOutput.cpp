@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <numeric>
 #include <sstream>
@@ -12,17 +13,37 @@
 
 namespace {
 
-std::vector<std::string> outTexts, errTexts;
+/// The texts of one channel, one behind the other, each with its terminator. Kept in malloc's storage: tests
+/// that count or fail the library's allocations must not see those of the collector.
+struct Texts {
+  char* bytes = nullptr;
+  std::size_t size = 0;
+  std::vector<std::string> calls;
+
+  int collect(const char* text) {
+    const std::size_t length = std::strlen(text) + 1;
+    bytes = static_cast<char*>(std::realloc(bytes, size + length));
+    std::memcpy(bytes + size, text, length);
+    size += length;
+    return 0;
+  }
+  const std::vector<std::string>& read() {
+    calls.clear();
+    for (std::size_t i = 0; i < size; i += calls.back().size() + 1) calls.emplace_back(bytes + i);
+    return calls;
+  }
+  void clear() {
+    std::free(bytes);
+    bytes = nullptr;
+    size = 0;
+  }
+};
+
+Texts outTexts, errTexts;
 OutputFunction savedOut, savedErr;
 
-int collectOut(const char* text) {
-  outTexts.emplace_back(text);
-  return 0;
-}
-int collectErr(const char* text) {
-  errTexts.emplace_back(text);
-  return 0;
-}
+int collectOut(const char* text) { return outTexts.collect(text); }
+int collectErr(const char* text) { return errTexts.collect(text); }
 
 std::string joined(const std::vector<std::string>& texts) {
   return std::accumulate(texts.begin(), texts.end(), std::string());
@@ -41,12 +62,13 @@ CapturedOutput::CapturedOutput() {
 CapturedOutput::~CapturedOutput() {
   stdoutF = savedOut;
   stderrF = savedErr;
+  clear();
 }
 
-const std::vector<std::string>& CapturedOutput::outCalls() const { return outTexts; }
-const std::vector<std::string>& CapturedOutput::errCalls() const { return errTexts; }
-std::string CapturedOutput::out() const { return joined(outTexts); }
-std::string CapturedOutput::err() const { return joined(errTexts); }
+const std::vector<std::string>& CapturedOutput::outCalls() const { return outTexts.read(); }
+const std::vector<std::string>& CapturedOutput::errCalls() const { return errTexts.read(); }
+std::string CapturedOutput::out() const { return joined(outCalls()); }
+std::string CapturedOutput::err() const { return joined(errCalls()); }
 
 void CapturedOutput::clear() {
   outTexts.clear();

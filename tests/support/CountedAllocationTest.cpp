@@ -19,6 +19,7 @@ TEST(Allocations, CountsEachOne) {
   const long before = allocations::count();
   allocates();
   EXPECT_EQ(allocations::count(), before + 1);
+  EXPECT_EQ(allocations::lastSize(), 3 * sizeof(int));
 }
 
 TEST(Allocations, FailsTheKthOnly) {

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "limber/Api.h"
 #include "limber/foundation/detail/Platform.h"
 
 namespace limber::detail {
@@ -28,6 +29,6 @@ class CLocale {
 double cStrtod(const char* text, char** end);
 int cVsnprintf(char* out, std::size_t size, const char* format, va_list arguments);
 int cVfprintf(std::FILE* file, const char* format, va_list arguments);
-int cFprintf(std::FILE* file, const char* format, ...) __attribute__((format(printf, 2, 3)));
+int cFprintf(std::FILE* file, const char* format, ...) LIMBER_PRINTF(2, 3);
 
 }  // namespace limber::detail

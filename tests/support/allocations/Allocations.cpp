@@ -6,12 +6,14 @@
 namespace {
 
 long made = 0;
+std::size_t latest = 0;
 long failAt = -1;
 bool failAfter = false;
 bool failed = false;
 
 void* allocate(std::size_t size) noexcept {
   const long k = made++;
+  latest = size;
   if (failAt >= 0 && (k == failAt || (failAfter && k > failAt))) {
     failed = true;
     return nullptr;
@@ -41,6 +43,8 @@ void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); 
 namespace allocations {
 
 long count() { return made; }
+
+std::size_t lastSize() { return latest; }
 
 FailAt::FailAt(long k, bool andAllAfter) {
   failed = false;

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <cstddef>
+
 /// Counts and fails heap allocations of the whole process, the library's included. Linking this replaces the
 /// global operators new and delete of the test program.
 namespace allocations {
 
 /// Calls of any operator new since the program began.
 long count();
+/// The size asked for in the latest of them.
+std::size_t lastSize();
 
 /// While it lives, the k-th allocation from now (k = 0, 1, ...) and, with `andAllAfter`, each later one
 /// fails: the nothrow forms return null, the others throw std::bad_alloc.

@@ -1,0 +1,38 @@
+#include "limber/foundation/detail/Platform.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+#include "tests/support/TemporaryFile.h"
+
+namespace {
+
+TEST(Platform, CounterRunsAtTenMillionTicksASecond) {
+  EXPECT_EQ(limber::detail::counterFrequency(), 10000000);
+  timespec before, after;
+  clock_gettime(CLOCK_MONOTONIC, &before);
+  const std::int64_t ticks = limber::detail::counterTicks();
+  clock_gettime(CLOCK_MONOTONIC, &after);
+  EXPECT_GE(ticks, before.tv_sec * 10000000 + before.tv_nsec / 100);
+  EXPECT_LE(ticks, after.tv_sec * 10000000 + after.tv_nsec / 100);
+}
+
+TEST(Platform, ClockIsGivenInMilliseconds) {
+  const std::int64_t before = std::clock() / 1000;
+  const std::int64_t now = limber::detail::clockMilliseconds();
+  EXPECT_GE(now, before);
+  EXPECT_LE(now, std::clock() / 1000);
+}
+
+TEST(Platform, TellsDirectories) {
+  const TemporaryDirectory directory;
+  const std::string file = directory.write("file", "x");
+  EXPECT_TRUE(limber::detail::isDirectory(directory.path().c_str()));
+  EXPECT_TRUE(limber::detail::isDirectory((directory.path() + "/").c_str()));
+  EXPECT_FALSE(limber::detail::isDirectory(file.c_str()));
+  EXPECT_FALSE(limber::detail::isDirectory((directory / "absent").c_str()));
+  EXPECT_FALSE(limber::detail::isDirectory(""));
+}
+
+}  // namespace

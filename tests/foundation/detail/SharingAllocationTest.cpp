@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "limber/foundation/detail/Sharing.h"
+#include "tests/support/CapturedOutput.h"
+#include "tests/support/allocations/Allocations.h"
+
+using limber::detail::holders;
+using limber::detail::share;
+using limber::detail::unshare;
+
+namespace {
+
+// A pointer that cannot be noted is not shared; all noted before keep their counts.
+TEST(SharingAllocation, FailedNoteIsReportedAndLosesNothing) {
+  const std::vector<int> storage(1000);
+  for (long k = 0;; k++) {
+    CapturedOutput captured;
+    bool shared[1000];
+    int refused = 0;
+    bool happened;
+    {
+      allocations::FailAt trap(k);
+      for (int i = 0; i < 1000; i++) {
+        const long before = allocations::count();
+        shared[i] = share(&storage[static_cast<std::size_t>(i)]);
+        if (before == allocations::count()) continue;
+        refused += !shared[i];
+      }
+      happened = trap.happened();
+    }
+    if (happened) {
+      EXPECT_EQ(refused, 1);
+      EXPECT_EQ(captured.err(), "FATAL ERROR:NEW fails - memory problem\n");
+    }
+    for (int i = 0; i < 1000; i++) {
+      const void* const p = &storage[static_cast<std::size_t>(i)];
+      ASSERT_EQ(holders(p), shared[i] ? 2 : 1);
+      ASSERT_EQ(unshare(p), !shared[i]);
+    }
+    if (!happened) break;
+  }
+}
+
+TEST(SharingAllocation, OnlyCopyingAllocates) {
+  const int x = 0;
+  const long before = allocations::count();
+  EXPECT_TRUE(unshare(&x));
+  EXPECT_EQ(holders(&x), 1);
+  limber::detail::forgetHolders(&x);
+  EXPECT_TRUE(share(nullptr));
+  EXPECT_EQ(allocations::count(), before);
+}
+
+}  // namespace

@@ -1,0 +1,82 @@
+#include "limber/foundation/detail/Sharing.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <vector>
+
+using limber::detail::forgetHolders;
+using limber::detail::holders;
+using limber::detail::share;
+using limber::detail::unshare;
+
+namespace {
+
+TEST(Sharing, WhatWasNeverCopiedHasOneHolder) {
+  const int x = 0;
+  EXPECT_EQ(holders(&x), 1);
+  EXPECT_TRUE(unshare(&x));
+}
+
+TEST(Sharing, TheLastHolderReleases) {
+  const int x = 0;
+  EXPECT_TRUE(share(&x));
+  EXPECT_TRUE(share(&x));
+  EXPECT_EQ(holders(&x), 3);
+  EXPECT_FALSE(unshare(&x));
+  EXPECT_FALSE(unshare(&x));
+  EXPECT_EQ(holders(&x), 1);
+  EXPECT_TRUE(unshare(&x));
+}
+
+TEST(Sharing, NullIsSharedFreely) {
+  EXPECT_TRUE(share(nullptr));
+  EXPECT_TRUE(unshare(nullptr));
+}
+
+TEST(Sharing, ForgottenStorageStartsAnew) {
+  const int x = 0;
+  EXPECT_TRUE(share(&x));
+  forgetHolders(&x);
+  forgetHolders(&x);
+  EXPECT_EQ(holders(&x), 1);
+  EXPECT_TRUE(unshare(&x));
+}
+
+// Random operations against a map, over few enough addresses that slots collide and holes are closed.
+TEST(Sharing, AgreesWithAMapOverManyOperations) {
+  std::mt19937 random(11);
+  std::vector<double> storage(300);
+  std::map<const void*, int> counts;
+  for (int step = 0; step < 200000; step++) {
+    const void* const p = &storage[random() % storage.size()];
+    int& others = counts[p];
+    switch (random() % 5) {
+      case 0:
+      case 1:
+        ASSERT_TRUE(share(p));
+        others++;
+        break;
+      case 2:
+      case 3:
+        ASSERT_EQ(unshare(p), others == 0);
+        if (others > 0) others--;
+        break;
+      default:
+        if (random() % 20 == 0) {
+          forgetHolders(p);
+          others = 0;
+        }
+        break;
+    }
+    ASSERT_EQ(holders(p), others + 1);
+  }
+  for (const double& s : storage) {
+    ASSERT_EQ(holders(&s), counts[&s] + 1);
+    forgetHolders(&s);
+    ASSERT_EQ(holders(&s), 1);
+  }
+}
+
+}  // namespace
