@@ -16,6 +16,14 @@
 #include "limber/foundation/Text.h"
 
 // linalg
+#include "limber/linalg/IntVec.h"
+#include "limber/linalg/LinComb.h"
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/SparseDot.h"
+#include "limber/linalg/SparseSum.h"
+#include "limber/linalg/StaticVector.h"
+#include "limber/linalg/Vector.h"
+#include "limber/linalg/Vectors.h"
 
 // solvers
 

@@ -1,0 +1,106 @@
+#include "limber/linalg/LinComb.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/SparseSum.h"
+#include "limber/linalg/detail/RowStorage.h"
+
+int linCombStats[4] = {0, 0, 0, 0};
+
+namespace {
+
+constexpr int maxTerms = 120;
+
+/// What is left of one row.
+struct Term {
+  double coefficient;
+  const SpVec* row;
+  const int* index;
+  const double* value;
+  const int* end;
+};
+
+// Static, like the statistics: linComb is not re-entrant. One slot is spare.
+Term terms[maxTerms + 1];
+
+int collectTerms(const Vector* coeffs, SpVec** rows) {
+  int n = 0;
+  for (int k = 0; k < coeffs->count; ++k) {
+    if (coeffs->data[k] == 0.0 || !rows[k] || rows[k]->numEntries <= 0) continue;
+    if (n == maxTerms) {
+      limber::detail::ReportSite{"Vectors", __LINE__}.error("too many spvecs in lincomb");
+      continue;
+    }
+    terms[n].coefficient = coeffs->data[k];
+    terms[n].row = rows[k];
+    ++n;
+  }
+  return n;
+}
+
+/// Passes over the indices up to `last`. A term that runs off its end leaves, and the last one takes its
+/// slot.
+int advance(int active, int last) {
+  for (int k = 0; k < active;) {
+    Term& t = terms[k];
+    while (t.index < t.end && *t.index <= last) {
+      ++t.index;
+      ++t.value;
+    }
+    if (t.index == t.end)
+      t = terms[--active];
+    else
+      ++k;
+  }
+  return active;
+}
+
+void merge(int active, SpVec* out) {
+  int longest = 0;
+  for (int k = 0; k < active; ++k) longest = std::max(longest, terms[k].row->numEntries);
+  if (out->maxEntries < 2 * longest) out->grow(2 * longest);
+  out->zero();
+  // Behind out->zero(): a row that is also the output is empty from here on.
+  for (int k = 0; k < active; ++k) {
+    Term& t = terms[k];
+    t.index = t.row->indices.data;
+    t.value = t.row->values.data;
+    t.end = t.index + t.row->numEntries;
+  }
+  limber::detail::RowWriter writer(*out);
+  int last = -1;
+  while ((active = advance(active, last)) > 0) {
+    last = INT_MAX;
+    for (int k = 0; k < active; ++k) last = std::min(last, *terms[k].index);
+    double sum = 0.0;
+    for (int k = 0; k < active; ++k)
+      if (*terms[k].index == last) sum += terms[k].coefficient * *terms[k].value;
+    writer.append(sum, last);
+  }
+  writer.finish();
+  // Of the last index handled, also where its sum was too small to store.
+  out->width = last + 1;
+}
+
+}  // namespace
+
+void linComb(const Vector* coeffs, SpVec** rows, SpVec* out) {
+  const int n = collectTerms(coeffs, rows);
+  ++linCombStats[0];
+  if (n == 0) {
+    ++linCombStats[1];
+    out->zero();
+  } else if (n == 1) {
+    ++linCombStats[2];
+    copy(*terms[0].row, *out);
+    out->scale(terms[0].coefficient);
+  } else if (n == 2) {
+    ++linCombStats[3];
+    ssum(*terms[0].row, terms[0].coefficient, *terms[1].row, terms[1].coefficient, *out);
+  } else {
+    merge(n, out);
+  }
+}

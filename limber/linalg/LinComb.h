@@ -1,0 +1,17 @@
+#pragma once
+
+/// @file
+/// Linear combinations of sparse rows.
+
+#include "limber/Api.h"
+
+class SpVec;
+class Vector;
+
+/// How linComb was used: [0] calls, [1] calls without a usable term, [2] with one, [3] with two.
+extern LIMBER_API int linCombStats[4];
+
+/// out = the sum of coeffs[k] rows[k] over the terms whose coefficient is not 0.0 and whose row is neither
+/// null nor empty, in one merge of at most 120 terms; each further one is reported and left out. Two terms go
+/// through ssum, with its limit of indices. Not re-entrant.
+LIMBER_API void linComb(const Vector* coeffs, SpVec** rows, SpVec* out);

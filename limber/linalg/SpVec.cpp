@@ -1,0 +1,176 @@
+#include "limber/linalg/SpVec.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "limber/foundation/Output.h"
+#include "limber/linalg/detail/Chains.h"
+#include "limber/linalg/detail/RowStorage.h"
+
+using limber::detail::inStorage;
+using limber::detail::isTiny;
+using limber::detail::roomForAppend;
+using limber::detail::setIndexRoom;
+using limber::detail::setValueRoom;
+
+SpVec::SpVec(int n) { init(n); }
+
+SpVec::SpVec(const SpVec* src) {
+  init(src ? src->maxEntries : 4);
+  if (src) copy(*src, *this);
+}
+
+SpVec::SpVec(const SpVec& src) : SpVec(&src) {}
+
+SpVec::~SpVec() = default;
+
+SpVec& SpVec::operator=(const SpVec& src) {
+  copy(src, *this);
+  return *this;
+}
+
+void SpVec::init(int n) {
+  zero();
+  maxEntries = n;
+  if (!setValueRoom(*this, n)) return;
+  if (!indices.data || indices.capacity < n + 4) setIndexRoom(*this, n + 4);
+}
+
+double SpVec::v(int i) const {
+  for (int k = 0; k < numEntries; ++k)
+    if (indices.data[k] == i) return values.data[k];
+  return 0.0;
+}
+
+void SpVec::ins(double x, int i) {
+  if (isTiny(x)) return;
+  if (numEntries >= maxEntries) grow(2 * maxEntries);
+  if (!roomForAppend(*this)) return;
+  double* value = values.data;
+  int* index = indices.data;
+  int p = numEntries;
+  // After compact() `width` is the largest index itself, so an insertion there deliberately lands behind the
+  // entry instead of being added to it.
+  if (i >= width) {
+    width = i + 1;
+  } else {
+    while (p > 0 && index[p - 1] > i) --p;
+    if (p > 0 && index[p - 1] == i) {
+      value[p - 1] += x;
+      return;
+    }
+    std::copy_backward(value + p, value + numEntries, value + numEntries + 1);
+    std::copy_backward(index + p, index + numEntries, index + numEntries + 1);
+  }
+  value[p] = x;
+  index[p] = i;
+  values.count = indices.count = ++numEntries;
+}
+
+void SpVec::insEnd(double x, int i) {
+  if (isTiny(x) || !roomForAppend(*this)) return;
+  values.data[numEntries] = x;
+  indices.data[numEntries] = i;
+  values.count = indices.count = ++numEntries;
+  width = i + 1;
+}
+
+void SpVec::grow(int n) {
+  if (!setValueRoom(*this, n)) return;
+  if ((indices.capacity == 0 || indices.capacity < n) && !setIndexRoom(*this, n + 4)) return;
+  maxEntries = n;
+}
+
+void SpVec::zero() {
+  width = -1;
+  numEntries = values.count = indices.count = 0;
+}
+
+void SpVec::scale(double s) {
+  for (int k = 0; k < numEntries; ++k) values.data[k] *= s;
+}
+
+void SpVec::quantize(double q) {
+  for (int k = 0; k < numEntries; ++k) values.data[k] = std::floor(values.data[k] * q + 0.5) / q;
+  compact(0.5 / q);
+}
+
+void SpVec::compact(double threshold) {
+  int kept = 0;
+  for (int k = 0; k < numEntries; ++k) {
+    if (std::fabs(values.data[k]) < threshold) continue;
+    values.data[kept] = values.data[k];
+    indices.data[kept] = indices.data[k];
+    ++kept;
+  }
+  numEntries = indices.count = kept;
+  width = kept > 0 ? indices.data[kept - 1] : 0;
+}
+
+double SpVec::magSq() const { return limber::detail::dotChain(numEntries, values.data, values.data); }
+
+double SpVec::mag() const { return std::sqrt(magSq()); }
+
+double SpVec::weightedL2(const Vector* w) const {
+  if (!w) return magSq();
+  double sum = 0.0;
+  for (int k = 0; k < numEntries; ++k) {
+    const double value = values.data[k];
+    if (inStorage(*w, indices.data[k])) sum += w->data[indices.data[k]] * (value * value);
+  }
+  return sum;
+}
+
+double SpVec::addElems() const {
+  double sum = 0.0;
+  for (int k = 0; k < numEntries; ++k) sum += values.data[k];
+  return sum;
+}
+
+void SpVec::scatter(Vector* v) const {
+  if (!v) return;
+  *v = 0.0;
+  for (int k = 0; k < numEntries; ++k)
+    if (indices.data[k] >= 0) v[indices.data[k]] = values.data[k];
+}
+
+void SpVec::gather(Vector* v) {
+  if (!v) return;
+  for (int i = 0; i < v->count; ++i)
+    if (v->data[i] != 0.0) insEnd(v->data[i], i);
+}
+
+void SpVec::scatterAdd(Vector* v, double s) const {
+  if (!v) return;
+  for (int k = 0; k < numEntries; ++k)
+    if (inStorage(*v, indices.data[k])) v->data[indices.data[k]] += s * values.data[k];
+}
+
+void SpVec::print() const {
+  stdoutPrintf("SpVec [%d of %d] width [%d] ", numEntries, maxEntries, width);
+  for (int k = 0; k < std::min(numEntries, 4); ++k)
+    stdoutPrintf("(%d %5.2f)", indices.data[k], values.data[k]);
+  stdoutPrintf(numEntries < 5 ? "\n" : "...\n");
+}
+
+void SpVec::sprint(char* buf) const {
+  std::sprintf(buf, "SpVec [%d of %d] width [%d]", numEntries, maxEntries, width);
+}
+
+void SpVec::portray(int n) const {
+  stdoutPrintf("[");
+  for (int i = 0; i < n; ++i) stdoutPrintf(numberPrintFormat, v(i));
+  stdoutPrintf("...]");
+}
+
+void copy(const SpVec& src, SpVec& dst) {
+  dst.grow(std::max(dst.maxEntries, src.numEntries + 2));
+  const int n = std::min(src.numEntries, dst.maxEntries);
+  dst.width = src.width;
+  if (&src != &dst) {
+    std::copy_n(src.indices.data, n, dst.indices.data);
+    std::copy_n(src.values.data, n, dst.values.data);
+  }
+  dst.numEntries = dst.values.count = dst.indices.count = n;
+}

@@ -1,0 +1,86 @@
+#pragma once
+
+/// @file
+/// The sparse row and its copy.
+
+#include "limber/Api.h"
+#include "limber/linalg/IntVec.h"
+#include "limber/linalg/Vector.h"
+
+/// A sparse row: entries (index, value) in ascending index order. Insertions drop a value x with
+/// -1e-12 <= x <= 1e-12. Storage never shrinks. Dense vectors that a row is combined with are reached at the
+/// stored indices as they are; an entry whose index lies outside the dense vector's storage is passed over.
+class LIMBER_API SpVec {
+ public:
+  /// Entries that fit before ins() grows the row.
+  int maxEntries;
+  int numEntries;
+  /// One past the largest stored index after insertions and sums, -1 while empty; the largest index itself
+  /// (0 if none) after compact() and quantize().
+  int width;
+  /// The stored values. After compact() and quantize() its count is still the old one; the next insertion
+  /// brings it back to numEntries.
+  Vector values;
+  IntVec indices;
+
+  /// An empty row with room for n entries.
+  SpVec(int n = 4);
+  /// Deep copies, with the source's maxEntries.
+  SpVec(const SpVec* src);
+  SpVec(const SpVec& src);
+  ~SpVec();
+  /// copy(src, *this).
+  SpVec& operator=(const SpVec& src);
+  /// Empties the row and makes room for n entries.
+  void init(int n);
+
+  /// The value stored at index i, 0.0 when there is none.
+  double v(int i) const;
+  /// The value of the k-th stored entry; k is not tested.
+  LIMBER_INLINE double& e(int k) { return values.data[k]; }
+  /// The first stored value.
+  LIMBER_INLINE double* vs() const { return values.data; }
+
+  /// Inserts x at index i, or adds it to the value stored there.
+  void ins(double x, int i);
+  /// Appends (i, x) whatever the order of the indices.
+  void insEnd(double x, int i);
+  /// Makes room for n entries and sets maxEntries to n.
+  void grow(int n);
+  /// Empties the row.
+  void zero();
+  /// value = s value; tiny results stay.
+  void scale(double s);
+  /// value = floor(q value + 0.5) / q, then compact(0.5 / q).
+  void quantize(double q);
+  /// Removes the entries of magnitude below `threshold`.
+  void compact(double threshold);
+
+  /// The sum of the squared values in entry order.
+  double magSq() const;
+  /// The square root of magSq().
+  double mag() const;
+  /// The sum of w[index] value^2; magSq() when w is null.
+  double weightedL2(const Vector* w) const;
+  /// The sum of the values in entry order.
+  double addElems() const;
+
+  /// `v` is the first of an array of vectors, which must reach to the largest stored index: sets all elements
+  /// of v[0] to 0.0 and then, entry by entry, all elements of the vector v[index] to the value. With a single
+  /// vector only entries at index 0 may be stored.
+  void scatter(Vector* v) const;
+  /// Appends (i, v[i]) for each element that is not 0.0, in ascending order; the row is not emptied first.
+  void gather(Vector* v);
+  /// v[index] = v[index] + s value.
+  void scatterAdd(Vector* v, double s) const;
+
+  /// Prints numEntries, maxEntries, width and the first four entries.
+  void print() const;
+  /// Writes "SpVec [numEntries of maxEntries] width [width]".
+  void sprint(char* buf) const;
+  /// Prints the positions 0 ... n - 1 as a dense row with numberPrintFormat.
+  void portray(int n) const;
+};
+
+/// dst = src; dst keeps room for two entries more, or what it had.
+LIMBER_API void copy(const SpVec& src, SpVec& dst);

@@ -1,0 +1,49 @@
+#include "limber/linalg/SparseDot.h"
+
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/detail/RowStorage.h"
+
+namespace {
+
+/// The sum of term(index, a-value, b-value) over the common indices.
+template <class Term>
+double mergedSum(const SpVec& a, const SpVec& b, Term term) {
+  double sum = 0.0;
+  if (!a.values.data || !b.values.data || a.numEntries <= 0 || b.numEntries <= 0) return sum;
+  const int* ia = a.indices.data;
+  const int* ib = b.indices.data;
+  const int na = a.numEntries, nb = b.numEntries;
+  if (ia[0] > ib[nb - 1] || ib[0] > ia[na - 1]) return sum;
+  int ka = 0, kb = 0;
+  while (ka < na && kb < nb) {
+    const int atA = ia[ka], atB = ib[kb];
+    if (atA == atB) sum += term(atA, a.values.data[ka], b.values.data[kb]);
+    ka += atA <= atB;
+    kb += atB <= atA;
+  }
+  return sum;
+}
+
+}  // namespace
+
+double dot(SpVec& a, SpVec& b) {
+  return mergedSum(a, b, [](int, double x, double y) { return x * y; });
+}
+
+double sdot(SpVec* a, SpVec* b, Vector* w) {
+  if (!w) return dot(*a, *b);
+  return mergedSum(*a, *b, [w](int i, double x, double y) {
+    return limber::detail::inStorage(*w, i) ? w->data[i] * y * x : 0.0;
+  });
+}
+
+double dot(SpVec& a, Vector* v) {
+  double sum = 0.0;
+  for (int k = 0; k < a.numEntries; ++k) {
+    const int i = a.indices.data[k];
+    if (limber::detail::inStorage(*v, i)) sum += v->data[i] * a.values.data[k];
+  }
+  return sum;
+}
+
+double dot(Vector* v, SpVec& a) { return dot(a, v); }

@@ -1,0 +1,40 @@
+#include "limber/linalg/SparseSum.h"
+
+#include <algorithm>
+
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/detail/RowStorage.h"
+
+namespace {
+
+/// The merge deliberately runs only while one of the current indices is below this.
+constexpr int indexLimit = 10000;
+
+}  // namespace
+
+void ssum(const SpVec& a, double sa, const SpVec& b, double sb, SpVec& out) {
+  out.zero();
+  limber::detail::RowWriter writer(out);
+  // Behind out.zero(): a row that is also the output is empty from here on.
+  const int na = a.numEntries, nb = b.numEntries;
+  const int* ia = a.indices.data;
+  const int* ib = b.indices.data;
+  const double* va = a.values.data;
+  const double* vb = b.values.data;
+  int ka = 0, kb = 0;
+  while (ka < na && kb < nb) {
+    const int atA = ia[ka], atB = ib[kb], at = std::min(atA, atB);
+    if (at >= indexLimit) break;
+    // One row's product or the sum of both, without a branch that cannot be predicted: an absent row adds
+    // 0.0, which changes no value that is stored.
+    const bool fromA = atA == at, fromB = atB == at;
+    writer.append((fromA ? sa * va[ka] : 0.0) + (fromB ? sb * vb[kb] : 0.0), at);
+    ka += fromA;
+    kb += fromB;
+  }
+  for (; ka < na && ia[ka] < indexLimit; ++ka) writer.append(sa * va[ka], ia[ka]);
+  for (; kb < nb && ib[kb] < indexLimit; ++kb) writer.append(sb * vb[kb], ib[kb]);
+  writer.finish();
+}
+
+void sum(SpVec& a, SpVec& b, SpVec& out) { ssum(a, 1.0, b, 1.0, out); }

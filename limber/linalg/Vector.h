@@ -1,0 +1,113 @@
+#pragma once
+
+/// @file
+/// The dense vector: the currency of every matrix product and solver.
+
+#include <cstddef>
+
+#include "limber/Api.h"
+
+/// A growable array of doubles. Up to four elements live inside the object; storage never shrinks. Operations
+/// between vectors of different sizes act on the common leading part and leave the rest alone. No index is
+/// tested. The vector owns `data` exactly when `capacity` is greater than 4.
+class LIMBER_API Vector {
+ public:
+  int count;
+  int capacity;
+  double* data;
+  double localData[4];
+
+  /// n zeros. `file` and `line` name the construction site; they are accepted and not stored.
+  Vector(int n = 0, const char* file = 0, int line = -3);
+  /// n zeros with room for maxSize elements (for n, should that be more).
+  Vector(int n, int maxSize);
+  /// Adopts the array: nothing is copied or cleared. An array of more than four elements is released with
+  /// delete[] later, one of four or fewer never. Where there is no array, n zeros.
+  Vector(int n, double* array);
+  /// n zeros: there is neither a file name nor an array.
+  Vector(int n, std::nullptr_t);
+  /// A deep copy; its capacity is that of Vector(src.count).
+  Vector(const Vector& src);
+  ~Vector();
+
+  LIMBER_INLINE int size() const { return count; }
+  LIMBER_INLINE int maxSize() const { return capacity; }
+  LIMBER_INLINE double& operator[](int i) const { return data[i]; }
+  LIMBER_INLINE double& e(int i) const { return data[i]; }
+
+  /// this[i] = x.
+  void operator=(double x);
+  LIMBER_INLINE void operator=(int x) { *this = static_cast<double>(x); }
+  /// Takes the size and the elements of src.
+  void operator=(const Vector& src);
+  void operator=(const Vector* src);
+
+  /// Sets the size. Elements that become visible keep what their slots held: zeros after a reallocation, the
+  /// old values after a shrink.
+  LIMBER_INLINE void grow(int n) {
+    if (n > capacity) resize(n);
+    count = n <= capacity ? n : 0;
+  }
+  /// Makes room for n elements, at least twice the old capacity and 8 more when it must reallocate; the new
+  /// elements are zeros. The size stays.
+  void resize(int n);
+  /// Appends x.
+  LIMBER_INLINE void push(double x) {
+    grow(count + 1);
+    if (count > 0) data[count - 1] = x;
+  }
+
+  /// this[i] = src[i] + this[i].
+  void operator+=(const Vector& src);
+  void operator+=(Vector* src);
+  /// this[i] = this[i] - src[i].
+  void operator-=(const Vector& src);
+  void operator-=(Vector* src);
+  /// this[i] = this[i] src[i].
+  void operator*=(const Vector& src);
+  /// this[i] = this[i] / src[i]; no test for zero.
+  void operator/=(const Vector& src);
+  void operator/=(Vector* src);
+  /// this[i] = this[i] + s.
+  void operator+=(double s);
+  LIMBER_INLINE void operator+=(int s) { *this += static_cast<double>(s); }
+  /// this[i] = this[i] s.
+  void operator*=(double s);
+  void scale(double s);
+  /// A number would silently become a vector of that many zeros.
+  void operator-=(double) = delete;
+  void operator/=(double) = delete;
+
+  /// this[i] = b[i] + a[i] below the smallest of the three sizes; the size of this vector stays.
+  void sum(Vector* a, const Vector* b);
+  /// this[i] = s src[i] + this[i].
+  void scaleAdd(double s, Vector* src);
+
+  /// The sum of squares, from 0.0 in ascending order.
+  double magSq() const;
+  /// The square root of magSq().
+  double mag() const;
+  /// The sum of the elements count, count - 1, ..., 0, in that order: the slot behind the last element
+  /// deliberately takes part, where it lies inside the storage.
+  double addElems() const;
+  /// For ascending elements: the index of the last element not above x, 0 below the first, count - 1 above
+  /// the last. An exact hit on the last element gives count - 2, because the search never probes it.
+  int closestToInSorted(double x) const;
+  /// The piecewise-linear value at the fractional index t, extrapolated along the first and last segments.
+  /// Wants two elements or more.
+  double lerp(double t) const;
+  /// Prints "[", each element with numberPrintFormat, and "]".
+  void print() const;
+};
+
+/// The sum of a[i] b[i] over the common part, from 0.0 in ascending order.
+LIMBER_API double dot(Vector* a, Vector* b);
+/// v->magSq().
+LIMBER_API double magSq(Vector* v);
+/// dst->scaleAdd(s, src).
+LIMBER_API void scaleAdd(Vector* dst, double s, Vector* src);
+/// dst = s src; dst takes the size of src.
+LIMBER_API void scaleCopy(double s, Vector* src, Vector* dst);
+/// Prints, with the runtime's own printf, how many reallocations there were in the process and, for each pair
+/// (requested size, old capacity), how often it came back after the first time.
+LIMBER_API void printVectorResizeStats();

@@ -1,0 +1,61 @@
+#include "limber/linalg/detail/RowStorage.h"
+
+#include <algorithm>
+#include <new>
+
+#include "limber/foundation/detail/ReportSite.h"
+
+namespace limber::detail {
+
+bool setIndexRoom(SpVec& row, int room) {
+  IntVec& indices = row.indices;
+  int* bigger = new (std::nothrow) int[static_cast<std::size_t>(std::max(room, 0))];
+  if (!bigger) {
+    ReportSite{"Vectors", __LINE__}.fatal(newFails);
+    clearRow(row);
+    return false;
+  }
+  if (indices.data) std::copy_n(indices.data, std::min(row.numEntries, indices.capacity), bigger);
+  delete[] indices.data;
+  indices.data = bigger;
+  indices.capacity = std::max(room, 0);
+  return true;
+}
+
+bool setValueRoom(SpVec& row, int room) {
+  row.values.resize(room);
+  if (row.values.capacity >= room) return true;
+  clearRow(row);
+  return false;
+}
+
+void clearRow(SpVec& row) {
+  row.zero();
+  row.maxEntries = 0;
+}
+
+bool roomForAppend(SpVec& row) {
+  const int n = row.numEntries;
+  row.values.count = row.indices.count = n;
+  if (n >= row.indices.capacity && !setIndexRoom(row, 2 * n + 6)) return false;
+  return n < row.values.capacity || setValueRoom(row, n + 1);
+}
+
+void RowWriter::attach() {
+  values_ = row_.values.data;
+  indices_ = row_.indices.data;
+  room_ = std::min(row_.values.capacity, row_.indices.capacity);
+}
+
+bool RowWriter::makeRoom() {
+  if (failed_) return false;
+  row_.numEntries = count_;
+  failed_ = !roomForAppend(row_);
+  if (failed_)
+    count_ = room_ = 0;
+  else
+    attach();
+  return !failed_;
+}
+
+}  // namespace limber::detail
