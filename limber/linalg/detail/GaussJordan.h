@@ -1,8 +1,8 @@
 #pragma once
 
+#include <cmath>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
+#include <limits>
 
 /// @file
 /// The one Gauss-Jordan elimination with full pivoting behind every dense inversion of the library that does
@@ -13,10 +13,10 @@ namespace limber::detail {
 
 /// Working space of an elimination on n x n; n entries each, contents irrelevant before and after.
 struct GaussJordanScratch {
-  int* uses;              ///< how often each column has been a pivot column
-  int* pivotRow;          ///< row and column of each step's pivot
-  int* pivotColumn;       //
-  std::uint64_t* closed;  ///< all ones for columns that have been used, else 0
+  int* uses;         ///< how often each column has been a pivot column
+  int* pivotRow;     ///< row and column of each step's pivot
+  int* pivotColumn;  //
+  double* closed;  ///< NaN for columns that have been used, else 0: |a| + closed loses every comparison there
 };
 
 /// The scratch of an elimination of at most N x N, without an allocation.
@@ -29,7 +29,7 @@ class FixedGaussJordanScratch {
   int uses_[N];
   int pivotRow_[N];
   int pivotColumn_[N];
-  std::uint64_t closed_[N];
+  double closed_[N];
 };
 
 /// What an elimination tells its caller. A caller derives from this and hides what it needs; nothing is
@@ -47,28 +47,19 @@ struct GaussJordanWatcher {
   void rowReduced(int /*row*/, int /*column*/, double /*factor*/) {}
 };
 
-/// |x|, or NaN, which loses every comparison, where `closed` is all ones.
-inline double openMagnitude(double x, std::uint64_t closed) {
-  std::uint64_t bits;
-  std::memcpy(&bits, &x, sizeof bits);
-  bits = (bits & ~(std::uint64_t{1} << 63)) | closed;
-  std::memcpy(&x, &bits, sizeof x);
-  return x;
-}
-
 /// The largest magnitude in the open places of a row, -1 where there is none. Eight maxima side by side: the
 /// largest of several is the same in any order.
-inline double largestOpen(const double* __restrict row, const std::uint64_t* __restrict closed, int n) {
+inline double largestOpen(const double* __restrict row, const double* __restrict closed, int n) {
   double best[8] = {-1.0, -1.0, -1.0, -1.0, -1.0, -1.0, -1.0, -1.0};
   int j = 0;
   for (; j + 8 <= n; j += 8) {
     for (int k = 0; k < 8; k++) {
-      const double magnitude = openMagnitude(row[j + k], closed[j + k]);
+      const double magnitude = std::fabs(row[j + k]) + closed[j + k];
       best[k] = magnitude > best[k] ? magnitude : best[k];
     }
   }
   for (int k = 0; j < n; j++, k++) {
-    const double magnitude = openMagnitude(row[j], closed[j]);
+    const double magnitude = std::fabs(row[j]) + closed[j];
     best[k] = magnitude > best[k] ? magnitude : best[k];
   }
   for (int k = 1; k < 8; k++) best[0] = best[k] > best[0] ? best[k] : best[0];
@@ -88,31 +79,12 @@ inline void findPivot(const double* a, int n, int ld, const GaussJordanScratch& 
     best = inRow;
     row = i;
     for (int j = n - 1; j >= 0; j--) {
-      if (openMagnitude(values[j], s.closed[j]) == inRow) {
+      if (std::fabs(values[j]) + s.closed[j] == inRow) {
         column = j;
         break;
       }
     }
   }
-}
-
-/// The same for a small N, without a branch: the pattern of pivots is what no processor predicts.
-template <int N>
-inline void findPivotFixed(const double* a, int ld, const GaussJordanScratch& s, int& row, int& column) {
-  double magnitudes[N * N];
-  double best = -1.0;
-  for (int i = 0; i < N; i++) {
-    const std::uint64_t closedRow = s.uses[i] == 1 ? ~std::uint64_t{0} : 0;
-    for (int j = 0; j < N; j++) {
-      const double magnitude = openMagnitude(a[i * ld + j], closedRow | s.closed[j]);
-      magnitudes[i * N + j] = magnitude;
-      best = magnitude > best ? magnitude : best;
-    }
-  }
-  int place = row * N + column;
-  for (int k = 0; k < N * N; k++) place = magnitudes[k] == best ? k : place;
-  row = place / N;
-  column = place % N;
 }
 
 /// Replaces the leading n x n block of the row-major `a` (row stride `ld`) by its inverse. With Size above 0
@@ -123,7 +95,7 @@ void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher&
   const int size = Size > 0 ? Size : n;
   for (int j = 0; j < size; j++) {
     s.uses[j] = 0;
-    s.closed[j] = 0;
+    s.closed[j] = 0.0;
   }
   const auto rowAt = [a, ld](int i) { return a + static_cast<std::ptrdiff_t>(i) * ld; };
   int row = 0;
@@ -136,13 +108,9 @@ void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher&
         for (int k = 0; k < usedTwice; k++) watcher.columnUsedTwice();
       }
     }
-    if constexpr (Size > 0) {
-      findPivotFixed<Size>(a, ld, s, row, column);
-    } else {
-      findPivot(a, size, ld, s, row, column);
-    }
+    findPivot(a, size, ld, s, row, column);
     s.uses[column]++;
-    s.closed[column] = ~std::uint64_t{0};
+    s.closed[column] = std::numeric_limits<double>::quiet_NaN();
     if (s.uses[column] == 2) usedTwice++;
     double* const pivotRow = rowAt(column);
     if (row != column) {
