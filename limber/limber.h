@@ -38,6 +38,11 @@
 #include "limber/geometry/QuatTransform.h"
 
 // ode
+#include "limber/ode/EulerSolver.h"
+#include "limber/ode/Integrand.h"
+#include "limber/ode/OdeSolver.h"
+#include "limber/ode/RK2Solver.h"
+#include "limber/ode/RK4Solver.h"
 
 // io
 

@@ -24,4 +24,19 @@ int holders(const void* p);
 /// Storage is released (or handed over) whoever else held it: a later object at the same address starts anew.
 void forgetHolders(const void* p);
 
+/// `p` lets go of its object, which is deleted when nobody else holds it. Null afterwards.
+template <class T>
+void dropShared(T*& p) {
+  if (unshare(p)) delete p;
+  p = nullptr;
+}
+
+/// `to` lets go of its object and holds that of `from` beside it; null when that cannot be noted.
+template <class T>
+void copyShared(T*& to, T* from) {
+  if (to == from) return;
+  dropShared(to);
+  if (share(from)) to = from;
+}
+
 }  // namespace limber::detail

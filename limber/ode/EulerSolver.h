@@ -1,0 +1,21 @@
+#pragma once
+
+#include "limber/ode/OdeSolver.h"
+
+/// The explicit Euler method, of first order: x += dt f(x, t).
+class LIMBER_API EulerSolver : public OdeSolver {
+ public:
+  Vector* work;
+
+  explicit EulerSolver(Integrand* integrand);
+  /// Deliberately stores size + 1, one more than asked for.
+  EulerSolver(Integrand* integrand, int size);
+  EulerSolver(const EulerSolver&);
+  EulerSolver& operator=(const EulerSolver&);
+  ~EulerSolver();
+
+  int step(Vector* x, double t, double dt) override;
+
+ private:
+  void init();
+};

@@ -1,0 +1,11 @@
+#include "limber/ode/Integrand.h"
+
+#include "limber/foundation/detail/ReportSite.h"
+
+Integrand::Integrand(const Integrand&) = default;
+Integrand& Integrand::operator=(const Integrand&) = default;
+
+int Integrand::fprime(Vector*, double, Vector*) {
+  limber::detail::ReportSite{"Vectors", 1098}.error("Evaluate generic Integrand");
+  return 0;
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "limber/Api.h"
+
+class Vector;
+
+/// The right-hand side of a system of ordinary differential equations, x' = f(x, t). Callers derive from it.
+class LIMBER_API Integrand {
+ public:
+  LIMBER_INLINE Integrand() {}
+  Integrand(const Integrand&);
+  Integrand& operator=(const Integrand&);
+
+  /// dxdt = f(x, t), overwriting. `dxdt` comes with the size of `x`. The solvers do not look at the result.
+  /// This base version reports "Evaluate generic Integrand" and returns 0.
+  virtual int fprime(Vector* x, double t, Vector* dxdt);
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "limber/Api.h"
+
+class Integrand;
+class Vector;
+
+/// An explicit one-step integrator of x' = f(x, t). Nothing is checked: neither the step size, nor what the
+/// integrand returns. Solvers have work vectors of their own, which copies share (so copies do not step at
+/// the same time) and the last of them releases.
+class LIMBER_API OdeSolver {
+ public:
+  Integrand* f;  ///< not owned
+  int n;         ///< the size that work vectors start with; they grow with the state
+
+  LIMBER_INLINE OdeSolver(Integrand* integrand, int size) : f(integrand), n(size) {}
+  OdeSolver(const OdeSolver&);
+  OdeSolver& operator=(const OdeSolver&);
+
+  /// Advances `x` in place from time t to t + dt. Overrides return 0. This base version reports "Generic
+  /// solver can't solve", leaves x as it is and returns 0.
+  virtual int step(Vector* x, double t, double dt);
+};

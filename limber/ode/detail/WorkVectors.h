@@ -1,0 +1,58 @@
+#pragma once
+
+#include <new>
+
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/foundation/detail/Sharing.h"
+#include "limber/linalg/Vector.h"
+
+namespace limber::detail {
+
+/// The work vectors of a solver, by the fields that hold them: all there, or, when memory failed, all null.
+template <int N>
+struct WorkVectors {
+  Vector** fields[N];
+
+  /// Makes the vectors with `n` entries each. A failure is reported once, at `site`, and leaves the fields
+  /// null.
+  void create(int n, const ReportSite& site) const {
+    for (Vector** field : fields) {
+      *field = new (std::nothrow) Vector(n < 0 ? 0 : n);
+      if (*field) continue;
+      site.fatal(newFails);
+      drop();
+      return;
+    }
+  }
+
+  /// Holds the vectors of another solver beside it.
+  void share(const Vector* const (&others)[N]) const {
+    for (int i = 0; i < N; i++) copyShared(*fields[i], const_cast<Vector*>(others[i]));
+    if (!complete()) drop();
+  }
+
+  void drop() const {
+    for (Vector** field : fields) dropShared(*field);
+  }
+
+  /// Gives every vector the size of the state; false when memory failed (reported by then).
+  bool grow(int size) const {
+    if (!complete()) return false;
+    for (Vector** field : fields) {
+      if ((*field)->size() == size) continue;
+      (*field)->grow(size);
+      if ((*field)->size() != size) return false;
+    }
+    return true;
+  }
+
+ private:
+  bool complete() const {
+    for (Vector** field : fields) {
+      if (!*field) return false;
+    }
+    return true;
+  }
+};
+
+}  // namespace limber::detail
