@@ -1,0 +1,203 @@
+// What the solvers hold: sizes asked for, growth with the state, copies that share.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <optional>
+
+#include "limber/limber.h"
+#include "tests/ode/Systems.h"
+#include "tests/support/CapturedOutput.h"
+#include "tests/support/Tolerance.h"
+
+namespace {
+
+/// Distance of a field from the start of its object.
+template <class Object, class Field>
+long at(const Object& object, const Field& field) {
+  return static_cast<long>(reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&object));
+}
+
+constexpr long word = sizeof(void*);
+
+TEST(OdeLayout, FieldsStandBehindTheTablePointerInOrder) {
+  Decay decay;
+  EulerSolver euler(&decay);
+  RK2Solver rk2(&decay);
+  RK4Solver rk4(&decay);
+  EXPECT_EQ(sizeof(Integrand), sizeof(void*));
+  EXPECT_EQ(at(euler, euler.f), word);
+  EXPECT_EQ(at(euler, euler.n), 2 * word);
+  EXPECT_EQ(at(euler, euler.work), 3 * word);
+  EXPECT_EQ(at(rk2, rk2.k1), 3 * word);
+  EXPECT_EQ(at(rk2, rk2.k2), 4 * word);
+  EXPECT_EQ(at(rk4, rk4.k1), 3 * word);
+  EXPECT_EQ(at(rk4, rk4.k4), 6 * word);
+  EXPECT_EQ(at(rk4, rk4.stage), 7 * word);
+}
+
+#if defined(__GXX_ABI_VERSION) && !defined(_WIN32)
+/// The function in the first slot of the table that the object begins with.
+template <class Function>
+Function firstSlot(const void* object) {
+  const void* table;
+  std::memcpy(&table, object, sizeof table);
+  Function function;
+  std::memcpy(&function, table, sizeof function);
+  return function;
+}
+
+TEST(OdeLayout, TheOneVirtualOperationIsTheFirstSlot) {
+  CapturedOutput captured;
+  using Step = int (*)(OdeSolver*, Vector*, double, double);
+  using Fprime = int (*)(Integrand*, Vector*, double, Vector*);
+  Integrand generic;
+  OdeSolver solver(&generic, 1);
+  Vector x(1), dxdt(1);
+  firstSlot<Step> (&solver)(&solver, &x, 0.0, 1.0);
+  firstSlot<Fprime> (&generic)(&generic, &x, 0.0, &dxdt);
+  EXPECT_EQ(
+      captured.err(),
+      "ERR: Generic solver can't solve @ (Vectors:971)\nERR: Evaluate generic Integrand @ (Vectors:1098)\n");
+}
+#endif
+
+TEST(OdeSizes, HundredUnlessAsked) {
+  Decay decay;
+  EXPECT_EQ(EulerSolver(&decay).n, 100);
+  EXPECT_EQ(EulerSolver(&decay).work->size(), 100);
+  EXPECT_EQ(RK2Solver(&decay).n, 100);
+  EXPECT_EQ(RK2Solver(&decay).k2->size(), 100);
+  EXPECT_EQ(RK4Solver(&decay).n, 100);
+  EXPECT_EQ(RK4Solver(&decay).k4->size(), 100);
+}
+
+// Deliberate: Euler's solver, and it alone, stores one more than asked.
+TEST(OdeSizes, AsAskedButOneMoreForEuler) {
+  Decay decay;
+  EXPECT_EQ(EulerSolver(&decay, 7).n, 8);
+  EXPECT_EQ(EulerSolver(&decay, 7).work->size(), 8);
+  EXPECT_EQ(RK2Solver(&decay, 7).n, 7);
+  EXPECT_EQ(RK2Solver(&decay, 7).k1->size(), 7);
+  EXPECT_EQ(RK4Solver(&decay, 7).n, 7);
+  for (Vector* RK4Solver::*field :
+       {&RK4Solver::k1, &RK4Solver::k2, &RK4Solver::k3, &RK4Solver::k4, &RK4Solver::stage}) {
+    EXPECT_EQ((RK4Solver(&decay, 7).*field)->size(), 7);
+  }
+}
+
+template <class Solver>
+class EachSolver : public ::testing::Test {};
+using Solvers = ::testing::Types<EulerSolver, RK2Solver, RK4Solver>;
+TYPED_TEST_SUITE(EachSolver, Solvers);
+
+/// The value that one element of x' = -x has after one step from 1.
+template <class Solver>
+double decayed() {
+  Decay decay;
+  Solver solver(&decay);
+  Vector x(1);
+  x = 1.0;
+  solver.step(&x, 0.0, 0.1);
+  return x[0];
+}
+
+// The size asked for is only where the work vectors start; no element depends on it, or on steps before.
+TYPED_TEST(EachSolver, WorkFollowsTheSizeOfTheState) {
+  Decay decay;
+  const double expected = decayed<TypeParam>();
+  for (const int asked : {-3, 0, 1, 4, 100}) {
+    TypeParam solver(&decay, asked);
+    for (const int size : {0, 1, 3, 300, 2, 5, 1000, 0, 6}) {
+      Vector x(size);
+      x = 1.0;
+      EXPECT_EQ(solver.step(&x, 0.0, 0.1), 0);
+      ASSERT_EQ(x.size(), size);
+      for (int i = 0; i < size; i++) ASSERT_TRUE(tolerance::sameBits(x[i], expected)) << asked << " " << size;
+    }
+  }
+}
+
+TYPED_TEST(EachSolver, StepsWithTheBaseIntegrandKeepGoing) {
+  CapturedOutput captured;
+  Integrand generic;
+  TypeParam solver(&generic);
+  Vector x(2);
+  solver.step(&x, 0.0, 0.1);
+  EXPECT_EQ(captured.errCalls().front(), "ERR: Evaluate generic Integrand @ (Vectors:1098)\n");
+}
+
+/// Gives its result a size of its own, whatever that of the state is.
+class SizeChanger : public Integrand {
+ public:
+  explicit SizeChanger(int size) : size_(size) {}
+  int fprime(Vector*, double, Vector* dxdt) override {
+    dxdt->grow(size_);
+    *dxdt = -1.0;
+    return 0;
+  }
+
+ private:
+  int size_;
+};
+
+// Nothing is checked, and nothing outside the vectors is touched: the common part advances.
+TYPED_TEST(EachSolver, IntegrandThatChangesSizesMovesTheCommonPart) {
+  for (const int size : {0, 1, 6, 8, 57}) {
+    SizeChanger right(size);
+    TypeParam solver(&right);
+    Vector x(7);
+    x = 3.0;
+    solver.step(&x, 0.0, 0.5);
+    ASSERT_EQ(x.size(), 7);
+    for (int i = 0; i < 7; i++) {
+      EXPECT_TRUE(tolerance::close(x[i], i < size ? 2.5 : 3.0, 8 * tolerance::epsilon)) << size << " " << i;
+    }
+  }
+}
+
+template <class Solver>
+void expectSameFields(const Solver& a, const Solver& b) {
+  EXPECT_EQ(a.f, b.f);
+  EXPECT_EQ(a.n, b.n);
+  const auto vectors = [](const Solver& solver) { return reinterpret_cast<const char*>(&solver) + 3 * word; };
+  EXPECT_EQ(std::memcmp(vectors(a), vectors(b), sizeof(Solver) - static_cast<std::size_t>(3 * word)), 0);
+}
+
+// Copies hold the same work vectors; whoever goes last releases them, in whatever order they go.
+TYPED_TEST(EachSolver, CopiesShareTheWork) {
+  Decay decay, other;
+  const double expected = decayed<TypeParam>();
+  std::optional<TypeParam> first(std::in_place, &decay, 5);
+  TypeParam second(*first);
+  expectSameFields(*first, second);
+  TypeParam third(&other, 50);
+  third = second;
+  expectSameFields(third, second);
+  TypeParam& self = third;
+  third = self;
+  third = second;
+  expectSameFields(third, second);
+  first.reset();
+  Vector x(8);
+  x = 1.0;
+  second.step(&x, 0.0, 0.1);
+  EXPECT_EQ(x[7], expected);
+  second = TypeParam(&other, 3);
+  EXPECT_EQ(second.f, &other);
+  x = 1.0;
+  third.step(&x, 0.0, 0.1);
+  EXPECT_EQ(x[7], expected);
+}
+
+TEST(OdeSolver, CopiesTheFields) {
+  Decay decay, other;
+  OdeSolver one(&decay, 3), two(&other, 4);
+  const OdeSolver copy(one);
+  EXPECT_EQ(copy.f, &decay);
+  EXPECT_EQ(copy.n, 3);
+  one = two;
+  EXPECT_EQ(one.f, &other);
+  EXPECT_EQ(one.n, 4);
+}
+
+}  // namespace
