@@ -1,0 +1,62 @@
+#pragma once
+
+/// @file
+/// The row-sparse matrix.
+
+#include "limber/Api.h"
+#include "limber/linalg/SpMat.h"
+
+class SpVec;
+
+/// An array of pointers to sparse rows, which belong to whoever made them: typically the Jacobian of a set of
+/// constraints, one row each. A null row counts as an empty one.
+class LIMBER_API HSpMat : public SpMat {
+ public:
+  /// Rows in use.
+  int numRows;
+  /// Length of the pointer array.
+  int rowCapacity;
+  SpVec** rows;
+
+  /// n row slots for the caller to fill (null until then).
+  explicit HSpMat(int n);
+  /// Copies share the pointer array until one of them needs a longer one.
+  HSpMat(const HSpMat& other);
+  HSpMat& operator=(const HSpMat& other);
+
+  int height() const override;
+  /// The largest width of all rows, 0 for no rows.
+  int width() const override;
+  /// y = A x: y grows to the number of rows, y_i = sum of x[index] value over the entries of row i, from 0.0
+  /// in entry order. Entries whose index lies outside the storage of x are left out.
+  void mult(const Vector* x, Vector* y) const override;
+  /// y = A^T x: y grows to the width and is cleared, then, row by row, y[index] += x_i value. Rows with x_i in
+  /// [-1e-12, 1e-12] are left out entirely, deliberately: it saves their work.
+  void multT(const Vector* x, Vector* y) const override;
+  /// The value at column j of row i, 0.0 for an absent entry or row.
+  double acc(int i, int j) const override;
+  /// Scales every row.
+  void scalar(double s) override;
+
+  /// Releases the pointer array, not the rows.
+  virtual ~HSpMat();
+  /// The smallest first index of the non-empty rows a ... b - 1; width(a, b) when there is none smaller.
+  virtual int left(int a, int b) const;
+  /// The same over all rows.
+  virtual int left() const;
+  /// The largest width of rows a ... b - 1, 0 when a >= b.
+  virtual int width(int a, int b) const;
+
+  /// Appends the pointer. A full array grows to 2 rows + 6.
+  void add(SpVec* r);
+  /// The i-th row, unchecked.
+  LIMBER_INLINE SpVec* row(int i) const { return rows[i]; }
+  /// No rows; the array stays (a matrix without one gets one of 5).
+  void clear();
+  /// Prints every row with SpVec::print.
+  void print() const;
+  /// Prints the first min(width, 12) columns of every row with SpVec::portray, each on a line.
+  void portray() const;
+  /// Prints the sizes, the number of entries and the sum of the rows' squared magnitudes.
+  void printStats() const;
+};

@@ -1,0 +1,35 @@
+#pragma once
+
+/// @file
+/// The interface through which every matrix of the library is reached.
+
+#include "limber/Api.h"
+
+class Vector;
+
+/// A matrix as the solvers see it: two sizes, two products, one element. It says nothing about structure,
+/// storage or ownership. There is no virtual destructor: a matrix is destroyed through its own type.
+///
+/// The bodies here are for classes that leave an operation out: they report "Function (...) not implemented"
+/// as a warning and return 0 or do nothing.
+class LIMBER_API SpMat {
+ public:
+  /// Number of rows.
+  virtual int height() const;
+  /// Number of columns.
+  virtual int width() const;
+  /// y = A x, overwriting y. x and y are different vectors.
+  virtual void mult(const Vector* x, Vector* y) const;
+  /// y = A^T x, overwriting y. x and y are different vectors.
+  virtual void multT(const Vector* x, Vector* y) const;
+  /// The element in row i, column j.
+  virtual double acc(int i, int j) const;
+  /// Prints a picture of the pattern: one line a row, "*" for a non-zero element, " " for a zero one.
+  /// Only packing <= 0 is supported; else reports an error and prints nothing.
+  virtual void depict(int packing);
+  /// The row-sparse image of A + diagAdd I, an HSpMat. Here: naiveCompact(this, diagAdd, a, b), so b says
+  /// whether the shared result starts anew, and the caller does not own it.
+  virtual SpMat* compact(double diagAdd, int a, int b);
+  /// A = s A.
+  virtual void scalar(double s);
+};
