@@ -12,8 +12,8 @@
 /// A dense matrix, stored row after row: element (i, j) is data[i columns + j].
 ///
 /// The storage has one spare element behind the last, because operator() accepts a column index equal to the
-/// width. Nothing throws; sizes that do not fit show as kind 1. A failed allocation is reported and leaves the
-/// matrix empty, with kind 1.
+/// width. Nothing throws; sizes that do not fit show as kind 1. A failed allocation is reported and leaves
+/// the matrix empty, with kind 1.
 ///
 /// A class may override operator(): the element-wise operators and products then work through it. Plain
 /// matrices run on the storage, with the same results.
@@ -55,7 +55,8 @@ class LIMBER_API FullMatrix : public SpMat {
 
   virtual ~FullMatrix();
   virtual FullMatrix transpose() const;
-  /// Element (i, j) for 0 <= i < rows and 0 <= j <= columns (deliberately not <) of a matrix whose kind is not
+  /// Element (i, j) for 0 <= i < rows and 0 <= j <= columns (deliberately not <) of a matrix whose kind is
+  /// not
   /// 1. Otherwise prints a message on standard error and returns a spare element shared by all matrices, 0.0
   /// each time it is handed out.
   virtual double& operator()(int i, int j) const;

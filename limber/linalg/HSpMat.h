@@ -30,7 +30,8 @@ class LIMBER_API HSpMat : public SpMat {
   /// y = A x: y grows to the number of rows, y_i = sum of x[index] value over the entries of row i, from 0.0
   /// in entry order. Entries whose index lies outside the storage of x are left out.
   void mult(const Vector* x, Vector* y) const override;
-  /// y = A^T x: y grows to the width and is cleared, then, row by row, y[index] += x_i value. Rows with x_i in
+  /// y = A^T x: y grows to the width and is cleared, then, row by row, y[index] += x_i value. Rows with x_i
+  /// in
   /// [-1e-12, 1e-12] are left out entirely, deliberately: it saves their work.
   void multT(const Vector* x, Vector* y) const override;
   /// The value at column j of row i, 0.0 for an absent entry or row.

@@ -1,0 +1,218 @@
+#include <algorithm>
+#include <cstdint>
+
+#include "limber/linalg/FullMatrix.h"
+#include "limber/linalg/MatrixMultiply.h"
+#include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/DenseStorage.h"
+
+using limber::detail::denseCount;
+using limber::detail::makeEmpty;
+using limber::detail::newDense;
+using limber::detail::runsOnStorage;
+using limber::detail::setDenseStorage;
+
+namespace {
+
+bool sameSize(const FullMatrix& a, const FullMatrix& b) {
+  return a.numRows == b.numRows && a.numColumns == b.numColumns;
+}
+
+// f(a, b) for each pair of elements of two matrices of one size, where f changes a.
+template <class F>
+void elementwise(const FullMatrix& a, const FullMatrix& b, F f) {
+  if (runsOnStorage(a) && runsOnStorage(b)) {
+    const std::int64_t n = denseCount(a);
+    for (std::int64_t k = 0; k < n; ++k) f(a.data[k], b.data[k]);
+    return;
+  }
+  for (int i = 0; i < a.numRows; ++i) {
+    for (int j = 0; j < a.numColumns; ++j) {
+      const double value = b(i, j);  // taken first: both may be the one spare element
+      f(a(i, j), value);
+    }
+  }
+}
+
+// out(i, j) = f(a(i, j), b(i, j)) for three matrices of one size; out is plain.
+template <class F>
+void elementwise(const FullMatrix& a, const FullMatrix& b, FullMatrix& out, F f) {
+  if (!out.data) return;
+  if (runsOnStorage(a) && runsOnStorage(b)) {
+    const std::int64_t n = denseCount(out);
+    for (std::int64_t k = 0; k < n; ++k) out.data[k] = f(a.data[k], b.data[k]);
+    return;
+  }
+  for (int i = 0; i < out.numRows; ++i) {
+    for (int j = 0; j < out.numColumns; ++j) {
+      const double left = a(i, j);
+      out.e(i, j) = f(left, b(i, j));
+    }
+  }
+}
+
+// Elements of v that exist, of the first n: its size does not matter, its storage does.
+int within(const Vector& v, int n) { return std::max(0, std::min(n, v.capacity)); }
+
+}  // namespace
+
+// An operator fills a temporary (kind 2) and returns a copy of it, which takes the storage over and has
+// kind 0. A temporary that failed (kind 1) has zeros to copy.
+
+FullMatrix FullMatrix::transpose() const {
+  FullMatrix result(numColumns, numRows, 2);
+  const int h = result.data && data ? numRows : 0;
+  for (int i = 0; i < h; ++i) {
+    for (int j = 0; j < numColumns; ++j) result.e(j, i) = e(i, j);
+  }
+  return FullMatrix(static_cast<const FullMatrix&>(result));
+}
+
+void FullMatrix::transposeInPlace() {
+  const std::int64_t n = denseCount(*this);
+  double* const fresh = newDense(n, true);
+  if (n > 0 && !fresh) {
+    delete[] data;
+    makeEmpty(*this);
+    return;
+  }
+  if (fresh) {
+    for (int i = 0; i < numRows; ++i) {
+      for (int j = 0; j < numColumns; ++j) fresh[static_cast<std::int64_t>(j) * numRows + i] = e(i, j);
+    }
+    delete[] data;
+    setDenseStorage(*this, fresh, n);
+  }
+  std::swap(numRows, numColumns);
+}
+
+FullMatrix FullMatrix::inverse() const {
+  FullMatrix result(*this);
+  result.kind = kind;
+  result.invert();
+  return result;
+}
+
+FullMatrix FullMatrix::operator*(const FullMatrix& other) const {
+  FullMatrix result(numRows, other.numColumns, 2);
+  if (other.numRows == numColumns) {
+    if (result.data) matrixMultiply(this, &other, &result);
+  } else {
+    result.kind = 1;
+  }
+  return FullMatrix(static_cast<const FullMatrix&>(result));
+}
+
+FullMatrix FullMatrix::operator+(const FullMatrix& other) const {
+  FullMatrix result(numRows, other.numColumns, 2);
+  if (sameSize(*this, other)) {
+    elementwise(*this, other, result, [](double a, double b) { return a + b; });
+  } else {
+    result.kind = 1;
+  }
+  return FullMatrix(static_cast<const FullMatrix&>(result));
+}
+
+FullMatrix FullMatrix::operator-(const FullMatrix& other) const {
+  FullMatrix result(numRows, other.numColumns, 2);
+  if (sameSize(*this, other)) {
+    elementwise(*this, other, result, [](double a, double b) { return a - b; });
+  } else {
+    result.kind = 1;
+  }
+  return FullMatrix(static_cast<const FullMatrix&>(result));
+}
+
+void FullMatrix::operator*=(const FullMatrix& other) {
+  if (other.numRows != numColumns) {
+    kind = 1;
+    return;
+  }
+  FullMatrix result(numRows, other.numColumns, 0);
+  if (result.data) matrixMultiply(this, &other, &result);
+  delete[] data;
+  kind = result.kind;
+  numRows = result.numRows;
+  numColumns = result.numColumns;
+  setDenseStorage(*this, result.data, denseCount(result));
+  result.data = nullptr;
+}
+
+void FullMatrix::operator+=(const FullMatrix& other) {
+  if (sameSize(*this, other)) {
+    elementwise(*this, other, [](double& a, double b) { a += b; });
+  } else {
+    kind = 1;
+  }
+}
+
+void FullMatrix::operator-=(const FullMatrix& other) {
+  if (sameSize(*this, other)) {
+    elementwise(*this, other, [](double& a, double b) { a -= b; });
+  } else {
+    kind = 1;
+  }
+}
+
+// Written with < and >, deliberately: a NaN is neither.
+int FullMatrix::operator==(const FullMatrix& other) const {
+  if (!sameSize(*this, other)) return 0;
+  int equal = 1;
+  elementwise(*this, other, [&equal](double& a, double b) {
+    if (a < b || a > b) equal = 0;
+  });
+  return equal;
+}
+
+void FullMatrix::mult(const Vector* x, Vector* y) const {
+  const int h = within(*y, numRows);
+  const int w = within(*x, numColumns);
+  if (!runsOnStorage(*this)) {
+    for (int i = 0; i < h; ++i) {
+      double sum = 0.0;
+      for (int j = 0; j < w; ++j) sum += (*this)(i, j) * x->data[j];
+      y->data[i] = sum;
+    }
+    return;
+  }
+  // Eight rows side by side: each sum waits for its own additions only.
+  constexpr int side = 8;
+  int i = 0;
+  for (; i + side <= h; i += side) {
+    const double* row[side];
+    double sum[side] = {};
+    for (int k = 0; k < side; ++k) row[k] = (*this)[i + k];
+    for (int j = 0; j < w; ++j) {
+      const double xj = x->data[j];
+      for (int k = 0; k < side; ++k) sum[k] += row[k][j] * xj;
+    }
+    for (int k = 0; k < side; ++k) y->data[i + k] = sum[k];
+  }
+  for (; i < h; ++i) {
+    const double* const row = (*this)[i];
+    double sum = 0.0;
+    for (int j = 0; j < w; ++j) sum += row[j] * x->data[j];
+    y->data[i] = sum;
+  }
+}
+
+void FullMatrix::multT(const Vector* x, Vector* y) const {
+  const int h = within(*x, numRows);
+  const int w = within(*y, numColumns);
+  if (!runsOnStorage(*this)) {
+    for (int j = 0; j < w; ++j) {
+      double sum = 0.0;
+      for (int i = 0; i < h; ++i) sum += (*this)(i, j) * x->data[i];
+      y->data[j] = sum;
+    }
+    return;
+  }
+  // Row after row in memory order; each y_j still gets its terms in ascending i.
+  std::fill_n(y->data, w, 0.0);
+  double* __restrict out = y->data;
+  for (int i = 0; i < h; ++i) {
+    const double* __restrict row = (*this)[i];
+    const double xi = x->data[i];
+    for (int j = 0; j < w; ++j) out[j] += row[j] * xi;
+  }
+}

@@ -1,0 +1,56 @@
+#include "limber/linalg/ResizeMatrix.h"
+
+#include <cstdint>
+
+#include "limber/linalg/detail/DenseStorage.h"
+
+using limber::detail::denseCount;
+using limber::detail::makeEmpty;
+using limber::detail::newDense;
+using limber::detail::setDenseStorage;
+
+// The base's constructors cannot reach `allocated`; each of ours sets it.
+
+ResizeMatrix::ResizeMatrix(int n) : FullMatrix(n), allocated(data ? n : 0) {}
+
+ResizeMatrix::ResizeMatrix(int r, int c) : FullMatrix(r, c), allocated(0) {
+  setDenseStorage(*this, data, denseCount(*this));
+}
+
+ResizeMatrix::ResizeMatrix(const ResizeMatrix& other) : FullMatrix(other), allocated(0) {
+  // A temporary's storage, when the base took it over, may be larger than its shape.
+  const bool tookOver = other.kind == 2;
+  setDenseStorage(*this, data, tookOver ? other.allocated : denseCount(*this));
+  if (tookOver) const_cast<ResizeMatrix&>(other).allocated = 0;
+}
+
+ResizeMatrix::ResizeMatrix(const FullMatrix& other) : FullMatrix(other), allocated(0) {
+  setDenseStorage(*this, data, denseCount(*this));
+}
+
+ResizeMatrix& ResizeMatrix::operator=(const ResizeMatrix& other) {
+  FullMatrix::operator=(other);
+  return *this;
+}
+
+ResizeMatrix& ResizeMatrix::operator=(const FullMatrix& other) {
+  FullMatrix::operator=(other);
+  return *this;
+}
+
+ResizeMatrix::~ResizeMatrix() = default;
+
+void ResizeMatrix::grow(int r, int c) {
+  const std::int64_t n = static_cast<std::int64_t>(r) * c;
+  if (n > allocated) {
+    delete[] data;
+    setDenseStorage(*this, newDense(n, false), n);
+    if (!data) {
+      makeEmpty(*this);
+      return;
+    }
+  }
+  numRows = r;
+  numColumns = c;
+  kind = n < 1 ? 1 : 0;
+}

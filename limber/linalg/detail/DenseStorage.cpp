@@ -1,0 +1,76 @@
+#include "limber/linalg/detail/DenseStorage.h"
+
+#include <cstring>
+#include <limits>
+#include <new>
+#include <typeinfo>
+
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/linalg/FullMatrix.h"
+#include "limber/linalg/ResizeMatrix.h"
+
+namespace limber::detail {
+namespace {
+
+// Storage kept alive, in blocks so that a long list costs few allocations.
+struct KeptBlock {
+  static constexpr int size = 62;
+  KeptBlock* next;
+  int used;
+  double* data[size];
+};
+
+KeptBlock* kept = nullptr;
+
+}  // namespace
+
+double* newDense(std::int64_t n, bool cleared) {
+  if (n < 1) return nullptr;
+  constexpr std::int64_t most = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double) - 1;
+  double* const data = n < most ? new (std::nothrow) double[static_cast<std::size_t>(n) + 1] : nullptr;
+  if (!data) {
+    ReportSite{"Vectors", __LINE__}.fatal(newFails);
+    return nullptr;
+  }
+  if (cleared) std::memset(data, 0, (static_cast<std::size_t>(n) + 1) * sizeof(double));
+  return data;
+}
+
+std::int64_t denseCount(const FullMatrix& m) {
+  return m.data ? static_cast<std::int64_t>(m.numRows) * m.numColumns : 0;
+}
+
+bool runsOnStorage(const FullMatrix& m) {
+  if (m.kind == 1 || !m.data) return false;
+  const std::type_info& type = typeid(m);
+  return type == typeid(FullMatrix) || type == typeid(ResizeMatrix);
+}
+
+void setDenseStorage(FullMatrix& m, double* data, std::int64_t n) {
+  m.data = data;
+  // int is what the field is; a matrix too large for it counts as full
+  constexpr std::int64_t largest = std::numeric_limits<int>::max();
+  if (ResizeMatrix* const sized = dynamic_cast<ResizeMatrix*>(&m)) {
+    sized->allocated = data ? static_cast<int>(n < largest ? n : largest) : 0;
+  }
+}
+
+void makeEmpty(FullMatrix& m) {
+  m.kind = 1;
+  m.numRows = m.numColumns = 0;
+  setDenseStorage(m, nullptr, 0);
+}
+
+void keepAlive(double* data) {
+  if (!data) return;
+  if (!kept || kept->used == KeptBlock::size) {
+    KeptBlock* const block = new (std::nothrow) KeptBlock;
+    if (!block) return;  // it stays alive all the same, only out of a leak checker's sight
+    block->next = kept;
+    block->used = 0;
+    kept = block;
+  }
+  kept->data[kept->used++] = data;
+}
+
+}  // namespace limber::detail

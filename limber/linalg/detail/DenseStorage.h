@@ -1,0 +1,32 @@
+#pragma once
+
+/// @file
+/// How dense matrices hold their values.
+
+#include <cstdint>
+
+class FullMatrix;
+
+namespace limber::detail {
+
+/// n doubles and the spare one behind them, zeroed or not. Null after a failed allocation, which is reported,
+/// and for n < 1.
+double* newDense(std::int64_t n, bool cleared);
+
+/// Number of values in m's storage, the spare one not counted; 0 without storage.
+std::int64_t denseCount(const FullMatrix& m);
+
+/// Whether m's elements may be reached in its storage instead of through the virtual operator(): the class
+/// does not override it, and it would refuse none of them.
+bool runsOnStorage(const FullMatrix& m);
+
+/// Gives m another storage of n doubles, which it then owns; what it had is the caller's business.
+void setDenseStorage(FullMatrix& m, double* data, std::int64_t n);
+
+/// Empties m, which has no storage to release: no rows, no columns, kind 1.
+void makeEmpty(FullMatrix& m);
+
+/// Keeps storage that nobody owns any more reachable until the process ends.
+void keepAlive(double* data);
+
+}  // namespace limber::detail
