@@ -18,3 +18,5 @@ set_tests_properties(Project.EveryHeaderCompilesAlone PROPERTIES TIMEOUT 900)
 add_test(NAME Project.ServesAsSubdirectory
          COMMAND sh ${here}/subdirectory.sh ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER})
 set_tests_properties(Project.ServesAsSubdirectory PROPERTIES TIMEOUT 900)
+add_test(NAME Project.CompilesForWindows COMMAND Python3::Interpreter ${here}/windows.py ${PROJECT_SOURCE_DIR})
+set_tests_properties(Project.CompilesForWindows PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 900)

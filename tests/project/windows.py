@@ -1,0 +1,31 @@
+#!/usr/bin/env python3
+"""Every source of the library compiles for Windows (LLP64: long has 32 bits there). Skipped by name where the
+cross-compiler is not installed.
+
+usage: windows.py SOURCE_DIR
+"""
+import concurrent.futures
+import pathlib
+import shutil
+import subprocess
+import sys
+
+compiler = "x86_64-w64-mingw32-g++"
+if not shutil.which(compiler):
+    print(f"skipped: no {compiler} on this machine (tools/install-packages windows)")
+    sys.exit(77)
+source = pathlib.Path(sys.argv[1])
+sources = sorted((source / "limber").rglob("*.cpp"))
+
+
+def check(file):
+    command = [compiler, "-std=c++17", "-O1", "-Wall", "-Wextra", "-Werror", "-DLIMBER_BUILDING", f"-I{source}",
+               "-c", str(file), "-o", "/dev/null"]
+    done = subprocess.run(command, capture_output=True, text=True)
+    return None if done.returncode == 0 else f"{file.relative_to(source)}:\n{done.stderr}"
+
+
+with concurrent.futures.ThreadPoolExecutor(2) as pool:
+    failures = [failure for failure in pool.map(check, sources) if failure]
+print("\n".join(failures) or f"{len(sources)} sources compile for Windows")
+sys.exit(bool(failures) or not sources)
