@@ -7,46 +7,49 @@ using limber::detail::WorkVectors;
 
 namespace {
 
-// k *= dt; stage = x + weight k. In one pass; the bits are those of the Vector operations.
-void nextStage(const Vector* x, double dt, Vector* k, double weight, Vector* stage) {
-  const int size = x->size();
-  if (k->size() != size || stage->size() != size) {  // the integrand changed a size: the common part counts
-    *k *= dt;
-    *stage = *x;
-    stage->scaleAdd(weight, k);
-    return;
-  }
-  const double* const xs = x->data;
-  double* __restrict__ const ks = k->data;
-  double* __restrict__ const stages = stage->data;
+// The passes over the elements: no two arrays overlap.
+
+// k *= dt; stage = x + weight k.
+void nextStage(int size, const double* __restrict__ x, double dt, double* __restrict__ k, double weight,
+               double* __restrict__ stage) {
   for (int i = 0; i < size; i++) {
-    ks[i] *= dt;
-    stages[i] = weight * ks[i] + xs[i];
+    const double scaled = k[i] * dt;
+    k[i] = scaled;
+    stage[i] = weight * scaled + x[i];
   }
 }
 
 // k4 *= dt; x += k1/6 + k2/3 + k3/3 + k4/6, added one after the other.
-void advance(Vector* x, double dt, Vector* k1, Vector* k2, Vector* k3, Vector* k4) {
-  const int size = x->size();
+void advance(int size, double* __restrict__ x, double dt, const double* __restrict__ k1,
+             const double* __restrict__ k2, const double* __restrict__ k3, double* __restrict__ k4) {
   const double sixth = 1.0 / 6.0, third = 1.0 / 3.0;
-  if (k1->size() != size || k2->size() != size || k3->size() != size || k4->size() != size) {
-    *k4 *= dt;
-    x->scaleAdd(sixth, k1);
-    x->scaleAdd(third, k2);
-    x->scaleAdd(third, k3);
-    x->scaleAdd(sixth, k4);
-    return;
-  }
-  double* __restrict__ const xs = x->data;
-  const double *const k1s = k1->data, *const k2s = k2->data, *const k3s = k3->data;
-  double* __restrict__ const k4s = k4->data;
   for (int i = 0; i < size; i++) {
-    k4s[i] *= dt;
-    double sum = sixth * k1s[i] + xs[i];
-    sum = third * k2s[i] + sum;
-    sum = third * k3s[i] + sum;
-    xs[i] = sixth * k4s[i] + sum;
+    const double scaled = k4[i] * dt;
+    k4[i] = scaled;
+    double sum = sixth * k1[i] + x[i];
+    sum = third * k2[i] + sum;
+    sum = third * k3[i] + sum;
+    x[i] = sixth * scaled + sum;
   }
+}
+
+// The same in the operations of Vector, with the same bits, for when an integrand has changed a size: then
+// the common part counts.
+
+__attribute__((noinline, cold)) void nextStage(const Vector* x, double dt, Vector* k, double weight,
+                                               Vector* stage) {
+  *k *= dt;
+  *stage = *x;
+  stage->scaleAdd(weight, k);
+}
+
+__attribute__((noinline, cold)) void advance(Vector* x, double dt, Vector* k1, Vector* k2, Vector* k3,
+                                             Vector* k4) {
+  *k4 *= dt;
+  x->scaleAdd(1.0 / 6.0, k1);
+  x->scaleAdd(1.0 / 3.0, k2);
+  x->scaleAdd(1.0 / 3.0, k3);
+  x->scaleAdd(1.0 / 6.0, k4);
 }
 
 }  // namespace
@@ -74,15 +77,31 @@ RK4Solver::~RK4Solver() { WorkVectors<5>{&k1, &k2, &k3, &k4, &stage}.drop(); }
 void RK4Solver::init() { WorkVectors<5>{&k1, &k2, &k3, &k4, &stage}.create(n, {"Vectors", 1040}); }
 
 int RK4Solver::step(Vector* x, double t, double dt) {
-  if (!k1) init();
-  if (!WorkVectors<5>{&k1, &k2, &k3, &k4, &stage}.grow(x->size())) return 0;
-  f->fprime(x, t, k1);
-  nextStage(x, dt, k1, 0.5, stage);
-  f->fprime(stage, t + 0.5 * dt, k2);
-  nextStage(x, dt, k2, 0.5, stage);
-  f->fprime(stage, t + 0.5 * dt, k3);
-  nextStage(x, dt, k3, 1.0, stage);
-  f->fprime(stage, t + dt, k4);
-  advance(x, dt, k1, k2, k3, k4);
+  const WorkVectors<5> work{&k1, &k2, &k3, &k4, &stage};
+  if (!work.fit(x->size())) {
+    if (!k1) init();
+    if (!work.grow(x->size())) return 0;
+  }
+  const auto slope = [this](Vector* at, double time, Vector* k) { f->fprime(at, time, k); };
+  const auto stageFrom = [x, dt, this](Vector* k, double weight) {
+    const int size = x->size();
+    if (k->size() == size && stage->size() == size) {
+      nextStage(size, x->data, dt, k->data, weight, stage->data);
+    } else {
+      nextStage(x, dt, k, weight, stage);
+    }
+  };
+  slope(x, t, k1);
+  stageFrom(k1, 0.5);
+  slope(stage, t + 0.5 * dt, k2);
+  stageFrom(k2, 0.5);
+  slope(stage, t + 0.5 * dt, k3);
+  stageFrom(k3, 1.0);
+  slope(stage, t + dt, k4);
+  if (work.fit(x->size())) {
+    advance(x->size(), x->data, dt, k1->data, k2->data, k3->data, k4->data);
+  } else {
+    advance(x, dt, k1, k2, k3, k4);
+  }
   return 0;
 }

@@ -35,13 +35,22 @@ struct WorkVectors {
     for (Vector** field : fields) dropShared(*field);
   }
 
+  /// Whether all vectors are there and have that size.
+  bool fit(int size) const {
+    for (Vector** field : fields) {
+      if (!*field || (*field)->size() != size) return false;
+    }
+    return true;
+  }
+
   /// Gives every vector the size of the state; false when memory failed (reported by then).
   bool grow(int size) const {
-    if (!complete()) return false;
     for (Vector** field : fields) {
-      if ((*field)->size() == size) continue;
-      (*field)->grow(size);
-      if ((*field)->size() != size) return false;
+      Vector* const vector = *field;
+      if (!vector) return false;
+      if (vector->size() == size) continue;
+      vector->grow(size);
+      if (vector->size() != size) return false;
     }
     return true;
   }
