@@ -1,16 +1,26 @@
 #pragma once
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <vector>
 
-/// Times two pieces of work by turns, so that both see the same machine, and shows the medians: nanoseconds a
-/// call of each, and `ratio`, ours over the peer's (below 1: ours is faster). One iteration of the benchmark
-/// is one round of `calls` calls of each.
+inline double median(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+/// Medians over the rounds of byTurns: nanoseconds a call of each side, and ours over the peer's (below 1:
+/// ours is faster).
+struct Turns {
+  double ours, peer, ratio;
+};
+
+/// Times two pieces of work by turns, so that both see the same machine: in each round so many calls of each,
+/// the one that goes first changing from round to round.
 template <class Ours, class Peer>
-void compareByTurns(benchmark::State& state, int calls, Ours ours, Peer peer) {
+Turns byTurns(int rounds, int calls, Ours ours, Peer peer) {
   const auto nanoseconds = [calls](auto& work) {
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < calls; i++) work();
@@ -18,9 +28,8 @@ void compareByTurns(benchmark::State& state, int calls, Ours ours, Peer peer) {
     return elapsed.count() / calls;
   };
   std::vector<double> ourTimes, peerTimes, ratios;
-  for (auto _ : state) {
-    // Who goes first changes from round to round.
-    const bool oursFirst = ratios.size() % 2 == 0;
+  for (int round = 0; round < rounds; round++) {
+    const bool oursFirst = round % 2 == 0;
     double a = oursFirst ? nanoseconds(ours) : 0.0;
     const double b = nanoseconds(peer);
     if (!oursFirst) a = nanoseconds(ours);
@@ -28,12 +37,5 @@ void compareByTurns(benchmark::State& state, int calls, Ours ours, Peer peer) {
     peerTimes.push_back(b);
     ratios.push_back(a / b);
   }
-  const auto median = [](std::vector<double>& v) {
-    const auto middle = v.begin() + static_cast<std::ptrdiff_t>(v.size() / 2);
-    std::nth_element(v.begin(), middle, v.end());
-    return *middle;
-  };
-  state.counters["limber_ns"] = median(ourTimes);
-  state.counters["peer_ns"] = median(peerTimes);
-  state.counters["ratio"] = median(ratios);
+  return {median(ourTimes), median(peerTimes), median(ratios)};
 }

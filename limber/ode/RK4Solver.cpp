@@ -9,13 +9,14 @@ namespace {
 
 // The passes over the elements: no two arrays overlap.
 
-// k *= dt; stage = x + weight k.
-void nextStage(int size, const double* __restrict__ x, double dt, double* __restrict__ k, double weight,
+// k *= dt; stage = x + k, or x + k/2 where halved.
+template <bool halved>
+void nextStage(int size, const double* __restrict__ x, double dt, double* __restrict__ k,
                double* __restrict__ stage) {
   for (int i = 0; i < size; i++) {
     const double scaled = k[i] * dt;
     k[i] = scaled;
-    stage[i] = weight * scaled + x[i];
+    stage[i] = (halved ? 0.5 * scaled : scaled) + x[i];
   }
 }
 
@@ -33,18 +34,27 @@ void advance(int size, double* __restrict__ x, double dt, const double* __restri
   }
 }
 
-// The same in the operations of Vector, with the same bits, for when an integrand has changed a size: then
-// the common part counts.
+// The same on vectors. Where an integrand has changed a size, the common part counts, in the operations of
+// Vector, whose bits are those of the passes above.
 
-__attribute__((noinline, cold)) void nextStage(const Vector* x, double dt, Vector* k, double weight,
-                                               Vector* stage) {
+template <bool halved>
+void nextStage(const Vector* x, double dt, Vector* k, Vector* stage) {
+  const int size = x->size();
+  if (k->size() == size && stage->size() == size) {
+    nextStage<halved>(size, x->data, dt, k->data, stage->data);
+    return;
+  }
   *k *= dt;
   *stage = *x;
-  stage->scaleAdd(weight, k);
+  stage->scaleAdd(halved ? 0.5 : 1.0, k);
 }
 
-__attribute__((noinline, cold)) void advance(Vector* x, double dt, Vector* k1, Vector* k2, Vector* k3,
-                                             Vector* k4) {
+void advance(Vector* x, double dt, Vector* k1, Vector* k2, Vector* k3, Vector* k4) {
+  const int size = x->size();
+  if (k1->size() == size && k2->size() == size && k3->size() == size && k4->size() == size) {
+    advance(size, x->data, dt, k1->data, k2->data, k3->data, k4->data);
+    return;
+  }
   *k4 *= dt;
   x->scaleAdd(1.0 / 6.0, k1);
   x->scaleAdd(1.0 / 3.0, k2);
@@ -82,26 +92,13 @@ int RK4Solver::step(Vector* x, double t, double dt) {
     if (!k1) init();
     if (!work.grow(x->size())) return 0;
   }
-  const auto slope = [this](Vector* at, double time, Vector* k) { f->fprime(at, time, k); };
-  const auto stageFrom = [x, dt, this](Vector* k, double weight) {
-    const int size = x->size();
-    if (k->size() == size && stage->size() == size) {
-      nextStage(size, x->data, dt, k->data, weight, stage->data);
-    } else {
-      nextStage(x, dt, k, weight, stage);
-    }
-  };
-  slope(x, t, k1);
-  stageFrom(k1, 0.5);
-  slope(stage, t + 0.5 * dt, k2);
-  stageFrom(k2, 0.5);
-  slope(stage, t + 0.5 * dt, k3);
-  stageFrom(k3, 1.0);
-  slope(stage, t + dt, k4);
-  if (work.fit(x->size())) {
-    advance(x->size(), x->data, dt, k1->data, k2->data, k3->data, k4->data);
-  } else {
-    advance(x, dt, k1, k2, k3, k4);
-  }
+  f->fprime(x, t, k1);
+  nextStage<true>(x, dt, k1, stage);
+  f->fprime(stage, t + 0.5 * dt, k2);
+  nextStage<true>(x, dt, k2, stage);
+  f->fprime(stage, t + 0.5 * dt, k3);
+  nextStage<false>(x, dt, k3, stage);
+  f->fprime(stage, t + dt, k4);
+  advance(x, dt, k1, k2, k3, k4);
   return 0;
 }
