@@ -1,0 +1,231 @@
+#include "limber/linalg/BandedMatrix.h"
+
+#include <algorithm>
+#include <new>
+
+#include "limber/foundation/Output.h"
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/foundation/detail/Sharing.h"
+#include "limber/linalg/HSpMat.h"
+#include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/CompactRows.h"
+#include "limber/linalg/detail/RowStorage.h"
+
+using limber::detail::inStorage;
+using limber::detail::ReportSite;
+
+namespace {
+
+double** newRowPointers(int n) { return new (std::nothrow) double*[static_cast<std::size_t>(std::max(n, 0))](); }
+
+// One row of zeros.
+double* newRow(int width) { return new (std::nothrow) double[static_cast<std::size_t>(std::max(width, 0))](); }
+
+void releaseRow(double* row) {
+  if (limber::detail::unshare(row)) delete[] row;
+}
+
+// The pointer array belongs to all copies together, each row to all pointer arrays it is in.
+void release(const BandedMatrix& m) {
+  if (!limber::detail::unshare(m.data)) return;
+  for (int i = 0; m.data && i < m.maxRows; ++i) releaseRow(m.data[i]);
+  delete[] m.data;
+}
+
+void makeEmpty(BandedMatrix& m) {
+  m.maxRows = m.rows = m.maxWidth = m.bw = 0;
+  m.data = nullptr;
+}
+
+// Rows in use that are allocated, places of the band that are allocated.
+int usableRows(const BandedMatrix& m) { return m.data ? std::min(m.rows, m.maxRows) : 0; }
+
+int usableWidth(const BandedMatrix& m) { return std::max(0, std::min(2 * m.bw, m.maxWidth)); }
+
+// Where (i, j) is stored, null outside the band or the storage.
+double* place(const BandedMatrix& m, int i, int j) {
+  const int k = m.bw - i + j;
+  if (i < 0 || !m.data || i >= m.maxRows || k < 0 || k >= usableWidth(m)) return nullptr;
+  return m.data[i] ? m.data[i] + k : nullptr;
+}
+
+// f(i, j, value) for every stored place of row i inside the matrix, in ascending j.
+template <class F>
+void forRow(const BandedMatrix& m, int i, F f) {
+  const double* const row = m.data[i];
+  if (!row) return;
+  const int end = std::min({i + m.bw, m.rows, i - m.bw + usableWidth(m)});
+  for (int j = std::max(0, i - m.bw); j < end; ++j) f(i, j, row[m.bw - i + j]);
+}
+
+class BandRows final : public limber::detail::RowSource {
+ public:
+  BandRows(const BandedMatrix& m, double diagAdd) : m_(m), diagAdd_(diagAdd) {}
+
+  void appendRow(int i, SpVec& row) const override {
+    // The diagonal takes part also where the band does not reach it: diagAdd belongs there.
+    const int start = std::min(i, std::max(0, i - m_.bw));
+    const int end = std::max(i + 1, std::min(i + m_.bw, m_.rows));
+    for (int j = start; j < end; ++j) {
+      const double* const stored = place(m_, i, j);
+      limber::detail::appendCompacted(row, i, j, stored ? *stored : 0.0, diagAdd_);
+    }
+  }
+
+ private:
+  const BandedMatrix& m_;
+  double diagAdd_;
+};
+
+double scratch;
+int farthestReported = 0;
+
+}  // namespace
+
+BandedMatrix::BandedMatrix(int rowCount, int width)
+    : maxRows(std::max(rowCount, 0)), rows(rowCount), maxWidth(width), bw(width / 2), data(newRowPointers(rowCount)) {
+  if (!data) {
+    ReportSite{"WierdMatrices", 270}.error("Can't allocated banded matrix!");
+    makeEmpty(*this);
+    return;
+  }
+  for (int i = 0; i < maxRows; ++i) {
+    data[i] = newRow(width);
+    if (data[i]) continue;
+    ReportSite{"WierdMatrices", 274}.error("Can't allocated banded matrix!");
+    release(*this);
+    makeEmpty(*this);
+    return;
+  }
+}
+
+BandedMatrix::BandedMatrix(const BandedMatrix& other)
+    : SpMat(other),
+      maxRows(other.maxRows),
+      rows(other.rows),
+      maxWidth(other.maxWidth),
+      bw(other.bw),
+      data(other.data) {
+  if (!limber::detail::share(data)) makeEmpty(*this);
+}
+
+BandedMatrix& BandedMatrix::operator=(const BandedMatrix& other) {
+  if (data != other.data) {
+    const bool shared = limber::detail::share(other.data);
+    release(*this);
+    if (!shared) {
+      makeEmpty(*this);
+      return *this;
+    }
+  }
+  maxRows = other.maxRows;
+  rows = other.rows;
+  maxWidth = other.maxWidth;
+  bw = other.bw;
+  data = other.data;
+  return *this;
+}
+
+BandedMatrix::~BandedMatrix() { release(*this); }
+
+int BandedMatrix::height() { return rows; }
+
+int BandedMatrix::width() { return rows; }
+
+double BandedMatrix::acc(int i, int j) {
+  const double* const stored = place(*this, i, j);
+  return stored ? *stored : 0.0;
+}
+
+void BandedMatrix::mult(const Vector* x, Vector* y) const {
+  y->grow(std::max(rows, 0));
+  *y = 0.0;
+  const int h = std::min(usableRows(*this), y->count);
+  for (int i = 0; i < h; ++i) {
+    double sum = 0.0;
+    forRow(*this, i, [&](int, int j, double value) {
+      if (inStorage(*x, j)) sum += value * x->data[j];
+    });
+    y->data[i] = sum;
+  }
+}
+
+void BandedMatrix::multT(const Vector* x, Vector* y) const {
+  y->grow(std::max(rows, 0));
+  *y = 0.0;
+  const int h = std::min({usableRows(*this), y->count, x->capacity});
+  for (int i = 0; i < h; ++i) {
+    const double xi = x->data[i];
+    forRow(*this, i, [&](int, int j, double value) { y->data[j] += value * xi; });
+  }
+}
+
+SpMat* BandedMatrix::compact(double diagAdd, int, int b) {
+  return limber::detail::compactRows(rows, BandRows(*this, diagAdd), b);
+}
+
+void BandedMatrix::scalar(double s) {
+  for (int i = 0; i < usableRows(*this); ++i) {
+    for (int k = 0; data[i] && k < usableWidth(*this); ++k) data[i][k] *= s;
+  }
+}
+
+void BandedMatrix::zero() {
+  if (rows > maxRows) ReportSite{"WierdMatrices", 288}.error("Too many rows for Banded Matrix!");
+  if (2 * bw > maxWidth) ReportSite{"WierdMatrices", 290}.error("Too wide a bandwidth for Banded Matrix!");
+  for (int i = 0; i < usableRows(*this); ++i) {
+    if (data[i]) std::fill_n(data[i], usableWidth(*this), 0.0);
+  }
+}
+
+void BandedMatrix::printVals() {
+  for (int i = 0; i < usableRows(*this); ++i) {
+    for (int k = 0; data[i] && k < usableWidth(*this); ++k) stdoutPrintf("%g ", data[i][k]);
+    stdoutPrintf("\n");
+  }
+}
+
+double& BandedMatrix::e(int i, int j) {
+  if (double* const stored = place(*this, i, j)) return *stored;
+  const int k = bw - i + j;
+  // Inside the band as it is declared, whatever is allocated, nothing is reported.
+  if (k >= 2 * bw && k > farthestReported) {
+    stdoutPrintf("(%d of %d max [%d %d in bw=%d]) ", k, 2 * bw, i, j, bw);
+    farthestReported = k;
+    ReportSite{"WierdMatrices", 314}.error("Out of bounds banded access (further problems not reported)");
+  }
+  return scratch;
+}
+
+void BandedMatrix::growbw(int newRows, int newBw) {
+  if (newRows > maxRows) {
+    const int more = newRows + 10;
+    stdoutPrintf("Expanding Banded Matrix from %d to %d rows!\n", maxRows, more);
+    double** const longer = newRowPointers(more);
+    bool made = longer != nullptr;
+    // The new rows first: if one fails, nothing has been moved yet.
+    for (int i = maxRows; made && i < more; ++i) made = (longer[i] = newRow(maxWidth)) != nullptr;
+    // Copies keep the old pointer array, and with it the rows; it is released only with its last holder.
+    const bool copied = limber::detail::holders(data) > 1;
+    for (int i = 0; made && i < maxRows; ++i) {
+      made = !copied || limber::detail::share(data[i]);
+      longer[i] = made ? data[i] : nullptr;
+    }
+    if (!made) {
+      ReportSite{"WierdMatrices", longer ? 274 : 270}.error("Can't allocated banded matrix!");
+      for (int i = 0; longer && i < more; ++i) releaseRow(longer[i]);
+      delete[] longer;
+      release(*this);
+      makeEmpty(*this);
+      return;
+    }
+    if (limber::detail::unshare(data)) delete[] data;
+    data = longer;
+    maxRows = more;
+  }
+  if (2 * newBw > maxWidth) {
+    ReportSite{"WierdMatrices", 341}.error("Bad max bandwidth for banded matrix, can't expand!");
+  }
+  bw = newBw;
+  rows = newRows;
+}

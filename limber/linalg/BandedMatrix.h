@@ -1,0 +1,62 @@
+#pragma once
+
+/// @file
+/// The square band matrix.
+
+#include "limber/Api.h"
+#include "limber/linalg/SpMat.h"
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
+
+/// A square matrix with one array a row. Element (i, j) stands in row i at place bw - i + j, valid from 0 to
+/// 2 bw - 1: the band reaches bw places left of the diagonal and bw - 1 right of it (asymmetric, deliberately).
+///
+/// Copies share the row arrays; the last of the sharers releases them. Whatever is reported, only allocated
+/// rows and places are reached: what lies outside is left out.
+///
+/// height, width and acc are operations of its own, deliberately not those of SpMat: who holds one of these
+/// matrices as an SpMat and asks for them gets SpMat's warning and 0.
+class LIMBER_API BandedMatrix : public SpMat {
+ public:
+  /// Rows allocated and rows in use.
+  int maxRows, rows;
+  /// Doubles allocated for each row.
+  int maxWidth;
+  /// Half the bandwidth.
+  int bw;
+  double** data;
+
+  /// bw becomes maxWidth / 2. The elements are zeros.
+  BandedMatrix(int rows, int maxWidth);
+  BandedMatrix(const BandedMatrix& other);
+  BandedMatrix& operator=(const BandedMatrix& other);
+  ~BandedMatrix();
+
+  virtual int height();
+  virtual int width();
+  /// The stored element, 0.0 outside the band.
+  virtual double acc(int i, int j);
+  /// y = A x; y grows to the number of rows. Each y_i is summed from 0.0 in ascending j.
+  void mult(const Vector* x, Vector* y) const override;
+  /// y = A^T x; y grows to the number of rows. Each y_j is summed from 0.0 in ascending i.
+  void multT(const Vector* x, Vector* y) const override;
+  /// The row-sparse image of A + diagAdd I in the matrix that naiveCompact shares; see there for b.
+  SpMat* compact(double diagAdd, int a, int b) override;
+  /// A = s A.
+  void scalar(double s) override;
+
+  /// Clears the band of every row in use. Too many rows or too wide a band is reported.
+  void zero();
+  /// Prints the 2 bw stored places of every row.
+  void printVals();
+  /// The stored element, for writing. Outside the band: a spare element shared by all matrices; reported only
+  /// when it lies right of the band and further right than any reported before (deliberately).
+  double& e(int i, int j);
+  /// Takes the size and half bandwidth. Beyond maxRows there will be newRows + 10 rows; the new ones are zeros.
+  /// Rows never get longer: a band that does not fit is reported and taken all the same. Values stay where
+  /// they are, so call zero() afterwards.
+  void growbw(int newRows, int newBw);
+};
+
+#pragma GCC diagnostic pop

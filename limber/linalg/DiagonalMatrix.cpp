@@ -1,0 +1,57 @@
+#include "limber/linalg/DiagonalMatrix.h"
+
+#include <algorithm>
+#include <new>
+
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/foundation/detail/Sharing.h"
+#include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/RowStorage.h"
+
+namespace {
+
+// An owned vector gets one more holder; false when that could not be noted.
+bool hold(const DiagonalMatrix& m) { return !m.owns || limber::detail::share(m.diag); }
+
+void letGo(const DiagonalMatrix& m) {
+  if (m.owns && limber::detail::unshare(m.diag)) delete m.diag;
+}
+
+int sizeOf(const Vector* v) { return v ? v->count : 0; }
+
+double slot(const Vector* v, int i) { return v && limber::detail::inStorage(*v, i) ? v->data[i] : 0.0; }
+
+}  // namespace
+
+DiagonalMatrix::DiagonalMatrix(Vector* diagonal) : diag(diagonal), owns(0) {}
+
+DiagonalMatrix::DiagonalMatrix(int n) : diag(new (std::nothrow) Vector(n)), owns(1) {
+  if (!diag) limber::detail::ReportSite{"WierdMatrices", __LINE__}.fatal(limber::detail::newFails);
+}
+
+DiagonalMatrix::DiagonalMatrix(const DiagonalMatrix& other)
+    : SpMat(other), diag(other.diag), owns(other.owns) {
+  if (!hold(other)) diag = nullptr;
+}
+
+DiagonalMatrix& DiagonalMatrix::operator=(const DiagonalMatrix& other) {
+  if (this == &other) return *this;
+  const bool held = hold(other);
+  letGo(*this);
+  diag = held ? other.diag : nullptr;
+  owns = other.owns;
+  return *this;
+}
+
+DiagonalMatrix::~DiagonalMatrix() { letGo(*this); }
+
+int DiagonalMatrix::height() { return sizeOf(diag); }
+
+int DiagonalMatrix::width() { return sizeOf(diag); }
+
+double DiagonalMatrix::acc(int i, int j) { return i == j && i >= 0 && i < sizeOf(diag) ? diag->data[i] : 0.0; }
+
+void DiagonalMatrix::mult(const Vector* x, Vector* y) const {
+  const int n = std::max(sizeOf(x), sizeOf(diag));
+  for (int i = 0; i < n; ++i) y[i] = slot(diag, i) * slot(x, i);
+}

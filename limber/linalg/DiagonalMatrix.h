@@ -1,0 +1,41 @@
+#pragma once
+
+/// @file
+/// The diagonal matrix.
+
+#include "limber/Api.h"
+#include "limber/linalg/SpMat.h"
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
+
+/// The matrix with the elements of a vector on its diagonal. Copies share the vector and the flag that says
+/// whether it is owned; the last of the sharers deletes an owned vector.
+///
+/// height, width and acc are operations of its own, deliberately not those of SpMat: who holds one of these
+/// matrices as an SpMat and asks for them gets SpMat's warning and 0.
+class LIMBER_API DiagonalMatrix : public SpMat {
+ public:
+  Vector* diag;
+  /// 1 when the destructor deletes the vector.
+  int owns;
+
+  /// Uses the caller's vector, which stays the caller's.
+  explicit DiagonalMatrix(Vector* diagonal);
+  /// n zeros of its own.
+  explicit DiagonalMatrix(int n);
+  DiagonalMatrix(const DiagonalMatrix& other);
+  DiagonalMatrix& operator=(const DiagonalMatrix& other);
+  ~DiagonalMatrix();
+
+  virtual int height();
+  virtual int width();
+  /// The i-th diagonal entry where i = j, else 0.0.
+  virtual double acc(int i, int j);
+  /// Deliberately unusual: y is the first of an array of result vectors, one a row, and all elements of the
+  /// i-th become diag[i] x[i], for each i below the larger of the two sizes. Behind the end of either operand
+  /// the slot in its storage is used, 0.0 where there is none.
+  void mult(const Vector* x, Vector* y) const override;
+};
+
+#pragma GCC diagnostic pop

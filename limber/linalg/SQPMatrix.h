@@ -1,0 +1,46 @@
+#pragma once
+
+/// @file
+/// The matrix of a quadratic program with equality constraints.
+
+#include "limber/Api.h"
+#include "limber/linalg/SpMat.h"
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
+
+/// The symmetric matrix of size n + m
+///
+///     | H + hessianShift I   J^T             |
+///     | J                    lowerDiagonal I |
+///
+/// for an n x n Hessian H and an m x n constraint Jacobian J, assembled on the fly. Neither is owned.
+///
+/// height, width and acc are operations of its own, deliberately not those of SpMat: who holds one of these
+/// matrices as an SpMat and asks for them gets SpMat's warning and 0.
+class LIMBER_API SQPMatrix : public SpMat {
+ public:
+  SpMat* H;
+  SpMat* J;
+  /// Both 0.0 initially.
+  double hessianShift, lowerDiagonal;
+
+  SQPMatrix(SpMat* H, SpMat* J);
+  SQPMatrix(const SQPMatrix& other);
+  SQPMatrix& operator=(const SQPMatrix& other);
+
+  virtual int height();
+  virtual int width();
+  virtual double acc(int i, int j);
+  /// y = A x; y grows to n + m. Works through vectors that all instances share: not reentrant.
+  void mult(const Vector* x, Vector* y) const override;
+  /// mult: the matrix is symmetric.
+  void multT(const Vector* x, Vector* y) const override;
+  /// The row-sparse image of A + diagAdd I in the matrix that naiveCompact shares; see there for b.
+  SpMat* compact(double diagAdd, int a, int b) override;
+};
+
+#pragma GCC diagnostic pop
+
+/// Prints sizes, entries and ranges of Q. Q->J must be an HSpMat; of any other matrix no entries are counted.
+LIMBER_API void qpMatStats(SQPMatrix* Q);
