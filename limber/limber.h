@@ -16,14 +16,18 @@
 #include "limber/foundation/Text.h"
 
 // linalg
+#include "limber/linalg/BandedMatrix.h"
 #include "limber/linalg/Compact.h"
 #include "limber/linalg/DenseProducts.h"
+#include "limber/linalg/DiagonalMatrix.h"
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/HSpMat.h"
+#include "limber/linalg/IdentityMatrix.h"
 #include "limber/linalg/IntVec.h"
 #include "limber/linalg/LinComb.h"
 #include "limber/linalg/MatrixMultiply.h"
 #include "limber/linalg/ResizeMatrix.h"
+#include "limber/linalg/SQPMatrix.h"
 #include "limber/linalg/SpMat.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/SparseDot.h"
@@ -32,6 +36,7 @@
 #include "limber/linalg/StaticVector.h"
 #include "limber/linalg/Vector.h"
 #include "limber/linalg/Vectors.h"
+#include "limber/linalg/WierdMatrices.h"
 
 // solvers
 

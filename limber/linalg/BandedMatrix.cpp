@@ -16,10 +16,14 @@ using limber::detail::ReportSite;
 
 namespace {
 
-double** newRowPointers(int n) { return new (std::nothrow) double*[static_cast<std::size_t>(std::max(n, 0))](); }
+double** newRowPointers(int n) {
+  return new (std::nothrow) double*[static_cast<std::size_t>(std::max(n, 0))]();
+}
 
 // One row of zeros.
-double* newRow(int width) { return new (std::nothrow) double[static_cast<std::size_t>(std::max(width, 0))](); }
+double* newRow(int width) {
+  return new (std::nothrow) double[static_cast<std::size_t>(std::max(width, 0))]();
+}
 
 void releaseRow(double* row) {
   if (limber::detail::unshare(row)) delete[] row;
@@ -83,7 +87,11 @@ int farthestReported = 0;
 }  // namespace
 
 BandedMatrix::BandedMatrix(int rowCount, int width)
-    : maxRows(std::max(rowCount, 0)), rows(rowCount), maxWidth(width), bw(width / 2), data(newRowPointers(rowCount)) {
+    : maxRows(std::max(rowCount, 0)),
+      rows(rowCount),
+      maxWidth(width),
+      bw(width / 2),
+      data(newRowPointers(rowCount)) {
   if (!data) {
     ReportSite{"WierdMatrices", 270}.error("Can't allocated banded matrix!");
     makeEmpty(*this);

@@ -49,7 +49,9 @@ int DiagonalMatrix::height() { return sizeOf(diag); }
 
 int DiagonalMatrix::width() { return sizeOf(diag); }
 
-double DiagonalMatrix::acc(int i, int j) { return i == j && i >= 0 && i < sizeOf(diag) ? diag->data[i] : 0.0; }
+double DiagonalMatrix::acc(int i, int j) {
+  return i == j && i >= 0 && i < sizeOf(diag) ? diag->data[i] : 0.0;
+}
 
 void DiagonalMatrix::mult(const Vector* x, Vector* y) const {
   const int n = std::max(sizeOf(x), sizeOf(diag));
