@@ -60,22 +60,6 @@ double Quat::Angle(Quat q) const {
   return (q * *this).Log().length();
 }
 
-void Quat::Slerp(const Quat& a, const Quat& b, double t) {
-  const double d = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
-  const double c = std::fabs(d);
-  // acos(c) below 1e-10 means c = 1: the double before it has an acos of 1.5e-8. Unordered takes the sine
-  // branch at the angle pi.
-  double wa = 1.0 - t, wb = t;
-  if (!(c >= 1.0)) {
-    const double theta = c < 1.0 ? std::acos(c) : pi;
-    const double sine = std::sin(theta);
-    wa = std::sin((1.0 - t) * theta) / sine;
-    wb = std::sin(t * theta) / sine;
-    if (d < 0.0) wa = -wa;
-  }
-  *this = Quat(wa * a.w + wb * b.w, wa * a.x + wb * b.x, wa * a.y + wb * b.y, wa * a.z + wb * b.z);
-}
-
 void Quat::Euler(const char* order, const double* angles) {
   Identity();
   for (int i = static_cast<int>(std::strlen(order)) - 1; i >= 0; i--) {

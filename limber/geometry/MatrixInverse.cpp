@@ -1,0 +1,38 @@
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/geometry/Matrix4x4.h"
+#include "limber/linalg/detail/GaussJordan.h"
+
+// Degenerate input of invertMatrix:
+//   an exactly zero pivot   "GAUSSJ: Singular Matrix4x4*-2", 0; the division goes on, the entries are not
+//   finite all candidates NaN      pivots repeat their column: "GAUSSJ: Singular Matrix4x4*-1" for each row
+//   searched
+//                           from the third step on, 0
+//   nearly singular         1, and whatever the division by a tiny pivot gives
+
+namespace {
+
+using limber::detail::ReportSite;
+
+struct SingularReports : limber::detail::GaussJordanWatcher {
+  explicit SingularReports(int r) : report(r) {}
+
+  void columnUsedTwice() { fail("GAUSSJ: Singular Matrix4x4*-1", 260); }
+  void zeroPivot() { fail("GAUSSJ: Singular Matrix4x4*-2", 272); }
+
+  int report;
+  int success = 1;
+
+ private:
+  void fail(const char* message, int line) {
+    if (report) ReportSite{"Matrix", line}.error(message);
+    success = 0;
+  }
+};
+
+}  // namespace
+
+int invertMatrix(Matrix4x4* M, int report) {
+  SingularReports watcher(report);
+  limber::detail::gaussJordanFixed<4>(&M->m[0][0], 4, watcher);
+  return watcher.success;
+}
