@@ -9,7 +9,8 @@
 //   Log                    x = y = z = 0             (0, 0, 0), also for w = -1
 //                          |w| > 1                   NaN
 //   Slerp                  |a . b| >= 1              linear weights; from a to -a through (0, 0, 0, 0)
-//                          a . b a NaN               the weights of the angle pi
+//                          a . b a NaN               the weights of the angle pi, so NaN only where the
+//                          inputs are
 //   Euler                  another letter            a message; the sign of cos(angle / 2) stays in w
 //                          an empty order            the identity
 //   getEulerZXY            2 (xw + zy) beyond +-1    NaN for X, as asin gives it
@@ -17,9 +18,10 @@
 //   FromAxisAngle          zero axis                 "Normalizing Zero Point!", the axis (0, 1, 0)
 //                          angle beyond 1e6          reduced by fmod first
 //                          infinite or NaN angle     all four components NaN
-//   FromAxisCosAngle       cosine outside [-1, 1]    NaN
+//   FromAxisCosAngle       cosine above 1            NaN in x, y, z; w above 1
+//                          cosine below -1           all four components NaN
 //   FromVectors (two)      a zero vector             "Normalizing Zero Point!", the direction (0, 1, 0)
-//                          opposite directions       w = 0 and NaN or infinite x, y, z
+//                          opposite directions       NaN or infinite x, y, z; w = 0, or NaN by rounding
 //   FromVectors (four)     from1 opposite to to1     all NaN
 //                          the planes' normals opposite after the first turn: all NaN
 //                          from2 along from1         "Normalizing Zero Point!", the normal (0, 1, 0)
@@ -93,7 +95,8 @@ void Quat::getEulerZXY(double* out) const {
 void Quat::FromAxisAngle(const Pnt3* axis, double angle) {
   // The loops below would not end for an infinite angle, nor in useful time for a huge one.
   if (!(std::fabs(angle) <= 1e6)) angle = std::fmod(angle, twoPi);
-  while (angle < -pi) angle += twoPi;
+  // Deliberately "below pi", so that -pi becomes pi and each smaller angle goes up one turn and down again.
+  while (angle < pi) angle += twoPi;
   while (angle > pi) angle -= twoPi;
   Pnt3 a = *axis;
   if (angle < 0.0) {

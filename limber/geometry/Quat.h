@@ -78,7 +78,7 @@ class LIMBER_API Quat {
   /// out = the X, Y and Z angles, in degrees, of Euler("ZXY", {z, x, y}) (which takes radians, and Z first).
   void getEulerZXY(double* out) const;
 
-  /// this = the rotation by `angle`, wrapped into [-pi, pi], about the axis, which need not be unit; a zero
+  /// this = the rotation by `angle`, wrapped into (-pi, pi], about the axis, which need not be unit; a zero
   /// axis reports "Normalizing Zero Point!" and turns about (0, 1, 0). An angle that is not finite gives NaN.
   void FromAxisAngle(const Pnt3* axis, double angle);
   /// The same with the cosine of an angle in [0, pi]; a cosine outside [-1, 1] gives NaN.

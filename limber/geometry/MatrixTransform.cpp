@@ -1,0 +1,25 @@
+#include "limber/geometry/MatrixTransform.h"
+
+#include "limber/linalg/LinComb.h"
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/SparseSum.h"
+
+void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, SpVec* oa, SpVec* ob) {
+  ssum(*a, M->m[0][0], *b, M->m[1][0], *oa);
+  ssum(*a, M->m[0][1], *b, M->m[1][1], *ob);
+}
+
+void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, const SpVec* c, SpVec* oa,
+                           SpVec* ob, SpVec* oc) {
+  // Made on the first call and kept: three elements live inside the vector, so not even that call allocates.
+  static Vector coefficients(3);
+  static SpVec* rows[3];
+  rows[0] = const_cast<SpVec*>(a);  // linComb only reads its rows
+  rows[1] = const_cast<SpVec*>(b);
+  rows[2] = const_cast<SpVec*>(c);
+  SpVec* const out[3] = {oa, ob, oc};
+  for (int j = 0; j < 3; j++) {
+    for (int i = 0; i < 3; i++) coefficients[i] = M->m[i][j];
+    linComb(&coefficients, rows, out[j]);
+  }
+}

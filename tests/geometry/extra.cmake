@@ -1,0 +1,23 @@
+# The inlined quaternion code at every level and for every machine that a caller may ask for: literals.cpp is built
+# at test time against the library, as a caller would, and run where this machine can.
+find_program(geometry_gxx g++)
+find_program(geometry_clangxx clang++)
+if(NOT LIMBER_SANITIZE)
+  foreach(compiler IN ITEMS gxx clangxx)
+    if(geometry_${compiler})
+      foreach(flags IN ITEMS "-O0" "-O1" "-O2" "-O3" "-O2 -march=native" "-O3 -march=native" "-O2 -march=x86-64-v3"
+                             "-O3 -march=x86-64-v3" "-O2 -march=x86-64-v4" "-O3 -march=x86-64-v4"
+                             "-O2 -march=skylake-avx512" "-O3 -march=skylake-avx512")
+        string(REPLACE " " "" suffix "${flags}")
+        add_test(
+          NAME geometry.literals.${compiler}${suffix}
+          COMMAND
+            ${CMAKE_COMMAND} -DCOMPILER=${geometry_${compiler}} -DFLAGS=${flags} -DNAME=literals.${compiler}${suffix}
+            -DSOURCE_DIR=${PROJECT_SOURCE_DIR} -DLIBRARY=$<TARGET_FILE:limber>
+            -DLIBRARY_DIR=$<TARGET_FILE_DIR:limber> -DOUT=${CMAKE_CURRENT_BINARY_DIR} -P
+            ${CMAKE_CURRENT_LIST_DIR}/literals.cmake)
+        set_tests_properties(geometry.literals.${compiler}${suffix} PROPERTIES SKIP_REGULAR_EXPRESSION "SKIPPED:")
+      endforeach()
+    endif()
+  endforeach()
+endif()
