@@ -1,9 +1,10 @@
 #include "limber/linalg/SparseSum.h"
 
-#include <algorithm>
-
 #include "limber/linalg/SpVec.h"
+#include "limber/linalg/detail/MergeRows.h"
 #include "limber/linalg/detail/RowStorage.h"
+
+using limber::detail::unlessMasked;
 
 namespace {
 
@@ -21,17 +22,13 @@ void ssum(const SpVec& a, double sa, const SpVec& b, double sb, SpVec& out) {
   const int* ib = b.indices.data;
   const double* va = a.values.data;
   const double* vb = b.values.data;
-  int ka = 0, kb = 0;
-  while (ka < na && kb < nb) {
-    const int atA = ia[ka], atB = ib[kb], at = std::min(atA, atB);
-    if (at >= indexLimit) break;
-    // One row's product or the sum of both, without a branch that cannot be predicted: an absent row adds
-    // 0.0, which changes no value that is stored.
-    const bool fromA = atA == at, fromB = atB == at;
-    writer.append((fromA ? sa * va[ka] : 0.0) + (fromB ? sb * vb[kb] : 0.0), at);
-    ka += fromA;
-    kb += fromB;
-  }
+  int ka, kb;
+  limber::detail::mergeRows(ia, na, ib, nb, ka, kb, [&](int at, auto notA, auto notB, auto i, auto j) {
+    if (at >= indexLimit) return false;
+    // An absent row adds 0.0, which changes no value that is stored.
+    writer.append(unlessMasked(notA, sa * va[i]) + unlessMasked(notB, sb * vb[j]), at);
+    return true;
+  });
   for (; ka < na && ia[ka] < indexLimit; ++ka) writer.append(sa * va[ka], ia[ka]);
   for (; kb < nb && ib[kb] < indexLimit; ++kb) writer.append(sb * vb[kb], ib[kb]);
   writer.finish();

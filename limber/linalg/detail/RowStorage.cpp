@@ -41,21 +41,9 @@ bool roomForAppend(SpVec& row) {
   return n < row.values.capacity || setValueRoom(row, n + 1);
 }
 
-void RowWriter::attach() {
-  values_ = row_.values.data;
-  indices_ = row_.indices.data;
-  room_ = std::min(row_.values.capacity, row_.indices.capacity);
-}
-
-bool RowWriter::makeRoom() {
-  if (failed_) return false;
-  row_.numEntries = count_;
-  failed_ = !roomForAppend(row_);
-  if (failed_)
-    count_ = room_ = 0;
-  else
-    attach();
-  return !failed_;
+RowSlots enlarged(SpVec& row, int count) {
+  row.numEntries = count;
+  return roomForAppend(row) ? slotsOf(row) : RowSlots{nullptr, nullptr, 0};
 }
 
 }  // namespace limber::detail

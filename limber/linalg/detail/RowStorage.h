@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cmath>
+
 #include "limber/linalg/SpVec.h"
 
 namespace limber::detail {
 
 /// Values of this magnitude or less are never stored.
-inline bool isTiny(double x) { return x >= -1e-12 && x <= 1e-12; }
+inline bool isTiny(double x) { return std::fabs(x) <= 1e-12; }
 
 /// Whether a stored index lies inside a dense vector's storage. Its size does not matter: entries are taken
 /// at the stored indices as they are.
@@ -25,34 +27,52 @@ bool setValueRoom(SpVec& row, int room);
 /// steps), and brings both inner counts to numEntries. False when there is no memory: the row is then empty.
 bool roomForAppend(SpVec& row);
 
-/// Appends entries to an empty row, entry by entry as SpVec::insEnd does, with what changes held in locals:
-/// the row is up to date after finish().
+/// Where a row's entries are stored, and how many fit.
+struct RowSlots {
+  double* values;
+  int* indices;
+  int room;
+};
+
+inline RowSlots slotsOf(const SpVec& row) {
+  const int room = row.values.capacity < row.indices.capacity ? row.values.capacity : row.indices.capacity;
+  return {row.values.data, row.indices.data, room};
+}
+
+/// The slots of the row, of which `count` are filled, after roomForAppend. No room at all when that failed.
+RowSlots enlarged(SpVec& row, int count);
+
+/// Appends entries to an empty row, entry by entry as SpVec::insEnd does, with what changes held in locals
+/// (no function that is not inlined sees the writer): the row is up to date after finish().
 class RowWriter {
  public:
-  explicit RowWriter(SpVec& emptyRow) : row_(emptyRow) { attach(); }
+  explicit RowWriter(SpVec& emptyRow) : row_(emptyRow), slots_(slotsOf(emptyRow)) {}
 
   void append(double x, int i) {
     if (isTiny(x)) return;
-    if (count_ == room_ && !makeRoom()) return;
-    values_[count_] = x;
-    indices_[count_] = i;
+    if (count_ == slots_.room && !makeRoom()) return;
+    slots_.values[count_] = x;
+    slots_.indices[count_] = i;
     ++count_;
   }
 
   void finish() {
     row_.numEntries = row_.values.count = row_.indices.count = count_;
-    if (count_ > 0) row_.width = indices_[count_ - 1] + 1;
+    if (count_ > 0) row_.width = slots_.indices[count_ - 1] + 1;
   }
 
  private:
-  void attach();
-  bool makeRoom();
+  bool makeRoom() {
+    if (failed_) return false;
+    slots_ = enlarged(row_, count_);
+    failed_ = slots_.room == 0;
+    if (failed_) count_ = 0;
+    return !failed_;
+  }
 
   SpVec& row_;
-  double* values_;
-  int* indices_;
+  RowSlots slots_;
   int count_ = 0;
-  int room_;
   bool failed_ = false;
 };
 
