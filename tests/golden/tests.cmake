@@ -1,0 +1,26 @@
+# Golden numbers: of the library as built here, and of its sources built again by each compiler at each level.
+set(golden ${CMAKE_CURRENT_SOURCE_DIR}/golden)
+file(GLOB golden_sources CONFIGURE_DEPENDS ${golden}/*.cpp)
+add_executable(golden_bits ${golden_sources})
+target_include_directories(golden_bits PRIVATE ${PROJECT_SOURCE_DIR})
+target_link_libraries(golden_bits PRIVATE limber::limber limber_flags)
+
+add_test(NAME Golden.TheLibraryHasTheSameBits COMMAND Python3::Interpreter ${golden}/golden.py ${golden}/bits.txt
+                                                      $<TARGET_FILE:golden_bits>)
+add_test(NAME Golden.PlainLoopsGiveTheSameBits COMMAND Python3::Interpreter ${golden}/reference.py
+                                                       ${golden}/bits.txt)
+if(NOT LIMBER_SANITIZE)
+  get_target_property(number_flags limber_numbers INTERFACE_COMPILE_OPTIONS)
+  foreach(compiler IN ITEMS g++ clang++)
+    foreach(level IN ITEMS "-O0" "-O2" "-O3 -march=native")
+      string(MAKE_C_IDENTIFIER "${compiler}${level}" variant)
+      string(REPLACE " " ";" flags "${level}")
+      set(name "Golden.SameBitsWith ${compiler} ${level}")
+      add_test(NAME ${name}
+               COMMAND Python3::Interpreter ${golden}/golden.py --build ${PROJECT_SOURCE_DIR}
+                       ${CMAKE_CURRENT_BINARY_DIR}/golden/${variant} ${golden}/bits.txt ${compiler} -- ${flags}
+                       ${number_flags} -- ${LAPACK_LIBRARIES} ${BLAS_LIBRARIES} ${ZLIB_LIBRARIES})
+      set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 1800)
+    endforeach()
+  endforeach()
+endif()
