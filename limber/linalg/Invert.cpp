@@ -1,48 +1,49 @@
-#include <new>
-#include <type_traits>
+#include <cstddef>
 
+#include "limber/foundation/Report.h"
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/FullMatrix.h"
-#include "limber/linalg/detail/GaussJordan.h"
+#include "limber/linalg/detail/GaussJordanSpace.h"
+#include "limber/linalg/detail/LapackLayout.h"
 
 namespace {
 
-struct SingularWatcher : limber::detail::GaussJordanWatcher {
+struct SingularFlag : limber::detail::GaussJordanWatcher {
   bool singular = false;
   void columnUsedTwice() { singular = true; }
   void zeroPivot() { singular = true; }
 };
 
+constexpr int fixedLength = 200;
+limber::detail::FixedGaussJordanScratch<fixedLength> fixedScratch;
+limber::detail::GaussJordanSpace largerSpace;
+
 }  // namespace
 
 int FullMatrix::invert() {
+  // The copies go through operator(), so that a class that overrides it is inverted as it shows itself, and a
+  // matrix whose kind is 1 says so for each element.
+  double* const copy = limber::detail::lapackWorkspace(static_cast<long long>(numRows) * numColumns);
+  const bool fits = numRows <= fixedLength || largerSpace.reserve(numRows);
+  if (!fits) FATAL_ERROR(limber::detail::newFails);
+  if (!copy || !fits) return 0;
+  const auto at = [this, copy](int i, int j) -> double& {
+    return copy[static_cast<std::ptrdiff_t>(i) * numColumns + j];
+  };
+  for (int i = 0; i < numRows; i++) {
+    for (int j = 0; j < numColumns; j++) at(i, j) = (*this)(i, j);
+  }
   if (numRows != numColumns) {
     kind = 1;
     return 0;
   }
-  if (numRows < 1 || !data) return 1;
-  const std::size_t n = static_cast<std::size_t>(numRows);
-  double* const work = new (std::nothrow) double[n * n];
-  const std::size_t room = n > 200 ? n : 200;
-  int* const counts = new (std::nothrow) int[3 * room];
-  decltype(limber::detail::GaussJordanScratch::closed) closed =
-      new (std::nothrow) std::remove_pointer_t<decltype(limber::detail::GaussJordanScratch::closed)>[room];
-  if (work && counts && closed) {
-    for (int i = 0; i < numRows; ++i) {
-      for (int j = 0; j < numRows; ++j) work[i * numRows + j] = (*this)(i, j);
-    }
-    SingularWatcher watcher;
-    limber::detail::gaussJordan(work, numRows, numRows, {counts, counts + room, counts + 2 * room, closed},
-                                watcher);
-    if (watcher.singular) kind = 3;
-    for (int i = 0; i < numRows; ++i) {
-      for (int j = 0; j < numRows; ++j) (*this)(i, j) = work[i * numRows + j];
-    }
-  } else {
-    limber::detail::ReportSite{"Vectors", __LINE__}.fatal(limber::detail::newFails);
+  const limber::detail::GaussJordanScratch scratch =
+      numRows <= fixedLength ? limber::detail::GaussJordanScratch(fixedScratch) : largerSpace.scratch();
+  SingularFlag flag;
+  limber::detail::gaussJordan(copy, numRows, numColumns, scratch, flag);
+  if (flag.singular) kind = 3;
+  for (int i = 0; i < numRows; i++) {
+    for (int j = 0; j < numColumns; j++) (*this)(i, j) = at(i, j);
   }
-  delete[] work;
-  delete[] counts;
-  delete[] closed;
   return 1;
 }

@@ -1,26 +1,54 @@
 #include "limber/linalg/MatrixMultiply.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <functional>
 
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/FullMatrix.h"
+#include "limber/linalg/detail/LapackCalls.h"
+#include "limber/linalg/detail/LapackLayout.h"
 
+using limber::detail::asLapack;
+using limber::detail::LapackMatrix;
+using limber::detail::lapackWorkspace;
 using limber::detail::ReportSite;
 
+namespace {
+
+/// Whether the storage of the two has an element in common.
+bool overlap(const LapackMatrix& a, const LapackMatrix& b) {
+  const std::less<const double*> before;
+  const auto end = [](const LapackMatrix& x) { return x.data + static_cast<std::ptrdiff_t>(x.m) * x.n; };
+  return before(a.data, end(b)) && before(b.data, end(a));
+}
+
+}  // namespace
+
 void matrixMultiply(const FullMatrix* A, const FullMatrix* B, FullMatrix* C) {
-  if (A->columns() != B->rows()) ReportSite{"STMLapack", __LINE__}.error("ACols != BRows for lapack mult");
-  if (A->rows() != C->rows()) ReportSite{"STMLapack", __LINE__}.error("ARows != CRows for lapack mult");
-  if (B->columns() != C->columns()) ReportSite{"STMLapack", __LINE__}.error("BCols != CCols for lapack mult");
-  if (!A->data || !B->data || !C->data) return;
-  const int h = std::min(A->rows(), C->rows());
-  const int w = std::min(B->columns(), C->columns());
-  const int n = std::min(A->columns(), B->rows());
-  FullMatrix result(h, w);
-  if (!result.data) return;
-  for (int i = 0; i < h; ++i) {
-    for (int k = 0; k < n; ++k) {
-      for (int j = 0; j < w; ++j) result.e(i, j) += A->e(i, k) * B->e(k, j);
-    }
+  if (!A || !B || !C) return;
+  if (A->numColumns != B->numRows) ReportSite{"STMLapack", __LINE__}.error("ACols != BRows for lapack mult");
+  if (A->numRows != C->numRows) ReportSite{"STMLapack", __LINE__}.error("ARows != CRows for lapack mult");
+  if (B->numColumns != C->numColumns)
+    ReportSite{"STMLapack", __LINE__}.error("BCols != CCols for lapack mult");
+  // C^T = B^T A^T, and the transposes are what LAPACK sees.
+  const LapackMatrix a = asLapack(A);
+  const LapackMatrix b = asLapack(B);
+  const LapackMatrix c = asLapack(C);
+  const int m = std::min(b.m, c.m);
+  const int n = std::min(a.n, c.n);
+  const int k = std::min(b.n, a.m);
+  if (m == 0 || n == 0) return;
+  const bool apart = !overlap(a, c) && !overlap(b, c);
+  double* const product = apart ? c.data : lapackWorkspace(static_cast<long long>(m) * n);
+  if (!product) return;
+  const int ld = apart ? c.ld : m;
+  const double one = 1.0;
+  const double zero = 0.0;
+  dgemm_("N", "N", &m, &n, &k, &one, b.data, &b.ld, a.data, &a.ld, &zero, product, &ld, 1, 1);
+  if (apart) return;
+  for (int j = 0; j < n; j++) {
+    const double* const from = product + static_cast<std::ptrdiff_t>(j) * ld;
+    std::copy(from, from + m, c.data + static_cast<std::ptrdiff_t>(j) * c.ld);
   }
-  for (int i = 0; i < h; ++i) std::copy_n(result[i], w, (*C)[i]);
 }

@@ -1,0 +1,10 @@
+#pragma once
+
+/// @file
+/// All dense factorizations.
+
+#include "limber/linalg/BandedCholesky.h"
+#include "limber/linalg/Lu.h"
+#include "limber/linalg/MatrixMultiply.h"
+#include "limber/linalg/Qr.h"
+#include "limber/linalg/Svd.h"
