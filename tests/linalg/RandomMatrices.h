@@ -39,8 +39,8 @@ inline void reflect(Engine& engine, FullMatrix& m, bool left) {
   }
 }
 
-/// Fills m with a matrix of the given 2-norm condition: singular values evenly spaced in their logarithms from 1
-/// down to 1 / condition, turned from both sides.
+/// Fills m with a matrix of the given 2-norm condition: singular values evenly spaced in their logarithms
+/// from 1 down to 1 / condition, turned from both sides.
 inline void fillConditioned(Engine& engine, FullMatrix& m, double condition) {
   m.zero();
   const int n = std::min(m.rows(), m.columns());
