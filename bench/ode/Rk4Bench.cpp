@@ -38,7 +38,9 @@ class PeerIntegrand {
 
 class PeerDecay : public PeerIntegrand {
  public:
-  void fprime(const State& x, double, State& dxdt) override {
+  // Not inlined: in this file the compiler sees that there is no other class, and would call none of it
+  // virtually.
+  __attribute__((noinline)) void fprime(const State& x, double, State& dxdt) override {
     slopes(x.data(), dxdt.data(), static_cast<int>(x.size()));
   }
 };
