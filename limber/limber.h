@@ -64,6 +64,8 @@
 #include "limber/ode/RK4Solver.h"
 
 // io
+#include "limber/io/Reader.h"
+#include "limber/io/SearchP.h"
 
 // graphics
 #include "limber/graphics/AIPS.h"

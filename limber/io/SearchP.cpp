@@ -1,0 +1,114 @@
+#include "limber/io/SearchP.h"
+
+#include <zlib.h>
+
+#include <cstring>
+
+#include "limber/foundation/Output.h"
+#include "limber/foundation/detail/Platform.h"
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/io/detail/PathList.h"
+
+using limber::detail::appendSlash;
+using limber::detail::appendText;
+using limber::detail::PathList;
+using limber::detail::PathSyntax;
+using limber::detail::ReportSite;
+
+namespace {
+
+struct Stdio {
+  using Stream = FILE*;
+  static Stream open(const char* path, const char* mode) { return std::fopen(path, mode); }
+};
+
+struct Gz {
+  using Stream = void*;
+  static Stream open(const char* path, const char* mode) { return gzopen(path, mode); }
+};
+
+/// A directory opens for reading on some systems; it is not a file that was found.
+template <class Kind>
+typename Kind::Stream tryOpen(const char* path, const char* mode) {
+  if (limber::detail::isDirectory(path)) return nullptr;
+  return Kind::open(path, mode);
+}
+
+template <class Kind>
+typename Kind::Stream openAlong(const char* searchPath, const char* name, char* pathOut, const char* mode) {
+  if (!name || !pathOut || !mode) return nullptr;
+  // Only a leading '/' makes a name absolute, deliberately: no drive letter, no backslash does.
+  PathList list(name[0] == '/' ? "" : searchPath, PathSyntax::Search);
+  typename Kind::Stream stream;
+  do {
+    char* const end = appendSlash(pathOut, list.next(pathOut));
+    appendText(end, name);
+    stream = tryOpen<Kind>(pathOut, mode);
+  } while (!stream && !list.used());
+  return stream;
+}
+
+/// Tries each sub-path of the directory in pathOut, which ends at `baseEnd`.
+template <class Kind>
+typename Kind::Stream openBelow(const char* subPaths, const char* name, char* pathOut, char* baseEnd,
+                                const char* mode) {
+  PathList subs(subPaths, PathSyntax::SubPaths);
+  do {
+    char* const end = appendSlash(baseEnd, subs.next(baseEnd));
+    appendText(end, name);
+    stdoutPrintf("   Trying ``%s''\n", pathOut);
+    if (const auto stream = tryOpen<Kind>(pathOut, mode)) {
+      stdoutPrintf("Found! %s\n", pathOut);
+      return stream;
+    }
+  } while (!subs.used());
+  return nullptr;
+}
+
+template <class Kind>
+typename Kind::Stream findAlong(const char* baseDirs, const char* subPaths, const char* name, char* pathOut,
+                                const char* mode) {
+  if (!name || !pathOut || !mode) return nullptr;
+  PathList bases(baseDirs, PathSyntax::Bases);
+  do {
+    char* const end = bases.next(pathOut);
+    if (!limber::detail::isDirectory(pathOut)) {
+      stdoutPrintf("%s is NOT a directory!\n", pathOut);
+      continue;
+    }
+    stdoutPrintf("%s IS a directory!\n", pathOut);
+    // A '/' always follows, deliberately, also where the base ends in one.
+    char* const baseEnd = appendText(end, "/");
+    if (const auto stream = openBelow<Kind>(subPaths, name, pathOut, baseEnd, mode)) return stream;
+  } while (!bases.used());
+  return nullptr;
+}
+
+void wantBinary(const char* mode, ReportSite site, const char* message) {
+  if (mode && !std::strchr(mode, 'b')) site.error(message);
+}
+
+}  // namespace
+
+FILE* fopenp(const char* searchPath, const char* name, char* pathOut, const char* mode) {
+  return openAlong<Stdio>(searchPath, name, pathOut, mode);
+}
+
+void* gzopenp(const char* searchPath, const char* name, char* pathOut, const char* mode) {
+  wantBinary(mode, {"SearchP", 227}, "Non-Binary mode to gz openp!");
+  return openAlong<Gz>(searchPath, name, pathOut, mode);
+}
+
+FILE* findPath(const char* baseDirs, const char* subPaths, const char* name, char* pathOut,
+               const char* mode) {
+  if (!baseDirs) return fopenp(subPaths, name, pathOut, mode);
+  return findAlong<Stdio>(baseDirs, subPaths, name, pathOut, mode);
+}
+
+void* gzFindPath(const char* baseDirs, const char* subPaths, const char* name, char* pathOut,
+                 const char* mode) {
+  // On the gzopenp route a text mode is reported twice, once by each function, deliberately.
+  wantBinary(mode, {"SearchP", 159}, "Non-Binary mode to gz find path!");
+  if (!baseDirs) return gzopenp(subPaths, name, pathOut, mode);
+  return findAlong<Gz>(baseDirs, subPaths, name, pathOut, mode);
+}
