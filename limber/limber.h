@@ -45,6 +45,19 @@
 #include "limber/linalg/WierdMatrices.h"
 
 // solvers
+#include "limber/solvers/BiCGrad.h"
+#include "limber/solvers/CGMultiply.h"
+#include "limber/solvers/CGStatus.h"
+#include "limber/solvers/CGTuning.h"
+#include "limber/solvers/CGrad.h"
+#include "limber/solvers/CGradI.h"
+#include "limber/solvers/MCGrad.h"
+#include "limber/solvers/MatLab.h"
+#include "limber/solvers/NCGrad.h"
+#include "limber/solvers/NewCGrad.h"
+#include "limber/solvers/OldCGrad.h"
+#include "limber/solvers/Preconditioner.h"
+#include "limber/solvers/PureCGrad.h"
 
 // geometry
 #include "limber/geometry/MatRow.h"

@@ -1,0 +1,22 @@
+#pragma once
+
+/// @file
+/// Entry points of the older conjugate-gradient family. Each returns what cgradI returns: the iterations, -1
+/// singular, -9 limit reached. Of the tuning variables only cgradEps, cgradTol, cgradNeptune,
+/// maxCGradPasses, cgradMAXX, cgradMAXB and cgradDribble count here.
+
+#include "limber/Api.h"
+
+class SpMat;
+class Vector;
+
+/// Least squares, min |A x - b|: residual A^T (b - A x), curvature |A d|^2.
+LIMBER_API int cgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut);
+/// A x = b, with A symmetric positive definite.
+LIMBER_API int cgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut);
+/// A A^T y = b, with y in x.
+LIMBER_API int cgradAAt(SpMat* A, Vector* x, Vector* b, double* rsqOut);
+/// (A A^T + diag(dampV)) y = b, with y in x; dampV may be null.
+LIMBER_API int cgradJJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* dampV);
+/// (A diag(mass)^-1 A^T + diag(dampV)) y = b, with y in x; mass and dampV may be null.
+LIMBER_API int cgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vector* dampV);

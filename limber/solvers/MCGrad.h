@@ -1,0 +1,19 @@
+#pragma once
+
+/// @file
+/// Conjugate gradients with restarts.
+
+#include "limber/Api.h"
+#include "limber/solvers/CGMultiply.h"
+#include "limber/solvers/CGStatus.h"
+
+class Preconditioner;
+
+/// Runs up to cg_maxRestarts passes of pureCGrad, each from the x of the one before it; after a pass whose
+/// best was its start, from 0.5 x + 0.5 b, deliberately the only perturbation. rsq and rsqOut both receive
+/// the final squared residual, totalIters the iterations of all passes, status how the last pass ended.
+///
+/// The work vectors are shared by all solves of the process: created on first use, grown on demand, never
+/// released. After the first solve of a size nothing is allocated.
+LIMBER_API CGStatus mcgradI(SpMat* A, Vector* x, Vector* b, double& rsq, double& rsqOut, int& totalIters,
+                            CGIStatus& status, CGMultFun mult, Preconditioner* precond);

@@ -1,0 +1,20 @@
+#pragma once
+
+/// @file
+/// Dumps of a system as MATLAB statements, which Octave reads as well. Numbers have six digits ("%g") and a
+/// point whatever the locale.
+
+#include <cstdio>
+
+#include "limber/Api.h"
+
+class SpMat;
+class Vector;
+
+/// Appends an assignment of the matrix to the variable `name`: row by row below 40 x 40 (no line end behind
+/// the last bracket), else as the full form of a sparse matrix that lists, besides the non-zero entries, the
+/// last column of every row, so that the size survives. Uses the variables sparsei, sparsej and sparsev.
+LIMBER_API void writeMatLab(FILE* file, const char* name, SpMat* m);
+/// Appends an assignment of the vector to the variable `name`, ten elements a statement; an empty vector only
+/// clears the variable.
+LIMBER_API void writeMatLab(FILE* file, const char* name, Vector* v);

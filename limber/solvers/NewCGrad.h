@@ -1,0 +1,13 @@
+#pragma once
+
+/// @file
+/// The newer conjugate-gradient family.
+
+#include "limber/solvers/CGMultiply.h"
+#include "limber/solvers/CGStatus.h"
+#include "limber/solvers/CGTuning.h"
+#include "limber/solvers/MCGrad.h"
+#include "limber/solvers/MatLab.h"
+#include "limber/solvers/NCGrad.h"
+#include "limber/solvers/Preconditioner.h"
+#include "limber/solvers/PureCGrad.h"

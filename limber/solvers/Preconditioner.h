@@ -1,0 +1,16 @@
+#pragma once
+
+/// @file
+/// The interface through which a solve is preconditioned.
+
+#include "limber/Api.h"
+
+class Vector;
+
+/// An approximation P of the operator M whose inverse is cheap to apply. This base class is the identity.
+/// There is no virtual destructor: a preconditioner is destroyed through its own type.
+class LIMBER_API Preconditioner {
+ public:
+  /// z = P^-1 r, overwriting z. Here z takes r's length and values.
+  virtual void solve(const Vector* r, Vector* z);
+};

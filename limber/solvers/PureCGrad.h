@@ -1,0 +1,25 @@
+#pragma once
+
+/// @file
+/// One pass of conjugate gradients (Hestenes and Stiefel 1952).
+
+#include "limber/Api.h"
+#include "limber/solvers/CGMultiply.h"
+#include "limber/solvers/CGStatus.h"
+
+class Preconditioner;
+
+/// Solves M x = b for the symmetric positive (semi-)definite M that `mult` applies over A, from the start
+/// in x. Ends with CGI_SOLVED, CGI_TOO_MANY_ITERS, CGI_SINGULAR or CGI_NO_IMPROVEMENT.
+///
+/// r, p, q and z are work vectors, which grow; z is used with a preconditioner only. bestX, when given,
+/// receives the best iterate, and a pass that ends worse than its best goes back to it; without, it warns.
+/// iter and bestIter receive the iteration reached and that of the smallest squared residual (both are left
+/// alone when the start already solves the system), rsq the squared residual of the returned x.
+///
+/// With cg_verbosity above 1 or a trace file set, M x of each iteration is written to the best-solution store
+/// that mcgradI passes as bestX, deliberately one vector for both: a traced solve that goes back goes back to
+/// that product.
+LIMBER_API CGIStatus pureCGrad(SpMat* A, Vector* x, Vector* b, CGMultFun mult, Vector* r, Vector* p,
+                               Vector* q, int maxIters, int& iter, int& bestIter, double& rsq, Vector* bestX,
+                               Preconditioner* precond, Vector* z);
