@@ -3,6 +3,8 @@
 /// @file
 /// What all solves of the process share.
 
+#include <new>
+
 #include "limber/linalg/Vector.h"
 
 class SpMat;

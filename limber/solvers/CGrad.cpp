@@ -1,0 +1,114 @@
+#include "limber/solvers/CGrad.h"
+
+#include <algorithm>
+
+#include "limber/linalg/SpMat.h"
+#include "limber/linalg/Vector.h"
+#include "limber/solvers/CGTuning.h"
+#include "limber/solvers/CGradI.h"
+#include "limber/solvers/detail/CGWork.h"
+
+using limber::detail::cgMult;
+using limber::detail::cgMultT;
+using limber::detail::cgNegativeDifference;
+
+namespace {
+
+// This family shares neither work vectors nor operator variables with the newer one.
+
+struct Product {
+  Vector v{std::max({cgradMAXX, cgradMAXB, 0})};
+};
+
+Vector& product() { return limber::detail::createdOnFirstUse<Product>().v; }
+
+const Vector* damping = nullptr;
+const Vector* weights = nullptr;
+
+// Least squares: r = A^T (b - A x), d^T M d = |A d|^2.
+
+double residualAtA(SpMat* A, Vector* x, Vector* b, Vector* r) {
+  Vector& t = product();
+  cgMult(A, x, &t);
+  cgNegativeDifference(&t, b);
+  cgMultT(A, &t, r);
+  return r->magSq();
+}
+
+double curvatureAtA(SpMat* A, Vector* d) {
+  Vector& t = product();
+  cgMult(A, d, &t);
+  return t.magSq();
+}
+
+// r = b - A x, d^T M d = d . A d.
+
+double residualA(SpMat* A, Vector* x, Vector* b, Vector* r) {
+  cgMult(A, x, r);
+  cgNegativeDifference(r, b);
+  return r->magSq();
+}
+
+double curvatureA(SpMat* A, Vector* d) {
+  Vector& t = product();
+  cgMult(A, d, &t);
+  return dot(d, &t);
+}
+
+// r = b - (A V^-1 A^T + D) x, d^T M d = d^T A V^-1 A^T d + d^T D d, without weights V and damping D where
+// there are none.
+
+double residualJJt(SpMat* A, Vector* x, Vector* b, Vector* r) {
+  Vector& t = product();
+  cgMultT(A, x, &t);
+  if (weights) t /= *weights;
+  cgMult(A, &t, r);
+  if (damping) {
+    const int n = std::min({r->count, x->count, damping->count});
+    for (int i = 0; i < n; ++i) r->data[i] += damping->data[i] * x->data[i];
+  }
+  cgNegativeDifference(r, b);
+  return r->magSq();
+}
+
+double curvatureJJt(SpMat* A, Vector* d) {
+  Vector& t = product();
+  cgMultT(A, d, &t);
+  double sum = 0.0;
+  for (int i = 0; i < t.count; ++i) {
+    const bool weighted = weights && i < weights->count;
+    sum += weighted ? t[i] * t[i] / weights->data[i] : t[i] * t[i];
+  }
+  if (damping) {
+    const int n = std::min(d->count, damping->count);
+    for (int i = 0; i < n; ++i) sum += damping->data[i] * d->data[i] * d->data[i];
+  }
+  return sum;
+}
+
+}  // namespace
+
+int cgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  return cgradI(A, x, b, rsqOut, residualAtA, curvatureAtA, 1);
+}
+
+int cgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  return cgradI(A, x, b, rsqOut, residualA, curvatureA, 1);
+}
+
+int cgradAAt(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  return cgradJVJt(A, x, b, rsqOut, nullptr, nullptr);
+}
+
+int cgradJJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* dampV) {
+  return cgradJVJt(A, x, b, rsqOut, nullptr, dampV);
+}
+
+int cgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vector* dampV) {
+  weights = mass;
+  damping = dampV;
+  const int iterations = cgradI(A, x, b, rsqOut, residualJJt, curvatureJJt, 1);
+  weights = nullptr;
+  damping = nullptr;
+  return iterations;
+}

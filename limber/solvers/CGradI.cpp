@@ -1,0 +1,109 @@
+#include "limber/solvers/CGradI.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/linalg/SpMat.h"
+#include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/Chains.h"
+#include "limber/solvers/CGTuning.h"
+#include "limber/solvers/detail/CGTrace.h"
+#include "limber/solvers/detail/CGWork.h"
+
+using limber::detail::cgTrace;
+using limber::detail::ReportSite;
+
+namespace {
+
+/// The work vectors of the older family, shared by all its solves.
+struct OldWork {
+  Vector gradient{std::max(cgradMAXX, 0)};
+  Vector direction{std::max(cgradMAXX, 0)};
+  /// The gradient of the step before, negated: that is how the ratio below wants it.
+  Vector stored{std::max(cgradMAXX, 0)};
+};
+
+/// Raises a first length that is too small to `count`, at least twofold.
+bool raised(int& limit, int count, const char* message, int line) {
+  if (count <= limit) return false;
+  ReportSite{"OldCGrad", line}.error(message);
+  limit = static_cast<int>(std::max<long long>(count, std::min(2LL * limit, 2147483647LL)));
+  return true;
+}
+
+OldWork& workFor(const Vector& x, const Vector& b) {
+  const bool longerX =
+      raised(cgradMAXX, x.count, "Matrix X too big in cgrad solver - attempting to grow!", __LINE__);
+  raised(cgradMAXB, b.count, "Matrix B too big in cgrad solver - attempting to grow!", __LINE__);
+  OldWork& work = limber::detail::createdOnFirstUse<OldWork>();
+  if (longerX) {
+    for (Vector* v : {&work.gradient, &work.direction, &work.stored}) v->resize(cgradMAXX);
+  }
+  return work;
+}
+
+/// The ratio of Polak and Ribiere: r . (r - r_old) / |r_old|^2, with stored = -r_old.
+double ratio(const Vector& r, const Vector& stored, double oldSq) {
+  double sum = 0.0;
+  for (int i = 0; i < r.count; ++i) sum += r[i] * (r[i] + stored[i]);
+  return sum / oldSq;
+}
+
+void storeNegated(Vector& r, Vector& stored) {
+  stored.grow(r.count);
+  for (int i = 0; i < r.count && i < stored.count; ++i) stored[i] = -r[i];
+}
+
+bool converged(double rsq, double previous) {
+  const double change = std::fabs(rsq - previous);
+  return change < cgradEps || change < (std::fabs(previous) + std::fabs(rsq) + cgradEps) * cgradTol;
+}
+
+}  // namespace
+
+int cgradI(SpMat* A, Vector* x, Vector* b, double* rsqOut,
+           double (*residual)(SpMat* A, Vector* x, Vector* b, Vector* r),
+           double (*curvature)(SpMat* A, Vector* d), int earlyExit) {
+  double none = 0.0;
+  double& rsq = rsqOut ? *rsqOut : none;
+  if (cgradDribble) {
+    cgTrace("\nEnter cgradI - b:%d x:%d mat:(rows:%d cols:%d)\n", b->count, x->count, A->height(),
+            A->width());
+  }
+  rsq = 0.0;
+  if (x->count <= 0 || b->count <= 0) return 0;
+
+  OldWork& work = workFor(*x, *b);
+  Vector &r = work.gradient, &d = work.direction, &stored = work.stored;
+  rsq = residual(A, x, b, &r);
+  cgTrace(" IRST:%d  rp:%g\n", 1, rsq);
+  const double tiny = cgradEps * cgradEps;
+  if (earlyExit && rsq < tiny) return 0;
+
+  d = r;
+  storeNegated(r, stored);
+  const long long limit = static_cast<long long>(maxCGradPasses) * x->count;
+  for (int iteration = 1; iteration <= limit; ++iteration) {
+    const double curved = curvature(A, &d);
+    const double step = rsq / curved;
+    if (std::fabs(curved) < tiny || step > cgradNeptune) {
+      if (earlyExit) ReportSite{"OldCGrad", __LINE__}.error("Equations too singular for cgrad");
+      return -1;
+    }
+    x->scaleAdd(step, &d);
+    const double previous = rsq;
+    rsq = residual(A, x, b, &r);
+    cgTrace("%4d: rsq = %g (%4.1f%%)\n", iteration, rsq, (rsq - previous) * 100.0 / rsq);
+    if (converged(rsq, previous)) return iteration;
+    if (rsq > previous) {
+      d = r;
+    } else {
+      d *= ratio(r, stored, previous);
+      d += r;
+    }
+    storeNegated(r, stored);
+  }
+  ReportSite{"OldCGrad", __LINE__}.error("Too many iterations");
+  return -9;
+}

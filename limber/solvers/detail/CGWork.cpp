@@ -1,0 +1,38 @@
+#include "limber/solvers/detail/CGWork.h"
+
+#include <algorithm>
+
+#include "limber/linalg/SpMat.h"
+#include "limber/solvers/CGTuning.h"
+
+namespace limber::detail {
+
+double cgStagnationLimit = -1.0;
+double cgNormalDamping = 0.0;
+
+namespace {
+int roomX() { return std::max(cgradMAXX, 0); }
+int roomB() { return std::max(cgradMAXB, 0); }
+}  // namespace
+
+CGWork::CGWork() : r(roomX()), p(roomX()), q(roomX()), best(roomX()), z(roomX()), product(roomB()) {}
+
+CGWork& cgWork() { return createdOnFirstUse<CGWork>(); }
+
+void cgMult(SpMat* A, const Vector* v, Vector* out) {
+  out->grow(A->height());
+  A->mult(v, out);
+}
+
+void cgMultT(SpMat* A, const Vector* v, Vector* out) {
+  out->grow(A->width());
+  A->multT(v, out);
+}
+
+void cgNegativeDifference(Vector* out, Vector* b) {
+  const int n = std::min(out->count, b->count);
+  for (int i = 0; i < n; ++i) out->data[i] = (out->data[i] - b->data[i]) * -1.0;
+  for (int i = n; i < out->count; ++i) out->data[i] *= -1.0;
+}
+
+}  // namespace limber::detail
