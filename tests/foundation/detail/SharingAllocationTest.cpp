@@ -43,6 +43,21 @@ TEST(SharingAllocation, FailedNoteIsReportedAndLosesNothing) {
   }
 }
 
+TEST(SharingAllocation, PointerThatCannotBeNotedIsNotCopied) {
+  CapturedOutput captured;
+  std::vector<int> storage(5000);  // more than any test before has made room for
+  std::vector<int*> copies(storage.size());
+  bool happened = false;
+  for (std::size_t i = 0; i < storage.size(); i++) {
+    allocations::FailAt trap(0);
+    limber::detail::copyShared(copies[i], &storage[i]);
+    EXPECT_EQ(copies[i], trap.happened() ? nullptr : &storage[i]);
+    happened |= trap.happened();
+  }
+  EXPECT_TRUE(happened);
+  for (std::size_t i = 0; i < storage.size(); i++) EXPECT_EQ(unshare(&storage[i]), copies[i] == nullptr);
+}
+
 TEST(SharingAllocation, OnlyCopyingAllocates) {
   const int x = 0;
   const long before = allocations::count();

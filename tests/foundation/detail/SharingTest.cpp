@@ -44,6 +44,32 @@ TEST(Sharing, ForgottenStorageStartsAnew) {
   EXPECT_TRUE(unshare(&x));
 }
 
+struct Counted {
+  static int alive;
+  Counted() { alive++; }
+  ~Counted() { alive--; }
+};
+int Counted::alive = 0;
+
+TEST(Sharing, PointersLetGoOnceTheLastOneDoes) {
+  Counted *one = new Counted, *two = nullptr, *three = new Counted;
+  Counted* const object = one;
+  limber::detail::copyShared(two, one);
+  limber::detail::copyShared(three, two);  // what it held had no other holder
+  EXPECT_EQ(Counted::alive, 1);
+  EXPECT_TRUE(two == object && three == object);
+  limber::detail::copyShared(three, one);  // it holds that already
+  EXPECT_EQ(holders(object), 3);
+  limber::detail::dropShared(one);
+  EXPECT_EQ(one, nullptr);
+  limber::detail::copyShared(two, one);  // holding nothing is a letting go
+  EXPECT_EQ(two, nullptr);
+  EXPECT_EQ(Counted::alive, 1);
+  limber::detail::dropShared(three);
+  EXPECT_EQ(Counted::alive, 0);
+  limber::detail::dropShared(three);
+}
+
 // Random operations against a map, over few enough addresses that slots collide and holes are closed.
 TEST(Sharing, AgreesWithAMapOverManyOperations) {
   std::mt19937 random(11);
