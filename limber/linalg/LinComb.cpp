@@ -8,6 +8,8 @@
 #include "limber/linalg/SparseSum.h"
 #include "limber/linalg/detail/RowStorage.h"
 
+using limber::detail::RowWriter;
+
 int linCombStats[4] = {0, 0, 0, 0};
 
 namespace {
@@ -58,6 +60,50 @@ int advance(int active, int last) {
   return active;
 }
 
+/// Handles index after index of exactly N terms, in registers, until one of them ends or goes back. Returns
+/// the last index handled; the terms stand at entries that advance() looks at next.
+template <int N>
+int mergeWhileAll(RowWriter& writer) {
+  RowWriter to = writer;
+  Term t[N];
+  for (int k = 0; k < N; ++k) t[k] = terms[k];
+  int current[N];
+  for (int k = 0; k < N; ++k) current[k] = *t[k].index;
+  int last;
+  for (bool all = true; all;) {
+    last = current[0];
+    for (int k = 1; k < N; ++k) last = std::min(last, current[k]);
+    double sum = 0.0;
+    for (int k = 0; k < N; ++k) {
+      if (current[k] != last) continue;
+      sum += t[k].coefficient * *t[k].value;
+      ++t[k].value;
+      ++t[k].index;
+      if (t[k].index == t[k].end) {
+        all = false;
+      } else {
+        current[k] = *t[k].index;
+        all &= current[k] > last;
+      }
+    }
+    to.append(sum, last);
+  }
+  for (int k = 0; k < N; ++k) terms[k] = t[k];
+  writer = to;
+  return last;
+}
+
+/// Handles one index of any number of terms.
+int mergeOne(int active, RowWriter& writer) {
+  int last = INT_MAX;
+  for (int k = 0; k < active; ++k) last = std::min(last, *terms[k].index);
+  double sum = 0.0;
+  for (int k = 0; k < active; ++k)
+    if (*terms[k].index == last) sum += terms[k].coefficient * *terms[k].value;
+  writer.append(sum, last);
+  return last;
+}
+
 void merge(int active, SpVec* out) {
   int longest = 0;
   for (int k = 0; k < active; ++k) longest = std::max(longest, terms[k].row->numEntries);
@@ -70,15 +116,25 @@ void merge(int active, SpVec* out) {
     t.value = t.row->values.data;
     t.end = t.index + t.row->numEntries;
   }
-  limber::detail::RowWriter writer(*out);
+  RowWriter writer(*out);
   int last = -1;
   while ((active = advance(active, last)) > 0) {
-    last = INT_MAX;
-    for (int k = 0; k < active; ++k) last = std::min(last, *terms[k].index);
-    double sum = 0.0;
-    for (int k = 0; k < active; ++k)
-      if (*terms[k].index == last) sum += terms[k].coefficient * *terms[k].value;
-    writer.append(sum, last);
+    switch (active) {
+      case 1:
+        last = mergeWhileAll<1>(writer);
+        break;
+      case 2:
+        last = mergeWhileAll<2>(writer);
+        break;
+      case 3:
+        last = mergeWhileAll<3>(writer);
+        break;
+      case 4:
+        last = mergeWhileAll<4>(writer);
+        break;
+      default:
+        last = mergeOne(active, writer);
+    }
   }
   writer.finish();
   // Of the last index handled, also where its sum was too small to store.

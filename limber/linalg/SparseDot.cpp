@@ -1,13 +1,11 @@
 #include "limber/linalg/SparseDot.h"
 
 #include "limber/linalg/SpVec.h"
-#include "limber/linalg/detail/MergeRows.h"
 #include "limber/linalg/detail/RowStorage.h"
 
 namespace {
 
-/// The sum of term(index, a-value, b-value) over the common indices; `term` is 0.0 where the mask `common` is
-/// not set.
+/// The sum of term(index, a-value, b-value) over the indices that both rows hold.
 template <class Term>
 double mergedSum(const SpVec& a, const SpVec& b, Term term) {
   double sum = 0.0;
@@ -17,27 +15,32 @@ double mergedSum(const SpVec& a, const SpVec& b, Term term) {
   const double* va = a.values.data;
   const double* vb = b.values.data;
   if (!va || !vb || na <= 0 || nb <= 0 || ia[0] > ib[nb - 1] || ib[0] > ia[na - 1]) return sum;
-  int ka, kb;
-  limber::detail::mergeRows(ia, na, ib, nb, ka, kb, [&](int at, auto notA, auto notB, auto i, auto j) {
-    sum += term(notA | notB, at, va[i], vb[j]);
-    return true;
-  });
+  int ka = 0, kb = 0;
+  while (ka < na && kb < nb) {
+    const int atA = ia[ka], atB = ib[kb];
+    if (atA < atB) {
+      ++ka;
+    } else if (atB < atA) {
+      ++kb;
+    } else {
+      sum += term(atA, va[ka], vb[kb]);
+      ++ka;
+      ++kb;
+    }
+  }
   return sum;
 }
 
 }  // namespace
 
 double dot(SpVec& a, SpVec& b) {
-  // The sum is never -0.0, so that an index of one row only may add 0.0 to it.
-  return mergedSum(a, b, [](std::int64_t apart, int, double x, double y) {
-    return limber::detail::unlessMasked(apart, x * y);
-  });
+  return mergedSum(a, b, [](int, double x, double y) { return x * y; });
 }
 
 double sdot(SpVec* a, SpVec* b, Vector* w) {
   if (!w) return dot(*a, *b);
-  return mergedSum(*a, *b, [w](std::int64_t apart, int i, double x, double y) {
-    return !apart && limber::detail::inStorage(*w, i) ? w->data[i] * y * x : 0.0;
+  return mergedSum(*a, *b, [w](int i, double x, double y) {
+    return limber::detail::inStorage(*w, i) ? w->data[i] * y * x : 0.0;
   });
 }
 

@@ -1,10 +1,9 @@
 #include "limber/linalg/SparseSum.h"
 
-#include "limber/linalg/SpVec.h"
-#include "limber/linalg/detail/MergeRows.h"
-#include "limber/linalg/detail/RowStorage.h"
+#include <algorithm>
 
-using limber::detail::unlessMasked;
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/detail/RowStorage.h"
 
 namespace {
 
@@ -22,13 +21,17 @@ void ssum(const SpVec& a, double sa, const SpVec& b, double sb, SpVec& out) {
   const int* ib = b.indices.data;
   const double* va = a.values.data;
   const double* vb = b.values.data;
-  int ka, kb;
-  limber::detail::mergeRows(ia, na, ib, nb, ka, kb, [&](int at, auto notA, auto notB, auto i, auto j) {
-    if (at >= indexLimit) return false;
-    // An absent row adds 0.0, which changes no value that is stored.
-    writer.append(unlessMasked(notA, sa * va[i]) + unlessMasked(notB, sb * vb[j]), at);
-    return true;
-  });
+  int ka = 0, kb = 0;
+  while (ka < na && kb < nb) {
+    const int atA = ia[ka], atB = ib[kb];
+    if (std::min(atA, atB) >= indexLimit) break;
+    if (atA < atB)
+      writer.append(sa * va[ka++], atA);
+    else if (atB < atA)
+      writer.append(sb * vb[kb++], atB);
+    else
+      writer.append(sa * va[ka++] + sb * vb[kb++], atA);
+  }
   for (; ka < na && ia[ka] < indexLimit; ++ka) writer.append(sa * va[ka], ia[ka]);
   for (; kb < nb && ib[kb] < indexLimit; ++kb) writer.append(sb * vb[kb], ib[kb]);
   writer.finish();

@@ -46,7 +46,7 @@ RowSlots enlarged(SpVec& row, int count);
 /// (no function that is not inlined sees the writer): the row is up to date after finish().
 class RowWriter {
  public:
-  explicit RowWriter(SpVec& emptyRow) : row_(emptyRow), slots_(slotsOf(emptyRow)) {}
+  explicit RowWriter(SpVec& emptyRow) : row_(&emptyRow), slots_(slotsOf(emptyRow)) {}
 
   void append(double x, int i) {
     if (isTiny(x)) return;
@@ -57,20 +57,20 @@ class RowWriter {
   }
 
   void finish() {
-    row_.numEntries = row_.values.count = row_.indices.count = count_;
-    if (count_ > 0) row_.width = slots_.indices[count_ - 1] + 1;
+    row_->numEntries = row_->values.count = row_->indices.count = count_;
+    if (count_ > 0) row_->width = slots_.indices[count_ - 1] + 1;
   }
 
  private:
   bool makeRoom() {
     if (failed_) return false;
-    slots_ = enlarged(row_, count_);
+    slots_ = enlarged(*row_, count_);
     failed_ = slots_.room == 0;
     if (failed_) count_ = 0;
     return !failed_;
   }
 
-  SpVec& row_;
+  SpVec* row_;
   RowSlots slots_;
   int count_ = 0;
   bool failed_ = false;
