@@ -166,7 +166,8 @@ void SpVec::portray(int n) const {
 
 void copy(const SpVec& src, SpVec& dst) {
   dst.grow(std::max(dst.maxEntries, src.numEntries + 2));
-  const int n = std::min(src.numEntries, dst.maxEntries);
+  if (dst.maxEntries < src.numEntries) return;  // no memory: the row is empty
+  const int n = src.numEntries;
   dst.width = src.width;
   if (&src != &dst) {
     std::copy_n(src.indices.data, n, dst.indices.data);

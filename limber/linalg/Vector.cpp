@@ -58,6 +58,8 @@ void combine(Vector& v, const Vector* src, F f) {
   const int n = commonCount(v, src);
   double* to = v.data;
   const double* from = src ? src->data : nullptr;
+  // Unrolled, or the counting costs a tenth of the time while the vectors are in the cache.
+#pragma GCC unroll 4
   for (int i = 0; i < n; ++i) to[i] = f(to[i], from[i]);
 }
 

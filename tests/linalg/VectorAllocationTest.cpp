@@ -192,6 +192,20 @@ TEST(VectorAllocation, AFailedInsertionEmptiesTheRow) {
   }
 }
 
+TEST(VectorAllocation, AFailedRowCopyIsEmpty) {
+  SpVec src(50), copied;
+  for (int i = 0; i < 50; ++i) src.insEnd(1.0, i);
+  CapturedOutput output;
+  {
+    allocations::FailAt trap(0, true);
+    copied = src;
+  }
+  EXPECT_TRUE(reports(output.err())) << output.err();
+  expectValid(copied);
+  EXPECT_EQ(copied.numEntries, 0);
+  EXPECT_EQ(copied.width, -1);
+}
+
 TEST(VectorAllocation, EachFailureLeavesValidRows) {
   for (const bool andAllAfter : {false, true}) {
     const int failed = failEach(
