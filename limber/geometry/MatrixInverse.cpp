@@ -1,5 +1,6 @@
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/geometry/Matrix4x4.h"
+#include "limber/geometry/detail/WideInverse.h"
 #include "limber/linalg/detail/GaussJordan.h"
 
 // Degenerate input of invertMatrix:
@@ -32,6 +33,7 @@ struct SingularReports : limber::detail::GaussJordanWatcher {
 }  // namespace
 
 int invertMatrix(Matrix4x4* M, int report) {
+  if (limber::detail::invertWide(&M->m[0][0])) return 1;
   SingularReports watcher(report);
   limber::detail::gaussJordanFixed<4>(&M->m[0][0], 4, watcher);
   return watcher.success;
