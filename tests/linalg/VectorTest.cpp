@@ -22,6 +22,21 @@ static_assert(std::is_same<decltype(std::declval<Vector&>() = 1.0), void>::value
 
 namespace {
 
+// A number on the right of -= and /= would be a vector of that many zeros, so it is refused.
+template <class Right, class = void>
+struct Subtracts : std::false_type {};
+template <class Right>
+struct Subtracts<Right, std::void_t<decltype(std::declval<Vector&>() -= std::declval<Right>())>>
+    : std::true_type {};
+template <class Right, class = void>
+struct Divides : std::false_type {};
+template <class Right>
+struct Divides<Right, std::void_t<decltype(std::declval<Vector&>() /= std::declval<Right>())>>
+    : std::true_type {};
+static_assert(Subtracts<const Vector&>::value && Divides<const Vector&>::value, "vectors are taken");
+static_assert(!Subtracts<double>::value && !Subtracts<int>::value, "numbers are not");
+static_assert(!Divides<double>::value && !Divides<int>::value, "numbers are not");
+
 void expectZeros(const Vector& v, int n, int capacity) {
   EXPECT_EQ(v.size(), n);
   EXPECT_EQ(v.maxSize(), capacity);
