@@ -8,7 +8,7 @@
 #include "limber/foundation/detail/Sharing.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
-#include "limber/linalg/detail/RowStorage.h"
+#include "limber/linalg/detail/RowProducts.h"
 
 namespace {
 
@@ -132,27 +132,9 @@ void HSpMat::printStats() const {
 
 void HSpMat::mult(const Vector* x, Vector* y) const {
   y->grow(std::max(numRows, 0));
-  const int h = std::min(numRows, y->count);
-  for (int i = 0; i < h; ++i) {
-    const SpVec* const row = rows[i];
-    double sum = 0.0;
-    for (int k = 0; row && k < row->numEntries; ++k) {
-      if (limber::detail::inStorage(*x, row->indices[k])) sum += x->data[row->indices[k]] * row->values[k];
-    }
-    y->data[i] = sum;
-  }
+  limber::detail::rowsTimesVector(rows, std::min(numRows, y->count), *x, y->data);
 }
 
 void HSpMat::multT(const Vector* x, Vector* y) const {
-  y->grow(width());
-  *y = 0.0;
-  const int h = std::min(numRows, x->capacity);
-  for (int i = 0; i < h; ++i) {
-    const double xi = x->data[i];
-    if (xi >= -1e-12 && xi <= 1e-12) continue;
-    const SpVec* const row = rows[i];
-    for (int k = 0; row && k < row->numEntries; ++k) {
-      if (limber::detail::inStorage(*y, row->indices[k])) y->data[row->indices[k]] += xi * row->values[k];
-    }
-  }
+  limber::detail::transposedRowsTimesVector(rows, numRows, x->data, x->capacity, *y);
 }

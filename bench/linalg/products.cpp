@@ -1,0 +1,161 @@
+// Products of row-sparse matrices with dense vectors, beside Eigen's row-major sparse matrix in the same run.
+#include <benchmark/benchmark.h>
+
+#include <Eigen/Sparse>
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "limber/linalg/HSpMat.h"
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/Vector.h"
+
+namespace {
+
+using Peer = Eigen::SparseMatrix<double, Eigen::RowMajor>;
+
+// The stored columns of all rows, and where each row's end.
+struct Pattern {
+  std::vector<int> columns;
+  std::vector<std::size_t> ends;
+};
+
+// One matrix in both forms, with operands.
+struct Problem {
+  std::vector<std::unique_ptr<SpVec>> rows;
+  HSpMat ours{0};
+  Peer peer;
+  Vector x, xT, y, yT;
+  Eigen::VectorXd px, pxT, py, pyT;
+
+  Problem(int h, int w, const Pattern& pattern) : peer(h, w) {
+    std::mt19937 random(17);
+    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+    std::vector<Eigen::Triplet<double>> triplets;
+    triplets.reserve(pattern.columns.size());
+    rows.reserve(static_cast<std::size_t>(h));
+    std::size_t k = 0;
+    for (int i = 0; i < h; ++i) {
+      const std::size_t end = pattern.ends[static_cast<std::size_t>(i)];
+      rows.push_back(std::make_unique<SpVec>(static_cast<int>(end - k)));
+      for (; k < end; ++k) {
+        const double value = uniform(random);
+        rows.back()->ins(value, pattern.columns[k]);
+        triplets.emplace_back(i, pattern.columns[k], value);
+      }
+    }
+    for (const auto& row : rows) ours.add(row.get());
+    peer.setFromTriplets(triplets.begin(), triplets.end());
+    peer.makeCompressed();
+    x.grow(w);
+    xT.grow(h);
+    px.resize(w);
+    pxT.resize(h);
+    for (int j = 0; j < w; ++j) px[j] = x[j] = uniform(random);
+    for (int i = 0; i < h; ++i) pxT[i] = xT[i] = uniform(random);
+    py.resize(h);
+    pyT.resize(w);
+  }
+};
+
+// perRow different columns in each row.
+Pattern scattered(int h, int w, int perRow) {
+  std::mt19937 random(5);
+  std::uniform_int_distribution<int> column(0, w - 1);
+  Pattern pattern;
+  for (int i = 0; i < h; ++i) {
+    const auto row = pattern.columns.size();
+    while (pattern.columns.size() < row + static_cast<std::size_t>(perRow)) {
+      const int j = column(random);
+      const auto start = pattern.columns.begin() + static_cast<long>(row);
+      if (std::find(start, pattern.columns.end(), j) == pattern.columns.end()) pattern.columns.push_back(j);
+    }
+    std::sort(pattern.columns.begin() + static_cast<long>(row), pattern.columns.end());
+    pattern.ends.push_back(pattern.columns.size());
+  }
+  return pattern;
+}
+
+// Five-point stencil on a grid of `across` points a line.
+Pattern stencil(int n, int across) {
+  Pattern pattern;
+  for (int i = 0; i < n; ++i) {
+    for (const int j : {i - across, i - 1, i, i + 1, i + across}) {
+      if (j >= 0 && j < n) pattern.columns.push_back(j);
+    }
+    pattern.ends.push_back(pattern.columns.size());
+  }
+  return pattern;
+}
+
+Problem& problem(int which) {
+  static std::unique_ptr<Problem> made[3];
+  if (!made[which]) {
+    made[which] = which == 0   ? std::make_unique<Problem>(2000, 2000, scattered(2000, 2000, 30))
+                  : which == 1 ? std::make_unique<Problem>(20000, 30000, scattered(20000, 30000, 12))
+                               : std::make_unique<Problem>(200000, 200000, stencil(200000, 447));
+  }
+  return *made[which];
+}
+
+double seconds() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// Ours and the peer's turn and turn about; the counter "ratio" is the median of ours / peer.
+template <class Ours, class Theirs>
+void beside(benchmark::State& state, Ours ours, Theirs theirs) {
+  std::vector<double> ratios, mine, peers;
+  for (auto _ : state) {
+    const double start = seconds();
+    ours();
+    const double middle = seconds();
+    theirs();
+    const double end = seconds();
+    ratios.push_back((middle - start) / (end - middle));
+    mine.push_back(middle - start);
+    peers.push_back(end - middle);
+    state.SetIterationTime(middle - start);
+  }
+  const auto median = [](std::vector<double>& v) {
+    std::nth_element(v.begin(), v.begin() + static_cast<long>(v.size() / 2), v.end());
+    return v[v.size() / 2];
+  };
+  state.counters["ratio"] = median(ratios);
+  state.counters["limber_us"] = 1e6 * median(mine);
+  state.counters["eigen_us"] = 1e6 * median(peers);
+}
+
+void productByVector(benchmark::State& state) {
+  Problem& p = problem(static_cast<int>(state.range(0)));
+  beside(
+      state, [&p] { p.ours.mult(&p.x, &p.y); },
+      [&p] {
+        p.py.noalias() = p.peer * p.px;
+        benchmark::DoNotOptimize(p.py.data());
+      });
+  for (int i = 0; i < p.y.size(); ++i) {
+    if (!(std::abs(p.y[i] - p.py[i]) <= 1e-10)) state.SkipWithError("the products differ");
+  }
+}
+
+void transposedByVector(benchmark::State& state) {
+  Problem& p = problem(static_cast<int>(state.range(0)));
+  beside(
+      state, [&p] { p.ours.multT(&p.xT, &p.yT); },
+      [&p] {
+        p.pyT.noalias() = p.peer.transpose() * p.pxT;
+        benchmark::DoNotOptimize(p.pyT.data());
+      });
+  for (int i = 0; i < p.yT.size(); ++i) {
+    if (!(std::abs(p.yT[i] - p.pyT[i]) <= 1e-10)) state.SkipWithError("the products differ");
+  }
+}
+
+// 0: 2000 x 2000, 30 a row; 1: 20000 x 30000, 12 a row; 2: five-point stencil of 200000.
+BENCHMARK(productByVector)->DenseRange(0, 2)->UseManualTime();
+BENCHMARK(transposedByVector)->DenseRange(0, 2)->UseManualTime();
+
+}  // namespace

@@ -1,0 +1,21 @@
+#pragma once
+
+/// @file
+/// The kernels behind the products of the row-sparse matrix. Rows are objects of their own, each with two
+/// arrays, anywhere in memory: what costs is fetching them, so the next rows are asked for ahead. Every sum
+/// keeps its own order.
+
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/Vector.h"
+
+namespace limber::detail {
+
+/// y[i] = the sum of x[index] value over row i, from 0.0 in entry order, for n rows; null rows give 0.0.
+void rowsTimesVector(SpVec* const* rows, int n, const Vector& x, double* y);
+
+/// y takes the largest width of n rows as its size and is cleared; then y[index] += x[i] value over the
+/// entries of row i, in turn. Null rows, rows with x[i] in [-1e-12, 1e-12] and rows from number xs on add
+/// nothing.
+void transposedRowsTimesVector(SpVec* const* rows, int n, const double* x, int xs, Vector& y);
+
+}  // namespace limber::detail

@@ -1,0 +1,138 @@
+#include "limber/linalg/ResizeMatrix.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+
+#include "tests/linalg/Matrices.h"
+
+namespace {
+
+using Rows = std::vector<std::vector<double>>;
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+static_assert(offsetof(ResizeMatrix, allocated) >= offsetof(FullMatrix, data) + sizeof(double*));
+#pragma GCC diagnostic pop
+
+TEST(ResizeMatrix, ShapedOneHoldsItsElements) {
+  const ResizeMatrix m(3, 4);
+  EXPECT_EQ(m.allocated, 12);
+  EXPECT_EQ(m.kind, 0);
+  EXPECT_EQ(elementsOf(m), (Rows{{0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}}));
+}
+
+TEST(ResizeMatrix, StorageOnlyHoldsNDoubles) {
+  ResizeMatrix m(9);
+  EXPECT_EQ(m.allocated, 9);
+  EXPECT_EQ(m.rows(), 0);
+  EXPECT_EQ(m.columns(), 0);
+  double* const storage = m.data;
+  m.grow(3, 3);
+  EXPECT_EQ(m.data, storage);
+  EXPECT_EQ(ResizeMatrix(0).allocated, 0);
+}
+
+TEST(ResizeMatrix, GrowKeepsTheArrayWhileItFits) {
+  ResizeMatrix m(4, 4);
+  double* const storage = m.data;
+  m.grow(2, 8);
+  EXPECT_EQ(m.data, storage);
+  EXPECT_EQ(m.allocated, 16);
+  EXPECT_EQ(m.rows(), 2);
+  EXPECT_EQ(m.columns(), 8);
+  m.grow(1, 2);
+  EXPECT_EQ(m.allocated, 16);
+  m.grow(5, 5);
+  EXPECT_EQ(m.allocated, 25);
+  m.zero();
+  EXPECT_EQ(m.trace(), 0.0);
+}
+
+TEST(ResizeMatrix, GrowSetsTheKindByTheShape) {
+  ResizeMatrix m(2, 2);
+  m.grow(0, 7);
+  EXPECT_EQ(m.kind, 1);
+  m.kind = 3;
+  m.grow(2, 1);
+  EXPECT_EQ(m.kind, 0);
+}
+
+TEST(ResizeMatrix, GrownOneHasItsSpareElement) {
+  ResizeMatrix m(1, 1);
+  m.grow(3, 3);
+  m.zero();
+  m(2, 3) = 1.0;
+  EXPECT_EQ(m(2, 3), 1.0);
+}
+
+// A capacity that lies would make the next grow write outside the array.
+void expectTrueCapacity(ResizeMatrix& m, int capacity) {
+  EXPECT_EQ(m.allocated, capacity);
+  m.grow(1, capacity);
+  for (int j = 0; j < capacity; ++j) m.e(0, j) = j;
+  EXPECT_EQ(m.allocated, capacity);
+}
+
+TEST(ResizeMatrix, CopyKnowsItsOwnCapacity) {
+  ResizeMatrix m(4, 4);
+  m.grow(2, 2);
+  m.identity();
+  ResizeMatrix copy(m);
+  EXPECT_EQ(elementsOf(copy), (Rows{{1, 0}, {0, 1}}));
+  expectTrueCapacity(copy, 4);
+  expectTrueCapacity(m, 16);
+}
+
+TEST(ResizeMatrix, CopyOfATemporaryTakesStorageAndCapacity) {
+  ResizeMatrix m(4, 4);
+  m.grow(2, 2);
+  m.kind = 2;
+  double* const storage = m.data;
+  ResizeMatrix copy(m);
+  EXPECT_EQ(copy.data, storage);
+  EXPECT_EQ(m.allocated, 0);
+  expectTrueCapacity(copy, 16);
+}
+
+TEST(ResizeMatrix, AssignmentKnowsTheNewCapacity) {
+  ResizeMatrix m(5, 5), other(1, 2);
+  m = other;
+  expectTrueCapacity(m, 2);
+}
+
+TEST(ResizeMatrix, AssignmentThroughTheBaseDoesToo) {
+  ResizeMatrix m(5, 5);
+  FullMatrix& base = m;
+  base = matrixOf({{1, 2, 3}});
+  EXPECT_EQ(elementsOf(m), (Rows{{1, 2, 3}}));
+  expectTrueCapacity(m, 3);
+}
+
+TEST(ResizeMatrix, TakesTheResultOfAnOperator) {
+  ResizeMatrix m(1, 1);
+  m = matrixOf({{1, 2}}) + matrixOf({{3, 4}});
+  EXPECT_EQ(elementsOf(m), (Rows{{4, 6}}));
+  expectTrueCapacity(m, 2);
+}
+
+TEST(ResizeMatrix, ProductInPlaceKnowsTheNewCapacity) {
+  ResizeMatrix m(5, 5);
+  m.grow(1, 2);
+  m.e(0, 0) = m.e(0, 1) = 1.0;
+  m *= matrixOf({{1, 2, 3}, {4, 5, 6}});
+  EXPECT_EQ(elementsOf(m), (Rows{{5, 7, 9}}));
+  expectTrueCapacity(m, 3);
+}
+
+TEST(ResizeMatrix, TransposeInPlaceKnowsTheNewCapacity) {
+  ResizeMatrix m(5, 5);
+  m.grow(1, 2);
+  m.e(0, 0) = 1.0;
+  m.e(0, 1) = 2.0;
+  m.transposeInPlace();
+  EXPECT_EQ(elementsOf(m), (Rows{{1}, {2}}));
+  expectTrueCapacity(m, 2);
+}
+
+}  // namespace
