@@ -46,11 +46,15 @@
 
 // solvers
 #include "limber/solvers/BiCGrad.h"
+#include "limber/solvers/BuildJJt.h"
 #include "limber/solvers/CGMultiply.h"
 #include "limber/solvers/CGStatus.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/CGrad.h"
 #include "limber/solvers/CGradI.h"
+#include "limber/solvers/JJtBandedPrecond.h"
+#include "limber/solvers/JJtCholeskyPrecond.h"
+#include "limber/solvers/JJtPrecond.h"
 #include "limber/solvers/MCGrad.h"
 #include "limber/solvers/MatLab.h"
 #include "limber/solvers/NCGrad.h"

@@ -1,0 +1,47 @@
+#include "limber/solvers/JJtBandedPrecond.h"
+
+#include "limber/foundation/Clock.h"
+#include "limber/foundation/detail/Sharing.h"
+#include "limber/linalg/ResizeMatrix.h"
+#include "limber/linalg/Vector.h"
+#include "limber/solvers/BuildJJt.h"
+#include "limber/solvers/detail/BandFactor.h"
+#include "limber/solvers/detail/JJtDiagonal.h"
+
+using limber::detail::copyShared;
+using limber::detail::definizerShift;
+using limber::detail::dropShared;
+using limber::detail::factorOrDiagonal;
+
+JJtBandedPrecond::JJtBandedPrecond(HSpMat* J, int bandwidth, Vector* mass, Vector* damp)
+    : band(nullptr), diagonal(nullptr) {
+  Clock build("build-jjt");
+  build.start();
+  band = buildJJtBanded(J, bandwidth, nullptr, mass, damp, definizerShift());
+  build.stop();
+  Clock factor("factor-jjt");
+  factor.start();
+  diagonal = factorOrDiagonal(band, *J, mass, damp);
+  factor.stop();
+}
+
+JJtBandedPrecond::JJtBandedPrecond(const JJtBandedPrecond& other)
+    : Preconditioner(other), band(nullptr), diagonal(nullptr) {
+  copyShared(band, other.band);
+  copyShared(diagonal, other.diagonal);
+}
+
+JJtBandedPrecond& JJtBandedPrecond::operator=(const JJtBandedPrecond& other) {
+  copyShared(band, other.band);
+  copyShared(diagonal, other.diagonal);
+  return *this;
+}
+
+JJtBandedPrecond::~JJtBandedPrecond() {
+  dropShared(band);
+  dropShared(diagonal);
+}
+
+void JJtBandedPrecond::solve(const Vector* r, Vector* z) {
+  limber::detail::solveBandOrDiagonal(band, diagonal, r, z);
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+/// @file
+/// The direct solver of banded normal equations, as a preconditioner.
+
+#include "limber/Api.h"
+#include "limber/solvers/Preconditioner.h"
+
+class HSpMat;
+class ResizeMatrix;
+class Vector;
+
+/// Preconditions J V^-1 J^T + diag(damp) by the Cholesky factor of its band (buildJJtBand), at any width.
+/// With the full half bandwidth of the matrix it is a direct solver: solve gives the solution, and CG
+/// converges in an iteration or two.
+///
+/// When the factorization fails that is reported and the diagonal is used instead, as JJtPrecond does: a
+/// solve is never worse off than with that. Weights, the shift and copies are as in JJtPrecond.
+class LIMBER_API JJtCholeskyPrecond : public Preconditioner {
+ public:
+  /// The factored band.
+  ResizeMatrix* band;
+  /// Null, unless the factorization failed: then what JJtPrecond keeps.
+  Vector* diagonal;
+
+  /// Either vector may be null: weights 1, no damping.
+  JJtCholeskyPrecond(HSpMat* J, int bandwidth, Vector* weights, Vector* damp);
+  JJtCholeskyPrecond(const JJtCholeskyPrecond& other);
+  JJtCholeskyPrecond& operator=(const JJtCholeskyPrecond& other);
+  ~JJtCholeskyPrecond();
+
+  /// Solves with the band: z takes the length and the values of r, the leading part of which (J's height) is
+  /// solved for. r and z may be the same.
+  void solve(const Vector* r, Vector* z) override;
+};

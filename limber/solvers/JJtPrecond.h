@@ -1,0 +1,34 @@
+#pragma once
+
+/// @file
+/// The diagonal preconditioner of normal equations.
+
+#include "limber/Api.h"
+#include "limber/solvers/Preconditioner.h"
+
+class HSpMat;
+class Vector;
+
+/// Preconditions J V^-1 J^T + diag(damp) by its diagonal (Jacobi).
+///
+/// The preconditioners *multiply* by the weights they are given, while the operator of ncgradJVJt *divides*
+/// by its mass: to precondition a solve with mass V hand over the vector 1/V. cgradDefinizer is added to the
+/// diagonal where it is positive at the time of construction.
+///
+/// Copies are shallow, deliberately: they hold the same vector, which the last of them releases.
+class LIMBER_API JJtPrecond : public Preconditioner {
+ public:
+  /// For each row of J, 1/d of its diagonal entry d; d itself, uninverted, where |d| < cg_epsilon: a row of
+  /// zeros zeroes its residual. Null when there was no memory; solve is then the identity.
+  Vector* inverse;
+
+  /// Either vector may be null: weights 1, no damping.
+  JJtPrecond(HSpMat* J, Vector* mass, Vector* damp);
+  JJtPrecond(const JJtPrecond& other);
+  JJtPrecond& operator=(const JJtPrecond& other);
+  ~JJtPrecond();
+
+  /// z[i] = inverse[i] r[i] below the smaller of their two lengths. z does not grow: what lies beyond its
+  /// storage is left out. r and z may be the same.
+  void solve(const Vector* r, Vector* z) override;
+};

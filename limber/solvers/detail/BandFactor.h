@@ -1,0 +1,18 @@
+#pragma once
+
+class HSpMat;
+class ResizeMatrix;
+class Vector;
+
+namespace limber::detail {
+
+// What the two band preconditioners share: a factored band, or the diagonal where it would not factor.
+
+/// Factors the band in place and returns null. When that fails, reports it and returns the inverse diagonal,
+/// to solve with instead; null when there is no memory for that either.
+Vector* factorOrDiagonal(ResizeMatrix* band, const HSpMat& J, const Vector* weights, const Vector* damp);
+
+/// z = r, and then the leading part is solved for, with the diagonal where there is one.
+void solveBandOrDiagonal(ResizeMatrix* band, const Vector* diagonal, const Vector* r, Vector* z);
+
+}  // namespace limber::detail

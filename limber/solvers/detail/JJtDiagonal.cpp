@@ -1,0 +1,47 @@
+#include "limber/solvers/detail/JJtDiagonal.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+
+#include "limber/foundation/Report.h"
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/linalg/HSpMat.h"
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/RowStorage.h"
+#include "limber/solvers/CGTuning.h"
+
+namespace limber::detail {
+
+double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift) {
+  const SpVec* const row = J.rows[i];
+  double d = !row ? 0.0 : weights ? row->weightedL2(weights) : row->magSq();
+  if (damp && inStorage(*damp, i)) d += damp->data[i];
+  return d + shift;
+}
+
+double definizerShift() { return cgradDefinizer > 0.0 ? cgradDefinizer : 0.0; }
+
+Vector* jjtInverseDiagonal(const HSpMat& J, const Vector* weights, const Vector* damp) {
+  const int n = J.numRows;
+  Vector* const inverse = new (std::nothrow) Vector(n);
+  if (!inverse) {
+    FATAL_ERROR(newFails);
+    return nullptr;
+  }
+  const double shift = definizerShift();
+  for (int i = 0; i < std::min(n, inverse->count); i++) {
+    const double d = jjtDiagonal(J, i, weights, damp, shift);
+    // A diagonal next to zero is kept as it is, deliberately, not inverted and not clamped.
+    inverse->data[i] = std::fabs(d) >= cg_epsilon ? 1.0 / d : d;
+  }
+  return inverse;
+}
+
+void scaleByDiagonal(const Vector& inverse, const Vector& r, Vector& z) {
+  const int n = std::min({inverse.count, r.count, z.capacity});
+  for (int i = 0; i < n; i++) z.data[i] = inverse.data[i] * r.data[i];
+}
+
+}  // namespace limber::detail
