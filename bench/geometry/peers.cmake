@@ -1,3 +1,4 @@
-#GLM and Imath run beside Eigen.
-find_package(glm REQUIRED) find_package(Imath REQUIRED)
-    target_link_libraries(bench_geometry PRIVATE glm::glm Imath::Imath)
+# GLM and Imath run beside Eigen.
+find_package(glm REQUIRED)
+find_package(Imath REQUIRED)
+target_link_libraries(bench_geometry PRIVATE glm::glm Imath::Imath)

@@ -80,12 +80,14 @@ LIMBER_WIDE bool eliminate(const double* from, double* to, __m256d& r0, __m256d&
     best = _mm256_max_pd(best, _mm256_permute2f128_pd(best, best, 1));
     best = _mm256_max_pd(best, _mm256_permute_pd(best, 5));
     if (!(_mm256_cvtsd_f64(best) > 0.0)) return false;
+    // A NaN would leave the lanes unequal, and closed columns hold zeros: one value, above 0, for all.
+    best = _mm256_broadcastsd_pd(_mm256_castpd256_pd128(best));
     reciprocal = 1.0 / _mm256_cvtsd_f64(best);
     int places = _mm256_movemask_pd(_mm256_cmp_pd(g2, best, _CMP_EQ_OQ)) << 8 |
                  _mm256_movemask_pd(_mm256_cmp_pd(g3, best, _CMP_EQ_OQ)) << 12;
     if constexpr (Step < 2) places |= _mm256_movemask_pd(_mm256_cmp_pd(g1, best, _CMP_EQ_OQ)) << 4;
     if constexpr (Step < 1) places |= _mm256_movemask_pd(_mm256_cmp_pd(g0, best, _CMP_EQ_OQ));
-    int place = __builtin_ctz(static_cast<unsigned>(places) | 0x8000U);
+    int place = __builtin_ctz(static_cast<unsigned>(places));
     if (__builtin_expect(places & (places - 1), 0)) place = lastPlace(places, Step, slots);
     slot = place >> 2, column = place & 3;
     const int row = slots.row[slot];
