@@ -1,0 +1,41 @@
+#include <gtest/gtest.h>
+
+#include "limber/foundation/detail/Sharing.h"
+#include "tests/io/Readers.h"
+#include "tests/support/CapturedOutput.h"
+#include "tests/support/allocations/Allocations.h"
+
+namespace {
+
+TEST(Reader, ReportsAFailedAllocationOfTheName) {
+  TemporaryDirectory directory;
+  const std::string path = directory.write("text", "one two");
+  for (const bool searched : {false, true}) {
+    CapturedOutput output;
+    bool failed, ok;
+    {
+      allocations::FailAt trap(0, true);
+      Reader r(path.c_str(), searched ? "" : static_cast<const char*>(nullptr));
+      failed = trap.happened();
+      ok = r.ok();
+    }
+    EXPECT_TRUE(failed);
+    EXPECT_EQ(ok, !searched);  // without a place for the path it does not open; without a name it reads on
+  }
+}
+
+TEST(Reader, ReadingAllocatesNothing) {
+  std::string text;
+  for (int i = 0; i < 5000; i++) text += "1.5 word 12\n";
+  FileReader file(text);
+  Reader& r = file.reader;
+  double d;
+  int n;
+  r.getReal(d, 1);
+  const long before = allocations::count();
+  while (r.getWord() && r.getInt(n, 1) && r.getReal(d, 0)) {
+  }
+  EXPECT_EQ(allocations::count(), before);
+}
+
+}  // namespace

@@ -1,0 +1,193 @@
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <random>
+
+#include "tests/io/Readers.h"
+#include "tests/support/CapturedOutput.h"
+
+using Words = std::vector<std::string>;
+
+namespace {
+
+constexpr const char* noPath = nullptr;
+
+/// The words of `text` by the rule alone.
+Words split(const std::string& text) {
+  Words words(1);
+  for (const char c : text) {
+    if (static_cast<signed char>(c) > 32)
+      words.back() += c;
+    else if (!words.back().empty())
+      words.emplace_back();
+  }
+  if (words.back().empty()) words.pop_back();
+  return words;
+}
+
+TEST(ReaderStream, TheLastLineCountsWithoutALineEnd) {
+  FileReader file("hello");
+  EXPECT_EQ(file.reader.ok(), 1);
+  EXPECT_EQ(file.reader.getLineNo(), 1);
+  EXPECT_STREQ(file.reader.getWord(), "hello");
+  EXPECT_EQ(file.reader.ok(), 0);
+  EXPECT_EQ(file.reader.getLineNo(), -1);
+  EXPECT_EQ(wordsOf("a b\nc d"), (Words{"a", "b", "c", "d"}));
+}
+
+TEST(ReaderStream, AnEmptyFileIsAtEndAfterItsOneEmptyLine) {
+  for (const bool gz : {false, true}) {
+    FileReader file("", gz);
+    EXPECT_EQ(file.reader.ok(), 0);
+    EXPECT_EQ(file.reader.lineNo, 1);
+    EXPECT_EQ(file.reader.getLineNo(), -1);
+    EXPECT_EQ(file.reader.getWord(), nullptr);
+    EXPECT_EQ(file.reader.gets(), nullptr);
+    EXPECT_STREQ(file.reader.line, "");
+  }
+}
+
+TEST(ReaderStream, AdvancingAUsedUpStreamEmptiesTheLineAndCountsNothing) {
+  FileReader file("one two");
+  EXPECT_EQ(file.reader.gets(), nullptr);
+  EXPECT_STREQ(file.reader.line, "");
+  EXPECT_EQ(file.reader.lineNo, 1);
+  EXPECT_EQ(file.reader.ok(), 0);
+}
+
+TEST(ReaderStream, FilesAroundTheReadSizeGiveAllTheirWords) {
+  for (const std::size_t size : {1022u, 1023u, 1024u, 1025u, 1026u, 2047u, 2048u, 2049u, 4096u, 8192u}) {
+    for (const char* end : {"", "\n", "\r\n", " ", "\n\n\n"}) {
+      std::string text;
+      for (int i = 0; text.size() < size; i++) text += "w" + std::to_string(i) + (i % 7 ? " " : "\r\n");
+      text.resize(size - std::string(end).size());
+      text += end;
+      EXPECT_EQ(wordsOf(text), split(text)) << size;
+      EXPECT_EQ(wordsOf(text, true), split(text)) << size;
+    }
+  }
+}
+
+TEST(ReaderStream, ALineEndPairAcrossTwoReadsGivesAnEmptyLine) {
+  FileReader file(std::string(500, ' ') + "\n" + std::string(520, ' ') + "\r\nx");
+  while (file.reader.peek() != 'x') file.reader.getc();
+  const int inside = file.reader.getLineNo();
+  FileReader across(std::string(500, ' ') + "\n" + std::string(522, ' ') + "\r\nx");
+  while (across.reader.peek() != 'x') across.reader.getc();
+  EXPECT_EQ(across.reader.getLineNo(), inside + 1);
+}
+
+TEST(ReaderStream, RandomTextGivesTheSameWordsPlainAndCompressed) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 200; round++) {
+    std::string text;
+    const std::size_t size = random() % 6000;
+    int run = 0;
+    while (text.size() < size) {
+      // Lines shorter than 511, so that no word is cut.
+      const bool white = random() % 6 == 0 || ++run > 200;
+      if (white) run = 0;
+      static const char whites[] = " \t\n\r\v\x80\xff";
+      text += white ? (random() % 3 ? whites[random() % 7] : '\n') : static_cast<char>(33 + random() % 94);
+      if (text.size() % 300 == 0) text += '\n';
+    }
+    ASSERT_EQ(wordsOf(text), split(text));
+    ASSERT_EQ(wordsOf(text, true), split(text));
+  }
+}
+
+TEST(ReaderStream, TruncatedCompressedFilesEnd) {
+  TemporaryDirectory directory;
+  std::string text;
+  for (int i = 0; i < 3000; i++) text += std::to_string(i * 7919) + "\n";
+  const std::string whole = readFile(directory.writeGz("whole.gz", text));
+  for (std::size_t size = 0; size < whole.size(); size += 1 + size / 20) {
+    const std::string path = directory.write("cut.gz", whole.substr(0, size));
+    Reader r(path.c_str(), noPath);
+    const Words words = wordsOf(r);
+    EXPECT_LE(words.size(), 3000u);
+    EXPECT_EQ(r.ok(), 0);
+  }
+}
+
+TEST(ReaderStream, CorruptedCompressedFilesEnd) {
+  TemporaryDirectory directory;
+  std::string text;
+  for (int i = 0; i < 3000; i++) text += std::to_string(i * 7919) + "\n";
+  const std::string whole = readFile(directory.writeGz("whole.gz", text));
+  std::mt19937 random(5);
+  for (int round = 0; round < 300; round++) {
+    std::string bytes = whole;
+    bytes[2 + random() % (bytes.size() - 2)] ^= static_cast<char>(1 + random() % 255);
+    const std::string path = directory.write("bad.gz", bytes);
+    Reader r(path.c_str(), noPath);
+    wordsOf(r);
+    EXPECT_EQ(r.ok(), 0);
+    EXPECT_EQ(r.getWord(), nullptr);
+  }
+}
+
+TEST(ReaderStream, ADirectoryIsAtEnd) {
+  TemporaryDirectory directory;
+  Reader r(directory.path().c_str(), noPath);
+  EXPECT_EQ(r.ok(), 0);
+  EXPECT_EQ(r.getWord(), nullptr);
+  const std::string name = directory.path().substr(1);
+  Reader searched(name.c_str(), "/");
+  EXPECT_EQ(searched.ok(), 0);
+  EXPECT_EQ(searched.name, nullptr);
+}
+
+TEST(ReaderStream, AStreamOpenForWritingIsAtEnd) {
+  TemporaryDirectory directory;
+  Reader r(gzopen((directory / "out.gz").c_str(), "wb"), "out.gz");
+  EXPECT_EQ(r.ok(), 0);
+  EXPECT_EQ(r.getWord(), nullptr);
+}
+
+TEST(ReaderStream, CopiesShareStreamAndName) {
+  std::string text;
+  for (int i = 0; i < 1000; i++) text += "word" + std::to_string(i) + "\n";
+  FileReader file(text);
+  Reader copy(file.reader);
+  EXPECT_EQ(copy.file, file.reader.file);
+  EXPECT_EQ(copy.name, file.reader.name);
+  EXPECT_STREQ(copy.getWord(), "word0");
+  EXPECT_STREQ(file.reader.getWord(), "word0");
+  // Each goes through its own copy of the first 1024 bytes; what lies behind is read once, by the first to
+  // come.
+  const Words rest = wordsOf(copy);
+  EXPECT_EQ(rest.back(), "word999");
+  const Words own = wordsOf(file.reader);
+  EXPECT_LT(own.size(), 140u);
+}
+
+TEST(ReaderStream, TheLastCopyCloses) {
+  TemporaryDirectory directory;
+  const std::string path = directory.write("text", "one two three four");
+  Reader* const first = new Reader(path.c_str(), noPath);
+  Reader second(*first);
+  Reader third(nullptr, "x");
+  third = second;
+  delete first;
+  EXPECT_STREQ(second.getWord(), "one");
+  EXPECT_STREQ(second.name, path.c_str());
+  second = second;
+  EXPECT_STREQ(second.getWord(), "two");
+  third = second;
+  EXPECT_STREQ(third.getWord(), "three");
+  second = Reader(nullptr, "x");
+  EXPECT_EQ(second.ok(), 0);
+  EXPECT_STREQ(third.getWord(), "four");
+  EXPECT_STREQ(third.name, path.c_str());
+}
+
+TEST(ReaderStream, AssignmentLetsGoOfTheOldFile) {
+  TemporaryDirectory directory;
+  Reader a(directory.write("a", "1").c_str(), noPath);
+  const Reader b(directory.write("b", "2").c_str(), noPath);
+  a = b;  // a leak here shows under the sanitizer
+  EXPECT_STREQ(a.getWord(), "2");
+}
+
+}  // namespace

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "limber/io/Reader.h"
+#include "tests/support/TemporaryFile.h"
+
+/// A file of its own with `bytes`, and a reader on it.
+struct FileReader {
+  TemporaryDirectory directory;
+  std::string path;
+  Reader reader;
+  explicit FileReader(const std::string& bytes, bool gz = false)
+      : path(gz ? directory.writeGz("text.gz", bytes) : directory.write("text", bytes)),
+        reader(path.c_str(), static_cast<const char*>(nullptr)) {}
+};
+
+inline std::vector<std::string> wordsOf(Reader& reader) {
+  std::vector<std::string> words;
+  while (const char* word = reader.getWord()) words.push_back(word);
+  return words;
+}
+
+inline std::vector<std::string> wordsOf(const std::string& bytes, bool gz = false) {
+  FileReader file(bytes, gz);
+  return wordsOf(file.reader);
+}
