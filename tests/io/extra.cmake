@@ -5,3 +5,5 @@ target_sources(test_io PRIVATE ${io_details} ${foundation_detail}/CLocale.cpp ${
 
 # A program of its own: its gz functions stand before zlib's, for the library too.
 limber_test(test_io_scripted io/scripted/ScriptedStreamTest.cpp)
+
+include(fuzz/replay.cmake)

@@ -49,10 +49,10 @@ int gzclose(gzFile) {
 namespace {
 
 TEST(ReaderScripted, EveryRequestIsFor1024Bytes) {
-  Reader r(scripted({{1024, false}, {1024, false}, {3, true}}), "x");
+  Reader r(scripted({{1024, false}, {1024, false}, {3, true}, {0, true}}), "x");
   while (r.getWord()) {
   }
-  EXPECT_EQ(requests, (std::vector<unsigned>{1024, 1024, 1024}));
+  EXPECT_EQ(requests, (std::vector<unsigned>{1024, 1024, 1024, 1024}));
 }
 
 TEST(ReaderScripted, AReadErrorEndsTheFile) {
@@ -74,7 +74,7 @@ TEST(ReaderScripted, AReadOfNothingEndsTheFileAlsoWhereEofIsNotSaid) {
 
 TEST(ReaderScripted, MoreBytesThanTheBufferHoldsAreReported) {
   CapturedOutput output;
-  Reader r(scripted({{5000, true}}), "x");
+  Reader r(scripted({{5000, true}, {0, true}}), "x");
   EXPECT_EQ(output.err(), "ERR: Read too many bytes from gunzip - overflowed buffer! @ (Reader:234)\n");
   while (r.getWord()) {
   }

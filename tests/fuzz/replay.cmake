@@ -1,0 +1,10 @@
+# Every fuzz target runs over its corpus, without a fuzzer, in the ordinary tests.
+set(fuzz ${CMAKE_CURRENT_LIST_DIR})
+file(GLOB fuzz_sources CONFIGURE_DEPENDS ${fuzz}/*_fuzz.cpp)
+foreach(source IN LISTS fuzz_sources)
+  get_filename_component(name ${source} NAME_WE)
+  string(REPLACE "_fuzz" "" name ${name})
+  add_executable(replay_${name} ${source} ${fuzz}/replay.cpp)
+  target_link_libraries(replay_${name} PRIVATE limber_test_support)
+  add_test(NAME Fuzz.Corpus_${name} COMMAND replay_${name} ${fuzz}/corpus/${name})
+endforeach()
