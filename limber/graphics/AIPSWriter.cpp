@@ -28,16 +28,17 @@ AIPSWriter::AIPSWriter(const AIPSWriter& other) : stream(nullptr), name(nullptr)
 
 AIPSWriter& AIPSWriter::operator=(const AIPSWriter& other) {
   if (this != &other) {
-    finish();
+    delete[] finish(nullptr);
     join(other);
   }
   return *this;
 }
 
-AIPSWriter::~AIPSWriter() { finish(); }
+AIPSWriter::~AIPSWriter() { delete[] finish(nullptr); }
 
 void AIPSWriter::init(FILE* file, const char* fileName, int x0, int y0, int x1, int y1) {
-  finish();
+  // Both arguments may be this writer's own.
+  char* const oldName = finish(file);
   if (fileName && !(file && limber::detail::isSameFile(file, fileName))) std::remove(fileName);
   stream = file ? file : fileName ? std::fopen(fileName, "w") : nullptr;
   if (!stream) {
@@ -45,6 +46,7 @@ void AIPSWriter::init(FILE* file, const char* fileName, int x0, int y0, int x1, 
     stream = stdout;
   }
   name = fileName ? nameString(fileName) : nullptr;
+  delete[] oldName;
 
   // The prolog is empty and the bounding box is that of the page, whatever the writer's own box is: readers
   // of these drawings expect both.
@@ -64,27 +66,37 @@ void AIPSWriter::init(FILE* file, const char* fileName, int x0, int y0, int x1, 
   reset();
 }
 
-// What stands for this drawing in the count of sharers.
-const void* AIPSWriter::identity() const { return name ? static_cast<const void*>(name) : stream; }
+// What stands for this drawing in the count of sharers. The stream is counted for itself: a writer that
+// begins anew on it shares it still.
+const void* AIPSWriter::identity() const { return name ? name : reinterpret_cast<const char*>(stream) + 1; }
 
 void AIPSWriter::join(const AIPSWriter& other) {
-  if (!other.stream || !limber::detail::share(other.identity())) return;
+  using limber::detail::share;
+  using limber::detail::unshare;
+  if (!other.stream || !share(other.identity())) return;
+  if (!share(other.stream)) {
+    static_cast<void>(unshare(other.identity()));
+    return;
+  }
   stream = other.stream;
   name = other.name;
   groupCount = other.groupCount;
   stack = other.stack;
   for (ConsCell* cell = stack.cell; cell; cell = cell->next) {
-    if (!limber::detail::share(cell)) {
-      stack.cell = nullptr;
-      break;
-    }
+    if (share(cell)) continue;
+    for (ConsCell* noted = stack.cell; noted != cell; noted = noted->next) static_cast<void>(unshare(noted));
+    stack.cell = nullptr;
+    break;
   }
 }
 
-void AIPSWriter::finish() {
-  if (!stream) return;
+// Lets go of the drawing, which the last to do so completes and closes, unless it is on `kept`. Returns the
+// name when nobody holds it any more: the caller deletes it.
+char* AIPSWriter::finish(FILE* kept) {
   while (stack.cell) pop();
-  if (limber::detail::unshare(identity())) {
+  if (!stream) return nullptr;
+  const bool last = limber::detail::unshare(identity());
+  if (last) {
     apr("%%%%PageTrailer\n");
     apr("gsave annotatepage grestore showpage\n");
     apr("%%%%Trailer\n");
@@ -92,17 +104,18 @@ void AIPSWriter::finish() {
     apr("Adobe_level2_AI5 /terminate get exec\n");
     apr("%%%%EOF\n");
     if (name) stdoutPrintf("AIPS finished file %s\n", name);
-    if (stream != stdout) std::fclose(stream);
-    delete[] name;
-    if (groupCount != 0) {
-      char text[60];
-      std::snprintf(text, sizeof text, "was %d, should be 0", groupCount);
-      ReportSite{"AIPS", 69}.warn("Bogus group count at AIPS close!", text);
-    }
   }
+  if (stream != kept && limber::detail::unshare(stream) && stream != stdout) std::fclose(stream);
+  if (last && groupCount != 0) {
+    char text[60];
+    std::snprintf(text, sizeof text, "was %d, should be 0", groupCount);
+    ReportSite{"AIPS", 69}.warn("Bogus group count at AIPS close!", text);
+  }
+  char* const released = last ? name : nullptr;
   stream = nullptr;
   name = nullptr;
   groupCount = 0;
+  return released;
 }
 
 // The coordinate stack.
@@ -232,6 +245,7 @@ void AIPSWriter::reset() {
 double AIPSWriter::normColor(double v) const { return v > 1.01 ? v * 0.00392156862745098 : v; }
 
 void AIPSWriter::apr(const char* format, ...) {
+  if (!stream) return;
   va_list arguments;
   va_start(arguments, format);
   limber::detail::cVfprintf(stream, format, arguments);

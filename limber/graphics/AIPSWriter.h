@@ -19,7 +19,8 @@ class Pnt3;
 /// 0-255.
 ///
 /// Copies share the stream, the name and the part of the coordinate stack they had in common; the last of
-/// them writes the trailer and closes. With an empty stack, drawing goes on with an identity matrix.
+/// them writes the trailer and closes. A copy that there is no memory to note (reported) holds nothing and
+/// draws nothing. With an empty stack, drawing goes on with an identity matrix.
 class LIMBER_API AIPSWriter {
  public:
   FILE* stream;             ///< the output; standard output when no file could be opened
@@ -40,7 +41,8 @@ class LIMBER_API AIPSWriter {
 
   /// Begins a drawing: removes an existing file of that name, opens it, writes the header, pushes a matrix
   /// with the box and resets the pen. A file that is the very stream handed in is not removed. Without a
-  /// stream reports "Bad file to AIPSWriter" and writes to standard output.
+  /// stream reports "Bad file to AIPSWriter" and writes to standard output. A drawing begun before is
+  /// completed first; the new one may go on in its stream.
   void init(FILE* file, const char* fileName, int x0, int y0, int x1, int y1);
 
   /// The current matrix, null when the stack is empty.
@@ -141,14 +143,14 @@ class LIMBER_API AIPSWriter {
   void text(double x, double y, const char* string, double size, const char* font);
 
   /// Formats to the stream in the "C" locale; all output goes through it.
-  void apr(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void apr(const char* format, ...) LIMBER_PRINTF(2, 3);
   /// v / 255 when v exceeds 1.01, else v.
   double normColor(double v) const;
 
  private:
   LIMBER_HIDDEN const void* identity() const;
   LIMBER_HIDDEN void join(const AIPSWriter& other);
-  LIMBER_HIDDEN void finish();
+  LIMBER_HIDDEN char* finish(FILE* kept);
   LIMBER_HIDDEN AIPSMatrix current() const;
   LIMBER_HIDDEN void pushCopy(const AIPSMatrix& matrix);
   LIMBER_HIDDEN void cmyk(double r, double g, double b, const char* colourName, char unnamed, char named);

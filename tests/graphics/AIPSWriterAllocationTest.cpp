@@ -3,6 +3,7 @@
 #include "limber/foundation/ConsCell.h"
 #include "limber/foundation/Output.h"
 #include "limber/graphics/AIPSWriter.h"
+#include "tests/foundation/EmptyPool.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/allocations/Allocations.h"
@@ -14,7 +15,7 @@ int counting(const char*) { return failures++; }
 
 /// Draws, copies and pops while the k-th allocation fails; returns whether one did.
 bool drawWithout(long k, const char* path) {
-  consPool = nullptr;  // the pool's refill is one of the allocations
+  const EmptyPool guard;  // the pool's refill is one of the allocations
   allocations::FailAt trap(k, true);
   AIPSWriter writer(path);
   writer.push();
@@ -22,9 +23,11 @@ bool drawWithout(long k, const char* path) {
   AIPSWriter copy(writer);
   copy.push();
   copy.setBox(0, 0, 1, 1);
+  copy.line(2, 0, 0, 1, 1);
   copy.pop();
   copy.pop();
   copy.pop();
+  copy.push();
   return trap.happened();
 }
 
@@ -40,6 +43,36 @@ TEST(AIPSWriter, SurvivesEveryFailedAllocation) {
     ASSERT_LT(k, 100);
   }
   EXPECT_GE(k, 4) << "a name, a cell batch and matrices are allocated";
+}
+
+// The sixteen pushes fill the table of sharers at different places in the copying of the stack.
+TEST(AIPSWriter, ACopyThatCannotBeNotedLeavesTheOriginalWhole) {
+  TemporaryDirectory directory;
+  const std::string path = directory / "alloc.ai";
+  for (int depth = 1; depth <= 16; depth++) {
+    for (long k = 0;; k++) {
+      CapturedOutput output;
+      bool happened;
+      {
+        AIPSWriter writer(path.c_str());
+        for (int i = 1; i < depth; i++) writer.push();
+        {
+          allocations::FailAt trap(k);
+          const AIPSWriter copy(writer);
+          happened = trap.happened();
+          EXPECT_TRUE(copy.stream == writer.stream || (happened && !copy.stream));
+          EXPECT_TRUE(copy.stack.cell == writer.stack.cell || (happened && !copy.stack.cell));
+        }
+        EXPECT_EQ(output.out(), "") << "the trailer is the last one's";
+        const ConsCell* const top = writer.stack.cell;
+        writer.pop();
+        EXPECT_EQ(consPool, top) << "nobody else holds the matrix, so its cell is free again";
+      }
+      EXPECT_EQ(output.out(), "AIPS finished file " + path + "\n");
+      EXPECT_EQ(output.err().empty(), !happened);
+      if (!happened) break;
+    }
+  }
 }
 
 }  // namespace

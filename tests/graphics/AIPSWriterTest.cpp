@@ -255,6 +255,50 @@ TEST(AIPSWriter, AprFormatsToTheStream) {
   EXPECT_EQ(drawn([](AIPSWriter& w) { w.apr("%% %s %d\n", "note", 7); }), "% note 7\n");
 }
 
+// A second init completes the first drawing. The stream and the name it gets may be the writer's own.
+TEST(AIPSWriter, InitGoesOnInItsOwnStream) {
+  CapturedOutput output;
+  TemporaryDirectory directory;
+  const std::string path = directory / "two.ai", second = directory / "second.ai";
+  {
+    AIPSWriter writer(path.c_str());
+    writer.push();
+    writer.init(writer.stream, second.c_str(), 0, 0, 10, 20);
+    EXPECT_EQ(writer.stack.count(), 1);
+    EXPECT_EQ(writer.top()->y1, 20);
+  }
+  EXPECT_EQ(readFile(path), header + pen + trailer + header + pen + trailer);
+  EXPECT_EQ(output.out(), "AIPS finished file " + path + "\nAIPS finished file " + second + "\n");
+}
+
+TEST(AIPSWriter, InitTakesItsOwnName) {
+  CapturedOutput output;
+  TemporaryDirectory directory;
+  const std::string path = directory / "again.ai";
+  {
+    AIPSWriter writer(path.c_str());
+    writer.setWidth(7);
+    writer.init(nullptr, writer.name, 0, 0, 10, 20);
+    writer.setWidth(8);
+  }
+  EXPECT_EQ(readFile(path), header + pen + "8 w\n" + trailer);
+  EXPECT_EQ(output.out(), "AIPS finished file " + path + "\nAIPS finished file " + path + "\n");
+}
+
+TEST(AIPSWriter, InitInAStreamThatACopyStillHoldsClosesItOnce) {
+  for (const bool named : {true, false}) {
+    CapturedOutput output;
+    TemporaryDirectory directory;
+    const std::string path = directory / "held.ai", other = directory / "other.ai";
+    {
+      AIPSWriter first(std::fopen(path.c_str(), "w"), named ? path.c_str() : nullptr, 0, 0, 1, 1);
+      AIPSWriter second(first);
+      second.init(second.stream, named ? other.c_str() : nullptr, 0, 0, 10, 20);
+    }
+    EXPECT_EQ(readFile(path), header + pen + header + pen + trailer + trailer) << named;
+  }
+}
+
 // Copies.
 
 TEST(AIPSWriter, CopiesShareAndTheLastOneWritesTheTrailer) {
