@@ -64,6 +64,7 @@
 #include "limber/solvers/PureCGrad.h"
 
 // geometry
+#include "limber/geometry/EulerZXY.h"
 #include "limber/geometry/MatRow.h"
 #include "limber/geometry/Matrix.h"
 #include "limber/geometry/Matrix3x3.h"
@@ -72,6 +73,8 @@
 #include "limber/geometry/Pnt3.h"
 #include "limber/geometry/Quat.h"
 #include "limber/geometry/QuatTransform.h"
+#include "limber/geometry/RotHelper.h"
+#include "limber/geometry/Rotation.h"
 
 // ode
 #include "limber/ode/EulerSolver.h"

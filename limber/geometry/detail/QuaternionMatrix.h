@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 #include "limber/foundation/Output.h"
 #include "limber/geometry/Quat.h"
 
@@ -8,6 +10,20 @@ namespace limber::detail {
 /// The warning of every conversion that meets the zero quaternion.
 inline void warnZeroQuaternion() { stdoutPrintf("WARNING: 0,0,0,0 quaternion!!!\n"); }
 
+/// Copies p to q, scaled by a power of two, which it returns, where the squared norm of p, or its square,
+/// could over- or underflow. Else, and for what is not finite, q is p and the scale 1: no bit changes.
+inline double unscale(const double* p, double* q) {
+  for (int k = 0; k < 4; k++) q[k] = p[k];
+  const double n = q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3];
+  if (n > 1e-100 && n < 1e100) return 1.0;
+  const double largest = std::fmax(std::fmax(std::fabs(p[0]), std::fabs(p[1])),  //
+                                   std::fmax(std::fabs(p[2]), std::fabs(p[3])));
+  if (!(largest > 0.0) || std::isinf(largest)) return 1.0;
+  const int exponent = -std::ilogb(largest);
+  for (int k = 0; k < 4; k++) q[k] = std::ldexp(p[k], exponent);
+  return std::ldexp(1.0, exponent);
+}
+
 /// q = (w, x, y, z): out = the rotation of q in the row-vector layout. q need not be unit, the formula
 /// divides by its squared norm. The zero quaternion prints a warning and has its w repaired to 1 in place.
 inline void quaternionToRows(double* q, double out[3][3]) {
@@ -15,7 +31,9 @@ inline void quaternionToRows(double* q, double out[3][3]) {
     warnZeroQuaternion();
     q[0] = 1.0;
   }
-  const double w = q[0], x = q[1], y = q[2], z = q[3];
+  double u[4];
+  unscale(q, u);
+  const double w = u[0], x = u[1], y = u[2], z = u[3];
   const double s = 1.0 / (w * w + z * z + y * y + x * x);
   const double s2 = 2.0 * s;
   out[0][0] = 1.0 - s2 * (y * y + z * z), out[0][1] = s2 * (x * y + w * z), out[0][2] = s2 * (x * z - w * y);

@@ -1,0 +1,127 @@
+// Angles from a matrix, by the images of the y and x axes. With X, Y, Z the rows:
+//
+//     input                               outcome
+//     a row with a length outside         counted, reported when verbose, used all the same
+//       [0.9, 1.1], or a NaN in it
+//     |Y| <= 0.1                          Y taken as (0, 1, 0): z = x = 0
+//     |X| <= 0.1                          y = 0
+//     Y.x = Y.y = 0 (gimbal lock)         z = 0, x = +-pi/2, y takes the whole turn about Y
+//     an image of X off by rounding       its cosine clamped to [-1, 1]; beyond +-1.1, which needs NewX . X
+//     of
+//                                         unit vectors to be wrong, reported but not counted
+//     |z| or |x| < 1e-5                   exactly 0
+//     NaN in Y                            NaN for every angle
+//     NaN in X                            NaN for y
+//     Z                                   only its length is looked at: a mirrored matrix is not noticed
+
+#include "limber/geometry/EulerZXY.h"
+
+#include <cmath>
+
+#include "limber/foundation/Output.h"
+#include "limber/foundation/detail/ReportSite.h"
+#include "limber/geometry/Matrix4x4.h"
+#include "limber/geometry/Pnt3.h"
+
+namespace {
+
+using limber::detail::ReportSite;
+
+double dot(const Pnt3& a, const Pnt3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+
+/// 1, with a report when verbose, where a row of this length is not one of a rotation. A NaN is not.
+int countRow(double length, int verbose, const ReportSite& site, const char* message) {
+  if (length >= 0.9 && length <= 1.1) return 0;
+  if (verbose) site.error(message);
+  return 1;
+}
+
+/// The image of (1, 0, 0) under rotMatrix('x', -x) rotMatrix('z', -z), which is row 0 of the second matrix as
+/// the x axis stays where it is. The first matters through its NaN only, which the product would spread.
+Pnt3 turnedXAxis(double z, double x) {
+  const double spread = 0.0 * x;
+  return Pnt3(std::cos(z) + spread, std::sin(z) + spread, spread);
+}
+
+}  // namespace
+
+void makeRot(double x, double y, double z, Matrix4x4* out) {
+  Matrix4x4 Rx, Ry, Rz, RyRx;
+  rotMatrix(&Rx, 'x', x);
+  rotMatrix(&Ry, 'y', y);
+  rotMatrix(&Rz, 'z', z);
+  // rotMatrix turns row vectors about X and Z the other way round than about Y.
+  Rx.m[1][2] = -Rx.m[1][2], Rx.m[2][1] = -Rx.m[2][1];
+  Rz.m[0][1] = -Rz.m[0][1], Rz.m[1][0] = -Rz.m[1][0];
+  multMatrix(&Ry, &Rx, &RyRx);
+  multMatrix(&RyRx, &Rz, out);
+}
+
+int factorZXY(Matrix4x4* M, int snapX, int zeroX, double& z, double& x, double& y, int verbose) {
+  Pnt3 X(M->m[0]), Y(M->m[1]);
+  const Pnt3 Z(M->m[2]);
+  const double lengthX = X.length(), lengthY = Y.length();
+  int problems = countRow(lengthX, verbose, {"Rotation", 69}, "non-rotation for factorZXY (x-axis)");
+  problems += countRow(lengthY, verbose, {"Rotation", 73}, "non-rotation for factorZXY (y-axis)");
+  problems += countRow(Z.length(), verbose, {"Rotation", 77}, "non-rotation for factorZXY (z-axis)");
+
+  if (lengthY <= 0.1)
+    Y.set(0.0, 1.0, 0.0);
+  else
+    Y /= lengthY;
+  if (verbose) {
+    stdoutPrintf("================================\n");
+    printMatrix(M);
+    stdoutPrintf("Yax : %g %g %g\n", Y.x, Y.y, Y.z);
+    stdoutPrintf("Xax : %g %g %g\n", X.x, X.y, X.z);
+  }
+
+  if (snapX && std::fabs(Y.x) < 0.02) {
+    z = 0.0;
+    x = std::atan2(Y.z, Y.y);
+  } else {
+    z = -std::atan2(Y.x, Y.y);
+    x = zeroX ? 0.0 : std::asin(Y.z);
+  }
+  if (verbose) stdoutPrintf("z,x = %g %g\n", z, x);
+  if (std::fabs(x) < 1e-5) x = 0.0;
+  if (std::fabs(z) < 1e-5) z = 0.0;
+
+  const Pnt3 newX = turnedXAxis(z, x);
+  if (verbose) stdoutPrintf("NewX: %g %g %g\n", newX.x, newX.y, newX.z);
+  if (lengthX <= 0.1) {
+    y = 0.0;
+    return problems;
+  }
+  X /= lengthX;
+  double d = dot(newX, X);
+  if (d > 1.0) {
+    if (d > 1.1) ReportSite{"Rotation", 125}.error("bad value (too big) in factorZXY");
+    d = 1.0;
+  } else if (d < -1.0) {
+    if (d < -1.1) ReportSite{"Rotation", 129}.error("bad value (too small) in factorZXY");
+    d = -1.0;
+  }
+  y = std::acos(d);
+  const Pnt3 newY = newX * X;
+  if (verbose) stdoutPrintf("NewY: %g %g %g\n", newY.x, newY.y, newY.z);
+  if (dot(newY, Y) < 0.0) y = -y;
+  return problems;
+}
+
+void composeEulerAngles(Pnt3 a, Pnt3 b, Pnt3& out) {
+  Matrix4x4 A, B, C;
+  makeRot(a.x, a.y, a.z, &A);
+  makeRot(b.x, b.y, b.z, &B);
+  multMatrix(&A, &B, &C);
+  factorZXY(&C, 0, 0, out.z, out.x, out.y, 0);
+}
+
+void computeEulerOffset(Pnt3 a, Pnt3 b, Pnt3& out) {
+  Matrix4x4 A, B, C;
+  makeRot(a.x, a.y, a.z, &A);
+  makeRot(b.x, b.y, b.z, &B);
+  invertMatrix(&B, 1);
+  multMatrix(&B, &A, &C);
+  factorZXY(&C, 0, 0, out.z, out.x, out.y, 0);
+}

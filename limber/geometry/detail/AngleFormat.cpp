@@ -1,0 +1,70 @@
+#include "limber/geometry/detail/AngleFormat.h"
+
+#include <cstring>
+#include <initializer_list>
+
+#include "limber/foundation/Output.h"
+#include "limber/geometry/Matrix3x3.h"
+#include "limber/geometry/Quat.h"
+
+namespace limber::detail {
+
+namespace {
+
+/// Moves the angle of each letter of `from` to that letter's place in `to` and zeroes the rest. False, with
+/// params as they were, where `to` has not all the letters in the same order: turns about different axes do
+/// not commute, so another order would be another rotation.
+bool moveAngles(const char* from, const char* to, double* params) {
+  double moved[3] = {0.0, 0.0, 0.0};
+  int taken = 0;
+  const int length = static_cast<int>(std::strlen(to));
+  for (int k = 0; k < length; k++)
+    if (to[k] == from[taken] && from[taken] != 0) moved[k] = params[taken++];
+  if (from[taken] != 0) return false;
+  for (int k = 0; k < length; k++) params[k] = moved[k];
+  return true;
+}
+
+}  // namespace
+
+bool sameFormat(const char* a, const char* b) { return a && b && std::strcmp(a, b) == 0; }
+
+RotHelper* formatNamed(const char* name) {
+  for (RotHelper* format : {qRot, xyzRot, zxyRot, zxRot, zyRot, xyRot, xRot, yRot, zRot})
+    if (sameFormat(format->name(), name)) return format;
+  return nullptr;
+}
+
+void warnSet(char axis, const char* format) {
+  stdoutPrintf("WARNING:  Setting %c-axis rotation on '%s' joint type\n", axis, format);
+}
+
+void AngleFormat::convertTo(double* params, const char* toFormat) const {
+  const char* const from = name();
+  const size_t letters = std::strlen(from);
+  RotHelper* const target = formatNamed(toFormat);
+  if (target == this) return;
+  if (target == qRot) {
+    Quat(from, params).Get(params);
+    return;
+  }
+  if (target && moveAngles(from, target->name(), params)) return;
+  if (letters > 1 && (target == xyzRot || target == zxyRot)) {
+    Matrix3x3 m;
+    toMatrix(params, &m);
+    target->fromMatrix(&m, params);
+    return;
+  }
+  const char* const shown = toFormat ? toFormat : "(null)";
+  // The formats of three axes do not tell an unknown name from a format they cannot give.
+  if (target || letters == 3)
+    stdoutPrintf("WARNING: Can't get '%s' rotation in format %s\n", from, shown);
+  else
+    stdoutPrintf("WARNING: Can't get rotation in format %s\n", shown);
+}
+
+void AngleFormat::zero(double* params) const {
+  for (size_t k = 0; k < std::strlen(name()); k++) params[k] = 0.0;
+}
+
+}  // namespace limber::detail
