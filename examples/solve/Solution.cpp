@@ -1,0 +1,129 @@
+#include "Solution.h"
+
+#include <chrono>
+#include <cmath>
+
+#include "limber/solvers/NewCGrad.h"
+#include "limber/solvers/OldCGrad.h"
+
+namespace {
+
+double norm(const Vector& v) {
+  double sum = 0.0;
+  for (int i = 0; i < v.size(); i++) sum += v[i] * v[i];
+  return std::sqrt(sum);
+}
+
+/// Frobenius norm.
+double norm(const SparseProblem& problem) {
+  double sum = 0.0;
+  for (const auto& row : problem.storage)
+    for (int k = 0; row && k < row->numEntries; k++) sum += row->values[k] * row->values[k];
+  return std::sqrt(sum);
+}
+
+Vector constant(int size, double value) {
+  Vector v;
+  v.grow(size);
+  for (int i = 0; i < size; i++) v[i] = value;
+  return v;
+}
+
+/// b - M x, where M is A A^T for the method jjt and A otherwise.
+Vector residual(Method method, const HSpMat& A, const Vector& x, const Vector& b) {
+  Vector between, product;
+  if (method == Method::JJt) {
+    A.multT(&x, &between);
+    A.mult(&between, &product);
+  } else {
+    A.mult(&x, &product);
+  }
+  Vector r = constant(b.size(), 0.0);
+  for (int i = 0; i < b.size(); i++) r[i] = b[i] - product[i];
+  return r;
+}
+
+/// How far x is from a solution, as a share of the numbers that went into it.
+double scaledResidual(Method method, const SparseProblem& problem, const Vector& x, const Vector& b) {
+  const double a = norm(problem);
+  Vector r = residual(method, *problem.matrix, x, b);
+  double scale = a * norm(x) + norm(b);
+  if (method == Method::JJt) scale = a * a * norm(x) + norm(b);
+  if (method == Method::LeastSquares) {
+    Vector gradient;
+    problem.matrix->multT(&r, &gradient);
+    r = gradient;
+    scale *= a;
+  }
+  return scale > 0.0 ? norm(r) / scale : norm(r);
+}
+
+/// The squared residual of the start from zero: of b, or of A^T b for least squares.
+double startRsq(Method method, const HSpMat& A, const Vector& b) {
+  Vector right;
+  if (method == Method::LeastSquares)
+    A.multT(&b, &right);
+  else
+    right = b;
+  return norm(right) * norm(right);
+}
+
+int run(const Options& options, HSpMat* A, Vector* x, Vector* b, double* rsq) {
+  switch (options.method) {
+    case Method::LeastSquares:
+      return options.older ? cgrad(A, x, b, rsq) : ncgrad(A, x, b, rsq);
+    case Method::Spd:
+      return options.older ? cgradA(A, x, b, rsq) : ncgradA(A, x, b, rsq);
+    default:
+      return options.older ? cgradJJt(A, x, b, rsq, nullptr) : ncgradJJt(A, x, b, rsq, nullptr, nullptr);
+  }
+}
+
+}  // namespace
+
+Vector rightHandSide(const Options& options, const SparseProblem& problem) {
+  if (!options.rightHandSide.empty()) {
+    const char* const path = options.hasSearchPath ? options.searchPath.c_str() : nullptr;
+    const std::vector<double> values = readVector(options.rightHandSide, path, problem.rows);
+    Vector b = constant(problem.rows, 0.0);
+    for (int i = 0; i < problem.rows; i++) b[i] = values[static_cast<std::size_t>(i)];
+    return b;
+  }
+  const bool transposed = options.method == Method::JJt;
+  const Vector ones = constant(transposed ? problem.rows : problem.columns, 1.0);
+  const Vector zeros = constant(problem.rows, 0.0);
+  Vector b = residual(options.method, *problem.matrix, ones, zeros);
+  for (int i = 0; i < b.size(); i++) b[i] = -b[i];
+  return b;
+}
+
+Solution solve(const Options& options, const SparseProblem& problem, Vector& b) {
+  HSpMat& A = *problem.matrix;
+  if (!options.hasTolerance) cg_tol = cgradEps = 1e-20 * startRsq(options.method, A, b);
+  Solution solution;
+  solution.x = constant(options.method == Method::JJt ? problem.rows : problem.columns, 0.0);
+  const auto start = std::chrono::steady_clock::now();
+  solution.result = run(options, &A, &solution.x, &b, &solution.rsq);
+  solution.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  solution.scaled = scaledResidual(options.method, problem, solution.x, b);
+  return solution;
+}
+
+bool isSolved(const Options&, const Solution& solution) { return solution.result >= 0; }
+
+const char* statusOf(const Options& options, const Solution& solution) {
+  if (isSolved(options, solution)) return "solved";
+  if (options.older) return solution.result == -1 ? "singular" : "iteration limit reached";
+  return solution.result == -1 ? "singular" : "not solved, all restarts used";
+}
+
+const char* scaledFormula(Method method) {
+  switch (method) {
+    case Method::LeastSquares:
+      return "|A^T (b - A x)| / (|A| (|A| |x| + |b|))";
+    case Method::Spd:
+      return "|b - A x| / (|A| |x| + |b|)";
+    default:
+      return "|b - A A^T y| / (|A|^2 |y| + |b|)";
+  }
+}

@@ -1,0 +1,64 @@
+// Reads a sparse matrix from a Matrix Market file and solves with it: see solve --help.
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+#include "Options.h"
+#include "Solution.h"
+#include "limber/solvers/CGTuning.h"
+
+namespace {
+
+void report(const Options& options, const SparseProblem& problem, const Solution& solution) {
+  const char* const methods[] = {"least squares, min |A x - b|", "A x = b", "A A^T y = b"};
+  std::printf("matrix            %s\n", problem.path.c_str());
+  std::printf("size              %d x %d\n", problem.rows, problem.columns);
+  std::printf("entries           %ld\n", problem.entries);
+  std::printf("problem           %s%s\n", methods[static_cast<int>(options.method)],
+              options.older ? " (older family)" : "");
+  // A negative result is minus the iterations only in the newer family, and -1 there is the singular system.
+  if (solution.result >= 0 || (!options.older && solution.result < -1))
+    std::printf("iterations        %d\n", std::abs(solution.result));
+  else
+    std::printf("iterations        unknown\n");
+  std::printf("status            %s\n", statusOf(options, solution));
+  std::printf("squared residual  %g  of the system solved\n", solution.rsq);
+  std::printf("scaled residual   %g  %s\n", solution.scaled, scaledFormula(options.method));
+  std::printf("time              %.3f ms\n", solution.seconds * 1e3);
+}
+
+int run(const Options& options) {
+  const char* const path = options.hasSearchPath ? options.searchPath.c_str() : nullptr;
+  const SparseProblem problem = readMatrix(options.matrix, path);
+  if (options.method == Method::Spd && problem.rows != problem.columns)
+    throw InputError(problem.path + ":0: expected a square matrix for --spd");
+  Vector b = rightHandSide(options, problem);
+  if (!options.trace.empty()) {
+    cgradDribble = std::fopen(options.trace.c_str(), "w");
+    if (!cgradDribble) throw InputError(options.trace + ":0: expected a trace file that can be written");
+  }
+  const Solution solution = solve(options, problem, b);
+  if (cgradDribble) {
+    std::fclose(cgradDribble);
+    cgradDribble = nullptr;
+  }
+  report(options, problem, solution);
+  return isSolved(options, solution) ? 0 : 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  int status;
+  if (!readOptions(argc, argv, options, status)) return status;
+  try {
+    return run(options);
+  } catch (const InputError& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+  } catch (const std::bad_alloc&) {
+    std::fprintf(stderr, "%s:0: expected a problem that fits into memory\n", options.matrix.c_str());
+  }
+  return 1;
+}

@@ -1,0 +1,124 @@
+// survey_network FOLDER: writes survey_network.mtx.gz and survey_network_b.mtx.gz, the adjustment of a
+// levelling network: stations on a jittered grid, height differences observed between neighbours and along
+// some longer lines, each weighted by the inverse of its standard error, and a few stations tied to known
+// heights. The rows are the observations, the columns the unknown heights; the right-hand side holds the
+// observed differences, with errors. The same bytes on every machine: integers for chance, and no function
+// but the square root.
+#include <zlib.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int side = 19;
+constexpr int stations = side * side;
+constexpr double kilometresApart = 1.5;
+
+std::uint64_t state = 2024;
+/// Uniform in [0, 1).
+double chance() {
+  state = state * 6364136223846793005u + 1442695040888963407u;
+  return static_cast<double>(state >> 40) / 16777216.0;
+}
+/// About normal: twelve uniform deviates added.
+double deviate() {
+  double sum = -6.0;
+  for (int i = 0; i < 12; i++) sum += chance();
+  return sum;
+}
+
+struct Station {
+  double x, y, height;
+};
+
+struct Network {
+  std::vector<Station> stations;
+  std::string entries, observed;
+  int rows = 0, count = 0;
+
+  void entry(int station, double value) {
+    char text[60];
+    std::snprintf(text, sizeof text, "%d %d %.10g\n", rows, station + 1, value);
+    entries += text;
+    count++;
+  }
+  void observe(double value) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.10g\n", value);
+    observed += text;
+  }
+  /// The difference of two heights; the error grows with the square root of the distance.
+  void level(int from, int to) {
+    const Station &a = stations[static_cast<std::size_t>(from)], &b = stations[static_cast<std::size_t>(to)];
+    const double distance = std::sqrt((a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y));
+    const double millimetres = 2.0 * std::sqrt(distance);
+    rows++;
+    entry(from < to ? from : to, (from < to ? -1.0 : 1.0) / millimetres);
+    entry(from < to ? to : from, (from < to ? 1.0 : -1.0) / millimetres);
+    observe((b.height - a.height) * 1000.0 / millimetres + deviate());
+  }
+  /// A known height.
+  void tie(int station) {
+    rows++;
+    entry(station, 1.0 / 5.0);
+    observe(stations[static_cast<std::size_t>(station)].height * 1000.0 / 5.0 + deviate());
+  }
+};
+
+Network make() {
+  Network network;
+  for (int i = 0; i < stations; i++) {
+    const double x = (i % side + 0.6 * (chance() - 0.5)) * kilometresApart;
+    const double y = (i / side + 0.6 * (chance() - 0.5)) * kilometresApart;
+    network.stations.push_back({x, y, 200.0 + 3.0 * x - 2.0 * y + 40.0 * chance()});
+  }
+  for (int i = 0; i < stations; i++) {
+    const bool last = i % side == side - 1, bottom = i / side == side - 1;
+    if (!last) network.level(i, i + 1);
+    if (!bottom) network.level(i, i + side);
+    if (!last && !bottom && chance() < 0.9) network.level(i, i + side + 1);
+  }
+  for (int i = 0; i < 20; i++) {
+    const int from = static_cast<int>(chance() * stations), to = static_cast<int>(chance() * stations);
+    if (from != to) network.level(from, to);
+  }
+  for (const int station : {0, side - 1, stations / 2, stations - side, stations - 1}) network.tie(station);
+  return network;
+}
+
+bool write(const std::string& path, const std::string& text) {
+  const gzFile file = gzopen(path.c_str(), "wb9");
+  if (!file) return false;
+  const bool whole =
+      gzwrite(file, text.data(), static_cast<unsigned>(text.size())) == static_cast<int>(text.size());
+  return gzclose(file) == Z_OK && whole;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::fprintf(stderr, "usage: survey_network FOLDER\n");
+    return 1;
+  }
+  const Network network = make();
+  const std::string folder = std::string(argv[1]) + "/";
+  const std::string matrix =
+      "%%MatrixMarket matrix coordinate real general\n"
+      "% adjustment of a levelling network: a row an observation, a column the height of a station in mm\n" +
+      std::to_string(network.rows) + " " + std::to_string(stations) + " " + std::to_string(network.count) +
+      "\n" + network.entries;
+  const std::string rightHandSide =
+      "%%MatrixMarket matrix array real general\n"
+      "% the observations, each over its standard error\n" +
+      std::to_string(network.rows) + " 1\n" + network.observed;
+  if (write(folder + "survey_network.mtx.gz", matrix) &&
+      write(folder + "survey_network_b.mtx.gz", rightHandSide))
+    return 0;
+  std::fprintf(stderr, "survey_network: cannot write to %s\n", argv[1]);
+  return 1;
+}
