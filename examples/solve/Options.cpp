@@ -21,13 +21,13 @@ const char help[] =
     "                    default: A times ones (--jjt: A A^T times ones)\n"
     "  -p PATH           look for the files in these directories, separated by ; or :\n"
     "  --tol X           squared residual that counts as solved (cg_tol; --old: cgradEps)\n"
-    "                    default: 1e-20 times that of the start from zero\n"
+    "                    default: 1e-18 times that of the start from zero\n"
     "  --restarts N      passes (cg_maxRestarts)\n"
     "  --max-iters N     iterations of a pass, in multiples of the larger side (cg_maxIters)\n"
     "  --reset N         recompute the residual every N iterations (cg_reset_resid; 0: never)\n"
     "  --stagnation X    give up a pass after this many iterations without a new best, in multiples of the\n"
     "                    larger side (cg_goNoWhereSc)\n"
-    "  --epsilon X       curvature that counts as singular (cg_epsilon)\n"
+    "  --epsilon X       curvature that counts as singular (cg_epsilon; default 1e-12 times --tol)\n"
     "  --definizer X     add X times the identity (cgradDefinizer; --spd and --jjt)\n"
     "  --old-tol X       relative change of the squared residual that ends --old (cgradTol; default 1e-12)\n"
     "  --old-passes N    iterations of --old, in multiples of the unknowns (maxCGradPasses)\n"
@@ -87,6 +87,7 @@ bool take(const char* option, const char* value, Options& options) {
     if (!is(real.name)) continue;
     if (!value || !convert(value, *real.variable) || !std::isfinite(*real.variable))
       return complain(option, "a number");
+    options.hasEpsilon = options.hasEpsilon || real.variable == &cg_epsilon;
     return true;
   }
   if (is("--tol")) {

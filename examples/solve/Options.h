@@ -10,6 +10,7 @@ struct Options {
   std::string matrix, rightHandSide, searchPath, trace;
   bool hasSearchPath = false;
   bool hasTolerance = false;  ///< --tol was given
+  bool hasEpsilon = false;    ///< --epsilon was given
 };
 
 /// Reads the command line, and sets the library's tuning variables as it asks. Prints what is wrong, or the

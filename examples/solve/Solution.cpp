@@ -1,5 +1,6 @@
 #include "Solution.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 
@@ -99,7 +100,10 @@ Vector rightHandSide(const Options& options, const SparseProblem& problem) {
 
 Solution solve(const Options& options, const SparseProblem& problem, Vector& b) {
   HSpMat& A = *problem.matrix;
-  if (!options.hasTolerance) cg_tol = cgradEps = 1e-20 * startRsq(options.method, A, b);
+  const double startFromZero = startRsq(options.method, A, b);
+  if (!options.hasTolerance && startFromZero > 0.0) cg_tol = cgradEps = 1e-18 * startFromZero;
+  // The library's limit is absolute; a squared residual this small needs one below it.
+  if (!options.hasEpsilon) cg_epsilon = std::min(cg_epsilon, 1e-12 * cg_tol);
   Solution solution;
   solution.x = constant(options.method == Method::JJt ? problem.rows : problem.columns, 0.0);
   const auto start = std::chrono::steady_clock::now();
@@ -109,12 +113,13 @@ Solution solve(const Options& options, const SparseProblem& problem, Vector& b) 
   return solution;
 }
 
-bool isSolved(const Options&, const Solution& solution) { return solution.result >= 0; }
+bool isSolved(const Solution& solution) { return solution.result >= 0; }
 
 const char* statusOf(const Options& options, const Solution& solution) {
-  if (isSolved(options, solution)) return "solved";
+  if (isSolved(solution)) return "solved";
   if (options.older) return solution.result == -1 ? "singular" : "iteration limit reached";
-  return solution.result == -1 ? "singular" : "not solved, all restarts used";
+  if (options.method == Method::Spd) return "not solved: singular, or all restarts used";
+  return solution.result == -1 ? "singular" : "not solved: all restarts used";
 }
 
 const char* scaledFormula(Method method) {

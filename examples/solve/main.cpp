@@ -17,11 +17,9 @@ void report(const Options& options, const SparseProblem& problem, const Solution
   std::printf("entries           %ld\n", problem.entries);
   std::printf("problem           %s%s\n", methods[static_cast<int>(options.method)],
               options.older ? " (older family)" : "");
-  // A negative result is minus the iterations only in the newer family, and -1 there is the singular system.
+  // A negative result is minus the iterations only in the newer family, where -1 may also mean singular.
   if (solution.result >= 0 || (!options.older && solution.result < -1))
     std::printf("iterations        %d\n", std::abs(solution.result));
-  else
-    std::printf("iterations        unknown\n");
   std::printf("status            %s\n", statusOf(options, solution));
   std::printf("squared residual  %g  of the system solved\n", solution.rsq);
   std::printf("scaled residual   %g  %s\n", solution.scaled, scaledFormula(options.method));
@@ -44,7 +42,7 @@ int run(const Options& options) {
     cgradDribble = nullptr;
   }
   report(options, problem, solution);
-  return isSolved(options, solution) ? 0 : 2;
+  return isSolved(solution) ? 0 : 2;
 }
 
 }  // namespace
