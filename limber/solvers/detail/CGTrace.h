@@ -15,11 +15,15 @@ void cgConsole(const char* format, Arguments... arguments) {
   if (cg_verbosity != 0) stdoutPrintf(format, arguments...);
 }
 
+inline void cgConsole(const char* text) { cgConsole("%s", text); }
+
 /// A line of the trace file, if there is one.
 template <class... Arguments>
 void cgTrace(const char* format, Arguments... arguments) {
   if (cgradDribble) cFprintf(cgradDribble, format, arguments...);
 }
+
+inline void cgTrace(const char* text) { cgTrace("%s", text); }
 
 /// Both; they differ in how far the line is set in, so each has its format.
 template <class... Arguments>
