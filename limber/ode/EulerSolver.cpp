@@ -1,5 +1,7 @@
 #include "limber/ode/EulerSolver.h"
 
+#include <climits>
+
 #include "limber/ode/Integrand.h"
 #include "limber/ode/detail/WorkVectors.h"
 
@@ -7,7 +9,8 @@ using limber::detail::WorkVectors;
 
 EulerSolver::EulerSolver(Integrand* integrand) : OdeSolver(integrand, 100), work(nullptr) { init(); }
 
-EulerSolver::EulerSolver(Integrand* integrand, int size) : OdeSolver(integrand, size + 1), work(nullptr) {
+EulerSolver::EulerSolver(Integrand* integrand, int size)
+    : OdeSolver(integrand, size < INT_MAX ? size + 1 : size), work(nullptr) {
   init();
 }
 
@@ -26,6 +29,7 @@ EulerSolver::~EulerSolver() { WorkVectors<1>{&work}.drop(); }
 void EulerSolver::init() { WorkVectors<1>{&work}.create(n, {"Vectors", 979}); }
 
 int EulerSolver::step(Vector* x, double t, double dt) {
+  if (!f || !x) return 0;
   if (!work) init();
   if (!WorkVectors<1>{&work}.grow(x->size())) return 0;
   f->fprime(x, t, work);

@@ -17,7 +17,7 @@ class LIMBER_API OdeSolver {
   OdeSolver(const OdeSolver&);
   OdeSolver& operator=(const OdeSolver&);
 
-  /// Advances `x` in place from time t to t + dt. Overrides return 0. This base version reports "Generic
-  /// solver can't solve", leaves x as it is and returns 0.
+  /// Advances `x` in place from time t to t + dt; without an integrand nothing moves. Overrides return 0.
+  /// This base version reports "Generic solver can't solve", leaves x as it is and returns 0.
   virtual int step(Vector* x, double t, double dt);
 };

@@ -26,6 +26,7 @@ RK2Solver::~RK2Solver() { WorkVectors<2>{&k1, &k2}.drop(); }
 void RK2Solver::init() { WorkVectors<2>{&k1, &k2}.create(n, {"Vectors", 1008}); }
 
 int RK2Solver::step(Vector* x, double t, double dt) {
+  if (!f || !x) return 0;
   if (!k1) init();
   if (!WorkVectors<2>{&k1, &k2}.grow(x->size())) return 0;
   f->fprime(x, t, k1);

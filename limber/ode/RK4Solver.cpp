@@ -124,6 +124,7 @@ RK4Solver::~RK4Solver() { WorkVectors<5>{&k1, &k2, &k3, &k4, &stage}.drop(); }
 void RK4Solver::init() { WorkVectors<5>{&k1, &k2, &k3, &k4, &stage}.create(n, {"Vectors", 1040}); }
 
 int RK4Solver::step(Vector* x, double t, double dt) {
+  if (!f || !x) return 0;
   const WorkVectors<5> work{&k1, &k2, &k3, &k4, &stage};
   if (!work.fit(x->size())) {
     if (!k1) init();

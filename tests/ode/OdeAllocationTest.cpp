@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 
 #include "limber/limber.h"
@@ -102,6 +103,15 @@ TYPED_TEST(OdeAllocation, EveryFailureLeavesAValidSolver) {
     if (!happened) break;
     ASSERT_LT(k, 1000);
   }
+}
+
+// Euler's one more than asked has no room there. (No memory, so that nobody fills gigabytes with zeros.)
+TYPED_TEST(OdeAllocation, TheLargestSizeIsKept) {
+  Decay decay;
+  CapturedOutput captured;
+  allocations::FailAt trap(0, true);
+  TypeParam solver(&decay, std::numeric_limits<int>::max());
+  EXPECT_EQ(solver.n, std::numeric_limits<int>::max());
 }
 
 TYPED_TEST(OdeAllocation, StepsDoNotAllocate) {

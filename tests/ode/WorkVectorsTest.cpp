@@ -126,6 +126,19 @@ TYPED_TEST(EachSolver, StepsWithTheBaseIntegrandKeepGoing) {
   EXPECT_EQ(captured.errCalls().front(), "ERR: Evaluate generic Integrand @ (Vectors:1098)\n");
 }
 
+TYPED_TEST(EachSolver, StepsWithoutIntegrandOrStateAreIgnored) {
+  CapturedOutput captured;
+  Recorder recorder;
+  TypeParam without(nullptr), with(&recorder);
+  Vector x(2);
+  x = 3.0;
+  EXPECT_EQ(without.step(&x, 0.0, 0.1), 0);
+  EXPECT_EQ(with.step(nullptr, 0.0, 0.1), 0);
+  EXPECT_EQ(x[0], 3.0);
+  EXPECT_TRUE(recorder.calls.empty());
+  EXPECT_EQ(captured.err(), "");
+}
+
 /// Gives its result a size of its own, whatever that of the state is.
 class SizeChanger : public Integrand {
  public:
