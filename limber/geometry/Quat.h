@@ -132,17 +132,22 @@ LIMBER_INLINE Pnt3 Quat::Rotate(const Pnt3& p) const {
 LIMBER_INLINE Pnt3 Quat::RotateInv(const Pnt3& p) const { return Quat(w, -x, -y, -z).Rotate(p); }
 
 LIMBER_INLINE void Quat::Slerp(const Quat& a, const Quat& b, double t) {
-  const double d = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
+  const double d = (a.w * b.w + a.x * b.x) + (a.y * b.y + a.z * b.z);
   const double c = std::fabs(d);
   double wa = 1.0 - t, wb = t;
   // An acos below 1e-10 means c = 1: the next smaller double has an acos of 1.5e-8. Unordered takes the sine
   // branch, at the angle pi.
   if (!(c >= 1.0)) {
-    const double theta = c < 1.0 ? std::acos(c) : 3.141592653589793;
-    const double sine = std::sin(theta);
-    wa = std::sin(wa * theta) / sine;
-    wb = std::sin(wb * theta) / sine;
-    if (d < 0.0) wa = -wa;
+    const double sign =
+        d < 0.0 ? -1.0 : 1.0;    // a factor and not a branch, which would go wrong half the time
+    if (t != 0.0 && t != 1.0) {  // where the weights are exactly 1 and 0
+      const double pi = 3.141592653589793;
+      const double theta = c < 1.0 ? std::acos(c) : pi;
+      const double sine = c < 1.0 ? std::sqrt((1.0 - c) * (1.0 + c)) : std::sin(pi);  // of theta
+      wa = std::sin(wa * theta) / sine;
+      wb = std::sin(wb * theta) / sine;
+    }
+    wa *= sign;
   }
   *this = Quat(wa * a.w + wb * b.w, wa * a.x + wb * b.x, wa * a.y + wb * b.y, wa * a.z + wb * b.z);
 }
