@@ -33,12 +33,18 @@ LIMBER_API LIMBER_INLINE void idMatrix(Matrix3x3* M) { *M = Matrix3x3(); }
 
 /// C = A B, each entry summed over k = 0, 1, 2; with row vectors A acts first. C may be A or B.
 LIMBER_API LIMBER_INLINE void multMatrix(const Matrix3x3* A, const Matrix3x3* B, Matrix3x3* C) {
-  double c[3][3];
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++)
-      c[i][j] = A->m[i][0] * B->m[0][j] + A->m[i][1] * B->m[1][j] + A->m[i][2] * B->m[2][j];
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++) C->m[i][j] = c[i][j];
+  // Columns 0 and 1 side by side.
+  typedef double Two __attribute__((vector_size(16), aligned(8), may_alias));
+  const double(*b)[3] = B->m;
+  const Two b0 = *reinterpret_cast<const Two*>(b[0]), b1 = *reinterpret_cast<const Two*>(b[1]),
+            b2 = *reinterpret_cast<const Two*>(b[2]);
+  const double b02 = b[0][2], b12 = b[1][2], b22 = b[2][2];
+  for (int i = 0; i < 3; i++) {
+    // Row i of A is read before row i of C, which may be the same, is written.
+    const double r0 = A->m[i][0], r1 = A->m[i][1], r2 = A->m[i][2];
+    *reinterpret_cast<Two*>(C->m[i]) = r0 * b0 + r1 * b1 + r2 * b2;
+    C->m[i][2] = r0 * b02 + r1 * b12 + r2 * b22;
+  }
 }
 
 /// p M.

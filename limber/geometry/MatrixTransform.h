@@ -59,16 +59,19 @@ LIMBER_API LIMBER_INLINE void transformTransposeMatrix(const Matrix4x4* M, doubl
   ox = tx, oy = ty, oz = tz;
 }
 
-/// out = (p, 1) M, first three components.
-LIMBER_API LIMBER_INLINE void trans(const Matrix4x4* M, const Pnt3& p, Pnt3& out) {
-  transformMatrix(M, p.x, p.y, p.z, out.x, out.y, out.z);
-}
-
 /// (p, 1) M, first three components.
 LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p) {
-  Pnt3 out;
-  trans(M, p, out);
-  return out;
+  // x and y side by side.
+  typedef double Two __attribute__((vector_size(16), aligned(8), may_alias));
+  const double(*m)[4] = M->m;
+  const auto two = [m](int i) { return *reinterpret_cast<const Two*>(m[i]); };
+  const Two xy = p.x * two(0) + p.y * two(1) + p.z * two(2) + two(3);
+  return Pnt3(xy[0], xy[1], p.x * m[0][2] + p.y * m[1][2] + p.z * m[2][2] + m[3][2]);
+}
+
+/// out = (p, 1) M, first three components.
+LIMBER_API LIMBER_INLINE void trans(const Matrix4x4* M, const Pnt3& p, Pnt3& out) {
+  out = transformMatrix(M, p);
 }
 
 /// out = p times the upper-left 3x3.
