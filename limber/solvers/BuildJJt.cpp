@@ -35,11 +35,12 @@ ResizeMatrix* buildBand(const HSpMat* J, int bandwidth, ResizeMatrix* out, const
   if (!out || !out->data || bandwidth < 0) return out;
   double* const band = out->data;
   const std::ptrdiff_t stride = bandwidth + 1;
-  for (int i = 0; i < n; i++) {
-    band[i * stride + bandwidth] = limber::detail::jjtDiagonal(*J, i, weights, damp, shift);
-  }
   limber::detail::forEachRowDot(*J, bandwidth, weights, [=](int i, int j, double dot) {
-    band[rowOf(i, j) * stride + (bandwidth - (j - i))] = dot;
+    if (i == j) {
+      band[i * stride + bandwidth] = limber::detail::jjtDiagonal(*J, i, weights, damp, shift, dot);
+    } else {
+      band[rowOf(i, j) * stride + (bandwidth - (j - i))] = dot;
+    }
   });
   return out;
 }
@@ -51,12 +52,11 @@ ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* mass, Vector*
   out = shaped(out, n, n);
   if (!out || !out->data) return out;
   double* const full = out->data;
-  for (std::ptrdiff_t i = 0; i < n; i++) {
-    full[i * n + i] = limber::detail::jjtDiagonal(*J, static_cast<int>(i), mass, damp, shift);
-  }
   limber::detail::forEachRowDot(*J, n - 1, mass, [=](std::ptrdiff_t i, std::ptrdiff_t j, double dot) {
-    full[i * n + j] = dot;
-    full[j * n + i] = dot;
+    const double value =
+        i == j ? limber::detail::jjtDiagonal(*J, static_cast<int>(i), mass, damp, shift, dot) : dot;
+    full[i * n + j] = value;
+    full[j * n + i] = value;
   });
   return out;
 }

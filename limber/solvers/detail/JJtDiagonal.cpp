@@ -16,7 +16,13 @@ namespace limber::detail {
 
 double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift) {
   const SpVec* const row = J.rows[i];
-  double d = !row ? 0.0 : weights ? row->weightedL2(weights) : row->magSq();
+  return jjtDiagonal(J, i, weights, damp, shift, row && !weights ? row->magSq() : 0.0);
+}
+
+double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift,
+                   double ownDot) {
+  // The weighted norm rounds w v^2 as w (v v), the weighted dot as (w v) v: only the plain one is the dot.
+  double d = weights && J.rows[i] ? J.rows[i]->weightedL2(weights) : ownDot;
   if (damp && inStorage(*damp, i)) d += damp->data[i];
   return d + shift;
 }

@@ -9,6 +9,10 @@ namespace limber::detail {
 /// with its storage.
 double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift);
 
+/// The same, given the dot of the row with itself.
+double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift,
+                   double ownDot);
+
 /// The shift of the preconditioners: cgradDefinizer where that is positive, else 0.
 double definizerShift();
 

@@ -1,17 +1,26 @@
 #include "limber/solvers/detail/RowDots.h"
 
+#include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <new>
 
 #include "limber/linalg/SpVec.h"
+#include "limber/linalg/SparseDot.h"
 #include "limber/linalg/Vector.h"
+
+#if defined(__x86_64__) && defined(__ELF__)
+#define LIMBER_WIDE_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define LIMBER_WIDE_CLONES
+#endif
 
 namespace limber::detail {
 
 namespace {
 
 constexpr int lanes = RowPanel::rows;
-// Rows that reach further than this (4 MB of panel) are taken one by one.
+// Rows that reach further than this (4 MB of panel) are merged.
 constexpr long long largestRange = 65536;
 
 double* panel = nullptr;
@@ -29,55 +38,125 @@ bool reserve(int columns) {
   return true;
 }
 
-const SpVec* filledRow(const HSpMat& matrix, int i) {
-  const SpVec* const row = matrix.rows[i];
-  return row && row->numEntries > 0 && row->values.data && row->indices.data ? row : nullptr;
+double* columnOf(int column) { return panel + static_cast<std::ptrdiff_t>(column) * lanes; }
+
+bool isAscending(const SpVec& row) {
+  for (int e = 1; e < row.numEntries; e++) {
+    if (row.indices.data[e - 1] >= row.indices.data[e]) return false;
+  }
+  return true;
 }
 
-/// acc[k] = sum of value times place k of the panel's column, for the entries inside its range.
-template <class Value>
-void walk(const SpVec& row, int begin, unsigned lowest, unsigned columns, Value value, double* acc) {
-  double sums[lanes] = {};
-  const int* const indices = row.indices.data;
-  for (int e = begin; e < row.numEntries; e++) {
-    const unsigned column = static_cast<unsigned>(indices[e]) - lowest;
-    if (column >= columns) break;
-    const double x = value(e);
-    const double* const places = panel + static_cast<std::size_t>(column) * lanes;
-    for (int k = 0; k < lanes; k++) sums[k] += x * places[k];
-  }
-  for (int k = 0; k < lanes; k++) acc[k] = sums[k];
+bool isFilled(const SpVec* row) {
+  return row && row->numEntries > 0 && row->values.data && row->indices.data;
 }
+
+bool sameIndices(const SpVec* a, const SpVec* b) {
+  return isFilled(a) && isFilled(b) && a->numEntries == b->numEntries &&
+         std::memcmp(a->indices.data, b->indices.data,
+                     static_cast<std::size_t>(a->numEntries) * sizeof(int)) == 0;
+}
+
+/// The entries of some rows with the same indices that meet the panel.
+struct Entries {
+  const int* indices;
+  int begin, end;
+  const double* values[RowPanel::most];
+  const double* weights;  // null: none
+  unsigned known;         // weights there are; others count as 0
+  int lowest;             // the panel's first column
+};
+
+/// Four places side by side, wherever they stand.
+typedef double Four __attribute__((vector_size(32), aligned(8)));
+
+/// sums[r][k] = sum of entry times place k of the panel's column, for R rows. Their chains, eight each, go
+/// side by side.
+template <int R>
+__attribute__((always_inline)) inline void walkRows(const Entries& entries, double (*sums)[lanes]) {
+  Four low[R] = {};
+  Four high[R] = {};
+  for (int e = entries.begin; e < entries.end; e++) {
+    const int index = entries.indices[e];
+    const double* const place = columnOf(index - entries.lowest);
+    double x[R];
+    for (int r = 0; r < R; r++) x[r] = entries.values[r][e];
+    if (entries.weights) {
+      const double w = static_cast<unsigned>(index) < entries.known ? entries.weights[index] : 0.0;
+      for (int r = 0; r < R; r++) x[r] = w * x[r];
+    }
+    Four placeLow, placeHigh;
+    std::memcpy(&placeLow, place, sizeof placeLow);
+    std::memcpy(&placeHigh, place + 4, sizeof placeHigh);
+    for (int r = 0; r < R; r++) {
+      low[r] += x[r] * placeLow;
+      high[r] += x[r] * placeHigh;
+    }
+  }
+  for (int r = 0; r < R; r++) {
+    std::memcpy(sums[r], &low[r], sizeof low[r]);
+    std::memcpy(sums[r] + 4, &high[r], sizeof high[r]);
+  }
+}
+static_assert(lanes == 8);
+
+LIMBER_WIDE_CLONES void walk1(const Entries& entries, double (*sums)[lanes]) { walkRows<1>(entries, sums); }
+LIMBER_WIDE_CLONES void walk2(const Entries& entries, double (*sums)[lanes]) { walkRows<2>(entries, sums); }
+LIMBER_WIDE_CLONES void walk3(const Entries& entries, double (*sums)[lanes]) { walkRows<3>(entries, sums); }
+LIMBER_WIDE_CLONES void walk4(const Entries& entries, double (*sums)[lanes]) { walkRows<4>(entries, sums); }
+
+constexpr void (*walks[RowPanel::most])(const Entries&, double (*)[lanes]) = {walk1, walk2, walk3, walk4};
 
 }  // namespace
+
+IndexRuns::IndexRuns(const HSpMat& matrix) : lengths_(nullptr) {
+  const int n = matrix.numRows;
+  if (n < 1) return;
+  lengths_ = new (std::nothrow) int[static_cast<std::size_t>(n)];
+  if (!lengths_) return;
+  for (int j = n - 1; j >= 0; j--) {
+    if (j + 1 < n && sameIndices(matrix.rows[j], matrix.rows[j + 1])) {
+      lengths_[j] = lengths_[j + 1] > 0 ? lengths_[j + 1] + 1 : 0;
+    } else {
+      lengths_[j] = isFilled(matrix.rows[j]) && isAscending(*matrix.rows[j]) ? 1 : 0;
+    }
+  }
+}
 
 void RowPanel::load(int first, int count) {
   clear();
   first_ = first;
   count_ = count;
-  connected_ = false;
-  int lowest = 0;
-  int highest = 0;
-  for (int k = 0; k < count; k++) {
-    const SpVec* const row = filledRow(matrix_, first + k);
-    if (!row) continue;
-    for (int e = 0; e < row->numEntries; e++) {
-      const int index = row->indices.data[e];
-      lowest = connected_ ? std::min(lowest, index) : index;
-      highest = connected_ ? std::max(highest, index) : index;
-      connected_ = true;
+  merged_ = false;
+  long long lowest = largestRange;
+  long long highest = -1;
+  bool found = false;
+  for (int i = first; i < first + count; i++) {
+    if (runs_.at(i) == 0) {
+      merged_ = true;
+      continue;
     }
+    const IntVec& indices = matrix_.rows[i]->indices;
+    const int last = indices.data[matrix_.rows[i]->numEntries - 1];
+    lowest = found ? std::min<long long>(lowest, indices.data[0]) : indices.data[0];
+    highest = found ? std::max<long long>(highest, last) : last;
+    found = true;
   }
-  const long long range = static_cast<long long>(highest) - lowest + 1;
-  if (!connected_ || range > largestRange || !reserve(static_cast<int>(range))) return;
-  lowest_ = lowest;
+  const long long range = highest - lowest + 1;
+  if (!found || range > largestRange || !reserve(static_cast<int>(range))) return;
+  lowest_ = static_cast<int>(lowest);
   columns_ = static_cast<int>(range);
-  for (int k = 0; k < count; k++) {
-    const SpVec* const row = filledRow(matrix_, first + k);
-    for (int e = 0; row && e < row->numEntries; e++) {
-      panel[static_cast<std::size_t>(row->indices.data[e] - lowest_) * lanes + static_cast<std::size_t>(k)] =
-          row->values.data[e];
+  for (int k = 0; k < count;) {
+    const int run = std::max(1, std::min(runs_.at(first + k), count - k));
+    const SpVec* const row = matrix_.rows[first + k];
+    const int entries = runs_.at(first + k) > 0 ? row->numEntries : 0;
+    const double* values[lanes];
+    for (int r = 0; r < run && entries > 0; r++) values[r] = matrix_.rows[first + k + r]->values.data;
+    for (int e = 0; e < entries; e++) {
+      double* const place = columnOf(row->indices.data[e] - lowest_) + k;
+      for (int r = 0; r < run; r++) place[r] = values[r][e];
     }
+    k += run;
   }
 }
 
@@ -86,38 +165,40 @@ void RowPanel::clear() {
   columns_ = 0;
 }
 
-void RowPanel::dots(int j, double* out) const {
-  std::fill_n(out, lanes, 0.0);
-  const SpVec* const row = filledRow(matrix_, j);
-  if (!row || !connected_) return;
-  if (columns_ > 0) {
-    const int* const indices = row->indices.data;
-    const int* const end = indices + row->numEntries;
-    const int begin = static_cast<int>(std::lower_bound(indices, end, lowest_) - indices);
-    const unsigned lowest = static_cast<unsigned>(lowest_);
-    const unsigned columns = static_cast<unsigned>(columns_);
-    const double* const values = row->values.data;
-    if (weights_) {
-      const double* const w = weights_->data;
-      const unsigned known = static_cast<unsigned>(std::max(weights_->capacity, 0));
-      walk(
-          *row, begin, lowest, columns,
-          [=](int e) {
-            const unsigned index = static_cast<unsigned>(indices[e]);
-            return index < known ? w[index] * values[e] : 0.0;
-          },
-          out);
-    } else {
-      walk(
-          *row, begin, lowest, columns, [values](int e) { return values[e]; }, out);
-    }
+void RowPanel::walk(int j, int together, double (*out)[rows]) const {
+  const SpVec& row = *matrix_.rows[j];
+  const int* const indices = row.indices.data;
+  const int* const end = indices + row.numEntries;
+  const int highest = lowest_ + columns_ - 1;
+  const int* const from = *indices >= lowest_ ? indices : std::lower_bound(indices, end, lowest_);
+  const int* const to = end[-1] <= highest ? end : std::upper_bound(from, end, highest);
+  Entries entries{indices, static_cast<int>(from - indices), static_cast<int>(to - indices), {}, nullptr, 0,
+                  lowest_};
+  for (int r = 0; r < together; r++) entries.values[r] = matrix_.rows[j + r]->values.data;
+  if (weights_) {
+    entries.weights = weights_->data;
+    entries.known = static_cast<unsigned>(std::max(weights_->capacity, 0));
   }
-  // Zero times infinity is no zero: such a row is merged instead, as every row is where there is no panel.
-  for (int k = 0; k < count_; k++) {
-    if (columns_ > 0 && !std::isnan(out[k])) continue;
-    const SpVec* const other = filledRow(matrix_, first_ + k);
-    out[k] =
-        other ? sdot(const_cast<SpVec*>(other), const_cast<SpVec*>(row), const_cast<Vector*>(weights_)) : 0.0;
+  walks[together - 1](entries, out);
+}
+
+void RowPanel::merge(int j, int k, double (*out)[rows]) const {
+  SpVec* const a = matrix_.rows[first_ + k];
+  SpVec* const b = matrix_.rows[j];
+  (*out)[k] = a && b ? sdot(a, b, const_cast<Vector*>(weights_)) : 0.0;
+}
+
+void RowPanel::dots(int j, int together, double (*out)[rows]) const {
+  const bool walked = columns_ > 0 && runs_.at(j) > 0;
+  if (walked) walk(j, together, out);
+  for (int r = 0; r < together; r++) {
+    // Zero times infinity is no zero: where a NaN has come out the rows are merged instead.
+    double sum = 0.0;
+    for (int k = 0; walked && k < lanes; k++) sum += out[r][k];
+    if (walked && !merged_ && !std::isnan(sum)) continue;
+    for (int k = 0; k < count_; k++) {
+      if (!walked || runs_.at(first_ + k) == 0 || std::isnan(sum)) merge(j + r, k, out + r);
+    }
   }
 }
 

@@ -1,62 +1,88 @@
 #pragma once
 
 #include <algorithm>
-#include <cmath>
 
 #include "limber/linalg/HSpMat.h"
-#include "limber/linalg/SparseDot.h"
 
 class Vector;
 
 namespace limber::detail {
 
-/// Weighted dots of up to eight neighbouring rows with one row at a time. The eight are spread out side by
-/// side, a place for each column, so that a row is walked once for all of them without a merge. Each dot has
-/// the bits of sdot: its terms come in ascending index order, and what a row has no entry for adds a zero.
+/// Which rows come in runs with the same indices, as the constraints of a frame do.
+class IndexRuns {
+ public:
+  explicit IndexRuns(const HSpMat& matrix);
+  ~IndexRuns() { delete[] lengths_; }
+  IndexRuns(const IndexRuns&) = delete;
+  IndexRuns& operator=(const IndexRuns&) = delete;
+  /// Number of rows from j on that have the indices of row j. 0 for a row that must be merged: it is empty,
+  /// its indices are not ascending, or there was no memory to know.
+  int at(int j) const { return lengths_ ? lengths_[j] : 0; }
+
+ private:
+  int* lengths_;
+};
+
+/// Weighted dots of up to eight neighbouring rows with one row, or some with the same indices, at a time. The
+/// eight are spread out side by side, a place for each column, so that a row is walked once for all of them
+/// without a merge. Each dot has the bits of sdot: its terms come in ascending index order, and what a row
+/// has no entry for adds a zero.
 ///
-/// The panel is shared by all, and grows to the largest range of columns that eight rows have needed.
+/// The storage is shared by all, kept, and grows to the largest range of columns that eight rows have needed.
 class RowPanel {
  public:
   static constexpr int rows = 8;
+  /// So many rows with the same indices are walked together.
+  static constexpr int most = 4;
 
-  RowPanel(const HSpMat& matrix, const Vector* weights) : matrix_(matrix), weights_(weights) {}
+  RowPanel(const HSpMat& matrix, const IndexRuns& runs, const Vector* weights)
+      : matrix_(matrix), runs_(runs), weights_(weights) {}
   ~RowPanel() { clear(); }
   RowPanel(const RowPanel&) = delete;
   RowPanel& operator=(const RowPanel&) = delete;
 
   /// Takes rows first ... first + count - 1.
   void load(int first, int count);
-  /// out[k] = dot of row first + k and row j, for all k below count.
-  void dots(int j, double* out) const;
+  /// out[r][k] = dot of row first + k and row j + r, for all k below count and r below `together`, which is
+  /// `most` where so many rows have the same indices, or 1.
+  void dots(int j, int together, double (*out)[rows]) const;
 
  private:
   void clear();
+  void walk(int j, int together, double (*out)[rows]) const;
+  void merge(int j, int k, double (*out)[rows]) const;
 
   const HSpMat& matrix_;
+  const IndexRuns& runs_;
   const Vector* weights_;
   int first_ = 0;
   int count_ = 0;
   int lowest_ = 0;
-  int columns_ = 0;         // 0: no panel, row by row
-  bool connected_ = false;  // some row has an entry
+  int columns_ = 0;      // 0: no panel, all is merged
+  bool merged_ = false;  // some rows stand aside and are merged
 };
 
-/// store(i, j, dot of rows i and j) for all i < j <= i + bandwidth.
+/// store(i, j, dot of rows i and j) for all i <= j <= i + bandwidth.
 template <class Store>
 void forEachRowDot(const HSpMat& matrix, int bandwidth, const Vector* weights, Store store) {
   const int n = matrix.numRows;
-  RowPanel panel(matrix, weights);
-  for (int first = 0; first < n && bandwidth > 0; first += RowPanel::rows) {
+  if (bandwidth < 0) return;
+  const IndexRuns runs(matrix);
+  RowPanel panel(matrix, runs, weights);
+  for (int first = 0; first < n; first += RowPanel::rows) {
     const int count = std::min(RowPanel::rows, n - first);
     panel.load(first, count);
     const int end =
         static_cast<int>(std::min<long long>(n, static_cast<long long>(first) + count + bandwidth));
-    for (int j = first + 1; j < end; j++) {
-      double dots[RowPanel::rows];
-      panel.dots(j, dots);
-      const int begin = std::max(0, j - bandwidth - first);
-      const int stop = std::min(count, j - first);
-      for (int k = begin; k < stop; k++) store(first + k, j, dots[k]);
+    for (int j = first; j < end;) {
+      const int together = std::max(1, std::min({runs.at(j), end - j, RowPanel::most}));
+      double dots[RowPanel::most][RowPanel::rows];
+      panel.dots(j, together, dots);
+      for (int r = 0; r < together; r++, j++) {
+        const int begin = std::max(0, j - bandwidth - first);
+        const int stop = std::min(count, j - first + 1);
+        for (int k = begin; k < stop; k++) store(first + k, j, dots[r][k]);
+      }
     }
   }
 }
