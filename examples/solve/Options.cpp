@@ -44,17 +44,18 @@ struct RealOption {
 struct IntOption {
   const char* name;
   int* variable;
+  int least;
 };
 
 const RealOption realOptions[] = {{"--stagnation", &cg_goNoWhereSc},
                                   {"--epsilon", &cg_epsilon},
                                   {"--definizer", &cgradDefinizer},
                                   {"--old-tol", &cgradTol}};
-const IntOption intOptions[] = {{"--restarts", &cg_maxRestarts},
-                                {"--max-iters", &cg_maxIters},
-                                {"--reset", &cg_reset_resid},
-                                {"--old-passes", &maxCGradPasses},
-                                {"--verbose", &cg_verbosity}};
+const IntOption intOptions[] = {{"--restarts", &cg_maxRestarts, 1},
+                                {"--max-iters", &cg_maxIters, 0},
+                                {"--reset", &cg_reset_resid, 0},
+                                {"--old-passes", &maxCGradPasses, 0},
+                                {"--verbose", &cg_verbosity, 0}};
 
 bool complain(const char* option, const char* expected) {
   std::fprintf(stderr, "solve: %s: expected %s (see solve --help)\n", option, expected);
@@ -99,8 +100,8 @@ bool take(const char* option, const char* value, Options& options) {
   }
   for (const IntOption& whole : intOptions) {
     if (!is(whole.name)) continue;
-    if (!value || !convert(value, *whole.variable) || *whole.variable < 0)
-      return complain(option, "a whole number, 0 or more");
+    if (!value || !convert(value, *whole.variable) || *whole.variable < whole.least)
+      return complain(option, whole.least ? "a whole number, 1 or more" : "a whole number, 0 or more");
     return true;
   }
   return complain(option, "a known option");

@@ -113,10 +113,15 @@ Solution solve(const Options& options, const SparseProblem& problem, Vector& b) 
   return solution;
 }
 
-bool isSolved(const Solution& solution) { return solution.result >= 0; }
+// The older family calls a system singular also when the solution is exact and no direction is left; the
+// newer one returns minus no iterations when it was allowed none.
+bool isSolved(const Options& options, const Solution& solution) {
+  if (options.older) return solution.result >= 0 || solution.rsq <= cgradEps;
+  return solution.result >= 0 && solution.rsq <= cg_tol;
+}
 
 const char* statusOf(const Options& options, const Solution& solution) {
-  if (isSolved(solution)) return "solved";
+  if (isSolved(options, solution)) return "solved";
   if (options.older) return solution.result == -1 ? "singular" : "iteration limit reached";
   if (options.method == Method::Spd) return "not solved: singular, or all restarts used";
   return solution.result == -1 ? "singular" : "not solved: all restarts used";

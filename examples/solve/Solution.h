@@ -16,7 +16,7 @@ Vector rightHandSide(const Options& options, const SparseProblem& problem);
 /// Solves from zero by the entry point that the options name.
 Solution solve(const Options& options, const SparseProblem& problem, Vector& b);
 
-bool isSolved(const Solution& solution);
+bool isSolved(const Options& options, const Solution& solution);
 /// The outcome in words.
 const char* statusOf(const Options& options, const Solution& solution);
 /// What `scaled` is, as a formula.

@@ -42,7 +42,7 @@ int run(const Options& options) {
     cgradDribble = nullptr;
   }
   report(options, problem, solution);
-  return isSolved(solution) ? 0 : 2;
+  return isSolved(options, solution) ? 0 : 2;
 }
 
 }  // namespace

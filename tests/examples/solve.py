@@ -1,0 +1,303 @@
+#!/usr/bin/env python3
+"""The example `solve`, run on files made for the purpose and on the network that ships with it.
+
+usage: solve.py SOLVE SURVEY_NETWORK EXAMPLES_DATA [TEST...]
+The real matrices lie beside some checkouts only; their tests are skipped elsewhere.
+"""
+import gzip
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SOLVE, GENERATOR, DATA = sys.argv[1:4]
+BANNER = "%%MatrixMarket matrix coordinate real general\n"
+SMALL = "2 2 3\n1 1 2\n2 2 3\n2 1 .5\n"
+SPD = "%%MatrixMarket matrix coordinate real symmetric\n3 3 5\n1 1 4\n2 1 -1\n2 2 4\n3 2 -1\n3 3 4\n"
+
+
+class SolveRunner(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def write(self, name, text, squeeze=False):
+        path = os.path.join(self.folder, name)
+        data = text if isinstance(text, bytes) else text.encode()
+        with (gzip.open if squeeze else open)(path, "wb") as file:
+            file.write(data)
+        return path
+
+    def run_solve(self, *arguments):
+        done = subprocess.run([SOLVE, *arguments], capture_output=True, text=True, timeout=120)
+        return done.returncode, done.stdout, done.stderr
+
+    def report(self, *arguments):
+        """The lines of the report by their first words."""
+        status, out, err = self.run_solve(*arguments)
+        self.assertEqual((status, err), (0, ""), out)
+        return dict(re.split(r"  +", line, maxsplit=1) for line in out.splitlines())
+
+    def scaled(self, *arguments):
+        return float(self.report(*arguments)["scaled residual"].split()[0])
+
+    def refused(self, text, message, *options, squeeze=False):
+        """One line, FILE:LINE: expected ..., exit status 1, nothing on standard output."""
+        path = self.write("bad.mtx.gz" if squeeze else "bad.mtx", text, squeeze)
+        self.assertEqual(self.run_solve(*options, path), (1, "", f"{path}:{message}\n"))
+
+
+class Solve(SolveRunner):
+    def test_reports_a_least_squares_solve(self):
+        path = self.write("a.mtx", BANNER + SMALL)
+        report = self.report(path)
+        self.assertEqual(report["matrix"], path)
+        self.assertEqual(report["size"], "2 x 2")
+        self.assertEqual(report["entries"], "3")
+        self.assertEqual(report["status"], "solved")
+        self.assertEqual(report["iterations"], "2")
+        self.assertLess(float(report["scaled residual"].split()[0]), 1e-12)
+        self.assertRegex(report["squared residual"], r"^\S+ +of the system solved$")
+        self.assertRegex(report["time"], r"^\d+\.\d+ ms$")
+
+    def test_every_method_of_both_families_solves(self):
+        spd = self.write("spd.mtx", SPD)
+        for method in ("--ls", "--spd", "--jjt"):
+            self.assertLess(self.scaled(method, spd), 1e-9, method)
+            # The older family reports on the other channel that no direction is left of an exact solution.
+            status, out, _ = self.run_solve(method, "--old", spd)
+            self.assertEqual(status, 0, out)
+            self.assertLess(float(re.search(r"scaled residual +(\S+)", out)[1]), 1e-8, method + " --old")
+
+    def test_symmetric_files_are_mirrored(self):
+        self.assertEqual(self.report("--spd", self.write("spd.mtx", SPD))["entries"], "7")
+
+    def test_pattern_entries_are_ones_and_integers_are_read(self):
+        pattern = "%%MatrixMarket matrix coordinate pattern general\n3 2 3\n1 1\n2 2\n3 1\n"
+        whole = "%%MatrixMarket matrix coordinate integer general\n3 2 3\n1 1 1\n2 2 +1\n3 1 1\n"
+        b = self.write("b", "3 4 5")
+        results = []
+        for text in (pattern, whole):
+            report = self.report("-b", b, self.write("m.mtx", text))
+            results.append({k: v for k, v in report.items() if k != "time"})
+        self.assertEqual(*results)
+        self.assertEqual(results[0]["entries"], "3")
+
+    def test_explicit_zeros_are_entries(self):
+        self.assertEqual(self.report(self.write("z.mtx", BANNER + "2 2 3\n1 1 1\n1 2 0\n2 2 0.0e5\n"))["entries"], "3")
+
+    def test_empty_last_columns_keep_the_width(self):
+        self.assertEqual(self.report(self.write("w.mtx", BANNER + "2 5 2\n1 1 1\n2 2 1\n"))["size"], "2 x 5")
+
+    def test_same_numbers_plain_compressed_crlf_and_along_a_path(self):
+        plain = self.write("a.mtx", BANNER + SMALL)
+        crlf = self.write("crlf.mtx", (BANNER + SMALL).replace("\n", "\r\n"))
+        packed = self.write("packed.mtx.gz", BANNER + SMALL, squeeze=True)
+        commented = self.write("comments.mtx", BANNER + "% one\n%\n% " + "x " * 600 + "\n" + SMALL + "% end\n")
+        unended = self.write("unended.mtx", (BANNER + SMALL).rstrip("\n"))
+        keep = lambda report: {k: v for k, v in report.items() if k not in ("time", "matrix")}
+        expected = keep(self.report(plain))
+        for path in (crlf, packed, commented, unended):
+            self.assertEqual(keep(self.report(path)), expected, path)
+        found = self.report("-p", "/no/such/folder;" + self.folder, "packed.mtx.gz")
+        self.assertEqual(keep(found), expected)
+        self.assertEqual(found["matrix"], packed)
+
+    def test_numbers_without_a_leading_digit(self):
+        number = ["1", "+1", ".5", "-.5", "+.5", "1.", "1e5", "1E-1"]
+        for word in number:
+            self.report(self.write("n.mtx", BANNER + f"1 1 1\n1 1 {word}\n"))
+        # Too small for a double is zero, not an error.
+        self.report(self.write("n.mtx", BANNER + "1 2 2\n1 1 -1e-400\n1 2 1\n"))
+
+    def test_right_hand_sides(self):
+        path = self.write("d.mtx", BANNER + "2 2 2\n1 1 1\n2 2 1\n")
+        for text in ("3 4", "3\n+4\n", "%%MatrixMarket matrix array real general\n% c\n2 1\n3\n4\n"):
+            b = self.write("b", text)
+            rsq = self.report("-b", b, path)["squared residual"]
+            self.assertLess(float(rsq.split()[0]), 1e-15)
+        for text, message in (
+            ("3", "1: expected number 2 of 2, found the end of the file"),
+            ("3\nfour", "2: expected a finite real number, found `four'"),
+            ("3\n4\n5", "3: expected the end of the file behind number 2, found `5'"),
+            ("%%MatrixMarket matrix array real general\n3 1\n", "2: expected a size line: 2 1, found `3'"),
+        ):
+            b = self.write("b", text)
+            self.assertEqual(self.run_solve("-b", b, path), (1, "", f"{b}:{message}\n"))
+
+    def test_missing_files(self):
+        self.assertEqual(self.run_solve("none.mtx"), (1, "", "none.mtx:0: expected a file that can be read\n"))
+        self.assertEqual(self.run_solve("-p", "x;y", "none.mtx"),
+                         (1, "", "none.mtx:0: expected a file that can be read along x;y\n"))
+        path = self.write("a.mtx", BANNER + SMALL)
+        self.assertEqual(self.run_solve("-b", "none", path)[0::2], (1, "none:0: expected a file that can be read\n"))
+        self.refused("", "1: expected a banner that begins with %%MatrixMarket matrix, found the end of the file")
+
+    def test_malformed_banners(self):
+        begins = "1: expected a banner that begins with %%MatrixMarket matrix, found "
+        self.refused("1 1 1\n", begins + "`1'")
+        self.refused("%%MatrixMarket\n3 3\n", begins + "the end of the line")
+        self.refused("%%MatrixMarket vector\n", begins + "`vector'")
+        self.refused("%%MatrixMarket matrix array real general\n", "1: expected the format `coordinate', found `array'")
+        self.refused("%%MatrixMarket matrix coordinate complex general\n",
+                     "1: expected the field real, integer or pattern, found `complex'")
+        self.refused("%%MatrixMarket matrix coordinate real hermitian\n",
+                     "1: expected the symmetry general or symmetric, found `hermitian'")
+        self.refused("%%MatrixMarket matrix coordinate real\n",
+                     "1: expected the symmetry general or symmetric, found the end of the file")
+        self.refused("%%MatrixMarket matrix coordinate real general x\n",
+                     "1: expected the end of the line behind the banner, found `x'")
+
+    def test_malformed_size_lines(self):
+        size = "expected a size line: rows, columns, entries, found "
+        self.refused(BANNER, "1: " + size + "the end of the file")
+        self.refused(BANNER + "% c\n2 2\n1 1 1\n", "3: " + size + "the end of the line")
+        for word in ("0", "-1", "x", "2.0", "999999999999", "99999999999999999999"):
+            self.refused(BANNER + f"{word} 2 1\n", f"2: {size}`{word}'")
+        self.refused(BANNER + "2 2 5\n", "2: " + size + "`5'")  # more than there are places
+        self.refused(BANNER + "2 2 1 9\n", "2: expected the end of the line behind the size line, found `9'")
+        self.refused("%%MatrixMarket matrix coordinate real symmetric\n2 3 1\n1 1 1\n",
+                     "2: expected as many columns as rows, the matrix being symmetric, found `3'")
+
+    def test_short_files(self):
+        self.refused(BANNER + "2 2 3\n1 1 2\n2 2 3\n", "4: expected entry 3 of 3, found the end of the file")
+        self.refused(BANNER + "2 2 1\n1\n", "3: expected a column from 1 to 2, found the end of the file")
+        self.refused(BANNER + "2 2 1\n1 1\n", "3: expected a finite real number, found the end of the file")
+        self.refused(BANNER + "2 2 2\n1 1\n2 2 1\n", "3: expected a finite real number, found the end of the line")
+
+    def test_truncated_compressed_files(self):
+        text = BANNER + "90 90 900\n" + "".join(f"{i % 90 + 1} {i % 89 + 1} {i * 7919}\n" for i in range(900))
+        whole = gzip.compress(text.encode())
+        for size in (5, 30, len(whole) // 2, len(whole) - 200):
+            path = self.write("cut.mtx.gz", whole[:size])
+            status, out, err = self.run_solve(path)
+            self.assertEqual((status, out), (1, ""))
+            self.assertRegex(err, r"^" + re.escape(path) + r":\d+: expected [^\n]*\n$")
+
+    def test_indices_out_of_range(self):
+        for word in ("0", "3", "-1", "x", "1.5", "99999999999999999999"):
+            self.refused(BANNER + f"2 2 1\n{word} 1 5\n", f"3: expected a row from 1 to 2, found `{word}'")
+        self.refused(BANNER + "2 4 1\n2 5 5\n", "3: expected a column from 1 to 4, found `5'")
+        self.refused("%%MatrixMarket matrix coordinate real symmetric\n2 2 1\n1 2 5\n",
+                     "3: expected a column on or left of the diagonal, the matrix being symmetric, found `2'")
+
+    def test_words_that_are_no_numbers(self):
+        for word in ("x", "12abc", "1,5", "inf", "-inf", "nan", "-nan", "infinity", "1e999", "0x10", "+-1", "+", "-",
+                     ".", "1e", "1d5", "--1"):
+            self.refused(BANNER + f"1 1 1\n1 1 {word}\n", f"3: expected a finite real number, found `{word}'")
+        for word in ("1.5", "1e3", "x"):
+            self.refused(f"%%MatrixMarket matrix coordinate integer general\n1 1 1\n1 1 {word}\n",
+                         f"3: expected an integer, found `{word}'")
+
+    def test_trailing_text(self):
+        self.refused(BANNER + "2 2 1\n1 1 5 6\n", "3: expected the end of the line behind entry 1 of 1, found `6'")
+        self.refused(BANNER + "2 2 1\n1 1 5\n2 2 6\n",
+                     "4: expected the end of the file behind entry 1 of 1, found `2'")
+        self.refused("%%MatrixMarket matrix coordinate pattern general\n2 2 1\n1 1 5\n",
+                     "3: expected the end of the line behind entry 1 of 1, found `5'")
+        self.refused(BANNER + "2 2 1\n1 1 5\nend\n",
+                     "4: expected the end of the file behind entry 1 of 1, found `end'", squeeze=True)
+
+    def test_spd_wants_a_square_matrix(self):
+        self.refused(BANNER + "2 3 1\n1 1 5\n", "0: expected a square matrix for --spd", "--spd")
+
+    def test_options_reach_the_solver(self):
+        spd = self.write("spd.mtx", SPD)
+        trace = os.path.join(self.folder, "trace")
+        self.assertEqual(self.report("--spd", "--tol", "1e9", spd)["iterations"], "0")
+        status, out, _ = self.run_solve("--spd", "--restarts", "1", "--max-iters", "0", spd)
+        self.assertEqual(status, 2)
+        self.assertIn("not solved", out)
+        self.assertEqual(self.run_solve("--spd", "--old", "--old-passes", "0", spd)[0], 2)
+        self.report("--spd", "--trace", trace, spd)
+        with open(trace) as file:
+            self.assertTrue(file.read().startswith("MCGRADI x:3 b:3 a:(rows:3 cols:3)\n"))
+        self.assertIn("  cg:ACCEPT  after (", self.run_solve("--spd", "--verbose", "1", spd)[1])
+        self.assertEqual(self.run_solve("--spd", "--trace", "/no/such/trace", spd)[0::2],
+                         (1, "/no/such/trace:0: expected a trace file that can be written\n"))
+
+    def test_command_lines(self):
+        status, out, err = self.run_solve("--help")
+        self.assertEqual((status, err), (0, ""))
+        self.assertTrue(out.startswith("usage: solve "))
+        for arguments, what in (
+            ((), "MATRIX: expected the file of a matrix"),
+            (("a", "b"), "b: expected one matrix"),
+            (("--nothing", "a"), "--nothing: expected a known option"),
+            (("--tol", "x", "a"), "--tol: expected a number above 0"),
+            (("--tol",), "--tol: expected a number above 0"),
+            (("--restarts", "0", "a"), "--restarts: expected a whole number, 1 or more"),
+            (("--verbose", "-3", "a"), "--verbose: expected a whole number, 0 or more"),
+            (("--epsilon", "nan", "a"), "--epsilon: expected a number"),
+            (("a", "-b"), "-b: expected an argument"),
+        ):
+            self.assertEqual(self.run_solve(*arguments), (1, "", f"solve: {what} (see solve --help)\n"))
+
+    def test_the_network_that_ships_is_what_its_program_writes(self):
+        subprocess.run([GENERATOR, self.folder], check=True)
+        for name in ("survey_network.mtx.gz", "survey_network_b.mtx.gz"):
+            with gzip.open(os.path.join(DATA, name)) as kept, gzip.open(os.path.join(self.folder, name)) as made:
+                self.assertEqual(kept.read(), made.read())
+
+    def test_solves_the_network_that_ships(self):
+        for options in ((), ("-b", "survey_network_b.mtx.gz")):
+            report = self.report("--ls", "-p", DATA, *options, "survey_network.mtx.gz")
+            self.assertEqual(report["size"], "1008 x 361")
+            self.assertEqual(report["entries"], "2011")
+            self.assertLess(float(report["scaled residual"].split()[0]), 1e-10)
+
+
+REAL = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "..", "shared", "data")
+
+
+class RealData(SolveRunner):
+    """To a scaled residual of 1e-8 or better, by both families where the older one gets there in seconds."""
+
+    def solved(self, name, *options):
+        path = os.path.join(REAL, name)
+        if not os.path.exists(path):
+            self.skipTest(f"no {name} beside this checkout")
+        return self.report(*options, path)
+
+    def within(self, bound, name, *options):
+        self.assertLess(float(self.solved(name, *options)["scaled residual"].split()[0]), bound)
+
+    def test_well1033(self):
+        report = self.solved("well1033.mtx.gz", "--ls")
+        self.assertEqual((report["size"], report["entries"]), ("1033 x 320", "4732"))
+        self.within(1e-8, "well1033.mtx.gz", "--ls")
+        self.within(1e-8, "well1033.mtx.gz", "--ls", "--old", "--old-passes", "200", "--tol", "1e-13")
+
+    def test_ash219(self):
+        report = self.solved("ash219.mtx", "--ls")
+        self.assertEqual((report["size"], report["entries"]), ("219 x 85", "438"))
+        self.within(1e-8, "ash219.mtx", "--ls")
+        self.within(1e-8, "ash219.mtx", "--ls", "--old")
+
+    def test_gr_30_30(self):
+        report = self.solved("gr_30_30.mtx", "--spd")
+        self.assertEqual((report["size"], report["entries"]), ("900 x 900", "7744"))
+        self.within(1e-8, "gr_30_30.mtx", "--spd")
+        self.within(1e-8, "gr_30_30.mtx", "--spd", "--old")
+
+    def test_nos3(self):
+        report = self.solved("nos3.mtx", "--spd")
+        self.assertEqual((report["size"], report["entries"]), ("960 x 960", "15844"))
+        self.within(1e-8, "nos3.mtx", "--spd")
+        self.within(1e-8, "nos3.mtx", "--spd", "--old", "--old-passes", "100", "--tol", "1e-8")
+
+    def test_494_bus(self):
+        # Badly conditioned: the residual rises for long before it falls.
+        report = self.solved("494_bus.mtx", "--spd", "--stagnation", "5")
+        self.assertEqual((report["size"], report["entries"]), ("494 x 494", "1666"))
+        self.within(1e-8, "494_bus.mtx", "--spd", "--stagnation", "5")
+
+    def test_unsymmetric_matrices_by_the_product_with_the_transpose(self):
+        self.within(1e-8, "jpwh_991.mtx", "--jjt")
+        self.within(1e-8, "west0067.mtx", "--jjt", "--stagnation", "3")
+
+
+unittest.main(argv=[sys.argv[0], *sys.argv[4:]], verbosity=2)
