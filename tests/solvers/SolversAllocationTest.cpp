@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include "limber/foundation/Output.h"
+
+#include "limber/solvers/BiCGrad.h"
+#include "limber/solvers/CGMultiply.h"
+#include "limber/solvers/CGrad.h"
+#include "limber/solvers/NCGrad.h"
+#include "limber/solvers/Preconditioner.h"
+#include "tests/solvers/TinyProblems.h"
+#include "tests/solvers/Tuning.h"
+#include "tests/support/CapturedOutput.h"
+#include "tests/support/allocations/Allocations.h"
+
+namespace {
+
+int silent(const char*) { return 0; }
+
+/// Symmetric, diagonally dominant, three entries a row.
+SparseMatrix chain(int n) {
+  SparseMatrix A;
+  for (int i = 0; i < n; ++i) {
+    SpVec& row = A.addRow();
+    if (i > 0) row.insEnd(-1.0, i - 1);
+    row.insEnd(2.5, i);
+    if (i + 1 < n) row.insEnd(-1.0, i + 1);
+    row.width = n;
+  }
+  return A;
+}
+
+struct All {
+  SparseMatrix sparse;
+  FullMatrix dense;
+  Vector b, x, damp, mass;
+  Preconditioner identity;
+
+  explicit All(int n) : sparse(chain(n)), dense(n, n), b(n), x(n), damp(n), mass(n) {
+    for (int i = 0; i < n; ++i) {
+      for (int j = 0; j < n; ++j) dense.e(i, j) = sparse.m.acc(i, j);
+      b[i] = 1.0 + i % 3;
+      damp[i] = 0.1;
+      mass[i] = 1.0 + i % 2;
+    }
+  }
+  void solve() {
+    double rsq;
+    int iterations;
+    for (SpMat* A : {static_cast<SpMat*>(&sparse.m), static_cast<SpMat*>(&dense)}) {
+      x = 0.0;
+      EXPECT_GT(ncgradA(A, &x, &b, &rsq), 0);
+      x = 0.0;
+      EXPECT_GT(ncgradAtA(A, &x, &b, &rsq), 0);
+      x = 0.0;
+      EXPECT_GT(ncgrad(A, &x, &b, &rsq), 0);
+      x = 0.0;
+      ncgradDamp(A, &x, &b, &rsq, 0.01);
+      x = 0.0;
+      EXPECT_GT(ncgradJJt(A, &x, &b, &rsq, &damp, &identity), 0);
+      x = 0.0;
+      EXPECT_GT(ncgradJVJt(A, &x, &b, &rsq, &mass, &damp, nullptr), 0);
+      x = 0.0;
+      EXPECT_GT(ncgradAAt(A, &x, &b, &rsq), 0);
+      x = 0.0;
+      cgrad(A, &x, &b, &rsq);
+      x = 0.0;
+      cgradA(A, &x, &b, &rsq);
+      x = 0.0;
+      cgradJVJt(A, &x, &b, &rsq, &mass, &damp);
+      x = 0.0;
+      EXPECT_EQ(biCGrad(A, &x, &b, rsq, iterations, 1), CGI_SOLVED);
+      x = 0.0;
+      EXPECT_EQ(biCGrad(A, &x, &b, rsq, iterations, 0), CGI_SOLVED);
+    }
+  }
+};
+
+// Each work vector that cannot be made is reported and left empty; the solve ends all the same, and the next
+// one has what it needs. Stands first: it must be the first use of the solvers in the process.
+TEST(SolversAllocation, FailuresOfTheFirstUseAreReportedAndSurvived) {
+  const Tuning tuning;
+  const CapturedOutput captured;
+  FullMatrix A(12, 12);
+  for (int i = 0; i < 12; ++i) A.e(i, i) = 2.0;
+  Vector b(12), x(12);
+  for (int i = 0; i < 12; ++i) b[i] = 1.0 + i;
+  double rsq;
+  int iterations;
+  {
+    const allocations::FailAt fail(0, true);
+    ncgrad(&A, &x, &b, &rsq);
+    cgrad(&A, &x, &b, &rsq);
+    biCGrad(&A, &x, &b, rsq, iterations, 1);
+    EXPECT_TRUE(fail.happened());
+  }
+  EXPECT_NE(captured.err().find("NEW fails - memory problem"), std::string::npos);
+  x = 0.0;
+  EXPECT_GT(ncgrad(&A, &x, &b, &rsq), 0);
+  EXPECT_EQ(x[11], 6.0);
+  x = 0.0;
+  cgrad(&A, &x, &b, &rsq);
+  EXPECT_EQ(x[11], 6.0);
+  x = 0.0;
+  EXPECT_EQ(biCGrad(&A, &x, &b, rsq, iterations, 1), CGI_SOLVED);
+  EXPECT_EQ(x[11], 6.0);
+}
+
+TEST(SolversAllocation, NothingAfterTheFirstSolveOfASize) {
+  const Tuning tuning;
+  const CapturedOutput captured;
+  stdoutF = silent;
+  cg_tol = 1e-12;
+  cg_epsilon = 1e-100;
+  for (const int n : {10, 120, 40}) {
+    All all(n);
+    if (n != 40) all.solve();
+    const long before = allocations::count();
+    all.solve();
+    EXPECT_EQ(allocations::count() - before, 0) << n;
+  }
+}
+
+TEST(SolversAllocation, LargerThanTheFirstWorkVectors) {
+  const Tuning tuning;
+  cg_tol = 1e-12;
+  cg_epsilon = 1e-100;
+  const int n = 2200;
+  SparseMatrix A = chain(n);
+  Vector b(n), x(n);
+  b = 1.0;
+  double rsq;
+  EXPECT_GT(ncgrad(&A.m, &x, &b, &rsq), 0);
+  x = 0.0;
+  const long before = allocations::count();
+  const int iterations = ncgrad(&A.m, &x, &b, &rsq);
+  EXPECT_EQ(allocations::count() - before, 0);
+  EXPECT_GT(iterations, 0);
+}
+
+}  // namespace
