@@ -169,7 +169,7 @@ void nonSymmetric(const std::string& path, int shadowIsResidual, bool mustSolve)
   const CGIStatus status = biCGrad(&A, &x, &b, rsq, iterations, shadowIsResidual);
   for (int i = 0; i < x.count; ++i) ASSERT_TRUE(std::isfinite(x[i]));
   ASSERT_GT(iterations, 0);
-  ::testing::Test::RecordProperty("status", cgiToString(status));
+  ::testing::Test::RecordProperty("outcome", cgiToString(status));
   if (status == CGI_SOLVED)
     EXPECT_TRUE(scaledResidual(A, x, b) <= wanted) << scaledResidual(A, x, b);
   else
