@@ -20,7 +20,8 @@ struct KeptBlock {
   double* data[size];
 };
 
-KeptBlock* kept = nullptr;
+KeptBlock firstKept;  // the first ones need no memory
+KeptBlock* kept = &firstKept;
 
 }  // namespace
 
@@ -63,7 +64,7 @@ void makeEmpty(FullMatrix& m) {
 
 void keepAlive(double* data) {
   if (!data) return;
-  if (!kept || kept->used == KeptBlock::size) {
+  if (kept->used == KeptBlock::size) {
     KeptBlock* const block = new (std::nothrow) KeptBlock;
     if (!block) return;  // it stays alive all the same, only out of a leak checker's sight
     block->next = kept;
