@@ -32,11 +32,6 @@ void printMatrix(const Matrix4x4* M) {
   stdoutPrintf("   %5.3f\t%5.3f\t%5.3f\t%5.3f]\n", m[3][0], m[3][1], m[3][2], m[3][3]);
 }
 
-void transMatrix(Matrix4x4* M, double x, double y, double z) {
-  idMatrix(M);
-  M->m[3][0] = x, M->m[3][1] = y, M->m[3][2] = z;
-}
-
 void rotMatrix(Matrix4x4* M, char axis, double angle) {
   idMatrix(M);
   const double c = std::cos(angle), s = std::sin(angle);
@@ -72,28 +67,4 @@ void as4x4(const Matrix3x3* M, Matrix4x4* out) {
   idMatrix(out);
   for (int i = 0; i < 3; i++)
     for (int j = 0; j < 3; j++) out->m[i][j] = M->m[i][j];
-}
-
-void postMultiply(const Matrix4x4* M, const double* v, double* out) {
-  double r[4];
-  for (int i = 0; i < 4; i++)
-    r[i] = M->m[i][0] * v[0] + M->m[i][1] * v[1] + M->m[i][2] * v[2] + M->m[i][3] * v[3];
-  for (int i = 0; i < 4; i++) out[i] = r[i];
-}
-
-void preMultiply(const double* v, const Matrix4x4* M, double* out) {
-  double r[4];
-  for (int j = 0; j < 4; j++)
-    r[j] = v[0] * M->m[0][j] + v[1] * M->m[1][j] + v[2] * M->m[2][j] + v[3] * M->m[3][j];
-  for (int j = 0; j < 4; j++) out[j] = r[j];
-}
-
-void copyScale(const Matrix4x4* A, double s, Matrix4x4* B) {
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) B->m[i][j] = s * A->m[i][j];
-}
-
-void addinScale(const Matrix4x4* A, double s, Matrix4x4* B) {
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) B->m[i][j] += s * A->m[i][j];
 }

@@ -39,7 +39,11 @@ LIMBER_API LIMBER_INLINE void copyMatrix(const Matrix4x4* src, Matrix4x4* dst) {
 LIMBER_API void printMatrix(const Matrix4x4* M);
 
 /// M = the translation by (x, y, z).
-LIMBER_API void transMatrix(Matrix4x4* M, double x, double y, double z);
+LIMBER_API LIMBER_INLINE void transMatrix(Matrix4x4* M, double x, double y, double z) {
+  idMatrix(M);
+  M->m[3][0] = x, M->m[3][1] = y, M->m[3][2] = z;
+}
+
 /// M = a rotation about the axis 'X', 'Y' or 'Z' (or lower case). Deliberately uneven: with row vectors X and
 /// Z turn a point by -angle, Y by +angle. Any other letter reports "Bad axis to rotMatrix" and leaves the
 /// identity.
@@ -63,13 +67,32 @@ LIMBER_API LIMBER_INLINE void multMatrix(const Matrix4x4* A, const Matrix4x4* B,
     for (int j = 0; j < 4; j++) C->m[i][j] = c[i][j];
 }
 /// out = M v, v a column of four. out may be v.
-LIMBER_API void postMultiply(const Matrix4x4* M, const double* v, double* out);
+LIMBER_API LIMBER_INLINE void postMultiply(const Matrix4x4* M, const double* v, double* out) {
+  double r[4];
+  for (int i = 0; i < 4; i++)
+    r[i] = M->m[i][0] * v[0] + M->m[i][1] * v[1] + M->m[i][2] * v[2] + M->m[i][3] * v[3];
+  for (int i = 0; i < 4; i++) out[i] = r[i];
+}
+
 /// out = v M, v a row of four. out may be v.
-LIMBER_API void preMultiply(const double* v, const Matrix4x4* M, double* out);
+LIMBER_API LIMBER_INLINE void preMultiply(const double* v, const Matrix4x4* M, double* out) {
+  double r[4];
+  for (int j = 0; j < 4; j++)
+    r[j] = v[0] * M->m[0][j] + v[1] * M->m[1][j] + v[2] * M->m[2][j] + v[3] * M->m[3][j];
+  for (int j = 0; j < 4; j++) out[j] = r[j];
+}
+
 /// B = s A. B may be A.
-LIMBER_API void copyScale(const Matrix4x4* A, double s, Matrix4x4* B);
+LIMBER_API LIMBER_INLINE void copyScale(const Matrix4x4* A, double s, Matrix4x4* B) {
+  for (int i = 0; i < 4; i++)
+    for (int j = 0; j < 4; j++) B->m[i][j] = s * A->m[i][j];
+}
+
 /// B += s A. B may be A.
-LIMBER_API void addinScale(const Matrix4x4* A, double s, Matrix4x4* B);
+LIMBER_API LIMBER_INLINE void addinScale(const Matrix4x4* A, double s, Matrix4x4* B) {
+  for (int i = 0; i < 4; i++)
+    for (int j = 0; j < 4; j++) B->m[i][j] += s * A->m[i][j];
+}
 
 /// M = its inverse, by Gauss-Jordan elimination with full pivoting. 1 on success; 0 when it is singular, with
 /// a report where `report` is not 0, and M then holds whatever the elimination left (not finite).

@@ -4,6 +4,14 @@
 #include "limber/geometry/Matrix4x4.h"
 #include "limber/geometry/detail/QuaternionMatrix.h"
 
+// Degenerate input:
+//   invert       a rotation that is not unit   not the inverse: the turns scale by the squared norm
+//   fromMatrix   a half turn about an axis     components that are not finite, as Quat::FromVectors gives
+//   them
+//                the third row                 not looked at, whatever it holds
+//   toMat        a zero rotation               a warning and the identity; this object stays as it is
+//                a rotation of another length  the rotation of the unit quaternion
+
 QuatTransform& QuatTransform::operator*(const QuatTransform& B) {
   const QuatTransform b(B);
   translation = b.rotation.Rotate(translation) + b.translation;

@@ -152,6 +152,16 @@ TEST(InvertMatrix, TheLastOfEqualMagnitudesIsThePivot) {
   EXPECT_TRUE(sameEntries(a, b));
 }
 
+TEST(InvertMatrix, ATinyPivotIsNotZero) {
+  CapturedOutput captured;
+  Matrix4x4 a, expected;
+  a.m[3][3] = 0x1p-1000;
+  expected.m[3][3] = 0x1p1000;
+  EXPECT_EQ(invertMatrix(&a, 1), 1);
+  EXPECT_TRUE(closeEntries(a, expected, 0.0));
+  EXPECT_EQ(captured.err(), "");
+}
+
 TEST(InvertMatrix, ZeroMatrixReportsEachZeroPivot) {
   CapturedOutput captured;
   Matrix4x4 a;

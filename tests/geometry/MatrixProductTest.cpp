@@ -55,6 +55,10 @@ TEST(MatrixProduct, TheOutputMayBeAnInput) {
   multMatrix(&d, &e, &f);
   multMatrix(&left3, &e, &left3);
   multMatrix(&d, &right3, &right3);
+  Matrix3x3 both3 = d, square3;
+  multMatrix(&d, &d, &square3);
+  multMatrix(&both3, &both3, &both3);
+  EXPECT_TRUE(sameEntries(both3, square3));
   EXPECT_TRUE(sameEntries(left3, f));
   EXPECT_TRUE(sameEntries(right3, f));
 }

@@ -121,6 +121,15 @@ TEST(QuatTransform, ToMatOfAZeroRotationWarnsAndTakesTheIdentity) {
   EXPECT_TRUE(sameQuats(t.rotation, Quat(0.0, 0.0, 0.0, 0.0)));
 }
 
+TEST(QuatTransform, LengthCountsInInvertAndNotInToMat) {
+  QuatTransform t(Quat(1.0, 1.0, 1.0, 1.0), Pnt3(1.0, 2.0, 3.0));
+  Matrix4x4 m;
+  t.toMat(&m);
+  EXPECT_EQ(transformMatrix(&m, Pnt3(10.0, 20.0, 30.0)), Pnt3(31.0, 12.0, 23.0));
+  t.invert();
+  EXPECT_EQ(t.translation, Pnt3(-8.0, -12.0, -4.0));  // four times the unit quaternion's
+}
+
 TEST(QuatTransform, FromA4x4IsTheInverseOfToMat) {
   RandomGeometry random(64);
   for (int i = 0; i < 500; i++) {

@@ -1,6 +1,7 @@
 #include "limber/geometry/detail/WideInverse.h"
 
-#if defined(__x86_64__)
+// Not on Windows, where g++ does not align the stack for wide vectors.
+#if defined(__x86_64__) && !defined(_WIN32)
 
 #include <immintrin.h>
 
@@ -158,6 +159,7 @@ bool machineIsWide() {
   return __builtin_cpu_supports("avx2");
 }
 
+// False before this file's initialisers have run, which only means the other way to the same bits.
 const bool wide = machineIsWide();
 
 }  // namespace
