@@ -87,10 +87,11 @@ void FullMatrix::transposeInPlace() {
 }
 
 FullMatrix FullMatrix::inverse() const {
-  FullMatrix result(*this);
-  result.kind = kind;
+  // Not by copy construction: that would take the storage of a temporary over.
+  FullMatrix result(numRows, numColumns, 2);
+  if (result.data && data) std::copy_n(data, denseCount(*this), result.data);
   result.invert();
-  return result;
+  return FullMatrix(static_cast<const FullMatrix&>(result));
 }
 
 FullMatrix FullMatrix::operator*(const FullMatrix& other) const {

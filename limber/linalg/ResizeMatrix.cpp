@@ -42,7 +42,7 @@ ResizeMatrix::~ResizeMatrix() = default;
 
 void ResizeMatrix::grow(int r, int c) {
   const std::int64_t n = static_cast<std::int64_t>(r) * c;
-  if (n > allocated) {
+  if (n > allocated || (n > 0 && !data)) {
     delete[] data;
     setDenseStorage(*this, newDense(n, false), n);
     if (!data) {

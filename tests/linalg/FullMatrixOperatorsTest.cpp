@@ -140,6 +140,19 @@ TEST(FullMatrixOperators, InverseTimesTheMatrixIsTheIdentity) {
   EXPECT_EQ(matrixOf({{1, 2}}).inverse().kind, 1);
 }
 
+TEST(FullMatrixOperators, InverseOfATemporaryLeavesItsStorage) {
+  FullMatrix a = matrixOf({{2, 0}, {0, 4}});
+  a.kind = 2;
+  const FullMatrix inverse = a.inverse();
+  EXPECT_EQ(inverse.kind, 0);
+  EXPECT_EQ(elementsOf(inverse), (Rows{{0.5, 0}, {0, 0.25}}));
+  EXPECT_EQ(elementsOf(a), (Rows{{2, 0}, {0, 4}}));
+}
+
+TEST(FullMatrixOperators, InverseOfASingularMatrixHasKind3) {
+  EXPECT_EQ(matrixOf({{1, 2}, {2, 4}}).inverse().kind, 3);
+}
+
 TEST(FullMatrixOperators, ProductsWithVectorsKeepEachSumsOrder) {
   std::mt19937_64 random(3);
   for (int h = 0; h <= 19; ++h) {

@@ -135,4 +135,14 @@ TEST(ResizeMatrix, TransposeInPlaceKnowsTheNewCapacity) {
   expectTrueCapacity(m, 2);
 }
 
+TEST(ResizeMatrix, GrowsAgainAfterItsStorageWasTakenOver) {
+  ResizeMatrix m(3, 3);
+  m.kind = 2;
+  const FullMatrix taken(m);
+  EXPECT_EQ(m.data, nullptr);
+  m.grow(2, 2);
+  ASSERT_NE(m.data, nullptr);
+  expectTrueCapacity(m, 4);
+}
+
 }  // namespace
