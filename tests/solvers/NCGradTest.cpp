@@ -257,6 +257,30 @@ TEST(CGMultiply, DampingOfMultFunAReachesAsFarAsTheDamping) {
   EXPECT_EQ(toElements(w), (Elements{3, 40}));
 }
 
+/// Multiplies as its base does, but is another class.
+class Derived : public HSpMat {
+ public:
+  using HSpMat::HSpMat;
+};
+
+TEST(CGMultiply, RowsFetchedOnceGiveTheBitsOfTwoProducts) {
+  for (const int height : {1, 5, 255, 256, 257, 700}) {
+    SparseMatrix sparse;
+    for (int i = 0; i < height; ++i) {
+      SpVec& row = sparse.addRow();
+      for (int k = 0; k < i % 9; ++k) row.ins(std::sin(i + 7.0 * k), (i * 31 + k * 17) % 90);
+    }
+    sparse.m.rows[height / 2] = nullptr;
+    Derived other(height);
+    for (int i = 0; i < height; ++i) other.rows[i] = sparse.m.rows[i];
+    Vector v(90), once(3), twice(200);
+    for (int j = 0; j < 90; ++j) v[j] = std::cos(3.0 * j);
+    multFunAtA(&sparse.m, &v, &once);
+    multFunAtA(&other, &v, &twice);
+    EXPECT_EQ(toElements(once), toElements(twice)) << height;
+  }
+}
+
 TEST(CGMultiply, OutputsGrowAndShrinkToTheirLength) {
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
   const Vector three = toVector({1, 2, 3}), two = toVector({1, 2});

@@ -112,29 +112,60 @@ void rowsTimesVector(SpVec* const* rows, int n, const Vector& x, double* y) {
   for (; i < n; ++i) y[i] = addFrom(View(rows[i]), 0, 0.0, xs, room);
 }
 
-void transposedRowsTimesVector(SpVec* const* rows, int n, const double* x, int xs, Vector& y) {
-  // One pass finds the width and adds the rows up: fetching a row is what costs. Slots are cleared as far as
-  // the widths seen so far reach.
+namespace {
+
+// The part of a transposed product that is done: the width seen so far and the slots of y in use.
+struct Progress {
   int width = 0;
   int cleared = 0;
-  for (int i = 0; i < n; ++i) {
+};
+
+// y += the rows from ... to - 1, each times its x. One pass finds the width and adds the rows up: fetching a
+// row is what costs. Slots are cleared as far as the widths seen so far reach. False when y has no room.
+bool addRows(SpVec* const* rows, int n, int from, int to, const double* x, int xs, Vector& y,
+             Progress& done) {
+  for (int i = from; i < to; ++i) {
     fetchAhead(rows, n, i, 1);
     if (!rows[i]) continue;
-    if (rows[i]->width > width) width = rows[i]->width;
-    if (width > cleared) {
-      if (width > y.capacity) {
+    if (rows[i]->width > done.width) done.width = rows[i]->width;
+    if (done.width > done.cleared) {
+      if (done.width > y.capacity) {
         // one reallocation, to the final width; it keeps what is in use
-        width = std::max(width, widthOf(rows + i, n - i));
-        y.count = cleared;
-        y.grow(width);
-        if (y.count < width) return;
+        done.width = std::max(done.width, widthOf(rows + i, n - i));
+        y.count = done.cleared;
+        y.grow(done.width);
+        if (y.count < done.width) return false;
       }
-      std::fill(y.data + cleared, y.data + width, 0.0);
-      cleared = width;
+      std::fill(y.data + done.cleared, y.data + done.width, 0.0);
+      done.cleared = done.width;
     }
-    if (i < xs && !isTiny(x[i])) addScaled(View(rows[i]), x[i], y, cleared);
+    if (i < xs && !isTiny(x[i])) addScaled(View(rows[i]), x[i], y, done.cleared);
   }
-  y.count = width;
+  return true;
+}
+
+}  // namespace
+
+void transposedRowsTimesVector(SpVec* const* rows, int n, const double* x, int xs, Vector& y) {
+  Progress done;
+  if (addRows(rows, n, 0, n, x, xs, y, done)) y.count = done.width;
+}
+
+void normalRowsTimesVector(SpVec* const* rows, int n, const Vector& x, double shift, Vector& t, Vector& y) {
+  // few enough rows to be still in the cache when they are added up
+  constexpr int block = 256;
+  t.grow(n > 0 ? n : 0);
+  Progress done;
+  for (int from = 0; from < n; from += block) {
+    const int to = std::min(from + block, n);
+    const int counted = std::min(to, t.count);
+    if (counted > from) rowsTimesVector(rows + from, counted - from, x, t.data + from);
+    if (shift != 0.0) {
+      for (int i = from; i < counted; ++i) t.data[i] += shift;
+    }
+    if (!addRows(rows, n, from, to, t.data, t.count, y, done)) return;
+  }
+  y.count = done.width;
 }
 
 }  // namespace limber::detail

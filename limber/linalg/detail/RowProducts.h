@@ -18,4 +18,8 @@ void rowsTimesVector(SpVec* const* rows, int n, const Vector& x, double* y);
 /// nothing.
 void transposedRowsTimesVector(SpVec* const* rows, int n, const double* x, int xs, Vector& y);
 
+/// t = A x + shift, y = A^T t, with each row fetched once for both; the same bits as the two products after
+/// each other. t grows to the number of rows, y to the width.
+void normalRowsTimesVector(SpVec* const* rows, int n, const Vector& x, double shift, Vector& t, Vector& y);
+
 }  // namespace limber::detail

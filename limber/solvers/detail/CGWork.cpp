@@ -1,7 +1,9 @@
 #include "limber/solvers/detail/CGWork.h"
 
 #include <algorithm>
+#include <typeinfo>
 
+#include "limber/linalg/HSpMat.h"
 #include "limber/linalg/SpMat.h"
 #include "limber/solvers/CGTuning.h"
 
@@ -19,13 +21,18 @@ CGWork::CGWork() : r(roomX()), p(roomX()), q(roomX()), best(roomX()), z(roomX())
 
 CGWork& cgWork() { return createdOnFirstUse<CGWork>(); }
 
+const HSpMat* plainRows(const SpMat* A) {
+  return typeid(*A) == typeid(HSpMat) ? static_cast<const HSpMat*>(A) : nullptr;
+}
+
 void cgMult(SpMat* A, const Vector* v, Vector* out) {
   out->grow(A->height());
   A->mult(v, out);
 }
 
 void cgMultT(SpMat* A, const Vector* v, Vector* out) {
-  out->grow(A->width());
+  // a row-sparse matrix grows it itself, and finds its width on the way
+  if (!plainRows(A)) out->grow(A->width());
   A->multT(v, out);
 }
 

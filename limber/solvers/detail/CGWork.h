@@ -7,6 +7,7 @@
 
 #include "limber/linalg/Vector.h"
 
+class HSpMat;
 class SpMat;
 
 namespace limber::detail {
@@ -44,6 +45,10 @@ T& createdOnFirstUse() {
 /// shared vector may be longer from an earlier solve.
 void cgMult(SpMat* A, const Vector* v, Vector* out);
 void cgMultT(SpMat* A, const Vector* v, Vector* out);
+
+/// A as a row-sparse matrix, null for any other class (also one derived from it, which may multiply its own
+/// way).
+const HSpMat* plainRows(const SpMat* A);
 
 /// out -= b, then out *= -1: the residual where out holds the product.
 void cgNegativeDifference(Vector* out, Vector* b);
