@@ -138,12 +138,13 @@ void merge(int active, SpVec* out) {
   }
   writer.finish();
   // Of the last index handled, also where its sum was too small to store.
-  out->width = last + 1;
+  out->width = limber::detail::widthBehind(last);
 }
 
 }  // namespace
 
 void linComb(const Vector* coeffs, SpVec** rows, SpVec* out) {
+  if (!coeffs || !rows || !out) return;
   const int n = collectTerms(coeffs, rows);
   ++linCombStats[0];
   if (n == 0) {

@@ -13,6 +13,7 @@ using limber::detail::isTiny;
 using limber::detail::roomForAppend;
 using limber::detail::setIndexRoom;
 using limber::detail::setValueRoom;
+using limber::detail::widthBehind;
 
 SpVec::SpVec(int n) { init(n); }
 
@@ -53,7 +54,7 @@ void SpVec::ins(double x, int i) {
   // After compact() `width` is the largest index itself, so an insertion there deliberately lands behind the
   // entry instead of being added to it.
   if (i >= width) {
-    width = i + 1;
+    width = widthBehind(i);
   } else {
     while (p > 0 && index[p - 1] > i) --p;
     if (p > 0 && index[p - 1] == i) {
@@ -73,7 +74,7 @@ void SpVec::insEnd(double x, int i) {
   values.data[numEntries] = x;
   indices.data[numEntries] = i;
   values.count = indices.count = ++numEntries;
-  width = i + 1;
+  width = widthBehind(i);
 }
 
 void SpVec::grow(int n) {
@@ -155,7 +156,7 @@ void SpVec::print() const {
 }
 
 void SpVec::sprint(char* buf) const {
-  std::sprintf(buf, "SpVec [%d of %d] width [%d]", numEntries, maxEntries, width);
+  if (buf) std::sprintf(buf, "SpVec [%d of %d] width [%d]", numEntries, maxEntries, width);
 }
 
 void SpVec::portray(int n) const {

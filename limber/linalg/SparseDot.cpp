@@ -38,6 +38,7 @@ double dot(SpVec& a, SpVec& b) {
 }
 
 double sdot(SpVec* a, SpVec* b, Vector* w) {
+  if (!a || !b) return 0.0;
   if (!w) return dot(*a, *b);
   return mergedSum(*a, *b, [w](int i, double x, double y) {
     return limber::detail::inStorage(*w, i) ? w->data[i] * y * x : 0.0;
@@ -45,6 +46,7 @@ double sdot(SpVec* a, SpVec* b, Vector* w) {
 }
 
 double dot(SpVec& a, Vector* v) {
+  if (!v) return 0.0;
   double sum = 0.0;
   for (int k = 0; k < a.numEntries; ++k) {
     const int i = a.indices.data[k];

@@ -88,6 +88,18 @@ TEST(LinComb, NoUsableTermEmptiesTheOutput) {
   EXPECT_EQ(before.since(), (std::vector<int>{1, 1, 0, 0}));
 }
 
+TEST(LinComb, WithoutAnArgumentNothingHappens) {
+  SpVec row = rowOf({{1, 1.0}}), out = rowOf({{2, 2.0}});
+  SpVec* rows[] = {&row};
+  const Vector one = vectorOf({1.0});
+  const Statistics before;
+  linComb(nullptr, rows, &out);
+  linComb(&one, nullptr, &out);
+  linComb(&one, rows, nullptr);
+  EXPECT_EQ(entriesOf(out), (Entries{{2, 2.0}}));
+  EXPECT_EQ(before.since(), (std::vector<int>{0, 0, 0, 0}));
+}
+
 TEST(LinComb, OneTermIsAScaledCopy) {
   std::vector<SpVec> rows = threeRows();
   SpVec out;

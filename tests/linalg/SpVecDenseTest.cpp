@@ -128,6 +128,7 @@ TEST(SpVecText, SprintWritesTheNumbersOnly) {
   char text[100];
   rowOf({{2, 2.0}, {15, -4.0}}).sprint(text);
   EXPECT_STREQ(text, "SpVec [2 of 4] width [16]");
+  rowOf({{2, 2.0}}).sprint(nullptr);  // nowhere to write
 }
 
 TEST(SpVecText, PortrayIsDense) {

@@ -8,6 +8,7 @@
 #include <map>
 #include <random>
 
+#include "limber/linalg/LinComb.h"
 #include "tests/linalg/Vectors.h"
 
 static_assert(offsetof(SpVec, maxEntries) == 0 && offsetof(SpVec, numEntries) == sizeof(int),
@@ -321,6 +322,20 @@ TEST(SpVec, WidthAfterCompactLetsTheLastIndexBeAppendedAgain) {
   row.ins(1.0, 7);
   EXPECT_EQ(entriesOf(row), (Entries{{4, 0.5}, {7, 0.7}, {7, 1.0}}));
   EXPECT_EQ(row.width, 8);
+}
+
+TEST(SpVec, WidthBehindTheLargestIndexStaysANumber) {
+  const int most = std::numeric_limits<int>::max();
+  SpVec inserted, appended, out;
+  inserted.ins(1.0, most);
+  appended.insEnd(2.0, most);
+  EXPECT_EQ(inserted.width, most);
+  EXPECT_EQ(appended.width, most);
+  SpVec* rows[] = {&inserted, &appended, &appended};
+  const Vector ones = vectorOf({1.0, 1.0, 1.0});
+  linComb(&ones, rows, &out);
+  EXPECT_EQ(entriesOf(out), (Entries{{most, 5.0}}));
+  EXPECT_EQ(out.width, most);
 }
 
 TEST(SpVec, QuantizeRoundsToSteps) {

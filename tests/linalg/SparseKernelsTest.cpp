@@ -105,6 +105,15 @@ TEST(SparseDot, AgreesWithTheDenseSumBitForBit) {
   }
 }
 
+TEST(SparseDot, NothingIsTakenFromNoOperand) {
+  SpVec a = rowOf({{0, 2.0}});
+  Vector w = vectorOf({3.0});
+  EXPECT_EQ(dot(a, nullptr), 0.0);
+  EXPECT_EQ(dot(nullptr, a), 0.0);
+  EXPECT_EQ(sdot(nullptr, &a, &w), 0.0);
+  EXPECT_EQ(sdot(&a, nullptr, nullptr), 0.0);
+}
+
 TEST(SparseSum, MergesWithFactors) {
   const SpVec a = rowOf({{0, 1.0}, {3, 2.0}}), b = rowOf({{1, 10.0}, {3, 20.0}, {7, 30.0}});
   SpVec out = rowOf({{50, 1.0}});

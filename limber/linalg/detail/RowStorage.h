@@ -1,5 +1,6 @@
 #pragma once
 
+#include <climits>
 #include <cmath>
 
 #include "limber/linalg/SpVec.h"
@@ -8,6 +9,9 @@ namespace limber::detail {
 
 /// Values of this magnitude or less are never stored.
 inline bool isTiny(double x) { return std::fabs(x) <= 1e-12; }
+
+/// The width of a row whose last entry is at `index`: one more, as long as an int can say so.
+inline int widthBehind(int index) { return index < INT_MAX ? index + 1 : index; }
 
 /// Whether a stored index lies inside a dense vector's storage. Its size does not matter: entries are taken
 /// at the stored indices as they are.
@@ -58,7 +62,7 @@ class RowWriter {
 
   void finish() {
     row_->numEntries = row_->values.count = row_->indices.count = count_;
-    if (count_ > 0) row_->width = slots_.indices[count_ - 1] + 1;
+    if (count_ > 0) row_->width = widthBehind(slots_.indices[count_ - 1]);
   }
 
  private:
