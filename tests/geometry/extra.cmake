@@ -21,3 +21,11 @@ if(NOT LIMBER_SANITIZE)
     endif()
   endforeach()
 endif()
+
+# The rotation formats are set before any code runs, also where the library's objects are linked into the program.
+add_executable(
+  test_geometry_early geometry/earlyInitialiser.cpp $<TARGET_OBJECTS:limber_foundation>
+                      $<TARGET_OBJECTS:limber_linalg> $<TARGET_OBJECTS:limber_geometry>)
+target_include_directories(test_geometry_early PRIVATE ${PROJECT_SOURCE_DIR})
+target_link_libraries(test_geometry_early PRIVATE limber_flags LAPACK::LAPACK ZLIB::ZLIB)
+add_test(NAME geometry.early_initialiser COMMAND test_geometry_early)

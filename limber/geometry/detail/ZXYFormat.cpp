@@ -6,7 +6,7 @@
 //     x = +-pi/2 exactly          z = atan2 of what little is left of its row (a zero or a half turn when
 //                                 nothing is), y the rest: the matrix is kept, the split is arbitrary
 //     half turns                  +pi or -pi, by the sign of the zero in the matrix
-//     rows scaled by one s > 0    the angles of the unscaled rows
+//     rows scaled by one s > 0    the unscaled rows' z and x, another y: lengths count as sines there
 //     the zero matrix             angles that are multiples of pi
 //     NaN in row 0 or 1           NaN for the angles that depend on it
 //     row 2                       is not read

@@ -1,0 +1,320 @@
+#include "limber/geometry/EulerZXY.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "limber/foundation/Output.h"
+
+#include "tests/geometry/RotationFormats.h"
+#include "tests/support/CapturedOutput.h"
+#include "tests/support/Tolerance.h"
+
+using formats::pi;
+using tolerance::close;
+using tolerance::epsilon;
+using tolerance::sameBits;
+
+namespace {
+
+const double quietNaN = std::numeric_limits<double>::quiet_NaN();
+
+struct Angles {
+  double z = 99, x = 99, y = 99;
+  int problems = -1;
+};
+
+Angles factor(const Matrix4x4& M, int snapX = 0, int zeroX = 0, int verbose = 0) {
+  Matrix4x4 copy(M);
+  Angles a;
+  a.problems = factorZXY(&copy, snapX, zeroX, a.z, a.x, a.y, verbose);
+  EXPECT_TRUE(sameEntries(copy, M));
+  return a;
+}
+
+Matrix4x4 rotation(double x, double y, double z) {
+  Matrix4x4 m;
+  makeRot(x, y, z, &m);
+  return m;
+}
+
+/// The steps as they are stated, every matrix built: the oracle of the short cut in the library.
+Angles literally(const Matrix4x4& M, int snapX, int zeroX) {
+  Pnt3 X(M.m[0]), Y(M.m[1]), Z(M.m[2]);
+  const auto outside = [](double length) { return !(length >= 0.9 && length <= 1.1); };
+  const double lengthX = X.length(), lengthY = Y.length();
+  Angles a;
+  a.problems = outside(lengthX) + outside(lengthY) + outside(Z.length());
+  if (lengthY <= 0.1)
+    Y = Pnt3(0, 1, 0);
+  else
+    Y /= lengthY;
+  if (snapX && std::fabs(Y.x) < 0.02) {
+    a.z = 0;
+    a.x = std::atan2(Y.z, Y.y);
+  } else {
+    a.z = -std::atan2(Y.x, Y.y);
+    a.x = zeroX ? 0 : std::asin(Y.z);
+  }
+  if (std::fabs(a.x) < 1e-5) a.x = 0;
+  if (std::fabs(a.z) < 1e-5) a.z = 0;
+  Matrix4x4 Rx, Rz, C;
+  rotMatrix(&Rx, 'x', -a.x);
+  rotMatrix(&Rz, 'z', -a.z);
+  multMatrix(&Rx, &Rz, &C);
+  const Pnt3 newX = transformMatrix(&C, Pnt3(1, 0, 0));
+  if (lengthX <= 0.1) {
+    a.y = 0;
+    return a;
+  }
+  X /= lengthX;
+  double d = newX.x * X.x + newX.y * X.y + newX.z * X.z;
+  if (d > 1) d = 1;
+  if (d < -1) d = -1;
+  a.y = std::acos(d);
+  const Pnt3 newY = newX * X;
+  if (newY.x * Y.x + newY.y * Y.y + newY.z * Y.z < 0) a.y = -a.y;
+  return a;
+}
+
+}  // namespace
+
+TEST(MakeRot, ZeroAnglesGiveTheIdentity) { EXPECT_TRUE(closeEntries(rotation(0, 0, 0), Matrix4x4(), 0.0)); }
+
+TEST(MakeRot, IsTheColumnVectorProductZXY) {
+  RandomGeometry dice(1);
+  for (int i = 0; i < 100; i++) {
+    const double zxy[3] = {3 * dice.number(), 3 * dice.number(), 3 * dice.number()};
+    const Quat q("ZXY", zxy);
+    const Matrix4x4 m = rotation(zxy[1], zxy[2], zxy[0]);
+    const Pnt3 p = dice.point();
+    Pnt3 turned;
+    trans(&m, p, turned);
+    ASSERT_TRUE(closePoints(turned, q.Rotate(p), 64 * epsilon));
+  }
+}
+
+TEST(FactorZXY, IdentityGivesZerosAndNoProblem) {
+  const Angles a = factor(Matrix4x4());
+  EXPECT_EQ(a.z, 0.0);
+  EXPECT_EQ(a.x, 0.0);
+  EXPECT_EQ(a.y, 0.0);
+  EXPECT_EQ(a.problems, 0);
+}
+
+TEST(FactorZXY, AnglesComeBack) {
+  RandomGeometry dice(2);
+  for (int i = 0; i < 500; i++) {
+    const double x = 1.4 * dice.number(), y = 3 * dice.number(), z = 3 * dice.number();
+    const Angles a = factor(rotation(x, y, z));
+    // asin loses 1/cos x, at most 6 here; acos 1/sin y, and as its argument is rounded half the digits near
+    // 0.
+    ASSERT_TRUE(close(a.x, x, 6 * 16 * epsilon));
+    ASSERT_TRUE(close(a.z, z, 6 * 16 * epsilon));
+    ASSERT_TRUE(close(a.y, y, std::fmin(16 * epsilon / std::fabs(std::sin(y)) * 6, 1e-7)));
+    ASSERT_EQ(a.problems, 0);
+  }
+}
+
+TEST(FactorZXY, TakesTheStatedStepsToTheBit) {
+  RandomGeometry dice(8);
+  const auto compare = [](const Matrix4x4& m) {
+    for (const int snap : {0, 1})
+      for (const int zero : {0, 1}) {
+        const Angles a = factor(m, snap, zero), b = literally(m, snap, zero);
+        EXPECT_EQ(a.problems, b.problems);
+        // NaNs are NaNs, whatever their bits.
+        EXPECT_TRUE(sameBits(a.z, b.z) || (std::isnan(a.z) && std::isnan(b.z)));
+        EXPECT_TRUE(sameBits(a.x, b.x) || (std::isnan(a.x) && std::isnan(b.x)));
+        EXPECT_TRUE(sameBits(a.y, b.y) || (std::isnan(a.y) && std::isnan(b.y)));
+      }
+  };
+  for (const double x : formats::criticalAngles())
+    for (const double y : formats::criticalAngles())
+      for (const double z : formats::criticalAngles()) compare(rotation(x, y, z));
+  for (int i = 0; i < 300; i++) compare(dice.matrix4());
+  for (int i = 0; i < 12; i++)
+    for (const double bad : {quietNaN, std::numeric_limits<double>::infinity(), 0.0, 1e200}) {
+      Matrix4x4 m = dice.matrix4();
+      m.m[i / 4][i % 4] = bad;
+      compare(m);
+    }
+}
+
+TEST(FactorZXY, LongRowsAreCountedAndReportedWhenVerbose) {
+  Matrix4x4 m;
+  for (int i = 0; i < 3; i++) m.m[i][i] = 2.0;
+  CapturedOutput output;
+  EXPECT_EQ(factor(m).problems, 3);
+  EXPECT_EQ(output.err() + output.out(), "");
+  EXPECT_EQ(factor(m, 0, 0, 1).problems, 3);
+  EXPECT_EQ(output.err(),
+            "ERR: non-rotation for factorZXY (x-axis) @ (Rotation:69)\n"
+            "ERR: non-rotation for factorZXY (y-axis) @ (Rotation:73)\n"
+            "ERR: non-rotation for factorZXY (z-axis) @ (Rotation:77)\n");
+}
+
+TEST(FactorZXY, LengthsOf0Point9To1Point1AreRotationsAndNaNIsNot) {
+  const struct {
+    double length;
+    int problems;
+  } rows[] = {{0.9, 0}, {0.8999999, 1}, {1.1, 0}, {1.1000001, 1}, {quietNaN, 1}, {0.0, 1}};
+  for (const auto& row : rows)
+    for (int i = 0; i < 3; i++) {
+      Matrix4x4 m;
+      m.m[i][i] = row.length;
+      EXPECT_EQ(factor(m).problems, row.problems) << row.length << " in row " << i;
+    }
+}
+
+TEST(FactorZXY, VerbosePrintsEachStep) {
+  Matrix4x4 m = rotation(0.5, 0.25, 0.125), scaled = m;
+  for (int j = 0; j < 3; j++) scaled.m[0][j] *= 1.05;
+  std::string wanted;
+  {
+    CapturedOutput output;
+    const Angles a = factor(m);
+    const Pnt3 newX(std::cos(a.z), std::sin(a.z), 0), Y(scaled.m[1]);
+    Pnt3 X(scaled.m[0]);
+    stdoutPrintf("================================\n");
+    printMatrix(&scaled);
+    stdoutPrintf("Yax : %g %g %g\n", Y.x, Y.y, Y.z);
+    stdoutPrintf("Xax : %g %g %g\n", X.x, X.y, X.z);
+    stdoutPrintf("z,x = %g %g\n", a.z, a.x);
+    stdoutPrintf("NewX: %g %g %g\n", newX.x, newX.y, 0.0);
+    X /= X.length();
+    const Pnt3 newY = newX * X;
+    stdoutPrintf("NewY: %g %g %g\n", newY.x, newY.y, newY.z);
+    wanted = output.out();
+  }
+  CapturedOutput output;
+  factor(scaled, 0, 0, 1);
+  EXPECT_EQ(output.out(), wanted);
+  EXPECT_EQ(output.err(), "");
+}
+
+TEST(FactorZXY, VerbosePrintsTheAnglesBeforeTheySnapToZero) {
+  CapturedOutput output;
+  const Angles a = factor(rotation(5e-6, 0, 0), 0, 0, 1);
+  EXPECT_NE(output.out().find("z,x = -0 5e-06\n"), std::string::npos) << output.out();
+  EXPECT_EQ(a.x, 0.0);
+}
+
+TEST(FactorZXY, SnapXGivesZExactlyZeroWhereTheYRowHardlyLeansSideways) {
+  Matrix4x4 m;
+  m.m[1][0] = 0.01;
+  m.m[1][1] = std::sqrt(1 - 0.01 * 0.01);
+  EXPECT_EQ(factor(m, 1).z, 0.0);
+  EXPECT_NE(factor(m, 0).z, 0.0);
+  m.m[1][0] = 0.0201;
+  EXPECT_NE(factor(m, 1).z, 0.0);
+}
+
+TEST(FactorZXY, SnapXTakesTheWholeTiltBeyondARightAngle) {
+  const Angles a = factor(rotation(2.5, 0, 0), 1);
+  EXPECT_TRUE(close(a.x, 2.5, 8 * epsilon));
+  EXPECT_EQ(a.z, 0.0);
+  // Snapping comes before zeroX.
+  EXPECT_TRUE(close(factor(rotation(2.5, 0, 0), 1, 1).x, 2.5, 8 * epsilon));
+}
+
+TEST(FactorZXY, ZeroXGivesXZero) {
+  const Angles a = factor(rotation(0.7, 0, 0.5), 0, 1);
+  EXPECT_EQ(a.x, 0.0);
+  EXPECT_TRUE(close(a.z, 0.5, 8 * epsilon));
+}
+
+TEST(FactorZXY, AnglesBelow1e5AreExactlyZero) {
+  const Angles below = factor(rotation(9e-6, 0.5, -9e-6));
+  EXPECT_EQ(below.x, 0.0);
+  EXPECT_EQ(below.z, 0.0);
+  const Angles above = factor(rotation(1.1e-5, 0.5, -1.1e-5));
+  EXPECT_TRUE(close(above.x, 1.1e-5, 8 * epsilon));
+  EXPECT_TRUE(close(above.z, -1.1e-5, 8 * epsilon));
+}
+
+TEST(FactorZXY, ShortRowsGiveTheirDefaults) {
+  Matrix4x4 m = rotation(0.3, 0.4, 0.5);
+  for (int j = 0; j < 3; j++) m.m[0][j] = 0.0;
+  EXPECT_EQ(factor(m).y, 0.0);
+  EXPECT_EQ(factor(m).problems, 1);
+  m = rotation(0.3, 0.4, 0.5);
+  for (int j = 0; j < 3; j++) m.m[1][j] *= 0.09;
+  EXPECT_EQ(factor(m).x, 0.0);
+  EXPECT_EQ(factor(m).z, 0.0);
+}
+
+TEST(FactorZXY, GimbalLockPutsTheWholeTurnIntoY) {
+  Matrix4x4 m;
+  m.m[1][1] = 0, m.m[1][2] = 1, m.m[2][1] = -1, m.m[2][2] = 0;
+  const Angles a = factor(m);
+  EXPECT_EQ(a.z, 0.0);
+  EXPECT_TRUE(close(a.x, pi / 2, epsilon));
+  EXPECT_EQ(a.y, 0.0);
+}
+
+TEST(FactorZXY, NaNSpreadsAndTheThirdRowIsOnlyCounted) {
+  Matrix4x4 m;
+  m.m[1][2] = quietNaN;
+  const Angles a = factor(m);
+  EXPECT_TRUE(std::isnan(a.z) && std::isnan(a.x) && std::isnan(a.y));
+  m = Matrix4x4();
+  m.m[0][1] = quietNaN;
+  const Angles b = factor(m);
+  EXPECT_EQ(b.z, 0.0);
+  EXPECT_TRUE(std::isnan(b.y));
+  m = rotation(0.3, 0.4, 0.5);
+  const Angles clean = factor(m);
+  for (int j = 0; j < 3; j++) m.m[2][j] = -m.m[2][j];
+  EXPECT_TRUE(sameBits(factor(m).y, clean.y));
+  EXPECT_EQ(factor(m).problems, 0);
+}
+
+TEST(ComposeEulerAngles, FirstThenSecond) {
+  RandomGeometry dice(31);
+  for (int i = 0; i < 200; i++) {
+    const Pnt3 a = dice.point(), b = dice.point();
+    Pnt3 out;
+    composeEulerAngles(a, b, out);
+    Matrix4x4 A = rotation(a.x, a.y, a.z), B = rotation(b.x, b.y, b.z), C;
+    multMatrix(&A, &B, &C);
+    // Half the digits, by the arc sine and cosine.
+    ASSERT_TRUE(closeEntries(rotation(out.x, out.y, out.z), C, 4 * std::sqrt(epsilon)));
+  }
+}
+
+TEST(ComputeEulerOffset, TakesTheSecondToTheFirst) {
+  RandomGeometry dice(32);
+  for (int i = 0; i < 200; i++) {
+    const Pnt3 a = dice.point(), b = dice.point();
+    Pnt3 out;
+    computeEulerOffset(a, b, out);
+    Matrix4x4 A = rotation(a.x, a.y, a.z), B = rotation(b.x, b.y, b.z),
+              offset = rotation(out.x, out.y, out.z);
+    Matrix4x4 transposedB, wanted;
+    for (int r = 0; r < 4; r++)
+      for (int c = 0; c < 4; c++) transposedB.m[r][c] = B.m[c][r];
+    multMatrix(&transposedB, &A, &wanted);
+    ASSERT_TRUE(closeEntries(offset, wanted, 4 * std::sqrt(epsilon)));
+  }
+}
+
+TEST(ComputeEulerOffset, OfARotationAndItselfIsZero) {
+  Pnt3 out(9, 9, 9);
+  computeEulerOffset(Pnt3(0.1, 0.2, 0.3), Pnt3(0.1, 0.2, 0.3), out);
+  EXPECT_EQ(out.x, 0.0);
+  EXPECT_EQ(out.z, 0.0);
+  EXPECT_TRUE(close(out.y, 0.0, 4 * std::sqrt(epsilon)));
+}
+
+TEST(ComputeEulerOffset, NaNAnglesReportWhatTheInversionReports) {
+  CapturedOutput output;
+  Pnt3 out;
+  computeEulerOffset(Pnt3(), Pnt3(quietNaN, quietNaN, quietNaN), out);
+  Matrix4x4 B = rotation(quietNaN, quietNaN, quietNaN);
+  const std::string reported = output.err();
+  output.clear();
+  invertMatrix(&B, 1);
+  EXPECT_EQ(reported, output.err());
+  EXPECT_TRUE(std::isnan(out.x));
+}
