@@ -35,10 +35,14 @@ void matrixMultiply(const FullMatrix* A, const FullMatrix* B, FullMatrix* C) {
   const LapackMatrix a = asLapack(A);
   const LapackMatrix b = asLapack(B);
   const LapackMatrix c = asLapack(C);
-  const int m = std::min(b.m, c.m);
-  const int n = std::min(a.n, c.n);
+  const int m = std::min(B->numColumns, c.m);
+  const int n = std::min(A->numRows, c.n);
   const int k = std::min(b.n, a.m);
-  if (m == 0 || n == 0) return;
+  if (m <= 0 || n <= 0) return;
+  if (k == 0) {  // empty sums; operands without storage have no leading dimension to hand over
+    for (int j = 0; j < n; j++) std::fill_n(c.data + static_cast<std::ptrdiff_t>(j) * c.ld, m, 0.0);
+    return;
+  }
   const bool apart = !overlap(a, c) && !overlap(b, c);
   double* const product = apart ? c.data : lapackWorkspace(static_cast<long long>(m) * n);
   if (!product) return;
