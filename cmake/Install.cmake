@@ -13,5 +13,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/limberConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/limberConfig.cmake ${PROJECT_BINARY_DIR}/limberConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/limber)
 
+# Relative to itself, so that the installed tree can be moved.
+file(RELATIVE_PATH PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/limber.pc.in ${PROJECT_BINARY_DIR}/limber.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/limber.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -38,8 +38,13 @@ def build(source, binary, compiler, flags, libraries):
     os.makedirs(binary, exist_ok=True)
     command = ([shutil.which("ccache")] if shutil.which("ccache") else []) + [compiler]
 
+    headers = glob.glob(f"{source}/limber/**/*.h", recursive=True) + glob.glob(f"{source}/tests/golden/*.h")
+    newest = max(map(os.path.getmtime, headers + [__file__]))
+
     def compiled(path):
         target = os.path.join(binary, os.path.relpath(path, source).replace(os.sep, "_") + ".o")
+        if os.path.exists(target) and os.path.getmtime(target) > max(newest, os.path.getmtime(path)):
+            return target  # the flags are always those of this directory
         subprocess.run(command + ["-std=c++17", "-DLIMBER_BUILDING", "-I" + source, "-c", path, "-o", target] + flags,
                        check=True)
         return target

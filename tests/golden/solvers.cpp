@@ -15,7 +15,10 @@ void run() {
   HSpMat A(height);
   for (int i = 0; i < height; ++i) {
     rows.push_back(std::make_unique<SpVec>(1));
-    for (int k = 0; k < 8; ++k) rows.back()->ins(numbers.next(), numbers.below(width));
+    for (int k = 0; k < 8; ++k) {
+      const double value = numbers.next();  // apart: compilers order the evaluation of arguments as they like
+      rows.back()->ins(value, numbers.below(width));
+    }
     rows.back()->ins(1.5, i % width);
     A.rows[i] = rows.back().get();
   }
