@@ -24,9 +24,11 @@ int FullMatrix::invert() {
   // The copies go through operator(), so that a class that overrides it is inverted as it shows itself, and a
   // matrix whose kind is 1 says so for each element.
   double* const copy = limber::detail::lapackWorkspace(static_cast<long long>(numRows) * numColumns);
-  const bool fits = numRows <= fixedLength || largerSpace.reserve(numRows);
-  if (!fits) FATAL_ERROR(limber::detail::newFails);
-  if (!copy || !fits) return 0;
+  if (!copy) return 0;
+  if (numRows > fixedLength && !largerSpace.reserve(numRows)) {
+    FATAL_ERROR(limber::detail::newFails);
+    return 0;
+  }
   const auto at = [this, copy](int i, int j) -> double& {
     return copy[static_cast<std::ptrdiff_t>(i) * numColumns + j];
   };
