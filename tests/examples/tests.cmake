@@ -1,3 +1,10 @@
+# The table of joints, compared with positions worked out from the clip's text by the test itself.
+if(TARGET skeleton)
+  add_test(NAME Examples.Skeleton
+           COMMAND Python3::Interpreter ${CMAKE_CURRENT_LIST_DIR}/skeleton.py $<TARGET_FILE:skeleton>
+                   ${PROJECT_SOURCE_DIR}/examples/data/walk.bvh ${PROJECT_SOURCE_DIR}/../shared/data)
+endif()
+
 # The example programs, run as a user would.
 if(TARGET solve)
   foreach(group IN ITEMS Solve RealData)

@@ -1,0 +1,53 @@
+// Forward kinematics of a motion clip: reads its joints and frames, multiplies each joint's matrix by its
+// parent's and prints where everything is.
+
+#include "skeleton.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+
+#include "clip.h"
+#include "input_error.h"
+#include "options.h"
+
+namespace {
+
+void printTable(const Clip& clip, const std::vector<Pnt3>& at) {
+  int width = 5;
+  for (const Joint& joint : clip.joints) width = std::max(width, static_cast<int>(joint.name.size()));
+  std::printf("%-*s  %-*s  %15s  %15s  %15s\n", width, "joint", width, "parent", "x", "y", "z");
+  for (std::size_t j = 0; j < at.size(); j++) {
+    const Joint& joint = clip.joints[j];
+    const char* const parent =
+        joint.parent < 0 ? "-" : clip.joints[static_cast<std::size_t>(joint.parent)].name.c_str();
+    std::printf("%-*s  %-*s  %15.9f  %15.9f  %15.9f\n", width, joint.name.c_str(), width, parent, at[j].x,
+                at[j].y, at[j].z);
+  }
+}
+
+int show(const Options& options) {
+  if (options.help) return std::fputs(usage, stdout) < 0;
+  const Clip clip = readClip(options.clip.c_str(), options.searched ? options.searchPath.c_str() : nullptr);
+  if (options.frame < 1 || options.frame > clip.frames) {
+    throw InputError(options.clip + ": frame " + std::to_string(options.frame) +
+                     " is not in the clip, which has frames 1 to " + std::to_string(clip.frames));
+  }
+  std::printf("%s: frame %d of %d, at %.6f s\n", options.clip.c_str(), options.frame, clip.frames,
+              (options.frame - 1) * clip.frameTime);
+  printTable(clip, Skeleton(clip).positions(clip.frame(options.frame - 1)));
+  if (std::fflush(stdout) != 0 || std::ferror(stdout))
+    throw InputError("skeleton: the table cannot be written");
+  return 0;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  try {
+    return show(readOptions(count, arguments));
+  } catch (const std::exception& problem) {
+    std::fprintf(stderr, "%s\n", problem.what());
+    return 1;
+  }
+}
