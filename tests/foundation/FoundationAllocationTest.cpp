@@ -4,8 +4,8 @@
 #include <string>
 
 #include "limber/limber.h"
-#include "tests/foundation/EmptyPool.h"
 #include "tests/support/CapturedOutput.h"
+#include "tests/support/EmptyPool.h"
 #include "tests/support/allocations/Allocations.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "tests/foundation/EmptyPool.h"
+#include "tests/support/EmptyPool.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include "limber/foundation/ConsCell.h"
 #include "limber/foundation/Output.h"
 #include "limber/graphics/AIPSWriter.h"
-#include "tests/foundation/EmptyPool.h"
 #include "tests/support/CapturedOutput.h"
+#include "tests/support/EmptyPool.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/allocations/Allocations.h"
 
