@@ -2,6 +2,7 @@
 
 #include <zlib.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -12,14 +13,15 @@
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/foundation/detail/Sharing.h"
 #include "limber/io/SearchP.h"
+#include "limber/io/detail/Bytes.h"
 #include "limber/io/detail/RealWord.h"
 
 namespace {
 
 constexpr int requestSize = 1024;
 constexpr int wordSize = sizeof(Reader::word);
-/// zlib's own buffer: its default of 8 KB costs a system call every 16 KB.
-constexpr unsigned streamBuffer = 1u << 16;
+/// zlib's own buffer: larger than its default of 8 KB, for fewer system calls and fewer pieces.
+constexpr unsigned streamBuffer = 1u << 18;
 constexpr std::size_t leastNameSize = 512;
 
 // A word of 512 characters has its terminator in the field behind it, which getWord has cleared.
@@ -169,6 +171,12 @@ char* Reader::bgets(char* dst, int size) {
     int run = bufCount - bufPos;
     if (run > last - to) run = static_cast<int>(last - to);
     int n = 0;
+    while (n + 8 <= run) {
+      const std::uint64_t bytes = limber::detail::load8(from + n);
+      if (limber::detail::lineEnders(bytes)) break;
+      limber::detail::store8(to + n, bytes);
+      n += 8;
+    }
     while (n < run && from[n] && !endsLine(from[n])) {
       to[n] = from[n];
       n++;
@@ -247,25 +255,46 @@ const char* Reader::gets() {
 }
 
 const char* Reader::getWord() {
-  lastWordValid = 0;
-  const char first = getNonWS();
-  if (!first) return nullptr;
-  // As getc by getc: what is printable is the rest of this line's word, and the one white character that
-  // getc would return takes the white run behind it along.
-  const char* const from = line + linePos - 1;
-  int n = 1;
-  while (n < wordSize && isPrintable(from[n])) n++;
-  std::memcpy(word, from, static_cast<std::size_t>(n));
-  linePos += n - 1;
-  if (n < wordSize) {
-    word[n] = 0;
-    if (!atEnd()) skipWhite();
-  }
+  if (!takeWord()) return nullptr;
+  endWord();
   return word;
 }
 
+/// Copies the next word and goes behind it; its length, 0 at end.
+int Reader::takeWord() {
+  lastWordValid = 0;
+  if (!isPrintable(line[linePos])) {
+    if (!atEnd()) skipWhite();
+    if (!isPrintable(line[linePos])) return 0;
+  }
+  // The loads may run into the fields behind `line`; the stores stay in `word`, and leave alone what an
+  // earlier word left behind the terminator.
+  const char* const from = reinterpret_cast<const char*>(this) + offsetof(Reader, line) + linePos;
+  int n = 0;
+  while (n < wordSize) {
+    const std::uint64_t bytes = limber::detail::load8(from + n);
+    const std::uint64_t white = limber::detail::whites(bytes);
+    if (white) {
+      const int rest = limber::detail::before(white);
+      limber::detail::store8(word + n,
+                             limber::detail::terminated(bytes, rest, limber::detail::load8(word + n)));
+      n += rest;
+      break;
+    }
+    limber::detail::store8(word + n, bytes);
+    n += 8;
+  }
+  linePos += n;
+  return n;
+}
+
+/// The white character behind the word, which getc would return, and the white run that it takes along.
+void Reader::endWord() {
+  if (!atEnd()) skipWhite();
+}
+
 int Reader::matchWord(const char* expected, int complain) {
-  const char* const found = atEnd() ? nullptr : getWord();
+  const char* const found = getWord();
   if (!found) {
     if (complain) stderrPrintf("Expecting `%s' but found EOF!\n", expected);
     return 0;
@@ -281,29 +310,32 @@ int Reader::matchWord(const char* expected, int complain) {
   return 0;
 }
 
-/// The next word when it begins as a number does; otherwise null, with the message that `kind` ("int",
-/// "Real") is expected.
-const char* Reader::numberWord(const char* kind, int complain) {
-  const char* const found = atEnd() ? nullptr : getWord();
-  if (!found) {
+/// Takes the next word and its value, as a real if `real` is not null; 0, with the message that `kind`
+/// ("int", "Real") is expected, when it does not begin as a number does.
+int Reader::numberWord(const char* kind, double* real, int complain) {
+  const int length = takeWord();
+  if (!length) {
     if (complain) stderrPrintf("Expecting %s, found EOF\n", kind);
-    return nullptr;
+    return 0;
   }
-  if ((found[0] >= '0' && found[0] <= '9') || found[0] == '-') return found;
-  if (complain) stderrPrintf("Expecting %s, found `%s' (on line %d)\n", kind, found, lineNo);
-  return nullptr;
+  const bool number = (word[0] >= '0' && word[0] <= '9') || word[0] == '-';
+  // From the line: the processor waits for what was stored in `word` a moment ago.
+  const char* const end = line + linePos;
+  if (number && real) *real = limber::detail::realWord(end - length, end, word);
+  endWord();
+  if (!number && complain) stderrPrintf("Expecting %s, found `%s' (on line %d)\n", kind, word, lineNo);
+  return number;
 }
 
 int Reader::getInt(int& out, int complain) {
-  const char* const found = numberWord("int", complain);
-  out = found ? std::atoi(found) : 0;
-  return found != nullptr;
+  const int number = numberWord("int", nullptr, complain);
+  out = number ? std::atoi(word) : 0;
+  return number;
 }
 
 int Reader::getReal(double& out, int complain) {
-  const char* const found = numberWord("Real", complain);
-  out = found ? limber::detail::realWord(found) : 0.0;
-  return found != nullptr;
+  out = 0.0;
+  return numberWord("Real", &out, complain);
 }
 
 int Reader::getLineNo() const { return atEnd() ? -1 : lineNo; }

@@ -86,5 +86,7 @@ class LIMBER_API Reader {
   LIMBER_HIDDEN bool streamDone() const;
   LIMBER_HIDDEN bool atEnd() const;
   LIMBER_HIDDEN void skipWhite();
-  LIMBER_HIDDEN const char* numberWord(const char* kind, int complain);
+  LIMBER_HIDDEN int takeWord();
+  LIMBER_HIDDEN void endWord();
+  LIMBER_HIDDEN int numberWord(const char* kind, double* real, int complain);
 };

@@ -184,10 +184,14 @@ TEST(ReaderNumbers, GetRealKeepsTheValueOfAtofOverRandomWords) {
   std::mt19937_64 random(20);
   int compared = 0;
   for (int i = 0; i < 300000; i++) {
+    char padded[80] = "";
     const std::string word = randomWord(random);
+    std::memcpy(padded, word.c_str(), word.size() + 1);
     if (!(word[0] >= '0' && word[0] <= '9') && word[0] != '-') continue;
     compared++;
-    ASSERT_TRUE(tolerance::sameBits(limber::detail::realWord(word.c_str()), std::atof(word.c_str()))) << word;
+    ASSERT_TRUE(tolerance::sameBits(limber::detail::realWord(padded, padded + word.size(), padded),
+                                    std::atof(word.c_str())))
+        << word;
   }
   EXPECT_GT(compared, 150000);
 }
