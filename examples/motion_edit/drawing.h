@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "constraints.h"
+#include "editor.h"
+
+/// Draws an edit as an Illustrator file: above, stick figures before (grey) and after (blue) at some frames,
+/// with the constrained points (red); below, the paths of the constrained joints and the hands, before and
+/// after, enlarged.
+void drawEdit(const Clip& before, const Clip& after, const std::vector<Constraint>& constraints, int figures,
+              const std::string& path);
+
+/// One solver's squared residuals, iteration after iteration.
+struct ConvergenceCurve {
+  std::string name;
+  double seconds;
+  std::vector<double> residuals;
+};
+
+/// Draws the logarithm of the relative residual over the iterations.
+void drawConvergence(const std::vector<ConvergenceCurve>& curves, const std::string& path);

@@ -1,0 +1,24 @@
+#pragma once
+
+/// A smooth curve in time: uniform cubic B-splines over the frames of a clip, a knot every `spacing` frames.
+/// Frame t depends on four coefficients only, which is what keeps the edit's system banded.
+class Spline {
+ public:
+  /// `spacing` >= 1.
+  Spline(int frames, int spacing);
+
+  int coefficients() const { return count_; }
+
+  struct Basis {
+    int first;         ///< the first of the four coefficients that frame t depends on
+    double weight[4];  ///< their weights; they add to 1 and none is negative
+  };
+  /// value(t) = sum over k < 4 of weight[k] coefficient[first + k], 0 <= frame < frames.
+  Basis at(int frame) const;
+
+  /// Frames this far apart have no coefficient in common.
+  int reach() const { return 4 * spacing_; }
+
+ private:
+  int spacing_, count_;
+};

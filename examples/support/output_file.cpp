@@ -1,0 +1,33 @@
+#include "output_file.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "input_error.h"
+
+OutputFile::OutputFile(const std::string& path)
+    : path_(path), temporary_(path + ".part"), stream_(std::fopen(temporary_.c_str(), "wb")) {
+  if (!stream_) throw InputError(path_, 0, std::string("cannot be written: ") + std::strerror(errno));
+}
+
+OutputFile::~OutputFile() {
+  if (stream_) std::fclose(stream_);
+  std::remove(temporary_.c_str());
+}
+
+std::FILE* OutputFile::release() {
+  std::FILE* const given = stream_;
+  stream_ = nullptr;
+  return given;
+}
+
+void OutputFile::finish() {
+  if (stream_) {
+    const bool failed = std::ferror(stream_) != 0;
+    std::FILE* const stream = release();
+    if (std::fclose(stream) != 0 || failed) throw InputError(path_, 0, "could not be written completely");
+  }
+  if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
+    throw InputError(path_, 0, std::string("cannot be written: ") + std::strerror(errno));
+  }
+}

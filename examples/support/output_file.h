@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+/// A file that appears under its name only when it is complete: it is written to a temporary name beside it,
+/// and finish() renames it. Without finish() nothing is left behind.
+class OutputFile {
+ public:
+  /// Throws InputError when the temporary file cannot be made.
+  explicit OutputFile(const std::string& path);
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  std::FILE* stream() const { return stream_; }
+  /// Gives the stream away, to somebody who closes it before finish().
+  std::FILE* release();
+  const std::string& temporaryPath() const { return temporary_; }
+  /// Closes and renames; throws InputError when the disk is full or the name cannot be taken.
+  void finish();
+
+ private:
+  std::string path_, temporary_;
+  std::FILE* stream_;
+};

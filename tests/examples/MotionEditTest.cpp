@@ -1,0 +1,259 @@
+// The parts of the motion editor: curves, derivative rows, the banded system, foot plants, and whole edits.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "editor.h"
+#include "tests/support/TemporaryFile.h"
+#include "tests/support/Tolerance.h"
+
+namespace {
+
+const std::string data = std::string(LIMBER_SOURCE_DIR) + "/examples/data/";
+
+Clip walk() { return readClip((data + "walk.bvh").c_str(), nullptr); }
+
+TEST(Spline, WeightsAreAPartitionOfUnity) {
+  for (const int spacing : {1, 2, 7, 500}) {
+    const Spline spline(120, spacing);
+    for (int f = 0; f < 120; f++) {
+      const Spline::Basis basis = spline.at(f);
+      double sum = 0.0;
+      for (const double w : basis.weight) {
+        EXPECT_GE(w, 0.0);
+        sum += w;
+      }
+      EXPECT_TRUE(tolerance::close(sum, 1.0, 4 * tolerance::epsilon)) << spacing << " " << f;
+      EXPECT_GE(basis.first, 0);
+      EXPECT_LE(basis.first + 3, spline.coefficients() - 1);
+    }
+  }
+}
+
+TEST(Spline, ReproducesStraightLines) {
+  const Spline spline(50, 7);
+  for (int f = 0; f < 50; f++) {
+    const Spline::Basis basis = spline.at(f);
+    double value = 0.0;
+    for (int k = 0; k < 4; k++) value += basis.weight[k] * (basis.first + k - 1) * 7;
+    EXPECT_TRUE(tolerance::close(value, f, 64 * tolerance::epsilon * 50)) << f;
+  }
+}
+
+TEST(Spline, FramesBeyondItsReachShareNoCoefficient) {
+  const Spline spline(100, 5);
+  for (int f = 0; f + spline.reach() < 100; f++) {
+    EXPECT_GT(spline.at(f + spline.reach()).first, spline.at(f).first + 3);
+  }
+}
+
+// Central differences with step h err by h^2 |p'''| / 6 + eps |p| / h: lengths are below 1000 and angles in
+// radians, so with h = 1e-4 that is below 1000 (h^2 / 6 + 4 eps / h).
+TEST(Skeleton, DerivativeRowsAgreeWithCentralDifferences) {
+  const double h = 1e-4, allowed = 1000 * (h * h / 6 + 4 * tolerance::epsilon / h);
+  const Clip clip = walk();
+  const Skeleton skeleton(clip);
+  std::mt19937 random(7);
+  for (const int f : {0, 17, 119}) {
+    for (const char* name : {"Head.End", "LeftToeBase", "RightHand", "Hips"}) {
+      const int joint = clip.find(name);
+      ASSERT_GE(joint, 0) << name;
+      std::vector<double> frame(clip.frame(f), clip.frame(f) + clip.channels);
+      for (double& value : frame) value += 1e-2 * (static_cast<double>(random() % 2000) - 1000);
+      SpVec rows[3];
+      const Pnt3 p = skeleton.position(joint, frame.data(), rows);
+      const Pnt3 same = skeleton.position(joint, frame.data());
+      EXPECT_TRUE(tolerance::close(p.x, same.x, 1e-10));
+      for (int c = 0; c < clip.channels; c++) {
+        std::vector<double> low = frame, high = frame;
+        low[static_cast<std::size_t>(c)] -= h;
+        high[static_cast<std::size_t>(c)] += h;
+        const Pnt3 difference = skeleton.position(joint, high.data()) - skeleton.position(joint, low.data());
+        EXPECT_TRUE(tolerance::close(rows[0].v(c), difference.x / (2 * h), allowed))
+            << name << " channel " << c;
+        EXPECT_TRUE(tolerance::close(rows[1].v(c), difference.y / (2 * h), allowed))
+            << name << " channel " << c;
+        EXPECT_TRUE(tolerance::close(rows[2].v(c), difference.z / (2 * h), allowed))
+            << name << " channel " << c;
+      }
+    }
+  }
+}
+
+TEST(Skeleton, AllPositionsAgreeWithEachAlone) {
+  const Clip clip = walk();
+  const Skeleton skeleton(clip);
+  const std::vector<Pnt3> all = skeleton.positions(clip.frame(33));
+  for (int j = 0; j < static_cast<int>(clip.joints.size()); j++) {
+    const Pnt3 alone = skeleton.position(j, clip.frame(33));
+    EXPECT_TRUE(tolerance::close((all[static_cast<std::size_t>(j)] - alone).length(), 0.0, 1e-10)) << j;
+  }
+}
+
+TEST(Jacobian, RowsAreTheDerivativesByCoefficients) {
+  const double h = 1e-4, allowed = 1000 * (h * h / 6 + 4 * tolerance::epsilon / h);
+  Clip clip = walk();
+  const Skeleton skeleton(clip);
+  const Spline spline(clip.frames, 6);
+  const std::vector<Constraint> wishes = {{40, clip.find("LeftHand"), Pnt3(1, 2, 3), 2.0}};
+  Jacobian jacobian(wishes, spline, clip.channels);
+  jacobian.linearize(clip, skeleton);
+  const Clip before = clip;
+  for (int i = 0; i < jacobian.unknowns(); i += 13) {
+    Pnt3 at[2];
+    for (const int side : {0, 1}) {
+      const Spline::Basis basis = spline.at(40);
+      clip = before;
+      const int k = i / clip.channels - basis.first;
+      if (k >= 0 && k < 4) clip.frame(40)[i % clip.channels] += (side ? h : -h) * basis.weight[k];
+      at[side] = skeleton.position(wishes[0].joint, clip.frame(40));
+    }
+    EXPECT_TRUE(tolerance::close(jacobian.matrix()->acc(0, i), 2.0 * (at[1].x - at[0].x) / (2 * h), allowed))
+        << i;
+    EXPECT_TRUE(tolerance::close(jacobian.matrix()->acc(2, i), 2.0 * (at[1].z - at[0].z) / (2 * h), allowed))
+        << i;
+  }
+}
+
+TEST(Jacobian, HalfBandwidthIsTheLargestDistanceOfRowsThatMeet) {
+  const Clip clip = walk();
+  const Skeleton skeleton(clip);
+  const Spline spline(clip.frames, 3);
+  std::vector<Constraint> wishes;
+  for (int f = 0; f < clip.frames; f += 2) wishes.push_back({f, clip.find("LeftFoot"), Pnt3(), 1.0});
+  wishes.push_back({50, clip.find("RightFoot"), Pnt3(), 1.0});
+  sortByFrame(&wishes);
+  Jacobian jacobian(wishes, spline, clip.channels);
+  jacobian.linearize(clip, skeleton);
+  int widest = 0;
+  for (int i = 0; i < jacobian.rows(); i++) {
+    for (int j = i + 1; j < jacobian.rows(); j++) {
+      if (dot(*jacobian.matrix()->row(i), *jacobian.matrix()->row(j)) != 0.0)
+        widest = std::max(widest, j - i);
+    }
+  }
+  EXPECT_GE(jacobian.halfBandwidth(), widest);
+  EXPECT_LE(jacobian.halfBandwidth(), widest + 3);
+}
+
+TEST(Constraints, AreSortedByFrameAndTheLastWishCounts) {
+  std::vector<Constraint> wishes = {
+      {5, 1, Pnt3(1, 0, 0), 1}, {2, 1, Pnt3(), 1}, {5, 0, Pnt3(), 1}, {5, 1, Pnt3(9, 0, 0), 1}};
+  sortByFrame(&wishes);
+  ASSERT_EQ(wishes.size(), 3u);
+  EXPECT_EQ(wishes[0].frame, 2);
+  EXPECT_EQ(wishes[1].joint, 0);
+  EXPECT_EQ(wishes[2].target.x, 9);
+}
+
+TEST(FootPlants, AreFoundOnBothFeetAndNotOnHands) {
+  const Clip clip = walk();
+  const std::vector<Constraint> plants = findFootPlants(clip, Skeleton(clip), 8, 2);
+  int left = 0, right = 0;
+  for (const Constraint& plant : plants) {
+    const std::string& name = clip.joints[static_cast<std::size_t>(plant.joint)].name;
+    EXPECT_TRUE(name == "LeftToeBase" || name == "RightToeBase") << name;
+    left += name == "LeftToeBase";
+    right += name == "RightToeBase";
+  }
+  EXPECT_GT(left, 20);
+  EXPECT_GT(right, 20);
+}
+
+/// The edit meets its goal by a change that is smooth.
+void expectMet(const Clip& before, const std::vector<Constraint>& wishes, const EditOptions& options) {
+  Clip clip = before;
+  const EditResult result = editMotion(&clip, wishes, options, nullptr);
+  EXPECT_TRUE(result.met) << result.missAfter << " of " << result.goal;
+  EXPECT_GT(result.missBefore, result.goal);
+  const Skeleton skeleton(clip);
+  for (const Constraint& wish : wishes) {
+    const double miss = (skeleton.position(wish.joint, clip.frame(wish.frame)) - wish.target).length();
+    EXPECT_TRUE(tolerance::small(miss, result.goal * (1 + 1e-12)));
+  }
+  EXPECT_TRUE(tolerance::small(result.largestChange, 1.5)) << result.largestChangeOf;
+  // A cubic spline with knots h frames apart that stays within m bends by at most 6 m / h^2 a frame^2 or so.
+  const double bend = 12.0 * result.largestChange / (options.knotSpacing * options.knotSpacing);
+  EXPECT_TRUE(tolerance::small(result.largestBend, bend));
+  RecordProperty("largestSecondDifference", std::to_string(result.largestBend));
+}
+
+TEST(MotionEdit, MeetsTheFootPlantsOfTheOwnClip) {
+  const Clip clip = walk();
+  const std::vector<Constraint> plants = findFootPlants(clip, Skeleton(clip), 8, 2);
+  ASSERT_GE(plants.size(), 40u);
+  expectMet(clip, plants, EditOptions());
+}
+
+TEST(MotionEdit, EveryPreconditionerFindsTheSameStep) {
+  const Clip before = walk();
+  const Skeleton skeleton(before);
+  std::vector<Constraint> wishes;
+  for (int f = 10; f < 110; f += 10) {
+    wishes.push_back({f, before.find("LeftHand"),
+                      skeleton.position(before.find("LeftHand"), before.frame(f)) + Pnt3(2, 5, 1), 1.0});
+  }
+  EditOptions options;
+  options.steps = 1;
+  Clip clips[3] = {before, before, before};
+  for (const auto kind : {EditOptions::None, EditOptions::Jacobi, EditOptions::Banded}) {
+    options.preconditioning = kind;
+    editMotion(&clips[kind], wishes, options, nullptr);
+  }
+  for (std::size_t i = 0; i < before.values.size(); i++) {
+    EXPECT_TRUE(tolerance::close(clips[0].values[i], clips[2].values[i], 1e-5)) << i;
+    EXPECT_TRUE(tolerance::close(clips[1].values[i], clips[2].values[i], 1e-5)) << i;
+  }
+}
+
+TEST(MotionEdit, ReportsAGoalThatCannotBeMet) {
+  Clip clip = walk();
+  const std::vector<Constraint> wishes = {{60, clip.find("LeftHand"), Pnt3(0, 90, 190), 1.0},
+                                          {60, clip.find("LeftForeArm"), Pnt3(0, 90, 900), 1.0}};
+  EditOptions options;
+  options.steps = 6;
+  const EditResult result = editMotion(&clip, wishes, options, nullptr);
+  EXPECT_FALSE(result.met);
+  for (const double value : clip.values) ASSERT_TRUE(std::isfinite(value));
+}
+
+/// A wave and a reach of both hands, on top of plants: at least 40 constraints over the clip.
+std::vector<Constraint> reaches(const Clip& clip, const char* const hands[2]) {
+  const Skeleton skeleton(clip);
+  const double unit = skeleton.height();
+  std::vector<Constraint> wishes;
+  for (int i = 0; i < 24; i++) {
+    const int f = (2 * i + 1) * clip.frames / 48;
+    for (const int side : {0, 1}) {
+      const int joint = clip.find(hands[side]);
+      if (joint < 0) continue;
+      const double phase = 0.7 * i + side;
+      const Pnt3 shift(0.03 * unit * std::sin(phase), 0.04 * unit * std::cos(phase), 0.02 * unit);
+      wishes.push_back({f, joint, skeleton.position(joint, clip.frame(f)) + shift, 1.0});
+    }
+  }
+  sortByFrame(&wishes);
+  return wishes;
+}
+
+TEST(MotionEdit, MeetsFortyConstraintsOnAPerformerOnTheSpot) {
+  LIMBER_NEEDS_DATA(path, "mocapbank.bvh");
+  const Clip clip = readClip(path.c_str(), nullptr);
+  const char* const hands[2] = {"LeftWrist", "RightWrist"};
+  std::vector<Constraint> wishes = reaches(clip, hands);
+  ASSERT_GE(wishes.size(), 40u);
+  expectMet(clip, wishes, EditOptions());
+}
+
+TEST(MotionEdit, MeetsFortyConstraintsOnARecordedWalk) {
+  LIMBER_NEEDS_DATA(path, "cmu_02_01_walk.bvh");
+  const Clip clip = readClip(path.c_str(), nullptr);
+  const char* const hands[2] = {"LeftHand", "RightHand"};
+  std::vector<Constraint> wishes = reaches(clip, hands);
+  ASSERT_GE(wishes.size(), 40u);
+  expectMet(clip, wishes, EditOptions());
+}
+
+}  // namespace
