@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -45,5 +46,5 @@ struct Clip {
 /// InputError naming file, line and word.
 Clip readClip(const char* name, const char* searchPath);
 
-/// Writes a clip as BVH. The file appears when it is complete. Throws InputError.
-void writeClip(const Clip& clip, const std::string& path);
+/// Writes a clip as BVH, six digits behind the point.
+void writeClip(const Clip& clip, std::FILE* out);

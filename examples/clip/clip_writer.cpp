@@ -1,13 +1,12 @@
 #include <string>
 
 #include "clip.h"
-#include "output_file.h"
 
 namespace {
 
 constexpr double degrees = 180.0 / 3.14159265358979323846;
 
-/// Shortest text with at most six decimals; the examples never leave the "C" locale.
+/// The examples never leave the "C" locale, so the point is a point.
 void number(std::FILE* out, double value) { std::fprintf(out, " %.6f", value); }
 
 void writeJoint(const Clip& clip, std::size_t j, int depth, std::FILE* out) {
@@ -38,12 +37,10 @@ void writeJoint(const Clip& clip, std::size_t j, int depth, std::FILE* out) {
 
 }  // namespace
 
-void writeClip(const Clip& clip, const std::string& path) {
-  OutputFile file(path);
-  std::FILE* const out = file.stream();
+void writeClip(const Clip& clip, std::FILE* out) {
   std::fprintf(out, "HIERARCHY\n");
   writeJoint(clip, 0, 0, out);
-  std::fprintf(out, "MOTION\nFrames: %d\nFrame Time: %.6f\n", clip.frames, clip.frameTime);
+  std::fprintf(out, "MOTION\nFrames: %d\nFrame Time: %.9g\n", clip.frames, clip.frameTime);
   for (int f = 0; f < clip.frames; f++) {
     const double* const values = clip.frame(f);
     for (const Joint& joint : clip.joints) {
@@ -55,5 +52,4 @@ void writeClip(const Clip& clip, const std::string& path) {
     }
     std::fprintf(out, "\n");
   }
-  file.finish();
 }

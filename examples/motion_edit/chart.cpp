@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <vector>
 
 namespace {
 
@@ -12,6 +13,15 @@ double roundStep(double range) {
     if (digit * power >= rough) return digit * power;
   }
   return 10.0 * power;
+}
+
+/// The multiples of `step` from low to high. Counted: where the step is below the numbers' last digit, adding
+/// it would not get on.
+std::vector<double> roundNumbers(double low, double high, double step) {
+  std::vector<double> numbers;
+  const double first = std::ceil(low / step), last = std::floor(high / step);
+  for (int i = 0; i <= 20 && first + i <= last; i++) numbers.push_back((first + i) * step);
+  return numbers;
 }
 
 std::string plain(double value) {
@@ -65,14 +75,14 @@ void Chart::drawAxes(const std::string& title, const std::string& xLabel, const 
   const auto step = [&](double range) { return powers ? std::ceil(range / 8.0) : roundStep(range); };
   const auto number = [&](double at) { return powers ? "1e" + plain(at) : plain(at); };
   const double stepX = step(x1_ - x0_), stepY = step(y1_ - y0_);
-  for (double at = std::ceil(x0_ / stepX) * stepX; at <= x1_; at += stepX) {
+  for (const double at : roundNumbers(x0_, x1_, stepX)) {
     writer_.strokeGray(0.5);
     writer_.setWidth(0.5);
     line(at, y0_, at, y0_ - 3 * unitY);
     const std::string text = number(at);
     label(at - 2 * static_cast<double>(text.size()) * unitX, y0_ - 12 * unitY, text, 8);
   }
-  for (double at = std::ceil(y0_ / stepY) * stepY; at <= y1_; at += stepY) {
+  for (const double at : roundNumbers(y0_, y1_, stepY)) {
     writer_.strokeGray(0.5);
     writer_.setWidth(0.5);
     line(x0_, at, x0_ - 3 * unitX, at);

@@ -3,24 +3,28 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <new>
 
 #include "chart.h"
-#include "output_file.h"
 
 namespace {
 
 const Pnt3 grey(0.62, 0.62, 0.62), blue(0.10, 0.35, 0.75), red(0.85, 0.12, 0.12), green(0.10, 0.55, 0.25);
 
-/// A drawing that is renamed to `path` when it is complete. The writer says nothing on standard output: it is
-/// given no name.
+/// Draws into memory and copies that to `out`: the writer closes its stream, and says nothing of a full disk.
 template <class Draw>
-void drawFile(const std::string& path, Draw draw) {
-  OutputFile file(path);
+void drawTo(std::FILE* out, Draw draw) {
+  char* text = nullptr;
+  std::size_t length = 0;
+  std::FILE* const memory = open_memstream(&text, &length);
+  if (!memory) throw std::bad_alloc();
   {
-    AIPSWriter writer(file.release(), nullptr, 0, 0, 576, 720);
+    AIPSWriter writer(memory, nullptr, 0, 0, 576, 720);
     draw(&writer);
   }
-  file.finish();
+  std::fwrite(text, 1, length, out);
+  std::free(text);
 }
 
 /// A clip seen from the side: across is the horizontal axis along which the root travels most.
@@ -196,15 +200,15 @@ void drawPaths(AIPSWriter* writer, const Clip& clip, const SideView& view,
 }  // namespace
 
 void drawEdit(const Clip& before, const Clip& after, const std::vector<Constraint>& constraints, int figures,
-              const std::string& path) {
+              std::FILE* out) {
   const SideView view(before, after);
-  drawFile(path, [&](AIPSWriter* writer) {
+  drawTo(out, [&](AIPSWriter* writer) {
     drawFigures(writer, before, view, constraints, figures);
     drawPaths(writer, before, view, constraints);
   });
 }
 
-void drawConvergence(const std::vector<ConvergenceCurve>& curves, const std::string& path) {
+void drawConvergence(const std::vector<ConvergenceCurve>& curves, std::FILE* out) {
   const auto across = [](std::size_t i) { return std::log10(1.0 + static_cast<double>(i)); };
   const auto up = [](const ConvergenceCurve& curve, std::size_t i) {
     return 0.5 * std::log10(std::max(curve.residuals[i], 1e-300) / std::max(curve.residuals[0], 1e-300));
@@ -218,7 +222,7 @@ void drawConvergence(const std::vector<ConvergenceCurve>& curves, const std::str
       logs.include(std::max(up(curve, i), -16.0));
     }
   }
-  drawFile(path, [&](AIPSWriter* writer) {
+  drawTo(out, [&](AIPSWriter* writer) {
     constexpr double width = 480.0, height = 250.0;
     Chart chart(writer, 60, 50, width, height);
     chart.setRange(0.0, iterations.high, std::floor(logs.low), std::ceil(logs.high + 0.1));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,7 @@
 /// with the constrained points (red); below, the paths of the constrained joints and the hands, before and
 /// after, enlarged.
 void drawEdit(const Clip& before, const Clip& after, const std::vector<Constraint>& constraints, int figures,
-              const std::string& path);
+              std::FILE* out);
 
 /// One solver's squared residuals, iteration after iteration.
 struct ConvergenceCurve {
@@ -20,4 +21,4 @@ struct ConvergenceCurve {
 };
 
 /// Draws the logarithm of the relative residual over the iterations.
-void drawConvergence(const std::vector<ConvergenceCurve>& curves, const std::string& path);
+void drawConvergence(const std::vector<ConvergenceCurve>& curves, std::FILE* out);

@@ -4,7 +4,8 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <memory>
+
+#include "edit.h"
 
 namespace {
 
@@ -14,148 +15,6 @@ double secondsNow() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-/// The solver's tuning while it lives: a relative tolerance, and no absolute floor under the curvature.
-class Tuning {
- public:
-  explicit Tuning(double tolerance) : tol_(cg_tol), epsilon_(cg_epsilon), restarts_(cg_maxRestarts) {
-    cg_tol = tolerance;
-    cg_epsilon = 1e-200;
-    cg_maxRestarts = 2;
-  }
-  ~Tuning() {
-    cg_tol = tol_;
-    cg_epsilon = epsilon_;
-    cg_maxRestarts = restarts_;
-  }
-  Tuning(const Tuning&) = delete;
-  Tuning& operator=(const Tuning&) = delete;
-
- private:
-  double tol_, epsilon_;
-  int restarts_;
-};
-
-/// The motion as the original plus smooth curves, and the constraints linearized about it.
-class Edit {
- public:
-  Edit(Clip* clip, const std::vector<Constraint>& constraints, const EditOptions& options)
-      : clip_(*clip),
-        original_(*clip),
-        constraints_(constraints),
-        skeleton_(clip_),
-        spline_(clip->frames, options.knotSpacing),
-        jacobian_(constraints_, spline_, clip->channels),
-        coefficients_(jacobian_.unknowns()),
-        masses_(jacobian_.unknowns()),
-        weights_(jacobian_.unknowns()),
-        damping_(jacobian_.rows()),
-        lambda_(jacobian_.rows()),
-        step_(jacobian_.unknowns()) {
-    const double position = options.positionStiffness / skeleton_.height();
-    for (int i = 0; i < masses_.size(); i++) {
-      masses_[i] = clip_.channel(i % clip_.channels).rotation ? 1.0 : position * position;
-      weights_[i] = 1.0 / masses_[i];
-    }
-  }
-
-  const Skeleton& skeleton() const { return skeleton_; }
-
-  /// J, c and the damping D = `damping` times the mean diagonal of J V^-1 J^T.
-  void linearize(double damping) {
-    jacobian_.linearize(clip_, skeleton_);
-    double trace = 0.0;
-    for (int i = 0; i < jacobian_.rows(); i++) trace += jacobian_.matrix()->row(i)->weightedL2(&weights_);
-    damping_ = damping * trace / jacobian_.rows();
-  }
-
-  /// Solves for the step; the iterations of conjugate gradients, negative when they gave up.
-  int solve(EditOptions::Preconditioning preconditioning, double relative) {
-    HSpMat* const J = jacobian_.matrix();
-    Vector* const c = jacobian_.residual();
-    std::unique_ptr<JJtPrecond> diagonal;
-    std::unique_ptr<JJtCholeskyPrecond> banded;
-    Preconditioner* chosen = nullptr;
-    // The preconditioners multiply by their weights where the solver divides by its masses.
-    if (preconditioning == EditOptions::Jacobi) {
-      diagonal = std::make_unique<JJtPrecond>(J, &weights_, &damping_);
-      chosen = diagonal.get();
-    } else if (preconditioning == EditOptions::Banded) {
-      banded = std::make_unique<JJtCholeskyPrecond>(J, jacobian_.halfBandwidth(), &weights_, &damping_);
-      chosen = banded.get();
-    }
-    const Tuning tuning(relative * relative * c->magSq());
-    lambda_ = 0.0;
-    double rsq = 0.0;
-    const int iterations = ncgradJVJt(J, &lambda_, c, &rsq, &masses_, &damping_, chosen);
-    J->multT(&lambda_, &step_);
-    step_.grow(jacobian_.unknowns());
-    step_ /= masses_;
-    return iterations;
-  }
-
-  /// The clip with `scale` times the step added.
-  void apply(double scale) {
-    Vector moved(0);
-    moved = coefficients_;
-    moved.scaleAdd(scale, &step_);
-    for (int f = 0; f < clip_.frames; f++) {
-      const Spline::Basis basis = spline_.at(f);
-      for (int c = 0; c < clip_.channels; c++) {
-        double change = 0.0;
-        for (int k = 0; k < 4; k++) change += basis.weight[k] * moved[(basis.first + k) * clip_.channels + c];
-        clip_.frame(f)[c] = original_.frame(f)[c] + change;
-      }
-    }
-  }
-  void accept(double scale) { coefficients_.scaleAdd(scale, &step_); }
-
-  /// The sum of the squared weighted misses, and the largest miss.
-  double misses(double* largest) const {
-    double sum = 0.0;
-    *largest = 0.0;
-    for (const Constraint& wish : constraints_) {
-      const double miss = (wish.target - skeleton_.position(wish.joint, clip_.frame(wish.frame))).length();
-      sum += wish.weight * wish.weight * miss * miss;
-      if (!(miss <= *largest)) *largest = miss;
-    }
-    return sum;
-  }
-
-  void measureChange(EditResult* result) const {
-    for (int c = 0; c < clip_.channels; c++) {
-      if (!clip_.channel(c).rotation) continue;
-      const auto change = [&](int f) { return clip_.frame(f)[c] - original_.frame(f)[c]; };
-      for (int f = 0; f < clip_.frames; f++) {
-        if (std::fabs(change(f)) > result->largestChange) {
-          result->largestChange = std::fabs(change(f));
-          result->largestChangeOf = jointOf(c);
-        }
-        if (f > 0 && f + 1 < clip_.frames) {
-          const double bend = std::fabs(change(f - 1) - 2.0 * change(f) + change(f + 1));
-          result->largestBend = std::max(result->largestBend, bend);
-        }
-      }
-    }
-  }
-
- private:
-  std::string jointOf(int c) const {
-    std::string name;
-    for (const Joint& joint : clip_.joints) {
-      if (!joint.channels.empty() && joint.firstChannel <= c) name = joint.name;
-    }
-    return name;
-  }
-
-  Clip& clip_;
-  const Clip original_;
-  const std::vector<Constraint>& constraints_;
-  Skeleton skeleton_;
-  Spline spline_;
-  Jacobian jacobian_;
-  Vector coefficients_, masses_, weights_, damping_, lambda_, step_;
-};
-
 }  // namespace
 
 EditResult editMotion(Clip* clip, const std::vector<Constraint>& constraints, const EditOptions& options,
@@ -163,7 +22,7 @@ EditResult editMotion(Clip* clip, const std::vector<Constraint>& constraints, co
   const double begun = secondsNow();
   Edit edit(clip, constraints, options);
   EditResult result;
-  result.goal = options.goal * edit.skeleton().height();
+  result.goal = options.goal * edit.height();
   double sum = edit.misses(&result.missBefore);
   double miss = result.missBefore;
   double damping = options.damping;

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "constraints.h"
-#include "jacobian.h"
 
 /// How an edit is solved.
 struct EditOptions {

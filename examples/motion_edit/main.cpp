@@ -6,6 +6,7 @@
 #include "drawing.h"
 #include "input_error.h"
 #include "options.h"
+#include "output_file.h"
 
 namespace {
 
@@ -37,6 +38,8 @@ std::vector<ConvergenceCurve> compare(const Clip& clip, const std::vector<Constr
 }
 
 int edit(const Options& options) {
+  OutputFile motion(options.output + ".bvh"), drawing(options.output + ".ai"),
+      curves(options.output + "-convergence.ai");
   const char* const path = options.searchPath.empty() ? nullptr : options.searchPath.c_str();
   Clip clip = readClip(options.clip.c_str(), path);
   for (const std::string& note : clip.notes) std::printf("note: %s\n", note.c_str());
@@ -64,11 +67,11 @@ int edit(const Options& options) {
               result.largestChange * degrees, result.largestChangeOf.c_str(), result.largestBend * degrees);
   std::printf("%d steps, %d iterations, %.3f s\n", result.steps, result.iterations, result.seconds);
 
-  writeClip(clip, options.output + ".bvh");
-  drawEdit(before, clip, constraints, options.figures, options.output + ".ai");
-  drawConvergence(compare(before, constraints, options), options.output + "-convergence.ai");
-  std::printf("wrote %s.bvh, %s.ai and %s-convergence.ai\n", options.output.c_str(), options.output.c_str(),
-              options.output.c_str());
+  writeClip(clip, motion.stream());
+  drawEdit(before, clip, constraints, options.figures, drawing.stream());
+  drawConvergence(compare(before, constraints, options), curves.stream());
+  for (OutputFile* file : {&motion, &drawing, &curves}) file->finish();
+  std::printf("wrote %s, %s and %s\n", motion.path().c_str(), drawing.path().c_str(), curves.path().c_str());
   if (!result.met) {
     std::fprintf(stderr,
                  "motion_edit: the goal was not met: a joint is still %.5f cm from where it shall be\n",

@@ -15,18 +15,11 @@ OutputFile::~OutputFile() {
   std::remove(temporary_.c_str());
 }
 
-std::FILE* OutputFile::release() {
-  std::FILE* const given = stream_;
-  stream_ = nullptr;
-  return given;
-}
-
 void OutputFile::finish() {
-  if (stream_) {
-    const bool failed = std::ferror(stream_) != 0;
-    std::FILE* const stream = release();
-    if (std::fclose(stream) != 0 || failed) throw InputError(path_, 0, "could not be written completely");
-  }
+  const bool failed = std::ferror(stream_) != 0;
+  const bool closed = std::fclose(stream_) == 0;
+  stream_ = nullptr;
+  if (failed || !closed) throw InputError(path_, 0, "could not be written completely");
   if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
     throw InputError(path_, 0, std::string("cannot be written: ") + std::strerror(errno));
   }

@@ -14,9 +14,7 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
 
   std::FILE* stream() const { return stream_; }
-  /// Gives the stream away, to somebody who closes it before finish().
-  std::FILE* release();
-  const std::string& temporaryPath() const { return temporary_; }
+  const std::string& path() const { return path_; }
   /// Closes and renames; throws InputError when the disk is full or the name cannot be taken.
   void finish();
 

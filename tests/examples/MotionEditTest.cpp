@@ -5,7 +5,7 @@
 #include <cmath>
 #include <random>
 
-#include "editor.h"
+#include "edit.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/Tolerance.h"
 

@@ -14,3 +14,12 @@ if(TARGET solve)
     set_tests_properties(Examples.${group} PROPERTIES TIMEOUT 600)
   endforeach()
 endif()
+
+# The parts of the motion programs in one program of tests, which also runs the programs themselves.
+if(TARGET motion_edit)
+  file(GLOB example_tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*Test.cpp)
+  limber_test(test_examples ${example_tests})
+  target_link_libraries(test_examples PRIVATE motion_editing ZLIB::ZLIB)
+  target_compile_definitions(test_examples PRIVATE MOTION_EDIT_PROGRAM="$<TARGET_FILE:motion_edit>")
+  add_dependencies(test_examples motion_edit)
+endif()

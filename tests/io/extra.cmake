@@ -7,4 +7,3 @@ target_sources(test_io PRIVATE ${io_details} ${foundation_detail}/CLocale.cpp ${
 limber_test(test_io_scripted io/scripted/ScriptedStreamTest.cpp)
 
 include(fuzz/replay.cmake)
-include(examples/tests.cmake)

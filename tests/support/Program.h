@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// What a program said and how it ended.
+struct ProgramRun {
+  int status;  ///< the exit status; 128 and the signal's number when a signal ended it, 127 when it could not start
+  std::string out, err;
+};
+
+/// Runs a program to its end, in `directory` when that is not empty.
+ProgramRun runProgram(const std::string& path, const std::vector<std::string>& arguments,
+                      const std::string& directory = "");
