@@ -70,6 +70,7 @@ int edit(const Options& options) {
   writeClip(clip, motion.stream());
   drawEdit(before, clip, constraints, options.figures, drawing.stream());
   drawConvergence(compare(before, constraints, options), curves.stream());
+  for (OutputFile* file : {&motion, &drawing, &curves}) file->complete();
   for (OutputFile* file : {&motion, &drawing, &curves}) file->finish();
   std::printf("wrote %s, %s and %s\n", motion.path().c_str(), drawing.path().c_str(), curves.path().c_str());
   if (!result.met) {

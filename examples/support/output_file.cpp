@@ -15,11 +15,16 @@ OutputFile::~OutputFile() {
   std::remove(temporary_.c_str());
 }
 
-void OutputFile::finish() {
+void OutputFile::complete() {
+  if (!stream_) return;
   const bool failed = std::ferror(stream_) != 0;
   const bool closed = std::fclose(stream_) == 0;
   stream_ = nullptr;
   if (failed || !closed) throw InputError(path_, 0, "could not be written completely");
+}
+
+void OutputFile::finish() {
+  complete();
   if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
     throw InputError(path_, 0, std::string("cannot be written: ") + std::strerror(errno));
   }

@@ -15,7 +15,10 @@ class OutputFile {
 
   std::FILE* stream() const { return stream_; }
   const std::string& path() const { return path_; }
-  /// Closes and renames; throws InputError when the disk is full or the name cannot be taken.
+  /// Closes it; throws InputError when not all could be written. Several files that belong together are
+  /// completed before the first is finished.
+  void complete();
+  /// Completes and renames; throws InputError when the name cannot be taken.
   void finish();
 
  private:

@@ -177,7 +177,7 @@ void expectMet(const Clip& before, const std::vector<Constraint>& wishes, const 
   // A cubic spline with knots h frames apart that stays within m bends by at most 6 m / h^2 a frame^2 or so.
   const double bend = 12.0 * result.largestChange / (options.knotSpacing * options.knotSpacing);
   EXPECT_TRUE(tolerance::small(result.largestBend, bend));
-  RecordProperty("largestSecondDifference", std::to_string(result.largestBend));
+  ::testing::Test::RecordProperty("largestSecondDifference", std::to_string(result.largestBend));
 }
 
 TEST(MotionEdit, MeetsTheFootPlantsOfTheOwnClip) {

@@ -16,7 +16,8 @@ ProgramRun runProgram(const std::string& path, const std::vector<std::string>& a
   const pid_t child = fork();
   if (child < 0) return {127, "", "fork failed"};
   if (child == 0) {
-    const int outFd = open(out.c_str(), O_WRONLY | O_CREAT, 0600), errFd = open(err.c_str(), O_WRONLY | O_CREAT, 0600);
+    const int outFd = open(out.c_str(), O_WRONLY | O_CREAT, 0600),
+              errFd = open(err.c_str(), O_WRONLY | O_CREAT, 0600);
     if (outFd < 0 || errFd < 0 || dup2(outFd, 1) < 0 || dup2(errFd, 2) < 0) _exit(127);
     if (!directory.empty() && chdir(directory.c_str()) != 0) _exit(127);
     execv(path.c_str(), words.data());

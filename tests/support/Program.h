@@ -5,7 +5,8 @@
 
 /// What a program said and how it ended.
 struct ProgramRun {
-  int status;  ///< the exit status; 128 and the signal's number when a signal ended it, 127 when it could not start
+  int status;  ///< the exit status; 128 and the signal's number when a signal ended it, 127 when it could not
+               ///< start
   std::string out, err;
 };
 

@@ -1,0 +1,184 @@
+// Constraint scripts, and the foot plants that are found without one.
+
+#include <gtest/gtest.h>
+
+#include "constraints.h"
+#include "input_error.h"
+#include "tests/examples/SmallClip.h"
+#include "tests/support/TemporaryFile.h"
+#include "tests/support/Tolerance.h"
+
+namespace {
+
+class Script : public ::testing::Test {
+ protected:
+  Script() : clip(readClip(directory.write("clip.bvh", smallClip).c_str(), nullptr)), skeleton(clip) {}
+
+  std::vector<Constraint> read(const std::string& text) const {
+    return readConstraints(directory.write("script.txt", text).c_str(), nullptr, clip, skeleton);
+  }
+
+  /// The message of the error behind the directory; empty when there was none.
+  std::string problem(const std::string& text) const {
+    try {
+      read(text);
+    } catch (const InputError& error) {
+      return std::string(error.what()).substr(directory.path().size() + 1);
+    }
+    return "";
+  }
+
+  TemporaryDirectory directory;
+  const Clip clip;
+  const Skeleton skeleton;
+};
+
+TEST_F(Script, SaysWhereAJointShallBe) {
+  const std::vector<Constraint> wishes = read("2 Arm 1 -2 .5\n1 Arm.End +1e1 0 0 2.5\n");
+  ASSERT_EQ(wishes.size(), 2u);
+  EXPECT_EQ(wishes[0].frame, 1);
+  EXPECT_EQ(wishes[0].joint, 1);
+  EXPECT_EQ((wishes[0].target - Pnt3(1, -2, 0.5)).length(), 0.0);
+  EXPECT_EQ(wishes[0].weight, 1.0);
+  EXPECT_EQ(wishes[1].frame, 0);
+  EXPECT_EQ(wishes[1].joint, 2);
+  EXPECT_EQ(wishes[1].target.x, 10.0);
+  EXPECT_EQ(wishes[1].weight, 2.5);
+}
+
+TEST_F(Script, ARangeIsAWishForEachOfItsFrames) {
+  const std::vector<Constraint> wishes = read("1-2 Arm 1 2 3 4");
+  ASSERT_EQ(wishes.size(), 2u);
+  for (int i = 0; i < 2; i++) {
+    EXPECT_EQ(wishes[static_cast<std::size_t>(i)].frame, i);
+    EXPECT_EQ(wishes[static_cast<std::size_t>(i)].target.z, 3.0);
+    EXPECT_EQ(wishes[static_cast<std::size_t>(i)].weight, 4.0);
+  }
+}
+
+TEST_F(Script, HoldKeepsAJointWhereItIsInAFrame) {
+  const Pnt3 first = skeleton.position(2, clip.frame(0)), second = skeleton.position(2, clip.frame(1));
+  ASSERT_GT((first - second).length(), 1.0);
+  const std::vector<Constraint> wishes =
+      read("hold 1-2 Arm.End\nhold 1-2 Arm.End at 2\nhold 2 Arm.End 7\nhold 1 Arm at 2 3\n");
+  ASSERT_EQ(wishes.size(), 6u);
+  for (const std::size_t i : {0u, 1u}) EXPECT_EQ((wishes[i].target - first).length(), 0.0);
+  for (const std::size_t i : {2u, 3u, 4u}) EXPECT_EQ((wishes[i].target - second).length(), 0.0);
+  EXPECT_EQ(wishes[3].weight, 1.0);
+  EXPECT_EQ(wishes[4].weight, 7.0);
+  EXPECT_EQ(wishes[5].weight, 3.0);
+}
+
+TEST_F(Script, CommentsBlankLinesAndLineEndsMakeNoDifference) {
+  const std::vector<Constraint> wishes =
+      read("# 9 Leg\r\n\r\n \t\r\n1 Arm 1 2 3 # as it was\r\n#2 Arm 1 2 3\r\n2 Arm 1 2 3 4 #\r\n");
+  ASSERT_EQ(wishes.size(), 2u);
+  EXPECT_EQ(wishes[0].weight, 1.0);
+  EXPECT_EQ(wishes[1].weight, 4.0);
+  EXPECT_TRUE(read("").empty());
+  EXPECT_TRUE(read("# nothing\n\n").empty());
+}
+
+TEST_F(Script, LinesMayBeLong) {
+  for (const std::size_t length : {509u, 510u, 511u, 512u, 4095u, 4096u, 5000u}) {
+    const std::string wide = "1 Arm 1 2" + std::string(length - 10, ' ') + "3\n";
+    ASSERT_EQ(wide.size(), length + 1);
+    const std::vector<Constraint> wishes = read(wide + "#" + std::string(length, '#') + "\n2 Arm 4 5 6\n");
+    ASSERT_EQ(wishes.size(), 2u) << length;
+    EXPECT_EQ(wishes[0].target.z, 3.0);
+    EXPECT_EQ(wishes[1].target.x, 4.0);
+    EXPECT_EQ(problem(wide + "\n\n2 Arm 4 5\n"),
+              "script.txt:4: expected a coordinate, found the end of the line");
+  }
+  EXPECT_EQ(problem("1 Arm 1 2 " + std::string(600, '3')),
+            "script.txt:1: expected a coordinate, found '" + std::string(40, '3') + "...'");
+}
+
+TEST_F(Script, EveryMistakeIsNamedWithItsPlace) {
+  const struct {
+    const char* line;
+    const char* message;
+  } all[] = {
+      {"Arm 1 2 3", "expected a frame or a range of frames such as 10-25, found 'Arm'"},
+      {"0 Arm 1 2 3", "frame 0 is not in the clip, which has frames 1 to 2"},
+      {"3 Arm 1 2 3", "frame 3 is not in the clip, which has frames 1 to 2"},
+      {"-1 Arm 1 2 3", "frame -1 is not in the clip, which has frames 1 to 2"},
+      {"1-3 Arm 1 2 3", "frame 3 is not in the clip, which has frames 1 to 2"},
+      {"99999999999 Arm 1 2 3", "expected a frame or a range of frames such as 10-25, found '99999999999'"},
+      {"1- Arm 1 2 3", "expected a frame or a range of frames such as 10-25, found '1-'"},
+      {"1.5 Arm 1 2 3", "expected a frame or a range of frames such as 10-25, found '1.5'"},
+      {"2-1 Arm 1 2 3", "the range '2-1' ends before it begins"},
+      {"1", "expected a joint, found the end of the line"},
+      {"1 Leg 1 2 3", "the clip has no joint called 'Leg'"},
+      {"1 arm 1 2 3", "the clip has no joint called 'arm'"},
+      {"1 Arm", "expected a coordinate, found the end of the line"},
+      {"1 Arm 1 2 # 3", "expected a coordinate, found the end of the line"},
+      {"1 Arm 1 nan 3", "expected a coordinate, found 'nan'"},
+      {"1 Arm 1 2 1e400", "expected a coordinate, found '1e400'"},
+      {"1 Arm 1 2 -inf", "expected a coordinate, found '-inf'"},
+      {"1 Arm 1 2 1e16", "expected a coordinate, found '1e16'"},
+      {"1 Arm 1 2 3 0", "expected a weight above 0"},
+      {"1 Arm 1 2 3 -1", "expected a weight above 0"},
+      {"1 Arm 1 2 3 nan", "expected a weight, found 'nan'"},
+      {"1 Arm 1 2 3 4 5", "expected the end of the line, found '5'"},
+      {"hold", "expected a frame or a range of frames, found the end of the line"},
+      {"hold 1 Arm at", "expected a frame, found the end of the line"},
+      {"hold 1 Arm at 3", "frame 3 is not in the clip, which has frames 1 to 2"},
+      {"hold 1 Arm at 1 1 1", "expected the end of the line, found '1'"},
+      {"hold 1 Arm on 1", "expected a weight, found 'on'"},
+  };
+  for (const auto& one : all) {
+    EXPECT_EQ(problem(std::string("# first\n\n") + one.line + "\n2 Arm 1 2 3\n"),
+              std::string("script.txt:3: ") + one.message);
+  }
+}
+
+TEST_F(Script, CompressedScriptsAreReadAndTruncatedOnesRefused) {
+  const std::string text = "1 Arm 1 2 3\n2 Arm 1 2 3\n";
+  const std::string packed = readFile(directory.writeGz("script.txt.gz", text));
+  EXPECT_EQ(read(packed).size(), 2u);
+  // Not even the checksum at the end may be missing: half a script would be half the wishes.
+  for (std::size_t length = 2; length < packed.size(); length++) {
+    EXPECT_NE(problem(packed.substr(0, length)), "") << length;
+  }
+  EXPECT_NE(problem(packed.substr(0, packed.size() - 4)).find("damaged or cut short"), std::string::npos);
+}
+
+TEST(SortByFrame, LeavesEachJointItsLastWishOfAFrame) {
+  std::vector<Constraint> wishes = {{5, 1, Pnt3(1, 0, 0), 1}, {3, 2, Pnt3(2, 0, 0), 1},
+                                    {5, 0, Pnt3(3, 0, 0), 1}, {5, 1, Pnt3(4, 0, 0), 1},
+                                    {3, 2, Pnt3(5, 0, 0), 1}, {5, 1, Pnt3(6, 0, 0), 1}};
+  sortByFrame(&wishes);
+  ASSERT_EQ(wishes.size(), 3u);
+  const double targets[] = {5, 3, 6};
+  const int frames[] = {3, 5, 5}, joints[] = {2, 0, 1};
+  for (std::size_t i = 0; i < 3; i++) {
+    EXPECT_EQ(wishes[i].target.x, targets[i]);
+    EXPECT_EQ(wishes[i].frame, frames[i]);
+    EXPECT_EQ(wishes[i].joint, joints[i]);
+  }
+}
+
+// In the project's own clip a foot stands for 0.62 of a cycle of 36 frames, and slides meanwhile.
+TEST(FootPlants, AreFoundWhereTheFeetOfTheOwnClipStand) {
+  const Clip clip = readClip(LIMBER_SOURCE_DIR "/examples/data/walk.bvh", nullptr);
+  const Skeleton skeleton(clip);
+  const std::vector<Constraint> plants = findFootPlants(clip, skeleton, 8, 1);
+  ASSERT_FALSE(plants.empty());
+  bool left = false, right = false;
+  for (const Constraint& plant : plants) {
+    const std::string& name = clip.joints[static_cast<std::size_t>(plant.joint)].name;
+    EXPECT_TRUE(name == "LeftToeBase" || name == "RightToeBase") << name;
+    left = left || name == "LeftToeBase";
+    right = right || name == "RightToeBase";
+    EXPECT_LT(plant.target.y, 0.1 * skeleton.height());
+    // No further away than the foot slides in a stance.
+    EXPECT_LT((plant.target - skeleton.position(plant.joint, clip.frame(plant.frame))).length(),
+              0.15 * skeleton.height());
+  }
+  EXPECT_TRUE(left && right);
+  EXPECT_TRUE(findFootPlants(clip, skeleton, 60, 1).empty());  // no foot stands for two seconds
+  EXPECT_LT(findFootPlants(clip, skeleton, 8, 4).size(), plants.size() / 3);
+}
+
+}  // namespace
