@@ -6,9 +6,9 @@
 //     |Y| <= 0.1                          Y taken as (0, 1, 0): z = x = 0
 //     |X| <= 0.1                          y = 0
 //     Y.x = Y.y = 0 (gimbal lock)         z = 0, x = +-pi/2, y takes the whole turn about Y
-//     an image of X off by rounding       its cosine clamped to [-1, 1]; beyond +-1.1, which needs NewX . X
-//     of
-//                                         unit vectors to be wrong, reported but not counted
+//     NewX . X off by rounding            clamped to [-1, 1]; beyond +-1.1, which two unit vectors cannot
+//     give,
+//                                         also reported, but not counted
 //     |z| or |x| < 1e-5                   exactly 0
 //     NaN in Y                            NaN for every angle
 //     NaN in X                            NaN for y

@@ -148,24 +148,16 @@ TEST(ThreeAxisFormat, ZeroMatrixGivesMultiplesOfPiAndNaNGivesNaN) {
   }
 }
 
-TEST(QuaternionFormat, ZeroIsReportedRepairedAndTheIdentity) {
-  CapturedOutput output;
-  double q[4] = {0, 0, 0, 0};
-  Matrix3x3 m = counting3();
-  qRot->toMatrix(q, &m);
-  EXPECT_EQ(output.out(), "WARNING: 0,0,0,0 quaternion!!!\n");
-  EXPECT_EQ(q[0], 1.0);
-  EXPECT_TRUE(closeEntries(m, Matrix3x3(), 0.0));
-}
-
-TEST(QuaternionFormat, PureScalarIsTheIdentityWithoutWarning) {
-  CapturedOutput output;
-  double q[4] = {2, 0, 0, 0};
-  Matrix3x3 m = counting3();
-  qRot->toMatrix(q, &m);
-  EXPECT_EQ(output.out(), "");
-  EXPECT_EQ(q[0], 2.0);
-  EXPECT_TRUE(closeEntries(m, Matrix3x3(), 0.0));
+TEST(QuaternionFormat, PureScalarIsTheIdentityAndOnlyZeroIsReportedAndRepaired) {
+  for (const double w : {0.0, 2.0, -3.0}) {
+    CapturedOutput output;
+    double q[4] = {w, 0, 0, 0};
+    Matrix3x3 m = counting3();
+    qRot->toMatrix(q, &m);
+    EXPECT_EQ(output.out(), w == 0.0 ? "WARNING: 0,0,0,0 quaternion!!!\n" : "");
+    EXPECT_EQ(q[0], w == 0.0 ? 1.0 : w);
+    EXPECT_TRUE(closeEntries(m, Matrix3x3(), 0.0));
+  }
 }
 
 TEST(QuaternionFormat, DerivativeOfAPureScalarIsTakenAtTheIdentity) {
@@ -202,6 +194,15 @@ TEST(QuaternionFormat, NormDoesNotMatterNotEvenWhereItsSquareLeavesTheRange) {
     for (double& x : d) x = std::ldexp(x, exponent);
     EXPECT_TRUE(tolerance::close(d, unit, 36, 0.0)) << exponent;
   }
+}
+
+TEST(QuaternionFormat, DerivativeBeyondTheRangeIsInfiniteNotNaN) {
+  double q[4] = {0, 4e-324, 0, 0}, d[36];
+  qRot->matrixDeriv(q, d);
+  for (const double x : d) EXPECT_FALSE(std::isnan(x));
+  // x = 1 is the half turn about X, where dM/dw turns about X at twice the rate.
+  EXPECT_TRUE(std::isinf(d[5]) && d[5] > 0.0);
+  EXPECT_EQ(d[0], 0.0);
 }
 
 TEST(QuaternionFormat, NotFiniteComponentsGiveNotFiniteEntries) {

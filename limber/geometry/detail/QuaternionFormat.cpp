@@ -1,13 +1,14 @@
 // The quaternion w, x, y, z of any norm.
 //
-//     input                                   outcome
-//     (0, 0, 0, 0)                            warning, w becomes 1 in the caller's array; then as the
-//     identity (w, 0, 0, 0) to matrixDeriv             w becomes 1 in the caller's array, silently norms
-//     whose square over- or underflows  scaled by a power of two first: the same rotation NaN or infinite
-//     component               entries that are not finite half turn about an axis to fromMatrix   not finite:
-//     the shortest turn between opposite directions is not
-//                                             defined. Kept: angles convert through Quat and do not come here
-//     row 2 in fromMatrix                     is not read
+//     input                                 outcome
+//     (0, 0, 0, 0)                          warning, w becomes 1 in the caller's array; then the identity
+//     (w, 0, 0, 0) to matrixDeriv           w becomes 1 in the caller's array, silently
+//     norm whose square leaves the range    scaled by a power of two first: the same rotation; derivatives
+//                                           that are out of range themselves are infinite
+//     NaN or infinite component             entries that are not finite
+//     half turn about an axis, fromMatrix   not finite: the shortest turn between opposite directions is not
+//                                           defined. Kept: angles convert through Quat and do not come here
+//     row 2 in fromMatrix                   is not read
 
 #include <cmath>
 
@@ -50,11 +51,13 @@ class QuaternionFormat final : public RotHelper {
                              {0.0, y, z, y, -2.0 * x, w, z, -w, -2.0 * x},
                              {-2.0 * y, x, -w, x, 0.0, z, w, z, -2.0 * y},
                              {-2.0 * z, w, x, -w, -2.0 * z, y, x, y, 0.0}};
-    const double s2 = 2.0 * s * scale;
+    const double s2 = 2.0 * s;
     for (int p = 0; p < 4; p++) {
       const double c = 2.0 * s2 * s * q[p];
       for (int e = 0; e < 9; e++) out[9 * p + e] = s2 * dU[p][e] - c * U[e];
     }
+    if (scale != 1.0)
+      for (int e = 0; e < 36; e++) out[e] *= scale;
   }
 
   void setX(double* params, double angle) const override { setInZXY(params, 1, angle); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 
 #include "limber/foundation/Output.h"
@@ -19,7 +20,7 @@ inline double unscale(const double* p, double* q) {
   const double largest = std::fmax(std::fmax(std::fabs(p[0]), std::fabs(p[1])),  //
                                    std::fmax(std::fabs(p[2]), std::fabs(p[3])));
   if (!(largest > 0.0) || std::isinf(largest)) return 1.0;
-  const int exponent = -std::ilogb(largest);
+  const int exponent = std::min(-std::ilogb(largest), 1023);  // the factor itself must be finite
   for (int k = 0; k < 4; k++) q[k] = std::ldexp(p[k], exponent);
   return std::ldexp(1.0, exponent);
 }
