@@ -51,6 +51,14 @@ TEST(CaseCompare, HighCharactersSortBeforeAscii) {
   EXPECT_EQ(limber::strcasecmp("\xe4", "\xc4"), -1);  // no folding of accented letters
 }
 
+// Although these are negative numbers beside the terminating zero.
+TEST(CaseCompare, APrefixSortsBeforeHighCharactersToo) {
+  EXPECT_EQ(limber::strcasecmp("", "\xe9"), 1);
+  EXPECT_EQ(limber::strcasecmp("\xe9", ""), -1);
+  EXPECT_EQ(limber::strcasecmp("a", "a\xe9"), 1);
+  EXPECT_EQ(limber::strncasecmp("a\xe9", "a", 2), -1);
+}
+
 TEST(CaseCompare, LimitCountsPositions) {
   EXPECT_EQ(limber::strncasecmp("abcx", "ABCY", 3), 0);
   EXPECT_EQ(limber::strncasecmp("abcx", "ABCY", 4), 1);

@@ -59,14 +59,16 @@ TEST(AIPSWriter, SetBoxTransformsTheBoxAndMovesTheOrigin) {
   drawn([](AIPSWriter& w) {
     w.top()->a = 2;
     w.top()->d = 3;
+    w.top()->tx = 100;
+    w.top()->ty = -50;
     w.setBox(10, 20, 30, 40);
     const AIPSMatrix& t = *w.top();
-    EXPECT_EQ(t.x0, 20);
-    EXPECT_EQ(t.y0, 60);
-    EXPECT_EQ(t.x1, 80);
-    EXPECT_EQ(t.y1, 180);
-    EXPECT_EQ(t.tx, 20);
-    EXPECT_EQ(t.ty, 60);
+    EXPECT_EQ(t.x0, 120);
+    EXPECT_EQ(t.y0, 10);
+    EXPECT_EQ(t.x1, 180);
+    EXPECT_EQ(t.y1, 130);
+    EXPECT_EQ(t.tx, 120);
+    EXPECT_EQ(t.ty, 10);
     EXPECT_EQ(t.a, 2);
     EXPECT_EQ(t.d, 3);
   });
@@ -97,11 +99,11 @@ TEST(AIPSWriter, SetCoordsScalesBothRows) {
     AIPSMatrix& t = *w.top();
     t.b = 2;
     t.c = 3;
-    w.setCoords(10, 20);
+    w.setCoords(10, 10);
     EXPECT_EQ(t.a, 20);
     EXPECT_EQ(t.b, 40);
-    EXPECT_EQ(t.c, 60);
-    EXPECT_EQ(t.d, 20);
+    EXPECT_EQ(t.c, 120);
+    EXPECT_EQ(t.d, 40);
   });
 }
 
@@ -216,6 +218,17 @@ TEST(AIPSWriter, CircleIsFourArcsThroughTheCompassPoints) {
             "120 342.092 111.046 360 100 360 c\n"
             "88.954 360 80 342.092 80 320 c\n"
             "80 297.908 88.954 280 100 280 c\n");
+}
+
+TEST(AIPSWriter, CirclesOfEitherSignOfRadiusAreTheSame) {
+  for (const double r : {1.0, -1.0}) {
+    EXPECT_EQ(drawn([r](AIPSWriter& w) { w.circle(0, 0, r); }),
+              "0 -1 m\n"
+              "0.5523 -1 1 -0.5523 1 0 c\n"
+              "1 0.5523 0.5523 1 0 1 c\n"
+              "-0.5523 1 -1 0.5523 -1 0 c\n"
+              "-1 -0.5523 -0.5523 -1 0 -1 c\n");
+  }
 }
 
 TEST(AIPSWriter, BoxIsInUserUnitsDotAndTickInPoints) {

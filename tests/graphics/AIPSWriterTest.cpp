@@ -188,6 +188,17 @@ TEST(AIPSWriter, UnbalancedGroupsAreWarnedOfAtTheEnd) {
   EXPECT_EQ(output.errCalls(), expected);
 }
 
+TEST(AIPSWriter, MoreGroupsEndedThanBegunAreWarnedOfToo) {
+  CapturedOutput output;
+  TemporaryDirectory directory;
+  {
+    AIPSWriter writer((directory / "groups.ai").c_str());
+    writer.endGroup();
+    EXPECT_EQ(writer.groupCount, -1);
+  }
+  EXPECT_EQ(output.err(), "WARNING @ (AIPS:69) :Bogus group count at AIPS close!\n");
+}
+
 TEST(AIPSWriter, PenOperators) {
   EXPECT_EQ(drawn([](AIPSWriter& w) {
               w.setWidth(2.5);
@@ -229,10 +240,12 @@ TEST(AIPSWriter, ColoursAreWrittenAsTheirComplement) {
               w.fillRGB(0.25, 0.5, 0.75);
               w.strokeRGB(0, 0, 1, "Sky");
               w.fillRGB(0, 255, 0, "Leaf");
+              w.fillRGB(1, 1, 1, "");
               w.strokeRGB(Pnt3(0.5, 0, 1));
               w.fillRGB(Pnt3(1, 1, 0));
             }),
             "0 1 1 0 K\n0 1 1 0 K\n-0.01 1 1 0 K\n0.75 0.5 0.25 0 k\n1 1 0 0 (Sky) 0 X\n1 0 1 0 (Leaf) 0 x\n"
+            "0 0 0 0 () 0 x\n"
             "0.5 1 0 0 K\n0 0 1 0 k\n");
 }
 
@@ -242,6 +255,8 @@ TEST(AIPSWriter, NormColorMultipliesByTheStatedConstantAbove101) {
   const AIPSWriter writer((directory / "n.ai").c_str());
   EXPECT_EQ(writer.normColor(1.01), 1.01);
   EXPECT_EQ(writer.normColor(1.02), 1.02 * 0.00392156862745098);
+  EXPECT_EQ(writer.normColor(8.25), 8.25 * 0.00392156862745098);
+  EXPECT_NE(writer.normColor(8.25), 8.25 / 255);
   EXPECT_EQ(writer.normColor(-3.0), -3.0);
 }
 
