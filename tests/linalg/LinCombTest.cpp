@@ -112,6 +112,10 @@ TEST(LinComb, OneTermIsAScaledCopy) {
   const Vector tiny = vectorOf({1e-14});
   linComb(&tiny, pointersTo(rows).data(), &out);
   EXPECT_EQ(out.numEntries, 2);  // scaled, not inserted
+  const Vector least = vectorOf({5e-324});
+  const Statistics again;
+  linComb(&least, pointersTo(rows).data(), &out);
+  EXPECT_EQ(again.since(), (std::vector<int>{1, 0, 1, 0}));  // a term: not exactly 0.0
 }
 
 TEST(LinComb, TwoTermsAreASum) {
@@ -147,6 +151,10 @@ TEST(LinComb, WidthIsOfTheLastIndexEvenWhereItsSumVanished) {
   const Vector coefficients = vectorOf({1.0, 1.0, -1.0});
   linComb(&coefficients, pointersTo(rows).data(), &out);
   EXPECT_EQ(entriesOf(out), (Entries{{0, 1.0}}));
+  EXPECT_EQ(out.width, 10);
+  rows[0] = rowOf({{9, 1.0}});
+  linComb(&coefficients, pointersTo(rows).data(), &out);
+  EXPECT_EQ(out.numEntries, 0);
   EXPECT_EQ(out.width, 10);
 }
 

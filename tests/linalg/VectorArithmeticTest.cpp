@@ -230,6 +230,13 @@ TEST(VectorSearch, ShortVectorsAreDecidedByTheirEnds) {
   EXPECT_EQ(Vector().closestToInSorted(1.0), 0);
 }
 
+// Among equal elements the one that the search probes first, not the last one.
+TEST(VectorSearch, AnExactHitIsGivenWhereItIsProbed) {
+  const Vector middle = vectorOf({0, 1, 1, 1, 2}), front = vectorOf({0, 0, 0, 1});
+  EXPECT_EQ(middle.closestToInSorted(1), 2);
+  EXPECT_EQ(front.closestToInSorted(0), 1);
+}
+
 TEST(VectorSearch, GivesTheLastElementNotAbove) {
   std::mt19937_64 random(11);
   std::uniform_int_distribution<int> step(1, 3);
@@ -267,6 +274,14 @@ TEST(VectorLerp, FormulasHoldBitForBit) {
   EXPECT_EQ(v.lerp(-0.3), 0.1 + (0.7 - 0.1) * -0.3);
   EXPECT_EQ(v.lerp(1.3), (1.0 - (1.3 - 1)) * 0.7 + (1.3 - 1) * 0.3);
   EXPECT_EQ(v.lerp(2.3), 0.7 + (0.3 - 0.7) * (2.3 - 3 + 2.0));
+}
+
+// The ends themselves belong to the extrapolations, which round and overflow in their own way.
+TEST(VectorLerp, TheEndsAreExtrapolated) {
+  EXPECT_TRUE(std::isnan(vectorOf({1e308, -1e308}).lerp(0.0)));
+  const double last = vectorOf({0, 1e16, 1}).lerp(2.0);
+  EXPECT_EQ(last, 1e16 + (1.0 - 1e16) * 1.0);
+  EXPECT_NE(last, 1.0);
 }
 
 TEST(VectorLerp, ShortVectorsStayInTheirStorage) {
