@@ -16,6 +16,11 @@ const char help[] =
     "  --ls              least squares, min |A x - b| (the default)\n"
     "  --spd             A x = b, A symmetric positive definite\n"
     "  --jjt             A A^T y = b\n"
+    "  --bicg            A x = b, A square, by bi-conjugate gradients\n"
+    "  --shadow KIND     of --bicg: residual (the default) or product, the first shadow residual\n"
+    "  --precond KIND    of --jjt: jacobi, or banded:N with half bandwidth N\n"
+    "  --dense KIND      also solve with a dense factorization, as a check: lu, qr, svd or chol\n"
+    "  --matlab FILE     writes A and b as MATLAB statements, which Octave reads too\n"
     "  --old             with the older family of solvers\n"
     "  -b FILE           the right-hand side: as many numbers as A has rows, or a Matrix Market array;\n"
     "                    default: A times ones (--jjt: A A^T times ones)\n"
@@ -69,13 +74,29 @@ bool convert(const char* text, T& value) {
   return error == std::errc() && stop == last;
 }
 
+bool takePreconditioner(const char* option, const std::string& kind, Options& options) {
+  const std::string banded = "banded:";
+  if (kind == "jacobi") {
+    options.preconditioner = kind;
+    return true;
+  }
+  if (kind.compare(0, banded.size(), banded) == 0 &&
+      convert(kind.c_str() + banded.size(), options.bandwidth) && options.bandwidth >= 0) {
+    options.preconditioner = "banded";
+    return true;
+  }
+  return complain(option, "jacobi or banded:N");
+}
+
 /// An option with a value; false, after a message, when it is unknown or its value no good.
 bool take(const char* option, const char* value, Options& options) {
   struct {
     const char* name;
     std::string* text;
-  } const texts[] = {
-      {"-b", &options.rightHandSide}, {"-p", &options.searchPath}, {"--trace", &options.trace}};
+  } const texts[] = {{"-b", &options.rightHandSide},
+                     {"-p", &options.searchPath},
+                     {"--trace", &options.trace},
+                     {"--matlab", &options.matlab}};
   const auto is = [option](const char* name) { return std::strcmp(option, name) == 0; };
   for (const auto& text : texts) {
     if (!is(text.name)) continue;
@@ -84,6 +105,18 @@ bool take(const char* option, const char* value, Options& options) {
     options.hasSearchPath = options.hasSearchPath || is("-p");
     return true;
   }
+  if (is("--dense")) {
+    options.dense = value ? value : "";
+    const bool known =
+        options.dense == "lu" || options.dense == "qr" || options.dense == "svd" || options.dense == "chol";
+    return known || complain(option, "lu, qr, svd or chol");
+  }
+  if (is("--shadow")) {
+    const std::string kind = value ? value : "";
+    options.shadowIsResidual = kind == "residual";
+    return kind == "residual" || kind == "product" || complain(option, "residual or product");
+  }
+  if (is("--precond")) return takePreconditioner(option, value ? value : "", options);
   for (const RealOption& real : realOptions) {
     if (!is(real.name)) continue;
     if (!value || !convert(value, *real.variable) || !std::isfinite(*real.variable))
@@ -119,8 +152,11 @@ bool readOptions(int argc, char** argv, Options& options, int& status) {
       status = 0;
       return false;
     }
-    if (word == "--ls" || word == "--spd" || word == "--jjt") {
-      options.method = word == "--ls" ? Method::LeastSquares : word == "--spd" ? Method::Spd : Method::JJt;
+    if (word == "--ls" || word == "--spd" || word == "--jjt" || word == "--bicg") {
+      options.method = word == "--ls"    ? Method::LeastSquares
+                       : word == "--spd" ? Method::Spd
+                       : word == "--jjt" ? Method::JJt
+                                         : Method::BiCG;
     } else if (word == "--old") {
       options.older = true;
     } else if (word.size() > 1 && word[0] == '-') {
@@ -132,6 +168,10 @@ bool readOptions(int argc, char** argv, Options& options, int& status) {
       return complain(argv[i], "one matrix");
     }
   }
+  if (options.older && options.method == Method::BiCG)
+    return complain("--old", "--ls, --spd or --jjt with it");
+  if (!options.preconditioner.empty() && (options.older || options.method != Method::JJt))
+    return complain("--precond", "--jjt with it, and not --old");
   if (options.matrix.empty()) return complain("MATRIX", "the file of a matrix");
   return true;
 }

@@ -2,12 +2,17 @@
 
 #include <string>
 
-enum class Method { LeastSquares, Spd, JJt };
+enum class Method { LeastSquares, Spd, JJt, BiCG };
 
 struct Options {
   Method method = Method::LeastSquares;
   bool older = false;
   std::string matrix, rightHandSide, searchPath, trace;
+  std::string dense;           ///< "lu", "qr", "svd", "chol" or empty
+  std::string matlab;          ///< file of a MATLAB dump
+  std::string preconditioner;  ///< "jacobi", "banded" or empty
+  int bandwidth = 0;           ///< half bandwidth of "banded"
+  int shadowIsResidual = 1;    ///< of bi-conjugate gradients
   bool hasSearchPath = false;
   bool hasTolerance = false;  ///< --tol was given
   bool hasEpsilon = false;    ///< --epsilon was given

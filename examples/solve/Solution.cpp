@@ -4,6 +4,9 @@
 #include <chrono>
 #include <cmath>
 
+#include "limber/solvers/BiCGrad.h"
+#include "limber/solvers/JJtCholeskyPrecond.h"
+#include "limber/solvers/JJtPrecond.h"
 #include "limber/solvers/NewCGrad.h"
 #include "limber/solvers/OldCGrad.h"
 
@@ -69,14 +72,36 @@ double startRsq(Method method, const HSpMat& A, const Vector& b) {
   return norm(right) * norm(right);
 }
 
+/// As the other entry points: the iterations, or less than 0.
+int runBiCG(const Options& options, HSpMat* A, Vector* x, Vector* b, double* rsq) {
+  int iterations = 0;
+  const CGIStatus status = biCGrad(A, x, b, *rsq, iterations, options.shadowIsResidual);
+  if (status == CGI_SOLVED) return iterations;
+  return status == CGI_SINGULAR ? -1 : -std::max(iterations, 2);
+}
+
+int runJJt(const Options& options, HSpMat* A, Vector* x, Vector* b, double* rsq) {
+  if (options.preconditioner == "jacobi") {
+    JJtPrecond jacobi(A, nullptr, nullptr);
+    return ncgradJJt(A, x, b, rsq, nullptr, &jacobi);
+  }
+  if (options.preconditioner == "banded") {
+    JJtCholeskyPrecond banded(A, options.bandwidth, nullptr, nullptr);
+    return ncgradJJt(A, x, b, rsq, nullptr, &banded);
+  }
+  return ncgradJJt(A, x, b, rsq, nullptr, nullptr);
+}
+
 int run(const Options& options, HSpMat* A, Vector* x, Vector* b, double* rsq) {
   switch (options.method) {
     case Method::LeastSquares:
       return options.older ? cgrad(A, x, b, rsq) : ncgrad(A, x, b, rsq);
     case Method::Spd:
       return options.older ? cgradA(A, x, b, rsq) : ncgradA(A, x, b, rsq);
+    case Method::BiCG:
+      return runBiCG(options, A, x, b, rsq);
     default:
-      return options.older ? cgradJJt(A, x, b, rsq, nullptr) : ncgradJJt(A, x, b, rsq, nullptr, nullptr);
+      return options.older ? cgradJJt(A, x, b, rsq, nullptr) : runJJt(options, A, x, b, rsq);
   }
 }
 
@@ -132,6 +157,7 @@ const char* scaledFormula(Method method) {
     case Method::LeastSquares:
       return "|A^T (b - A x)| / (|A| (|A| |x| + |b|))";
     case Method::Spd:
+    case Method::BiCG:
       return "|b - A x| / (|A| |x| + |b|)";
     default:
       return "|b - A A^T y| / (|A|^2 |y| + |b|)";

@@ -7,6 +7,7 @@ The real matrices lie beside some checkouts only; their tests are skipped elsewh
 import gzip
 import os
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -202,7 +203,7 @@ class Solve(SolveRunner):
                      "4: expected the end of the file behind entry 1 of 1, found `end'", squeeze=True)
 
     def test_spd_wants_a_square_matrix(self):
-        self.refused(BANNER + "2 3 1\n1 1 5\n", "0: expected a square matrix for --spd", "--spd")
+        self.refused(BANNER + "2 3 1\n1 1 5\n", "0: expected a square matrix for --spd and --bicg", "--spd")
 
     def test_options_reach_the_solver(self):
         spd = self.write("spd.mtx", SPD)
@@ -218,6 +219,77 @@ class Solve(SolveRunner):
         self.assertIn("  cg:ACCEPT  after (", self.run_solve("--spd", "--verbose", "1", spd)[1])
         self.assertEqual(self.run_solve("--spd", "--trace", "/no/such/trace", spd)[0::2],
                          (1, "/no/such/trace:0: expected a trace file that can be written\n"))
+
+    def test_bicg_solves_unsymmetric_systems(self):
+        path = self.write("a.mtx", BANNER + SMALL)
+        for shadow in ("residual", "product"):
+            report = self.report("--bicg", "--shadow", shadow, path)
+            self.assertEqual(report["status"], "solved")
+            self.assertIn("bi-conjugate", report["problem"])
+            self.assertLessEqual(float(report["scaled residual"].split()[0]), 1e-8)
+
+    def test_a_breakdown_of_bicg_is_a_status(self):
+        path = self.write("a.mtx", BANNER + "2 2 2\n1 2 1\n2 1 -1\n")
+        b = self.write("b.txt", "1 0\n")
+        status, out, err = self.run_solve("--bicg", "-b", b, path)
+        self.assertEqual((status, err), (2, ""))
+        self.assertNotIn("nan", out)
+
+    def test_preconditioned_normal_equations(self):
+        path = self.write("a.mtx", SPD)
+        plain = int(self.report("--jjt", path)["iterations"])
+        for kind in ("jacobi", "banded:1", "banded:2"):
+            report = self.report("--jjt", "--precond", kind, path)
+            self.assertEqual(report["status"], "solved")
+            self.assertEqual(report["preconditioner"], kind.split(":")[0])
+            self.assertLessEqual(int(report["iterations"]), plain)
+        self.assertEqual(report["iterations"], "1")  # the whole band: a direct solver
+
+    def test_dense_factorizations_agree(self):
+        tall = self.write("tall.mtx", BANNER + "3 2 4\n1 1 1\n2 1 1\n2 2 2\n3 2 1\n")
+        b = self.write("b.txt", "1 2 4\n")
+        spd = self.write("spd.mtx", SPD)
+        for dense in ("lu", "qr", "svd", "chol"):
+            for options in (("--ls", "-b", b, tall), ("--spd", spd), ("--jjt", spd), ("--bicg", spd)):
+                check = self.report("--dense", dense, *options)["dense check"]
+                self.assertTrue(check.startswith(dense), check)
+                self.assertLessEqual(float(check.split("=")[1]), 1e-7, (dense, options))
+
+    def test_dense_checks_refuse_what_they_cannot_factor(self):
+        singular = BANNER + "2 2 1\n1 1 1\n"
+        for dense in ("lu", "chol", "qr"):
+            path = self.write("bad.mtx", singular)
+            status, out, err = self.run_solve("--dense", dense, path)
+            self.assertEqual(status, 1)
+            self.assertIn(f"{path}:0: expected a matrix that", err)
+        wide = self.write("wide.mtx", BANNER + "2 3 1\n1 1 1\n")
+        self.assertIn("at least as many rows", self.run_solve("--dense", "qr", wide)[2])
+        large = self.write("large.mtx", BANNER + "2001 1 1\n1 1 1\n")
+        self.assertIn("1 to 2000 rows", self.run_solve("--dense", "svd", large)[2])
+
+    def test_dumps_what_octave_reads(self):
+        path = self.write("a.mtx", BANNER + SMALL)
+        dump = os.path.join(self.folder, "dump.m")
+        self.report("--matlab", dump, path)
+        with open(dump) as file:
+            text = file.read()
+        self.assertIn("A", text)
+        self.assertIn("b", text)
+        octave = shutil.which("octave-cli") or shutil.which("octave")
+        if not octave:
+            self.skipTest("no Octave on this machine")
+        told = subprocess.run([octave, "--no-gui", "--quiet", "--eval", f"source('{dump}'); printf('%g ', A, A \\ b(:))"],
+                              capture_output=True, text=True, timeout=120)
+        self.assertEqual(told.stdout.split(), ["2", "0.5", "0", "3", "1", "1"], told.stderr)
+
+    def test_unsuitable_combinations(self):
+        path = self.write("a.mtx", SPD)
+        for options in (("--bicg", "--old"), ("--precond", "jacobi"), ("--jjt", "--old", "--precond", "jacobi"),
+                        ("--dense", "cg"), ("--precond", "banded:-1"), ("--shadow", "none"),
+                        ("--matlab", os.path.join(self.folder, "none", "dump.m"))):
+            status, out, err = self.run_solve(*options, path)
+            self.assertEqual((status, out), (1, ""), options)
+            self.assertIn("expected", err)
 
     def test_command_lines(self):
         status, out, err = self.run_solve("--help")
@@ -264,6 +336,10 @@ class RealData(SolveRunner):
 
     def within(self, bound, name, *options):
         self.assertLess(float(self.solved(name, *options)["scaled residual"].split()[0]), bound)
+
+    def test_jpwh_991_by_bicg(self):
+        self.within(1e-8, "jpwh_991.mtx", "--bicg")
+        self.within(1e-8, "jpwh_991.mtx", "--bicg", "--shadow", "product")
 
     def test_well1033(self):
         report = self.solved("well1033.mtx.gz", "--ls")
