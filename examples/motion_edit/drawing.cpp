@@ -247,8 +247,9 @@ void drawConvergence(const std::vector<ConvergenceCurve>& curves, std::FILE* out
       writer->clipBoxEnd();
 
       char text[160];
-      std::snprintf(text, sizeof text, "%s: %zu iterations, %.2g s", curve.name.c_str(),
-                    curve.residuals.size() - 1, curve.seconds);
+      const std::size_t count = curve.residuals.size() - 1;
+      std::snprintf(text, sizeof text, "%s: %zu iteration%s, %.2g s", curve.name.c_str(), count,
+                    count == 1 ? "" : "s", curve.seconds);
       const double level = chart.y1() - (height - 20.0 - 14.0 * static_cast<double>(c)) * unitY;
       chart.line(250 * unitX, level, 270 * unitX, level);
       chart.label(275 * unitX, level - 3.0 * unitY, text, 9);

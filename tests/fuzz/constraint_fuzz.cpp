@@ -1,0 +1,54 @@
+// Any bytes are a script or an error that names the file; its wishes are ones that the clip can have, and two
+// steps towards a few of them leave finite numbers.
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "editor.h"
+#include "input_error.h"
+#include "tests/examples/SmallClip.h"
+#include "tests/fuzz/MemoryFile.h"
+
+namespace {
+
+Clip smallOne() {
+  const MemoryFile file(smallClip.data(), smallClip.size());
+  return readClip(file.path().c_str(), nullptr);
+}
+
+int silent(const char*) { return 0; }
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const Clip small = smallOne();
+  stdoutF = stderrF = silent;
+  const Skeleton skeleton(small);
+  const MemoryFile file(data, size);
+  std::vector<Constraint> wishes;
+  try {
+    wishes = readConstraints(file.path().c_str(), nullptr, small, skeleton);
+  } catch (const InputError& error) {
+    REQUIRE(std::strncmp(error.what(), file.path().c_str(), file.path().size()) == 0);
+    return 0;
+  }
+  for (const Constraint& wish : wishes) {
+    REQUIRE(wish.frame >= 0 && wish.frame < small.frames);
+    REQUIRE(wish.joint >= 0 && wish.joint < static_cast<int>(small.joints.size()));
+    REQUIRE(std::isfinite(wish.weight) && wish.weight > 0.0);
+    REQUIRE(std::isfinite(wish.target.x) && std::isfinite(wish.target.y) && std::isfinite(wish.target.z));
+  }
+  sortByFrame(&wishes);
+  for (std::size_t i = 1; i < wishes.size(); i++) {
+    const Constraint &a = wishes[i - 1], &b = wishes[i];
+    REQUIRE(a.frame < b.frame || (a.frame == b.frame && a.joint < b.joint));
+  }
+  if (wishes.empty()) return 0;
+  Clip clip = small;
+  EditOptions options;
+  options.steps = 2;
+  const EditResult result = editMotion(&clip, wishes, options, nullptr);
+  REQUIRE(result.steps <= 2 && std::isfinite(result.missAfter));
+  for (const double value : clip.values) REQUIRE(std::isfinite(value));
+  return 0;
+}
