@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 
 #include "input_error.h"
 
@@ -77,21 +76,23 @@ void Edit::linearize(double damping) {
 int Edit::solve(EditOptions::Preconditioning preconditioning, double relative) {
   HSpMat* const J = jacobian_.matrix();
   Vector* const c = jacobian_.residual();
-  std::unique_ptr<JJtPrecond> diagonal;
-  std::unique_ptr<JJtCholeskyPrecond> banded;
-  Preconditioner* chosen = nullptr;
-  // The preconditioners multiply by their weights where the solver divides by its masses.
-  if (preconditioning == EditOptions::Jacobi) {
-    diagonal = std::make_unique<JJtPrecond>(J, &weights_, &damping_);
-    chosen = diagonal.get();
-  } else if (preconditioning == EditOptions::Banded) {
-    banded = std::make_unique<JJtCholeskyPrecond>(J, jacobian_.halfBandwidth(), &weights_, &damping_);
-    chosen = banded.get();
-  }
   const Tuning tuning(relative * relative * c->magSq());
-  lambda_ = 0.0;
-  double rsq = 0.0;
-  const int iterations = ncgradJVJt(J, &lambda_, c, &rsq, &masses_, &damping_, chosen);
+  const auto iterate = [&](Preconditioner* preconditioner) {
+    double rsq = 0.0;
+    lambda_ = 0.0;
+    return ncgradJVJt(J, &lambda_, c, &rsq, &masses_, &damping_, preconditioner);
+  };
+  // The preconditioners multiply by their weights where the solver divides by its masses.
+  int iterations = 0;
+  if (preconditioning == EditOptions::None) {
+    iterations = iterate(nullptr);
+  } else if (preconditioning == EditOptions::Jacobi) {
+    JJtPrecond diagonal(J, &weights_, &damping_);
+    iterations = iterate(&diagonal);
+  } else {
+    JJtCholeskyPrecond banded(J, jacobian_.halfBandwidth(), &weights_, &damping_);
+    iterations = iterate(&banded);
+  }
   J->multT(&lambda_, &step_);
   step_.grow(jacobian_.unknowns());
   step_ /= masses_;
