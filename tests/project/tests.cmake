@@ -20,3 +20,11 @@ add_test(NAME Project.ServesAsSubdirectory
 set_tests_properties(Project.ServesAsSubdirectory PROPERTIES TIMEOUT 900)
 add_test(NAME Project.CompilesForWindows COMMAND Python3::Interpreter ${here}/windows.py ${PROJECT_SOURCE_DIR})
 set_tests_properties(Project.CompilesForWindows PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 900)
+
+set(readme_flags)
+if(LIMBER_SANITIZE)
+  set(readme_flags -fsanitize=address,undefined)
+endif()
+add_test(NAME Project.ProgramOfTheReadmeDoesWhatItSays
+         COMMAND Python3::Interpreter ${here}/readme.py ${CMAKE_CXX_COMPILER} ${PROJECT_SOURCE_DIR} $<TARGET_FILE:limber>
+                 ${readme_flags})
