@@ -1,18 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "input_error.h"
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/SpVec.h"
-
-/// What is wrong with an input file, as "file:line: expected ...".
-class InputError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 /// A sparse matrix and the rows it points at, which the matrix does not own.
 struct SparseProblem {

@@ -1,13 +1,12 @@
 #pragma once
 
 #include <charconv>
-#include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "MatrixMarket.h"
 #include "limber/io/Reader.h"
+#include "numbers.h"
 
 /// The words of a file, with the line of each, and the errors that name them.
 class Words {
@@ -70,13 +69,8 @@ class Words {
   /// The whole word, a finite decimal number, as .5 and +1 are too. The reader's own getReal refuses those
   /// and takes 12abc for 12.
   double toReal(const std::string& expected) const {
-    const char* const first = word_.c_str() + (word_[0] == '+' && word_[1] != '-');
-    const char* const last = word_.c_str() + word_.size();
-    double value = 0.0;
-    const auto [stop, error] = std::from_chars(first, last, value);
-    // Too large or too small: strtod tells which (this program stays in the "C" locale).
-    if (error == std::errc::result_out_of_range) value = std::strtod(first, nullptr);
-    if (error == std::errc::invalid_argument || stop != last || !std::isfinite(value)) refuse(expected);
+    double value;
+    if (!parseReal(word_.c_str(), &value)) refuse(expected);
     return value;
   }
 

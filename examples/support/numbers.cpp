@@ -2,22 +2,30 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <system_error>
 
 namespace {
 
 template <class Number>
-bool parse(const char* word, Number* out) {
+std::errc parse(const char* word, Number* out) {
   if (*word == '+') {
     word++;
-    if (*word == '-') return false;
+    if (*word == '-') return std::errc::invalid_argument;
   }
   const char* const end = word + std::strlen(word);
   const std::from_chars_result result = std::from_chars(word, end, *out);
-  return result.ec == std::errc() && result.ptr == end;
+  return result.ptr == end ? result.ec : std::errc::invalid_argument;
 }
 
 }  // namespace
 
-bool parseReal(const char* word, double* out) { return parse(word, out) && std::isfinite(*out); }
-bool parseInt(const char* word, int* out) { return parse(word, out); }
+bool parseReal(const char* word, double* out) {
+  const std::errc problem = parse(word, out);
+  // Too large or too small, which only strtod tells; programs that never leave the "C" locale may ask it.
+  if (problem == std::errc::result_out_of_range) *out = std::strtod(word, nullptr);
+  return problem != std::errc::invalid_argument && std::isfinite(*out);
+}
+
+bool parseInt(const char* word, int* out) { return parse(word, out) == std::errc(); }

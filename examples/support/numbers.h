@@ -1,7 +1,7 @@
 #pragma once
 
-/// Strict conversions, the same in every locale: the whole word must be the number. A leading '+' and numbers
-/// such as
-/// ".5" are accepted; "nan", "inf", hexadecimal, and what no finite double or int can hold are not.
+/// Strict conversions: the whole word must be the number. A leading '+', numbers such as ".5", and numbers
+/// too small for a double (they are 0) are accepted; "nan", "inf", hexadecimal, and what no finite double or
+/// int can hold are not.
 bool parseReal(const char* word, double* out);
 bool parseInt(const char* word, int* out);

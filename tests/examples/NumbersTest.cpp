@@ -1,0 +1,60 @@
+// Numbers of text files: the whole word, or nothing.
+
+#include "numbers.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "tests/support/Tolerance.h"
+
+namespace {
+
+TEST(Numbers, RealsAreWholeFiniteDecimalWords) {
+  const struct {
+    const char* word;
+    double value;
+  } good[] = {{"0", 0},
+              {"-0", -0.0},
+              {"+1", 1},
+              {".5", .5},
+              {"5.", 5},
+              {"-1e3", -1000},
+              {"1E-2", 0.01},
+              {"+.25e+1", 2.5},
+              {"1e-400", 0.0},
+              {"-1e-400", -0.0},
+              {"4.9e-324", 4.9e-324},
+              {"1.7976931348623157e308", std::numeric_limits<double>::max()}};
+  for (const auto& one : good) {
+    double value = 7.0;
+    EXPECT_TRUE(parseReal(one.word, &value)) << one.word;
+    EXPECT_TRUE(tolerance::sameBits(value, one.value)) << one.word;
+  }
+  for (const char* bad : {"", "+", "-", "+-1", "--1", "1e", "1,5", "1.5x", "0x10", "nan", "-nan", "inf",
+                          "Infinity", "1e400", "-1e400", ".", "e5", "1 2"}) {
+    double value;
+    EXPECT_FALSE(parseReal(bad, &value)) << bad;
+  }
+}
+
+TEST(Numbers, IntegersAreWholeWordsThatFit) {
+  const struct {
+    const char* word;
+    int value;
+  } good[] = {
+      {"0", 0},  {"+12", 12}, {"-7", -7}, {"2147483647", 2147483647}, {"-2147483648", -2147483647 - 1},
+      {"007", 7}};
+  for (const auto& one : good) {
+    int value = 9;
+    EXPECT_TRUE(parseInt(one.word, &value)) << one.word;
+    EXPECT_EQ(value, one.value);
+  }
+  for (const char* bad :
+       {"", "+", "-", "+-1", "1.0", "1e3", "12a", "0x1", "2147483648", "-2147483649", " 1"}) {
+    int value;
+    EXPECT_FALSE(parseInt(bad, &value)) << bad;
+  }
+}
+
+}  // namespace
