@@ -10,6 +10,7 @@
 
 using limber::detail::inStorage;
 using limber::detail::isTiny;
+using limber::detail::reserveValues;
 using limber::detail::roomForAppend;
 using limber::detail::setIndexRoom;
 using limber::detail::setValueRoom;
@@ -18,6 +19,7 @@ using limber::detail::widthBehind;
 SpVec::SpVec(int n) { init(n); }
 
 SpVec::SpVec(const SpVec* src) {
+  if (src && !reserveValues(*this, std::max(src->maxEntries, src->numEntries + 2))) return;
   init(src ? src->maxEntries : 4);
   if (src) copy(*src, *this);
 }
@@ -34,7 +36,7 @@ SpVec& SpVec::operator=(const SpVec& src) {
 void SpVec::init(int n) {
   zero();
   maxEntries = n;
-  if (!setValueRoom(*this, n)) return;
+  if (!reserveValues(*this, n)) return;
   if (!indices.data || indices.capacity < n + 4) setIndexRoom(*this, n + 4);
 }
 

@@ -29,7 +29,7 @@ TEST(SpVec, BeginsEmptyWithRoom) {
   EXPECT_EQ(row.indices.capacity, 8);
   EXPECT_EQ(ten.maxEntries, 10);
   EXPECT_EQ(ten.values.size(), 0);
-  EXPECT_EQ(ten.values.maxSize(), 16);
+  EXPECT_EQ(ten.values.maxSize(), 10);
   EXPECT_EQ(ten.indices.capacity, 14);
 }
 

@@ -1,36 +1,43 @@
 #include "limber/linalg/detail/RowProducts.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "limber/linalg/detail/RowStorage.h"
 
 namespace limber::detail {
 namespace {
 
-// How far ahead the row objects and, nearer, their arrays are asked for.
-constexpr int objectsAhead = 16;
-constexpr int arraysAhead = 8;
+// Asks for rows ahead of their turn. A row made in one go lies in consecutive lines of the cache, so the line
+// behind the object is asked for with it: for a short row that is its entries. Arrays elsewhere are asked for
+// once the object that points at them has come. Few rows stay in the nearer caches: there asking only costs.
+class Ahead {
+ public:
+  Ahead(SpVec* const* rows, int n) : rows_(rows), last_(n - distanceFor(n)), distance_(distanceFor(n)) {}
 
-void fetchObject(const SpVec* row) {
-  if (!row) return;
-  __builtin_prefetch(row);
-  __builtin_prefetch(&row->indices.data);
-}
-
-void fetchArrays(const SpVec* row) {
-  if (!row) return;
-  __builtin_prefetch(row->values.data);
-  __builtin_prefetch(row->indices.data);
-}
-
-// Asks for what comes after rows i ... i + taken - 1.
-void fetchAhead(SpVec* const* rows, int n, int i, int taken) {
-  if (n - i < objectsAhead + taken) return;
-  for (int r = 0; r < taken; ++r) {
-    fetchObject(rows[i + objectsAhead + r]);
-    fetchArrays(rows[i + arraysAhead + r]);
+  // Always inlined: g++ takes a function that only asks for lines as one without effects, and drops its
+  // calls.
+  [[gnu::always_inline]] inline void fetch(int i) const {
+    if (i >= last_) return;
+    // no pointer arithmetic: the lines may lie behind the object
+    const auto object = reinterpret_cast<std::uintptr_t>(rows_[i + distance_]);
+    __builtin_prefetch(reinterpret_cast<const void*>(object));
+    __builtin_prefetch(reinterpret_cast<const void*>(object + 64));
+    __builtin_prefetch(reinterpret_cast<const void*>(object + 128));
+    if (const SpVec* const row = rows_[i + arrays]) {
+      __builtin_prefetch(row->values.data);
+      __builtin_prefetch(row->indices.data);
+    }
   }
-}
+
+ private:
+  static constexpr int arrays = 8;
+
+  static int distanceFor(int n) { return n < 4096 ? n : n < 65536 ? 16 : 64; }
+
+  SpVec* const* rows_;
+  int last_, distance_;
+};
 
 // A row's arrays; a null row has no entries.
 struct View {
@@ -48,13 +55,31 @@ struct View {
   unsigned index(int k) const { return static_cast<unsigned>(indices[k]); }
 };
 
-// sum + the entries from k on. A negative index is beyond any room.
-double addFrom(const View& row, int k, double sum, const double* x, unsigned room) {
+// The sum over a row. Indices are tested two at a time: half the branches. A negative one is beyond any room.
+double rowSum(const View& row, const double* x, unsigned room) {
+  double sum = 0.0;
+  int k = 0;
+  for (; k + 2 <= row.entries; k += 2) {
+    const unsigned j0 = row.index(k), j1 = row.index(k + 1);
+    if (j0 >= room || j1 >= room) break;
+    sum += x[j0] * row.values[k];
+    sum += x[j1] * row.values[k + 1];
+  }
   for (; k < row.entries; ++k) {
     const unsigned j = row.index(k);
     if (j < room) sum += x[j] * row.values[k];
   }
   return sum;
+}
+
+// y = the sums over rows from ... to - 1.
+void sumRows(SpVec* const* rows, int from, int to, const Ahead& ahead, const Vector& x, double* y) {
+  const double* const xs = x.data;
+  const unsigned room = static_cast<unsigned>(x.capacity > 0 ? x.capacity : 0);
+  for (int i = from; i < to; ++i) {
+    ahead.fetch(i);
+    y[i] = rowSum(View(rows[i]), xs, room);
+  }
 }
 
 int widthOf(SpVec* const* rows, int n) {
@@ -65,105 +90,107 @@ int widthOf(SpVec* const* rows, int n) {
   return width;
 }
 
-// y[index] += s value for every entry inside the storage. The leading `cleared` slots are in use; an entry
-// beyond them clears the slots up to its own first.
-void addScaled(const View& row, double s, Vector& y, int& cleared) {
-  double* const ys = y.data;
-  unsigned room = static_cast<unsigned>(cleared);
-  for (int k = 0; k < row.entries; ++k) {
-    const unsigned j = row.index(k);
-    if (j >= room) {
-      if (!inStorage(y, row.indices[k])) continue;
-      std::fill(ys + room, ys + j + 1, 0.0);
-      room = j + 1;
-      cleared = static_cast<int>(room);
-    }
-    ys[j] += s * row.values[k];
-  }
-}
-
-}  // namespace
-
-void rowsTimesVector(SpVec* const* rows, int n, const Vector& x, double* y) {
-  const double* const xs = x.data;
-  const unsigned room = static_cast<unsigned>(x.capacity > 0 ? x.capacity : 0);
-  // Four rows side by side as far as the shortest goes: each sum waits for its own additions only.
-  constexpr int side = 4;
-  int i = 0;
-  for (; i + side <= n; i += side) {
-    fetchAhead(rows, n, i, side);
-    const View a(rows[i]), b(rows[i + 1]), c(rows[i + 2]), d(rows[i + 3]);
-    const int common = std::min({a.entries, b.entries, c.entries, d.entries});
-    double sumA = 0.0, sumB = 0.0, sumC = 0.0, sumD = 0.0;
-    int k = 0;
-    for (; k < common; ++k) {
-      const unsigned ja = a.index(k), jb = b.index(k), jc = c.index(k), jd = d.index(k);
-      if (ja >= room || jb >= room || jc >= room || jd >= room) break;
-      sumA += xs[ja] * a.values[k];
-      sumB += xs[jb] * b.values[k];
-      sumC += xs[jc] * c.values[k];
-      sumD += xs[jd] * d.values[k];
-    }
-    y[i] = addFrom(a, k, sumA, xs, room);
-    y[i + 1] = addFrom(b, k, sumB, xs, room);
-    y[i + 2] = addFrom(c, k, sumC, xs, room);
-    y[i + 3] = addFrom(d, k, sumD, xs, room);
-  }
-  for (; i < n; ++i) y[i] = addFrom(View(rows[i]), 0, 0.0, xs, room);
-}
-
-namespace {
-
 // The part of a transposed product that is done: the width seen so far and the slots of y in use.
 struct Progress {
   int width = 0;
   int cleared = 0;
 };
 
-// y += the rows from ... to - 1, each times its x. One pass finds the width and adds the rows up: fetching a
-// row is what costs. Slots are cleared as far as the widths seen so far reach. False when y has no room.
-bool addRows(SpVec* const* rows, int n, int from, int to, const double* x, int xs, Vector& y,
-             Progress& done) {
-  for (int i = from; i < to; ++i) {
-    fetchAhead(rows, n, i, 1);
-    if (!rows[i]) continue;
-    if (rows[i]->width > done.width) done.width = rows[i]->width;
-    if (done.width > done.cleared) {
-      if (done.width > y.capacity) {
-        // one reallocation, to the final width; it keeps what is in use
-        done.width = std::max(done.width, widthOf(rows + i, n - i));
-        y.count = done.cleared;
-        y.grow(done.width);
-        if (y.count < done.width) return false;
-      }
-      std::fill(y.data + done.cleared, y.data + done.width, 0.0);
-      done.cleared = done.width;
+// Clears y as far as `width`. False when there is no memory. `more` rows are to come.
+[[gnu::noinline]] bool widen(int width, SpVec* const* rows, int more, Vector& y, Progress& done) {
+  if (width > done.width) done.width = width;
+  if (done.width <= done.cleared) return true;
+  if (done.width > y.capacity) {
+    // one reallocation, to the final width; it keeps what is in use
+    done.width = std::max(done.width, widthOf(rows, more));
+    y.count = done.cleared;
+    y.grow(done.width);
+    if (y.count < done.width) return false;
+  }
+  std::fill(y.data + done.cleared, y.data + done.width, 0.0);
+  done.cleared = done.width;
+  return true;
+}
+
+// The last rows of a banded matrix are the widest: with them seen first, hardly a row widens y.
+bool begin(SpVec* const* rows, int n, Vector& y, Progress& done) {
+  const int few = std::min(n, 16);
+  return few <= 0 || widen(widthOf(rows + n - few, few), rows, n, y, done);
+}
+
+// y[index] += s value for the entries from k on that lie inside the storage. An entry beyond the slots in use
+// clears the slots up to its own first.
+[[gnu::noinline]] void addRest(const SpVec* row, int k, double s, const Vector& y, Progress& done) {
+  for (; k < row->numEntries; ++k) {
+    const int j = row->indices.data[k];
+    if (!inStorage(y, j)) continue;
+    if (j >= done.cleared) {
+      std::fill(y.data + done.cleared, y.data + j + 1, 0.0);
+      done.cleared = j + 1;
     }
-    if (i < xs && !isTiny(x[i])) addScaled(View(rows[i]), x[i], y, done.cleared);
+    y.data[j] += s * row->values.data[k];
+  }
+}
+
+// The leading entries of which all lie below `room`, two by two, are added to ys; how many these are.
+[[gnu::always_inline]] inline int addPairs(const View& row, double s, double* ys, unsigned room) {
+  int k = 0;
+  for (; k + 2 <= row.entries; k += 2) {
+    const unsigned j0 = row.index(k), j1 = row.index(k + 1);
+    if (j0 >= room || j1 >= room) break;
+    ys[j0] += s * row.values[k];
+    ys[j1] += s * row.values[k + 1];
+  }
+  if (k + 1 == row.entries && row.index(k) < room) {
+    ys[row.index(k)] += s * row.values[k];
+    ++k;
+  }
+  return k;
+}
+
+// y += the rows from ... to - 1, each times its x. One pass finds the width and adds the rows up: fetching a
+// row is what costs. False when y has no room.
+bool addRows(SpVec* const* rows, int n, int from, int to, const Ahead* ahead, const double* x, int xs,
+             Vector& y, Progress& done) {
+  for (int i = from; i < to; ++i) {
+    if (ahead) ahead->fetch(i);
+    const SpVec* const row = rows[i];
+    if (!row) continue;
+    if (row->width > done.width && !widen(row->width, rows + i, n - i, y, done)) return false;
+    if (i >= xs || isTiny(x[i])) continue;
+    const int added = addPairs(View(row), x[i], y.data, static_cast<unsigned>(done.cleared));
+    if (added < row->numEntries) addRest(row, added, x[i], y, done);
   }
   return true;
 }
 
 }  // namespace
 
+void rowsTimesVector(SpVec* const* rows, int n, const Vector& x, double* y) {
+  sumRows(rows, 0, n, Ahead(rows, n), x, y);
+}
+
 void transposedRowsTimesVector(SpVec* const* rows, int n, const double* x, int xs, Vector& y) {
+  const Ahead ahead(rows, n);
   Progress done;
-  if (addRows(rows, n, 0, n, x, xs, y, done)) y.count = done.width;
+  if (begin(rows, n, y, done) && addRows(rows, n, 0, n, &ahead, x, xs, y, done)) y.count = done.width;
 }
 
 void normalRowsTimesVector(SpVec* const* rows, int n, const Vector& x, double shift, Vector& t, Vector& y) {
   // few enough rows to be still in the cache when they are added up
   constexpr int block = 256;
   t.grow(n > 0 ? n : 0);
+  const Ahead ahead(rows, n);
   Progress done;
+  if (!begin(rows, n, y, done)) return;
   for (int from = 0; from < n; from += block) {
     const int to = std::min(from + block, n);
     const int counted = std::min(to, t.count);
-    if (counted > from) rowsTimesVector(rows + from, counted - from, x, t.data + from);
+    sumRows(rows, from, counted, ahead, x, t.data);
     if (shift != 0.0) {
       for (int i = from; i < counted; ++i) t.data[i] += shift;
     }
-    if (!addRows(rows, n, from, to, t.data, t.count, y, done)) return;
+    if (!addRows(rows, n, from, to, nullptr, t.data, t.count, y, done)) return;
   }
   y.count = done.width;
 }

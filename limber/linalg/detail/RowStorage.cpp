@@ -4,6 +4,7 @@
 #include <new>
 
 #include "limber/foundation/detail/ReportSite.h"
+#include "limber/linalg/detail/ResizeStatistics.h"
 
 namespace limber::detail {
 
@@ -20,6 +21,16 @@ bool setIndexRoom(SpVec& row, int room) {
   indices.data = bigger;
   indices.capacity = std::max(room, 0);
   return true;
+}
+
+bool reserveValues(SpVec& row, int room) {
+  if (room <= row.values.capacity) return true;
+  countVectorResize(room, row.values.capacity);
+  row.values.~Vector();
+  new (&row.values) Vector(0, room);
+  if (row.values.capacity >= room) return true;
+  clearRow(row);
+  return false;
 }
 
 bool setValueRoom(SpVec& row, int room) {

@@ -22,6 +22,10 @@ inline bool inStorage(const Vector& v, int index) {
 /// Empties the row after a failed allocation: none of its storage counts as promised any more.
 void clearRow(SpVec& row);
 
+/// Makes room for `room` values in an empty row, no more: rows stay close together in memory. A reallocation
+/// all the same. False when there is no memory.
+bool reserveValues(SpVec& row, int room);
+
 /// Gives the index array exactly `room` ints, the stored ones kept; and the values at least `room` doubles.
 /// False when there is no memory: the row is then empty.
 bool setIndexRoom(SpVec& row, int room);
