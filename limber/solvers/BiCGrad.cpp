@@ -40,7 +40,7 @@ CGIStatus biCGradI(SpMat* A, Vector* x, Vector* b, double& rsq, int& iter, Vecto
 
 CGIStatus biCGrad(SpMat* A, Vector* x, Vector* b, double& rsq, int& iterations, int shadowIsResidual) {
   BiCGWork& work = limber::detail::createdOnFirstUse<BiCGWork>();
-  const int maxIters = std::max(A->height(), A->width()) * cg_maxIters;
+  const int maxIters = limber::detail::cgIterationLimit(*A);
   iterations = 0;
   CGIStatus status = CGI_TOO_MANY_RESTARTS;
   for (int pass = 0; pass < cg_maxRestarts; ++pass) {

@@ -15,10 +15,12 @@ class Vector;
 ///
 /// Returns the iteration at which the change of the squared residual fell below cgradEps or cgradTol; 0 when
 /// x or b is empty, or when earlyExit is set and the start's squared residual is below cgradEps^2; -1 for a
-/// singular system (reported when earlyExit is set), and also in the iteration after one that hit the exact
-/// solution, where no curvature is left: *rsqOut tells the two apart; -9, reported, after maxCGradPasses
-/// times the length of x iterations. *rsqOut (may be null) receives the last squared residual on every
-/// return.
+/// singular system (reported when earlyExit is set); -9, reported, after maxCGradPasses times the length of x
+/// iterations. *rsqOut (may be null) receives the last squared residual on every return.
+///
+/// A step that hits the exact solution is a large change, so it is no convergence; the iteration after it
+/// finds no curvature and returns -1, deliberately. x holds the solution then, and *rsqOut, next to 0, tells
+/// this from a singular system.
 LIMBER_API int cgradI(SpMat* A, Vector* x, Vector* b, double* rsqOut,
                       double (*residual)(SpMat* A, Vector* x, Vector* b, Vector* r),
                       double (*curvature)(SpMat* A, Vector* d), int earlyExit);

@@ -18,7 +18,7 @@ CGStatus mcgradI(SpMat* A, Vector* x, Vector* b, double& rsq, double& rsqOut, in
   const int height = A->height();
   const int width = A->width();
   const int n = std::max(height, width);
-  const int maxIters = n * cg_maxIters;
+  const int maxIters = limber::detail::cgIterationLimit(*A);
   limber::detail::cgStagnationLimit = n * cg_goNoWhereSc;
   // all four from the matrix, deliberately: x and b may have other lengths
   cgTrace("MCGRADI x:%d b:%d a:(rows:%d cols:%d)\n", width, height, height, width);

@@ -2,64 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
-#include "limber/solvers/MCGrad.h"
 #include "limber/solvers/Preconditioner.h"
-#include "tests/solvers/TinyProblems.h"
-#include "tests/solvers/Tuning.h"
+#include "tests/solvers/OnePass.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/CommaLocale.h"
 #include "tests/support/Tolerance.h"
 
 namespace {
-
-std::vector<std::vector<double>> script;
-std::size_t scriptCall;
-
-/// Answers with the next line of the script, whatever is multiplied; the last line stays.
-void scripted(SpMat*, const Vector*, Vector* out) {
-  const std::vector<double>& line = script[std::min(scriptCall++, script.size() - 1)];
-  *out = toVector(line);
-}
-
-std::vector<double> diagonal;
-void diagonalMult(SpMat*, const Vector* in, Vector* out) {
-  out->grow(in->count);
-  for (int i = 0; i < in->count; ++i) out->data[i] = diagonal[static_cast<std::size_t>(i)] * in->data[i];
-}
-
-struct OnePass {
-  Vector x, b, r, p, q, z, best;
-  int iter = -7, bestIter = -7;
-  double rsq = -7.0;
-  CGIStatus status = CGI_SMALL_IMPROVEMENT;
-
-  OnePass(const std::vector<double>& start, const std::vector<double>& rhs)
-      : x(toVector(start)), b(toVector(rhs)) {}
-  void solve(CGMultFun mult, int maxIters, bool withBest = true, Preconditioner* precond = nullptr) {
-    status = pureCGrad(nullptr, &x, &b, mult, &r, &p, &q, maxIters, iter, bestIter, rsq,
-                       withBest ? &best : nullptr, precond, &z);
-  }
-  void follow(const std::vector<std::vector<double>>& lines, int maxIters, bool withBest = true) {
-    script = lines;
-    scriptCall = 0;
-    solve(scripted, maxIters, withBest);
-  }
-};
-
-/// The stagnation limit belongs to the last mcgradI call: this makes it `n` times cg_goNoWhereSc.
-void setStagnation(int n, double scale) {
-  const Tuning tuning;
-  cg_goNoWhereSc = scale;
-  cg_maxRestarts = 0;
-  FullMatrix m(n, n);
-  Vector x(n), b(n);
-  double rsq, out;
-  int total;
-  CGIStatus status = CGI_SOLVED;
-  mcgradI(&m, &x, &b, rsq, out, total, status, diagonalMult, nullptr);
-}
 
 TEST(CGStatus, TextsOfAllCodes) {
   const char* const texts[] = {"Solved",

@@ -1,6 +1,7 @@
 #include "limber/solvers/detail/CGWork.h"
 
 #include <algorithm>
+#include <climits>
 #include <typeinfo>
 
 #include "limber/linalg/HSpMat.h"
@@ -18,6 +19,11 @@ int roomB() { return std::max(cgradMAXB, 0); }
 }  // namespace
 
 CGWork::CGWork() : r(roomX()), p(roomX()), q(roomX()), best(roomX()), z(roomX()), product(roomB()) {}
+
+int cgIterationLimit(const SpMat& A) {
+  const long long limit = static_cast<long long>(std::max(A.height(), A.width())) * cg_maxIters;
+  return static_cast<int>(std::clamp<long long>(limit, INT_MIN, INT_MAX));
+}
 
 CGWork& cgWork() { return createdOnFirstUse<CGWork>(); }
 

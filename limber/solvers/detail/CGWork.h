@@ -29,6 +29,8 @@ CGWork& cgWork();
 
 /// Iterations without a new best after which a pass gives up: -1.0 until the first solve sets it.
 extern double cgStagnationLimit;
+/// The iteration limit of a pass: max(height, width) cg_maxIters, or the largest int where that is larger.
+int cgIterationLimit(const SpMat& A);
 /// The constant that multFunAtA adds to each element of A v.
 extern double cgNormalDamping;
 
