@@ -107,32 +107,55 @@ void drawFigure(AIPSWriter* writer, const Chart& chart, const Clip& clip, const 
   writer->endGroup();
 }
 
-void drawFigures(AIPSWriter* writer, const Clip& clip, const SideView& view,
-                 const std::vector<Constraint>& constraints, int figures) {
-  const std::vector<int> frames = chosenFrames(clip.frames, figures);
-  // A performer who stays in place is drawn frame beside frame.
-  Range across, up;
-  std::vector<double> shifts;
-  const double height = Skeleton(clip).height();
-  const bool spread = view.travel() < 1.5 * height;
-  for (std::size_t i = 0; i < frames.size(); i++) {
-    shifts.push_back(spread ? static_cast<double>(i) * 0.8 * height : 0.0);
-    for (const bool after : {false, true}) {
-      for (int j = 0; j < static_cast<int>(clip.joints.size()); j++) {
-        const Pnt3& p = view.at(after, frames[i], j);
-        across.include(view.across(p) + shifts[i]);
-        up.include(p.y);
-      }
+/// What a figure spans, before and after.
+void includeFigure(const Clip& clip, const SideView& view, int frame, double shift, Range* across,
+                   Range* up) {
+  for (const bool after : {false, true}) {
+    for (int j = 0; j < static_cast<int>(clip.joints.size()); j++) {
+      const Pnt3& p = view.at(after, frame, j);
+      across->include(view.across(p) + shift);
+      up->include(p.y);
     }
   }
-  across.widen(0.04);
-  up.widen(0.06);
+}
 
-  Chart chart(writer, 50, 420, 500, 250);
+/// Where each figure is moved. A performer who stays in place is drawn frame beside frame.
+std::vector<double> figureShifts(const Clip& clip, const SideView& view, const std::vector<int>& frames) {
+  const double height = Skeleton(clip).height();
+  double widest = 0.3 * height;
+  for (const int f : frames) {
+    Range across, up;
+    includeFigure(clip, view, f, 0.0, &across, &up);
+    widest = std::max(widest, across.high - across.low);
+  }
+  std::vector<double> shifts;
+  for (std::size_t i = 0; i < frames.size(); i++) {
+    shifts.push_back(view.travel() < 1.5 * height ? static_cast<double>(i) * 1.1 * widest : 0.0);
+  }
+  return shifts;
+}
+
+/// Returns the lower edge of its panel, which is as high as the figures need.
+double drawFigures(AIPSWriter* writer, const Clip& clip, const SideView& view,
+                   const std::vector<Constraint>& constraints, int figures) {
+  constexpr double top = 670.0, width = 500.0;
+  const std::vector<int> frames = chosenFrames(clip.frames, figures);
+  const std::vector<double> shifts = figureShifts(clip, view, frames);
+  Range across, up;
+  for (std::size_t i = 0; i < frames.size(); i++)
+    includeFigure(clip, view, frames[i], shifts[i], &across, &up);
+  across.widen(0.04);
+  const double unit = (across.high - across.low) / width;  // the length of a page point
+  up.low -= 16.0 * unit;                                   // the frame numbers
+  up.high += 8.0 * unit;
+  const double height = std::clamp((up.high - up.low) / unit, 120.0, 280.0);
+
+  Chart chart(writer, 50, top - height, width, height);
   chart.setRange(across.low, across.high, up.low, up.high);
   chart.makeEqual();
   chart.drawAxes("Before (grey) and after (blue), constrained points (red)",
-                 std::string(view.axis()) + " (cm)", "y (cm)");
+                 std::string(view.axis()) + (shifts.back() > 0.0 ? " (cm), figures side by side" : " (cm)"),
+                 "y (cm)");
   writer->setLineCap(1);
   for (const bool after : {false, true}) {
     writer->setWidth(after ? 1.3 : 1.0);
@@ -152,12 +175,13 @@ void drawFigures(AIPSWriter* writer, const Clip& clip, const SideView& view,
   }
   for (std::size_t i = 0; i < frames.size(); i++) {
     const Pnt3& root = view.at(true, frames[i], 0);
-    chart.label(view.across(root) + shifts[i], up.low + 0.01 * height, std::to_string(frames[i] + 1), 7);
+    chart.label(view.across(root) + shifts[i], up.low + 4.0 * unit, std::to_string(frames[i] + 1), 7);
   }
+  return top - height;
 }
 
 void drawPaths(AIPSWriter* writer, const Clip& clip, const SideView& view,
-               const std::vector<Constraint>& constraints) {
+               const std::vector<Constraint>& constraints, double top) {
   const std::vector<int> joints = pathJoints(clip, constraints);
   Range across, up;
   for (const int j : joints) {
@@ -171,7 +195,7 @@ void drawPaths(AIPSWriter* writer, const Clip& clip, const SideView& view,
   across.widen(0.04);
   up.widen(0.08);
 
-  Chart chart(writer, 50, 60, 500, 290);
+  Chart chart(writer, 50, 60, 500, top - 60);
   chart.setRange(across.low, across.high, up.low, up.high);
   chart.drawAxes("Paths of hands and constrained joints", std::string(view.axis()) + " (cm)",
                  "y (cm), enlarged");
@@ -203,8 +227,8 @@ void drawEdit(const Clip& before, const Clip& after, const std::vector<Constrain
               std::FILE* out) {
   const SideView view(before, after);
   drawTo(out, [&](AIPSWriter* writer) {
-    drawFigures(writer, before, view, constraints, figures);
-    drawPaths(writer, before, view, constraints);
+    const double bottom = drawFigures(writer, before, view, constraints, figures);
+    drawPaths(writer, before, view, constraints, bottom - 70);
   });
 }
 

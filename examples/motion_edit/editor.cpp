@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr double leastDamping = 1e-9, mostDamping = 1e-2;
+constexpr double leastDamping = 1e-9, mostDamping = 1.0;
 
 double secondsNow() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();

@@ -4,10 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <set>
+#include <sstream>
 
 #include "clip.h"
+#include "skeleton.h"
 #include "tests/examples/SmallClip.h"
 #include "tests/support/Program.h"
 #include "tests/support/TemporaryFile.h"
@@ -16,6 +19,22 @@
 namespace {
 
 const std::string data = LIMBER_SOURCE_DIR "/examples/data";
+
+/// Every move and line of the drawing is on its page of 576 x 720 points; returns how many there are.
+int strokesOnThePage(const std::string& drawing) {
+  std::istringstream words(drawing);
+  int strokes = 0;
+  double x = -1.0, y = -1.0;  // the two words in front
+  for (std::string word; words >> word;) {
+    if (word == "m" || word == "L") {
+      EXPECT_TRUE(x >= 0 && x <= 576 && y >= 0 && y <= 720) << x << " " << y;
+      strokes++;
+    }
+    x = y;
+    y = std::strtod(word.c_str(), nullptr);
+  }
+  return strokes;
+}
 
 class MotionEditProgram : public ::testing::Test {
  protected:
@@ -67,6 +86,7 @@ TEST_F(MotionEditProgram, MeetsTheScriptOfTheDemo) {
     EXPECT_EQ(drawing.compare(0, 11, "%!PS-Adobe-"), 0) << name;
     EXPECT_TRUE(says(drawing, "\n%%EOF\n")) << name;
     EXPECT_FALSE(says(drawing, "nan") || says(drawing, "inf")) << name;
+    EXPECT_GT(strokesOnThePage(drawing), 1000) << name;
   }
   const std::string curves = readFile(directory / "out-convergence.ai");
   for (const char* name : {"none: ", "jacobi: ", "banded: "}) EXPECT_TRUE(says(curves, name)) << name;
@@ -106,6 +126,20 @@ TEST_F(MotionEditProgram, FindsACompressedClipAlongASearchPath) {
       run({"-p", "none;clips:" + data, "-o", "out", "walk.bvh.gz", "walk_constraints.txt"});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(files(), (std::set<std::string>{"clips", "out.bvh", "out.ai", "out-convergence.ai"}));
+}
+
+TEST_F(MotionEditProgram, DrawsPerformersWhoStayWhereTheyAre) {
+  const std::string path = directory.write("small.bvh", smallClip);
+  const Clip clip = readClip(path.c_str(), nullptr);
+  const Pnt3 end = Skeleton(clip).position(clip.find("Arm.End"), clip.frame(0));
+  const std::string near =
+      std::to_string(end.x + 1) + " " + std::to_string(end.y) + " " + std::to_string(end.z - 2);
+  directory.write("near.txt", "1 Arm.End " + near + "\n");
+  const ProgramRun result = run({"--figures", "2", "small.bvh", "near.txt"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  const std::string drawing = readFile(directory / "edited.ai");
+  EXPECT_GT(strokesOnThePage(drawing), 10);
+  EXPECT_TRUE(says(drawing, "figures side by side")) << drawing;
 }
 
 TEST_F(MotionEditProgram, SaysSoWhenTheGoalIsNotMet) {
