@@ -5,10 +5,9 @@
 //       [0.9, 1.1], or a NaN in it
 //     |Y| <= 0.1                          Y taken as (0, 1, 0): z = x = 0
 //     |X| <= 0.1                          y = 0
-//     Y.x = Y.y = 0 (gimbal lock)         z = 0, x = +-pi/2, y takes the whole turn about Y
-//     NewX . X off by rounding            clamped to [-1, 1]; beyond +-1.1, which two unit vectors cannot
-//     give,
-//                                         also reported, but not counted
+//     Y.x = Y.y = 0 (gimbal lock)         x = +-pi/2, z = 0 (a half turn where Y.y is -0.0), y takes the rest
+//     NewX . X off by rounding            clamped to [-1, 1]; beyond +-1.1, which the product of two unit
+//                                         vectors never is, it would also be reported, but not counted
 //     |z| or |x| < 1e-5                   exactly 0
 //     NaN in Y                            NaN for every angle
 //     NaN in X                            NaN for y
@@ -37,9 +36,10 @@ int countRow(double length, int verbose, const ReportSite& site, const char* mes
 }
 
 /// The image of (1, 0, 0) under rotMatrix('x', -x) rotMatrix('z', -z), which is row 0 of the second matrix as
-/// the x axis stays where it is. The first matters through its NaN only, which the product would spread.
+/// the x axis stays where it is. The first matters through its NaN only, which the product would spread;
+/// its zeros come out positive, which the trace shows.
 Pnt3 turnedXAxis(double z, double x) {
-  const double spread = 0.0 * x;
+  const double spread = 0.0 * std::fabs(x);
   return Pnt3(std::cos(z) + spread, std::sin(z) + spread, spread);
 }
 

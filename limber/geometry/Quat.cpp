@@ -6,6 +6,9 @@
 
 // Degenerate input:
 //   Normalize, product     zero quaternion           the identity, silently
+//   Rotate, RotateInv      zero quaternion           (0, 0, 0)
+//                          infinite or NaN component of either: all NaN
+//                          squared norm out of range infinities or NaN; below it, digits are lost
 //   Log                    x = y = z = 0             (0, 0, 0), also for w = -1
 //                          |w| > 1                   NaN
 //   Slerp                  |a . b| >= 1              linear weights; from a to -a through (0, 0, 0, 0)
@@ -21,7 +24,8 @@
 //   FromAxisCosAngle       cosine above 1            NaN in x, y, z; w above 1
 //                          cosine below -1           all four components NaN
 //   FromVectors (two)      a zero vector             "Normalizing Zero Point!", the direction (0, 1, 0)
-//                          opposite directions       NaN or infinite x, y, z; w = 0, or NaN by rounding
+//                          opposite directions       by the rounding of 1 + cos: 0 gives w = 0 and x, y, z
+//                          infinite or NaN; below 0 all NaN; above 0 all finite, w near 1e-8, far from unit
 //   FromVectors (four)     from1 opposite to to1     all NaN
 //                          the planes' normals opposite after the first turn: all NaN
 //                          from2 along from1         "Normalizing Zero Point!", the normal (0, 1, 0)
@@ -85,7 +89,7 @@ void Quat::Euler(const char* order, const double* angles) {
 }
 
 void Quat::getEulerZXY(double* out) const {
-  // The float nearest to 180 / pi, widened; deliberately not the double.
+  // 180 / pi in single precision, some units off in its last place; deliberately not the double.
   constexpr double degrees = 57.29579162597656;
   out[0] = std::asin(2.0 * (x * w + z * y)) * degrees;
   out[1] = std::atan2(-(2.0 * x * z - 2.0 * w * y), 1.0 - 2.0 * x * x - 2.0 * y * y) * degrees;

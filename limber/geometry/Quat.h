@@ -62,8 +62,8 @@ class LIMBER_API Quat {
   /// The rotation vector, angle times unit axis, of a length in [0, 2 pi]: 2 acos(w) is neither clamped nor
   /// taken the short way. (0, 0, 0) where x, y and z are zero.
   Pnt3 Log() const;
-  /// The angle of the relative rotation q^-1 * this, in [0, 2 pi]. Near 0 it is good to about 1e-8 only, or a
-  /// NaN where rounding leaves a w above 1: it goes through acos(w).
+  /// The angle of the relative rotation q^-1 * this, in [0, 2 pi]. It goes through acos(w), so near 0 it is
+  /// good to about 1e-8 only.
   double Angle(Quat q) const;
 
   /// this = the spherical interpolation from a (t = 0) to b (t = 1), the short way (Shoemake 1985; where
@@ -83,8 +83,8 @@ class LIMBER_API Quat {
   void FromAxisAngle(const Pnt3* axis, double angle);
   /// The same with the cosine of an angle in [0, pi]; a cosine outside [-1, 1] gives NaN.
   void FromAxisCosAngle(const Pnt3* axis, double cosAngle);
-  /// this = the shortest turn of the direction `from` to the direction `to`. Opposite directions give
-  /// components that are not finite.
+  /// this = the shortest turn of the direction `from` to the direction `to`. Opposite directions give no
+  /// rotation: components that are not finite or, where the cosine is rounded, a quaternion near zero.
   void FromVectors(const Pnt3* from, const Pnt3* to);
   /// this = the turn of from1 to to1 that takes the plane of (from1, from2) to that of (to1, to2). Where
   /// from1 and to1, or the turned and the wanted normal, are opposite it is not finite.

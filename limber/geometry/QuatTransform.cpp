@@ -6,8 +6,7 @@
 
 // Degenerate input:
 //   invert       a rotation that is not unit   not the inverse: the turns scale by the squared norm
-//   fromMatrix   a half turn about an axis     components that are not finite, as Quat::FromVectors gives
-//   them
+//   fromMatrix   a half turn about an axis     components that are not finite, from Quat::FromVectors
 //                the third row                 not looked at, whatever it holds
 //   toMat        a zero rotation               a warning and the identity; this object stays as it is
 //                a rotation of another length  the rotation of the unit quaternion

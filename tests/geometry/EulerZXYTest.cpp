@@ -38,8 +38,9 @@ Matrix4x4 rotation(double x, double y, double z) {
   return m;
 }
 
-/// The steps as they are stated, every matrix built: the oracle of the short cut in the library.
-Angles literally(const Matrix4x4& M, int snapX, int zeroX) {
+/// The steps as they are stated, every matrix built: the oracle of the short cut in the library. Prints the
+/// trace of the last two steps when verbose.
+Angles literally(const Matrix4x4& M, int snapX, int zeroX, int verbose = 0) {
   Pnt3 X(M.m[0]), Y(M.m[1]), Z(M.m[2]);
   const auto outside = [](double length) { return !(length >= 0.9 && length <= 1.1); };
   const double lengthX = X.length(), lengthY = Y.length();
@@ -63,6 +64,7 @@ Angles literally(const Matrix4x4& M, int snapX, int zeroX) {
   rotMatrix(&Rz, 'z', -a.z);
   multMatrix(&Rx, &Rz, &C);
   const Pnt3 newX = transformMatrix(&C, Pnt3(1, 0, 0));
+  if (verbose) stdoutPrintf("NewX: %g %g %g\n", newX.x, newX.y, newX.z);
   if (lengthX <= 0.1) {
     a.y = 0;
     return a;
@@ -73,6 +75,7 @@ Angles literally(const Matrix4x4& M, int snapX, int zeroX) {
   if (d < -1) d = -1;
   a.y = std::acos(d);
   const Pnt3 newY = newX * X;
+  if (verbose) stdoutPrintf("NewY: %g %g %g\n", newY.x, newY.y, newY.z);
   if (newY.x * Y.x + newY.y * Y.y + newY.z * Y.z < 0) a.y = -a.y;
   return a;
 }
@@ -139,6 +142,28 @@ TEST(FactorZXY, TakesTheStatedStepsToTheBit) {
       m.m[i / 4][i % 4] = bad;
       compare(m);
     }
+}
+
+TEST(FactorZXY, TracesTheStatedImagesWithTheirSignsOfZero) {
+  RandomGeometry dice(9);
+  const auto compare = [](const Matrix4x4& m) {
+    for (const int snap : {0, 1})
+      for (const int zero : {0, 1}) {
+        CapturedOutput output;
+        factor(m, snap, zero, 1);
+        const std::string whole = output.out(), traced = whole.substr(whole.find("NewX"));
+        output.clear();
+        literally(m, snap, zero, 1);
+        ASSERT_EQ(traced, output.out());
+      }
+  };
+  for (const double x : formats::criticalAngles())
+    for (const double y : formats::criticalAngles())
+      for (const double z : formats::criticalAngles()) compare(rotation(x, y, z));
+  for (int i = 0; i < 200; i++) compare(dice.matrix4());
+  Matrix4x4 flat;  // no x axis: only the first of the two lines
+  flat.m[0][0] = 0;
+  compare(flat);
 }
 
 TEST(FactorZXY, LongRowsAreCountedAndReportedWhenVerbose) {
@@ -251,6 +276,11 @@ TEST(FactorZXY, GimbalLockPutsTheWholeTurnIntoY) {
   EXPECT_EQ(a.z, 0.0);
   EXPECT_TRUE(close(a.x, pi / 2, epsilon));
   EXPECT_EQ(a.y, 0.0);
+  m.m[1][1] = -0.0;  // the other half turn about z, taken back by y
+  const Angles b = factor(m);
+  EXPECT_TRUE(close(b.z, -pi, epsilon));
+  EXPECT_TRUE(close(b.x, pi / 2, epsilon));
+  EXPECT_TRUE(close(std::fabs(b.y), pi, epsilon));
 }
 
 TEST(FactorZXY, NaNSpreadsAndTheThirdRowIsOnlyCounted) {

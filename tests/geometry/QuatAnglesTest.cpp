@@ -61,6 +61,17 @@ TEST(QuatAngle, IsTheAngleOfTheRelativeRotation) {
   EXPECT_TRUE(tolerance::close(about('X', 5.5).Angle(about('X', 0.5)), 5.0, 64 * eps));
 }
 
+TEST(QuatAngle, OfAQuaternionWithItselfIsZeroAndNearItNeverNan) {
+  // Normalizing leaves no scalar above 1, whatever the rounding of the product.
+  RandomGeometry random(44);
+  for (int i = 0; i < 1000; i++) {
+    const Quat q = random.quat();
+    EXPECT_EQ(q.Angle(q), 0.0);
+    const Quat near(q.w, q.x + 1e-9 * random.number(), q.y + 1e-12 * random.number(), q.z);
+    EXPECT_TRUE(tolerance::close(near.Angle(q), 0.0, 4e-9 + 4.0 * std::sqrt(eps)));
+  }
+}
+
 TEST(QuatAngle, TakesItsArgumentByValue) {
   Quat q = about('Z', 1.0);
   const Quat before(q);
@@ -301,6 +312,23 @@ TEST(QuatFromAxisAngle, GoesUpATurnAndDownAgain) {
   const double wrapped = (0.3 + 6.283185307179586) - 6.283185307179586;
   EXPECT_NE(wrapped, 0.3);
   EXPECT_TRUE(tolerance::close(q.w, std::cos(wrapped * 0.5), eps / 2));
+}
+
+TEST(QuatFromAxisAngle, TakesTurnsAwayOneByOneUpToAMillion) {
+  const Pnt3 z(0.0, 0.0, 1.0);
+  for (double angle : {63.8, -500.3, 12345.6, 1e6, -1e6}) {
+    double wrapped = angle;
+    while (wrapped < 3.141592653589793) wrapped += 6.283185307179586;
+    while (wrapped > 3.141592653589793) wrapped -= 6.283185307179586;
+    Quat q;
+    q.FromAxisAngle(&z, angle);
+    EXPECT_TRUE(tolerance::close(q.w, std::cos(std::fabs(wrapped) * 0.5), eps)) << angle;
+    EXPECT_EQ(std::signbit(q.z), wrapped < 0.0) << angle;
+    // The rounding of each turn, which one division would not leave.
+    if (std::fabs(angle) > 1e4) {
+      EXPECT_GT(std::fabs(q.w - std::fabs(std::cos(angle * 0.5))), 16 * eps) << angle;
+    }
+  }
 }
 
 TEST(QuatFromAxisAngle, ReducesHugeAngles) {

@@ -61,6 +61,33 @@ TEST(QuatFromVectors, OfOppositeVectorsIsNotFinite) {
   EXPECT_EQ(captured.out() + captured.err(), "");
 }
 
+TEST(QuatFromVectors, OfOppositeVectorsHangsOnTheRoundingOfTheCosine) {
+  RandomGeometry random(53);
+  int zero = 0, below = 0, above = 0;
+  for (int i = 0; i < 1000; i++) {
+    const Pnt3 a = random.point(), b = a * -1.0;
+    Quat q;
+    q.FromVectors(&a, &b);
+    const Pnt3 u = unit(a);
+    const double s2 = 1.0 - dot(u, u);  // each product is that of u with -u, negated
+    if (s2 == 0.0) {
+      zero++;
+      EXPECT_EQ(q.w, 0.0);
+      EXPECT_FALSE(std::isfinite(q.x) || std::isfinite(q.y) || std::isfinite(q.z));
+    } else if (s2 < 0.0) {
+      below++;
+      EXPECT_TRUE(std::isnan(q.w) && std::isnan(q.x) && std::isnan(q.y) && std::isnan(q.z));
+    } else {
+      above++;
+      EXPECT_TRUE(sameQuats(q, Quat(std::sqrt(2.0 * s2) * 0.5, 0.0, 0.0, 0.0)));
+      EXPECT_LT(q.w, 1e-7);
+    }
+  }
+  EXPECT_GT(zero, 50);
+  EXPECT_GT(below, 50);
+  EXPECT_GT(above, 50);
+}
+
 TEST(QuatFromVectors, OfAZeroVectorReportsAndTakesUp) {
   CapturedOutput captured;
   const Pnt3 zero, y(0.0, 2.0, 0.0);

@@ -206,6 +206,30 @@ TEST(QuatRotate, DoesNotNormalize) {
   EXPECT_EQ(Quat(0.0, 0.0, 0.0, 0.0).Rotate(Pnt3(1.0, 2.0, 3.0)), Pnt3());
 }
 
+TEST(QuatRotate, WhatIsNotFiniteGivesNan) {
+  for (double bad : {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()})
+    for (int k = 0; k < 7; k++) {
+      Quat q(1.0, 0.0, 0.0, 0.0);
+      Pnt3 p(0.0, 1.0, 0.0);
+      (k < 4 ? (&q.w)[k] : p.v()[k - 4]) = bad;
+      for (const Pnt3& turned : {q.Rotate(p), q.RotateInv(p)})
+        EXPECT_TRUE(std::isnan(turned.x) && std::isnan(turned.y) && std::isnan(turned.z)) << bad << k;
+    }
+}
+
+TEST(QuatRotate, LengthsWhoseSquareIsInRangeOnlyScale) {
+  RandomGeometry random(38);
+  const Quat q = random.quat();
+  const Pnt3 p = random.point();
+  for (int exponent : {-400, -100, 100, 400}) {
+    const double s = std::ldexp(1.0, exponent);
+    const Pnt3 scaled = Quat(s * q.w, s * q.x, s * q.y, s * q.z).Rotate(p);
+    EXPECT_EQ(scaled, q.Rotate(p) * std::ldexp(1.0, 2 * exponent)) << exponent;
+    EXPECT_EQ(q.Rotate(p * s), q.Rotate(p) * s) << exponent;
+  }
+  EXPECT_FALSE(std::isfinite(Quat(0.0, 1e200, 0.0, 0.0).Rotate(Pnt3(1.0, 2.0, 3.0)).y));
+}
+
 TEST(QuatRotate, ByAProductIsByTheFirstAndThenTheSecond) {
   RandomGeometry random(37);
   const Quat z(root, 0.0, 0.0, root), x(root, root, 0.0, 0.0);

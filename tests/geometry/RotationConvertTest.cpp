@@ -17,8 +17,8 @@ const char* const targetNames[targets] = {"...", "QRST", "X",   "Y",   "Z",  "ZX
 /// What happens to each pair of formats:
 ///   =  nothing        .  nothing at all, whatever the target
 ///   Q  Quat(name, params)                      M  through the matrix
-///   R  "Can't get 'FROM' rotation in format"   U  "Can't get rotation in format"   V  "Unknown rotation
-///   format"
+///   R  "Can't get 'FROM' rotation in format"   U  "Can't get rotation in format"
+///   V  "Unknown rotation format"
 /// or the angles' new places, 0 1 the old parameters and - a zero.
 struct Row {
   const char* from;
