@@ -145,6 +145,17 @@ TEST(CGradI, ConvergesByRelativeChange) {
   EXPECT_EQ(core.run({{4, 0}, {3, 0}, {2.8, 0}}, 50.0), 2);
 }
 
+TEST(CGradI, ConvergesByAbsoluteChange) {
+  const Tuning tuning;
+  cgradTol = 0.0;
+  Core core;
+  // 1, 0.25, 0.0625
+  for (const double eps : {0.76, 0.75}) {
+    cgradEps = eps;
+    EXPECT_EQ(core.run({{1, 0}, {0.5, 0}, {0.25, 0}}, 50.0), eps > 0.75 ? 1 : 2) << "below, not at";
+  }
+}
+
 TEST(CGradI, LimitIsReported) {
   const Tuning tuning;
   const CapturedOutput captured;
@@ -188,6 +199,29 @@ TEST(CGrad, ExactSolutionIsCalledSingularInTheNextIteration) {
   EXPECT_EQ(cgradA(&A, &x, &b, &rsq), -1);
   EXPECT_EQ(rsq, 0.0);
   EXPECT_EQ(toElements(x), (Elements{1, 2}));
+}
+
+// Two steps solve a system of two unknowns but for rounding, and no less is left to say so than in a system
+// that is singular: only the squared residual tells them apart.
+TEST(CGrad, ExactSolutionAndSingularSystemDifferInTheResidual) {
+  const Tuning tuning;
+  const CapturedOutput captured;
+  cgradTol = 0.0;
+  FullMatrix A = toDense(2, 2, {3, 1, 1, 2}), half = toDense(2, 2, {1, 0, 0, 0});
+  for (const auto entry : {cgrad, cgradA, cgradAAt}) {
+    Vector x(2), b = toVector({5, 5});
+    double rsq = -1.0;
+    EXPECT_EQ(entry(&A, &x, &b, &rsq), -1);
+    EXPECT_TRUE(rsq >= 0.0 && rsq <= 1e-20) << rsq;
+    if (entry != cgradAAt) {
+      EXPECT_NEAR(x[0], 1.0, 1e-12);
+      EXPECT_NEAR(x[1], 2.0, 1e-12);
+    }
+  }
+  Vector x(2), b = toVector({0, 5});
+  double rsq = -1.0;
+  EXPECT_EQ(cgradA(&half, &x, &b, &rsq), -1);
+  EXPECT_EQ(rsq, 25.0);
 }
 
 // A A^T = [2 1; 1 2]: with b = (3, 3), y = (1, 1), and damped by 1, (0.75, 0.75).

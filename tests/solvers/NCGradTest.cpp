@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <functional>
+#include <random>
 
 #include "limber/solvers/CGMultiply.h"
 #include "limber/solvers/CGrad.h"
@@ -122,6 +123,54 @@ TEST(NCGrad, DampAddsAConstantToTheProduct) {
   Vector v = toVector({1}), w;
   multFunAtA(&A, &v, &w);
   EXPECT_EQ(w[0], 4.0) << "the damping term is 0 again";
+}
+
+// A = 2, b = 10, d = 3 from x = 0: r = 20 - 6 = 14, and the constant is in q = 2 (2 14 + 3) = 62 as well, so
+// alpha = 196 / 868 and x = 98 / 31. By the recurrence r is 0 then; from scratch it is 14 - 4 x = 42 / 31.
+TEST(NCGrad, DampAddsTheConstantInEveryProduct) {
+  const Tuning tuning;
+  cg_maxRestarts = 1;
+  cg_maxIters = 2;
+  FullMatrix A = toDense(1, 1, {2});
+  Vector x(1), b = toVector({10});
+  double rsq = -1.0;
+  EXPECT_EQ(ncgradDamp(&A, &x, &b, &rsq, 3.0), -2);
+  EXPECT_NEAR(x[0], 98.0 / 31.0, 1e-14);
+  EXPECT_NEAR(rsq, 42.0 / 31.0 * 42.0 / 31.0, 1e-13);
+}
+
+TEST(NCGrad, DampedSolvesEndAtTheDampedSolution) {
+  const Tuning tuning;
+  cg_tol = 1e-2;
+  const double d = 0.1;
+  std::mt19937_64 engine(5);
+  std::uniform_real_distribution<double> uniform(0.0, 1.0);
+  for (int k = 0; k < 50; ++k) {
+    FullMatrix A(6, 4);
+    for (int e = 0; e < 24; ++e) A.data[e] = uniform(engine) + (e % 5 == 0 ? 3.0 : 0.0);
+    Vector b(6), damped(4), undamped(4);
+    for (int i = 0; i < 6; ++i) b[i] = 10.0 * uniform(engine);
+    double rsq = -1.0, plain = -1.0;
+    ASSERT_GT(ncgradDamp(&A, &damped, &b, &rsq, d), 0) << k;
+    ASSERT_GT(ncgrad(&A, &undamped, &b, &plain), 0) << k;
+    // |A^T (A x + d 1) - A^T b|^2
+    const auto gradientSq = [&](const Vector& x) {
+      double sum = 0.0;
+      for (int j = 0; j < 4; ++j) {
+        double g = 0.0;
+        for (int i = 0; i < 6; ++i) {
+          double t = d - b[i];
+          for (int m = 0; m < 4; ++m) t += A.e(i, m) * x[m];
+          g += A.e(i, j) * t;
+        }
+        sum += g * g;
+      }
+      return sum;
+    };
+    EXPECT_TRUE(rsq < cg_tol) << rsq;
+    EXPECT_NEAR(gradientSq(damped), rsq, 1e-9) << k;
+    EXPECT_GT(gradientSq(undamped), 10.0 * cg_tol) << k;
+  }
 }
 
 TEST(NCGrad, ZeroRightHandSideZeroesTheSolution) {
@@ -255,6 +304,38 @@ TEST(CGMultiply, DampingOfMultFunAReachesAsFarAsTheDamping) {
   cgradDampV = &longer;
   multFunA(&A, &v, &w);
   EXPECT_EQ(toElements(w), (Elements{3, 40}));
+}
+
+TEST(CGMultiply, DampingOfMultFunJJtReachesAsFarAsTheProduct) {
+  const Tuning tuning;
+  FullMatrix A = toDense(2, 2, {1, 0, 0, 1});
+  const Vector v = toVector({1, 10});
+  Vector w, damp = toVector({2, 3, 4, 5, 6, 7});
+  cgradDampV = &damp;
+  multFunJJt(&A, &v, &w);
+  EXPECT_EQ(toElements(w), (Elements{3, 40}));
+  // unlike multFunA, it does not ask how long the damping is: the second element still lies in its storage
+  damp.grow(1);
+  multFunJJt(&A, &v, &w);
+  EXPECT_EQ(toElements(w), (Elements{3, 40}));
+  multFunA(&A, &v, &w);
+  EXPECT_EQ(toElements(w), (Elements{3, 10}));
+}
+
+// t = A^T (1, 1) = (1, 2, 1).
+TEST(CGMultiply, WeightsDivideTheProductOfMultFunJJtOnly) {
+  const Tuning tuning;
+  FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
+  const Vector v = toVector({1, 1}), three = toVector({1, 2, 3});
+  Vector w, mass = toVector({2, 4, 8}), shorter = toVector({2, 4});
+  cgradMassVec = &mass;
+  multFunJJt(&A, &v, &w);
+  EXPECT_EQ(toElements(w), (Elements{1, 0.625}));
+  multFunA(&A, &three, &w);
+  EXPECT_EQ(toElements(w), (Elements{3, 5}));
+  cgradMassVec = &shorter;
+  multFunJJt(&A, &v, &w);
+  EXPECT_EQ(toElements(w), (Elements{1, 1.5})) << "the last one has no weight";
 }
 
 /// Multiplies as its base does, but is another class.

@@ -129,8 +129,24 @@ TEST(RealSystems, PositiveDefinite494Bus) {
   positiveDefinite(path, {ncgradA});
 }
 
-// Its condition of 4e6 is too much for the older family, which starts again whenever the residual grows; with
-// a unit diagonal it is not.
+// The older family starts again whenever the residual grows, and with a condition of 4e6 that is every other
+// iteration: it takes a million of them, cheap ones, where the newer takes a thousand.
+TEST(RealSystems, PositiveDefinite494BusInTheOlderFamily) {
+  LIMBER_NEEDS_DATA(path, "494_bus.mtx");
+  const Tuning tuning;
+  MatrixMarket file(path);
+  ASSERT_EQ(file.error, "");
+  HSpMat& A = file.matrix();
+  Vector x(A.width()), b(A.height()), ones(A.width());
+  ones = 1.0;
+  A.mult(&ones, &b);
+  cgradTol = 0.0;
+  maxCGradPasses = 4000;
+  double rsq = -1.0;
+  EXPECT_GT(cgradA(&A, &x, &b, &rsq), 0);
+  EXPECT_TRUE(scaledResidual(A, x, b) <= wanted) << scaledResidual(A, x, b);
+}
+
 TEST(RealSystems, PositiveDefinite494BusWithAUnitDiagonal) {
   LIMBER_NEEDS_DATA(path, "494_bus.mtx");
   positiveDefinite(path, {ncgradA, cgradA}, true);
@@ -181,6 +197,44 @@ TEST(RealSystems, NonSymmetricWest0067) {
   LIMBER_NEEDS_DATA(path, "west0067.mtx");
   nonSymmetric(path, 0, false);
   nonSymmetric(path, 1, false);
+}
+
+// With steps that do not improve ending a pass, x is never worse than where it began.
+TEST(RealSystems, UnsolvedWest0067KeepsTheBestIterate) {
+  LIMBER_NEEDS_DATA(path, "west0067.mtx");
+  const Tuning tuning;
+  MatrixMarket file(path);
+  HSpMat& A = file.matrix();
+  cg_epsilon = 1e-300;
+  for (const int shadow : {0, 1}) {
+    Vector b = unevenRightHandSide(A), x(A.width());
+    double rsq = -1.0;
+    int iterations = -1;
+    EXPECT_EQ(biCGrad(&A, &x, &b, rsq, iterations, shadow), CGI_TOO_MANY_RESTARTS);
+    const double actual = norm(difference(A, x, b));
+    EXPECT_TRUE(actual * actual <= b.magSq() * (1.0 + 1e-12)) << actual;
+    EXPECT_TRUE(std::fabs(actual * actual - rsq) <= 1e-9 * rsq);
+  }
+}
+
+// Allowed to get worse for ever, the iterates grow until their residual has no finite square.
+TEST(RealSystems, DivergingWest0067EndsAsSingularWithFiniteNumbers) {
+  LIMBER_NEEDS_DATA(path, "west0067.mtx");
+  const Tuning tuning;
+  MatrixMarket file(path);
+  HSpMat& A = file.matrix();
+  cg_epsilon = 1e-300;
+  cg_maxIters = 20;
+  cg_maxRestarts = 1000;
+  bicg_numZeroSteps = 1000000;
+  for (const int shadow : {0, 1}) {
+    Vector b = unevenRightHandSide(A), x(A.width());
+    double rsq = -1.0;
+    int iterations = -1;
+    EXPECT_EQ(biCGrad(&A, &x, &b, rsq, iterations, shadow), CGI_SINGULAR);
+    EXPECT_GT(x.mag(), 1e100);
+    for (int i = 0; i < x.count; ++i) ASSERT_TRUE(std::isfinite(x[i])) << x[i];
+  }
 }
 
 TEST(RealSystems, NonSymmetricJpwh991) {
