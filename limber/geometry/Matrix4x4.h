@@ -66,20 +66,26 @@ LIMBER_API LIMBER_INLINE void multMatrix(const Matrix4x4* A, const Matrix4x4* B,
   for (int i = 0; i < 4; i++)
     for (int j = 0; j < 4; j++) C->m[i][j] = c[i][j];
 }
-/// out = M v, v a column of four. out may be v.
+/// out = M v, v a column of four. out may be v; M and v are only read, and may be const.
 LIMBER_API LIMBER_INLINE void postMultiply(const Matrix4x4* M, const double* v, double* out) {
   double r[4];
   for (int i = 0; i < 4; i++)
     r[i] = M->m[i][0] * v[0] + M->m[i][1] * v[1] + M->m[i][2] * v[2] + M->m[i][3] * v[3];
   for (int i = 0; i < 4; i++) out[i] = r[i];
 }
+LIMBER_API LIMBER_INLINE void postMultiply(Matrix4x4* M, double* const v, double* const out) {
+  postMultiply(static_cast<const Matrix4x4*>(M), v, out);
+}
 
-/// out = v M, v a row of four. out may be v.
+/// out = v M, v a row of four. out may be v; M and v are only read, and may be const.
 LIMBER_API LIMBER_INLINE void preMultiply(const double* v, const Matrix4x4* M, double* out) {
   double r[4];
   for (int j = 0; j < 4; j++)
     r[j] = v[0] * M->m[0][j] + v[1] * M->m[1][j] + v[2] * M->m[2][j] + v[3] * M->m[3][j];
   for (int j = 0; j < 4; j++) out[j] = r[j];
+}
+LIMBER_API LIMBER_INLINE void preMultiply(double* const v, Matrix4x4* M, double* const out) {
+  preMultiply(v, static_cast<const Matrix4x4*>(M), out);
 }
 
 /// B = s A. B may be A.

@@ -59,7 +59,7 @@ LIMBER_API LIMBER_INLINE void transformTransposeMatrix(const Matrix4x4* M, doubl
   ox = tx, oy = ty, oz = tz;
 }
 
-/// (p, 1) M, first three components.
+/// (p, 1) M, first three components. M is only read, and may be const.
 LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p) {
   // x and y side by side.
   typedef double Two __attribute__((vector_size(16), aligned(8), may_alias));
@@ -67,6 +67,9 @@ LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p) {
   const auto two = [m](int i) { return *reinterpret_cast<const Two*>(m[i]); };
   const Two xy = p.x * two(0) + p.y * two(1) + p.z * two(2) + two(3);
   return Pnt3(xy[0], xy[1], p.x * m[0][2] + p.y * m[1][2] + p.z * m[2][2] + m[3][2]);
+}
+LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(Matrix4x4* M, Pnt3 p) {
+  return transformMatrix(static_cast<const Matrix4x4*>(M), p);
 }
 
 /// out = (p, 1) M, first three components.

@@ -66,7 +66,7 @@ double Quat::Angle(Quat q) const {
   return (q * *this).Log().length();
 }
 
-void Quat::Euler(const char* order, const double* angles) {
+void Quat::Euler(const char* order, double* angles) {
   Identity();
   for (int i = static_cast<int>(std::strlen(order)) - 1; i >= 0; i--) {
     const double h = angles[i] * 0.5;

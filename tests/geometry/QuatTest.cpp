@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "tests/geometry/RandomGeometry.h"
+#include "tests/geometry/ScalarQuat.h"
 #include "tests/support/CapturedOutput.h"
 
 namespace {
@@ -116,6 +117,41 @@ TEST(QuatProduct, AddsTheFactoredProductsFromLeftToRight) {
     if (!sameQuats(plain, expected)) differ++;
   }
   EXPECT_GT(differ, 100);
+}
+
+TEST(QuatProduct, HasTheSameBitsWithAndWithoutPairsOfLanes) {
+  static constexpr double special[] = {0.0,       -0.0,      1.0,        -1.0,     0.5,
+                                       2.0,       0x1p-1074, -0x1p-1030, 0x1p-540, 0x1p511,
+                                       -0x1p1023, 1e-160,    -3e150,     0.1,      -0.1};
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  // Whether a NaN has its sign bit set, nobody says.
+  const auto same = [](const Quat& p, const double* values) {
+    double v[4];
+    p.Get(v);
+    for (int i = 0; i < 4; i++)
+      if (!(std::isnan(v[i]) && std::isnan(values[i])) && !tolerance::sameBits(v[i], values[i])) return false;
+    return true;
+  };
+  RandomGeometry random(38);
+  const auto pick = [&random](int kind) {
+    const double x = random.number();
+    if (kind == 1) return special[static_cast<int>(7.5 * (x + 1.0)) % 15];
+    if (kind == 2) return x < -0.9 ? nan : x > 0.9 ? infinity : x > 0.8 ? -infinity : x;
+    if (kind == 3) return x < -0.3 ? -0.0 : x < 0.3 ? 0.0 : x < 0.6 ? 1.0 : -1.0;
+    return x;
+  };
+  for (int n = 0; n < 20000; n++) {
+    double a[4], b[4], product[4], unit[4];
+    for (double& x : a) x = pick(n % 4);
+    for (double& x : b) x = pick(n % 4);
+    scalarProduct(a, b, product);
+    scalarNormalize(a, unit);
+    Quat p(a[0], a[1], a[2], a[3]);
+    ASSERT_TRUE(same(p * Quat(b[0], b[1], b[2], b[3]), product)) << n;
+    p.Normalize();
+    ASSERT_TRUE(same(p, unit)) << n;
+  }
 }
 
 TEST(QuatProduct, NormalizesItsResult) {

@@ -22,6 +22,9 @@ if(NOT LIMBER_SANITIZE)
   endforeach()
 endif()
 
+# The quaternion as machines without SSE2 compile it.
+target_sources(test_geometry PRIVATE geometry/ScalarQuat.cpp)
+
 # The rotation formats are set before any code runs, also where the library's objects are linked into the program.
 add_executable(
   test_geometry_early geometry/earlyInitialiser.cpp $<TARGET_OBJECTS:limber_foundation>
