@@ -7,6 +7,9 @@
 
 #ifdef __SSE2__
 #include <emmintrin.h>
+
+#include <cstdint>
+#include <cstring>
 #endif
 
 #include "limber/Api.h"
@@ -24,9 +27,9 @@ class LIMBER_API Quat {
   LIMBER_INLINE Quat(double w0, double x0, double y0, double z0) : w(w0), x(x0), y(y0), z(z0) {}
   /// The rotation Euler(order, angles).
   Quat(const char* order, const double* angles);
-  LIMBER_INLINE Quat(const Quat& q) : w(q.w), x(q.x), y(q.y), z(q.z) {}
+  LIMBER_INLINE Quat(const Quat& q) { copy(q); }
   LIMBER_INLINE Quat& operator=(const Quat& q) {
-    w = q.w, x = q.x, y = q.y, z = q.z;
+    copy(q);
     return *this;
   }
 
@@ -97,6 +100,18 @@ class LIMBER_API Quat {
   friend LIMBER_API LIMBER_INLINE Quat operator*(const Quat& a, const Quat& b);
 
  private:
+#ifdef __SSE2__
+  static double reciprocalRoot(__m128d n2);
+#endif
+  void copy(const Quat& q) {
+#ifdef __SSE2__
+    const __m128d wx = _mm_loadu_pd(&q.w), yz = _mm_loadu_pd(&q.y);
+    _mm_storeu_pd(&w, wx);
+    _mm_storeu_pd(&y, yz);
+#else
+    w = q.w, x = q.x, y = q.y, z = q.z;
+#endif
+  }
   /// out = the Hamilton product b a, not normalized. out may be a or b.
   LIMBER_INLINE static void Compose(const Quat& a, const Quat& b, Quat& out);
 };
@@ -107,17 +122,36 @@ class LIMBER_API Quat {
 // multiplications; sums go from left to right, with -E - F as -(E + F).
 #ifdef __SSE2__
 
+// 1 / sqrt(n2), both rounded. Products of unit quaternions end some ulps from 1, where both roundings are
+// known without the divider, which would take longer than all the rest. At 1 + i ulps the root is just below
+// 1 + i/2 ulps, so it rounds to 1 + h with h = floor(i / 2), on both sides of 1. Below 1 the ulps are half as
+// wide: 1 / (1 + h) is just above 1 - h, which is 2h of the ulps there, and 1 / (1 - h) is just above 1 +
+// h/2, which rounds up. What "just" leaves out is i * i of 2^-106, nothing beside an ulp as long as i is
+// small.
+inline double Quat::reciprocalRoot(__m128d n2) {
+  constexpr std::int64_t one = 0x3ff0000000000000, small = 1 << 20;
+  const double value = _mm_cvtsd_f64(n2);
+  std::int64_t bits;
+  std::memcpy(&bits, &value, sizeof(bits));
+  if (!(bits - one < small && bits - one > -small))
+    return _mm_cvtsd_f64(_mm_div_sd(_mm_set_sd(1.0), _mm_sqrt_sd(n2, n2)));
+  const std::int64_t h = (bits - one) >> 1, below = -2 * h, above = (1 - h) >> 1;
+  const std::int64_t result = one + (below < above ? below : above);
+  double reciprocal;
+  std::memcpy(&reciprocal, &result, sizeof(reciprocal));
+  return reciprocal;
+}
+
 LIMBER_INLINE void Quat::Normalize() {
   const __m128d wx = _mm_loadu_pd(&w), yz = _mm_loadu_pd(&y);
   const __m128d wx2 = _mm_mul_pd(wx, wx), yz2 = _mm_mul_pd(yz, yz);
   const __m128d n2 =
       _mm_add_sd(_mm_add_sd(_mm_add_sd(wx2, _mm_unpackhi_pd(wx2, wx2)), yz2), _mm_unpackhi_pd(yz2, yz2));
-  if (_mm_cvtsd_f64(n2) == 0.0) {
+  if (_mm_cvtsd_f64(n2) <= 0.0) {  // it is never less; one comparison, false for a NaN
     Identity();
     return;
   }
-  const __m128d reciprocal = _mm_div_sd(_mm_set_sd(1.0), _mm_sqrt_sd(n2, n2));
-  const __m128d r = _mm_unpacklo_pd(reciprocal, reciprocal);
+  const __m128d r = _mm_set1_pd(reciprocalRoot(n2));
   _mm_storeu_pd(&w, _mm_mul_pd(wx, r));
   _mm_storeu_pd(&y, _mm_mul_pd(yz, r));
 }

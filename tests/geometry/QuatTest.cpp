@@ -70,6 +70,24 @@ TEST(Quat, NormalizeMultipliesByTheReciprocal) {
   EXPECT_NE(5.0 * r, 5.0 / 7.0);  // division would give other bits
 }
 
+TEST(Quat, NormalizeRoundsRootAndReciprocalNearOne) {
+  // Squared lengths at every distance from 1, where there is a short way to the same two roundings.
+  int near = 0;
+  for (int k = -1100000; k <= 1100000; k += (k > -3000 && k < 3000) ? 1 : 97) {
+    for (const double x : {0.0, 0x1p-27, 0x1.8p-27, 0x1p-26}) {
+      Quat q(1.0 + k * (k < 0 ? 0x1p-53 : 0x1p-52) / 2.0, x, 0.0, 0.0);
+      volatile double n2 = q.w * q.w + x * x;
+      volatile double length = std::sqrt(n2);
+      const double r = 1.0 / length;
+      const Quat expected(q.w * r, x * r, 0.0, 0.0);
+      q.Normalize();
+      ASSERT_TRUE(sameQuats(q, expected)) << k << ' ' << x;
+      if (n2 != 1.0 && std::fabs(n2 - 1.0) < 16 * eps) near++;
+    }
+  }
+  EXPECT_GT(near, 100);
+}
+
 TEST(Quat, NormalizingZeroGivesTheIdentitySilently) {
   CapturedOutput captured;
   Quat q(0.0, -0.0, 0.0, 0.0);
@@ -145,6 +163,10 @@ TEST(QuatProduct, HasTheSameBitsWithAndWithoutPairsOfLanes) {
     double a[4], b[4], product[4], unit[4];
     for (double& x : a) x = pick(n % 4);
     for (double& x : b) x = pick(n % 4);
+    if (n % 8 == 4) {  // unit, as rotations are
+      random.quat().Get(a);
+      random.quat().Get(b);
+    }
     scalarProduct(a, b, product);
     scalarNormalize(a, unit);
     Quat p(a[0], a[1], a[2], a[3]);
