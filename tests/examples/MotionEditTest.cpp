@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 #include "edit.h"
 #include "tests/support/TemporaryFile.h"
@@ -49,49 +48,7 @@ TEST(Spline, FramesBeyondItsReachShareNoCoefficient) {
   }
 }
 
-// Central differences with step h err by h^2 |p'''| / 6 + eps |p| / h: lengths are below 1000 and angles in
-// radians, so with h = 1e-4 that is below 1000 (h^2 / 6 + 4 eps / h).
-TEST(Skeleton, DerivativeRowsAgreeWithCentralDifferences) {
-  const double h = 1e-4, allowed = 1000 * (h * h / 6 + 4 * tolerance::epsilon / h);
-  const Clip clip = walk();
-  const Skeleton skeleton(clip);
-  std::mt19937 random(7);
-  for (const int f : {0, 17, 119}) {
-    for (const char* name : {"Head.End", "LeftToeBase", "RightHand", "Hips"}) {
-      const int joint = clip.find(name);
-      ASSERT_GE(joint, 0) << name;
-      std::vector<double> frame(clip.frame(f), clip.frame(f) + clip.channels);
-      for (double& value : frame) value += 1e-2 * (static_cast<double>(random() % 2000) - 1000);
-      SpVec rows[3];
-      const Pnt3 p = skeleton.position(joint, frame.data(), rows);
-      const Pnt3 same = skeleton.position(joint, frame.data());
-      EXPECT_TRUE(tolerance::close(p.x, same.x, 1e-10));
-      for (int c = 0; c < clip.channels; c++) {
-        std::vector<double> low = frame, high = frame;
-        low[static_cast<std::size_t>(c)] -= h;
-        high[static_cast<std::size_t>(c)] += h;
-        const Pnt3 difference = skeleton.position(joint, high.data()) - skeleton.position(joint, low.data());
-        EXPECT_TRUE(tolerance::close(rows[0].v(c), difference.x / (2 * h), allowed))
-            << name << " channel " << c;
-        EXPECT_TRUE(tolerance::close(rows[1].v(c), difference.y / (2 * h), allowed))
-            << name << " channel " << c;
-        EXPECT_TRUE(tolerance::close(rows[2].v(c), difference.z / (2 * h), allowed))
-            << name << " channel " << c;
-      }
-    }
-  }
-}
-
-TEST(Skeleton, AllPositionsAgreeWithEachAlone) {
-  const Clip clip = walk();
-  const Skeleton skeleton(clip);
-  const std::vector<Pnt3> all = skeleton.positions(clip.frame(33));
-  for (int j = 0; j < static_cast<int>(clip.joints.size()); j++) {
-    const Pnt3 alone = skeleton.position(j, clip.frame(33));
-    EXPECT_TRUE(tolerance::close((all[static_cast<std::size_t>(j)] - alone).length(), 0.0, 1e-10)) << j;
-  }
-}
-
+// Central differences with step h err by h^2 / 6 and eps / h times lengths below 1000.
 TEST(Jacobian, RowsAreTheDerivativesByCoefficients) {
   const double h = 1e-4, allowed = 1000 * (h * h / 6 + 4 * tolerance::epsilon / h);
   Clip clip = walk();
