@@ -1,5 +1,6 @@
 #include "limber/ode/RK4Solver.h"
 
+#include "limber/foundation/detail/WideVectors.h"
 #include "limber/ode/Integrand.h"
 #include "limber/ode/detail/WorkVectors.h"
 
@@ -12,18 +13,7 @@ namespace {
 // element's operations are the same in both, and so are the bits. (Short states would wait for the narrow
 // stores of the integrand to reach the wide loads.)
 
-#if defined(__x86_64__)
-#define LIMBER_WIDE __attribute__((target("avx2")))
-bool machineIsWide() {
-  __builtin_cpu_init();
-  return __builtin_cpu_supports("avx2");
-}
-#else
-#define LIMBER_WIDE
-bool machineIsWide() { return false; }
-#endif
-
-const bool wideMachine = machineIsWide();
+const bool wideMachine = limber::detail::machineHasWideVectors();
 constexpr int wideFrom = 16;
 
 // k *= dt; stage = x + k, or x + k/2 where halved.

@@ -163,12 +163,13 @@ TEST(BuildJJt, RowsOutOfOrderAndNullRowsAreSafe) {
   SpVec disordered(4), plain(4);
   disordered.insEnd(1.0, 7);
   disordered.insEnd(2.0, -3);
-  disordered.insEnd(3.0, 100000000);
+  disordered.insEnd(3.0, -100000000);
   plain.ins(1.0, 2);
   J.add(&disordered);
   J.add(nullptr);
   J.add(&plain);
   const Made out(buildJJtBand(&J, 2, nullptr, nullptr, nullptr, 1.0));
+  EXPECT_EQ(out->e(0, 2), 15.0) << "the whole squared norm, though a merge of the row with itself is 0";
   EXPECT_EQ(out->e(1, 2), 1.0) << "an empty row and the shift";
   EXPECT_EQ(out->e(2, 2), 2.0);
   Vector weights(1);

@@ -8,6 +8,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "limber/foundation/detail/WideVectors.h"
+
 // The pattern of pivots is what no processor predicts, so nothing here branches on it, and as little as
 // possible waits for it: the reciprocal of the pivot is under way while its place is still sought, rows stay
 // in registers for the search and are picked from memory by computed addresses.
@@ -57,11 +59,11 @@ __attribute__((noinline, cold)) int lastPlace(int places, int step, const Slots&
   return 4 * step;
 }
 
-#define LIMBER_WIDE __attribute__((target("avx2"), always_inline)) inline
+#define LIMBER_WIDE_PART __attribute__((target("avx2"), always_inline)) inline
 
 /// The caller's matrix may just have been written in halves, which one wide load would have to wait for.
 template <int Step>
-LIMBER_WIDE __m256d load(const double* row) {
+LIMBER_WIDE_PART __m256d load(const double* row) {
   if constexpr (Step > 0) return _mm256_load_pd(row);
   return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(row)), _mm_loadu_pd(row + 2), 1);
 }
@@ -69,8 +71,8 @@ LIMBER_WIDE __m256d load(const double* row) {
 /// Step `Step` of the elimination: reads the rows (in memory, and in r0 ... r3), writes them to `to` and r0
 /// ... r3. `open` has all but the sign set in the lanes of the columns not used.
 template <int Step>
-LIMBER_WIDE bool eliminate(const double* from, double* to, __m256d& r0, __m256d& r1, __m256d& r2, __m256d& r3,
-                           __m256d& open, Slots& slots) {
+LIMBER_WIDE_PART bool eliminate(const double* from, double* to, __m256d& r0, __m256d& r1, __m256d& r2,
+                                __m256d& r3, __m256d& open, Slots& slots) {
   int slot = 3, column = 0;
   double reciprocal = 0.0;  // of the pivot's magnitude
   if constexpr (Step < 3) {
@@ -127,7 +129,7 @@ LIMBER_WIDE bool eliminate(const double* from, double* to, __m256d& r0, __m256d&
   return true;
 }
 
-__attribute__((target("avx2"))) bool invertAvx2(double* m) {
+LIMBER_WIDE bool invertAvx2(double* m) {
   alignas(32) double rows[16];
   __m256d r0 = load<0>(m), r1 = load<0>(m + 4), r2 = load<0>(m + 8), r3 = load<0>(m + 12);
   __m256d open = _mm256_castsi256_pd(_mm256_set1_epi64x(0x7fffffffffffffff));
@@ -154,13 +156,8 @@ __attribute__((target("avx2"))) bool invertAvx2(double* m) {
   return true;
 }
 
-bool machineIsWide() {
-  __builtin_cpu_init();
-  return __builtin_cpu_supports("avx2");
-}
-
 // False before this file's initialisers have run, which only means the other way to the same bits.
-const bool wide = machineIsWide();
+const bool wide = machineHasWideVectors();
 
 }  // namespace
 

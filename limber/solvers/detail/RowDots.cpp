@@ -8,12 +8,7 @@
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/SparseDot.h"
 #include "limber/linalg/Vector.h"
-
-#if defined(__x86_64__) && defined(__ELF__)
-#define LIMBER_WIDE_CLONES __attribute__((target_clones("avx2", "default")))
-#else
-#define LIMBER_WIDE_CLONES
-#endif
+#include "limber/solvers/detail/RowWalk.h"
 
 namespace limber::detail {
 
@@ -56,56 +51,6 @@ bool sameIndices(const SpVec* a, const SpVec* b) {
          std::memcmp(a->indices.data, b->indices.data,
                      static_cast<std::size_t>(a->numEntries) * sizeof(int)) == 0;
 }
-
-/// The entries of some rows with the same indices that meet the panel.
-struct Entries {
-  const int* indices;
-  int begin, end;
-  const double* values[RowPanel::most];
-  const double* weights;  // null: none
-  unsigned known;         // weights there are; others count as 0
-  int lowest;             // the panel's first column
-};
-
-/// Four places side by side, wherever they stand.
-typedef double Four __attribute__((vector_size(32), aligned(8)));
-
-/// sums[r][k] = sum of entry times place k of the panel's column, for R rows. Their chains, eight each, go
-/// side by side.
-template <int R>
-__attribute__((always_inline)) inline void walkRows(const Entries& entries, double (*sums)[lanes]) {
-  Four low[R] = {};
-  Four high[R] = {};
-  for (int e = entries.begin; e < entries.end; e++) {
-    const int index = entries.indices[e];
-    const double* const place = columnOf(index - entries.lowest);
-    double x[R];
-    for (int r = 0; r < R; r++) x[r] = entries.values[r][e];
-    if (entries.weights) {
-      const double w = static_cast<unsigned>(index) < entries.known ? entries.weights[index] : 0.0;
-      for (int r = 0; r < R; r++) x[r] = w * x[r];
-    }
-    Four placeLow, placeHigh;
-    std::memcpy(&placeLow, place, sizeof placeLow);
-    std::memcpy(&placeHigh, place + 4, sizeof placeHigh);
-    for (int r = 0; r < R; r++) {
-      low[r] += x[r] * placeLow;
-      high[r] += x[r] * placeHigh;
-    }
-  }
-  for (int r = 0; r < R; r++) {
-    std::memcpy(sums[r], &low[r], sizeof low[r]);
-    std::memcpy(sums[r] + 4, &high[r], sizeof high[r]);
-  }
-}
-static_assert(lanes == 8);
-
-LIMBER_WIDE_CLONES void walk1(const Entries& entries, double (*sums)[lanes]) { walkRows<1>(entries, sums); }
-LIMBER_WIDE_CLONES void walk2(const Entries& entries, double (*sums)[lanes]) { walkRows<2>(entries, sums); }
-LIMBER_WIDE_CLONES void walk3(const Entries& entries, double (*sums)[lanes]) { walkRows<3>(entries, sums); }
-LIMBER_WIDE_CLONES void walk4(const Entries& entries, double (*sums)[lanes]) { walkRows<4>(entries, sums); }
-
-constexpr void (*walks[RowPanel::most])(const Entries&, double (*)[lanes]) = {walk1, walk2, walk3, walk4};
 
 }  // namespace
 
@@ -172,19 +117,25 @@ void RowPanel::walk(int j, int together, double (*out)[rows]) const {
   const int highest = lowest_ + columns_ - 1;
   const int* const from = *indices >= lowest_ ? indices : std::lower_bound(indices, end, lowest_);
   const int* const to = end[-1] <= highest ? end : std::upper_bound(from, end, highest);
-  Entries entries{indices, static_cast<int>(from - indices), static_cast<int>(to - indices), {}, nullptr, 0,
-                  lowest_};
+  RowWalk entries{
+      indices, static_cast<int>(from - indices), static_cast<int>(to - indices), {}, nullptr, 0, panel,
+      lowest_};
   for (int r = 0; r < together; r++) entries.values[r] = matrix_.rows[j + r]->values.data;
   if (weights_) {
     entries.weights = weights_->data;
     entries.known = static_cast<unsigned>(std::max(weights_->capacity, 0));
   }
-  walks[together - 1](entries, out);
+  walkRows(entries, together, out);
 }
 
 void RowPanel::merge(int j, int k, double (*out)[rows]) const {
   SpVec* const a = matrix_.rows[first_ + k];
   SpVec* const b = matrix_.rows[j];
+  if (first_ + k == j && a && !weights_) {
+    // A row out of order would lose terms in a merge, its squared norm does not.
+    (*out)[k] = a->magSq();
+    return;
+  }
   (*out)[k] = a && b ? sdot(a, b, const_cast<Vector*>(weights_)) : 0.0;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "limber/linalg/HSpMat.h"
+#include "limber/solvers/detail/RowWalk.h"
 
 class Vector;
 
@@ -31,9 +32,9 @@ class IndexRuns {
 /// The storage is shared by all, kept, and grows to the largest range of columns that eight rows have needed.
 class RowPanel {
  public:
-  static constexpr int rows = 8;
+  static constexpr int rows = RowWalk::lanes;
   /// So many rows with the same indices are walked together.
-  static constexpr int most = 4;
+  static constexpr int most = RowWalk::most;
 
   RowPanel(const HSpMat& matrix, const IndexRuns& runs, const Vector* weights)
       : matrix_(matrix), runs_(runs), weights_(weights) {}
