@@ -4,6 +4,14 @@
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/SparseSum.h"
 
+// Degenerate input of transformMatrixMatrix:
+//   two rows in           indices from 10000 on                 dropped, by ssum
+//   three rows in         the same, three terms taking part     kept
+//                         two (a zero entry of M, an empty row) dropped, by ssum
+//                         one                                   kept
+//   both                  an entry of at most 1e-12 comes out   not stored
+//                         nothing takes part                    the output is empty
+
 void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, SpVec* oa, SpVec* ob) {
   ssum(*a, M->m[0][0], *b, M->m[1][0], *oa);
   ssum(*a, M->m[0][1], *b, M->m[1][1], *ob);

@@ -269,6 +269,27 @@ TEST(FactorZXY, ShortRowsGiveTheirDefaults) {
   EXPECT_EQ(factor(m).z, 0.0);
 }
 
+TEST(FactorZXY, RowsOfATenthAreShortAndTheSnapIsBelowAFiftieth) {
+  Matrix4x4 m;
+  m.m[1][0] = 0.1, m.m[1][1] = 0.0;
+  EXPECT_EQ(factor(m).z, 0.0);
+  m.m[1][0] = std::nextafter(0.1, 1.0);
+  EXPECT_TRUE(close(factor(m).z, -pi / 2, epsilon));
+  m = Matrix4x4();
+  m.m[0][0] = -0.1;
+  EXPECT_EQ(factor(m).y, 0.0);
+  m.m[0][0] = std::nextafter(-0.1, -1.0);
+  EXPECT_TRUE(close(std::fabs(factor(m).y), pi, epsilon));
+  // A row of length 1 exactly, so that the division leaves its entries.
+  m = Matrix4x4();
+  m.m[1][0] = 0.02, m.m[1][1] = std::sqrt(1.0 - 0.02 * 0.02);
+  ASSERT_EQ(Pnt3(m.m[1]).length(), 1.0);
+  EXPECT_NE(factor(m, 1).z, 0.0);
+  m.m[1][0] = -std::nextafter(0.02, 0.0);
+  ASSERT_EQ(Pnt3(m.m[1]).length(), 1.0);
+  EXPECT_EQ(factor(m, 1).z, 0.0);
+}
+
 TEST(FactorZXY, GimbalLockPutsTheWholeTurnIntoY) {
   Matrix4x4 m;
   m.m[1][1] = 0, m.m[1][2] = 1, m.m[2][1] = -1, m.m[2][2] = 0;

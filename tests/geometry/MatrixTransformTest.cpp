@@ -150,6 +150,39 @@ TEST(TransformMatrixMatrix, SpaceRowsKeepLargeIndicesOnlyWithThreeTerms) {
   EXPECT_TRUE(holds(oc, {{10001, 10.0}, {20000, 11.0}}));
 }
 
+TEST(TransformMatrixMatrix, AnEmptySpaceRowLeavesTwoTermsAndTwoLeaveOne) {
+  SpVec a, b, c, oa, ob, oc;
+  fill(&a, {{3, 1.0}, {10001, 1.0}});
+  fill(&b, {{10001, 1.0}});
+  transformMatrixMatrix(&M, &a, &b, &c, &oa, &ob, &oc);
+  EXPECT_TRUE(holds(oa, {{3, 1.0}}));
+  EXPECT_TRUE(holds(ob, {{3, 2.0}}));
+  EXPECT_TRUE(holds(oc, {{3, 3.0}}));
+  fill(&a, {});
+  transformMatrixMatrix(&M, &a, &b, &c, &oa, &ob, &oc);
+  EXPECT_TRUE(holds(oa, {{10001, 5.0}}));
+  EXPECT_TRUE(holds(ob, {{10001, 6.0}}));
+  EXPECT_TRUE(holds(oc, {{10001, 7.0}}));
+}
+
+TEST(TransformMatrixMatrix, TinyEntriesAndRowsWithoutTermsAreEmpty) {
+  SpVec a, b, c, oa, ob, oc;
+  fill(&a, {{1, 1.0}, {2, 1.0}});
+  fill(&b, {{1, -1.0 + 1e-13}, {2, 1.0}});
+  Matrix4x4 m;
+  m.m[1][0] = 1.0, m.m[1][1] = m.m[2][2] = 0.0;
+  fill(&ob, {{4, 1.0}});
+  transformMatrixMatrix(&m, &a, &b, &oa, &ob);
+  EXPECT_TRUE(holds(oa, {{2, 2.0}}));
+  EXPECT_TRUE(holds(ob, {}));
+  fill(&c, {{1, 1e-13}, {7, 1.0}});
+  fill(&oc, {{4, 1.0}});
+  m.m[2][0] = 1.0;
+  transformMatrixMatrix(&m, &a, &b, &c, &oa, &ob, &oc);
+  EXPECT_TRUE(holds(oa, {{2, 2.0}, {7, 1.0}}));
+  EXPECT_TRUE(holds(oc, {}));
+}
+
 TEST(TransformMatrixMatrix, SpaceRowsGoThroughLinComb) {
   SpVec a, b, c, oa, ob, oc;
   fill(&a, {{0, 1.0}});

@@ -382,6 +382,20 @@ TEST(QuatFromAxisCosAngle, TurnsByTheAngleOfTheCosine) {
   EXPECT_TRUE(sameQuats(q, Quat(0.0, 3.0 / 5.0, 0.0, 4.0 / 5.0)));
 }
 
+TEST(QuatFromAxisCosAngle, TakesTheSineFromTheScalar) {
+  RandomGeometry random(45);
+  for (int i = 0; i < 200; i++) {
+    const Pnt3 axis = random.point();
+    const double cosine = random.number();
+    Pnt3 unit = axis;
+    unit.normalize();
+    Quat q;
+    q.FromAxisCosAngle(&axis, cosine);
+    const double w = std::sqrt((cosine + 1.0) * 0.5), s = std::sqrt(1.0 - w * w);
+    EXPECT_TRUE(sameQuats(q, Quat(w, unit.x * s, unit.y * s, unit.z * s)));
+  }
+}
+
 TEST(QuatFromAxisCosAngle, DoesNotClampTheCosine) {
   Quat q;
   const Pnt3 z(0.0, 0.0, 1.0);

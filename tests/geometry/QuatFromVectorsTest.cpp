@@ -42,6 +42,18 @@ TEST(QuatFromVectors, IsExactlyTheFormula) {
   EXPECT_TRUE(sameQuats(q, Quat(s * 0.5, 0.0, 0.0, 1.0 / s)));
   EXPECT_EQ(x, Pnt3(2.0, 0.0, 0.0));
   EXPECT_EQ(y, Pnt3(0.0, 3.0, 0.0));
+  // Only roots, products and quotients: the same bits everywhere. 1 / s multiplies, and nothing is
+  // normalized.
+  RandomGeometry random(54);
+  int divided = 0;
+  for (int i = 0; i < 200; i++) {
+    const Pnt3 from = random.point(), to = random.point(), cross = unit(from) * unit(to);
+    q.FromVectors(&from, &to);
+    const double root = std::sqrt(2.0 * (1.0 + dot(unit(from), unit(to)))), r = 1.0 / root;
+    EXPECT_TRUE(sameQuats(q, Quat(root * 0.5, cross.x * r, cross.y * r, cross.z * r)));
+    if (!sameQuats(q, Quat(root * 0.5, cross.x / root, cross.y / root, cross.z / root))) divided++;
+  }
+  EXPECT_GT(divided, 20);
 }
 
 TEST(QuatFromVectors, OfParallelVectorsIsTheIdentity) {
@@ -117,6 +129,19 @@ TEST(QuatFromTwoPairs, TurnsOneVectorExactlyAndThePlaneWithIt) {
     EXPECT_TRUE(closePoints(q.Rotate(unit(from1)), unit(to1), tol));
     EXPECT_TRUE(closePoints(q.Rotate(unit(from2)), unit(to2), tol));
     EXPECT_TRUE(tolerance::close(q.w * q.w + q.x * q.x + q.y * q.y + q.z * q.z, 1.0, 8 * eps));
+  }
+}
+
+TEST(QuatFromTwoPairs, IsTheProductOfTheTwoStatedTurns) {
+  RandomGeometry random(55);
+  for (int i = 0; i < 200; i++) {
+    const Pnt3 from1 = random.point(), from2 = random.point(), to1 = random.point(), to2 = random.point();
+    Quat first, second, q;
+    first.FromVectors(&from1, &to1);
+    const Pnt3 turned = first.Rotate(from2 * from1), wanted = to2 * to1;
+    second.FromVectors(&turned, &wanted);
+    q.FromVectors(&from1, &from2, &to1, &to2);
+    EXPECT_TRUE(sameQuats(q, first * second));
   }
 }
 

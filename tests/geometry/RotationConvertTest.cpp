@@ -190,7 +190,7 @@ TEST(RotationConvert, NullNamesAreUnknownNames) {
 }
 
 TEST(RotationConvert, HalfTurnsKeepTheirRotation) {
-  for (const char* from : {"X", "Y", "Z", "ZX", "ZY", "XY", "XYZ", "ZXY"})
+  for (const char* from : {"QRST", "X", "Y", "Z", "ZX", "ZY", "XY", "XYZ", "ZXY"})
     for (const char* to : {"QRST", "XYZ", "ZXY"})
       for (const std::array<double, 4>& pose :
            poses({from, formatOf(from), static_cast<int>(std::strlen(from))}, 0)) {
