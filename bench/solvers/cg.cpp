@@ -40,7 +40,7 @@ struct Problem {
     }
     sparse.setFromTriplets(entries.begin(), entries.end());
     for (int i = 0; i < height; ++i) {
-      rows.push_back(std::make_unique<SpVec>(perRow));
+      rows.push_back(std::make_unique<SpVec>(static_cast<int>(sparse.innerVector(i).nonZeros())));
       for (Sparse::InnerIterator it(sparse, i); it; ++it)
         rows.back()->insEnd(it.value(), static_cast<int>(it.col()));
       rows.back()->width = width;

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <memory>
+#include <random>
+#include <vector>
 
 #include "tests/linalg/Matrices.h"
 #include "tests/support/CapturedOutput.h"
@@ -173,6 +176,74 @@ TEST(HSpMat, EntriesOutsideTheVectorsStorageAreLeftOut) {
   Vector x = vectorOf({1, 2, 3}), y;
   m.matrix.mult(&x, &y);
   expectElements(y, {1, 2, 6, 7, 2});
+}
+
+// Rows of every length from 0 to 40, some missing, some with an entry outside, more of them than any stretch
+// that is asked for ahead.
+TEST(HSpMat, ProductsOfManyRowsKeepEachSumsOrder) {
+  std::mt19937_64 random(29);
+  for (const int h : {4095, 4096, 5001, 65537}) {
+    const int w = 300;
+    std::vector<std::unique_ptr<SpVec>> rows(static_cast<std::size_t>(h));
+    HSpMat matrix(0);
+    const Vector x = randomVector(random, w), xT = randomVector(random, h);
+    Vector y, yT, expected(h), expectedT(w);
+    for (int i = 0; i < h; ++i) {
+      auto& row = rows[static_cast<std::size_t>(i)];
+      const int entries = static_cast<int>(random() % 41);
+      if (entries != 7) row = std::make_unique<SpVec>(entries);
+      for (int k = 0; row && k < entries; ++k) {
+        const int j = static_cast<int>(random() % static_cast<unsigned>(w - 1)) + (i == h / 2 && k == 0);
+        row->insEnd(1.0 + static_cast<double>(random() % 1000) / 7.0, j);
+        if (random() % 500 == 0) row->indices[row->numEntries - 1] = k % 2 == 0 ? -1 - j : w + 100000 + j;
+      }
+      if (row) row->width = i % 2 == 0 ? w : i % 50;
+      matrix.add(row.get());
+      for (int k = 0; row && k < row->numEntries; ++k) {
+        const int j = row->indices[k];
+        if (j < 0 || j >= w) continue;
+        expected[i] += x[j] * row->e(k);
+        expectedT[j] += xT[i] * row->e(k);
+      }
+    }
+    matrix.mult(&x, &y);
+    matrix.multT(&xT, &yT);
+    ASSERT_EQ(y.size(), h);
+    ASSERT_EQ(yT.size(), w);
+    EXPECT_TRUE(tolerance::sameBits(y.data, expected.data, h));
+    EXPECT_TRUE(tolerance::sameBits(yT.data, expectedT.data, w));
+  }
+}
+
+// The widest row stands first, in the middle or last; the vector has values for some of the rows only.
+TEST(HSpMat, MultTFindsTheWidthWhereverTheWidestRowIs) {
+  for (const int widest : {0, 1, 30, 58, 59}) {
+    for (const int values : {0, 5, 31, 60}) {
+      std::vector<SpVec> rows(60);
+      HSpMat matrix(0);
+      Vector x(values), y, roomy(120), expected(100);
+      roomy = 5.0;
+      for (int i = 0; i < 60; ++i) {
+        SpVec& row = rows[static_cast<std::size_t>(i)];
+        row.ins(1.0 + i, i / 2);
+        row.ins(0.1 * (1 + i), i == widest ? 99 : 40);
+        matrix.add(&row);
+        if (i >= values) continue;
+        x[i] = 0.3 * (i + 1);
+        expected[i / 2] += x[i] * (1.0 + i);
+        expected[i == widest ? 99 : 40] += x[i] * (0.1 * (1 + i));
+      }
+      // what lies between the size and the capacity of x has no rows of its own
+      for (int i = values; i < x.capacity; ++i) x.data[i] = 0.0;
+      matrix.multT(&x, &y);
+      matrix.multT(&x, &roomy);
+      ASSERT_EQ(y.size(), 100);
+      ASSERT_EQ(roomy.size(), 100);
+      EXPECT_TRUE(tolerance::sameBits(y.data, expected.data, 100));
+      EXPECT_TRUE(tolerance::sameBits(roomy.data, expected.data, 100));
+      EXPECT_EQ(roomy.data[100], 5.0);
+    }
+  }
 }
 
 // SpVec::compact leaves the width one short, so the last entry has no place in the result.

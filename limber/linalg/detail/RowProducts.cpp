@@ -55,19 +55,36 @@ struct View {
   unsigned index(int k) const { return static_cast<unsigned>(indices[k]); }
 };
 
-// The sum over a row. Indices are tested two at a time: half the branches. A negative one is beyond any room.
-double rowSum(const View& row, const double* x, unsigned room) {
-  double sum = 0.0;
-  int k = 0;
-  for (; k + 2 <= row.entries; k += 2) {
-    const unsigned j0 = row.index(k), j1 = row.index(k + 1);
-    if (j0 >= room || j1 >= room) break;
-    sum += x[j0] * row.values[k];
-    sum += x[j1] * row.values[k + 1];
-  }
+// Rows from this length on are taken four entries at a time: their branches, two for each entry, are more
+// than the machine remembers, and it would guess wrong at the end of each row.
+constexpr int longRow = 16;
+
+// sum + the entries from k on that lie inside the room. A negative index is beyond any room.
+[[gnu::noinline]] double sumRest(const View& row, int k, double sum, const double* x, unsigned room) {
   for (; k < row.entries; ++k) {
     const unsigned j = row.index(k);
     if (j < room) sum += x[j] * row.values[k];
+  }
+  return sum;
+}
+
+[[gnu::always_inline]] inline double rowSum(const View& row, const double* x, unsigned room) {
+  double sum = 0.0;
+  int k = 0;
+  if (row.entries >= longRow) {
+    for (; k + 4 <= row.entries; k += 4) {
+      const unsigned j0 = row.index(k), j1 = row.index(k + 1), j2 = row.index(k + 2), j3 = row.index(k + 3);
+      if (j0 >= room || j1 >= room || j2 >= room || j3 >= room) return sumRest(View(row), k, sum, x, room);
+      sum += x[j0] * row.values[k];
+      sum += x[j1] * row.values[k + 1];
+      sum += x[j2] * row.values[k + 2];
+      sum += x[j3] * row.values[k + 3];
+    }
+  }
+  for (; k < row.entries; ++k) {
+    const unsigned j = row.index(k);
+    if (__builtin_expect(j >= room, false)) return sumRest(View(row), k, sum, x, room);
+    sum += x[j] * row.values[k];
   }
   return sum;
 }
@@ -132,34 +149,67 @@ bool begin(SpVec* const* rows, int n, Vector& y, Progress& done) {
   }
 }
 
-// The leading entries of which all lie below `room`, two by two, are added to ys; how many these are.
-[[gnu::always_inline]] inline int addPairs(const View& row, double s, double* ys, unsigned room) {
+// ys[index] += s value for the leading entries of which all lie below `room`; how many these are.
+[[gnu::always_inline]] inline int addScaled(const View& row, double s, double* ys, unsigned room) {
   int k = 0;
-  for (; k + 2 <= row.entries; k += 2) {
-    const unsigned j0 = row.index(k), j1 = row.index(k + 1);
-    if (j0 >= room || j1 >= room) break;
-    ys[j0] += s * row.values[k];
-    ys[j1] += s * row.values[k + 1];
+  if (row.entries >= longRow) {
+    for (; k + 4 <= row.entries; k += 4) {
+      const unsigned j0 = row.index(k), j1 = row.index(k + 1), j2 = row.index(k + 2), j3 = row.index(k + 3);
+      if (j0 >= room || j1 >= room || j2 >= room || j3 >= room) return k;
+      ys[j0] += s * row.values[k];
+      ys[j1] += s * row.values[k + 1];
+      ys[j2] += s * row.values[k + 2];
+      ys[j3] += s * row.values[k + 3];
+    }
   }
-  if (k + 1 == row.entries && row.index(k) < room) {
-    ys[row.index(k)] += s * row.values[k];
-    ++k;
+  for (; k < row.entries; ++k) {
+    const unsigned j = row.index(k);
+    if (__builtin_expect(j >= room, false)) return k;
+    ys[j] += s * row.values[k];
   }
   return k;
 }
 
-// y += the rows from ... to - 1, each times its x. One pass finds the width and adds the rows up: fetching a
-// row is what costs. False when y has no room.
-bool addRows(SpVec* const* rows, int n, int from, int to, const Ahead* ahead, const double* x, int xs,
-             Vector& y, Progress& done) {
-  for (int i = from; i < to; ++i) {
-    if (ahead) ahead->fetch(i);
+// The plain case of addRows: rows from i on, up to the first one that is wider than y or has an entry beyond
+// it. That row's number, and how many of its entries are added.
+struct Stop {
+  int row, entries;
+};
+
+Stop addPlainRows(SpVec* const* rows, int i, int to, const Ahead& ahead, const double* x, double* ys,
+                  const Progress& done) {
+  const int width = done.width;
+  const unsigned room = static_cast<unsigned>(done.cleared);
+  for (; i < to; ++i) {
+    ahead.fetch(i);
     const SpVec* const row = rows[i];
     if (!row) continue;
-    if (row->width > done.width && !widen(row->width, rows + i, n - i, y, done)) return false;
-    if (i >= xs || isTiny(x[i])) continue;
-    const int added = addPairs(View(row), x[i], y.data, static_cast<unsigned>(done.cleared));
-    if (added < row->numEntries) addRest(row, added, x[i], y, done);
+    if (row->width > width) return {i, 0};
+    const double s = x[i];
+    if (isTiny(s)) continue;
+    const View view(row);
+    const int added = addScaled(view, s, ys, room);
+    if (added < view.entries) return {i, added};
+  }
+  return {to, 0};
+}
+
+// y += the rows from ... to - 1, each times its x. One pass finds the width and adds the rows up: fetching a
+// row is what costs. False when y has no room.
+bool addRows(SpVec* const* rows, int n, int from, int to, const Ahead& ahead, const double* x, int xs,
+             Vector& y, Progress& done) {
+  const int valued = std::min(to, xs);
+  for (int i = from; i < to; ++i) {
+    int added = 0;
+    if (i < valued) {
+      const Stop stop = addPlainRows(rows, i, valued, ahead, x, y.data, done);
+      i = stop.row;
+      added = stop.entries;
+      if (i == to) break;
+    }
+    if (!rows[i]) continue;
+    if (rows[i]->width > done.width && !widen(rows[i]->width, rows + i, n - i, y, done)) return false;
+    if (i < valued && !isTiny(x[i])) addRest(rows[i], added, x[i], y, done);
   }
   return true;
 }
@@ -173,14 +223,14 @@ void rowsTimesVector(SpVec* const* rows, int n, const Vector& x, double* y) {
 void transposedRowsTimesVector(SpVec* const* rows, int n, const double* x, int xs, Vector& y) {
   const Ahead ahead(rows, n);
   Progress done;
-  if (begin(rows, n, y, done) && addRows(rows, n, 0, n, &ahead, x, xs, y, done)) y.count = done.width;
+  if (begin(rows, n, y, done) && addRows(rows, n, 0, n, ahead, x, xs, y, done)) y.count = done.width;
 }
 
 void normalRowsTimesVector(SpVec* const* rows, int n, const Vector& x, double shift, Vector& t, Vector& y) {
   // few enough rows to be still in the cache when they are added up
   constexpr int block = 256;
   t.grow(n > 0 ? n : 0);
-  const Ahead ahead(rows, n);
+  const Ahead ahead(rows, n), none(rows, 0);
   Progress done;
   if (!begin(rows, n, y, done)) return;
   for (int from = 0; from < n; from += block) {
@@ -190,7 +240,7 @@ void normalRowsTimesVector(SpVec* const* rows, int n, const Vector& x, double sh
     if (shift != 0.0) {
       for (int i = from; i < counted; ++i) t.data[i] += shift;
     }
-    if (!addRows(rows, n, from, to, nullptr, t.data, t.count, y, done)) return;
+    if (!addRows(rows, n, from, to, none, t.data, t.count, y, done)) return;
   }
   y.count = done.width;
 }
