@@ -243,6 +243,19 @@ TEST(FactorZXY, SnapXTakesTheWholeTiltBeyondARightAngle) {
   EXPECT_TRUE(close(factor(rotation(2.5, 0, 0), 1, 1).x, 2.5, 8 * epsilon));
 }
 
+TEST(FactorZXY, AnyNonZeroFlagCounts) {
+  Matrix4x4 m;
+  m.m[1][0] = 0.01, m.m[1][2] = 0.5, m.m[2][2] = 2.0;
+  for (const int flag : {1, 2, -1}) {
+    EXPECT_EQ(factor(m, flag).z, 0.0);
+    EXPECT_EQ(factor(m, 0, flag).x, 0.0);
+    CapturedOutput output;
+    factor(m, 0, 0, flag);
+    EXPECT_NE(output.err(), "");
+    EXPECT_NE(output.out(), "");
+  }
+}
+
 TEST(FactorZXY, ZeroXGivesXZero) {
   const Angles a = factor(rotation(0.7, 0, 0.5), 0, 1);
   EXPECT_EQ(a.x, 0.0);

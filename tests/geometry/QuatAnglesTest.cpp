@@ -146,6 +146,13 @@ TEST(QuatSlerp, BeyondUnitLengthIsLinear) {
   EXPECT_TRUE(sameQuats(q, Quat(0.75 * 2.0 + 0.25 * 0.75, 1.0, 0.0, 0.0)));
 }
 
+TEST(QuatSlerp, DoesNotNormalize) {
+  const Quat a(0.5, 0.0, 0.0, 0.0), b(0.0, 0.0, 0.25, 0.0);  // at a right angle
+  Quat q;
+  q.Slerp(a, b, 0.5);
+  EXPECT_TRUE(closeQuats(q, Quat(0.5 * std::sqrt(0.5), 0.0, 0.25 * std::sqrt(0.5), 0.0), 4 * eps));
+}
+
 TEST(QuatSlerp, JustBelowUnitTakesTheSineBranch) {
   // One unit below 1 the angle is 1.5e-8, above the limit, so the sign is corrected.
   const Quat a, b(-(1.0 - eps / 2), 0.0, 0.0, 0.0);
