@@ -57,6 +57,7 @@ double cholCondEst(FullMatrix* band) {
 }
 
 void compactBanded(FullMatrix* full, FullMatrix* band, int n, int kd) {
+  if (kd < 0) return;
   const LapackMatrix from = asLapack(full);
   const LapackMatrix to = asLapack(band);
   const int order = std::min({n, from.m, to.n});

@@ -1,6 +1,7 @@
 #include "limber/linalg/BandedMatrix.h"
 
 #include <algorithm>
+#include <climits>
 #include <new>
 
 #include "limber/foundation/Output.h"
@@ -44,11 +45,18 @@ void makeEmpty(BandedMatrix& m) {
 // Rows in use that are allocated, places of the band that are allocated.
 int usableRows(const BandedMatrix& m) { return m.data ? std::min(m.rows, m.maxRows) : 0; }
 
-int usableWidth(const BandedMatrix& m) { return std::max(0, std::min(2 * m.bw, m.maxWidth)); }
+// Places and indices of any size: no band is too wide to be declared.
+using Wide = long long;
+
+int usableWidth(const BandedMatrix& m) {
+  return static_cast<int>(std::clamp<Wide>(2 * Wide{m.bw}, 0, std::max(m.maxWidth, 0)));
+}
+
+Wide placeInRow(const BandedMatrix& m, int i, int j) { return Wide{m.bw} - i + j; }
 
 // Where (i, j) is stored, null outside the band or the storage.
 double* place(const BandedMatrix& m, int i, int j) {
-  const int k = m.bw - i + j;
+  const Wide k = placeInRow(m, i, j);
   if (i < 0 || !m.data || i >= m.maxRows || k < 0 || k >= usableWidth(m)) return nullptr;
   return m.data[i] ? m.data[i] + k : nullptr;
 }
@@ -58,8 +66,9 @@ template <class F>
 void forRow(const BandedMatrix& m, int i, F f) {
   const double* const row = m.data[i];
   if (!row) return;
-  const int end = std::min({i + m.bw, m.rows, i - m.bw + usableWidth(m)});
-  for (int j = std::max(0, i - m.bw); j < end; ++j) f(i, j, row[m.bw - i + j]);
+  const Wide bw = m.bw;
+  const Wide end = std::min({i + bw, Wide{m.rows}, i - bw + usableWidth(m)});
+  for (Wide j = std::max<Wide>(0, i - bw); j < end; ++j) f(i, static_cast<int>(j), row[bw - i + j]);
 }
 
 class BandRows final : public limber::detail::RowSource {
@@ -68,8 +77,9 @@ class BandRows final : public limber::detail::RowSource {
 
   void appendRow(int i, SpVec& row) const override {
     // The diagonal takes part also where the band does not reach it: diagAdd belongs there.
-    const int start = std::min(i, std::max(0, i - m_.bw));
-    const int end = std::max(i + 1, std::min(i + m_.bw, m_.rows));
+    const Wide bw = m_.bw;
+    const int start = static_cast<int>(std::clamp<Wide>(i - bw, 0, i));
+    const int end = static_cast<int>(std::max<Wide>(i + 1, std::min<Wide>(i + bw, m_.rows)));
     for (int j = start; j < end; ++j) {
       const double* const stored = place(m_, i, j);
       limber::detail::appendCompacted(row, i, j, stored ? *stored : 0.0, diagAdd_);
@@ -82,7 +92,7 @@ class BandRows final : public limber::detail::RowSource {
 };
 
 double scratch;
-int farthestReported = 0;
+Wide farthestReported = 0;
 
 }  // namespace
 
@@ -180,7 +190,8 @@ void BandedMatrix::scalar(double s) {
 
 void BandedMatrix::zero() {
   if (rows > maxRows) ReportSite{"WierdMatrices", 288}.error("Too many rows for Banded Matrix!");
-  if (2 * bw > maxWidth) ReportSite{"WierdMatrices", 290}.error("Too wide a bandwidth for Banded Matrix!");
+  if (2 * Wide{bw} > maxWidth)
+    ReportSite{"WierdMatrices", 290}.error("Too wide a bandwidth for Banded Matrix!");
   for (int i = 0; i < usableRows(*this); ++i) {
     if (data[i]) std::fill_n(data[i], usableWidth(*this), 0.0);
   }
@@ -195,10 +206,11 @@ void BandedMatrix::printVals() {
 
 double& BandedMatrix::e(int i, int j) {
   if (double* const stored = place(*this, i, j)) return *stored;
-  const int k = bw - i + j;
+  const Wide k = placeInRow(*this, i, j);
+  const Wide width = 2 * Wide{bw};
   // Inside the band as it is declared, whatever is allocated, nothing is reported.
-  if (k >= 2 * bw && k > farthestReported) {
-    stdoutPrintf("(%d of %d max [%d %d in bw=%d]) ", k, 2 * bw, i, j, bw);
+  if (k >= width && k > farthestReported) {
+    stdoutPrintf("(%lld of %lld max [%d %d in bw=%d]) ", k, width, i, j, bw);
     farthestReported = k;
     ReportSite{"WierdMatrices", 314}.error("Out of bounds banded access (further problems not reported)");
   }
@@ -207,7 +219,7 @@ double& BandedMatrix::e(int i, int j) {
 
 void BandedMatrix::growbw(int newRows, int newBw) {
   if (newRows > maxRows) {
-    const int more = newRows + 10;
+    const int more = newRows <= INT_MAX - 10 ? newRows + 10 : INT_MAX;
     stdoutPrintf("Expanding Banded Matrix from %d to %d rows!\n", maxRows, more);
     double** const longer = newRowPointers(more);
     bool made = longer != nullptr;
@@ -231,7 +243,7 @@ void BandedMatrix::growbw(int newRows, int newBw) {
     data = longer;
     maxRows = more;
   }
-  if (2 * newBw > maxWidth) {
+  if (2 * Wide{newBw} > maxWidth) {
     ReportSite{"WierdMatrices", 341}.error("Bad max bandwidth for banded matrix, can't expand!");
   }
   bw = newBw;

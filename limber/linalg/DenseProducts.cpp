@@ -6,7 +6,7 @@
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/detail/DenseStorage.h"
 
-using limber::detail::denseCount;
+using limber::detail::denseRoom;
 using limber::detail::runsOnStorage;
 
 namespace {
@@ -48,12 +48,13 @@ void nmult(SpMat& a, SpMat& b, FullMatrix& c) {
   const int w = c.width();
   const int h = c.height();
   const int n = a.height();
+  const std::int64_t room = denseRoom(c);
   for (int r = 0; r < w; ++r) {
     for (int s = 0; s < h; ++s) {
       double sum = 0.0;
       for (int k = 0; k < n; ++k) sum += a.acc(r, k) * b.acc(k, s);
       const std::int64_t place = static_cast<std::int64_t>(r) * c.numColumns + s;
-      if (place < denseCount(c)) c.data[place] = sum;
+      if (place < room) c.data[place] = sum;
     }
   }
 }

@@ -12,6 +12,7 @@
 #include "limber/linalg/detail/DenseStorage.h"
 
 using limber::detail::denseCount;
+using limber::detail::denseRoom;
 using limber::detail::keepAlive;
 using limber::detail::makeEmpty;
 using limber::detail::newDense;
@@ -89,7 +90,8 @@ int FullMatrix::width() const { return numColumns; }
 
 double FullMatrix::acc(int i, int j) const {
   const std::int64_t place = product(i, numColumns) + j;
-  return place >= 0 && place <= denseCount(*this) && data ? data[place] : 0.0;
+  if (place < 0 || !data) return 0.0;
+  return place <= denseCount(*this) || place <= denseRoom(*this) ? data[place] : 0.0;
 }
 
 double& FullMatrix::operator()(int i, int j) const {
@@ -112,9 +114,9 @@ void FullMatrix::column(int c, Vector* v) const {
 
 void FullMatrix::putRow(int r, Vector* v) {
   if (r < 0 || r >= numRows) ReportSite{"Vectors", __LINE__}.error("Bad row to full matrix");
-  // The named row may lie outside the storage, or (a storage-only matrix) all of it.
+  // The named row may lie outside the storage, or behind the last row of a matrix that has been larger.
   const std::int64_t start = product(r, numColumns);
-  const std::int64_t end = denseCount(*this);
+  const std::int64_t end = denseRoom(*this);
   const int n = std::min(numColumns, v->count);
   for (int j = 0; j < n; ++j) {
     if (start + j >= 0 && start + j < end) data[start + j] = v->data[j];

@@ -1,6 +1,7 @@
 #include "limber/solvers/BuildJJt.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstddef>
 #include <new>
 
@@ -30,7 +31,7 @@ template <class RowOf>
 ResizeMatrix* buildBand(const HSpMat* J, int bandwidth, ResizeMatrix* out, const Vector* weights,
                         const Vector* damp, double shift, RowOf rowOf) {
   const int n = J->numRows;
-  bandwidth = std::max(bandwidth, -1);
+  bandwidth = std::clamp(bandwidth, -1, INT_MAX - 1);
   out = shaped(out, n, bandwidth + 1);
   if (!out || !out->data || bandwidth < 0) return out;
   double* const band = out->data;

@@ -1,17 +1,16 @@
 #include "limber/solvers/JJtBandedPrecond.h"
 
 #include "limber/foundation/Clock.h"
-#include "limber/foundation/detail/Sharing.h"
 #include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/BuildJJt.h"
 #include "limber/solvers/detail/BandFactor.h"
 #include "limber/solvers/detail/JJtDiagonal.h"
 
-using limber::detail::copyShared;
 using limber::detail::definizerShift;
-using limber::detail::dropShared;
+using limber::detail::dropFactor;
 using limber::detail::factorOrDiagonal;
+using limber::detail::shareFactor;
 
 JJtBandedPrecond::JJtBandedPrecond(HSpMat* J, int bandwidth, Vector* mass, Vector* damp)
     : band(nullptr), diagonal(nullptr) {
@@ -27,20 +26,15 @@ JJtBandedPrecond::JJtBandedPrecond(HSpMat* J, int bandwidth, Vector* mass, Vecto
 
 JJtBandedPrecond::JJtBandedPrecond(const JJtBandedPrecond& other)
     : Preconditioner(other), band(nullptr), diagonal(nullptr) {
-  copyShared(band, other.band);
-  copyShared(diagonal, other.diagonal);
+  shareFactor(*this, other);
 }
 
 JJtBandedPrecond& JJtBandedPrecond::operator=(const JJtBandedPrecond& other) {
-  copyShared(band, other.band);
-  copyShared(diagonal, other.diagonal);
+  shareFactor(*this, other);
   return *this;
 }
 
-JJtBandedPrecond::~JJtBandedPrecond() {
-  dropShared(band);
-  dropShared(diagonal);
-}
+JJtBandedPrecond::~JJtBandedPrecond() { dropFactor(*this); }
 
 void JJtBandedPrecond::solve(const Vector* r, Vector* z) {
   limber::detail::solveBandOrDiagonal(band, diagonal, r, z);

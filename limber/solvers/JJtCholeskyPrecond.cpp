@@ -1,16 +1,15 @@
 #include "limber/solvers/JJtCholeskyPrecond.h"
 
-#include "limber/foundation/detail/Sharing.h"
 #include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/BuildJJt.h"
 #include "limber/solvers/detail/BandFactor.h"
 #include "limber/solvers/detail/JJtDiagonal.h"
 
-using limber::detail::copyShared;
 using limber::detail::definizerShift;
-using limber::detail::dropShared;
+using limber::detail::dropFactor;
 using limber::detail::factorOrDiagonal;
+using limber::detail::shareFactor;
 
 JJtCholeskyPrecond::JJtCholeskyPrecond(HSpMat* J, int bandwidth, Vector* weights, Vector* damp)
     : band(buildJJtBand(J, bandwidth, nullptr, weights, damp, definizerShift())),
@@ -18,20 +17,15 @@ JJtCholeskyPrecond::JJtCholeskyPrecond(HSpMat* J, int bandwidth, Vector* weights
 
 JJtCholeskyPrecond::JJtCholeskyPrecond(const JJtCholeskyPrecond& other)
     : Preconditioner(other), band(nullptr), diagonal(nullptr) {
-  copyShared(band, other.band);
-  copyShared(diagonal, other.diagonal);
+  shareFactor(*this, other);
 }
 
 JJtCholeskyPrecond& JJtCholeskyPrecond::operator=(const JJtCholeskyPrecond& other) {
-  copyShared(band, other.band);
-  copyShared(diagonal, other.diagonal);
+  shareFactor(*this, other);
   return *this;
 }
 
-JJtCholeskyPrecond::~JJtCholeskyPrecond() {
-  dropShared(band);
-  dropShared(diagonal);
-}
+JJtCholeskyPrecond::~JJtCholeskyPrecond() { dropFactor(*this); }
 
 void JJtCholeskyPrecond::solve(const Vector* r, Vector* z) {
   limber::detail::solveBandOrDiagonal(band, diagonal, r, z);

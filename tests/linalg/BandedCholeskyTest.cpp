@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 
 #include "tests/linalg/RandomMatrices.h"
@@ -152,7 +153,8 @@ TEST(CompactBanded, StaysInsideBothMatrices) {
   EXPECT_EQ(b.e(2, 1), 3.0) << "(0, 2)";
   EXPECT_EQ(b.e(3, 0), 4.0) << "(0, 3)";
   EXPECT_EQ(b.e(3, 1), 9.0) << "(1, 3)";
-  compactBanded(&full, &b, 4, -1);
+  for (int none : {-1, INT_MIN}) compactBanded(&full, &b, 4, none);
+  compactBanded(&full, &b, 4, INT_MAX);
   compactBanded(&full, &b, 0, 1);
   EXPECT_EQ(b.e(3, 1), 9.0);
 }

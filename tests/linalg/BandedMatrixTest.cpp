@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <optional>
 
 #include "limber/linalg/Compact.h"
@@ -173,6 +174,32 @@ TEST(BandedMatrix, TooWideABandIsReportedAndTakenAndNothingLeavesTheRows) {
       m.e(i, j) = 1.0;
       m.acc(i, j);
     }
+  }
+}
+
+TEST(BandedMatrix, TheWidestBandThereIsIsReportedAndStaysInTheRows) {
+  for (const int bw : {INT_MAX, INT_MIN}) {
+    BandedMatrix m(3, 4);
+    for (int i = 0; i < 3; ++i)
+      for (int k = 0; k < 4; ++k) m.data[i][k] = 1.0;
+    CapturedOutput output;
+    m.growbw(3, bw);
+    m.zero();
+    EXPECT_EQ(output.err(),
+              bw < 0 ? ""
+                     : "ERR: Bad max bandwidth for banded matrix, can't expand! @ (WierdMatrices:341)\n"
+                       "ERR: Too wide a bandwidth for Banded Matrix! @ (WierdMatrices:290)\n");
+    const Vector x = vectorOf({1, 2, 3});
+    Vector y;
+    m.mult(&x, &y);
+    expectElements(y, {0, 0, 0});
+    m.multT(&x, &y);
+    expectElements(y, {0, 0, 0});
+    EXPECT_EQ(m.acc(0, 0), 0.0);
+    EXPECT_EQ(m.acc(INT_MIN, INT_MAX), 0.0);
+    EXPECT_EQ(m.compact(1.0, 0, 1)->acc(1, 1), 1.0);
+    for (int i = 0; i < 3; ++i)
+      for (int k = 0; k < 4; ++k) EXPECT_EQ(m.data[i][k], bw < 0 ? 1.0 : 0.0);
   }
 }
 

@@ -4,7 +4,9 @@
 
 #include <cstddef>
 
+#include "limber/linalg/DenseProducts.h"
 #include "tests/linalg/Matrices.h"
+#include "tests/support/CapturedOutput.h"
 
 namespace {
 
@@ -64,6 +66,24 @@ TEST(ResizeMatrix, GrownOneHasItsSpareElement) {
   m.zero();
   m(2, 3) = 1.0;
   EXPECT_EQ(m(2, 3), 1.0);
+}
+
+// Rows behind the shape that the storage still holds are reached by what is not checked, and no others.
+TEST(ResizeMatrix, PlacesBehindTheShapeAreReachedWhereTheStorageHoldsThem) {
+  ResizeMatrix m(3, 2);
+  m.grow(1, 2);
+  Vector v = vectorOf({7, 8});
+  CapturedOutput output;
+  for (const int r : {2, 3, -1}) m.putRow(r, &v);
+  EXPECT_EQ(output.errCalls().size(), 3u);
+  EXPECT_EQ(m.data[4], 7.0);
+  EXPECT_EQ(m.data[5], 8.0);
+  EXPECT_EQ(m.acc(2, 1), 8.0);
+  EXPECT_EQ(m.acc(4, 0), 0.0);
+  // c is 1 x 2: r runs below 2, s below 1, so the second place is in the row behind the only one.
+  FullMatrix a = matrixOf({{3}, {4}}), b = matrixOf({{5}, {6}});
+  nmult(a, b, m);
+  EXPECT_EQ(m.data[2], a.acc(1, 0) * b.acc(0, 0) + a.acc(1, 1) * b.acc(1, 0));
 }
 
 // A capacity that lies would make the next grow write outside the array.

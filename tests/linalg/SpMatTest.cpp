@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstring>
+
 #include "limber/linalg/Compact.h"
 #include "tests/linalg/Matrices.h"
 #include "tests/support/CapturedOutput.h"
@@ -132,6 +135,40 @@ TEST(SpMat, OperationsStandInTheirSlots) {
   EXPECT_EQ(m.last, 7);
   reinterpret_cast<void (*)(SpMat*, double)>(slot(m, 7))(&m, 0.0);
   EXPECT_EQ(m.last, 8);
+}
+#endif
+
+#if defined(__x86_64__) && !defined(_WIN32)
+// A pointer to a virtual member holds one more than the offset of its slot. Destructors take two slots.
+template <class Member>
+int slotOf(Member member) {
+  std::ptrdiff_t first;
+  std::memcpy(&first, &member, sizeof first);
+  return static_cast<int>((first - 1) / static_cast<std::ptrdiff_t>(sizeof(void*)));
+}
+
+TEST(SpMat, DenseOperationsStandBehindTheDestructor) {
+  using M = FullMatrix;
+  EXPECT_EQ(slotOf(&M::transpose), 10);
+  EXPECT_EQ(slotOf(static_cast<double& (M::*)(int, int) const>(&M::operator())), 11);
+  EXPECT_EQ(slotOf(&M::operator*), 12);
+  EXPECT_EQ(slotOf(&M::operator+), 13);
+  EXPECT_EQ(slotOf(&M::operator-), 14);
+  EXPECT_EQ(slotOf(&M::operator*=), 15);
+  EXPECT_EQ(slotOf(&M::operator+=), 16);
+  EXPECT_EQ(slotOf(&M::operator-=), 17);
+  EXPECT_EQ(slotOf(&M::operator==), 18);
+  EXPECT_EQ(slotOf(&M::compact), 6);
+}
+
+TEST(SpMat, RowSparseOperationsStandBehindTheDestructor) {
+  using Range = int (HSpMat::*)(int, int) const;
+  using All = int (HSpMat::*)() const;
+  EXPECT_EQ(slotOf(static_cast<All>(&HSpMat::height)), 0);
+  EXPECT_EQ(slotOf(static_cast<All>(&HSpMat::width)), 1);
+  EXPECT_EQ(slotOf(static_cast<Range>(&HSpMat::left)), 10);
+  EXPECT_EQ(slotOf(static_cast<All>(&HSpMat::left)), 11);
+  EXPECT_EQ(slotOf(static_cast<Range>(&HSpMat::width)), 12);
 }
 #endif
 

@@ -187,6 +187,12 @@ TEST(BuildJJt, NegativeBandwidthGivesAMatrixWithoutColumns) {
   }
 }
 
+TEST(BuildJJt, TheWidestBandOfNoRowsKeepsAWidth) {
+  const HSpMat J(0);
+  const Made out(buildJJtBand(&J, std::numeric_limits<int>::max(), nullptr, nullptr, nullptr, 0.0));
+  EXPECT_EQ(out->columns(), std::numeric_limits<int>::max());
+}
+
 TEST(BuildJJt, FullBandIsWhatTheBandedFactorizationTakes) {
   Jacobian J(7);
   for (int i = 0; i < 20; i++) J.addRow(3 * (i / 4), 6, 1.0);

@@ -41,6 +41,12 @@ std::int64_t denseCount(const FullMatrix& m) {
   return m.data ? static_cast<std::int64_t>(m.numRows) * m.numColumns : 0;
 }
 
+std::int64_t denseRoom(const FullMatrix& m) {
+  const std::int64_t count = denseCount(m);
+  const ResizeMatrix* const sized = dynamic_cast<const ResizeMatrix*>(&m);
+  return sized && m.data && sized->allocated > count ? sized->allocated : count;
+}
+
 bool runsOnStorage(const FullMatrix& m) {
   if (m.kind == 1 || !m.data) return false;
   const std::type_info& type = typeid(m);

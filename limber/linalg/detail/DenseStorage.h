@@ -16,6 +16,10 @@ double* newDense(std::int64_t n, bool cleared);
 /// Number of values in m's storage, the spare one not counted; 0 without storage.
 std::int64_t denseCount(const FullMatrix& m);
 
+/// Number of doubles that m's storage is known to hold, the spare one not counted: more than its values in a
+/// ResizeMatrix that has been larger.
+std::int64_t denseRoom(const FullMatrix& m);
+
 /// Whether m's elements may be reached in its storage instead of through the virtual operator(): the class
 /// does not override it, and it would refuse none of them.
 bool runsOnStorage(const FullMatrix& m);
