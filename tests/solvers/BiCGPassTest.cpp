@@ -111,6 +111,19 @@ TEST(BiCGPass, VanishingDirection) {
   EXPECT_EQ(toElements(pass.x), (Elements{2, 0}));
 }
 
+TEST(BiCGPass, StartAtTheToleranceIsNotSolved) {
+  const Tuning tuning;
+  cg_tol = 4.0;
+  Pass at({none, firstProduct}, {{1, -1}});
+  EXPECT_EQ(at.run(1), CGI_TOO_MANY_ITERS);
+  EXPECT_EQ(at.iter, 1);
+  cg_tol = 4.5;
+  Pass below({none, firstProduct}, {{1, -1}});
+  EXPECT_EQ(below.run(1), CGI_SOLVED);
+  EXPECT_EQ(below.iter, 0);
+  EXPECT_EQ(below.rsq, 4.0);
+}
+
 TEST(BiCGPass, BreakdownAndMissingDirectionLeadToRestarts) {
   const Tuning tuning;
   cg_verbosity = 1;
@@ -337,11 +350,38 @@ TEST(BiCGPass, NumbersThatAreNotFiniteAnywhere) {
     Pass pass(products, {{9, 9}});
     EXPECT_EQ(pass.run(4), CGI_SINGULAR) << k;
     for (int i = 0; i < 2; ++i) EXPECT_EQ(pass.x[i], pass.x[i]) << k;
+    if (k == 1) {
+      EXPECT_EQ(pass.rsq, 4.0) << "of x, which stays";
+    }
   }
   cg_reset_resid = 0;
   Pass shadow({none, firstProduct, {1, 1}}, {bad});
   EXPECT_EQ(shadow.run(4), CGI_SINGULAR);
+  EXPECT_EQ(shadow.iter, 1);
   EXPECT_EQ(toElements(shadow.x), (Elements{2, 0}));
+}
+
+// Iteration 2 is worse than iteration 1, and its residual from scratch is no number.
+TEST(BiCGPass, ResidualThatIsNotFiniteGoesBackToTheBest) {
+  const Tuning tuning;
+  cg_reset_resid = 2;
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  Pass pass({none, firstProduct, {0.5, 0.25}, {nan, 0}}, {{1, -1}});
+  EXPECT_EQ(pass.run(4), CGI_SINGULAR);
+  EXPECT_EQ(pass.iter, 2);
+  EXPECT_EQ(toElements(pass.x), (Elements{2, 0}));
+  EXPECT_EQ(pass.rsq, 1.0);
+}
+
+// The recurrence has 1 for the best iterate, from scratch it is 4, so the 2.25 of the next step are better:
+// q = (-1.5, -2), d = 4, alpha = 1 and r = (1.5, 0).
+TEST(BiCGPass, BestIsJudgedByTheRecomputedSquare) {
+  const Tuning tuning;
+  cg_reset_resid = 1;
+  Pass pass({none, firstProduct, {2, 2}, {-1.5, -2}, {0.5, 0}}, {{9, 9}});
+  EXPECT_EQ(pass.run(3), CGI_TOO_MANY_ITERS);
+  EXPECT_EQ(pass.rsq, 2.25);
+  EXPECT_EQ(toElements(pass.best), (Elements{2, -2}));
 }
 
 /// The second difference on n points: far too slow for fifty iterations to solve it.

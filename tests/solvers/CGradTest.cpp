@@ -136,6 +136,18 @@ TEST(CGradI, DirectionRestartsWhenTheResidualGrew) {
   EXPECT_EQ(directions[1], (Elements{6, 8}));
 }
 
+// r = (3, 4), then (4, 3) of the same square: numerator 4 (4 - 3) + 3 (3 - 4) = 1, over 25.
+TEST(CGradI, DirectionGoesOnWhenTheResidualStaysAsItIs) {
+  const Tuning tuning;
+  const CapturedOutput captured;
+  cgradEps = cgradTol = 0.0;
+  maxCGradPasses = 1;
+  Core core;
+  core.run({{3, 4}, {4, 3}, {1, 0}}, 50.0);
+  ASSERT_EQ(directions.size(), 2u);
+  EXPECT_EQ(directions[1], (Elements{3 * 0.04 + 4, 4 * 0.04 + 3}));
+}
+
 TEST(CGradI, ConvergesByRelativeChange) {
   const Tuning tuning;
   cgradEps = 1e-30;
@@ -143,6 +155,15 @@ TEST(CGradI, ConvergesByRelativeChange) {
   Core core;
   // |16 - 9| = 7 < 25 / 4 no; |9 - 7.84| < 16.84 / 4 yes
   EXPECT_EQ(core.run({{4, 0}, {3, 0}, {2.8, 0}}, 50.0), 2);
+}
+
+TEST(CGradI, RelativeChangeIsOfTheSumOfBothSquares) {
+  const Tuning tuning;
+  cgradEps = 1e-30;
+  cgradTol = 0.25;
+  Core core;
+  // |16 - 12.25| = 3.75: less than 28.25 / 4, more than 12.25 / 4
+  EXPECT_EQ(core.run({{4, 0}, {3.5, 0}, {3, 0}}, 50.0), 1);
 }
 
 TEST(CGradI, ConvergesByAbsoluteChange) {
@@ -235,6 +256,20 @@ TEST(CGrad, NormalFormsOfTwoConstraints) {
   EXPECT_EQ(toElements(plain), (Elements{1, 1}));
   cgradJJt(&A, &damped, &b, &rsq, &ones);
   EXPECT_EQ(toElements(damped), (Elements{0.75, 0.75}));
+}
+
+// A V^-1 A^T + D = [0.75 0.25; 0.25 1.25] + [1 0; 0 0]: what has no weight counts once, what has no damping
+// is not damped.
+TEST(CGrad, ShorterWeightsAndDampingEndWhereTheyEnd) {
+  const Tuning tuning;
+  const CapturedOutput captured;
+  cgradTol = 0.0;
+  FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
+  Vector mass = toVector({2, 4}), damp = toVector({1}), b = toVector({2, 1.5}), y(2);
+  double rsq;
+  cgradJVJt(&A, &y, &b, &rsq, &mass, &damp);
+  EXPECT_NEAR(y[0], 1.0, 1e-12);
+  EXPECT_NEAR(y[1], 1.0, 1e-12);
 }
 
 TEST(CGrad, TakesNoOperatorVariablesOfTheNewerFamily) {

@@ -177,6 +177,18 @@ TEST(MCGrad, TracedSolveGoesBackToTheProductInsteadOfTheBest) {
   untraced.run(&shape, worsening);
   EXPECT_EQ(untraced.inner, CGI_NO_IMPROVEMENT);
   EXPECT_EQ(toElements(untraced.x), start);
+  {
+    const CapturedOutput captured;
+    cg_verbosity = 1;
+    Solve verbose(start, rhs);
+    verbose.run(&shape, worsening);
+    EXPECT_EQ(toElements(verbose.x), start) << "no line an iteration, no product";
+    cg_verbosity = 2;
+    Solve wordy(start, rhs);
+    wordy.run(&shape, worsening);
+    EXPECT_EQ(toElements(wordy.x), (std::vector<double>{0.25, 0.5}));
+    cg_verbosity = 0;
+  }
   const Trace trace;
   Solve traced(start, rhs);
   traced.run(&shape, worsening);

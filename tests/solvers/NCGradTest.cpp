@@ -120,6 +120,13 @@ TEST(NCGrad, DampAddsAConstantToTheProduct) {
   double rsq = -1.0;
   EXPECT_EQ(ncgradDamp(&A, &x, &b, &rsq, 3.0), 0);
   EXPECT_EQ(rsq, 0.0);
+  x[0] = 6.5;
+  rsq = -1.0;
+  EXPECT_EQ(ncgradDamp(&A, &x, &b, &rsq, -3.0), 0) << "of either sign";
+  EXPECT_EQ(rsq, 0.0);
+  SparseMatrix rows(1, 1, {2});
+  EXPECT_EQ(ncgradDamp(&rows.m, &x, &b, &rsq, -3.0), 0);
+  EXPECT_EQ(rsq, 0.0);
   Vector v = toVector({1}), w;
   multFunAtA(&A, &v, &w);
   EXPECT_EQ(w[0], 4.0) << "the damping term is 0 again";
@@ -189,6 +196,12 @@ TEST(NCGrad, ZeroRightHandSideZeroesTheSolution) {
     Vector x = toVector({3, 4}), b = toVector({1e-5, 0});
     EXPECT_EQ(entry(&A, &x, &b, nullptr), 0);
     EXPECT_EQ(toElements(x), (Elements{0, 0}));
+    // small, but not below cg_epsilon
+    x[0] = 3.0;
+    b[0] = 2e-4;
+    EXPECT_NE(entry(&A, &x, &b, nullptr), 0);
+    EXPECT_NE(x[0], 0.0);
+    cgradDampV = nullptr;
   }
   // no such answer here: the residual of the start is what counts
   Vector x = toVector({3, 4}), b = toVector({0, 0});

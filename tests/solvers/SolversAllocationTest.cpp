@@ -137,4 +137,54 @@ TEST(SolversAllocation, LargerThanTheFirstWorkVectors) {
   EXPECT_GT(iterations, 0);
 }
 
+// Each solve is larger than all before it. First each work vector that has to grow fails to, which empties
+// it; then the k-th only. Whatever fails, the same solve has what it needs the next time.
+TEST(SolversAllocation, KthFailureOfGrowingWorkVectorsIsSurvived) {
+  const Tuning tuning;
+  CapturedOutput captured;
+  cg_tol = 1e-12;
+  cg_epsilon = 1e-100;
+  double rsq;
+  int iterations;
+  int reported = 0;
+  long k = 0;
+  for (bool more = true; more; ++k) {
+    const int n = 5000 + 2 * static_cast<int>(k);
+    SparseMatrix larger = chain(n + 1), A = chain(n);
+    Vector b(n + 1), x(n + 1);
+    b = 1.0;
+    const auto solveAll = [&](SpMat* m) {
+      ncgrad(m, &x, &b, &rsq);
+      ncgradJJt(m, &x, &b, &rsq, nullptr, nullptr);
+      cgrad(m, &x, &b, &rsq);
+      biCGrad(m, &x, &b, rsq, iterations, 1);
+    };
+    {
+      const allocations::FailAt all(0, true);
+      solveAll(&larger.m);
+    }
+    b.grow(n);
+    x.grow(n);
+    captured.clear();
+    {
+      const allocations::FailAt kth(k);
+      solveAll(&A.m);
+      more = kth.happened();
+    }
+    // (what only counts reallocations may fail in silence)
+    reported += captured.err().find("NEW fails - memory problem") != std::string::npos;
+    const double middle = 1.0 / (2.5 - 2.0);
+    for (const auto entry : {ncgrad, ncgradA, cgrad, cgradA}) {
+      x = 0.0;
+      entry(&A.m, &x, &b, &rsq);
+      EXPECT_NEAR(x[n / 2], middle, 1e-2) << k;
+    }
+    x = 0.0;
+    EXPECT_EQ(biCGrad(&A.m, &x, &b, rsq, iterations, 1), CGI_SOLVED) << k;
+    EXPECT_NEAR(x[n / 2], middle, 1e-5) << k;
+  }
+  EXPECT_GE(reported, 5);
+  EXPECT_LE(reported, k);
+}
+
 }  // namespace
