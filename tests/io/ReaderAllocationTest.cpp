@@ -20,8 +20,30 @@ TEST(Reader, ReportsAFailedAllocationOfTheName) {
       ok = r.ok();
     }
     EXPECT_TRUE(failed);
+    const std::string report = output.err();
+    EXPECT_EQ(report.rfind(searched ? "FATAL ERROR@(Reader:" : "FATAL ERROR:", 0), 0u) << report;
+    EXPECT_NE(report.find(":NEW fails - memory problem\n"), std::string::npos) << report;
+    EXPECT_EQ(output.errCalls().size(), 1u);
     EXPECT_EQ(ok, !searched);  // without a place for the path it does not open; without a name it reads on
   }
+}
+
+TEST(Reader, ACopyThatCannotBeNotedIsAtEndAndTakesNothingAway) {
+  FileReader file("one two");
+  for (const long k : {0L, 1L}) {
+    CapturedOutput output;
+    Reader other(nullptr, "x");
+    {
+      allocations::FailAt trap(k, true);
+      other = file.reader;
+      if (!trap.happened()) continue;
+    }
+    EXPECT_EQ(other.ok(), 0);
+    EXPECT_EQ(other.file, nullptr);
+    EXPECT_EQ(other.name, nullptr);
+  }
+  EXPECT_STREQ(file.reader.getWord(), "one");
+  EXPECT_STREQ(file.reader.name, file.path.c_str());
 }
 
 TEST(Reader, ReadingAllocatesNothing) {

@@ -47,6 +47,16 @@ TEST(ReaderNumbers, GetIntReadsAsAtoiDoesAfterADigitOrMinus) {
   }
 }
 
+TEST(ReaderNumbers, GetIntKeepsTheValueOfAtoi) {
+  for (const char* word : {"2147483648", "-2147483648", "-2147483649", "4294967297", "99999999999999999999",
+                           "-99999999999999999999", "0x1f", "1e3", "010", "-0", "08", "5-3", "-.5", "9,9"}) {
+    FileReader file(word);
+    int value = 99;
+    EXPECT_EQ(file.reader.getInt(value, 1), 1) << word;
+    EXPECT_EQ(value, std::atoi(word)) << word;
+  }
+}
+
 TEST(ReaderNumbers, TheWordAfterARefusedOneIsNext) {
   FileReader file("foo 5");
   int value = 9;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <cstring>
 #include <random>
 
 #include "tests/io/Readers.h"
@@ -160,6 +161,31 @@ TEST(ReaderStream, CopiesShareStreamAndName) {
   EXPECT_EQ(rest.back(), "word999");
   const Words own = wordsOf(file.reader);
   EXPECT_LT(own.size(), 150u);
+}
+
+TEST(ReaderStream, CopiesHoldEveryField) {
+  std::string text;
+  for (int i = 0; i < 1000; i++) text += "word" + std::to_string(i) + "\n";
+  FileReader file(text);
+  for (int i = 0; i < 200; i++) file.reader.getWord();
+  file.reader.lastWordValid = 1;
+  Reader assigned(nullptr, "x");
+  assigned = file.reader;
+  const Reader constructed(file.reader);
+  for (const Reader* copy : {&constructed, static_cast<const Reader*>(&assigned)}) {
+    EXPECT_EQ(copy->more, 1);
+    EXPECT_EQ(copy->file, file.reader.file);
+    EXPECT_EQ(copy->name, file.reader.name);
+    EXPECT_EQ(copy->lineNo, 201);
+    EXPECT_EQ(copy->linePos, file.reader.linePos);
+    EXPECT_EQ(copy->lastWordValid, 1);
+    EXPECT_EQ(copy->bufCount, 1024);
+    EXPECT_EQ(copy->bufPos, file.reader.bufPos);
+    EXPECT_EQ(std::memcmp(copy->line, file.reader.line, sizeof copy->line), 0);
+    EXPECT_EQ(std::memcmp(copy->word, file.reader.word, sizeof copy->word), 0);
+    EXPECT_EQ(std::memcmp(copy->buf, file.reader.buf, sizeof copy->buf), 0);
+    EXPECT_STREQ(copy->getLastWord(), "word199");
+  }
 }
 
 TEST(ReaderStream, TheLastCopyCloses) {

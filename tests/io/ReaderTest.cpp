@@ -4,6 +4,7 @@
 #include <zlib.h>
 
 #include <cstddef>
+#include <cstring>
 
 #include "tests/io/Readers.h"
 #include "tests/support/CapturedOutput.h"
@@ -82,6 +83,8 @@ TEST(Reader, OpensAlongASearchPathAndKeepsThePathItFound) {
   Reader r("found.txt", list.c_str());
   EXPECT_EQ(std::string(r.name), directory / "found.txt");
   EXPECT_STREQ(r.getWord(), "here");
+  std::memset(r.name, 'n', 511);  // the caller's to use, up to 512 bytes
+  r.name[511] = 0;
 
   Reader missing("missing.txt", list.c_str());
   EXPECT_EQ(missing.ok(), 0);

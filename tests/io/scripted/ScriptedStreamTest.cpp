@@ -76,6 +76,7 @@ TEST(ReaderScripted, MoreBytesThanTheBufferHoldsAreReported) {
   CapturedOutput output;
   Reader r(scripted({{5000, true}, {0, true}}), "x");
   EXPECT_EQ(output.err(), "ERR: Read too many bytes from gunzip - overflowed buffer! @ (Reader:234)\n");
+  EXPECT_EQ(r.bufCount, 4096);  // nothing behind the buffer is taken for text
   while (r.getWord()) {
   }
   EXPECT_EQ(r.ok(), 0);
