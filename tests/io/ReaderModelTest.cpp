@@ -229,7 +229,7 @@ std::string randomText(std::mt19937& random) {
   const std::size_t size = sizes[random() % 5];
   std::string text;
   while (text.size() < size) {
-    const unsigned kind = random() % 60;
+    const unsigned kind = random() % 40;
     if (kind == 0)
       text += std::string(1 + random() % 1100, static_cast<char>('a' + random() % 26));
     else if (kind == 1)
@@ -237,7 +237,7 @@ std::string randomText(std::mt19937& random) {
     else if (kind == 2)
       text += '\0';
     else if (kind == 3)
-      text += static_cast<char>(random());
+      text += static_cast<char>(random() % 2 ? random() % 34 : random());
     else if (kind == 4)
       text += std::string(1 + random() % 1100, random() % 2 ? ' ' : '\n');
     else

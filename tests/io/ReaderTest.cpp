@@ -144,6 +144,26 @@ TEST(Reader, BytesFromLfToDc4EndALineAndOthersDoNot) {
   }
 }
 
+TEST(Reader, EveryByteMeansTheSameInEachPlaceOfALongLine) {
+  const std::string letters = "abcdefghijklmnopqrstuvwxy";
+  for (int c = 0; c < 256; c++) {
+    const bool printable = c > 32 && c < 128, ends = c == 0 || (c >= 10 && c <= 20);
+    std::string text;
+    for (std::size_t place = 1; place < 20; place += 3) {
+      text += letters + "\n";
+      text[text.size() - 26 + place] = static_cast<char>(c);
+    }
+    FileReader file(text);
+    for (std::size_t place = 1; place < 20; place += 3) {
+      const std::string line = text.substr(0, 25);
+      text.erase(0, 26);
+      ASSERT_EQ(std::string(file.reader.line), ends ? line.substr(0, place) : line) << c;
+      ASSERT_EQ(std::string(file.reader.getWord()), printable ? line : line.substr(0, place)) << c;
+      if (!printable) ASSERT_EQ(std::string(file.reader.getWord()), line.substr(place + 1)) << c;
+    }
+  }
+}
+
 TEST(Reader, AZeroByteEndsALineAndPairsWithNothing) {
   FileReader file(std::string("a\0\nb\n", 5));
   EXPECT_STREQ(file.reader.getWord(), "a");
@@ -287,6 +307,9 @@ TEST(Reader, GetLastWordIsNullWhileNobodySetsTheFlag) {
   file.reader.lastWordValid = 1;
   file.reader.gets();
   EXPECT_EQ(file.reader.lastWordValid, 0);
+  ASSERT_EQ(file.reader.ok(), 0);
+  file.reader.lastWordValid = 1;
+  EXPECT_EQ(file.reader.getLastWord(), nullptr);
 }
 
 TEST(Reader, BgetsCutsAtItsSizeAndGoesOnWithTheRemainder) {

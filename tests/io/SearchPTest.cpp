@@ -58,8 +58,8 @@ TEST(SearchP, GivesLeadingAndInnerEmptyElementsButNoTrailingOne) {
 }
 
 TEST(SearchP, BasesAndSubPathsHaveSeparatorsOfTheirOwn) {
-  EXPECT_EQ(elementsOf("a,b;c:d", PathSyntax::Bases), (Elements{"a", "b", "c:d"}));
-  EXPECT_EQ(elementsOf("a,b;c:d", PathSyntax::SubPaths), (Elements{"a,b", "c:d"}));
+  EXPECT_EQ(elementsOf("a,b;cc:dd", PathSyntax::Bases), (Elements{"a", "b", "cc:dd"}));
+  EXPECT_EQ(elementsOf("a,b;cc:dd", PathSyntax::SubPaths), (Elements{"a,b", "cc:dd"}));
 }
 
 TEST(SearchP, TriesEachElementInOrder) {
@@ -154,6 +154,34 @@ TEST(SearchP, GzopenpReportsATextModeAndOpens) {
   ASSERT_NE(stream, nullptr);
   gzclose(static_cast<gzFile>(stream));
   EXPECT_EQ(output.err(), "ERR: Non-Binary mode to gz openp! @ (SearchP:227)\n");
+}
+
+TEST(SearchP, TheBOfAModeMayStandAnywhere) {
+  char path[100];
+  CapturedOutput output;
+  for (const char* mode : {"rb", "r6b", "br"}) {
+    EXPECT_EQ(gzopenp(nullptr, "no-such-file", path, mode), nullptr);
+    EXPECT_EQ(gzFindPath("none", nullptr, "no-such-file", path, mode), nullptr);
+  }
+  EXPECT_EQ(output.err(), "");
+}
+
+TEST(SearchP, GzFindPathReadsPlainAndCompressed) {
+  TemporaryDirectory directory;
+  directory.write("plain", "text");
+  directory.writeGz("packed", "text");
+  for (const char* name : {"plain", "packed"}) {
+    char path[500], text[5] = "";
+    CapturedOutput output;
+    void* const stream = gzFindPath(directory.path().c_str(), "", name, path, "rb");
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(gzread(static_cast<gzFile>(stream), text, 4), 4);
+    EXPECT_STREQ(text, "text");
+    EXPECT_EQ(gzclose(static_cast<gzFile>(stream)), Z_OK);
+    EXPECT_EQ(output.out(), directory.path() + " IS a directory!\n   Trying ``" + (directory / name) +
+                                "''\nFound! " + (directory / name) + "\n");
+    EXPECT_EQ(output.err(), "");
+  }
 }
 
 TEST(SearchP, FindPathTriesEverySubPathOfEveryBase) {
