@@ -159,7 +159,9 @@ TEST(Reader, EveryByteMeansTheSameInEachPlaceOfALongLine) {
       text.erase(0, 26);
       ASSERT_EQ(std::string(file.reader.line), ends ? line.substr(0, place) : line) << c;
       ASSERT_EQ(std::string(file.reader.getWord()), printable ? line : line.substr(0, place)) << c;
-      if (!printable) ASSERT_EQ(std::string(file.reader.getWord()), line.substr(place + 1)) << c;
+      if (!printable) {
+        ASSERT_EQ(std::string(file.reader.getWord()), line.substr(place + 1)) << c;
+      }
     }
   }
 }
