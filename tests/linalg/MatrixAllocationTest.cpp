@@ -120,6 +120,27 @@ TEST(MatrixAllocation, GrowWithinTheCapacityAllocatesNothing) {
   EXPECT_EQ(allocations::count(), before);
 }
 
+// n bytes, not n doubles: deliberate.
+TEST(MatrixAllocation, StorageOnlyClearsItsFirstNBytesOnly) {
+  const FullMatrix m(6);
+  const ResizeMatrix r(6);
+  for (const FullMatrix* const one : {&m, static_cast<const FullMatrix*>(&r)}) {
+    const unsigned char* const bytes = reinterpret_cast<const unsigned char*>(one->data);
+    for (int k = 0; k < 48; ++k) EXPECT_EQ(bytes[k], k < 6 ? 0 : allocations::freshByte) << k;
+  }
+}
+
+TEST(MatrixAllocation, PoolOfCompactedRowsGrowsByTwiceWhatIsMissing) {
+  // The other tests here take far fewer rows than 500.
+  ResizeMatrix tall(3000, 1);
+  naiveCompact(&tall, 0.0, 0, 1);
+  tall.grow(5500, 1);
+  tall.zero();
+  const long before = allocations::count();
+  naiveCompact(&tall, 0.0, 0, 1);
+  EXPECT_LE(allocations::count() - before, 2) << "the pointer array may grow, the pool has its rows";
+}
+
 TEST(MatrixAllocation, RepeatedCompactionsAllocateNothing) {
   FullMatrix m(40, 30);
   m.identity();

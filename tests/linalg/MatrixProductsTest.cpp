@@ -34,6 +34,12 @@ TEST(DenseProducts, MultOfWrongSizesTakesWhatAccessSays) {
   EXPECT_EQ(elementsOf(c), (Rows{{6}, {0}}));
 }
 
+TEST(DenseProducts, MultIntoAnOperandGoesPlaceByPlace) {
+  FullMatrix a = matrixOf({{1, 2}, {3, 4}}), b = matrixOf({{5, 6}, {7, 8}});
+  mult(a, b, a);
+  EXPECT_EQ(elementsOf(a), (Rows{{19, 19 * 6 + 2 * 8}, {43, 43 * 6 + 4 * 8}}));
+}
+
 TEST(DenseProducts, NmultIsTheProductOfSquareMatrices) {
   FullMatrix a = matrixOf({{1, 2}, {3, 4}}), b = matrixOf({{5, 6}, {7, 8}}), c(2, 2);
   nmult(a, b, c);
@@ -98,6 +104,32 @@ TEST(SparseProducts, MultTFillsAnyShapeWithoutLeavingTheOperands) {
   EXPECT_EQ(elementsOf(out), (Rows{{6, 0}, {0, 0}}));
   multT(dense, b.matrix, out);
   EXPECT_EQ(elementsOf(out), (Rows{{12, 0}, {0, 0}}));
+}
+
+// Says of itself that it is smaller than its storage, and reads as its storage turned round.
+class Corner : public FullMatrix {
+ public:
+  Corner() : FullMatrix(2, 2) {}
+  int height() const override { return 1; }
+  int width() const override { return 1; }
+  double& operator()(int i, int j) const override { return e(1 - i, 1 - j); }
+};
+
+TEST(SparseProducts, MultTAsksTheResultForItsSizesAndPlaces) {
+  OwnRows a({{{0, 2.0}}, {{0, 7.0}}}), b({{{0, 3.0}}, {{0, 5.0}}});
+  Corner fromSparse, fromDense;
+  multT(a.matrix, b.matrix, fromSparse);
+  EXPECT_EQ(elementsOf(fromSparse), (Rows{{0, 0}, {0, 6}}));
+  FullMatrix dense = matrixOf({{4}, {8}});
+  multT(dense, b.matrix, fromDense);
+  EXPECT_EQ(elementsOf(fromDense), (Rows{{0, 0}, {0, 12}}));
+}
+
+TEST(DenseProducts, NmultAsksTheResultForItsSizesAndWritesItsStorage) {
+  FullMatrix a = matrixOf({{2}}), b = matrixOf({{3}});
+  Corner c;
+  nmult(a, b, c);
+  EXPECT_EQ(elementsOf(c), (Rows{{6, 0}, {0, 0}}));
 }
 
 }  // namespace

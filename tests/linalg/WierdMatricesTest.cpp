@@ -144,6 +144,18 @@ TEST(DiagonalMatrix, MultReadsTheSlotsBehindTheShorterOperand) {
   expectElements(y[4], {0});
 }
 
+TEST(DiagonalMatrix, MultWritesAsManyVectorsAsTheLongerOperand) {
+  Vector d = vectorOf({2, 9});
+  d.grow(1);  // the slot still holds 9
+  DiagonalMatrix m(&d);
+  Vector x = vectorOf({10, 100, 1, 1, 1});
+  Vector y[5] = {vectorOf({7}), vectorOf({7}), vectorOf({7}), vectorOf({7}), vectorOf({7})};
+  m.mult(&x, y);
+  expectElements(y[0], {20});
+  expectElements(y[1], {900});
+  expectElements(y[4], {0});
+}
+
 TEST(DiagonalMatrix, CopiesShareTheVectorAndTheFlag) {
   std::optional<DiagonalMatrix> m(std::in_place, 9);
   DiagonalMatrix copy(*m), assigned(2);

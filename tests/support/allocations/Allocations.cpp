@@ -1,6 +1,7 @@
 #include "tests/support/allocations/Allocations.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace {
@@ -18,7 +19,9 @@ void* allocate(std::size_t size) noexcept {
     failed = true;
     return nullptr;
   }
-  return std::malloc(size ? size : 1);
+  void* const p = std::malloc(size ? size : 1);
+  if (p) std::memset(p, allocations::freshByte, size);
+  return p;
 }
 
 void* allocateOrThrow(std::size_t size) {

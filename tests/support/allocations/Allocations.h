@@ -6,6 +6,9 @@
 /// global operators new and delete of the test program.
 namespace allocations {
 
+/// What every byte of new memory holds, so that nobody takes it for cleared.
+constexpr unsigned char freshByte = 0xa5;
+
 /// Calls of any operator new since the program began.
 long count();
 /// The size asked for in the latest of them.
