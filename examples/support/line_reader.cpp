@@ -19,49 +19,39 @@ bool blank(char c) { return static_cast<unsigned char>(c) <= ' '; }
 }  // namespace
 
 LineReader::LineReader(const char* name, const char* searchPath, char comment)
-    : file_(name), stream_(nullptr), comment_(comment), word_(nullptr), buffer_(1 << 16) {
-  std::vector<char> found(std::strlen(name) + (searchPath ? std::strlen(searchPath) : 0) + 4);
-  stream_ = gzopenp(searchPath, name, found.data(), "rb");
-  if (!stream_) fail(searchPath ? std::string("not found along ") + searchPath : "cannot be opened");
-  file_ = found.data();
-}
-
-LineReader::~LineReader() {
-  if (stream_) gzclose(static_cast<gzFile>(stream_));
-}
-
-int LineReader::nextByte() {
-  if (used_ == filled_) {
-    const auto stream = static_cast<gzFile>(stream_);
-    const int count = gzread(stream, buffer_.data(), static_cast<unsigned>(buffer_.size()));
-    used_ = 0;
-    filled_ = count > 0 ? static_cast<std::size_t>(count) : 0;
-    if (filled_ == 0) {
-      int problem = Z_OK;
-      gzerror(stream, &problem);
-      if (problem != Z_OK) fail("the file cannot be read to its end: it is damaged or cut short");
-      return -1;
-    }
-  }
-  return static_cast<unsigned char>(buffer_[used_++]);
+    : reader_(name, searchPath), file_(name), comment_(comment), word_(nullptr) {
+  if (!reader_.file) fail(searchPath ? std::string("not found along ") + searchPath : "cannot be opened");
+  if (reader_.name) file_ = reader_.name;
 }
 
 bool LineReader::readLine() {
   text_.clear();
   at_ = 0;
   word_ = nullptr;
-  int c = nextByte();
-  if (c == '\n' && afterReturn_) c = nextByte();
-  if (c < 0) return false;
+  char part[sizeof reader_.buf];
+  std::size_t room = sizeof part;
+  const char* start = part;
+  if (started_) {
+    start = reader_.bgets(part, sizeof part);
+  } else {
+    started_ = true;
+    start = reader_.getNextChars();
+    room = sizeof reader_.line;
+  }
+  if (!start) {
+    if (isDamaged()) fail("expected more");
+    return false;
+  }
   line_++;
-  for (; c >= 0 && c != '\n' && c != '\r'; c = nextByte()) {
-    if (c == 0) fail("a zero byte: this is not a text file");
-    if (text_.size() == longestLine) {
+  text_ = start;
+  // A part that fills its room was cut there, and the rest of the line follows.
+  for (bool cut = text_.size() + 1 == room; cut; cut = std::strlen(part) + 1 == sizeof part) {
+    if (!reader_.bgets(part, sizeof part)) break;
+    text_ += part;
+    if (text_.size() > longestLine) {
       fail("a line of more than " + std::to_string(longestLine) + " characters");
     }
-    text_ += static_cast<char>(c);
   }
-  afterReturn_ = c == '\r';
   return true;
 }
 
@@ -121,7 +111,16 @@ int LineReader::integer(const char* wanted) {
   return value;
 }
 
-void LineReader::fail(const std::string& message) const { throw InputError(file_, line_, message); }
+// The Reader takes an error for the end of the file; its stream still knows of it.
+bool LineReader::isDamaged() const {
+  int problem = Z_OK;
+  if (reader_.file) gzerror(static_cast<gzFile>(reader_.file), &problem);
+  return problem != Z_OK;
+}
+
+void LineReader::fail(const std::string& message) const {
+  throw InputError(file_, line_, message + (isDamaged() ? "; the file is damaged or cut short" : ""));
+}
 
 void LineReader::unexpected(const std::string& wanted, const char* word) const {
   fail("expected " + wanted + ", found " + quoted(word));

@@ -1,17 +1,19 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
-/// Reads the words of a text file, plain or gzip-compressed, and knows where each one stood. Lines end in LF,
-/// CR LF or CR and may be long; empty lines count in messages, words are separated by blanks and control
-/// characters. What cannot be used ends in an InputError that names the file, the line and the word.
+#include "limber/io/Reader.h"
+
+/// Reads the words of a text file, plain or gzip-compressed, through Limber's Reader, and knows in which line
+/// each one stood. Lines may be longer than the Reader's own: the start of the first is the Reader's current
+/// line, and everything behind it is taken raw, with bgets. Lines are counted as the Reader delivers them,
+/// which takes an empty line between two others, like CR LF, for part of one line end. What cannot be used
+/// ends in an InputError that names the file, the line and the word.
 class LineReader {
  public:
   /// Opens `name` along `searchPath` (null: as it stands). A word that begins with `comment` and what follows
   /// it in the line are skipped; 0: no comments.
   LineReader(const char* name, const char* searchPath, char comment = 0);
-  ~LineReader();
   LineReader(const LineReader&) = delete;
   LineReader& operator=(const LineReader&) = delete;
 
@@ -42,16 +44,14 @@ class LineReader {
 
  private:
   bool readLine();
-  int nextByte();
+  bool isDamaged() const;
 
+  Reader reader_;
   std::string file_;
-  void* stream_;
   char comment_;
+  bool started_ = false;
   int line_ = 0;
   std::string text_;    // the line; words that were found end in a zero byte
   std::size_t at_ = 0;  // where the search for the next word begins
   const char* word_;    // found and not taken; null: not looked for
-  bool afterReturn_ = false;
-  std::vector<char> buffer_;
-  std::size_t used_ = 0, filled_ = 0;
 };

@@ -87,11 +87,17 @@ TEST_F(Script, LinesMayBeLong) {
     ASSERT_EQ(wishes.size(), 2u) << length;
     EXPECT_EQ(wishes[0].target.z, 3.0);
     EXPECT_EQ(wishes[1].target.x, 4.0);
-    EXPECT_EQ(problem(wide + "\n\n2 Arm 4 5\n"),
+    EXPECT_EQ(problem(wide + " \n \n2 Arm 4 5\n"),
               "script.txt:4: expected a coordinate, found the end of the line");
   }
   EXPECT_EQ(problem("1 Arm 1 2 " + std::string(600, '3')),
             "script.txt:1: expected a coordinate, found '" + std::string(40, '3') + "...'");
+}
+
+// The Reader's line ends: two line feeds in a row are one.
+TEST_F(Script, AnEmptyLineBetweenTwoIsNotCounted) {
+  EXPECT_EQ(problem("1 Arm 1 2 3\n\n2 Arm 4 5\n"),
+            "script.txt:2: expected a coordinate, found the end of the line");
 }
 
 TEST_F(Script, EveryMistakeIsNamedWithItsPlace) {
@@ -128,7 +134,7 @@ TEST_F(Script, EveryMistakeIsNamedWithItsPlace) {
       {"hold 1 Arm on 1", "expected a weight, found 'on'"},
   };
   for (const auto& one : all) {
-    EXPECT_EQ(problem(std::string("# first\n\n") + one.line + "\n2 Arm 1 2 3\n"),
+    EXPECT_EQ(problem(std::string("# first\n \n") + one.line + "\n2 Arm 1 2 3\n"),
               std::string("script.txt:3: ") + one.message);
   }
 }
