@@ -4,7 +4,9 @@
 #include <cmath>
 #include <limits>
 
+#include "limber/foundation/detail/WideVectors.h"
 #include "limber/geometry/Matrix.h"
+#include "limber/geometry/detail/WideInverse.h"
 #include "limber/linalg/detail/GaussJordan.h"
 #include "tests/geometry/RandomGeometry.h"
 #include "tests/support/CapturedOutput.h"
@@ -118,10 +120,17 @@ TEST(InvertMatrix, HasTheBitsOfTheSharedKernel) {
     void columnUsedTwice() { singular = true; }
     bool singular = false;
   };
+  using Way = bool (*)(double*);
+  struct {
+    Way invert;
+    bool works;
+    int taken;
+  } ways[] = {{limber::detail::invertAvx2, limber::detail::machineHasWideVectors(), 0},
+              {limber::detail::invertAvx512, limber::detail::machineHasAvx512(), 0}};
   RandomGeometry random(24);
   for (int n = 0; n < 20000; n++) {
     Matrix4x4 a = random.matrix4();
-    const int kind = n % 5;
+    const int kind = n % 6;
     for (auto& row : a.m)
       for (double& x : row) {
         if (kind == 1) x = std::floor(3.0 * x);                       // ties
@@ -129,13 +138,27 @@ TEST(InvertMatrix, HasTheBitsOfTheSharedKernel) {
         if (kind == 3 && random.number() > 0.9)
           x = random.number() > 0.0 ? nan : -std::numeric_limits<double>::infinity();
         if (kind == 4) x = std::copysign(x > 0.5 ? 1.0 : 0.0, random.number());  // signed zeros, permutations
+        if (kind == 5 && random.number() > 0.0) x = std::nextafter(random.number() > 0.0 ? 0.75 : -0.75, x);
       }
     Matrix4x4 b = a;
+    const Matrix4x4 original = a;
     Quiet watcher;
     limber::detail::gaussJordanFixed<4>(&b.m[0][0], 4, watcher);
     EXPECT_EQ(invertMatrix(&a, 0), watcher.singular ? 0 : 1) << n;
     ASSERT_TRUE(sameOrBothNan(a, b)) << n;
+    for (auto& way : ways) {
+      if (!way.works) continue;
+      Matrix4x4 c = original;
+      if (way.invert(&c.m[0][0])) {
+        way.taken++;
+        EXPECT_FALSE(watcher.singular) << n;
+        ASSERT_TRUE(sameOrBothNan(c, b)) << n;
+      } else {
+        ASSERT_TRUE(sameOrBothNan(c, original)) << n;
+      }
+    }
   }
+  for (const auto& way : ways) EXPECT_TRUE(!way.works || way.taken > 5000) << way.taken;
 }
 
 TEST(InvertMatrix, TheLastOfEqualMagnitudesIsThePivot) {

@@ -129,6 +129,8 @@ LIMBER_WIDE_PART bool eliminate(const double* from, double* to, __m256d& r0, __m
   return true;
 }
 
+}  // namespace
+
 LIMBER_WIDE bool invertAvx2(double* m) {
   alignas(32) double rows[16];
   __m256d r0 = load<0>(m), r1 = load<0>(m + 4), r2 = load<0>(m + 8), r3 = load<0>(m + 12);
@@ -156,17 +158,20 @@ LIMBER_WIDE bool invertAvx2(double* m) {
   return true;
 }
 
+namespace {
+
 // False before this file's initialisers have run, which only means the other way to the same bits.
-const bool wide = machineHasWideVectors();
+const bool wide = machineHasWideVectors(), wider = machineHasAvx512();
 
 }  // namespace
 
-bool invertWide(double* m) { return wide && invertAvx2(m); }
+bool invertWide(double* m) { return (wider && invertAvx512(m)) || (wide && invertAvx2(m)); }
 
 }  // namespace limber::detail
 
 #else
 
+bool limber::detail::invertAvx2(double*) { return false; }
 bool limber::detail::invertWide(double*) { return false; }
 
 #endif

@@ -2,9 +2,16 @@
 
 namespace limber::detail {
 
-/// The full-pivoting elimination of one row-major 4x4 matrix with 256-bit vectors, to the bits of
-/// gaussJordan(). False, with `m` untouched, where this machine has no such vectors and where a pivot is zero
-/// or a NaN turns up: these are gaussJordan()'s, with its reports.
+/// The full-pivoting elimination of one row-major 4x4 matrix with the widest vectors of this machine, to the
+/// bits of gaussJordan(). False, with `m` untouched, where the machine has none and where a pivot is zero or
+/// a NaN turns up: these are gaussJordan()'s, with its reports.
 bool invertWide(double* m);
+
+/// The ways behind it, with 256-bit vectors where machineHasWideVectors() and 512-bit ones where
+/// machineHasAvx512(). The second leaves more matrices untouched: those where several magnitudes may be the
+/// largest, or the largest is infinite.
+bool invertAvx2(double* m);
+bool machineHasAvx512();
+bool invertAvx512(double* m);
 
 }  // namespace limber::detail

@@ -1,0 +1,161 @@
+#include "limber/geometry/detail/WideInverse.h"
+
+// Not on Windows, where g++ does not align the stack for wide vectors.
+#if defined(__x86_64__) && !defined(_WIN32)
+
+// g++ 12's own header trips over these where its functions are inlined.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <immintrin.h>
+
+#include <cstdint>
+
+// The whole matrix in two registers, rows 0 and 1 in `a`, rows 2 and 3 in `b`, and nothing in memory. What
+// costs is the wait for the place of the next pivot, so the search carries it along: the keys compared are
+// the bits of the magnitudes with the place, 4 row + column, in the lowest four, and their maximum stands in
+// every lane, ready to permute by. Two keys that agree in all other bits are equal magnitudes or may be:
+// these rare matrices are left to the other ways, as are NaN, infinities and zero pivots.
+//
+// Rows stay where they are; the one permutation at the end does what all interchanges do. The reciprocals of
+// all elements are under way while the pivot among them is still sought, which may divide by a zero that is
+// no pivot.
+
+namespace limber::detail {
+
+namespace {
+
+#define LIMBER_512 "avx512f,avx512dq,avx512vl"
+#define LIMBER_WIDER __attribute__((target(LIMBER_512), always_inline)) inline
+
+struct State {
+  __m512d a, b;
+  __m512i openA, openB;  // the magnitude bits of a key where row and column are open, 0 elsewhere
+  unsigned rowOfColumn, columnOfRow;  // four bits each
+  unsigned rowSum, columnSum;         // of the pivots so far
+};
+
+constexpr long long placeBits = 15;
+
+LIMBER_WIDER __m512i placesA() { return _mm512_setr_epi64(0, 1, 2, 3, 4, 5, 6, 7); }
+LIMBER_WIDER __m512i placesB() { return _mm512_setr_epi64(8, 9, 10, 11, 12, 13, 14, 15); }
+
+/// The place of the next pivot in every lane of `place`, and its reciprocal in every lane of `reciprocal`.
+LIMBER_WIDER bool findPivot(const State& s, __m512i& place, __m512d& reciprocal) {
+  const __m512i keysA = _mm512_or_si512(_mm512_and_si512(_mm512_castpd_si512(s.a), s.openA), placesA());
+  const __m512i keysB = _mm512_or_si512(_mm512_and_si512(_mm512_castpd_si512(s.b), s.openB), placesB());
+  __m512i best = _mm512_max_epi64(keysA, keysB);
+  best = _mm512_max_epi64(best, _mm512_shuffle_epi32(best, _MM_PERM_BADC));
+  best = _mm512_max_epi64(best, _mm512_shuffle_i64x2(best, best, 0xb1));
+  best = _mm512_max_epi64(best, _mm512_shuffle_i64x2(best, best, 0x4e));
+
+  const __m512i magnitude = _mm512_set1_epi64(~placeBits);
+  const unsigned sameA = _mm512_testn_epi64_mask(_mm512_xor_si512(keysA, best), magnitude);
+  const unsigned sameB = _mm512_testn_epi64_mask(_mm512_xor_si512(keysB, best), magnitude);
+  const unsigned same = sameA | sameB << 8;
+  const auto key = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm512_castsi512_si128(best)));
+  constexpr std::uint64_t infinity = 0x7ff0000000000000, smallest = placeBits + 1;
+  if (__builtin_expect((same & (same - 1)) != 0 || key - smallest >= infinity - smallest, 0)) return false;
+
+  const __m512d one = _mm512_set1_pd(1.0);
+  place = best;  // permutations by it read the lowest four bits only
+  reciprocal = _mm512_permutex2var_pd(_mm512_div_pd(one, s.a), place, _mm512_div_pd(one, s.b));
+  return true;
+}
+
+template <int Step>
+LIMBER_WIDER bool eliminate(State& s) {
+  __m512i place;
+  __m512d reciprocal;
+  unsigned row = 6 - s.rowSum, column = 6 - s.columnSum;
+  if constexpr (Step < 3) {
+    if (!findPivot(s, place, reciprocal)) return false;
+    const auto key = static_cast<unsigned>(_mm_cvtsi128_si32(_mm512_castsi512_si128(place)));
+    row = key >> 2 & 3, column = key & 3;
+  } else {  // the one that is left
+    place = _mm512_set1_epi64(4 * row + column);
+    const __m128d pivot = _mm512_castpd512_pd128(_mm512_permutex2var_pd(s.a, place, s.b));
+    if (_mm_cvtsd_f64(pivot) == 0.0) return false;
+    reciprocal = _mm512_broadcastsd_pd(_mm_div_sd(_mm_set_sd(1.0), pivot));
+  }
+  s.rowSum += row, s.columnSum += column;
+  s.rowOfColumn |= row << (4 * column);
+  s.columnOfRow |= column << (4 * row);
+
+  const __m512i columnBits = _mm512_set1_epi64(3), rowBits = _mm512_set1_epi64(12);
+  const __m512i differA = _mm512_xor_si512(place, placesA()), differB = _mm512_xor_si512(place, placesB());
+  const __mmask8 inColumn = _mm512_testn_epi64_mask(differA, columnBits);
+  const __mmask8 otherRowA = _mm512_test_epi64_mask(differA, rowBits);
+  const __mmask8 otherRowB = _mm512_test_epi64_mask(differB, rowBits);
+
+  const __m512i ofRow =
+      _mm512_ternarylogic_epi64(place, columnBits, _mm512_setr_epi64(0, 1, 2, 3, 0, 1, 2, 3),
+                                0xb8);  // columnBits ? third : place
+  const __m512i ofColumn =
+      _mm512_or_si512(_mm512_and_si512(place, columnBits), _mm512_setr_epi64(0, 0, 0, 0, 4, 4, 4, 4));
+  const __m512d pivotRow = _mm512_permutex2var_pd(s.a, ofRow, s.b);
+  const __m512d scaled =
+      _mm512_mul_pd(_mm512_mask_mov_pd(pivotRow, inColumn, _mm512_set1_pd(1.0)), reciprocal);
+  const __m512d multiplesA = _mm512_permutexvar_pd(ofColumn, s.a);
+  const __m512d multiplesB = _mm512_permutexvar_pd(ofColumn, s.b);
+  const __m512d zero = _mm512_setzero_pd();
+  s.a = _mm512_mask_sub_pd(scaled, otherRowA, _mm512_mask_mov_pd(s.a, inColumn, zero),
+                           _mm512_mul_pd(scaled, multiplesA));
+  s.b = _mm512_mask_sub_pd(scaled, otherRowB, _mm512_mask_mov_pd(s.b, inColumn, zero),
+                           _mm512_mul_pd(scaled, multiplesB));
+  if constexpr (Step < 3) {
+    const __m512i closed = _mm512_setzero_si512();
+    s.openA = _mm512_mask_mov_epi64(_mm512_maskz_mov_epi64(otherRowA, s.openA), inColumn, closed);
+    s.openB = _mm512_mask_mov_epi64(_mm512_maskz_mov_epi64(otherRowB, s.openB), inColumn, closed);
+  }
+  return true;
+}
+
+/// Two rows. They may just have been written in halves, which one wide load would have to wait for.
+LIMBER_WIDER __m512d loadRows(const double* m) {
+  const __m256d first = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(m)), _mm_loadu_pd(m + 2), 1);
+  const __m256d second =
+      _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(m + 4)), _mm_loadu_pd(m + 6), 1);
+  return _mm512_insertf64x4(_mm512_castpd256_pd512(first), second, 1);
+}
+
+}  // namespace
+
+__attribute__((target(LIMBER_512))) bool invertAvx512(double* m) {
+  State s;
+  s.a = loadRows(m), s.b = loadRows(m + 8);
+  s.openA = s.openB = _mm512_set1_epi64(INT64_MAX & ~placeBits);
+  s.rowOfColumn = s.columnOfRow = s.rowSum = s.columnSum = 0;
+  if (!eliminate<0>(s) || !eliminate<1>(s) || !eliminate<2>(s) || !eliminate<3>(s)) return false;
+  // A NaN stays in its row to the end.
+  if (_mm512_cmp_pd_mask(s.a, s.b, _CMP_UNORD_Q)) return false;
+
+  // Element (i, j) of the inverse stands in the pivot row of column i, in the pivot column of row j.
+  const __m512i columns = _mm512_and_si512(
+      _mm512_srlv_epi64(_mm512_set1_epi64(s.columnOfRow), _mm512_setr_epi64(0, 4, 8, 12, 0, 4, 8, 12)),
+      _mm512_set1_epi64(3));
+  const __m512i rows = _mm512_set1_epi64(4LL * s.rowOfColumn), rowBits = _mm512_set1_epi64(12);
+  const __m512i rowsA =
+      _mm512_and_si512(_mm512_srlv_epi64(rows, _mm512_setr_epi64(0, 0, 0, 0, 4, 4, 4, 4)), rowBits);
+  const __m512i rowsB =
+      _mm512_and_si512(_mm512_srlv_epi64(rows, _mm512_setr_epi64(8, 8, 8, 8, 12, 12, 12, 12)), rowBits);
+  _mm512_storeu_pd(m, _mm512_permutex2var_pd(s.a, _mm512_or_si512(rowsA, columns), s.b));
+  _mm512_storeu_pd(m + 8, _mm512_permutex2var_pd(s.a, _mm512_or_si512(rowsB, columns), s.b));
+  return true;
+}
+
+bool machineHasAvx512() {
+  __builtin_cpu_init();
+  return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+         __builtin_cpu_supports("avx512vl");
+}
+
+}  // namespace limber::detail
+
+#else
+
+bool limber::detail::machineHasAvx512() { return false; }
+bool limber::detail::invertAvx512(double*) { return false; }
+
+#endif
