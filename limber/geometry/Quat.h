@@ -79,7 +79,7 @@ class LIMBER_API Quat {
   /// the member above.
   template <class Angle>
   void Euler(const char* order, const Angle* angles) {
-    Euler(order, const_cast<Angle*>(angles));
+    Euler(order, const_cast<double*>(angles));  // angles of another type do not compile
   }
   /// out = the X, Y and Z angles, in degrees, of Euler("ZXY", {z, x, y}) (which takes radians, and Z first).
   void getEulerZXY(double* out) const;
