@@ -243,6 +243,13 @@ TEST(MatrixAllocation, FailedBandIsReportedWithItsLineAndEmpty) {
   }
 }
 
+TEST(MatrixAllocation, GrownBandsRowsHaveTheWidthThatWasAllocatedAtFirst) {
+  BandedMatrix m(1, 7);
+  CapturedOutput output;
+  m.growbw(2, 1);
+  EXPECT_EQ(allocations::lastSize(), 7 * sizeof(double));
+}
+
 TEST(MatrixAllocation, FailedBandGrowthIsReportedAndEmpty) {
   for (int k = 0; k < 14; ++k) {
     BandedMatrix m(3, 4);

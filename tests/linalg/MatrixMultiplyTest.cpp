@@ -72,6 +72,21 @@ TEST(MatrixMultiply, ResultMayShareStorageInAnotherShape) {
   view.data = own;
 }
 
+TEST(MatrixMultiply, ResultMayBePartOfAnOperandsStorage) {
+  Engine engine(2);
+  FullMatrix a(3, 3), b(3, 2), view(3, 2);
+  fill(engine, b);
+  double* const own = view.data;
+  for (int from = 1; from <= 3; from++) {
+    fill(engine, a);
+    const FullMatrix expected = product(a, b);
+    view.data = a.data + from;
+    matrixMultiply(&a, &b, &view);
+    EXPECT_TRUE(small(distance(view, expected), 1e-14)) << from;
+  }
+  view.data = own;
+}
+
 TEST(MatrixMultiply, ALargeResultOverItsOperandGrowsTheWorkspace) {
   const int n = 640;  // 409600 elements
   Engine engine(3);

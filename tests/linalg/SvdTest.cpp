@@ -99,7 +99,8 @@ TEST(Svd, ReportsOnlyWhatDiffers) {
 }
 
 TEST(Svd, SmallerResultsReturnTheirArgumentAndNothingIsWritten) {
-  FullMatrix u(3, 3), s(1, 2), vt(2, 2), smallU(2, 3), smallS(1, 1), smallVt(1, 2);
+  FullMatrix u(3, 3), s(1, 2), vt(2, 2), smallU(2, 3), smallS(1, 1), smallVt(1, 2), narrowU(3, 2),
+      narrowVt(2, 1);
   const auto a = [] {
     FullMatrix m(3, 2);
     m.identity();
@@ -110,6 +111,8 @@ TEST(Svd, SmallerResultsReturnTheirArgumentAndNothingIsWritten) {
   EXPECT_EQ(svdDecomp(&input, &u, &smallS, &vt), -7);
   EXPECT_EQ(svdDecomp(&input, &u, &s, &smallVt), -8);
   EXPECT_EQ(svdDecomp(&input, &smallU, &s, &vt), -10);
+  EXPECT_EQ(svdDecomp(&input, &u, &s, &narrowVt), -8);
+  EXPECT_EQ(svdDecomp(&input, &narrowU, &s, &vt), -10);
   EXPECT_EQ(svdDecomp(nullptr, &u, &s, &vt), -5);
   EXPECT_EQ(svdDecomp(&input, &u, nullptr, &vt), -7);
   EXPECT_EQ(svdDecomp(&input, &u, &s, nullptr), -8);

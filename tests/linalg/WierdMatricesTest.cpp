@@ -224,6 +224,15 @@ TEST(SQPMatrix, SmallProductAfterALargeOneHasNoLeftovers) {
   expectElements(y, {32, 3});
 }
 
+TEST(SQPMatrix, DenseJacobianMayBeTallerThanTheHessian) {
+  FullMatrix h = matrixOf({{2}}), j = matrixOf({{3}, {4}, {5}});
+  SQPMatrix q(&h, &j);
+  const Vector x = vectorOf({1, 10, 100, 1000});
+  Vector y;
+  q.mult(&x, &y);
+  expectElements(y, {5432, 3, 4, 5});
+}
+
 TEST(SQPMatrix, ShortOperandStaysInItsStorage) {
   FullMatrix h = matrixOf({{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}), j = matrixOf({{1, 1, 1}, {1, 1, 1}});
   SQPMatrix q(&h, &j);
@@ -271,6 +280,16 @@ TEST(SQPMatrix, StatisticsPrintFiveLines) {
                                       "  //  Hessian (2 2), 3 entries. Range (-2->4). Abs range=(0 4)\n",
                                       "  ||      row mag=(5->2)\n", "  \\\\  Constraint Jacobian 3 entries\n",
                                       "   \\\\    max row mag=10\n"}));
+}
+
+TEST(SQPMatrix, StatisticsOfNoHessianShowWhereTheMinimaStart) {
+  FullMatrix h(0, 0);
+  OwnRows j({{{0, 2.0}}});
+  SQPMatrix q(&h, &j.matrix);
+  CapturedOutput output;
+  qpMatStats(&q);
+  EXPECT_EQ(output.outCalls()[1], "  //  Hessian (0 0), 0 entries. Range (0->0). Abs range=(1e+19 0)\n");
+  EXPECT_EQ(output.outCalls()[2], "  ||      row mag=(0->1e+19)\n");
 }
 
 TEST(SQPMatrix, StatisticsRangeAlwaysIncludesZero) {

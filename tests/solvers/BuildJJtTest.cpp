@@ -177,6 +177,23 @@ TEST(BuildJJt, RowsOutOfOrderAndNullRowsAreSafe) {
   EXPECT_EQ(weighted->e(2, 2), 0.0) << "a weight outside its vector counts as 0";
 }
 
+TEST(BuildJJt, RowsListedTwiceAndRepeatedIndicesHaveTheirMergedDots) {
+  HSpMat J(0);
+  SpVec disordered(4), repeated(4), plain(4);
+  disordered.insEnd(2.0, 7);
+  disordered.insEnd(3.0, 1);
+  repeated.insEnd(1.0, 9);
+  repeated.insEnd(2.0, 9);
+  plain.ins(5.0, 9);
+  for (SpVec* const row : {&disordered, &disordered, &repeated, &plain}) J.add(row);
+  const Made out(buildJJtBand(&J, 1, nullptr, nullptr, nullptr, 0.0));
+  EXPECT_EQ(out->e(0, 1), 13.0);
+  EXPECT_EQ(out->e(1, 0), dot(disordered, disordered)) << "not the squared norm";
+  EXPECT_EQ(out->e(1, 0), 0.0);
+  EXPECT_EQ(out->e(2, 1), 5.0);
+  EXPECT_EQ(out->e(3, 0), 5.0) << "1 x 5: the second entry at 9 meets no partner";
+}
+
 TEST(BuildJJt, NegativeBandwidthGivesAMatrixWithoutColumns) {
   Jacobian J(6);
   for (int i = 0; i < 3; i++) J.addRow(i, 2, 1.0);

@@ -114,6 +114,12 @@ TEST(JJtPrecond, WritesTheCommonPartAndDoesNotGrowZ) {
   Vector shortR = filled(2, 1.0, 1.0), same = filled(8, -5.0, 0.0);
   precond.solve(&shortR, &same);
   EXPECT_EQ(same[2], -5.0);
+  Vector shrunk = filled(8, -5.0, 0.0);
+  shrunk.grow(1);
+  precond.solve(&r, &shrunk);
+  EXPECT_EQ(shrunk.size(), 1);
+  EXPECT_NE(shrunk.data[5], -5.0) << "z's own size does not count, its storage does";
+  EXPECT_EQ(shrunk.data[6], -5.0);
   Vector none(0);
   precond.solve(&r, &none);
   EXPECT_EQ(none.size(), 0);
