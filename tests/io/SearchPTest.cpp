@@ -166,6 +166,42 @@ TEST(SearchP, TheBOfAModeMayStandAnywhere) {
   EXPECT_EQ(output.err(), "");
 }
 
+TEST(SearchP, ATextModeIsReportedBeforeMissingArgumentsCount) {
+  char path[100];
+  CapturedOutput output;
+  EXPECT_EQ(gzopenp("a", nullptr, path, "r"), nullptr);
+  EXPECT_EQ(gzFindPath("a", nullptr, nullptr, path, "r"), nullptr);
+  EXPECT_EQ(output.err(),
+            "ERR: Non-Binary mode to gz openp! @ (SearchP:227)\n"
+            "ERR: Non-Binary mode to gz find path! @ (SearchP:159)\n");
+}
+
+TEST(SearchP, TheModeIsTheCallers) {
+  TemporaryDirectory directory;
+  const std::string list = "/no/such/place;" + directory.path();
+  char path[500];
+  CapturedOutput output;
+  FILE* const opened = fopenp(list.c_str(), "one", path, "w");
+  ASSERT_NE(opened, nullptr);
+  EXPECT_EQ(path, directory / "one");
+  EXPECT_GE(fputs("1", opened), 0);
+  fclose(opened);
+  FILE* const found = findPath(list.c_str(), nullptr, "two", path, "w");
+  ASSERT_NE(found, nullptr);
+  EXPECT_GE(fputs("2", found), 0);
+  fclose(found);
+  const auto put = [](void* stream, const char* text) {
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(gzputs(static_cast<gzFile>(stream), text), 1);
+    EXPECT_EQ(gzclose(static_cast<gzFile>(stream)), Z_OK);
+  };
+  put(gzopenp(list.c_str(), "three", path, "wb"), "3");
+  put(gzFindPath(list.c_str(), nullptr, "four", path, "wb"), "4");
+  EXPECT_EQ(readFile(directory / "one") + readFile(directory / "two"), "12");
+  EXPECT_EQ(readFile(directory / "three").substr(0, 2), "\x1f\x8b");
+  EXPECT_EQ(readFile(directory / "four").substr(0, 2), "\x1f\x8b");
+}
+
 TEST(SearchP, GzFindPathReadsPlainAndCompressed) {
   TemporaryDirectory directory;
   directory.write("plain", "text");
