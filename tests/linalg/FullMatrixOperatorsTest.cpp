@@ -70,6 +70,10 @@ TEST(FullMatrixOperators, InPlaceProductMayChangeTheShape) {
   FullMatrix a = matrixOf({{1, 2}});
   a *= matrixOf({{1, 0, 2}, {0, 1, 3}});
   EXPECT_EQ(elementsOf(a), (Rows{{1, 2, 8}}));
+  a *= FullMatrix(3, 0);
+  EXPECT_EQ(a.kind, 1);
+  EXPECT_EQ(a.rows(), 1);
+  EXPECT_EQ(a.columns(), 0);
   FullMatrix square = matrixOf({{1, 1}, {0, 1}});
   square *= square;
   EXPECT_EQ(elementsOf(square), (Rows{{1, 2}, {0, 1}}));
