@@ -198,7 +198,8 @@ TEST(ReaderStream, TheLastCopyCloses) {
   delete first;
   EXPECT_STREQ(second.getWord(), "one");
   EXPECT_STREQ(second.name, path.c_str());
-  second = second;
+  const Reader& itself = second;
+  second = itself;
   EXPECT_STREQ(second.getWord(), "two");
   third = second;
   EXPECT_STREQ(third.getWord(), "three");

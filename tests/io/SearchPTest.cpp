@@ -36,6 +36,16 @@ std::string lastTried(const char* searchPath, const char* name) {
   return path;
 }
 
+/// The stream holds "text"; closes it.
+void expectText(void* opened) {
+  ASSERT_NE(opened, nullptr);
+  const auto stream = static_cast<gzFile>(opened);
+  char text[5] = "";
+  EXPECT_EQ(gzread(stream, text, 4), 4);
+  EXPECT_STREQ(text, "text");
+  EXPECT_EQ(gzclose(stream), Z_OK);
+}
+
 TEST(SearchP, SplitsAtSemicolonAndColon) {
   EXPECT_EQ(elementsOf("aa;bb"), (Elements{"aa", "bb"}));
   EXPECT_EQ(elementsOf("aa:bb;cc"), (Elements{"aa", "bb", "cc"}));
@@ -134,13 +144,10 @@ TEST(SearchP, GzopenpReadsPlainAndCompressed) {
   directory.write("plain", "text");
   directory.writeGz("packed", "text");
   for (const char* name : {"plain", "packed"}) {
-    char path[500], text[5] = "";
+    char path[500];
     CapturedOutput output;
     void* const stream = gzopenp(directory.path().c_str(), name, path, "rb");
-    ASSERT_NE(stream, nullptr);
-    EXPECT_EQ(gzread(static_cast<gzFile>(stream), text, 4), 4);
-    EXPECT_STREQ(text, "text");
-    gzclose(static_cast<gzFile>(stream));
+    expectText(stream);
     EXPECT_EQ(output.err() + output.out(), "");
   }
 }
@@ -207,13 +214,10 @@ TEST(SearchP, GzFindPathReadsPlainAndCompressed) {
   directory.write("plain", "text");
   directory.writeGz("packed", "text");
   for (const char* name : {"plain", "packed"}) {
-    char path[500], text[5] = "";
+    char path[500];
     CapturedOutput output;
     void* const stream = gzFindPath(directory.path().c_str(), "", name, path, "rb");
-    ASSERT_NE(stream, nullptr);
-    EXPECT_EQ(gzread(static_cast<gzFile>(stream), text, 4), 4);
-    EXPECT_STREQ(text, "text");
-    EXPECT_EQ(gzclose(static_cast<gzFile>(stream)), Z_OK);
+    expectText(stream);
     EXPECT_EQ(output.out(), directory.path() + " IS a directory!\n   Trying ``" + (directory / name) +
                                 "''\nFound! " + (directory / name) + "\n");
     EXPECT_EQ(output.err(), "");
