@@ -62,13 +62,13 @@ TEST(MatrixAllocation, FailedConstructionIsReportedAndLeavesAnEmptyMatrix) {
 
 TEST(MatrixAllocation, FailedOperationsLeaveAnEmptyMatrixThatWorks) {
   const FullMatrix other = matrixOf({{1, 2}, {3, 4}});
-  const auto make = [&other] {
+  const auto make = [] {
     auto m = std::make_unique<ResizeMatrix>(1, 1);
     m->grow(2, 2);
     m->identity();
     return m;
   };
-  const auto check = [&other](ResizeMatrix& m) {
+  const auto check = [](ResizeMatrix& m) {
     expectEmpty(m);
     EXPECT_EQ(m.allocated, 0);
     m.grow(2, 2);

@@ -79,7 +79,8 @@ TEST(VectorArithmetic, OperationsWithItself) {
   expectElements(v, {2, 8, 18, 32, 50, 72, 98});
   v /= &v;
   expectElements(v, {1, 1, 1, 1, 1, 1, 1});
-  v -= v;
+  const Vector& itself = v;
+  v -= itself;
   expectElements(v, {0, 0, 0, 0, 0, 0, 0});
 }
 
