@@ -94,7 +94,10 @@ int Edit::solve(EditOptions::Preconditioning preconditioning, double relative) {
     iterations = iterate(&banded);
   }
   J->multT(&lambda_, &step_);
+  // Unknowns behind the last that J has hold what an earlier step left there.
+  const int touched = step_.size();
   step_.grow(jacobian_.unknowns());
+  for (int i = touched; i < step_.size(); i++) step_[i] = 0.0;
   step_ /= masses_;
   return iterations;
 }
