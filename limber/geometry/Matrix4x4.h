@@ -73,6 +73,7 @@ LIMBER_API LIMBER_INLINE void postMultiply(const Matrix4x4* M, const double* v, 
     r[i] = M->m[i][0] * v[0] + M->m[i][1] * v[1] + M->m[i][2] * v[2] + M->m[i][3] * v[3];
   for (int i = 0; i < 4; i++) out[i] = r[i];
 }
+/// The same.
 LIMBER_API LIMBER_INLINE void postMultiply(Matrix4x4* M, double* const v, double* const out) {
   postMultiply(static_cast<const Matrix4x4*>(M), v, out);
 }
@@ -84,6 +85,7 @@ LIMBER_API LIMBER_INLINE void preMultiply(const double* v, const Matrix4x4* M, d
     r[j] = v[0] * M->m[0][j] + v[1] * M->m[1][j] + v[2] * M->m[2][j] + v[3] * M->m[3][j];
   for (int j = 0; j < 4; j++) out[j] = r[j];
 }
+/// The same.
 LIMBER_API LIMBER_INLINE void preMultiply(double* const v, Matrix4x4* M, double* const out) {
   preMultiply(v, static_cast<const Matrix4x4*>(M), out);
 }

@@ -68,6 +68,7 @@ LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p) {
   const Two xy = p.x * two(0) + p.y * two(1) + p.z * two(2) + two(3);
   return Pnt3(xy[0], xy[1], p.x * m[0][2] + p.y * m[1][2] + p.z * m[2][2] + m[3][2]);
 }
+/// The same.
 LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(Matrix4x4* M, Pnt3 p) {
   return transformMatrix(static_cast<const Matrix4x4*>(M), p);
 }
