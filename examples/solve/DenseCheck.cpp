@@ -36,34 +36,28 @@ struct DenseSystem {
   Vector c;
 };
 
-/// M = A, or A A^T for jjt; c = b. For least squares with a factorization that wants a square matrix, M = A^T
-/// A and c = A^T b.
+/// M = A, or A A^T for jjt, with the multiple of the identity that --definizer adds; c = b. For least squares
+/// with a factorization that wants a square matrix, M = A^T A and c = A^T b.
 DenseSystem assemble(const Options& options, const SparseProblem& problem, const Vector& b) {
-  DenseSystem system{ResizeMatrix(1, 1), b};
-  HSpMat& A = *problem.matrix;
-  const bool squareWanted = options.dense == "lu" || options.dense == "chol";
+  DenseSystem system{ResizeMatrix(problem.rows, problem.columns), b};
+  const double shift = cgradDefinizer > 0.0 ? cgradDefinizer : 0.0;
   if (options.method == Method::JJt) {
-    buildJJt(&A, &system.M, nullptr, nullptr, cgradDefinizer > 0.0 ? cgradDefinizer : 0.0);
+    buildJJt(problem.matrix.get(), &system.M, nullptr, nullptr, shift);
     return system;
   }
-  convertMat(A, system.M);
-  if (system.M.columns() < problem.columns) {  // the last columns of A hold nothing
-    ResizeMatrix wide(problem.rows, problem.columns);
-    for (int i = 0; i < problem.rows; i++) {
-      for (int j = 0; j < system.M.columns(); j++) wide.e(i, j) = system.M.e(i, j);
-    }
-    system.M.grow(problem.rows, problem.columns);
-    std::copy_n(wide.data, static_cast<std::size_t>(problem.rows) * static_cast<std::size_t>(problem.columns),
-                system.M.data);
+  for (int i = 0; i < problem.rows; i++) {
+    const SpVec* const row = problem.matrix->row(i);  // null where the file has no entry
+    for (int k = 0; row && k < row->numEntries; k++) system.M.e(i, row->indices[k]) = row->values[k];
   }
-  if (options.method == Method::LeastSquares && squareWanted) {
-    FullMatrix transposed = system.M.transpose();
-    Vector right;
-    A.multT(&b, &right);
-    right.grow(problem.columns);
-    ResizeMatrix normal(problem.columns, problem.columns);
-    matrixMultiply(&transposed, &system.M, &normal);
-    return {normal, right};
+  if (options.method == Method::Spd) {
+    for (int i = 0; i < problem.rows; i++) system.M.e(i, i) += shift;
+  }
+  if (options.method == Method::LeastSquares && (options.dense == "lu" || options.dense == "chol")) {
+    const FullMatrix transposed = system.M.transpose();
+    DenseSystem normal{ResizeMatrix(problem.columns, problem.columns), Vector(problem.columns)};
+    transposed.mult(&b, &normal.c);
+    matrixMultiply(&transposed, &system.M, &normal.M);
+    return normal;
   }
   return system;
 }

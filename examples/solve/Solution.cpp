@@ -12,17 +12,11 @@
 
 namespace {
 
-double norm(const Vector& v) {
-  double sum = 0.0;
-  for (int i = 0; i < v.size(); i++) sum += v[i] * v[i];
-  return std::sqrt(sum);
-}
-
 /// Frobenius norm.
 double norm(const SparseProblem& problem) {
   double sum = 0.0;
   for (const auto& row : problem.storage)
-    for (int k = 0; row && k < row->numEntries; k++) sum += row->values[k] * row->values[k];
+    if (row) sum += row->magSq();
   return std::sqrt(sum);
 }
 
@@ -51,15 +45,15 @@ Vector residual(Method method, const HSpMat& A, const Vector& x, const Vector& b
 double scaledResidual(Method method, const SparseProblem& problem, const Vector& x, const Vector& b) {
   const double a = norm(problem);
   Vector r = residual(method, *problem.matrix, x, b);
-  double scale = a * norm(x) + norm(b);
-  if (method == Method::JJt) scale = a * a * norm(x) + norm(b);
+  double scale = a * x.mag() + b.mag();
+  if (method == Method::JJt) scale = a * a * x.mag() + b.mag();
   if (method == Method::LeastSquares) {
     Vector gradient;
     problem.matrix->multT(&r, &gradient);
     r = gradient;
     scale *= a;
   }
-  return scale > 0.0 ? norm(r) / scale : norm(r);
+  return scale > 0.0 ? r.mag() / scale : r.mag();
 }
 
 /// The squared residual of the start from zero: of b, or of A^T b for least squares.
@@ -69,7 +63,7 @@ double startRsq(Method method, const HSpMat& A, const Vector& b) {
     A.multT(&b, &right);
   else
     right = b;
-  return norm(right) * norm(right);
+  return right.magSq();
 }
 
 /// As the other entry points: the iterations, or less than 0.

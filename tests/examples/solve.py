@@ -255,6 +255,16 @@ class Solve(SolveRunner):
                 self.assertTrue(check.startswith(dense), check)
                 self.assertLessEqual(float(check.split("=")[1]), 1e-7, (dense, options))
 
+    def test_dense_checks_keep_empty_columns_and_the_definizer(self):
+        empty = self.write("empty.mtx", BANNER + "3 3 2\n1 1 2\n3 1 1\n")
+        b = self.write("b.txt", "1 2 3\n")
+        check = self.report("--ls", "-b", b, "--dense", "svd", empty)["dense check"]
+        self.assertLessEqual(float(check.split("=")[1]), 1e-7)
+        spd = self.write("spd.mtx", SPD)
+        for options in (("--spd",), ("--jjt",)):
+            check = self.report(*options, "--definizer", "0.5", "--dense", "chol", spd)["dense check"]
+            self.assertLessEqual(float(check.split("=")[1]), 1e-7, options)
+
     def test_dense_checks_refuse_what_they_cannot_factor(self):
         singular = BANNER + "2 2 1\n1 1 1\n"
         for dense in ("lu", "chol", "qr"):
