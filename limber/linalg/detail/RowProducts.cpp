@@ -8,9 +8,9 @@
 namespace limber::detail {
 namespace {
 
-// Asks for rows ahead of their turn. A row made in one go lies in consecutive lines of the cache, so the line
-// behind the object is asked for with it: for a short row that is its entries. Arrays elsewhere are asked for
-// once the object that points at them has come. Few rows stay in the nearer caches: there asking only costs.
+// Asks for rows ahead of their turn. A row made in one go lies in consecutive lines of the cache: with the
+// object come its entries, as far as they are short. Few rows stay in the nearer caches: there asking only
+// costs.
 class Ahead {
  public:
   Ahead(SpVec* const* rows, int n) : rows_(rows), last_(n - distanceFor(n)), distance_(distanceFor(n)) {}
@@ -24,15 +24,9 @@ class Ahead {
     __builtin_prefetch(reinterpret_cast<const void*>(object));
     __builtin_prefetch(reinterpret_cast<const void*>(object + 64));
     __builtin_prefetch(reinterpret_cast<const void*>(object + 128));
-    if (const SpVec* const row = rows_[i + arrays]) {
-      __builtin_prefetch(row->values.data);
-      __builtin_prefetch(row->indices.data);
-    }
   }
 
  private:
-  static constexpr int arrays = 8;
-
   static int distanceFor(int n) { return n < 4096 ? n : n < 65536 ? 16 : 64; }
 
   SpVec* const* rows_;
@@ -55,36 +49,41 @@ struct View {
   unsigned index(int k) const { return static_cast<unsigned>(indices[k]); }
 };
 
-// Rows from this length on are taken four entries at a time: their branches, two for each entry, are more
-// than the machine remembers, and it would guess wrong at the end of each row.
-constexpr int longRow = 16;
+// Visits `count` entries from k on; false, with k at the entry, when one has an index that is not below the
+// room. A negative index is beyond any room.
+template <int count, class Visit>
+[[gnu::always_inline]] inline bool visit(const View& row, int& k, unsigned room, Visit each) {
+#pragma GCC unroll 16
+  for (int n = 0; n < count; ++n, ++k) {
+    const unsigned j = row.index(k);
+    if (__builtin_expect(j >= room, false)) return false;
+    each(j, row.values[k]);
+  }
+  return true;
+}
 
-// sum + the entries from k on that lie inside the room. A negative index is beyond any room.
-[[gnu::noinline]] double sumRest(const View& row, int k, double sum, const double* x, unsigned room) {
+// Visits the leading entries of which all lie below the room, in order; how many these are. By sixteens, then
+// what is left as 8 + 4 + 2 + 1: fewer branches than one an entry, and fewer wrong guesses at the end of a
+// row.
+template <class Visit>
+[[gnu::always_inline]] inline int visitRow(const View& row, unsigned room, Visit each) {
+  int k = 0;
+  while (k + 16 <= row.entries) {
+    if (!visit<16>(row, k, room, each)) return k;
+  }
+  if (row.entries <= 0) return 0;
+  if ((row.entries & 8) != 0 && !visit<8>(row, k, room, each)) return k;
+  if ((row.entries & 4) != 0 && !visit<4>(row, k, room, each)) return k;
+  if ((row.entries & 2) != 0 && !visit<2>(row, k, room, each)) return k;
+  if ((row.entries & 1) != 0) visit<1>(row, k, room, each);
+  return k;
+}
+
+// sum + the entries from k on that lie inside the room.
+[[gnu::noinline]] double sumRest(View row, int k, double sum, const double* x, unsigned room) {
   for (; k < row.entries; ++k) {
     const unsigned j = row.index(k);
     if (j < room) sum += x[j] * row.values[k];
-  }
-  return sum;
-}
-
-[[gnu::always_inline]] inline double rowSum(const View& row, const double* x, unsigned room) {
-  double sum = 0.0;
-  int k = 0;
-  if (row.entries >= longRow) {
-    for (; k + 4 <= row.entries; k += 4) {
-      const unsigned j0 = row.index(k), j1 = row.index(k + 1), j2 = row.index(k + 2), j3 = row.index(k + 3);
-      if (j0 >= room || j1 >= room || j2 >= room || j3 >= room) return sumRest(View(row), k, sum, x, room);
-      sum += x[j0] * row.values[k];
-      sum += x[j1] * row.values[k + 1];
-      sum += x[j2] * row.values[k + 2];
-      sum += x[j3] * row.values[k + 3];
-    }
-  }
-  for (; k < row.entries; ++k) {
-    const unsigned j = row.index(k);
-    if (__builtin_expect(j >= room, false)) return sumRest(View(row), k, sum, x, room);
-    sum += x[j] * row.values[k];
   }
   return sum;
 }
@@ -95,7 +94,10 @@ void sumRows(SpVec* const* rows, int from, int to, const Ahead& ahead, const Vec
   const unsigned room = static_cast<unsigned>(x.capacity > 0 ? x.capacity : 0);
   for (int i = from; i < to; ++i) {
     ahead.fetch(i);
-    y[i] = rowSum(View(rows[i]), xs, room);
+    const View row(rows[i]);
+    double sum = 0.0;
+    const int k = visitRow(row, room, [&sum, xs](unsigned j, double value) { sum += xs[j] * value; });
+    y[i] = k < row.entries ? sumRest(row, k, sum, xs, room) : sum;
   }
 }
 
@@ -149,27 +151,6 @@ bool begin(SpVec* const* rows, int n, Vector& y, Progress& done) {
   }
 }
 
-// ys[index] += s value for the leading entries of which all lie below `room`; how many these are.
-[[gnu::always_inline]] inline int addScaled(const View& row, double s, double* ys, unsigned room) {
-  int k = 0;
-  if (row.entries >= longRow) {
-    for (; k + 4 <= row.entries; k += 4) {
-      const unsigned j0 = row.index(k), j1 = row.index(k + 1), j2 = row.index(k + 2), j3 = row.index(k + 3);
-      if (j0 >= room || j1 >= room || j2 >= room || j3 >= room) return k;
-      ys[j0] += s * row.values[k];
-      ys[j1] += s * row.values[k + 1];
-      ys[j2] += s * row.values[k + 2];
-      ys[j3] += s * row.values[k + 3];
-    }
-  }
-  for (; k < row.entries; ++k) {
-    const unsigned j = row.index(k);
-    if (__builtin_expect(j >= room, false)) return k;
-    ys[j] += s * row.values[k];
-  }
-  return k;
-}
-
 // The plain case of addRows: rows from i on, up to the first one that is wider than y or has an entry beyond
 // it. That row's number, and how many of its entries are added.
 struct Stop {
@@ -188,7 +169,7 @@ Stop addPlainRows(SpVec* const* rows, int i, int to, const Ahead& ahead, const d
     const double s = x[i];
     if (isTiny(s)) continue;
     const View view(row);
-    const int added = addScaled(view, s, ys, room);
+    const int added = visitRow(view, room, [s, ys](unsigned j, double value) { ys[j] += s * value; });
     if (added < view.entries) return {i, added};
   }
   return {to, 0};
