@@ -14,13 +14,11 @@
 
 // The whole matrix in two registers, rows 0 and 1 in `a`, rows 2 and 3 in `b`, and nothing in memory. What
 // costs is the wait for the place of the next pivot, so the search carries it along: the keys compared are
-// the bits of the magnitudes with the place, 4 row + column, in the lowest four, and their maximum stands in
-// every lane, ready to permute by. Two keys that agree in all other bits are equal magnitudes or may be:
-// these rare matrices are left to the other ways, as are NaN, infinities and zero pivots.
+// the upper halves of the magnitudes with the place, 4 row + column, in the lowest four bits, and their
+// maximum stands in every lane, ready to permute by. Two keys that agree in all other bits may be equal
+// magnitudes: these rare matrices are left to the other ways, as are NaN, infinities and zero pivots.
 //
-// Rows stay where they are; the one permutation at the end does what all interchanges do. The reciprocals of
-// all elements are under way while the pivot among them is still sought, which may divide by a zero that is
-// no pivot.
+// Rows stay where they are; the one permutation at the end does what all interchanges do.
 
 namespace limber::detail {
 
@@ -31,54 +29,52 @@ namespace {
 
 struct State {
   __m512d a, b;
-  __m512i openA, openB;  // the magnitude bits of a key where row and column are open, 0 elsewhere
+  __m512i open;  // the magnitude bits of a key where row and column are open, 0 elsewhere
   unsigned rowOfColumn, columnOfRow;  // four bits each
   unsigned rowSum, columnSum;         // of the pivots so far
 };
 
-constexpr long long placeBits = 15;
+constexpr int placeBits = 15, magnitudeBits = INT32_MAX & ~placeBits;
 
+LIMBER_WIDER __m512i places() {
+  return _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+}
 LIMBER_WIDER __m512i placesA() { return _mm512_setr_epi64(0, 1, 2, 3, 4, 5, 6, 7); }
 LIMBER_WIDER __m512i placesB() { return _mm512_setr_epi64(8, 9, 10, 11, 12, 13, 14, 15); }
 
-/// The place of the next pivot in every lane of `place`, and its reciprocal in every lane of `reciprocal`.
-LIMBER_WIDER bool findPivot(const State& s, __m512i& place, __m512d& reciprocal) {
-  const __m512i keysA = _mm512_or_si512(_mm512_and_si512(_mm512_castpd_si512(s.a), s.openA), placesA());
-  const __m512i keysB = _mm512_or_si512(_mm512_and_si512(_mm512_castpd_si512(s.b), s.openB), placesB());
-  __m512i best = _mm512_max_epi64(keysA, keysB);
-  best = _mm512_max_epi64(best, _mm512_shuffle_epi32(best, _MM_PERM_BADC));
-  best = _mm512_max_epi64(best, _mm512_shuffle_i64x2(best, best, 0xb1));
-  best = _mm512_max_epi64(best, _mm512_shuffle_i64x2(best, best, 0x4e));
+/// The place of the next pivot in the lowest bits of every lane of `place`, which is all that permutations by
+/// it read.
+LIMBER_WIDER bool findPivot(const State& s, __m512i& place) {
+  const __m512i upper = _mm512_setr_epi32(1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
+  const __m512i values = _mm512_permutex2var_epi32(_mm512_castpd_si512(s.a), upper, _mm512_castpd_si512(s.b));
+  const __m512i keys = _mm512_ternarylogic_epi32(values, s.open, places(), 0xea);  // (values & open) | places
+  __m512i best = _mm512_max_epi32(keys, _mm512_shuffle_i32x4(keys, keys, 0x4e));
+  best = _mm512_max_epi32(best, _mm512_shuffle_i32x4(best, best, 0xb1));
+  best = _mm512_max_epi32(best, _mm512_shuffle_epi32(best, _MM_PERM_BADC));
+  best = _mm512_max_epi32(best, _mm512_shuffle_epi32(best, _MM_PERM_CDAB));
 
-  const __m512i magnitude = _mm512_set1_epi64(~placeBits);
-  const unsigned sameA = _mm512_testn_epi64_mask(_mm512_xor_si512(keysA, best), magnitude);
-  const unsigned sameB = _mm512_testn_epi64_mask(_mm512_xor_si512(keysB, best), magnitude);
-  const unsigned same = sameA | sameB << 8;
-  const auto key = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm512_castsi512_si128(best)));
-  constexpr std::uint64_t infinity = 0x7ff0000000000000, smallest = placeBits + 1;
-  if (__builtin_expect((same & (same - 1)) != 0 || key - smallest >= infinity - smallest, 0)) return false;
-
-  const __m512d one = _mm512_set1_pd(1.0);
-  place = best;  // permutations by it read the lowest four bits only
-  reciprocal = _mm512_permutex2var_pd(_mm512_div_pd(one, s.a), place, _mm512_div_pd(one, s.b));
-  return true;
+  const unsigned same =
+      _mm512_testn_epi32_mask(_mm512_xor_si512(keys, best), _mm512_set1_epi32(magnitudeBits));
+  const auto key = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm512_castsi512_si128(best)));
+  constexpr std::uint32_t infinity = 0x7ff00000, smallest = placeBits + 1;
+  place = best;
+  return __builtin_expect((same & (same - 1)) == 0 && key - smallest < infinity - smallest, 1);
 }
 
 template <int Step>
 LIMBER_WIDER bool eliminate(State& s) {
   __m512i place;
-  __m512d reciprocal;
   unsigned row = 6 - s.rowSum, column = 6 - s.columnSum;
   if constexpr (Step < 3) {
-    if (!findPivot(s, place, reciprocal)) return false;
+    if (!findPivot(s, place)) return false;
     const auto key = static_cast<unsigned>(_mm_cvtsi128_si32(_mm512_castsi512_si128(place)));
     row = key >> 2 & 3, column = key & 3;
   } else {  // the one that is left
     place = _mm512_set1_epi64(4 * row + column);
-    const __m128d pivot = _mm512_castpd512_pd128(_mm512_permutex2var_pd(s.a, place, s.b));
-    if (_mm_cvtsd_f64(pivot) == 0.0) return false;
-    reciprocal = _mm512_broadcastsd_pd(_mm_div_sd(_mm_set_sd(1.0), pivot));
   }
+  const __m128d pivot = _mm512_castpd512_pd128(_mm512_permutex2var_pd(s.a, place, s.b));
+  if (Step == 3 && _mm_cvtsd_f64(pivot) == 0.0) return false;
+  const __m512d reciprocal = _mm512_broadcastsd_pd(_mm_div_sd(_mm_set_sd(1.0), pivot));
   s.rowSum += row, s.columnSum += column;
   s.rowOfColumn |= row << (4 * column);
   s.columnOfRow |= column << (4 * row);
@@ -105,9 +101,10 @@ LIMBER_WIDER bool eliminate(State& s) {
   s.b = _mm512_mask_sub_pd(scaled, otherRowB, _mm512_mask_mov_pd(s.b, inColumn, zero),
                            _mm512_mul_pd(scaled, multiplesB));
   if constexpr (Step < 3) {
-    const __m512i closed = _mm512_setzero_si512();
-    s.openA = _mm512_mask_mov_epi64(_mm512_maskz_mov_epi64(otherRowA, s.openA), inColumn, closed);
-    s.openB = _mm512_mask_mov_epi64(_mm512_maskz_mov_epi64(otherRowB, s.openB), inColumn, closed);
+    const __m512i differ = _mm512_xor_si512(place, places());
+    const __mmask16 otherRow = _mm512_test_epi32_mask(differ, _mm512_set1_epi32(12));
+    const __mmask16 otherPlace = _mm512_mask_test_epi32_mask(otherRow, differ, _mm512_set1_epi32(3));
+    s.open = _mm512_maskz_mov_epi32(otherPlace, s.open);
   }
   return true;
 }
@@ -125,7 +122,7 @@ LIMBER_WIDER __m512d loadRows(const double* m) {
 __attribute__((target(LIMBER_512))) bool invertAvx512(double* m) {
   State s;
   s.a = loadRows(m), s.b = loadRows(m + 8);
-  s.openA = s.openB = _mm512_set1_epi64(INT64_MAX & ~placeBits);
+  s.open = _mm512_set1_epi32(magnitudeBits);
   s.rowOfColumn = s.columnOfRow = s.rowSum = s.columnSum = 0;
   if (!eliminate<0>(s) || !eliminate<1>(s) || !eliminate<2>(s) || !eliminate<3>(s)) return false;
   // A NaN stays in its row to the end.

@@ -11,8 +11,9 @@
 #include "limber/foundation/detail/WideVectors.h"
 
 // The pattern of pivots is what no processor predicts, so nothing here branches on it, and as little as
-// possible waits for it: the reciprocal of the pivot is under way while its place is still sought, rows stay
-// in registers for the search and are picked from memory by computed addresses.
+// possible waits for it: rows stay in registers for the search and are picked from memory by computed
+// addresses. The keys compared are the upper halves of the magnitudes with the place, 4 slot + column, in the
+// lowest four bits. Where two keys agree in all other bits the magnitudes are compared whole.
 //
 // Unlike the plain elimination, which moves the pivot row to the row of its column, step s moves it to slot
 // s: the open rows are then slots s ... 3, known at compile time. Rows are only carried about, so the numbers
@@ -23,10 +24,18 @@ namespace limber::detail {
 
 namespace {
 
-/// Which original row each slot holds, and the pivot column of each slot that has been a pivot.
+/// Which original row each slot holds, and the pivot column of each slot that has been a pivot: four bits
+/// each, so that they stay in registers.
 struct Slots {
-  int row[4];
-  int column[4];
+  unsigned rows = 0x3210, columns = 0;
+  std::uint64_t halves = 0;  // of the columns, for the permutation at the end
+
+  int row(int slot) const { return static_cast<int>(rows >> (4 * slot) & 15); }
+  int column(int slot) const { return static_cast<int>(columns >> (4 * slot) & 15); }
+  void swap(int slot, int other) {
+    const unsigned differ = (rows >> (4 * slot) ^ rows >> (4 * other)) & 15;
+    rows ^= differ << (4 * slot) ^ differ << (4 * other);
+  }
 };
 
 struct alignas(32) LaneMasks {
@@ -39,24 +48,31 @@ const unsigned char slotAfterSwap[3][4][4] = {{{0, 1, 2, 3}, {0, 0, 2, 3}, {0, 1
                                               {{0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 1, 3}, {0, 1, 2, 1}},
                                               {{0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 2, 2}}};
 
-/// `places` has bit 4 slot + column set for each of several equal candidates: the last of them in the order
-/// of the plain elimination, by row and then by column.
-__attribute__((noinline, cold)) int lastPlace(int places, int step, const Slots& slots) {
+/// The place of the largest magnitude in the open slots and columns; among equals the last in the order of
+/// the plain elimination, by row and then by column.
+__attribute__((noinline, cold)) int lastOfLargest(const double* rows, int step, Slots slots) {
   int rowAt[4] = {0, 1, 2, 3};
+  bool used[4] = {};
   for (int s = 0; s < step; s++) {
     int from = 0;
-    while (rowAt[from] != slots.row[s]) from++;
-    rowAt[from] = rowAt[slots.column[s]];
-    rowAt[slots.column[s]] = slots.row[s];
+    while (rowAt[from] != slots.row(s)) from++;
+    rowAt[from] = rowAt[slots.column(s)];
+    rowAt[slots.column(s)] = slots.row(s);
+    used[slots.column(s)] = true;
   }
-  for (int i = 3; i >= 0; i--) {
-    for (int slot = step; slot < 4; slot++) {
-      const int inRow = places >> (4 * slot) & 15;
-      if (slots.row[slot] == rowAt[i] && inRow)
-        return 4 * slot + 31 - __builtin_clz(static_cast<unsigned>(inRow));
+  double largest = 0.0;
+  int place = 4 * step;
+  for (const int row : rowAt) {
+    int slot = step;
+    while (slot < 4 && slots.row(slot) != row) slot++;
+    for (int column = 0; slot < 4 && column < 4; column++) {
+      const double magnitude = std::fabs(rows[4 * slot + column]);
+      if (used[column] || !(magnitude >= largest)) continue;
+      largest = magnitude;
+      place = 4 * slot + column;
     }
   }
-  return 4 * step;
+  return place;
 }
 
 #define LIMBER_WIDE_PART __attribute__((target("avx2"), always_inline)) inline
@@ -68,48 +84,71 @@ LIMBER_WIDE_PART __m256d load(const double* row) {
   return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(row)), _mm_loadu_pd(row + 2), 1);
 }
 
+/// The upper halves of two rows: columns 0 and 1 of both, then 2 and 3 of both.
+LIMBER_WIDE_PART __m256i upperHalves(__m256d first, __m256d second) {
+  return _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castpd_ps(first), _mm256_castpd_ps(second), 0xdd));
+}
+
+/// The bits of a key that are open and hold the magnitude, and the place in the order of upperHalves().
+constexpr int placeBits = 15, magnitudeBits = INT32_MAX & ~placeBits;
+LIMBER_WIDE_PART __m256i placesAt(int slot) {
+  return _mm256_add_epi32(_mm256_set1_epi32(4 * slot), _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7));
+}
+LIMBER_WIDE_PART int sameMagnitude(__m256i keys, __m256i best) {
+  const __m256i differ = _mm256_and_si256(_mm256_xor_si256(keys, best), _mm256_set1_epi32(magnitudeBits));
+  return _mm256_movemask_ps(_mm256_castsi256_ps(_mm256_cmpeq_epi32(differ, _mm256_setzero_si256())));
+}
+
+/// The place of the pivot of step `Step` among the slots from there on, -1 where it is zero, infinite or a
+/// NaN.
+template <int Step>
+LIMBER_WIDE_PART int findPivot(const double* rows, __m256d r0, __m256d r1, __m256d r2, __m256d r3,
+                               __m256i open, Slots slots) {
+  const __m256i keys23 = _mm256_or_si256(_mm256_and_si256(upperHalves(r2, r3), open), placesAt(2));
+  __m256i keys01 = keys23, best = keys23;
+  if constexpr (Step < 2) {
+    const __m256i slot1 = _mm256_setr_epi32(0, 0, -1, -1, 0, 0, -1, -1);
+    const __m256i openHere = Step == 0 ? open : _mm256_and_si256(open, slot1);
+    keys01 = _mm256_or_si256(_mm256_and_si256(upperHalves(r0, r1), openHere), placesAt(0));
+    best = _mm256_max_epi32(best, keys01);
+  }
+  __m128i half = _mm_max_epi32(_mm256_castsi256_si128(best), _mm256_extracti128_si256(best, 1));
+  half = _mm_max_epi32(half, _mm_shuffle_epi32(half, 0x4e));
+  half = _mm_max_epi32(half, _mm_shuffle_epi32(half, 0xb1));
+  const auto key = static_cast<std::uint32_t>(_mm_cvtsi128_si32(half));
+  constexpr std::uint32_t infinity = 0x7ff00000, smallest = placeBits + 1;
+  if (__builtin_expect(key - smallest >= infinity - smallest, 0)) return -1;
+
+  best = _mm256_broadcastd_epi32(half);
+  int same = sameMagnitude(keys23, best);
+  if constexpr (Step < 2) same |= sameMagnitude(keys01, best) << 8;
+  if (__builtin_expect(same & (same - 1), 0)) return lastOfLargest(rows, Step, slots);
+  return static_cast<int>(key & placeBits);
+}
+
 /// Step `Step` of the elimination: reads the rows (in memory, and in r0 ... r3), writes them to `to` and r0
-/// ... r3. `open` has all but the sign set in the lanes of the columns not used.
+/// ... r3. `open` has the magnitude bits set in the lanes of the columns not used.
 template <int Step>
 LIMBER_WIDE_PART bool eliminate(const double* from, double* to, __m256d& r0, __m256d& r1, __m256d& r2,
-                                __m256d& r3, __m256d& open, Slots& slots) {
+                                __m256d& r3, __m256i& open, Slots& slots) {
   int slot = 3, column = 0;
-  double reciprocal = 0.0;  // of the pivot's magnitude
   if constexpr (Step < 3) {
-    const __m256d g0 = _mm256_and_pd(r0, open), g1 = _mm256_and_pd(r1, open);
-    const __m256d g2 = _mm256_and_pd(r2, open), g3 = _mm256_and_pd(r3, open);
-    __m256d best = _mm256_max_pd(g2, g3);
-    if constexpr (Step < 2) best = _mm256_max_pd(best, Step == 0 ? _mm256_max_pd(g0, g1) : g1);
-    best = _mm256_max_pd(best, _mm256_permute2f128_pd(best, best, 1));
-    best = _mm256_max_pd(best, _mm256_permute_pd(best, 5));
-    if (!(_mm256_cvtsd_f64(best) > 0.0)) return false;
-    // A NaN would leave the lanes unequal, and closed columns hold zeros: one value, above 0, for all.
-    best = _mm256_broadcastsd_pd(_mm256_castpd256_pd128(best));
-    reciprocal = 1.0 / _mm256_cvtsd_f64(best);
-    int places = _mm256_movemask_pd(_mm256_cmp_pd(g2, best, _CMP_EQ_OQ)) << 8 |
-                 _mm256_movemask_pd(_mm256_cmp_pd(g3, best, _CMP_EQ_OQ)) << 12;
-    if constexpr (Step < 2) places |= _mm256_movemask_pd(_mm256_cmp_pd(g1, best, _CMP_EQ_OQ)) << 4;
-    if constexpr (Step < 1) places |= _mm256_movemask_pd(_mm256_cmp_pd(g0, best, _CMP_EQ_OQ));
-    int place = __builtin_ctz(static_cast<unsigned>(places));
-    if (__builtin_expect(places & (places - 1), 0)) place = lastPlace(places, Step, slots);
+    const int place = findPivot<Step>(from, r0, r1, r2, r3, open, slots);
+    if (place < 0) return false;
     slot = place >> 2, column = place & 3;
-    const int row = slots.row[slot];
-    slots.row[slot] = slots.row[Step];
-    slots.row[Step] = row;
+    slots.swap(slot, Step);
   } else {
-    column = 6 - slots.column[0] - slots.column[1] - slots.column[2];
-    const double magnitude = std::fabs(from[12 + column]);
-    if (!(magnitude > 0.0)) return false;
-    reciprocal = 1.0 / magnitude;
+    column = 6 - slots.column(0) - slots.column(1) - slots.column(2);
+    if (from[12 + column] == 0.0) return false;
   }
-  slots.column[Step] = column;
+  slots.columns |= static_cast<unsigned>(column) << (4 * Step);
+  slots.halves |= static_cast<std::uint64_t>(0x100 + 0x202 * column) << (16 * slots.row(Step));
 
   const double* const pivotRow = from + 4 * slot;
   const __m256d lane = _mm256_load_pd(reinterpret_cast<const double*>(masks.lane[column]));
-  const __m256d sign = _mm256_and_pd(_mm256_set1_pd(-0.0), _mm256_broadcast_sd(pivotRow + column));
-  const __m256d factor = _mm256_or_pd(_mm256_set1_pd(reciprocal), sign);
+  const __m256d reciprocal = _mm256_set1_pd(1.0 / pivotRow[column]);
   const __m256d pivot =
-      _mm256_mul_pd(_mm256_blendv_pd(load<Step>(pivotRow), _mm256_set1_pd(1.0), lane), factor);
+      _mm256_mul_pd(_mm256_blendv_pd(load<Step>(pivotRow), _mm256_set1_pd(1.0), lane), reciprocal);
   const auto reduced = [&](int i) __attribute__((target("avx2"), always_inline)) {
     if constexpr (Step < 3) i = i > Step ? slotAfterSwap[Step][slot][i] : i;
     const double* const row = from + 4 * i;
@@ -124,7 +163,7 @@ LIMBER_WIDE_PART bool eliminate(const double* from, double* to, __m256d& r0, __m
     _mm256_store_pd(to + 4, n1);
     _mm256_store_pd(to + 8, n2);
     _mm256_store_pd(to + 12, n3);
-    open = _mm256_andnot_pd(lane, open);
+    open = _mm256_andnot_si256(upperHalves(lane, lane), open);
   }
   return true;
 }
@@ -134,8 +173,8 @@ LIMBER_WIDE_PART bool eliminate(const double* from, double* to, __m256d& r0, __m
 LIMBER_WIDE bool invertAvx2(double* m) {
   alignas(32) double rows[16];
   __m256d r0 = load<0>(m), r1 = load<0>(m + 4), r2 = load<0>(m + 8), r3 = load<0>(m + 12);
-  __m256d open = _mm256_castsi256_pd(_mm256_set1_epi64x(0x7fffffffffffffff));
-  Slots slots = {{0, 1, 2, 3}, {0, 0, 0, 0}};
+  __m256i open = _mm256_set1_epi32(magnitudeBits);
+  Slots slots;
   if (!eliminate<0>(m, rows, r0, r1, r2, r3, open, slots) ||
       !eliminate<1>(rows, rows, r0, r1, r2, r3, open, slots) ||
       !eliminate<2>(rows, rows, r0, r1, r2, r3, open, slots) ||
@@ -147,13 +186,10 @@ LIMBER_WIDE bool invertAvx2(double* m) {
 
   // Slot s holds row column[s] of the inverse, whose element row[t] stands in lane column[t]. The permutation
   // takes the two halves 2c, 2c + 1 of each lane c.
-  std::uint64_t halves = 0;
-  for (int s = 0; s < 4; s++)
-    halves |= static_cast<std::uint64_t>(0x100 + 0x202 * slots.column[s]) << (16 * slots.row[s]);
-  const __m256i order = _mm256_cvtepu8_epi32(_mm_cvtsi64_si128(static_cast<long long>(halves)));
+  const __m256i order = _mm256_cvtepu8_epi32(_mm_cvtsi64_si128(static_cast<long long>(slots.halves)));
   const __m256d out[4] = {r0, r1, r2, r3};
   for (int s = 0; s < 4; s++)
-    _mm256_storeu_pd(m + 4 * slots.column[s],
+    _mm256_storeu_pd(m + 4 * slots.column(s),
                      _mm256_castsi256_pd(_mm256_permutevar8x32_epi32(_mm256_castpd_si256(out[s]), order)));
   return true;
 }
