@@ -10,6 +10,7 @@
 #include "limber/solvers/detail/BiCGPass.h"
 #include "limber/solvers/detail/CGTrace.h"
 #include "limber/solvers/detail/CGWork.h"
+#include "limber/solvers/detail/SolveCopy.h"
 
 double bicg_checkBiCG = 0.0;
 int bicg_numZeroSteps = 5;
@@ -34,12 +35,14 @@ Vector* residual(SpMat* A, Vector* x, Vector* b, Vector* r) {
 
 CGIStatus biCGradI(SpMat* A, Vector* x, Vector* b, double& rsq, int& iter, Vector* r, Vector* rr, Vector* p,
                    Vector* pp, Vector* q, Vector* scratch, Vector* best, int maxIters, int shadowIsResidual) {
+  const limber::detail::SolveCopy copy(A);
   limber::detail::BiCGPass pass{A, x, b, r, rr, p, pp, q, scratch, best, shadowIsResidual != 0, rsq, iter};
   return pass.run(maxIters);
 }
 
 CGIStatus biCGrad(SpMat* A, Vector* x, Vector* b, double& rsq, int& iterations, int shadowIsResidual) {
   BiCGWork& work = limber::detail::createdOnFirstUse<BiCGWork>();
+  const limber::detail::SolveCopy copy(A);
   const int maxIters = limber::detail::cgIterationLimit(*A);
   iterations = 0;
   CGIStatus status = CGI_TOO_MANY_RESTARTS;

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-#include "limber/linalg/HSpMat.h"
 #include "limber/linalg/Vector.h"
-#include "limber/linalg/detail/RowProducts.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/detail/CGWork.h"
 
@@ -42,13 +40,5 @@ void multFunJJt(SpMat* A, const Vector* v, Vector* w) {
 }
 
 void multFunAtA(SpMat* A, const Vector* v, Vector* w) {
-  Vector& t = cgWork().product;
-  if (const HSpMat* const rows = limber::detail::plainRows(A)) {
-    limber::detail::normalRowsTimesVector(rows->rows, rows->numRows, *v, limber::detail::cgNormalDamping, t,
-                                          *w);
-    return;
-  }
-  cgMult(A, v, &t);
-  if (limber::detail::cgNormalDamping != 0.0) t += limber::detail::cgNormalDamping;
-  cgMultT(A, &t, w);
+  limber::detail::cgNormalMult(A, v, limber::detail::cgNormalDamping, &cgWork().product, w);
 }

@@ -7,6 +7,7 @@
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/CGradI.h"
 #include "limber/solvers/detail/CGWork.h"
+#include "limber/solvers/detail/SolveCopy.h"
 
 using limber::detail::cgMult;
 using limber::detail::cgMultT;
@@ -89,10 +90,12 @@ double curvatureJJt(SpMat* A, Vector* d) {
 }  // namespace
 
 int cgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  const limber::detail::SolveCopy copy(A);
   return cgradI(A, x, b, rsqOut, residualAtA, curvatureAtA, 1);
 }
 
 int cgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  const limber::detail::SolveCopy copy(A);
   return cgradI(A, x, b, rsqOut, residualA, curvatureA, 1);
 }
 
@@ -105,6 +108,7 @@ int cgradJJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* dampV) {
 }
 
 int cgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vector* dampV) {
+  const limber::detail::SolveCopy copy(A);
   weights = mass;
   damping = dampV;
   const int iterations = cgradI(A, x, b, rsqOut, residualJJt, curvatureJJt, 1);

@@ -8,6 +8,7 @@
 #include "limber/solvers/PureCGrad.h"
 #include "limber/solvers/detail/CGTrace.h"
 #include "limber/solvers/detail/CGWork.h"
+#include "limber/solvers/detail/SolveCopy.h"
 
 using limber::detail::cgReport;
 using limber::detail::cgTrace;
@@ -23,6 +24,7 @@ CGStatus mcgradI(SpMat* A, Vector* x, Vector* b, double& rsq, double& rsqOut, in
   // all four from the matrix, deliberately: x and b may have other lengths
   cgTrace("MCGRADI x:%d b:%d a:(rows:%d cols:%d)\n", width, height, height, width);
 
+  const limber::detail::SolveCopy copy(A, mult);
   rsq = rsqOut = 0.0;
   totalIters = 0;
   int bestIter = 1;

@@ -9,6 +9,7 @@
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/MCGrad.h"
 #include "limber/solvers/detail/CGWork.h"
+#include "limber/solvers/detail/SolveCopy.h"
 
 using limber::detail::cgWork;
 
@@ -116,5 +117,6 @@ int ncgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vec
 }
 
 int ncgradAAt(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  const limber::detail::SolveCopy copy(A);
   return result(solve(A, x, b, rsqOut, multFunAAt, nullptr));
 }

@@ -5,7 +5,8 @@
 /// receives the final squared residual of the system solved. They return the number of iterations when that
 /// is solved, minus it when all restarts were used, and -1 for a singular system.
 ///
-/// But for ncgradAAt, a right-hand side with |b|^2 < cg_epsilon sets x to zero and returns 0.
+/// A must not change during a solve. But for ncgradAAt, a right-hand side with |b|^2 < cg_epsilon sets x to
+/// zero and returns 0.
 
 #include "limber/Api.h"
 

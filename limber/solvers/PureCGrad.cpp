@@ -9,6 +9,7 @@
 #include "limber/solvers/Preconditioner.h"
 #include "limber/solvers/detail/CGTrace.h"
 #include "limber/solvers/detail/CGWork.h"
+#include "limber/solvers/detail/SolveCopy.h"
 
 using limber::detail::cgConsole;
 using limber::detail::cgReport;
@@ -205,6 +206,7 @@ CGIStatus Pass::run(int maxIters) {
 CGIStatus pureCGrad(SpMat* A, Vector* x, Vector* b, CGMultFun mult, Vector* r, Vector* p, Vector* q,
                     int maxIters, int& iter, int& bestIter, double& rsq, Vector* bestX,
                     Preconditioner* precond, Vector* z) {
+  const limber::detail::SolveCopy copy(A, mult);
   Pass pass{A, x, b, mult, r, p, q, bestX, precond, z, iter, bestIter, rsq};
   return pass.run(maxIters);
 }

@@ -17,6 +17,9 @@ class Preconditioner;
 /// iter and bestIter receive the iteration reached and that of the smallest squared residual (both are left
 /// alone when the start already solves the system), rsq the squared residual of the returned x.
 ///
+/// A must not change during the pass: with one of the multiply functions of this library, a long pass over an
+/// HSpMat reads a copy of its entries.
+///
 /// With cg_verbosity above 1 or a trace file set, M x of each iteration is written to the best-solution store
 /// that mcgradI passes as bestX, deliberately one vector for both: a traced solve that goes back goes back to
 /// that product.

@@ -6,7 +6,9 @@
 
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/SpMat.h"
+#include "limber/linalg/detail/RowProducts.h"
 #include "limber/solvers/CGTuning.h"
+#include "limber/solvers/detail/SolveCopy.h"
 
 namespace limber::detail {
 
@@ -32,14 +34,27 @@ const HSpMat* plainRows(const SpMat* A) {
 }
 
 void cgMult(SpMat* A, const Vector* v, Vector* out) {
+  if (SolveCopy::mult(A, v, out)) return;
   out->grow(A->height());
   A->mult(v, out);
 }
 
 void cgMultT(SpMat* A, const Vector* v, Vector* out) {
+  if (SolveCopy::multT(A, v, out)) return;
   // a row-sparse matrix grows it itself, and finds its width on the way
   if (!plainRows(A)) out->grow(A->width());
   A->multT(v, out);
+}
+
+void cgNormalMult(SpMat* A, const Vector* v, double shift, Vector* t, Vector* out) {
+  if (SolveCopy::normalMult(A, v, shift, t, out)) return;
+  if (const HSpMat* const matrix = plainRows(A)) {
+    normalRowsTimesVector(matrix->rows, matrix->numRows, *v, shift, *t, *out);
+    return;
+  }
+  cgMult(A, v, t);
+  if (shift != 0.0) *t += shift;
+  cgMultT(A, t, out);
 }
 
 void cgNegativeDifference(Vector* out, Vector* b) {

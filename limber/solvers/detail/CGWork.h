@@ -47,6 +47,8 @@ T& createdOnFirstUse() {
 /// shared vector may be longer from an earlier solve.
 void cgMult(SpMat* A, const Vector* v, Vector* out);
 void cgMultT(SpMat* A, const Vector* v, Vector* out);
+/// t = A v + shift, out = A^T t.
+void cgNormalMult(SpMat* A, const Vector* v, double shift, Vector* t, Vector* out);
 
 /// A as a row-sparse matrix, null for any other class (also one derived from it, which may multiply its own
 /// way).
