@@ -3,11 +3,11 @@
 
 #include <Eigen/Sparse>
 #include <algorithm>
-#include <chrono>
 #include <memory>
 #include <random>
 #include <vector>
 
+#include "bench/support/Ratio.h"
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
@@ -100,32 +100,15 @@ Problem& problem(int which) {
   return *made[which];
 }
 
-double seconds() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-// Ours and the peer's turn and turn about; the counter "ratio" is the median of ours / peer.
+// So many calls of each by turns; the counter "ratio" is ours / peer.
 template <class Ours, class Theirs>
 void beside(benchmark::State& state, Ours ours, Theirs theirs) {
-  std::vector<double> ratios, mine, peers;
-  for (auto _ : state) {
-    const double start = seconds();
-    ours();
-    const double middle = seconds();
-    theirs();
-    const double end = seconds();
-    ratios.push_back((middle - start) / (end - middle));
-    mine.push_back(middle - start);
-    peers.push_back(end - middle);
-    state.SetIterationTime(middle - start);
-  }
-  const auto median = [](std::vector<double>& v) {
-    std::nth_element(v.begin(), v.begin() + static_cast<long>(v.size() / 2), v.end());
-    return v[v.size() / 2];
-  };
-  state.counters["ratio"] = median(ratios);
-  state.counters["limber_us"] = 1e6 * median(mine);
-  state.counters["eigen_us"] = 1e6 * median(peers);
+  const int calls = state.range(0) == 0 ? 200 : state.range(0) == 1 ? 40 : 4;
+  Turns turns{};
+  for (auto _ : state) turns = byTurns(101, calls, ours, theirs);
+  state.counters["ratio"] = turns.ratio;
+  state.counters["limber_us"] = 1e-3 * turns.ours;
+  state.counters["eigen_us"] = 1e-3 * turns.peer;
 }
 
 void productByVector(benchmark::State& state) {
@@ -155,7 +138,7 @@ void transposedByVector(benchmark::State& state) {
 }
 
 // 0: 2000 x 2000, 30 a row; 1: 20000 x 30000, 12 a row; 2: five-point stencil of 200000.
-BENCHMARK(productByVector)->DenseRange(0, 2)->UseManualTime();
-BENCHMARK(transposedByVector)->DenseRange(0, 2)->UseManualTime();
+BENCHMARK(productByVector)->DenseRange(0, 2)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(transposedByVector)->DenseRange(0, 2)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace
