@@ -1,6 +1,5 @@
 #pragma once
 
-#include <charconv>
 #include <cstring>
 #include <string>
 
@@ -8,7 +7,9 @@
 #include "limber/io/Reader.h"
 #include "numbers.h"
 
-/// The words of a file, with the line of each, and the errors that name them.
+/// The words of a file, with the line of each, and the errors that name them. Not a LineReader, deliberately:
+/// line numbers, white space and the end of a damaged file are the Reader's own, a comment may have any
+/// length, and a % begins one only where the format has room for it.
 class Words {
  public:
   Words(const std::string& file, const char* searchPath) : reader_(file.c_str(), searchPath), path_(file) {
@@ -58,11 +59,8 @@ class Words {
   }
 
   long toInteger(long least, long most, const std::string& expected) const {
-    const char* const first = word_.c_str() + (word_[0] == '+' && word_[1] != '-');
-    const char* const last = word_.c_str() + word_.size();
-    long value = 0;
-    const auto [stop, error] = std::from_chars(first, last, value);
-    if (error != std::errc() || stop != last || value < least || value > most) refuse(expected);
+    long value;
+    if (!parseInt(word_.c_str(), &value) || value < least || value > most) refuse(expected);
     return value;
   }
 
@@ -86,7 +84,7 @@ class Words {
 
  private:
   [[noreturn]] void fail(int line, const std::string& expected) const {
-    throw InputError(path_ + ":" + std::to_string(line) + ": expected " + expected);
+    throw InputError(path_, line, "expected " + expected);
   }
   void skipWhite() {
     while (reader_.ok() && static_cast<signed char>(reader_.peek()) <= ' ') reader_.getc();

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <string>
 
 #include "tests/support/Tolerance.h"
 
@@ -54,6 +55,13 @@ TEST(Numbers, IntegersAreWholeWordsThatFit) {
        {"", "+", "-", "+-1", "1.0", "1e3", "12a", "0x1", "2147483648", "-2147483649", " 1"}) {
     int value;
     EXPECT_FALSE(parseInt(bad, &value)) << bad;
+  }
+  const long most = std::numeric_limits<long>::max();
+  long value;
+  EXPECT_TRUE(parseInt(("+" + std::to_string(most)).c_str(), &value));
+  EXPECT_EQ(value, most);
+  for (const std::string& bad : {std::to_string(most) + "0", std::string("+-1")}) {
+    EXPECT_FALSE(parseInt(bad.c_str(), &value)) << bad;
   }
 }
 
