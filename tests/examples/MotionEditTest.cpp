@@ -201,6 +201,29 @@ TEST(MotionEdit, EveryPreconditionerFindsTheSameStep) {
   }
 }
 
+// No motion makes the Jacobian narrower from one step to the next, so its rows are cut by hand.
+TEST(MotionEdit, ANarrowerJacobianLeavesNoUnknownAnEarlierStep) {
+  Clip clip = walk();
+  const int hand = clip.find("LeftHand");
+  const std::vector<Constraint> wishes = {
+      {60, hand, Skeleton(clip).position(hand, clip.frame(60)) + Pnt3(2, 5, 1), 1.0}};
+  const EditOptions options;
+  Edit edit(&clip, wishes, options);
+  edit.linearize(options.damping);
+  const HSpMat& J = *edit.jacobian().matrix();
+  const int width = J.width();
+  edit.solve(EditOptions::None, 1e-8);
+  ASSERT_NE(edit.step()[width - 1], 0.0);
+  for (int i = 0; i < J.height(); i++) {
+    J.row(i)->zero();
+    J.row(i)->insEnd(1.0, i);
+  }
+  ASSERT_LT(J.width(), width);
+  edit.solve(EditOptions::None, 1e-8);
+  ASSERT_EQ(edit.step().size(), edit.jacobian().unknowns());
+  for (int i = 0; i < edit.step().size(); i++) EXPECT_EQ(edit.step()[i] != 0.0, i < J.width()) << i;
+}
+
 TEST(MotionEdit, ReportsAGoalThatCannotBeMet) {
   Clip clip = walk();
   const std::vector<Constraint> wishes = {{60, clip.find("LeftHand"), Pnt3(0, 90, 190), 1.0},
