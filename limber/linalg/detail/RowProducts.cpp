@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "limber/linalg/detail/Pieces.h"
 #include "limber/linalg/detail/RowStorage.h"
 
 namespace limber::detail {
@@ -62,20 +63,11 @@ template <int count, class Visit>
   return true;
 }
 
-// Visits the leading entries of which all lie below the room, in order; how many these are. By sixteens, then
-// what is left as 8 + 4 + 2 + 1: fewer branches than one an entry, and fewer wrong guesses at the end of a
-// row.
+// Visits the leading entries of which all lie below the room, in order; how many these are.
 template <class Visit>
 [[gnu::always_inline]] inline int visitRow(const View& row, unsigned room, Visit each) {
   int k = 0;
-  while (k + 16 <= row.entries) {
-    if (!visit<16>(row, k, room, each)) return k;
-  }
-  if (row.entries <= 0) return 0;
-  if ((row.entries & 8) != 0 && !visit<8>(row, k, room, each)) return k;
-  if ((row.entries & 4) != 0 && !visit<4>(row, k, room, each)) return k;
-  if ((row.entries & 2) != 0 && !visit<2>(row, k, room, each)) return k;
-  if ((row.entries & 1) != 0) visit<1>(row, k, room, each);
+  inPieces(row.entries, [&](auto count) { return visit<decltype(count)::value>(row, k, room, each); });
   return k;
 }
 

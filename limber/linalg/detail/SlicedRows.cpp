@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "limber/linalg/SpVec.h"
+#include "limber/linalg/detail/Pieces.h"
 #include "limber/linalg/detail/RowStorage.h"
 
 namespace limber::detail {
@@ -30,24 +31,19 @@ void spread(const T* from, int n, T* to, int step) {
   for (int k = 0; k < n; ++k) to[k * step] = from[k];
 }
 
-// y[index] += s value for `count` entries.
+// y[index] += s value for `count` entries, `step` apart.
 template <int step, int count>
-[[gnu::always_inline]] inline void addEntries(const int*& index, const double*& value, double s, double* y) {
+[[gnu::always_inline]] inline bool addEntries(const int*& index, const double*& value, double s, double* y) {
 #pragma GCC unroll 16
   for (int k = 0; k < count; ++k) y[index[k * step]] += s * value[k * step];
   index += count * step;
   value += count * step;
+  return true;
 }
 
-// By sixteens, then what is left as 8 + 4 + 2 + 1: fewer branches than one an entry, and fewer wrong guesses
-// at the end of a row.
 template <int step>
 [[gnu::always_inline]] inline void addRow(const int* index, const double* value, int n, double s, double* y) {
-  for (int k = n; k >= 16; k -= 16) addEntries<step, 16>(index, value, s, y);
-  if ((n & 8) != 0) addEntries<step, 8>(index, value, s, y);
-  if ((n & 4) != 0) addEntries<step, 4>(index, value, s, y);
-  if ((n & 2) != 0) addEntries<step, 2>(index, value, s, y);
-  if ((n & 1) != 0) addEntries<step, 1>(index, value, s, y);
+  inPieces(n, [&](auto count) { return addEntries<step, decltype(count)::value>(index, value, s, y); });
 }
 
 bool allInside(const int* indices, int n, int width) {
