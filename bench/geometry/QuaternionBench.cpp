@@ -68,6 +68,32 @@ void ProductPlainImath(benchmark::State& state) {
                          [](const Imath::Quatd& a, const Imath::Quatd& b, std::size_t) { return b * a; });
 }
 
+/// Each product waits for the one before it, as down a chain of joints.
+template <class Q, class Qs, class F>
+void downAChain(benchmark::State& state, const Q& identity, const Qs& turns, F f) {
+  for (auto _ : state) {
+    Q q = identity;
+    for (const Q& turn : turns) q = f(q, turn);
+    benchmark::DoNotOptimize(q);
+  }
+  state.SetItemsProcessed(state.iterations() * count);
+}
+void ProductChainLimber(benchmark::State& state) {
+  downAChain(state, Quat(), quatsB, [](const Quat& a, const Quat& b) { return a * b; });
+}
+void ProductChainEigen(benchmark::State& state) {
+  downAChain(state, EigenQuat(1.0, 0.0, 0.0, 0.0), eigenB,
+             [](const EigenQuat& a, const EigenQuat& b) { return (b * a).normalized(); });
+}
+void ProductChainGlm(benchmark::State& state) {
+  downAChain(state, glm::dquat(1.0, 0.0, 0.0, 0.0), glmB,
+             [](const glm::dquat& a, const glm::dquat& b) { return glm::normalize(b * a); });
+}
+void ProductChainImath(benchmark::State& state) {
+  downAChain(state, Imath::Quatd(), imathB,
+             [](const Imath::Quatd& a, const Imath::Quatd& b) { return (b * a).normalized(); });
+}
+
 void RotateLimber(benchmark::State& state) {
   overArrays<Points>(state, quatsA, points,
                      [](const Quat& q, const Pnt3& p, std::size_t) { return q.Rotate(p); });
@@ -120,6 +146,10 @@ BENCHMARK(ProductImath);
 BENCHMARK(ProductPlainEigen);
 BENCHMARK(ProductPlainGlm);
 BENCHMARK(ProductPlainImath);
+BENCHMARK(ProductChainLimber);
+BENCHMARK(ProductChainEigen);
+BENCHMARK(ProductChainGlm);
+BENCHMARK(ProductChainImath);
 BENCHMARK(RotateLimber);
 BENCHMARK(RotateEigen);
 BENCHMARK(RotateGlm);
