@@ -1,7 +1,8 @@
 #pragma once
 
 /// @file
-/// The operators M of the usual normal-equation forms, applied to a vector without ever forming M.
+/// The operators M of the usual normal-equation forms, applied to a vector without ever forming M. During a
+/// solve with A the products are those of A as it was when the solve began.
 
 #include "limber/Api.h"
 

@@ -3,7 +3,7 @@
 /// @file
 /// Entry points of the older conjugate-gradient family. Each returns what cgradI returns: the iterations, -1
 /// singular, -9 limit reached. Of the tuning variables only cgradEps, cgradTol, cgradNeptune,
-/// maxCGradPasses, cgradMAXX, cgradMAXB and cgradDribble count here.
+/// maxCGradPasses, cgradMAXX, cgradMAXB and cgradDribble count here. A must not change during a solve.
 
 #include "limber/Api.h"
 

@@ -31,6 +31,7 @@ struct Case {
       for (int k = 0; k < entries; ++k) {
         row->ins(normal(engine), static_cast<int>(engine() % static_cast<unsigned>(width)));
       }
+      if (engine() % 19 == 0) row->numEntries = -2;
       matrix.rows[i] = row.get();
       owned.push_back(std::move(row));
     }
@@ -136,6 +137,10 @@ TEST(SlicedRows, RefusesWhatItCannotHold) {
     last.indices[0] = index;
     EXPECT_FALSE(sliced.copy(m.rows, 50, 30)) << index;
   }
+  double untouched = 7.0;
+  sliced.multiplyTransposed(nullptr, &untouched);
+  sliced.multiply(nullptr, &untouched);
+  EXPECT_EQ(untouched, 7.0);
   last.indices[0] = 29;
   const Vector x = c.operand(30), z = c.operand(50);
   expectSameProducts(sliced, c, x, z);

@@ -6,12 +6,12 @@
 #include <cmath>
 #include <functional>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "limber/solvers/BiCGrad.h"
 #include "limber/solvers/CGMultiply.h"
 #include "limber/solvers/CGrad.h"
-#include "limber/solvers/MCGrad.h"
 #include "limber/solvers/NCGrad.h"
 #include "limber/solvers/Preconditioner.h"
 #include "limber/solvers/PureCGrad.h"
@@ -109,59 +109,142 @@ TEST(SolveCopy, EverySolveHasTheBitsOfTheRows) {
   }
 }
 
-/// The identity, which at a late iteration changes the matrix, multiplies by it, and changes it back.
+/// The identity, which does something at one of its calls.
 class Meddler : public Preconditioner {
  public:
-  Meddler(SpMat* A, SpVec* row) : product(A->height()), A_(A), row_(row) {}
+  Meddler(int call, std::function<void(const Vector* r)> action) : call_(call), action_(std::move(action)) {}
 
   void solve(const Vector* r, Vector* z) override {
     Preconditioner::solve(r, z);
-    if (++calls != 15) return;
-    const double kept = row_->e(0);
-    row_->e(0) = 1e6;
-    multFunA(A_, r, &product);
-    row_->e(0) = kept;
-    Vector now;
-    multFunA(A_, r, &now);
-    same = tolerance::sameBits(product.data, now.data, now.count);
+    if (++calls == call_) action_(r);
   }
 
   int calls = 0;
-  bool same = false;
-  Vector product;
 
  private:
-  SpMat* A_;
-  SpVec* row_;
+  int call_;
+  std::function<void(const Vector* r)> action_;
 };
+
+CGIStatus onePass(SpMat* A, Vector* x, Vector* b, CGMultFun mult, Preconditioner* pre) {
+  Vector r, p, q, best, z;
+  int iter = 0, bestIter = 0;
+  double rsq;
+  return pureCGrad(A, x, b, mult, &r, &p, &q, 100, iter, bestIter, rsq, &best, pre, &z);
+}
+
+/// Solves with the action at some call, late unless said, and sees to it that the pass is that long.
+void solveWith(SparseMatrix& sparse, CGMultFun mult, std::function<void(const Vector*)> action,
+               int call = 15) {
+  Vector b(61), x(61);
+  b = 1.0;
+  Meddler meddler(call, std::move(action));
+  onePass(&sparse.m, &x, &b, mult, &meddler);
+  EXPECT_GT(meddler.calls, call);
+}
 
 void plainProduct(SpMat* A, const Vector* v, Vector* w) { A->mult(v, w); }
 void ownProduct(SpMat* A, const Vector* v, Vector* w) { multFunA(A, v, w); }
 
-/// Whether a change of the matrix late in a pass goes unseen by multFunA.
-bool copies(CGMultFun mult) {
+/// Whether a change of the matrix at that call of a pass goes unseen by multFunA.
+bool unseen(CGMultFun mult, int call = 15) {
   SparseMatrix sparse = random(61, true);
-  Vector b(61), x(61), r, p, q, best, z;
-  b = 1.0;
-  Meddler meddler(&sparse.m, sparse.rows[60].get());
-  int iter = 0, bestIter = 0;
-  double rsq;
-  pureCGrad(&sparse.m, &x, &b, mult, &r, &p, &q, 100, iter, bestIter, rsq, &best, &meddler, &z);
-  EXPECT_GT(meddler.calls, 15);
-  return meddler.same;
+  bool same = false;
+  const auto change = [&](const Vector* r) {
+    double& entry = sparse.rows[60]->e(0);
+    const double kept = entry;
+    Vector changed, now;
+    entry = 1e6;
+    multFunA(&sparse.m, r, &changed);
+    entry = kept;
+    multFunA(&sparse.m, r, &now);
+    same = tolerance::sameBits(changed.data, now.data, now.count);
+  };
+  solveWith(sparse, mult, change, call);
+  return same;
 }
 
 TEST(SolveCopy, ALongPassDoesNotFollowTheMatrix) {
   const Tuning tuning;
   Tuning::strict(1e-24);
-  EXPECT_TRUE(copies(multFunA));
+  for (const CGMultFun mult : {multFunA, multFunJJt, multFunAtA}) EXPECT_TRUE(unseen(mult));
+  EXPECT_FALSE(unseen(multFunA, 2)) << "too early for a copy";
 }
 
 TEST(SolveCopy, AProductOfTheCallersOwnMayChangeTheMatrix) {
   const Tuning tuning;
   Tuning::strict(1e-24);
-  EXPECT_FALSE(copies(plainProduct));
-  EXPECT_FALSE(copies(ownProduct));
+  EXPECT_FALSE(unseen(plainProduct));
+  EXPECT_FALSE(unseen(ownProduct));
+}
+
+TEST(SolveCopy, OperandsThatDoNotFitGetTheProductOfTheRows) {
+  const Tuning tuning;
+  Tuning::strict(1e-24);
+  SparseMatrix sparse = random(61, true);
+  Derived rows(61);
+  for (int i = 0; i < 61; ++i) rows.rows[i] = sparse.m.rows[i];
+  solveWith(sparse, multFunA, [&](const Vector*) {
+    for (const int n : {0, 2, 60, 61, 90}) {
+      Vector v(n), w, expected;
+      for (int i = 0; i < n; ++i) v[i] = std::sin(2.0 * i);
+      for (const CGMultFun mult : {multFunA, multFunJJt, multFunAtA}) {
+        mult(&sparse.m, &v, &w);
+        mult(&rows, &v, &expected);
+        ASSERT_EQ(w.count, expected.count);
+        EXPECT_TRUE(tolerance::sameBits(w.data, expected.data, w.count)) << n;
+      }
+    }
+  });
+}
+
+TEST(SolveCopy, AMatrixThatLosesRowsIsReadAsItIs) {
+  const Tuning tuning;
+  Tuning::strict(1e-24);
+  SparseMatrix sparse = random(61, true);
+  solveWith(sparse, multFunA, [&](const Vector* r) {
+    Vector w, expected, ten(10);
+    ten = 1.0;
+    sparse.m.numRows = 10;
+    multFunA(&sparse.m, r, &w);
+    sparse.m.mult(r, &expected);
+    EXPECT_EQ(w.count, 10);
+    EXPECT_TRUE(tolerance::sameBits(w.data, expected.data, 10));
+    multFunJJt(&sparse.m, &ten, &w);
+    EXPECT_EQ(w.count, 10);
+    sparse.m.numRows = 61;
+  });
+}
+
+/// Multiplies by a matrix with one entry shifted, and solves with another matrix on the way.
+SpVec* shiftedRow = nullptr;
+SpMat* other = nullptr;
+void shiftedProduct(SpMat* A, const Vector* v, Vector* w) {
+  double rsq;
+  Vector x(v->count), b(*v);
+  ncgradA(other, &x, &b, &rsq);
+  shiftedRow->e(0) += 3.0;
+  multFunA(A, v, w);
+  shiftedRow->e(0) -= 3.0;
+}
+
+TEST(SolveCopy, AProductOfTheCallersOwnCountsInsideASolveToo) {
+  const Tuning tuning;
+  Tuning::strict(1e-24);
+  SparseMatrix sparse = random(61, true), second = random(61, true);
+  for (auto& row : second.rows) row->scale(5.0);
+  shiftedRow = sparse.rows[60].get();
+  other = &second.m;
+  Vector b(61), alone(61), inside(61), undisturbed(61), x(61);
+  b = 1.0;
+  onePass(&sparse.m, &alone, &b, shiftedProduct, nullptr);
+  Preconditioner identity;
+  onePass(&sparse.m, &undisturbed, &b, multFunA, &identity);
+  Meddler meddler(15, [&](const Vector*) { onePass(&sparse.m, &inside, &b, shiftedProduct, nullptr); });
+  onePass(&sparse.m, &x, &b, multFunA, &meddler);
+  EXPECT_GT(meddler.calls, 15);
+  EXPECT_TRUE(tolerance::sameBits(inside.data, alone.data, 61));
+  EXPECT_TRUE(tolerance::sameBits(x.data, undisturbed.data, 61)) << "goes on with its own copy";
 }
 
 TEST(SolveCopy, ChangesBetweenSolvesCount) {
@@ -179,42 +262,20 @@ TEST(SolveCopy, ChangesBetweenSolvesCount) {
   for (int i = 0; i < 61; ++i) EXPECT_TRUE(tolerance::close(y[i], 0.5 * x[i], 1e-10));
 }
 
-/// The inverse of a matrix, by a solve within the solve.
-class InnerSolve : public Preconditioner {
- public:
-  explicit InnerSolve(HSpMat* A) : A_(A) {}
-
-  void solve(const Vector* r, Vector* z) override {
-    z->grow(r->count);
-    *z = 0.0;
-    Vector b(*r), p, q, best, rest, unused;
-    int iter = 0, bestIter = 0;
-    double rsq;
-    status = pureCGrad(A_, z, &b, multFunA, &rest, &p, &q, 200, iter, bestIter, rsq, &best, nullptr, &unused);
-  }
-
-  CGIStatus status = CGI_TOO_MANY_ITERS;
-
- private:
-  HSpMat* A_;
-};
-
 TEST(SolveCopy, ASolveWithinASolveHasItsOwnMatrix) {
   const Tuning tuning;
   Tuning::strict(1e-24);
   SparseMatrix outer = random(61, true), inner = random(61, true);
   for (auto& row : inner.rows) row->scale(3.0);
-  inner.rows[7]->e(0) *= 1.0 + 1e-3;
-  InnerSolve preconditioner(&inner.m);
-  Vector b(61), x(61), product;
+  Vector b(61), alone(61), inside(61), x(61), undisturbed(61);
   b = 1.0;
-  double rsq, rsqOut;
-  int iterations;
-  CGIStatus status;
-  EXPECT_EQ(mcgradI(&outer.m, &x, &b, rsq, rsqOut, iterations, status, multFunA, &preconditioner), CG_ACCEPT);
-  EXPECT_EQ(preconditioner.status, CGI_SOLVED);
-  outer.m.mult(&x, &product);
-  for (int i = 0; i < 61; ++i) EXPECT_TRUE(tolerance::close(product[i], 1.0, 1e-10));
+  EXPECT_EQ(onePass(&inner.m, &alone, &b, multFunA, nullptr), CGI_SOLVED);
+  Preconditioner identity;
+  EXPECT_EQ(onePass(&outer.m, &undisturbed, &b, multFunA, &identity), CGI_SOLVED);
+  Meddler meddler(15, [&](const Vector*) { onePass(&inner.m, &inside, &b, multFunA, nullptr); });
+  EXPECT_EQ(onePass(&outer.m, &x, &b, multFunA, &meddler), CGI_SOLVED);
+  EXPECT_TRUE(tolerance::sameBits(inside.data, alone.data, 61));
+  EXPECT_TRUE(tolerance::sameBits(x.data, undisturbed.data, 61));
 }
 
 }  // namespace

@@ -137,6 +137,24 @@ TEST(SolversAllocation, LargerThanTheFirstWorkVectors) {
   EXPECT_GT(iterations, 0);
 }
 
+TEST(SolversAllocation, NothingInALongSolveAfterAShortOne) {
+  const Tuning tuning;
+  cg_tol = 100.0;
+  cg_epsilon = 1e-100;
+  const int n = 2600;
+  SparseMatrix A = chain(n);
+  Vector b(n), x(n);
+  b = 1.0;
+  double rsq;
+  const int few = ncgrad(&A.m, &x, &b, &rsq);
+  EXPECT_LT(few, 5);
+  cg_tol = 1e-14;
+  x = 0.0;
+  const long before = allocations::count();
+  EXPECT_GT(ncgrad(&A.m, &x, &b, &rsq), 10);
+  EXPECT_EQ(allocations::count() - before, 0);
+}
+
 // Each solve is larger than all before it. First each work vector that has to grow fails to, which empties
 // it; then the k-th only. Whatever fails, the same solve has what it needs the next time.
 TEST(SolversAllocation, KthFailureOfGrowingWorkVectorsIsSurvived) {

@@ -28,7 +28,9 @@ namespace {
 /// each, so that they stay in registers.
 struct Slots {
   unsigned rows = 0x3210, columns = 0;
-  std::uint64_t halves = 0;  // of the columns, for the permutation at the end
+  /// For the permutation at the end: in the 16 bits of row r the two halves 2c and 2c + 1 of the lane of its
+  /// pivot column c.
+  std::uint64_t halves = 0;
 
   int row(int slot) const { return static_cast<int>(rows >> (4 * slot) & 15); }
   int column(int slot) const { return static_cast<int>(columns >> (4 * slot) & 15); }
@@ -184,8 +186,7 @@ LIMBER_WIDE bool invertAvx2(double* m) {
   const __m256d ordered = _mm256_and_pd(_mm256_cmp_pd(r0, r1, _CMP_ORD_Q), _mm256_cmp_pd(r2, r3, _CMP_ORD_Q));
   if (_mm256_movemask_pd(ordered) != 15) return false;
 
-  // Slot s holds row column[s] of the inverse, whose element row[t] stands in lane column[t]. The permutation
-  // takes the two halves 2c, 2c + 1 of each lane c.
+  // Slot s holds row column(s) of the inverse, whose element row(t) stands in lane column(t).
   const __m256i order = _mm256_cvtepu8_epi32(_mm_cvtsi64_si128(static_cast<long long>(slots.halves)));
   const __m256d out[4] = {r0, r1, r2, r3};
   for (int s = 0; s < 4; s++)

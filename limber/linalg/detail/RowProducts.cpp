@@ -9,8 +9,8 @@
 namespace limber::detail {
 namespace {
 
-// Asks for rows ahead of their turn. A row made in one go lies in consecutive lines of the cache: with the
-// object come its entries, as far as they are short. Few rows stay in the nearer caches: there asking only
+// Asks for rows ahead of their turn. A row made in one go lies in consecutive lines of the cache: the three
+// hold the object and, for a short row, its entries. Few rows stay in the nearer caches: there asking only
 // costs.
 class Ahead {
  public:

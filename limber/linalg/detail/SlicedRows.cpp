@@ -54,72 +54,81 @@ bool allInside(const int* indices, int n, int width) {
 
 }  // namespace
 
-int SlicedRows::blocks() const { return (rows_ + block - 1) / block; }
+int SlicedRows::blocks() const { return (height_ + block - 1) / block; }
 
-int SlicedRows::end(int b) const { return std::min((b + 1) * block, rows_); }
+int SlicedRows::end(int b) const { return std::min((b + 1) * block, height_); }
 
 bool SlicedRows::reserve(const SpVec* const* rows, int n) {
+  if (n <= 0 || n > most) return false;
   long long entries = 0;
-  for (int i = 0; i < n; ++i) entries += entriesOf(rows[i]);
-  const int room = static_cast<int>(std::min(entries, mostEntries));
-  return entries <= mostEntries && row_.reserve(n) && slice_.reserve(n) && order_.reserve(n) &&
-         first_.reserve(n / block + 2) && indices_.reserve(room) && values_.reserve(room);
+  int longest = 0;
+  for (int i = 0; i < n; ++i) {
+    entries += entriesOf(rows[i]);
+    longest = std::max(longest, entriesOf(rows[i]));
+  }
+  if (entries > most) return false;
+  const int room = static_cast<int>(entries);
+  return place_.reserve(n) && slice_.reserve(n) && order_.reserve(n) && first_.reserve(n / block + 2) &&
+         lengths_.reserve(longest + 2) && indices_.reserve(room) && values_.reserve(room);
 }
 
 bool SlicedRows::copy(const SpVec* const* rows, int n, int width) {
-  rows_ = slices_ = filled_ = 0;
-  if (n <= 0 || width <= 0 || !reserve(rows, n)) return false;
-  for (int b = 0; b * block < n; ++b) {
-    const int from = b * block, to = std::min(from + block, n);
-    first_[b] = slices_;
-    for (int i = from; i < to; ++i) row_[i].length = entriesOf(rows[i]);
-    if (!layOut(from, to)) return false;
-    for (int i = from; i < to; ++i) {
-      const Row row = row_[i];
-      if (row.length == 0) continue;
-      const int* const indices = rows[i]->indices.data;
-      if (!allInside(indices, row.length, width)) return false;
-      spread(indices, row.length, indices_.get() + row.start, row.step);
-      spread(rows[i]->values.data, row.length, values_.get() + row.start, row.step);
-    }
-  }
-  rows_ = n;
+  height_ = width_ = slices_ = filled_ = 0;
+  if (!reserve(rows, n) || !copyBlocks(rows, n, width)) return false;
+  height_ = n;
   width_ = width;
   first_[blocks()] = slices_;
   return true;
 }
 
-// Sorts a block's rows by length, counting them, and gives each its place.
-bool SlicedRows::layOut(int from, int to) {
-  int longest = 0;
-  for (int i = from; i < to; ++i) longest = std::max(longest, row_[i].length);
-  if (!lengths_.reserve(longest + 2)) return false;
-  std::fill_n(lengths_.get(), longest + 2, 0);
-  for (int i = from; i < to; ++i) ++lengths_[row_[i].length + 1];
-  for (int length = 0; length <= longest; ++length) lengths_[length + 1] += lengths_[length];
-  for (int i = from; i < to; ++i) order_[from + lengths_[row_[i].length]++] = i;
-
-  // lengths_[length] is where the rows of that length end now
-  int place = from;
-  for (int length = 0; length <= longest; ++length) {
-    for (const int last = from + lengths_[length]; place < last;) {
-      const int together = last - place >= slice ? slice : 1;
-      slice_[slices_++] = {length, together};
-      for (int lane = 0; lane < together; ++lane) row_[order_[place++]] = {filled_ + lane, length, together};
-      filled_ += together * length;
+bool SlicedRows::copyBlocks(const SpVec* const* rows, int n, int width) {
+  for (int from = 0; from < n; from += block) {
+    const int to = std::min(from + block, n);
+    first_[from / block] = slices_;
+    for (int i = from; i < to; ++i) place_[i].length = entriesOf(rows[i]);
+    layOut(from, to);
+    for (int i = from; i < to; ++i) {
+      const Place place = place_[i];
+      if (place.length == 0) continue;
+      const int* const indices = rows[i]->indices.data;
+      if (!allInside(indices, place.length, width)) return false;
+      spread(indices, place.length, indices_.get() + place.start, place.step);
+      spread(rows[i]->values.data, place.length, values_.get() + place.start, place.step);
     }
   }
   return true;
 }
 
+// Sorts a block's rows by length, counting them, and gives each its place.
+void SlicedRows::layOut(int from, int to) {
+  int longest = 0;
+  for (int i = from; i < to; ++i) longest = std::max(longest, place_[i].length);
+  std::fill_n(lengths_.get(), longest + 2, 0);
+  for (int i = from; i < to; ++i) ++lengths_[place_[i].length + 1];
+  for (int length = 0; length <= longest; ++length) lengths_[length + 1] += lengths_[length];
+  for (int i = from; i < to; ++i) order_[from + lengths_[place_[i].length]++] = i;
+
+  // lengths_[length] is where the rows of that length end now
+  int next = from;
+  for (int length = 0; length <= longest; ++length) {
+    for (const int last = from + lengths_[length]; next < last;) {
+      const int lanes = last - next >= slice ? slice : 1;
+      slice_[slices_++] = {length, lanes};
+      for (int lane = 0; lane < lanes; ++lane) place_[order_[next++]] = {filled_ + lane, length, lanes};
+      filled_ += lanes * length;
+    }
+  }
+}
+
 void SlicedRows::multiplyBlock(int b, const double* x, double* y) const {
   const int* row = order_.get() + b * block;
-  const int start = row_[*row].start;
+  // the first row's entries are the first of the block
+  const int start = place_[*row].start;
   const int* index = indices_.get() + start;
   const double* value = values_.get() + start;
   const Slice* const last = slice_.get() + first_[b + 1];
   for (const Slice* s = slice_.get() + first_[b]; s != last; ++s) {
-    if (s->rows == slice) {
+    if (s->lanes == slice) {
       Pair sum01 = {0.0, 0.0}, sum23 = {0.0, 0.0};
       for (int k = 0; k < s->length; ++k, index += slice, value += slice) {
         sum01 += Pair{x[index[0]], x[index[1]]} * pairAt(value);
@@ -142,13 +151,13 @@ void SlicedRows::addBlock(int b, const double* x, double* y) const {
   for (int i = b * block; i < end(b); ++i) {
     const double s = x[i];
     if (isTiny(s)) continue;
-    const Row row = row_[i];
-    const int* const index = indices_.get() + row.start;
-    const double* const value = values_.get() + row.start;
-    if (row.step == slice) {
-      addRow<slice>(index, value, row.length, s, y);
+    const Place place = place_[i];
+    const int* const index = indices_.get() + place.start;
+    const double* const value = values_.get() + place.start;
+    if (place.step == slice) {
+      addRow<slice>(index, value, place.length, s, y);
     } else {
-      addRow<1>(index, value, row.length, s, y);
+      addRow<1>(index, value, place.length, s, y);
     }
   }
 }

@@ -30,13 +30,12 @@ int cgIterationLimit(const SpMat& A) {
 CGWork& cgWork() { return createdOnFirstUse<CGWork>(); }
 
 const HSpMat* plainRows(const SpMat* A) {
-  return typeid(*A) == typeid(HSpMat) ? static_cast<const HSpMat*>(A) : nullptr;
+  return A && typeid(*A) == typeid(HSpMat) ? static_cast<const HSpMat*>(A) : nullptr;
 }
 
 void cgMult(SpMat* A, const Vector* v, Vector* out) {
-  if (SolveCopy::mult(A, v, out)) return;
   out->grow(A->height());
-  A->mult(v, out);
+  if (!SolveCopy::mult(A, v, out)) A->mult(v, out);
 }
 
 void cgMultT(SpMat* A, const Vector* v, Vector* out) {
