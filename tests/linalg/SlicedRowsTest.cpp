@@ -129,6 +129,7 @@ TEST(SlicedRows, RefusesWhatItCannotHold) {
   SlicedRows sliced;
   Case c(7, 50, 30, 8);
   HSpMat& m = c.matrix;
+  ASSERT_TRUE(sliced.copy(m.rows, 50, 30));
   EXPECT_FALSE(sliced.copy(m.rows, 0, 30));
   EXPECT_FALSE(sliced.copy(m.rows, 50, 0));
   EXPECT_FALSE(sliced.copy(m.rows, 50, 29)) << "the last row has an entry at 29";

@@ -203,7 +203,7 @@ TEST(SolveCopy, AMatrixThatLosesRowsIsReadAsItIs) {
   Tuning::strict(1e-24);
   SparseMatrix sparse = random(61, true);
   solveWith(sparse, multFunA, [&](const Vector* r) {
-    Vector w, expected, ten(10);
+    Vector w(90), expected, ten(10);
     ten = 1.0;
     sparse.m.numRows = 10;
     multFunA(&sparse.m, r, &w);
@@ -240,11 +240,19 @@ TEST(SolveCopy, AProductOfTheCallersOwnCountsInsideASolveToo) {
   onePass(&sparse.m, &alone, &b, shiftedProduct, nullptr);
   Preconditioner identity;
   onePass(&sparse.m, &undisturbed, &b, multFunA, &identity);
-  Meddler meddler(15, [&](const Vector*) { onePass(&sparse.m, &inside, &b, shiftedProduct, nullptr); });
+  Vector before, after;
+  Meddler meddler(15, [&](const Vector* r) {
+    multFunA(&sparse.m, r, &before);
+    onePass(&sparse.m, &inside, &b, shiftedProduct, nullptr);
+    sparse.rows[60]->e(0) += 1.0;
+    multFunA(&sparse.m, r, &after);
+    sparse.rows[60]->e(0) -= 1.0;
+  });
   onePass(&sparse.m, &x, &b, multFunA, &meddler);
   EXPECT_GT(meddler.calls, 15);
   EXPECT_TRUE(tolerance::sameBits(inside.data, alone.data, 61));
-  EXPECT_TRUE(tolerance::sameBits(x.data, undisturbed.data, 61)) << "goes on with its own copy";
+  EXPECT_TRUE(tolerance::sameBits(before.data, after.data, 61)) << "goes on with its own copy";
+  EXPECT_TRUE(tolerance::sameBits(x.data, undisturbed.data, 61));
 }
 
 TEST(SolveCopy, ChangesBetweenSolvesCount) {
