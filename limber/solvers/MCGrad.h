@@ -14,7 +14,7 @@ class Preconditioner;
 /// the final squared residual, totalIters the iterations of all passes, status how the last pass ended.
 ///
 /// The work vectors are shared by all solves of the process: created on first use, grown on demand, never
-/// released. After the first solve of a size nothing is allocated.
+/// released. After the first solve of a size, in rows, columns and entries, nothing is allocated.
 ///
 /// A must not change during the solve: with one of the multiply functions of this library, a long solve with
 /// an HSpMat of 32 rows or more and 2^24 entries or fewer makes a copy of it, 12 bytes an entry and 24 a row,
