@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Bi-conjugate gradients (Fletcher 1976) for square systems that need not be symmetric. A
-/// must not change during a solve.
+/// Bi-conjugate gradients (Fletcher 1976) for square systems that need not be symmetric.
+/// A must not change during a solve.
 
 #include "limber/Api.h"
 #include "limber/solvers/CGStatus.h"

@@ -34,8 +34,6 @@ struct State {
   unsigned rowSum, columnSum;         // of the pivots so far
 };
 
-constexpr int placeBits = 15, magnitudeBits = INT32_MAX & ~placeBits;
-
 LIMBER_WIDER __m512i places() {
   return _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
 }
@@ -56,9 +54,8 @@ LIMBER_WIDER bool findPivot(const State& s, __m512i& place) {
   const unsigned same =
       _mm512_testn_epi32_mask(_mm512_xor_si512(keys, best), _mm512_set1_epi32(magnitudeBits));
   const auto key = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm512_castsi512_si128(best)));
-  constexpr std::uint32_t infinity = 0x7ff00000, smallest = placeBits + 1;
   place = best;
-  return __builtin_expect((same & (same - 1)) == 0 && key - smallest < infinity - smallest, 1);
+  return __builtin_expect((same & (same - 1)) == 0 && isPivotKey(key), 1);
 }
 
 template <int Step>

@@ -91,8 +91,7 @@ LIMBER_WIDE_PART __m256i upperHalves(__m256d first, __m256d second) {
   return _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castpd_ps(first), _mm256_castpd_ps(second), 0xdd));
 }
 
-/// The bits of a key that are open and hold the magnitude, and the place in the order of upperHalves().
-constexpr int placeBits = 15, magnitudeBits = INT32_MAX & ~placeBits;
+/// The places of two slots, in the order of upperHalves().
 LIMBER_WIDE_PART __m256i placesAt(int slot) {
   return _mm256_add_epi32(_mm256_set1_epi32(4 * slot), _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7));
 }
@@ -118,8 +117,7 @@ LIMBER_WIDE_PART int findPivot(const double* rows, __m256d r0, __m256d r1, __m25
   half = _mm_max_epi32(half, _mm_shuffle_epi32(half, 0x4e));
   half = _mm_max_epi32(half, _mm_shuffle_epi32(half, 0xb1));
   const auto key = static_cast<std::uint32_t>(_mm_cvtsi128_si32(half));
-  constexpr std::uint32_t infinity = 0x7ff00000, smallest = placeBits + 1;
-  if (__builtin_expect(key - smallest >= infinity - smallest, 0)) return -1;
+  if (__builtin_expect(!isPivotKey(key), 0)) return -1;
 
   best = _mm256_broadcastd_epi32(half);
   int same = sameMagnitude(keys23, best);

@@ -3,7 +3,6 @@
 /// @file
 /// A copy of a sparse matrix for many products.
 
-#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <new>

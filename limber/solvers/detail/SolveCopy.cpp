@@ -11,6 +11,7 @@ namespace {
 // The copy takes as long as three or four products, and about fourteen later ones save that again: a solve
 // that is over by then goes without. Made for the product with this number.
 constexpr int firstCopied = 10;
+// Fewer rows are in the nearest cache anyway.
 constexpr int fewestRows = 32;
 
 SlicedRows& storage() { return createdOnFirstUse<SlicedRows>(); }
