@@ -171,7 +171,7 @@ TEST(Clip, AWrittenClipReadsBackToThePrintedDigits) {
   std::mt19937 random(3);
   for (const std::string& name : {std::string("own"), std::string("small")}) {
     Clip clip =
-        name == "own" ? readClip(LIMBER_SOURCE_DIR "/examples/data/walk.bvh", nullptr) : clipOf(smallClip);
+        name == "own" ? readClip(sourceFile("examples/data/walk.bvh").c_str(), nullptr) : clipOf(smallClip);
     for (double& value : clip.values) value += 1e-3 * static_cast<double>(random() % 1000);
     const Clip same = writtenAndRead(clip);
     expectSameSkeleton(clip, same);

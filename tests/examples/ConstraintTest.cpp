@@ -167,7 +167,7 @@ TEST(SortByFrame, LeavesEachJointItsLastWishOfAFrame) {
 
 // In the project's own clip a foot stands for 0.62 of a cycle of 36 frames, and slides meanwhile.
 TEST(FootPlants, AreFoundWhereTheFeetOfTheOwnClipStand) {
-  const Clip clip = readClip(LIMBER_SOURCE_DIR "/examples/data/walk.bvh", nullptr);
+  const Clip clip = readClip(sourceFile("examples/data/walk.bvh").c_str(), nullptr);
   const Skeleton skeleton(clip);
   const std::vector<Constraint> plants = findFootPlants(clip, skeleton, 8, 1);
   ASSERT_FALSE(plants.empty());

@@ -10,7 +10,7 @@
 
 namespace {
 
-const std::string data = std::string(LIMBER_SOURCE_DIR) + "/examples/data/";
+const std::string data = sourceFile("examples/data/");
 
 Clip walk() { return readClip((data + "walk.bvh").c_str(), nullptr); }
 

@@ -18,7 +18,7 @@
 
 namespace {
 
-const std::string data = LIMBER_SOURCE_DIR "/examples/data";
+const std::string data = sourceFile("examples/data");
 
 /// Every move and line of the drawing is on its page of 576 x 720 points; returns how many there are.
 int strokesOnThePage(const std::string& drawing) {

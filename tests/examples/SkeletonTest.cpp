@@ -13,7 +13,7 @@
 
 namespace {
 
-Clip walk() { return readClip(LIMBER_SOURCE_DIR "/examples/data/walk.bvh", nullptr); }
+Clip walk() { return readClip(sourceFile("examples/data/walk.bvh").c_str(), nullptr); }
 
 // Central differences with step h err by h^2 |p'''| / 6 + eps |p| / h: lengths are below 1000 and angles in
 // radians, so with h = 1e-4 that is below 1000 (h^2 / 6 + 4 eps / h) in each coordinate.

@@ -40,6 +40,8 @@ std::string readFile(const std::string& path) {
   return bytes.str();
 }
 
+std::string sourceFile(const std::string& name) { return std::string(LIMBER_SOURCE_DIR) + "/" + name; }
+
 std::string sharedData(const std::string& name) {
   const fs::path file = fs::path(LIMBER_SOURCE_DIR) / ".." / "shared" / "data" / name;
   return fs::exists(file) ? file.lexically_normal().string() : std::string();

@@ -25,6 +25,9 @@ class TemporaryDirectory {
 /// The bytes of a file; empty when it cannot be read.
 std::string readFile(const std::string& path);
 
+/// The path of a file of this checkout, for instance "examples/data/walk.bvh".
+std::string sourceFile(const std::string& name);
+
 /// The path of a file of the real input data that lies beside some checkouts, empty where it does not.
 /// Tests that need one begin with LIMBER_NEEDS_DATA(path, "name").
 std::string sharedData(const std::string& name);
