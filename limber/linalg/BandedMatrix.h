@@ -6,9 +6,6 @@
 #include "limber/Api.h"
 #include "limber/linalg/SpMat.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Woverloaded-virtual"
-
 /// A square matrix with one array a row. Element (i, j) stands in row i at place bw - i + j, valid from 0 to
 /// 2 bw - 1: the band reaches bw places left of the diagonal and bw - 1 right of it (asymmetric,
 /// deliberately).
@@ -16,8 +13,8 @@
 /// Copies share the row arrays; the last of the sharers releases them. Whatever is reported, only allocated
 /// rows and places are reached: what lies outside is left out.
 ///
-/// height, width and acc are operations of its own, deliberately not those of SpMat: who holds one of these
-/// matrices as an SpMat and asks for them gets SpMat's warning and 0.
+/// height, width and acc hide SpMat's operations of the same names and do not override them; see
+/// WierdMatrices.h.
 class LIMBER_API BandedMatrix : public SpMat {
  public:
   /// Rows allocated and rows in use.
@@ -58,6 +55,9 @@ class LIMBER_API BandedMatrix : public SpMat {
   /// zeros. Rows never get longer: a band that does not fit is reported and taken all the same. Values stay
   /// where they are, so call zero() afterwards.
   void growbw(int newRows, int newBw);
-};
 
-#pragma GCC diagnostic pop
+ private:
+  using SpMat::acc;
+  using SpMat::height;
+  using SpMat::width;
+};

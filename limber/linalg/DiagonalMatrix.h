@@ -6,14 +6,11 @@
 #include "limber/Api.h"
 #include "limber/linalg/SpMat.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Woverloaded-virtual"
-
 /// The matrix with the elements of a vector on its diagonal. Copies share the vector and the flag that says
 /// whether it is owned; the last of the sharers deletes an owned vector.
 ///
-/// height, width and acc are operations of its own, deliberately not those of SpMat: who holds one of these
-/// matrices as an SpMat and asks for them gets SpMat's warning and 0.
+/// height, width and acc hide SpMat's operations of the same names and do not override them; see
+/// WierdMatrices.h.
 class LIMBER_API DiagonalMatrix : public SpMat {
  public:
   Vector* diag;
@@ -36,6 +33,9 @@ class LIMBER_API DiagonalMatrix : public SpMat {
   /// i-th become diag[i] x[i], for each i below the larger of the two sizes. Behind the end of either operand
   /// the slot in its storage is used, 0.0 where there is none.
   void mult(const Vector* x, Vector* y) const override;
-};
 
-#pragma GCC diagnostic pop
+ private:
+  using SpMat::acc;
+  using SpMat::height;
+  using SpMat::width;
+};

@@ -6,13 +6,10 @@
 #include "limber/Api.h"
 #include "limber/linalg/SpMat.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Woverloaded-virtual"
-
 /// The n x n matrix s I.
 ///
-/// height, width and acc are operations of its own, deliberately not those of SpMat: who holds one of these
-/// matrices as an SpMat and asks for them gets SpMat's warning and 0.
+/// height, width and acc hide SpMat's operations of the same names and do not override them; see
+/// WierdMatrices.h.
 class LIMBER_API IdentityMatrix : public SpMat {
  public:
   int n;
@@ -29,6 +26,9 @@ class LIMBER_API IdentityMatrix : public SpMat {
   virtual double acc(int i, int j);
   /// y = s x; y takes the size of x.
   void mult(const Vector* x, Vector* y) const override;
-};
 
-#pragma GCC diagnostic pop
+ private:
+  using SpMat::acc;
+  using SpMat::height;
+  using SpMat::width;
+};

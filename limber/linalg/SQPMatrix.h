@@ -6,9 +6,6 @@
 #include "limber/Api.h"
 #include "limber/linalg/SpMat.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Woverloaded-virtual"
-
 /// The symmetric matrix of size n + m
 ///
 ///     | H + hessianShift I   J^T             |
@@ -16,8 +13,8 @@
 ///
 /// for an n x n Hessian H and an m x n constraint Jacobian J, assembled on the fly. Neither is owned.
 ///
-/// height, width and acc are operations of its own, deliberately not those of SpMat: who holds one of these
-/// matrices as an SpMat and asks for them gets SpMat's warning and 0.
+/// height, width and acc hide SpMat's operations of the same names and do not override them; see
+/// WierdMatrices.h.
 class LIMBER_API SQPMatrix : public SpMat {
  public:
   SpMat* H;
@@ -38,9 +35,12 @@ class LIMBER_API SQPMatrix : public SpMat {
   void multT(const Vector* x, Vector* y) const override;
   /// The row-sparse image of A + diagAdd I in the matrix that naiveCompact shares; see there for b.
   SpMat* compact(double diagAdd, int a, int b) override;
-};
 
-#pragma GCC diagnostic pop
+ private:
+  using SpMat::acc;
+  using SpMat::height;
+  using SpMat::width;
+};
 
 /// Prints sizes, entries and ranges of Q. Q->J must be an HSpMat; of any other matrix no entries are counted.
 LIMBER_API void qpMatStats(SQPMatrix* Q);

@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <optional>
+#include <type_traits>
+#include <utility>
 
 #include "tests/linalg/Matrices.h"
 #include "tests/support/CapturedOutput.h"
@@ -26,6 +28,18 @@ static_assert(offsetof(SQPMatrix, J) == 2 * sizeof(void*));
 static_assert(offsetof(SQPMatrix, hessianShift) == 3 * sizeof(void*));
 static_assert(offsetof(SQPMatrix, lowerDiagonal) == 3 * sizeof(void*) + sizeof(double));
 #pragma GCC diagnostic pop
+
+// On a const matrix the three do not compile, where they could only be the interface's.
+template <class M, class = void>
+constexpr bool hasSizes = false;
+template <class M>
+constexpr bool
+    hasSizes<M, std::void_t<decltype(std::declval<M&>().height()), decltype(std::declval<M&>().width()),
+                            decltype(std::declval<M&>().acc(0, 0))>> = true;
+static_assert(hasSizes<IdentityMatrix> && !hasSizes<const IdentityMatrix>);
+static_assert(hasSizes<DiagonalMatrix> && !hasSizes<const DiagonalMatrix>);
+static_assert(hasSizes<BandedMatrix> && !hasSizes<const BandedMatrix>);
+static_assert(hasSizes<SQPMatrix> && !hasSizes<const SQPMatrix>);
 
 // Who holds one as an SpMat gets the interface's answer to height, width and acc.
 void expectInterfaceWarnings(SpMat& m) {

@@ -15,7 +15,7 @@ headers = sorted((source / "limber").rglob("*.h"))
 def check(job):
     header, standard = job
     name = header.relative_to(source).as_posix()
-    command = [compiler, f"-std={standard}", "-Wall", "-Wextra", "-Wconversion", "-Wshadow", "-Werror", "-fsyntax-only",
+    command = [compiler, f"-std={standard}", "-Wall", "-Wextra", "-Wconversion", "-Wshadow", "-Woverloaded-virtual", "-Werror", "-fsyntax-only",
                f"-I{source}", "-x", "c++", "-"]
     # Twice: a header without a guard shows itself.
     text = f'#include "{name}"\n#include "{name}"\n'
