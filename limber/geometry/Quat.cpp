@@ -26,8 +26,9 @@
 //   FromVectors (two)      a zero vector             "Normalizing Zero Point!", the direction (0, 1, 0)
 //                          opposite directions       by the rounding of 1 + cos: 0 gives w = 0 and x, y, z
 //                          infinite or NaN; below 0 all NaN; above 0 all finite, w near 1e-8, far from unit
-//   FromVectors (four)     from1 opposite to to1     all NaN
-//                          the planes' normals opposite after the first turn: all NaN
+//   FromVectors (four)     from1 opposite to to1     as for two vectors, and then multiplied
+//                          a half turn               the planes' normals are opposite after the first turn,
+//                          so the same: of random half turns 95 % are not finite, the others finite and wrong
 //                          from2 along from1         "Normalizing Zero Point!", the normal (0, 1, 0)
 
 namespace {

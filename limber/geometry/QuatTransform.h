@@ -36,8 +36,8 @@ class LIMBER_API QuatTransform {
   /// this = its inverse (of a unit rotation).
   void invert();
 
-  /// The rotation of M's first two rows; no translation. Half turns about an axis give components that are
-  /// not finite, as Quat::FromVectors says.
+  /// The rotation of M's first two rows by Quat::FromVectors, which fails for half turns and loses digits
+  /// next to them; no translation. rotation.FromRotation(M) is right for every rotation.
   void fromMatrix(const Matrix3x3* M);
   /// The same of the upper-left 3x3, with the translation of the last row.
   void fromMatrix(const Matrix4x4* M);

@@ -25,6 +25,21 @@
 ///
 /// so the last letter's rotation reaches a point first: the rotation of Quat(name, params). Names are matched
 /// exactly, case included. Every problem is a warning on the standard-output channel; nothing is fatal.
+///
+/// Some conversions exist twice: by the stated formula, whose results callers rely on, and in a form that is
+/// right for every input. New programs want the right column:
+///
+///     wanted                        stated formula                    where it fails          right
+///     everywhere quaternion of a matrix        qRot->fromMatrix,                 at and next to half
+///     Quat::FromRotation
+///                                   QuatTransform::fromMatrix         turns
+///     shortest turn of one          Quat::FromVectors(from, to)       at and next to opposite
+///     Quat::FromDirections
+///       direction to another                                          directions
+///     quaternion of angle and axis  Quat::FromAxisAngle               angles below 2e-8 are 0
+///     Quat::FromRotationVector angle and axis                Quat::Log, Quat::Angle            angles below
+///     2e-8 are 0 Quat::RotationVector
+///       of a quaternion
 
 #include "limber/Api.h"
 

@@ -6,8 +6,8 @@
 //     norm whose square leaves the range    scaled by a power of two first: the same rotation; derivatives
 //                                           that are out of range themselves are infinite
 //     NaN or infinite component             entries that are not finite
-//     half turn about an axis, fromMatrix   not finite: the shortest turn between opposite directions is not
-//                                           defined. Kept: angles convert through Quat and do not come here
+//     half turn, fromMatrix                 not finite for 95 % of random axes, for the others finite and
+//                                           wrong (by 0.3 to 2). Contract: Quat::FromRotation is right
 //     row 2 in fromMatrix                   is not read
 
 #include <cmath>

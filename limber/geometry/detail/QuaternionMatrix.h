@@ -42,8 +42,9 @@ inline void quaternionToRows(double* q, double out[3][3]) {
   out[2][0] = s2 * (x * z + w * y), out[2][1] = s2 * (y * z - w * x), out[2][2] = 1.0 - s2 * (x * x + y * y);
 }
 
-/// q = the rotation of the rows, by Quat::FromVectors of the first two basis vectors and the first two rows:
-/// the third row is not looked at, and half turns about an axis give components that are not finite.
+/// q = the rotation of the rows, by Quat::FromVectors of the first two basis vectors and the first two rows.
+/// Contract: the third row is not read, and half turns come out not finite or wrong. Quat::FromRotation is
+/// right.
 inline void rowsToQuaternion(const double rows[3][3], Quat* q) {
   const Pnt3 x(1.0, 0.0, 0.0), y(0.0, 1.0, 0.0), toX(rows[0]), toY(rows[1]);
   q->FromVectors(&x, &y, &toX, &toY);
