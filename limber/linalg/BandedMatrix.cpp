@@ -158,6 +158,7 @@ double BandedMatrix::acc(int i, int j) {
 void BandedMatrix::mult(const Vector* x, Vector* y) const {
   y->grow(std::max(rows, 0));
   *y = 0.0;
+  limber::detail::clearBehind(*y);
   const int h = std::min(usableRows(*this), y->count);
   for (int i = 0; i < h; ++i) {
     double sum = 0.0;
@@ -171,6 +172,7 @@ void BandedMatrix::mult(const Vector* x, Vector* y) const {
 void BandedMatrix::multT(const Vector* x, Vector* y) const {
   y->grow(std::max(rows, 0));
   *y = 0.0;
+  limber::detail::clearBehind(*y);
   const int h = std::min({usableRows(*this), y->count, x->capacity});
   for (int i = 0; i < h; ++i) {
     const double xi = x->data[i];

@@ -9,6 +9,7 @@
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
 #include "limber/linalg/detail/RowProducts.h"
+#include "limber/linalg/detail/RowStorage.h"
 
 namespace {
 
@@ -132,6 +133,7 @@ void HSpMat::printStats() const {
 
 void HSpMat::mult(const Vector* x, Vector* y) const {
   y->grow(std::max(numRows, 0));
+  limber::detail::clearBehind(*y);
   limber::detail::rowsTimesVector(rows, std::min(numRows, y->count), *x, y->data);
 }
 

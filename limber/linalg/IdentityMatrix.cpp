@@ -1,6 +1,7 @@
 #include "limber/linalg/IdentityMatrix.h"
 
 #include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/RowStorage.h"
 
 IdentityMatrix::IdentityMatrix(int size) : n(size), s(1.0) {}
 
@@ -16,5 +17,6 @@ double IdentityMatrix::acc(int i, int j) { return i == j ? s : 0.0; }
 
 void IdentityMatrix::mult(const Vector* x, Vector* y) const {
   y->grow(x->count);
+  limber::detail::clearBehind(*y);
   for (int i = 0; i < y->count; ++i) y->data[i] = s * x->data[i];
 }

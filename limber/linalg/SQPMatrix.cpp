@@ -10,6 +10,7 @@
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
 #include "limber/linalg/detail/CompactRows.h"
+#include "limber/linalg/detail/RowStorage.h"
 
 namespace {
 
@@ -48,7 +49,7 @@ class Slice {
 };
 
 // result = n zeros, which a product then overwrites. Dense matrices do not set the size of their result, so
-// what an earlier product left behind must be out of it.
+// the values of an earlier product must not be left in it.
 void prepare(Vector& result, int n) {
   result.grow(n);
   result = 0.0;
@@ -105,6 +106,7 @@ void SQPMatrix::mult(const Vector* x, Vector* y) const {
   const int m = J->height();
   y->grow(n + m);
   *y = 0.0;
+  limber::detail::clearBehind(*y);
   Vector* const result = sharedResult();
   if (!result) return;
   const Slice top(*x, 0, n);

@@ -53,16 +53,18 @@ void SpVec::ins(double x, int i) {
   double* value = values.data;
   int* index = indices.data;
   int p = numEntries;
-  // After compact() `width` is the largest index itself, so an insertion there deliberately lands behind the
-  // entry instead of being added to it.
   if (i >= width) {
     width = widthBehind(i);
   } else {
     while (p > 0 && index[p - 1] > i) --p;
-    if (p > 0 && index[p - 1] == i) {
-      value[p - 1] += x;
-      return;
-    }
+  }
+  // Contract: indices stay unique. After compact() `width` is the last index itself, which is then found
+  // here.
+  if (p > 0 && index[p - 1] == i) {
+    value[p - 1] += x;
+    return;
+  }
+  if (p < numEntries) {
     std::copy_backward(value + p, value + numEntries, value + numEntries + 1);
     std::copy_backward(index + p, index + numEntries, index + numEntries + 1);
   }
@@ -100,6 +102,14 @@ void SpVec::quantize(double q) {
 }
 
 void SpVec::compact(double threshold) {
+  const int keptValues = values.count;
+  drop(threshold);
+  // Contract: the count of the values and the width stay as they are here.
+  values.count = keptValues;
+  width = numEntries > 0 ? indices.data[numEntries - 1] : 0;
+}
+
+void SpVec::drop(double threshold) {
   int kept = 0;
   for (int k = 0; k < numEntries; ++k) {
     if (std::fabs(values.data[k]) < threshold) continue;
@@ -107,8 +117,8 @@ void SpVec::compact(double threshold) {
     indices.data[kept] = indices.data[k];
     ++kept;
   }
-  numEntries = indices.count = kept;
-  width = kept > 0 ? indices.data[kept - 1] : 0;
+  numEntries = values.count = indices.count = kept;
+  width = kept > 0 ? widthBehind(indices.data[kept - 1]) : -1;
 }
 
 double SpVec::magSq() const { return limber::detail::dotChain(numEntries, values.data, values.data); }

@@ -15,8 +15,9 @@ class LIMBER_API SpVec {
   /// Entries that fit before ins() grows the row.
   int maxEntries;
   int numEntries;
-  /// One past the largest stored index after insertions and sums, -1 while empty; the largest index itself
-  /// (0 if none) after compact() and quantize().
+  /// One past the last stored index after insertions, sums and drop(), -1 while empty; the last index itself
+  /// (0 if none) after compact() and quantize(). linComb of three rows or more counts its last index even
+  /// when the sum there was too small to store, and leaves 0 for an empty result.
   int width;
   /// The stored values. After compact() and quantize() its count is still the old one; the next insertion
   /// brings it back to numEntries.
@@ -41,7 +42,8 @@ class LIMBER_API SpVec {
   /// The first stored value.
   LIMBER_INLINE double* vs() const { return values.data; }
 
-  /// Inserts x at index i, or adds it to the value stored there.
+  /// Inserts x at index i, or adds it to the value stored there. Ascending indices stay ascending and unique,
+  /// also after compact().
   void ins(double x, int i);
   /// Appends (i, x) whatever the order of the indices.
   void insEnd(double x, int i);
@@ -53,8 +55,13 @@ class LIMBER_API SpVec {
   void scale(double s);
   /// value = floor(q value + 0.5) / q, then compact(0.5 / q).
   void quantize(double q);
-  /// Removes the entries of magnitude below `threshold`.
+  /// Removes the entries of magnitude below `threshold`; `width` becomes the last index that is left, one
+  /// less than after an insertion. In a matrix whose widest rows are compacted, the last column is then not
+  /// part of the width. Use drop() unless exactly this is wanted.
   void compact(double threshold);
+  /// Removes the entries of magnitude below `threshold`; `width` becomes one past the last index that is
+  /// left, -1 if there is none.
+  void drop(double threshold);
 
   /// The sum of the squared values in entry order.
   double magSq() const;

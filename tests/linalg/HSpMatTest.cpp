@@ -241,7 +241,8 @@ TEST(HSpMat, MultTFindsTheWidthWhereverTheWidestRowIs) {
       ASSERT_EQ(roomy.size(), 100);
       EXPECT_TRUE(tolerance::sameBits(y.data, expected.data, 100));
       EXPECT_TRUE(tolerance::sameBits(roomy.data, expected.data, 100));
-      EXPECT_EQ(roomy.data[100], 5.0);
+      EXPECT_EQ(roomy.data[100], 0.0);
+      EXPECT_EQ(roomy.data[101], 5.0);
     }
   }
 }
@@ -257,12 +258,73 @@ TEST(HSpMat, MultTAfterCompactKeepsToTheWidth) {
   EXPECT_EQ(y[0], 1.0);
   // A wider row that follows brings the place into view, with what was added to it.
   m.add(rowOf({{49, 1.0}}));
-  Vector x2 = vectorOf({1, 1}), y2, roomy(60);
+  Vector x2 = vectorOf({1, 1}), bare, roomy(60);
   roomy = 5.0;
-  m.matrix.multT(&x2, &roomy);
-  EXPECT_EQ(roomy.size(), 50);
-  EXPECT_EQ(roomy[39], 2.0);
-  EXPECT_EQ(roomy[40], 0.0);
+  for (Vector* y2 : {&bare, &roomy}) {
+    m.matrix.multT(&x2, y2);
+    EXPECT_EQ(y2->size(), 50);
+    EXPECT_EQ((*y2)[0], 1.0);
+    EXPECT_EQ((*y2)[39], 2.0);
+    EXPECT_EQ((*y2)[40], 0.0);
+    EXPECT_EQ((*y2)[49], 1.0);
+  }
+}
+
+// A product with compacted rows reads the slot behind its operand. Here the operand is what the transposed
+// product has left, in storage that was longer before.
+TEST(HSpMat, ProductsAfterCompactDoNotSeeWhatTheStorageHeldBefore) {
+  std::mt19937_64 random(77);
+  for (int trial = 0; trial < 60; ++trial) {
+    const int h = 1 + static_cast<int>(random() % 40), w = 1 + static_cast<int>(random() % 40);
+    OwnRows m = OwnRows::random(random, h, w, 0.3);
+    for (const auto& row : m.rows) row->compact(0.2);
+    const Vector x = randomVector(random, h);
+    Vector fresh, used(w + 50), freshOut, usedOut(h + 50);
+    used = 3.0;
+    usedOut = 3.0;
+    m.matrix.multT(&x, &fresh);
+    m.matrix.multT(&x, &used);
+    ASSERT_EQ(used.size(), m.matrix.width());
+    ASSERT_TRUE(tolerance::sameBits(used.data, fresh.data, fresh.size()));
+    EXPECT_EQ(used.data[used.size()], 0.0);
+    m.matrix.mult(&fresh, &freshOut);
+    m.matrix.mult(&used, &usedOut);
+    ASSERT_TRUE(tolerance::sameBits(usedOut.data, freshOut.data, h));
+    EXPECT_EQ(usedOut.data[h], 0.0);
+    EXPECT_EQ(usedOut.data[h + 1], 3.0);
+  }
+}
+
+// Each entry at random anywhere, so that the width of a row says little about its indices.
+TEST(HSpMat, ProductsWithUnsortedRowsTakeEveryEntryInsideTheWidth) {
+  std::mt19937_64 random(78);
+  for (int trial = 0; trial < 200; ++trial) {
+    const int h = 1 + static_cast<int>(random() % 50), w = 1 + static_cast<int>(random() % 60);
+    OwnRows m;
+    int width = 0;
+    for (int i = 0; i < h; ++i) {
+      SpVec row;
+      for (int k = static_cast<int>(random() % 12); k > 0; --k)
+        row.insEnd(0.5 + static_cast<double>(random() % 100) / 7.0,
+                   static_cast<int>(random() % static_cast<unsigned>(w)));
+      width = std::max(width, row.width);
+      m.add(row);
+    }
+    const Vector x = randomVector(random, h);
+    Vector expected(width), fresh, used(w + 50);
+    used = 3.0;
+    for (int i = 0; i < h; ++i) {
+      for (const auto& [j, value] : entriesOf(*m.rows[static_cast<std::size_t>(i)])) {
+        if (j < width) expected[j] += x[i] * value;
+      }
+    }
+    m.matrix.multT(&x, &fresh);
+    m.matrix.multT(&x, &used);
+    for (const Vector* y : {&fresh, &used}) {
+      ASSERT_EQ(y->size(), width);
+      EXPECT_TRUE(tolerance::sameBits(y->data, expected.data, width));
+    }
+  }
 }
 
 TEST(HSpMat, ClearKeepsTheArrayOrMakesOneOf5) {

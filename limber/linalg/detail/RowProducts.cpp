@@ -101,10 +101,11 @@ int widthOf(SpVec* const* rows, int n) {
   return width;
 }
 
-// The part of a transposed product that is done: the width seen so far and the slots of y in use.
+// The result of a transposed product: the widths of the rows seen so far, and the slots of y in use.
 struct Progress {
   int width = 0;
   int cleared = 0;
+  bool complete = false;  // the width is that of all rows
 };
 
 // Clears y as far as `width`. False when there is no memory. `more` rows are to come.
@@ -129,17 +130,17 @@ bool begin(SpVec* const* rows, int n, Vector& y, Progress& done) {
   return few <= 0 || widen(widthOf(rows + n - few, few), rows, n, y, done);
 }
 
-// y[index] += s value for the entries from k on that lie inside the storage. An entry beyond the slots in use
-// clears the slots up to its own first.
-[[gnu::noinline]] void addRest(const SpVec* row, int k, double s, const Vector& y, Progress& done) {
+void finish(Vector& y, const Progress& done) {
+  y.count = done.width;
+  clearBehind(y);
+}
+
+// y[index] += s value for the entries from k on that lie inside the width of the whole matrix. The rows of a
+// matrix that SpVec::compact has shortened have an entry behind it.
+[[gnu::noinline]] void addRest(const SpVec* row, int k, double s, const Vector& y, const Progress& done) {
   for (; k < row->numEntries; ++k) {
     const int j = row->indices.data[k];
-    if (!inStorage(y, j)) continue;
-    if (j >= done.cleared) {
-      std::fill(y.data + done.cleared, y.data + j + 1, 0.0);
-      done.cleared = j + 1;
-    }
-    y.data[j] += s * row->values.data[k];
+    if (j >= 0 && j < done.width) y.data[j] += s * row->values.data[k];
   }
 }
 
@@ -182,7 +183,11 @@ bool addRows(SpVec* const* rows, int n, int from, int to, const Ahead& ahead, co
     }
     if (!rows[i]) continue;
     if (rows[i]->width > done.width && !widen(rows[i]->width, rows + i, n - i, y, done)) return false;
-    if (i < valued && !isTiny(x[i])) addRest(rows[i], added, x[i], y, done);
+    if (i >= valued || isTiny(x[i]) || added == rows[i]->numEntries) continue;
+    // an entry beyond the width so far may lie inside that of the rows to come
+    if (!done.complete && !widen(widthOf(rows + i, n - i), rows + i, n - i, y, done)) return false;
+    done.complete = true;
+    addRest(rows[i], added, x[i], y, done);
   }
   return true;
 }
@@ -196,13 +201,14 @@ void rowsTimesVector(SpVec* const* rows, int n, const Vector& x, double* y) {
 void transposedRowsTimesVector(SpVec* const* rows, int n, const double* x, int xs, Vector& y) {
   const Ahead ahead(rows, n);
   Progress done;
-  if (begin(rows, n, y, done) && addRows(rows, n, 0, n, ahead, x, xs, y, done)) y.count = done.width;
+  if (begin(rows, n, y, done) && addRows(rows, n, 0, n, ahead, x, xs, y, done)) finish(y, done);
 }
 
 void normalRowsTimesVector(SpVec* const* rows, int n, const Vector& x, double shift, Vector& t, Vector& y) {
   // few enough rows to be still in the cache when they are added up
   constexpr int block = 256;
   t.grow(n > 0 ? n : 0);
+  clearBehind(t);
   const Ahead ahead(rows, n), none(rows, 0);
   Progress done;
   if (!begin(rows, n, y, done)) return;
@@ -215,7 +221,7 @@ void normalRowsTimesVector(SpVec* const* rows, int n, const Vector& x, double sh
     }
     if (!addRows(rows, n, from, to, none, t.data, t.count, y, done)) return;
   }
-  y.count = done.width;
+  finish(y, done);
 }
 
 }  // namespace limber::detail

@@ -13,9 +13,9 @@ namespace limber::detail {
 /// y[i] = the sum of x[index] value over row i, from 0.0 in entry order, for n rows; null rows give 0.0.
 void rowsTimesVector(SpVec* const* rows, int n, const Vector& x, double* y);
 
-/// y takes the largest width of n rows as its size and is cleared; then y[index] += x[i] value over the
-/// entries of row i, in turn. Null rows, rows with x[i] in [-1e-12, 1e-12] and rows from number xs on add
-/// nothing.
+/// y takes the largest width of n rows as its size and is cleared, with the slot behind it; then
+/// y[index] += x[i] value over the entries of row i, in turn. Null rows, rows with x[i] in [-1e-12, 1e-12],
+/// rows from number xs on and entries outside the width add nothing.
 void transposedRowsTimesVector(SpVec* const* rows, int n, const double* x, int xs, Vector& y);
 
 /// t = A x + shift, y = A^T t, with each row fetched once for both; the same bits as the two products after

@@ -19,6 +19,12 @@ inline bool inStorage(const Vector& v, int index) {
   return static_cast<unsigned>(index) < static_cast<unsigned>(v.capacity > 0 ? v.capacity : 0);
 }
 
+/// Sets the slot behind the last element to 0.0, where the storage has one. After SpVec::compact the width of
+/// a row is its largest index, so a product reads that slot: it must not hold what an earlier product left.
+inline void clearBehind(const Vector& v) {
+  if (v.count >= 0 && v.count < v.capacity) v.data[v.count] = 0.0;
+}
+
 /// Empties the row after a failed allocation: none of its storage counts as promised any more.
 void clearRow(SpVec& row);
 
