@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "constraints.h"
 #include "editor.h"
+#include "names.h"
 
 /// Draws an edit as an Illustrator file: above, stick figures before (grey) and after (blue) at some frames,
 /// with the constrained points (red); below, the paths of the constrained joints and the hands, before and

@@ -4,8 +4,6 @@
 #include <vector>
 
 #include "editor.h"
-#include "jacobian.h"
-#include "spline.h"
 
 /// An edit in the making: the motion as the original plus smooth curves, and the constraints linearized about
 /// it.

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "constraints.h"
+#include "names.h"
 
 /// How an edit is solved.
 struct EditOptions {

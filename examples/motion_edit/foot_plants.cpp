@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "constraints.h"
+#include "foot_plants.h"
 
 namespace {
 
@@ -54,6 +54,6 @@ std::vector<Constraint> findFootPlants(const Clip& clip, const Skeleton& skeleto
       begun = -1;
     }
   }
-  sortByFrame(&plants);
+  limber::motion::sortByFrame(&plants);
   return plants;
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "drawing.h"
+#include "foot_plants.h"
 #include "input_error.h"
 #include "options.h"
 #include "output_file.h"
@@ -41,7 +42,7 @@ int edit(const Options& options) {
   OutputFile motion(options.output + ".bvh"), drawing(options.output + ".ai"),
       curves(options.output + "-convergence.ai");
   const char* const path = options.searchPath.empty() ? nullptr : options.searchPath.c_str();
-  Clip clip = readClip(options.clip.c_str(), path);
+  Clip clip = limber::motion::readClip(options.clip, path);
   for (const std::string& note : clip.notes) std::printf("note: %s\n", note.c_str());
   const Clip before = clip;
   const Skeleton skeleton(before);
@@ -51,13 +52,13 @@ int edit(const Options& options) {
   std::vector<Constraint> constraints =
       options.constraints.empty()
           ? findFootPlants(before, skeleton, options.shortestPlant, options.edit.knotSpacing)
-          : readConstraints(options.constraints.c_str(), path, before, skeleton);
+          : limber::motion::readConstraints(options.constraints, path, before);
   if (constraints.empty()) {
     throw InputError(options.constraints.empty()
                          ? options.clip + ": no foot plants found, and no script given"
                          : options.constraints + ": no constraints in the script");
   }
-  sortByFrame(&constraints);
+  limber::motion::sortByFrame(&constraints);
   std::printf("%zu position constraints\n", constraints.size());
 
   const EditResult result = editMotion(&clip, constraints, options.edit, printStep);
@@ -67,7 +68,7 @@ int edit(const Options& options) {
               result.largestChange * degrees, result.largestChangeOf.c_str(), result.largestBend * degrees);
   std::printf("%d steps, %d iterations, %.3f s\n", result.steps, result.iterations, result.seconds);
 
-  writeClip(clip, motion.stream());
+  std::fputs(limber::motion::textOf(clip).c_str(), motion.stream());
   drawEdit(before, clip, constraints, options.figures, drawing.stream());
   drawConvergence(compare(before, constraints, options), curves.stream());
   for (OutputFile* file : {&motion, &drawing, &curves}) file->complete();

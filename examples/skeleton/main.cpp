@@ -1,17 +1,19 @@
 // Forward kinematics of a motion clip: reads its joints and frames, multiplies each joint's matrix by its
 // parent's and prints where everything is.
 
-#include "skeleton.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <exception>
 
-#include "clip.h"
 #include "input_error.h"
+#include "limber_motion/motion.h"
 #include "options.h"
 
 namespace {
+
+using limber::motion::Clip;
+using limber::motion::Joint;
+using limber::motion::Skeleton;
 
 void printTable(const Clip& clip, const std::vector<Pnt3>& at) {
   int width = 5;
@@ -28,7 +30,8 @@ void printTable(const Clip& clip, const std::vector<Pnt3>& at) {
 
 int show(const Options& options) {
   if (options.help) return std::fputs(usage, stdout) < 0;
-  const Clip clip = readClip(options.clip.c_str(), options.searched ? options.searchPath.c_str() : nullptr);
+  const Clip clip =
+      limber::motion::readClip(options.clip, options.searched ? options.searchPath.c_str() : nullptr);
   if (options.frame < 1 || options.frame > clip.frames) {
     throw InputError(options.clip + ": frame " + std::to_string(options.frame) +
                      " is not in the clip, which has frames 1 to " + std::to_string(clip.frames));

@@ -5,10 +5,14 @@
 #include <cmath>
 
 #include "edit.h"
+#include "foot_plants.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/Tolerance.h"
 
 namespace {
+
+using limber::motion::readClip;
+using limber::motion::sortByFrame;
 
 const std::string data = sourceFile("examples/data/");
 

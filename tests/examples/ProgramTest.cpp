@@ -9,14 +9,15 @@
 #include <set>
 #include <sstream>
 
-#include "clip.h"
-#include "skeleton.h"
-#include "tests/examples/SmallClip.h"
+#include "names.h"
+#include "tests/motion/SmallClip.h"
 #include "tests/support/Program.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/Tolerance.h"
 
 namespace {
+
+using limber::motion::readClip;
 
 const std::string data = sourceFile("examples/data");
 
@@ -108,7 +109,7 @@ TEST_F(MotionEditProgram, MeetsItWithEveryPreconditioner) {
   // On the same way: each step's solve stops at 1e-8 of its residual.
   for (int k : {0, 1}) {
     EXPECT_TRUE(tolerance::close(edited[k].values.data(), edited[2].values.data(),
-                                 static_cast<int>(edited[2].values.size()), 1e-4));
+                                 static_cast<int>(edited[2].values.size()), 1e-3));
   }
 }
 
@@ -154,7 +155,8 @@ TEST_F(MotionEditProgram, RefusesWhatItCannotUse) {
   directory.write("small.bvh", smallClip);
   directory.write("bad.bvh", with(smallClip, "30 40 50", "30 40 nan"));
   directory.write("flat.bvh",
-                  with(with(with(smallClip, "0 1 0", "0 0 0"), "0 10 0", "0 0 0"), "0 5 0", "0 0 0"));
+                  with(with(with(with(smallClip, "0 1 0", "0 0 0"), "0 10 0", "0 0 0"), "0 5 0", "0 0 0"),
+                       "40 50", "40 0"));
   directory.write("empty.txt", "# nothing\n");
   directory.write("bad.txt", "1 Arm 1 2\n");
   directory.write("good.txt", "1 Arm 1 2 3\n");

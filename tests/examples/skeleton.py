@@ -96,7 +96,7 @@ def positions(text, frame):
                 for channel in words[at + 2:at + 2 + count]:
                     value = next(values)
                     if channel.endswith("position"):
-                        moved["XYZ".index(channel[0])] += value
+                        moved["XYZ".index(channel[0])] = value
                     else:
                         axes.append((channel[0], value))
                 at += 2 + count
@@ -141,9 +141,9 @@ class Skeleton(unittest.TestCase):
         status, out, err = run(self.write(SMALL))
         self.assertEqual((status, err), (0, ""))
         self.assertIn("frame 1 of 2, at 0.000000 s", out.splitlines()[0])
-        # Base moves to (1 + 2, 2, 3 + 1) and a quarter turn about Y takes x to -z and z to x.
-        self.assertEqual(table(out), [("Base", [3, 2, 4]), ("Arm", [3, 2, 4]), ("Arm.End", [3, 7, 4]),
-                                      ("Stump", [3.5, 2, 8]), ("Stump.End", [3.5, 2, 7.5])])
+        # Base is at (2, 2, 1), y from its offset, and a quarter turn about Y takes x to -z and z to x.
+        self.assertEqual(table(out), [("Base", [2, 2, 1]), ("Arm", [2, 2, 1]), ("Arm.End", [2, 7, 1]),
+                                      ("Stump", [2.5, 2, 5]), ("Stump.End", [2.5, 2, 4.5])])
 
     def test_every_frame_of_a_small_clip(self):
         for frame in range(2):

@@ -5,15 +5,14 @@
 #include <cstring>
 
 #include "editor.h"
-#include "input_error.h"
-#include "tests/examples/SmallClip.h"
 #include "tests/fuzz/MemoryFile.h"
+#include "tests/motion/SmallClip.h"
 
 namespace {
 
 Clip smallOne() {
   const MemoryFile file(smallClip.data(), smallClip.size());
-  return readClip(file.path().c_str(), nullptr);
+  return limber::motion::readClip(file.path().c_str(), nullptr);
 }
 
 int silent(const char*) { return 0; }
@@ -23,12 +22,11 @@ int silent(const char*) { return 0; }
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const Clip small = smallOne();
   stdoutF = stderrF = silent;
-  const Skeleton skeleton(small);
   const MemoryFile file(data, size);
   std::vector<Constraint> wishes;
   try {
-    wishes = readConstraints(file.path().c_str(), nullptr, small, skeleton);
-  } catch (const InputError& error) {
+    wishes = limber::motion::readConstraints(file.path().c_str(), nullptr, small);
+  } catch (const limber::motion::Error& error) {
     REQUIRE(std::strncmp(error.what(), file.path().c_str(), file.path().size()) == 0);
     return 0;
   }
@@ -38,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     REQUIRE(std::isfinite(wish.weight) && wish.weight > 0.0);
     REQUIRE(std::isfinite(wish.target.x) && std::isfinite(wish.target.y) && std::isfinite(wish.target.z));
   }
-  sortByFrame(&wishes);
+  limber::motion::sortByFrame(&wishes);
   for (std::size_t i = 1; i < wishes.size(); i++) {
     const Constraint &a = wishes[i - 1], &b = wishes[i];
     REQUIRE(a.frame < b.frame || (a.frame == b.frame && a.joint < b.joint));

@@ -9,7 +9,7 @@ import subprocess
 import sys
 
 compiler, source = sys.argv[1], pathlib.Path(sys.argv[2])
-headers = sorted((source / "limber").rglob("*.h"))
+headers = sorted(h for part in ("limber", "limber_motion") for h in (source / part).rglob("*.h"))
 
 
 def check(job):

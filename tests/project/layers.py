@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""No room of the library includes a room to its right, and no public header a private one.
+"""No room of the library includes a room to its right, no public header a private one, and the motion component no
+private header of the library.
 
 usage: layers.py SOURCE_DIR
 """
@@ -32,5 +33,15 @@ for room, allowed in may_see.items():
                 complaints.append(f"{file.relative_to(source)} is public and includes the private limber/{target}")
             if target == "foundation/CaseCompare.h" and not private:
                 complaints.append(f"{file.relative_to(source)} is public and includes limber/{target}")
+# A component sees what every program sees.
+for file in sorted((source / "limber_motion").rglob("*")):
+    if file.suffix not in (".h", ".cpp"):
+        continue
+    for target in re.findall(r'#include "(limber[^"]*)"', file.read_text()):
+        seen += 1
+        if target.startswith("limber/") and "/detail/" in target:
+            complaints.append(f"{file.relative_to(source)} includes the private {target}")
+        if "/detail/" in target and file.suffix == ".h" and "detail" not in file.parts:
+            complaints.append(f"{file.relative_to(source)} is public and includes the private {target}")
 print("\n".join(complaints) or f"{seen} includes go one way")
 sys.exit(bool(complaints) or not seen)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Every source of the library compiles for Windows (LLP64: long has 32 bits there). Skipped by name where the
+"""Every source of the library and of its motion component compiles for Windows (LLP64: long has 32 bits there). Skipped by name where the
 cross-compiler is not installed.
 
 usage: windows.py SOURCE_DIR
@@ -15,11 +15,11 @@ if not shutil.which(compiler):
     print(f"skipped: no {compiler} on this machine (tools/install-packages windows)")
     sys.exit(77)
 source = pathlib.Path(sys.argv[1])
-sources = sorted((source / "limber").rglob("*.cpp"))
+sources = sorted(s for part in ("limber", "limber_motion") for s in (source / part).rglob("*.cpp"))
 
 
 def check(file):
-    command = [compiler, "-std=c++17", "-O1", "-Wall", "-Wextra", "-Werror", "-DLIMBER_BUILDING", f"-I{source}",
+    command = [compiler, "-std=c++17", "-O1", "-Wall", "-Wextra", "-Werror", "-DLIMBER_BUILDING", "-DLIMBER_MOTION_BUILDING", f"-I{source}",
                "-c", str(file), "-o", "/dev/null"]
     done = subprocess.run(command, capture_output=True, text=True)
     return None if done.returncode == 0 else f"{file.relative_to(source)}:\n{done.stderr}"

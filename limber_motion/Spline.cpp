@@ -1,4 +1,6 @@
-#include "spline.h"
+#include "limber_motion/Spline.h"
+
+namespace limber::motion {
 
 Spline::Spline(int frames, int spacing) : spacing_(spacing), count_((frames - 1) / spacing + 4) {}
 
@@ -9,3 +11,5 @@ Spline::Basis Spline::at(int frame) const {
           {v * v * v / 6.0, (3.0 * u * u * u - 6.0 * u * u + 4.0) / 6.0,
            (3.0 * v * v * v - 6.0 * v * v + 4.0) / 6.0, u * u * u / 6.0}};
 }
+
+}  // namespace limber::motion

@@ -2,14 +2,22 @@
 
 #include <vector>
 
-#include "constraints.h"
-#include "spline.h"
+#include "limber/linalg/HSpMat.h"
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/Vector.h"
+#include "limber_motion/Api.h"
+#include "limber_motion/Clip.h"
+#include "limber_motion/Constraint.h"
+#include "limber_motion/Skeleton.h"
+#include "limber_motion/Spline.h"
+
+namespace limber::motion {
 
 /// The linearized constraints of an edit: J d = c, where d are the changes of the curves' coefficients. Rows
 /// stand in frame order, three a constraint (x, y, z), scaled by its weight; the unknown of curve (channel) c
 /// and coefficient k has the index k channels + c, so that rows of frames far apart have no index in common
 /// and J J^T is banded.
-class Jacobian {
+class LIMBER_MOTION_API Jacobian {
  public:
   Jacobian(const std::vector<Constraint>& constraints, const Spline& spline, int channels);
   ~Jacobian();
@@ -35,3 +43,5 @@ class Jacobian {
   Vector residual_;
   SpVec byChannel_[3];
 };
+
+}  // namespace limber::motion

@@ -2,27 +2,28 @@
 
 #include <gtest/gtest.h>
 
-#include "constraints.h"
-#include "input_error.h"
-#include "tests/examples/SmallClip.h"
+#include "limber_motion/motion.h"
+#include "tests/motion/SmallClip.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/Tolerance.h"
 
 namespace {
+
+using namespace limber::motion;
 
 class Script : public ::testing::Test {
  protected:
   Script() : clip(readClip(directory.write("clip.bvh", smallClip).c_str(), nullptr)), skeleton(clip) {}
 
   std::vector<Constraint> read(const std::string& text) const {
-    return readConstraints(directory.write("script.txt", text).c_str(), nullptr, clip, skeleton);
+    return readConstraints(directory.write("script.txt", text).c_str(), nullptr, clip);
   }
 
   /// The message of the error behind the directory; empty when there was none.
   std::string problem(const std::string& text) const {
     try {
       read(text);
-    } catch (const InputError& error) {
+    } catch (const Error& error) {
       return std::string(error.what()).substr(directory.path().size() + 1);
     }
     return "";
@@ -94,10 +95,9 @@ TEST_F(Script, LinesMayBeLong) {
             "script.txt:1: expected a coordinate, found '" + std::string(40, '3') + "...'");
 }
 
-// The Reader's line ends: two line feeds in a row are one.
-TEST_F(Script, AnEmptyLineBetweenTwoIsNotCounted) {
+TEST_F(Script, EmptyLinesAreCounted) {
   EXPECT_EQ(problem("1 Arm 1 2 3\n\n2 Arm 4 5\n"),
-            "script.txt:2: expected a coordinate, found the end of the line");
+            "script.txt:3: expected a coordinate, found the end of the line");
 }
 
 TEST_F(Script, EveryMistakeIsNamedWithItsPlace) {
@@ -163,28 +163,6 @@ TEST(SortByFrame, LeavesEachJointItsLastWishOfAFrame) {
     EXPECT_EQ(wishes[i].frame, frames[i]);
     EXPECT_EQ(wishes[i].joint, joints[i]);
   }
-}
-
-// In the project's own clip a foot stands for 0.62 of a cycle of 36 frames, and slides meanwhile.
-TEST(FootPlants, AreFoundWhereTheFeetOfTheOwnClipStand) {
-  const Clip clip = readClip(sourceFile("examples/data/walk.bvh").c_str(), nullptr);
-  const Skeleton skeleton(clip);
-  const std::vector<Constraint> plants = findFootPlants(clip, skeleton, 8, 1);
-  ASSERT_FALSE(plants.empty());
-  bool left = false, right = false;
-  for (const Constraint& plant : plants) {
-    const std::string& name = clip.joints[static_cast<std::size_t>(plant.joint)].name;
-    EXPECT_TRUE(name == "LeftToeBase" || name == "RightToeBase") << name;
-    left = left || name == "LeftToeBase";
-    right = right || name == "RightToeBase";
-    EXPECT_LT(plant.target.y, 0.1 * skeleton.height());
-    // No further away than the foot slides in a stance.
-    EXPECT_LT((plant.target - skeleton.position(plant.joint, clip.frame(plant.frame))).length(),
-              0.15 * skeleton.height());
-  }
-  EXPECT_TRUE(left && right);
-  EXPECT_TRUE(findFootPlants(clip, skeleton, 60, 1).empty());  // no foot stands for two seconds
-  EXPECT_LT(findFootPlants(clip, skeleton, 8, 4).size(), plants.size() / 3);
 }
 
 }  // namespace

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "limber_motion/Api.h"
+
+namespace limber::motion {
+
 /// A smooth curve in time: uniform cubic B-splines over the frames of a clip, a knot every `spacing` frames.
 /// Frame t depends on four coefficients only, which is what keeps the edit's system banded.
-class Spline {
+class LIMBER_MOTION_API Spline {
  public:
   /// `spacing` >= 1.
   Spline(int frames, int spacing);
@@ -22,3 +26,5 @@ class Spline {
  private:
   int spacing_, count_;
 };
+
+}  // namespace limber::motion

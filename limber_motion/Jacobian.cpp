@@ -1,6 +1,8 @@
-#include "jacobian.h"
+#include "limber_motion/Jacobian.h"
 
 #include <algorithm>
+
+namespace limber::motion {
 
 Jacobian::Jacobian(const std::vector<Constraint>& constraints, const Spline& spline, int channels)
     : constraints_(constraints), spline_(spline), channels_(channels), matrix_(0), residual_(rows()) {
@@ -47,3 +49,5 @@ int Jacobian::halfBandwidth() const {
   }
   return std::min(3 * static_cast<int>(widest) + 2, std::max(rows() - 1, 0));
 }
+
+}  // namespace limber::motion

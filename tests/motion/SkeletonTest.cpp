@@ -1,17 +1,19 @@
 // The kinematics of a clip's skeleton: positions, and their derivatives by the channels.
 
-#include "skeleton.h"
-
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 
-#include "tests/examples/SmallClip.h"
+#include "limber/linalg/SpVec.h"
+#include "limber_motion/motion.h"
+#include "tests/motion/SmallClip.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/Tolerance.h"
 
 namespace {
+
+using namespace limber::motion;
 
 Clip walk() { return readClip(sourceFile("examples/data/walk.bvh").c_str(), nullptr); }
 

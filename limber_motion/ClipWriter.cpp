@@ -1,0 +1,128 @@
+// Writes a clip as BVH text, and what it was read from as it stood.
+
+#include <string>
+
+#include "limber_motion/Clip.h"
+#include "limber_motion/Error.h"
+#include "limber_motion/detail/ClipReader.h"
+#include "limber_motion/detail/Degrees.h"
+#include "limber_motion/detail/Numbers.h"
+#include "limber_motion/detail/WholeFile.h"
+
+namespace limber::motion {
+
+namespace {
+
+using detail::fixed;
+using detail::shortest;
+
+bool same(const Joint& a, const Joint& b) {
+  if (a.name != b.name || a.parent != b.parent || a.endSite != b.endSite || a.offset != b.offset)
+    return false;
+  if (a.channels.size() != b.channels.size()) return false;
+  for (std::size_t c = 0; c < a.channels.size(); c++) {
+    if (a.channels[c].axis != b.channels[c].axis || a.channels[c].rotation != b.channels[c].rotation)
+      return false;
+  }
+  return true;
+}
+
+class ClipWriter {
+ public:
+  explicit ClipWriter(const Clip& clip) : clip_(clip), text_(clip.text ? *clip.text : ClipText()) {}
+
+  std::string write() {
+    if (keepsHierarchy()) {
+      out_ = text_.hierarchy;
+      if (out_.find("\r\n") != std::string::npos) lineEnd_ = "\r\n";
+    } else {
+      out_ = "HIERARCHY\n";
+      writeJoint(0, 0);
+    }
+    out_ += "MOTION" + lineEnd_ + "Frames: " + std::to_string(clip_.frames) + lineEnd_;
+    out_ += "Frame Time: " + frameTime() + lineEnd_;
+    for (int f = 0; f < clip_.frames; f++) writeFrame(f);
+    return out_;
+  }
+
+ private:
+  /// Whether the text that the clip was read from still says what its joints are.
+  bool keepsHierarchy() const {
+    if (text_.hierarchy.empty()) return false;
+    try {
+      detail::ClipReader reader(detail::LineReader::ofText("", text_.hierarchy));
+      const std::vector<Joint> joints = reader.readHierarchy();
+      if (joints.size() != clip_.joints.size()) return false;
+      for (std::size_t j = 0; j < joints.size(); j++) {
+        if (!same(joints[j], clip_.joints[j])) return false;
+      }
+      return true;
+    } catch (const Error&) {
+      return false;
+    }
+  }
+
+  std::string frameTime() const {
+    double before;
+    const bool kept = detail::parseReal(text_.frameTime, &before) && before == clip_.frameTime;
+    return kept ? text_.frameTime : shortest(clip_.frameTime);
+  }
+
+  void writeJoint(std::size_t j, int depth) {
+    const std::string indent(static_cast<std::size_t>(depth), '\t');
+    const Joint& joint = clip_.joints[j];
+    out_ += indent + (joint.endSite ? "End Site" : (joint.parent < 0 ? "ROOT " : "JOINT ") + joint.name);
+    out_ += "\n" + indent + "{\n" + indent + "\tOFFSET " + shortest(joint.offset.x) + " " +
+            shortest(joint.offset.y) + " " + shortest(joint.offset.z) + "\n";
+    if (!joint.endSite) {
+      out_ += indent + "\tCHANNELS " + std::to_string(joint.channels.size());
+      for (const Channel& c : joint.channels) {
+        out_ += std::string(" ") + c.axis + (c.rotation ? "rotation" : "position");
+      }
+      out_ += "\n";
+    }
+    for (std::size_t child = j + 1; child < clip_.joints.size(); child++) {
+      if (clip_.joints[child].parent == static_cast<int>(j)) writeJoint(child, depth + 1);
+    }
+    out_ += indent + "}\n";
+  }
+
+  // Each number is held against the word that stood in its place: what has not been changed is written as it
+  // stood. A line in which nothing has been changed keeps its blanks too.
+  void writeFrame(int f) {
+    const std::size_t at = static_cast<std::size_t>(f);
+    const std::string before = at < text_.frames.size() ? text_.frames[at] : "";
+    detail::LineReader words = detail::LineReader::ofText("", before);
+    words.nextLine();
+    std::string line;
+    bool kept = true;
+    int c = 0;
+    for (const Joint& joint : clip_.joints) {
+      for (const Channel& channel : joint.channels) {
+        const double value = clip_.frame(f)[c];
+        const double unit = channel.rotation ? detail::radiansOfDegree : 1.0;
+        const std::string_view word = words.peek();
+        words.skip(word.size());
+        double old;
+        const bool unchanged = !word.empty() && detail::parseReal(word, &old) && old * unit == value;
+        kept = kept && unchanged;
+        if (c++ > 0) line += " ";
+        line += unchanged ? std::string(word)
+                          : fixed(channel.rotation ? value * detail::degreesOfRadian : value, text_.decimals);
+      }
+    }
+    out_ += (kept && words.peek().empty() ? before : line) + lineEnd_;
+  }
+
+  const Clip& clip_;
+  const ClipText text_;
+  std::string out_, lineEnd_ = "\n";
+};
+
+}  // namespace
+
+std::string textOf(const Clip& clip) { return ClipWriter(clip).write(); }
+
+void writeClip(const Clip& clip, const std::string& path) { detail::writeWhole(path, textOf(clip)); }
+
+}  // namespace limber::motion

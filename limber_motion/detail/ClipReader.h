@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "limber_motion/Clip.h"
+#include "limber_motion/detail/LineReader.h"
+
+namespace limber::motion::detail {
+
+/// Reads the BVH format: a HIERARCHY of joints in braces, then a MOTION of one line of numbers a frame.
+class ClipReader {
+ public:
+  explicit ClipReader(LineReader in) : in_(std::move(in)) {}
+
+  /// The whole clip.
+  Clip read();
+  /// The joints alone; what stands behind them is not looked at.
+  std::vector<Joint> readHierarchy();
+
+ private:
+  void readJoint(int parent, int depth, bool endSite);
+  std::string jointName();
+  std::string endSiteName(int parent) const;
+  void readChannels(Joint* joint);
+  void readChildren(int joint, int depth, bool endSite);
+  void takeLabel(const char* first, const char* second);
+  void readTimes(ClipText* text);
+  void readFrames(ClipText* text);
+
+  LineReader in_;
+  Clip clip_;
+};
+
+}  // namespace limber::motion::detail

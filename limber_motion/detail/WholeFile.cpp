@@ -1,0 +1,28 @@
+#include "limber_motion/detail/WholeFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+#include "limber_motion/Error.h"
+
+namespace limber::motion::detail {
+
+void writeWhole(const std::string& path, const std::string& text) {
+  std::error_code unknown;
+  const std::filesystem::file_status found = std::filesystem::status(path, unknown);
+  const bool device = std::filesystem::exists(found) && !std::filesystem::is_regular_file(found);
+  const std::string name = device ? path : path + ".part";
+  std::FILE* const out = std::fopen(name.c_str(), "wb");
+  if (!out) throw Error(path, 0, std::string("cannot be written: ") + std::strerror(errno));
+  const bool written = std::fwrite(text.data(), 1, text.size(), out) == text.size();
+  const bool complete = std::fclose(out) == 0 && written;
+  const int problem = errno;
+  if (complete && (device || std::rename(name.c_str(), path.c_str()) == 0)) return;
+  const int reason = complete ? errno : problem;
+  if (!device) std::remove(name.c_str());
+  throw Error(path, 0, std::string("could not be written completely: ") + std::strerror(reason));
+}
+
+}  // namespace limber::motion::detail

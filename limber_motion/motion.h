@@ -1,0 +1,13 @@
+#pragma once
+
+/// @file
+/// The whole public surface of the motion component.
+
+#include "limber_motion/Api.h"
+#include "limber_motion/Clip.h"
+#include "limber_motion/Constraint.h"
+#include "limber_motion/Error.h"
+#include "limber_motion/Jacobian.h"
+#include "limber_motion/Script.h"
+#include "limber_motion/Skeleton.h"
+#include "limber_motion/Spline.h"

@@ -1,0 +1,7 @@
+# The motion component: its tests, its exports and what it may see of the library.
+file(GLOB motion_tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*Test.cpp)
+limber_test(test_motion ${motion_tests})
+target_link_libraries(test_motion PRIVATE limber::motion ZLIB::ZLIB)
+add_test(NAME Motion.ExportsEveryDocumentedSignature
+         COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/project/exports.py $<TARGET_FILE:limber_motion>
+                 ${CMAKE_CURRENT_LIST_DIR}/exports.txt)
