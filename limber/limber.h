@@ -48,6 +48,7 @@
 #include "limber/solvers/BiCGrad.h"
 #include "limber/solvers/BuildJJt.h"
 #include "limber/solvers/CGMultiply.h"
+#include "limber/solvers/CGObserver.h"
 #include "limber/solvers/CGStatus.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/CGrad.h"
@@ -62,6 +63,7 @@
 #include "limber/solvers/OldCGrad.h"
 #include "limber/solvers/Preconditioner.h"
 #include "limber/solvers/PureCGrad.h"
+#include "limber/solvers/Solve.h"
 
 // geometry
 #include "limber/geometry/EulerZXY.h"

@@ -1,0 +1,98 @@
+#include "limber/solvers/detail/LinearMap.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+
+#include "limber/linalg/SpMat.h"
+#include "limber/solvers/Preconditioner.h"
+#include "limber/solvers/detail/FixedSums.h"
+#include "limber/solvers/detail/PowersOfTwo.h"
+#include "limber/solvers/detail/SparseRows.h"
+
+namespace limber::detail {
+namespace {
+
+/// v takes n elements, or there is no memory.
+void setSize(Vector& v, int n) {
+  v.grow(n);
+  if (v.count != n) throw std::bad_alloc();
+}
+
+}  // namespace
+
+double LinearMap::multiplyBothWays(const double* v, double s, double* u, double* w) {
+  const int m = height();
+  product_.resize(m);
+  multiply(v, product_.data());
+  for (int i = 0; i < m; ++i) u[i] = product_[i] - s * u[i];
+  multiplyTransposed(u, w);
+  return fixedDot(m, u, u);
+}
+
+int RowsMap::height() const { return rows_.height; }
+
+int RowsMap::width() const { return rows_.width; }
+
+void RowsMap::multiply(const double* x, double* y) {
+  ++products;
+  rows_.multiply(x, y);
+}
+
+void RowsMap::multiplyTransposed(const double* x, double* y) {
+  ++products;
+  rows_.multiplyTransposed(x, y);
+}
+
+double RowsMap::multiplyBothWays(const double* v, double s, double* u, double* w) {
+  products += 2;
+  return rows_.multiplyBothWays(v, s, u, w);
+}
+
+ForeignMap::ForeignMap(const SpMat& A, int height, int width) : A_(A), height_(height), width_(width) {}
+
+void ForeignMap::product(const double* x, int n, double* y, int m, bool transposed) {
+  ++products;
+  const int shift = std::min(100, 900 + power_) - largestExponent(n, x);
+  setSize(in_, n);
+  setSize(out_, m);
+  for (int i = 0; i < n; ++i) in_[i] = timesPowerOfTwo(x[i], shift);
+  out_ = 0.0;
+  if (transposed) {
+    A_.multT(&in_, &out_);
+  } else {
+    A_.mult(&in_, &out_);
+  }
+  const int common = std::min(m, out_.count);
+  for (int i = 0; i < common; ++i) y[i] = timesPowerOfTwo(out_[i], power_ - shift);
+  for (int i = common; i < m; ++i) y[i] = 0.0;
+}
+
+void ForeignMap::multiply(const double* x, double* y) { product(x, width_, y, height_, false); }
+
+void ForeignMap::multiplyTransposed(const double* x, double* y) { product(x, height_, y, width_, true); }
+
+bool DiagonalInverse::apply(const double* r, double* z) {
+  for (int i = 0; i < inverse_.size(); ++i) z[i] = inverse_[i] * r[i];
+  return true;
+}
+
+ForeignInverse::ForeignInverse(Preconditioner* preconditioner, int n)
+    : preconditioner_(preconditioner), n_(n) {}
+
+bool ForeignInverse::apply(const double* r, double* z) {
+  setSize(r_, n_);
+  setSize(z_, n_);
+  std::copy_n(r, n_, r_.data);
+  z_ = 0.0;
+  preconditioner_->solve(&r_, &z_);
+  if (z_.count != n_) return false;
+  bool finite = true;
+  for (int i = 0; i < n_; ++i) {
+    z[i] = z_[i];
+    finite &= std::isfinite(z[i]);
+  }
+  return finite;
+}
+
+}  // namespace limber::detail

@@ -1,0 +1,99 @@
+#pragma once
+
+/// @file
+/// What the methods of the front door multiply by and divide by.
+
+#include "limber/linalg/Vector.h"
+#include "limber/solvers/detail/Array.h"
+
+class Preconditioner;
+class SpMat;
+
+namespace limber::detail {
+
+struct SparseRows;
+
+/// A linear map by its products, which it counts.
+class LinearMap {
+ public:
+  virtual ~LinearMap() = default;
+  virtual int height() const = 0;
+  virtual int width() const = 0;
+  /// y = A x and y = A^T x; they are different vectors.
+  virtual void multiply(const double* x, double* y) = 0;
+  virtual void multiplyTransposed(const double* x, double* y) = 0;
+  /// u = A v - s u, then w = A^T u. Returns |u|^2.
+  virtual double multiplyBothWays(const double* v, double s, double* u, double* w);
+
+  int products = 0;
+
+ private:
+  Doubles product_;
+};
+
+/// The product with compressed rows.
+class RowsMap final : public LinearMap {
+ public:
+  explicit RowsMap(const SparseRows& rows) : rows_(rows) {}
+  int height() const override;
+  int width() const override;
+  void multiply(const double* x, double* y) override;
+  void multiplyTransposed(const double* x, double* y) override;
+  double multiplyBothWays(const double* v, double s, double* u, double* w) override;
+
+ private:
+  const SparseRows& rows_;
+};
+
+/// The product with a matrix of the caller's class. A vector is handed over with its largest magnitude near
+/// 2^100, as far as the product has room for that, so that a class that leaves out tiny numbers leaves out
+/// nothing that counts.
+class ForeignMap final : public LinearMap {
+ public:
+  ForeignMap(const SpMat& A, int height, int width);
+  int height() const override { return height_; }
+  int width() const override { return width_; }
+  void multiply(const double* x, double* y) override;
+  void multiplyTransposed(const double* x, double* y) override;
+  /// The products are 2^k times those of the caller's matrix from now on.
+  void scaleBy(int k) { power_ = k; }
+
+ private:
+  void product(const double* x, int n, double* y, int m, bool transposed);
+  const SpMat& A_;
+  const int height_, width_;
+  int power_ = 0;
+  Vector in_, out_;
+};
+
+/// An approximate inverse of a square map.
+class Inverse {
+ public:
+  virtual ~Inverse() = default;
+  /// z = M^-1 r; they are different vectors. False when that gives no numbers.
+  virtual bool apply(const double* r, double* z) = 0;
+};
+
+/// z_i = inverse_i r_i.
+class DiagonalInverse final : public Inverse {
+ public:
+  explicit DiagonalInverse(Doubles inverse) : inverse_(static_cast<Doubles&&>(inverse)) {}
+  bool apply(const double* r, double* z) override;
+
+ private:
+  const Doubles inverse_;
+};
+
+/// The caller's preconditioner.
+class ForeignInverse final : public Inverse {
+ public:
+  ForeignInverse(Preconditioner* preconditioner, int n);
+  bool apply(const double* r, double* z) override;
+
+ private:
+  Preconditioner* const preconditioner_;
+  const int n_;
+  Vector r_, z_;
+};
+
+}  // namespace limber::detail

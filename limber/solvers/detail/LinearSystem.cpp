@@ -1,0 +1,190 @@
+#include "limber/solvers/detail/LinearSystem.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "limber/linalg/SpMat.h"
+#include "limber/solvers/detail/FixedSums.h"
+#include "limber/solvers/detail/PowersOfTwo.h"
+
+namespace limber::detail {
+namespace {
+
+/// A matrix of a foreign class with no more columns than this is copied by products with the unit vectors.
+constexpr int copiedColumns = 4096;
+
+constexpr const char* wrongSizes = "The sizes of the matrix, the right-hand side and the start do not fit.";
+
+bool sizesFit(const Extent& extent, const Vector& right, const Vector& start) {
+  return right.count == extent.height && (start.count == 0 || start.count == extent.width);
+}
+
+/// Half of the sizes are enough where the class does not tell more.
+void complete(LinearSystem::Kind kind, int start, Extent* extent) {
+  const bool square = kind != LinearSystem::Kind::leastSquares;
+  if (square && extent->open && extent->width < extent->height) extent->width = extent->height;
+  if (extent->foreign && extent->width == 0) extent->width = square ? extent->height : start;
+}
+
+}  // namespace
+
+double safeNorm(int n, const double* x) {
+  const int k = largestExponent(n, x);
+  if (k > -400 && k < 400) return fixedNorm(n, x);
+  return timesPowerOfTwo(std::sqrt(fixedSum(n,
+                                            [=](int i) {
+                                              const double v = timesPowerOfTwo(x[i], -k);
+                                              return v * v;
+                                            })),
+                         k);
+}
+
+const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const Vector& start) {
+  Extent extent = extentOf(A, right.count);
+  if (extent.damaged) return "The matrix has entries in negative columns, or too many of them.";
+  complete(kind_, start.count, &extent);
+  if (kind_ != Kind::leastSquares && extent.height != extent.width) return "The matrix is not square.";
+  if (!sizesFit(extent, right, start)) return wrongSizes;
+  height = extent.height;
+  width = extent.width;
+  if (extent.foreign && width > copiedColumns) {
+    auto foreign = std::make_unique<ForeignMap>(A, height, width);
+    Doubles probe(width, 1.0), product(height);
+    foreign->multiply(probe.data(), product.data());
+    if (!allFinite(height, product.data())) return "The matrix has an entry that is not finite.";
+    matrixPower_ = largestExponent(height, product.data());
+    foreign->scaleBy(-matrixPower_);
+    map = std::move(foreign);
+    return nullptr;
+  }
+  copyEntries(A, extent, &rows);
+  haveRows = true;
+  if (!allFinite(rows.entries(), rows.value.data())) return "The matrix has an entry that is not finite.";
+  matrixPower_ = largestExponent(rows.entries(), rows.value.data());
+  scaleByPowerOfTwo(rows.entries(), rows.value.data(), -matrixPower_);
+  map = std::make_unique<RowsMap>(rows);
+  return nullptr;
+}
+
+const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) {
+  if (!allFinite(right.count, right.data)) {
+    return "The right-hand side has an element that is not finite.";
+  }
+  if (!allFinite(start.count, start.data)) return "The start has an element that is not finite.";
+  run.expect(width);
+  b.assign(height, 0.0);
+  std::copy_n(right.data, height, b.data());
+  rightPower_ = largestExponent(height, b.data());
+  scaleByPowerOfTwo(height, b.data(), -rightPower_);
+  x.assign(width, 0.0);
+  r.assign(height, 0.0);
+  g.assign(kind_ == Kind::leastSquares ? width : 0, 0.0);
+  run.unit = rightPower_ + (kind_ == Kind::leastSquares ? matrixPower_ : 0);
+
+  norm = measure(x.data(), r.data(), g.data());
+  goal = run.options.relative * norm;
+  residual = norm;
+  if (start.count == 0) return nullptr;
+  Doubles first(width);
+  for (int j = 0; j < width; ++j) first[j] = timesPowerOfTwo(start.data[j], matrixPower_ - rightPower_);
+  const double begin = measure(first.data(), r.data(), g.data());
+  // zero solves a system with a right-hand side of zeros; any other start is where the caller wants to begin
+  if (std::isfinite(begin) && (norm > 0.0 || begin == 0.0)) {
+    x.swap(first);
+    residual = begin;
+  } else {
+    moved_ = true;
+    measure(x.data(), r.data(), g.data());
+  }
+  return nullptr;
+}
+
+const char* LinearSystem::take(const SpMat& A, const Vector& right, const Vector& start) {
+  if (const char* const wrong = complaint(run.options)) return wrong;
+  if (const char* const wrong = takeMatrix(A, right, start)) return wrong;
+  return takeVectors(right, start);
+}
+
+const char* LinearSystem::take(std::unique_ptr<LinearMap> scaledMap, int power, const Vector& right,
+                               const Vector& start) {
+  if (const char* const wrong = complaint(run.options)) return wrong;
+  height = width = scaledMap->height();
+  if (right.count != height || (start.count != 0 && start.count != width)) return wrongSizes;
+  map = std::move(scaledMap);
+  matrixPower_ = power;
+  return takeVectors(right, start);
+}
+
+double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
+  map->multiply(at, rOut);
+  for (int i = 0; i < height; ++i) rOut[i] = b[i] - rOut[i];
+  if (kind_ != Kind::leastSquares) return safeNorm(height, rOut);
+  map->multiplyTransposed(rOut, gOut);
+  return safeNorm(width, gOut);
+}
+
+bool LinearSystem::improve(const double* d) {
+  tryX_.resize(width);
+  tryR_.resize(height);
+  tryG_.resize(g.size());
+  for (int j = 0; j < width; ++j) tryX_[j] = x[j] + d[j];
+  const double tried = measure(tryX_.data(), tryR_.data(), tryG_.data());
+  if (!(tried < residual)) return false;
+  x.swap(tryX_);
+  r.swap(tryR_);
+  g.swap(tryG_);
+  residual = tried;
+  return moved_ = true;
+}
+
+SolveReport LinearSystem::finish(Outcome last, Vector* out) {
+  SolveReport report{};
+  report.iterations = run.iterations;
+  report.products = map->products;
+  report.residual = timesPowerOfTwo(residual, run.unit);
+  report.relativeResidual = norm > 0.0 ? residual / norm : 0.0;
+  if (converged()) {
+    report.status = SOLVE_CONVERGED;
+    report.message = "The solution is as accurate as was asked for.";
+  } else if (last == Outcome::stopped) {
+    report.status = SOLVE_STOPPED;
+    report.message = "The observer ended the solve; this is the best iterate so far.";
+  } else if (last == Outcome::limit) {
+    report.status = SOLVE_LIMIT;
+    report.message = "The iterations are used up; this is the best iterate so far.";
+  } else if (last == Outcome::indefinite) {
+    report.status = SOLVE_BREAKDOWN;
+    report.message = "The matrix is not positive definite.";
+  } else if (last == Outcome::preconditioner) {
+    report.status = SOLVE_BREAKDOWN;
+    report.message = "The preconditioner is not positive definite, or does not give finite numbers.";
+  } else if (last == Outcome::overflow) {
+    report.status = SOLVE_BREAKDOWN;
+    report.message = "Numbers grew beyond what doubles can hold.";
+  } else {
+    report.status = SOLVE_STAGNATED;
+    report.message =
+        "The residual cannot be made smaller in double precision, or the system has no solution; this is the "
+        "best iterate found.";
+  }
+
+  const int power = rightPower_ - matrixPower_;
+  Doubles result(width);
+  for (int j = 0; j < width; ++j) result[j] = timesPowerOfTwo(x[j], power);
+  const bool fits = allFinite(width, result.data());
+  if (!fits) {
+    report.status = SOLVE_BREAKDOWN;
+    report.message = "The solution is too large for doubles; the start was left as it is.";
+    std::fill(x.begin(), x.end(), 0.0);
+    report.residual = timesPowerOfTwo(norm, run.unit);
+    report.relativeResidual = 1.0;
+  } else if (moved_ || out->count != width) {
+    out->grow(width);
+    if (out->count != width) return badInput("There is not enough memory for the solution.");
+    std::copy_n(result.data(), width, out->data);
+  }
+  report.seconds = run.seconds();
+  return report;
+}
+
+}  // namespace limber::detail

@@ -1,0 +1,63 @@
+#pragma once
+
+/// @file
+/// The system of a solve, scaled, with the best solution so far and the truth about it.
+
+#include <memory>
+
+#include "limber/solvers/detail/Array.h"
+#include "limber/solvers/detail/LinearMap.h"
+#include "limber/solvers/detail/MatrixEntries.h"
+#include "limber/solvers/detail/SolveRun.h"
+#include "limber/solvers/detail/SparseRows.h"
+
+namespace limber::detail {
+
+/// A x = b, or min |A x - b|, in the units in which the largest entry of A and of b are near 1.
+class LinearSystem {
+ public:
+  enum class Kind { leastSquares, positiveDefinite, square };
+
+  LinearSystem(const SolveOptions& options, Kind kind) : run(options), kind_(kind) {}
+
+  /// Takes the matrix, the right-hand side and the start, and scales them. The complaint about them, null
+  /// when there is none.
+  const char* take(const SpMat& A, const Vector& right, const Vector& start);
+  /// The same for a map that was scaled already: A is 2^power times `scaledMap`.
+  const char* take(std::unique_ptr<LinearMap> scaledMap, int power, const Vector& right, const Vector& start);
+
+  bool converged() const { return residual <= goal; }
+  /// The goal is out of reach of any iteration: stop here.
+  bool ended() const { return converged() || run.mustEnd(); }
+  /// b - A x into r, and for least squares A^T r into g; the norm that counts.
+  double measure(const double* at, double* r, double* g);
+  /// x = x + d where that has a smaller residual; then r and g are its own. Whether it has.
+  bool improve(const double* d);
+  /// The report; x goes to `out`, unless the start is the best there is.
+  SolveReport finish(Outcome last, Vector* out);
+
+  SolveRun run;
+  /// The entries, where there are any (not for a large matrix of a foreign class).
+  SparseRows rows;
+  bool haveRows = false;
+  std::unique_ptr<LinearMap> map;
+  int height = 0, width = 0;
+  Doubles b, x;
+  /// b - A x and, for least squares, A^T (b - A x).
+  Doubles r, g;
+  /// The norm of the right-hand side, of the residual, and where that is small enough.
+  double norm = 0.0, residual = 0.0, goal = 0.0;
+
+ private:
+  const char* takeMatrix(const SpMat& A, const Vector& right, const Vector& start);
+  const char* takeVectors(const Vector& right, const Vector& start);
+  const Kind kind_;
+  int matrixPower_ = 0, rightPower_ = 0;
+  bool moved_ = false;
+  Doubles tryX_, tryR_, tryG_;
+};
+
+/// |x|, also where the squares would underflow.
+double safeNorm(int n, const double* x);
+
+}  // namespace limber::detail

@@ -1,0 +1,233 @@
+#include "limber/solvers/detail/MatrixEntries.h"
+
+#include <algorithm>
+#include <climits>
+#include <typeinfo>
+
+#include "limber/linalg/BandedMatrix.h"
+#include "limber/linalg/DiagonalMatrix.h"
+#include "limber/linalg/HSpMat.h"
+#include "limber/linalg/IdentityMatrix.h"
+#include "limber/linalg/ResizeMatrix.h"
+#include "limber/linalg/SQPMatrix.h"
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/Vector.h"
+#include "limber/solvers/detail/SparseRows.h"
+
+namespace limber::detail {
+namespace {
+
+/// The matrix as a T, null for any other class, also one derived from it, which may multiply its own way.
+template <class T>
+const T* exactly(const SpMat& A) {
+  return typeid(A) == typeid(T) ? static_cast<const T*>(&A) : nullptr;
+}
+
+const FullMatrix* dense(const SpMat& A) {
+  if (const auto* resized = exactly<ResizeMatrix>(A)) return resized;
+  return exactly<FullMatrix>(A);
+}
+
+int entriesOf(const SpVec* row) { return row ? std::max(row->numEntries, 0) : 0; }
+
+Extent extentOfRows(const HSpMat& A) {
+  Extent extent;
+  extent.height = std::max(A.numRows, 0);
+  extent.width = std::max(A.width(), 0);
+  extent.open = true;
+  long long entries = 0;
+  for (int i = 0; i < extent.height; ++i) {
+    const SpVec* const row = A.rows[i];
+    const int n = entriesOf(row);
+    entries += n;
+    for (int k = 0; k < n; ++k) {
+      const int j = row->indices.data[k];
+      extent.damaged |= j < 0 || j == INT_MAX;
+      if (j >= extent.width && j < INT_MAX) extent.width = j + 1;
+    }
+  }
+  extent.damaged |= entries >= INT_MAX;
+  return extent;
+}
+
+/// Writes a matrix row by row.
+class Writer {
+ public:
+  Writer(SparseRows* out, const Extent& extent) : out_(*out) {
+    out_ = SparseRows();
+    out_.height = extent.height;
+    out_.width = extent.width;
+    out_.start.reserve(extent.height + 1);
+    out_.start.push(0);
+  }
+  void entry(int j, double value) {
+    if (value == 0.0) return;
+    out_.index.push(j);
+    out_.value.push(value);
+  }
+  void endRow() { out_.start.push(out_.index.size()); }
+
+ private:
+  SparseRows& out_;
+};
+
+void copySparse(const HSpMat& A, const Extent& extent, SparseRows* out) {
+  *out = SparseRows();
+  out->height = extent.height;
+  out->width = extent.width;
+  out->start.resize(extent.height + 1);
+  int entries = 0;
+  for (int i = 0; i < extent.height; ++i) {
+    out->start[i] = entries;
+    entries += entriesOf(A.rows[i]);
+  }
+  out->start[extent.height] = entries;
+  out->index.resize(entries);
+  out->value.resize(entries);
+  for (int i = 0; i < extent.height; ++i) {
+    const int n = entriesOf(A.rows[i]);
+    if (n == 0) continue;
+    std::copy_n(A.rows[i]->indices.data, n, out->index.data() + out->start[i]);
+    std::copy_n(A.rows[i]->values.data, n, out->value.data() + out->start[i]);
+  }
+}
+
+void copyDense(const FullMatrix& A, const Extent& extent, SparseRows* out) {
+  Writer writer(out, extent);
+  for (int i = 0; i < extent.height; ++i) {
+    for (int j = 0; j < extent.width; ++j) writer.entry(j, A.e(i, j));
+    writer.endRow();
+  }
+}
+
+/// The band as its products have it: places that were never allocated are zeros.
+void copyBand(const BandedMatrix& A, const Extent& extent, SparseRows* out) {
+  Writer writer(out, extent);
+  const long long bw = A.bw;
+  const long long places = std::clamp<long long>(2 * bw, 0, std::max(A.maxWidth, 0));
+  for (int i = 0; i < extent.height; ++i) {
+    const double* const row = A.data && i < A.maxRows ? A.data[i] : nullptr;
+    const long long end = std::min<long long>({i + bw, extent.width, i - bw + places});
+    for (long long j = std::max<long long>(0, i - bw); row && j < end; ++j) {
+      writer.entry(static_cast<int>(j), row[bw - i + j]);
+    }
+    writer.endRow();
+  }
+}
+
+void copyDiagonal(int n, const double* values, double all, const Extent& extent, SparseRows* out) {
+  Writer writer(out, extent);
+  for (int i = 0; i < n; ++i) {
+    writer.entry(i, values ? values[i] : all);
+    writer.endRow();
+  }
+}
+
+/// | H + shift I, J^T; J, lower I |
+void copyBlocks(const SQPMatrix& A, const Extent& extent, SparseRows* out) {
+  SparseRows H, J;
+  copyEntries(*A.H, extentOf(*A.H, 0), &H);
+  copyEntries(*A.J, extentOf(*A.J, 0), &J);
+  const int n = H.height;
+  J.width = std::max(J.width, n);
+  const SparseRows Jt = J.transposed();
+  *out = SparseRows();
+  out->height = extent.height;
+  out->width = extent.width;
+  out->start.push(0);
+  const auto append = [out](const SparseRows& block, int row, int shift) {
+    for (int k = block.start[row]; k < block.start[row + 1]; ++k) {
+      out->index.push(block.index[k] + shift);
+      out->value.push(block.value[k]);
+    }
+  };
+  const auto diagonal = [out](int i, double value) {
+    if (value == 0.0) return;
+    out->index.push(i);
+    out->value.push(value);
+  };
+  for (int i = 0; i < extent.height; ++i) {
+    if (i < n) {
+      append(H, i, 0);
+      diagonal(i, A.hessianShift);
+      append(Jt, i, n);
+    } else {
+      append(J, i - n, 0);
+      diagonal(i, A.lowerDiagonal);
+    }
+    out->start.push(out->index.size());
+  }
+}
+
+void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
+  SparseRows columns;
+  Extent turned = extent;
+  std::swap(turned.height, turned.width);
+  Writer writer(&columns, turned);
+  Vector unit(extent.width), column(extent.height);
+  for (int j = 0; j < extent.width; ++j) {
+    unit[j] = 1.0;
+    column.grow(extent.height);
+    column = 0.0;
+    A.mult(&unit, &column);
+    unit[j] = 0.0;
+    const int n = std::min(column.count, extent.height);
+    for (int i = 0; i < n; ++i) writer.entry(i, column[i]);
+    writer.endRow();
+  }
+  *out = columns.transposed();
+}
+
+}  // namespace
+
+Extent extentOf(const SpMat& A, int rows) {
+  if (const auto* sparse = exactly<HSpMat>(A)) return extentOfRows(*sparse);
+  Extent extent;
+  if (const FullMatrix* const full = dense(A)) {
+    const bool stored = full->data != nullptr;
+    extent.height = stored ? std::max(full->numRows, 0) : 0;
+    extent.width = stored ? std::max(full->numColumns, 0) : 0;
+  } else if (const auto* identity = exactly<IdentityMatrix>(A)) {
+    extent.height = extent.width = std::max(identity->n, 0);
+  } else if (const auto* diagonal = exactly<DiagonalMatrix>(A)) {
+    extent.height = extent.width = diagonal->diag ? std::max(diagonal->diag->count, 0) : 0;
+  } else if (const auto* band = exactly<BandedMatrix>(A)) {
+    extent.height = extent.width = std::max(band->rows, 0);
+  } else if (const auto* blocks = exactly<SQPMatrix>(A)) {
+    if (!blocks->H || !blocks->J) {
+      extent.damaged = true;
+      return extent;
+    }
+    const Extent h = extentOf(*blocks->H, 0), j = extentOf(*blocks->J, 0);
+    extent.damaged = h.damaged || j.damaged || (h.width != h.height && !(h.open && h.width < h.height)) ||
+                     j.width > h.height || (!j.open && j.width != h.height);
+    extent.height = extent.width = h.height + j.height;
+  } else {
+    extent.foreign = true;
+    extent.height = std::max(A.height(), 0);
+    extent.width = std::max(A.width(), 0);
+    if (extent.height == 0) extent.height = rows;
+  }
+  return extent;
+}
+
+void copyEntries(const SpMat& A, const Extent& extent, SparseRows* out) {
+  if (const auto* sparse = exactly<HSpMat>(A)) {
+    copySparse(*sparse, extent, out);
+  } else if (const FullMatrix* const full = dense(A)) {
+    copyDense(*full, extent, out);
+  } else if (const auto* identity = exactly<IdentityMatrix>(A)) {
+    copyDiagonal(extent.height, nullptr, identity->s, extent, out);
+  } else if (const auto* diagonal = exactly<DiagonalMatrix>(A)) {
+    copyDiagonal(extent.height, diagonal->diag ? diagonal->diag->data : nullptr, 0.0, extent, out);
+  } else if (const auto* band = exactly<BandedMatrix>(A)) {
+    copyBand(*band, extent, out);
+  } else if (const auto* blocks = exactly<SQPMatrix>(A)) {
+    copyBlocks(*blocks, extent, out);
+  } else {
+    copyByProducts(A, extent, out);
+  }
+  out->tidy();
+}
+
+}  // namespace limber::detail

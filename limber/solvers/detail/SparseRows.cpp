@@ -1,0 +1,105 @@
+#include "limber/solvers/detail/SparseRows.h"
+
+#include <algorithm>
+
+#include "limber/solvers/detail/PowersOfTwo.h"
+
+namespace limber::detail {
+
+void SparseRows::multiply(const double* x, double* y) const {
+  const int* const at = start.data();
+  const int* const j = index.data();
+  const double* const a = value.data();
+  for (int i = 0; i < height; ++i) {
+    double sum = 0.0;
+    for (int k = at[i]; k < at[i + 1]; ++k) sum += a[k] * x[j[k]];
+    y[i] = sum;
+  }
+}
+
+void SparseRows::multiplyTransposed(const double* x, double* y) const {
+  const int* const at = start.data();
+  const int* const j = index.data();
+  const double* const a = value.data();
+  std::fill_n(y, width, 0.0);
+  for (int i = 0; i < height; ++i) {
+    const double xi = x[i];
+    for (int k = at[i]; k < at[i + 1]; ++k) y[j[k]] += a[k] * xi;
+  }
+}
+
+double SparseRows::multiplyBothWays(const double* v, double s, double* u, double* w) const {
+  const int* const at = start.data();
+  const int* const j = index.data();
+  const double* const a = value.data();
+  std::fill_n(w, width, 0.0);
+  double square = 0.0;
+  for (int i = 0; i < height; ++i) {
+    double sum = 0.0;
+    for (int k = at[i]; k < at[i + 1]; ++k) sum += a[k] * v[j[k]];
+    sum -= s * u[i];
+    u[i] = sum;
+    square += sum * sum;
+    for (int k = at[i]; k < at[i + 1]; ++k) w[j[k]] += a[k] * sum;
+  }
+  return square;
+}
+
+SparseRows SparseRows::transposed() const {
+  SparseRows t;
+  t.height = width;
+  t.width = height;
+  t.start.assign(width + 1, 0);
+  t.index.resize(entries());
+  t.value.resize(entries());
+  for (int j : index) ++t.start[j + 1];
+  for (int j = 0; j < width; ++j) t.start[j + 1] += t.start[j];
+  Ints next(width);
+  std::copy_n(t.start.data(), width, next.data());
+  for (int i = 0; i < height; ++i) {
+    for (int k = start[i]; k < start[i + 1]; ++k) {
+      const int to = next[index[k]]++;
+      t.index[to] = i;
+      t.value[to] = value[k];
+    }
+  }
+  return t;
+}
+
+void SparseRows::tidy() {
+  bool ascending = true;
+  for (int i = 0; i < height; ++i) {
+    for (int k = start[i] + 1; k < start[i + 1]; ++k) ascending &= index[k - 1] < index[k];
+  }
+  if (ascending) return;
+  // transposing twice sorts every row in linear time, and keeps the order of what stands at the same place
+  *this = transposed().transposed();
+  int filled = 0;
+  for (int i = 0; i < height; ++i) {
+    const int from = start[i], to = start[i + 1];
+    start[i] = filled;
+    for (int k = from; k < to; ++k) {
+      if (filled > start[i] && index[filled - 1] == index[k]) {
+        value[filled - 1] += value[k];
+      } else {
+        index[filled] = index[k];
+        value[filled++] = value[k];
+      }
+    }
+  }
+  start[height] = filled;
+  index.resize(filled);
+  value.resize(filled);
+}
+
+void SparseRows::scale(const int* rows, const int* columns) {
+  for (int i = 0; i < height; ++i) {
+    const int row = rows ? rows[i] : 0;
+    for (int k = start[i]; k < start[i + 1]; ++k) {
+      const int power = row + (columns ? columns[index[k]] : 0);
+      if (power != 0) value[k] = timesPowerOfTwo(value[k], power);
+    }
+  }
+}
+
+}  // namespace limber::detail

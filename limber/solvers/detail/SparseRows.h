@@ -1,0 +1,33 @@
+#pragma once
+
+/// @file
+/// The compressed rows that the front door computes with.
+
+#include "limber/solvers/detail/Array.h"
+
+namespace limber::detail {
+
+/// A sparse matrix by rows: the entries of row i stand at start[i] ... start[i + 1] - 1, in ascending column
+/// order, each column once.
+struct SparseRows {
+  int height = 0, width = 0;
+  Ints start;
+  Ints index;
+  Doubles value;
+
+  int entries() const { return index.size(); }
+
+  /// y = A x, each element summed from 0.0 in ascending column order.
+  void multiply(const double* x, double* y) const;
+  /// y = A^T x, each element summed from 0.0 in ascending row order.
+  void multiplyTransposed(const double* x, double* y) const;
+  /// u = A v - s u for each row, then w = A^T u, in one pass. Returns |u|^2.
+  double multiplyBothWays(const double* v, double s, double* u, double* w) const;
+  SparseRows transposed() const;
+  /// Sorts the rows and adds up what stands at the same place.
+  void tidy();
+  /// a_ij = a_ij 2^(rows[i] + columns[j]); null pointers count as zeros.
+  void scale(const int* rows, const int* columns);
+};
+
+}  // namespace limber::detail
