@@ -48,17 +48,16 @@ class LIMBER_API FullMatrix : public SpMat {
   void multT(const Vector* x, Vector* y) const override;
   /// data[i columns + j], 0.0 when that lies outside the storage.
   double acc(int i, int j) const override;
-  /// A new HSpMat with new rows, all owned by the caller; values of magnitude below 1e-12 (after diagAdd on
+  /// A new HSpMat with new rows, all owned by the caller; values of magnitude 1e-12 or less (after diagAdd on
   /// the diagonal) are left out. The two ints are not used.
   SpMat* compact(double diagAdd, int a, int b) override;
   void scalar(double s) override;
 
   virtual ~FullMatrix();
   virtual FullMatrix transpose() const;
-  /// Element (i, j) for 0 <= i < rows and 0 <= j <= columns (deliberately not <) of a matrix whose kind is
-  /// not
-  /// 1. Otherwise prints a message on standard error and returns a spare element shared by all matrices, 0.0
-  /// each time it is handed out.
+  /// Element (i, j) for 0 <= i < rows and 0 <= j <= columns (not <, by contract) of a matrix whose kind is
+  /// not 1. Otherwise prints a message on standard error and returns a spare element shared by all matrices,
+  /// 0.0 each time it is handed out.
   virtual double& operator()(int i, int j) const;
   /// Sizes that do not fit give a matrix of zeros (rows of this, columns of `other`) with kind 1.
   virtual FullMatrix operator*(const FullMatrix& other) const;
@@ -99,8 +98,9 @@ class LIMBER_API FullMatrix : public SpMat {
   void transposeInPlace();
 
   FullMatrix inverse() const;
-  /// Inverts in place by Gauss-Jordan elimination with full pivoting. Returns 1, or 0 (kind becomes 1, values
-  /// stay) for a matrix that is not square. A singular matrix gets kind 3 and whatever the elimination left.
+  /// Inverts in place by Gauss-Jordan elimination with full pivoting. Returns 1, or 0 with the values
+  /// unchanged for a matrix that is not square (kind becomes 1) and when there is no memory (which is
+  /// reported). A singular matrix gets kind 3 and the values at the end of the elimination.
   int invert();
 
   /// One line a row: "%7.4f " for each value that is not zero, "      0 " for each that is. Nothing for a

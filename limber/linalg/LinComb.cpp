@@ -144,7 +144,7 @@ void merge(int active, SpVec* out) {
 }  // namespace
 
 void linComb(const Vector* coeffs, SpVec** rows, SpVec* out) {
-  if (!coeffs || !rows || !out) return;
+  if (!coeffs || !out || (!rows && coeffs->count > 0)) return;
   const int n = collectTerms(coeffs, rows);
   ++linCombStats[0];
   if (n == 0) {

@@ -29,7 +29,7 @@ class LIMBER_API SQPMatrix : public SpMat {
   virtual int height();
   virtual int width();
   virtual double acc(int i, int j);
-  /// y = A x; y grows to n + m. Works through vectors that all instances share: not reentrant.
+  /// y = A x; y grows to n + m. Works through one vector that all instances share: not reentrant.
   void mult(const Vector* x, Vector* y) const override;
   /// mult: the matrix is symmetric.
   void multT(const Vector* x, Vector* y) const override;

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// All dense factorizations.
+/// The dense product and factorizations that go through LAPACK and BLAS.
 
 #include "limber/linalg/BandedCholesky.h"
 #include "limber/linalg/Lu.h"

@@ -150,7 +150,8 @@ void SpVec::scatter(Vector* v) const {
 
 void SpVec::gather(Vector* v) {
   if (!v) return;
-  for (int i = 0; i < v->count; ++i)
+  const int n = v->count;
+  for (int i = 0; i < std::min(n, v->capacity); ++i)
     if (v->data[i] != 0.0) insEnd(v->data[i], i);
 }
 

@@ -26,7 +26,7 @@ class LIMBER_API SpVec {
 
   /// An empty row with room for n entries.
   SpVec(int n = 4);
-  /// Deep copies, with the source's maxEntries.
+  /// Deep copies with room for at least the source's maxEntries, and for two entries more than it holds.
   SpVec(const SpVec* src);
   SpVec(const SpVec& src);
   ~SpVec();
@@ -76,7 +76,8 @@ class LIMBER_API SpVec {
   /// of v[0] to 0.0 and then, entry by entry, all elements of the vector v[index] to the value. With a single
   /// vector only entries at index 0 may be stored.
   void scatter(Vector* v) const;
-  /// Appends (i, v[i]) for each element that is not 0.0, in ascending order; the row is not emptied first.
+  /// Appends (i, v[i]) for each element that is not 0.0, in ascending order; the row is not emptied first. v
+  /// is taken at the size that it has before the first append, so it may be the row's own `values`.
   void gather(Vector* v);
   /// v[index] = v[index] + s value.
   void scatterAdd(Vector* v, double s) const;

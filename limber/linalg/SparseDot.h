@@ -1,7 +1,8 @@
 #pragma once
 
 /// @file
-/// Dot products with sparse rows. Sums start at 0.0 and run in ascending index order.
+/// Dot products with sparse rows. Sums start at 0.0 and run in the order of the entries. A
+/// dense vector is reached as SpVec says.
 
 #include "limber/Api.h"
 

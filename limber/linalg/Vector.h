@@ -4,6 +4,7 @@
 /// The dense vector: the currency of every matrix product and solver.
 
 #include <cstddef>
+#include <type_traits>
 
 #include "limber/Api.h"
 
@@ -11,6 +12,12 @@
 /// between vectors of different sizes act on the common leading part and leave the rest alone. No index is
 /// tested. The vector owns `data` exactly when `capacity` is greater than 4.
 class LIMBER_API Vector {
+  /// Numbers that no other overload takes as they are: unsigned 5, 5L, std::size_t(5).
+  template <class Number, class Result>
+  using IfOtherNumber = std::enable_if_t<std::is_arithmetic_v<Number> && !std::is_same_v<Number, double> &&
+                                             !std::is_same_v<Number, int>,
+                                         Result>;
+
  public:
   int count;
   int capacity;
@@ -26,6 +33,9 @@ class LIMBER_API Vector {
   Vector(int n, double* array);
   /// n zeros: there is neither a file name nor an array.
   Vector(int n, std::nullptr_t);
+  /// The same for a null that is a number, such as NULL, and Vector(n, maxSize) for integers of other types.
+  template <class Integer, class = IfOtherNumber<Integer, void>>
+  Vector(int n, Integer maxSize) : Vector(n, static_cast<int>(maxSize)) {}
   /// A deep copy; its capacity is that of Vector(src.count).
   Vector(const Vector& src);
   ~Vector();
@@ -38,6 +48,10 @@ class LIMBER_API Vector {
   /// this[i] = x.
   void operator=(double x);
   LIMBER_INLINE void operator=(int x) { *this = static_cast<double>(x); }
+  template <class Number>
+  IfOtherNumber<Number, void> operator=(Number x) {
+    *this = static_cast<double>(x);
+  }
   /// Takes the size and the elements of src.
   void operator=(const Vector& src);
   void operator=(const Vector* src);
@@ -71,6 +85,10 @@ class LIMBER_API Vector {
   /// this[i] = this[i] + s.
   void operator+=(double s);
   LIMBER_INLINE void operator+=(int s) { *this += static_cast<double>(s); }
+  template <class Number>
+  IfOtherNumber<Number, void> operator+=(Number s) {
+    *this += static_cast<double>(s);
+  }
   /// this[i] = this[i] s.
   void operator*=(double s);
   void scale(double s);
@@ -90,8 +108,11 @@ class LIMBER_API Vector {
   /// The sum of the elements count, count - 1, ..., 0, in that order: the slot behind the last element
   /// deliberately takes part, where it lies inside the storage.
   double addElems() const;
-  /// For ascending elements: the index of the last element not above x, 0 below the first, count - 1 above
-  /// the last. An exact hit on the last element gives count - 2, because the search never probes it.
+  /// For ascending elements, the start of an interval that holds x, found by bisection: element result <= x,
+  /// and x <= element result + 1. 0 for x below the first element, count - 1 for x above the last. Contract:
+  /// the bisection stops at the first equal element that it probes, so among equal elements the result is any
+  /// one of them, and it never probes the last element: x equal to that one gives at most count - 2, and 0 in
+  /// a vector of one element.
   int closestToInSorted(double x) const;
   /// The piecewise-linear value at the fractional index t, extrapolated along the first and last segments.
   /// Wants two elements or more.

@@ -88,6 +88,33 @@ TEST(LinComb, NoUsableTermEmptiesTheOutput) {
   EXPECT_EQ(before.since(), (std::vector<int>{1, 1, 0, 0}));
 }
 
+TEST(LinComb, WithoutCoefficientsThereIsNoTermAndTheRowsAreNotRead) {
+  SpVec row = rowOf({{1, 1.0}}), out = rowOf({{2, 2.0}}), second = out;
+  SpVec* rows[] = {&row};
+  const Vector none;
+  const Statistics before;
+  linComb(&none, nullptr, &out);
+  linComb(&none, rows, &second);
+  for (const SpVec* empty : {&out, &second}) {
+    EXPECT_EQ(empty->numEntries, 0);
+    EXPECT_EQ(empty->width, -1);
+  }
+  EXPECT_EQ(before.since(), (std::vector<int>{2, 2, 0, 0}));
+}
+
+TEST(LinComb, ARowThatIsAlsoTheOutputIsEmptiedFirstOrScaledInPlace) {
+  SpVec a = rowOf({{1, 1.0}, {4, 2.0}}), b = rowOf({{2, 3.0}}), out = rowOf({{1, 10.0}, {7, 20.0}});
+  SpVec* rows[] = {&a, &out, &b};
+  const Vector only = vectorOf({0.0, 0.5, 0.0}), two = vectorOf({2.0, 1.0, 0.0}),
+               all = vectorOf({2.0, 1.0, 1.0});
+  linComb(&only, rows, &out);
+  EXPECT_EQ(entriesOf(out), (Entries{{1, 5.0}, {7, 10.0}}));
+  linComb(&two, rows, &out);
+  EXPECT_EQ(entriesOf(out), (Entries{{1, 2.0}, {4, 4.0}}));
+  linComb(&all, rows, &out);
+  EXPECT_EQ(entriesOf(out), (Entries{{1, 2.0}, {2, 3.0}, {4, 4.0}}));
+}
+
 TEST(LinComb, WithoutAnArgumentNothingHappens) {
   SpVec row = rowOf({{1, 1.0}}), out = rowOf({{2, 2.0}});
   SpVec* rows[] = {&row};

@@ -79,6 +79,13 @@ TEST(SpVecDense, GatherAppendsWhatIsNotZero) {
   EXPECT_EQ(row.width, 5);
 }
 
+TEST(SpVecDense, GatherOfTheRowsOwnValuesEnds) {
+  SpVec row = rowOf({{3, 1.0}, {5, 2.0}, {9, 4.0}});
+  row.gather(&row.values);
+  EXPECT_EQ(entriesOf(row), (Entries{{3, 1.0}, {5, 2.0}, {9, 4.0}, {0, 1.0}, {1, 2.0}, {2, 4.0}}));
+  EXPECT_EQ(row.width, 3);
+}
+
 TEST(SpVecDense, ScatterFillsTheVectorsOfAnArray) {
   Vector array[4] = {3, 2, 6, 1};
   for (Vector& v : array) v = 9.0;

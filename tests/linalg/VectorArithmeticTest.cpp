@@ -236,6 +236,9 @@ TEST(VectorSearch, AnExactHitIsGivenWhereItIsProbed) {
   const Vector middle = vectorOf({0, 1, 1, 1, 2}), front = vectorOf({0, 0, 0, 1});
   EXPECT_EQ(middle.closestToInSorted(1), 2);
   EXPECT_EQ(front.closestToInSorted(0), 1);
+  const Vector ends = vectorOf({0, 1, 1, 1}), pair = vectorOf({3, 3});
+  EXPECT_EQ(ends.closestToInSorted(1), 1);
+  EXPECT_EQ(pair.closestToInSorted(3), 0);
 }
 
 TEST(VectorSearch, GivesTheLastElementNotAbove) {

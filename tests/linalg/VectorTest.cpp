@@ -79,6 +79,36 @@ TEST(Vector, SecondArgumentsMeanWhatTheySay) {
   expectZeros(Vector(3, text), 3, 4);
 }
 
+TEST(Vector, NumbersOfEveryTypeAreTakenAsNumbers) {
+  expectZeros(Vector(5, NULL), 5, 5);
+  expectZeros(Vector(5, NULL, 12), 5, 5);
+  expectZeros(Vector(2, std::size_t{10}), 2, 10);
+  expectZeros(Vector(2, 10L), 2, 10);
+  Vector v(2);
+  v = 5u;
+  expectElements(v, {5, 5});
+  v = std::size_t{3};
+  expectElements(v, {3, 3});
+  v = -4L;
+  expectElements(v, {-4, -4});
+  v = 0.25f;
+  expectElements(v, {0.25, 0.25});
+  v = 0;
+  expectElements(v, {0, 0});
+  v += 5L;
+  expectElements(v, {5, 5});
+  v += 1u;
+  expectElements(v, {6, 6});
+  v += short{-2};
+  expectElements(v, {4, 4});
+  v += 0;
+  v *= 2u;
+  expectElements(v, {8, 8});
+  const Vector* const none = nullptr;
+  v = none;
+  expectElements(v, {8, 8});
+}
+
 TEST(Vector, ConvertsFromAnIntAsASize) {
   const Vector v = 3;
   expectZeros(v, 3, 4);

@@ -4,8 +4,9 @@
 
 namespace limber::detail {
 
-/// The place a report names: the stem of the reporting source file and a line that is part of the message.
-/// The stems and lines are what users grep for in their logs, so they stay as they are when code moves.
+/// The place a report names: a stem and a line. The stem is part of the message and never changes. So is a
+/// line that is written as a number: users search their logs for it. Where the line is __LINE__ it only helps
+/// to find the code, and it moves with the code.
 struct ReportSite {
   const char* file;
   int line;
