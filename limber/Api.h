@@ -31,3 +31,15 @@
 #else
 #define LIMBER_PRINTF(text, first) __attribute__((format(printf, text, first)))
 #endif
+
+/// Around the classes whose documented virtual table has no place for a destructor. A compiler that is asked
+/// to warns about such a class (-Wnon-virtual-dtor); these two lines silence exactly that warning, also in
+/// the programs that include the header.
+#if defined(__GNUC__)
+#define LIMBER_FIXED_TABLE_BEGIN \
+  _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wnon-virtual-dtor\"")
+#define LIMBER_FIXED_TABLE_END _Pragma("GCC diagnostic pop")
+#else
+#define LIMBER_FIXED_TABLE_BEGIN
+#define LIMBER_FIXED_TABLE_END
+#endif

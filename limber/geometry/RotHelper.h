@@ -45,6 +45,8 @@
 
 class Matrix3x3;
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// One rotation format. It has no state; a RotHelper that is none of its subclasses is the null format. The
 /// order of the virtual operations is part of the interface.
 class LIMBER_API RotHelper {
@@ -81,6 +83,8 @@ class LIMBER_API RotHelper {
   /// out.
   static void Convert(const char* fromFormat, const char* toFormat, double* in, double* out);
 };
+
+LIMBER_FIXED_TABLE_END
 
 /// The one object of each format. The pointers are set before any code runs, so that static initialisers may
 /// use them.

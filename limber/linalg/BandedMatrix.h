@@ -6,6 +6,8 @@
 #include "limber/Api.h"
 #include "limber/linalg/SpMat.h"
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// A square matrix with one array a row. Element (i, j) stands in row i at place bw - i + j, valid from 0 to
 /// 2 bw - 1: the band reaches bw places left of the diagonal and bw - 1 right of it (asymmetric,
 /// deliberately).
@@ -61,3 +63,5 @@ class LIMBER_API BandedMatrix : public SpMat {
   using SpMat::height;
   using SpMat::width;
 };
+
+LIMBER_FIXED_TABLE_END

@@ -6,6 +6,8 @@
 #include "limber/Api.h"
 #include "limber/linalg/SpMat.h"
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// The matrix with the elements of a vector on its diagonal. Copies share the vector and the flag that says
 /// whether it is owned; the last of the sharers deletes an owned vector.
 ///
@@ -39,3 +41,5 @@ class LIMBER_API DiagonalMatrix : public SpMat {
   using SpMat::height;
   using SpMat::width;
 };
+
+LIMBER_FIXED_TABLE_END

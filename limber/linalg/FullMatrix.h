@@ -9,6 +9,8 @@
 #include "limber/Api.h"
 #include "limber/linalg/SpMat.h"
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// A dense matrix, stored row after row: element (i, j) is data[i columns + j].
 ///
 /// The storage has one spare element behind the last, because operator() accepts a column index equal to the
@@ -114,3 +116,5 @@ class LIMBER_API FullMatrix : public SpMat {
  private:
   FullMatrix(int r, int c, int temporary);
 };
+
+LIMBER_FIXED_TABLE_END

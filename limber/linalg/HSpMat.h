@@ -8,6 +8,8 @@
 
 class SpVec;
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// An array of pointers to sparse rows, which belong to whoever made them: typically the Jacobian of a set of
 /// constraints, one row each. A null row counts as an empty one.
 class LIMBER_API HSpMat : public SpMat {
@@ -63,3 +65,5 @@ class LIMBER_API HSpMat : public SpMat {
   /// Prints the sizes, the number of entries and the sum of the rows' squared magnitudes.
   void printStats() const;
 };
+
+LIMBER_FIXED_TABLE_END

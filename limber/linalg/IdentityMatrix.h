@@ -6,6 +6,8 @@
 #include "limber/Api.h"
 #include "limber/linalg/SpMat.h"
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// The n x n matrix s I.
 ///
 /// height, width and acc hide SpMat's operations of the same names and do not override them; see
@@ -32,3 +34,5 @@ class LIMBER_API IdentityMatrix : public SpMat {
   using SpMat::height;
   using SpMat::width;
 };
+
+LIMBER_FIXED_TABLE_END

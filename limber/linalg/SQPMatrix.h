@@ -6,6 +6,8 @@
 #include "limber/Api.h"
 #include "limber/linalg/SpMat.h"
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// The symmetric matrix of size n + m
 ///
 ///     | H + hessianShift I   J^T             |
@@ -41,6 +43,8 @@ class LIMBER_API SQPMatrix : public SpMat {
   using SpMat::height;
   using SpMat::width;
 };
+
+LIMBER_FIXED_TABLE_END
 
 /// Prints sizes, entries and ranges of Q. Q->J must be an HSpMat; of any other matrix no entries are counted.
 LIMBER_API void qpMatStats(SQPMatrix* Q);

@@ -7,6 +7,8 @@
 
 class Vector;
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// A matrix as the solvers see it: two sizes, two products, one element. It says nothing about structure,
 /// storage or ownership. There is no virtual destructor: a matrix is destroyed through its own type.
 ///
@@ -33,3 +35,5 @@ class LIMBER_API SpMat {
   /// A = s A.
   virtual void scalar(double s);
 };
+
+LIMBER_FIXED_TABLE_END

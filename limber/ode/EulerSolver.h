@@ -2,6 +2,8 @@
 
 #include "limber/ode/OdeSolver.h"
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// The explicit Euler method, of first order: x += dt f(x, t).
 class LIMBER_API EulerSolver : public OdeSolver {
  public:
@@ -19,3 +21,5 @@ class LIMBER_API EulerSolver : public OdeSolver {
  private:
   void init();
 };
+
+LIMBER_FIXED_TABLE_END

@@ -4,6 +4,8 @@
 
 class Vector;
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// The right-hand side of a system of ordinary differential equations, x' = f(x, t). Callers derive from it.
 class LIMBER_API Integrand {
  public:
@@ -15,3 +17,5 @@ class LIMBER_API Integrand {
   /// This base version reports "Evaluate generic Integrand" and returns 0.
   virtual int fprime(Vector* x, double t, Vector* dxdt);
 };
+
+LIMBER_FIXED_TABLE_END

@@ -5,6 +5,8 @@
 class Integrand;
 class Vector;
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// An explicit one-step integrator of x' = f(x, t). Nothing is checked: neither the step size, nor what the
 /// integrand returns. Solvers have work vectors of their own, which copies share (so copies do not step at
 /// the same time) and the last of them releases.
@@ -21,3 +23,5 @@ class LIMBER_API OdeSolver {
   /// This base version reports "Generic solver can't solve", leaves x as it is and returns 0.
   virtual int step(Vector* x, double t, double dt);
 };
+
+LIMBER_FIXED_TABLE_END

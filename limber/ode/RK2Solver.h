@@ -2,6 +2,8 @@
 
 #include "limber/ode/OdeSolver.h"
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// The midpoint rule, a Runge-Kutta method of second order: x += dt f(x + dt/2 f(x, t), t + dt/2).
 class LIMBER_API RK2Solver : public OdeSolver {
  public:
@@ -19,3 +21,5 @@ class LIMBER_API RK2Solver : public OdeSolver {
  private:
   void init();
 };
+
+LIMBER_FIXED_TABLE_END

@@ -2,6 +2,8 @@
 
 #include "limber/ode/OdeSolver.h"
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// The classical Runge-Kutta method of fourth order (Kutta 1901):
 ///   k1 = dt f(x, t)                  k2 = dt f(x + k1/2, t + dt/2)
 ///   k3 = dt f(x + k2/2, t + dt/2)    k4 = dt f(x + k3, t + dt)
@@ -22,3 +24,5 @@ class LIMBER_API RK4Solver : public OdeSolver {
  private:
   void init();
 };
+
+LIMBER_FIXED_TABLE_END

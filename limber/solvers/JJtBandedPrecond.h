@@ -10,6 +10,8 @@ class HSpMat;
 class ResizeMatrix;
 class Vector;
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// Preconditions J V^-1 J^T + diag(damp) by the Cholesky factor of the band of buildJJtBanded. For a
 /// bandwidth of 0 or 1 that is the band of the matrix; for a wider one it is another matrix, deliberately,
 /// and may not be positive definite. See JJtCholeskyPrecond for the band itself at every width.
@@ -33,3 +35,5 @@ class LIMBER_API JJtBandedPrecond : public Preconditioner {
   /// solved for. r and z may be the same.
   void solve(const Vector* r, Vector* z) override;
 };
+
+LIMBER_FIXED_TABLE_END

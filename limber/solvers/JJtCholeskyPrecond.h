@@ -10,6 +10,8 @@ class HSpMat;
 class ResizeMatrix;
 class Vector;
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// Preconditions J V^-1 J^T + diag(damp) by the Cholesky factor of its band (buildJJtBand), at any width.
 /// With the full half bandwidth of the matrix it is a direct solver: solve gives the solution, and CG
 /// converges in an iteration or two.
@@ -33,3 +35,5 @@ class LIMBER_API JJtCholeskyPrecond : public Preconditioner {
   /// solved for. r and z may be the same.
   void solve(const Vector* r, Vector* z) override;
 };
+
+LIMBER_FIXED_TABLE_END

@@ -9,6 +9,8 @@
 class HSpMat;
 class Vector;
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// Preconditions J V^-1 J^T + diag(damp) by its diagonal (Jacobi).
 ///
 /// The preconditioners *multiply* by the weights they are given, while the operator of ncgradJVJt *divides*
@@ -32,3 +34,5 @@ class LIMBER_API JJtPrecond : public Preconditioner {
   /// storage is left out. r and z may be the same.
   void solve(const Vector* r, Vector* z) override;
 };
+
+LIMBER_FIXED_TABLE_END

@@ -7,6 +7,8 @@
 
 class Vector;
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// An approximation P of the operator M whose inverse is cheap to apply. This base class is the identity.
 /// There is no virtual destructor: a preconditioner is destroyed through its own type.
 class LIMBER_API Preconditioner {
@@ -14,3 +16,5 @@ class LIMBER_API Preconditioner {
   /// z = P^-1 r, overwriting z. Here z takes r's length and values.
   virtual void solve(const Vector* r, Vector* z);
 };
+
+LIMBER_FIXED_TABLE_END

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/geometry/RotationFormats.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/Tolerance.h"

@@ -1,0 +1,6 @@
+# Any LAPACK that CMake finds, as the target LAPACK::LAPACK also where CMake itself (before 3.18) makes none.
+find_package(LAPACK REQUIRED)
+if(NOT TARGET LAPACK::LAPACK)
+  add_library(LAPACK::LAPACK INTERFACE IMPORTED)
+  set_target_properties(LAPACK::LAPACK PROPERTIES INTERFACE_LINK_LIBRARIES "${LAPACK_LIBRARIES};${BLAS_LIBRARIES}")
+endif()
