@@ -6,6 +6,7 @@
 #include "limber_motion/Api.h"
 #include "limber_motion/Clip.h"
 #include "limber_motion/Constraint.h"
+#include "limber_motion/Contacts.h"
 #include "limber_motion/Error.h"
 #include "limber_motion/Jacobian.h"
 #include "limber_motion/Script.h"

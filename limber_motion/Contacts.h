@@ -1,0 +1,54 @@
+#pragma once
+
+/// @file
+/// Where the feet of a clip stand: found by height and speed, whatever the clip's unit and frame rate.
+
+#include <string>
+#include <vector>
+
+#include "limber/geometry/Pnt3.h"
+#include "limber_motion/Api.h"
+#include "limber_motion/Clip.h"
+#include "limber_motion/Constraint.h"
+
+namespace limber::motion {
+
+/// What counts as standing. Heights are parts of the body's height (Skeleton::height), speeds parts of it a
+/// second, times seconds. A contact begins where a joint is lower and slower than the first pair, and lasts
+/// while it is lower and slower than the second (hysteresis), so that a trembling foot makes one contact.
+struct ContactOptions {
+  double low = 0.05, slow = 0.1;           ///< a contact begins
+  double notHigh = 0.055, notFast = 0.12;  ///< it lasts
+  double shortest = 0.1;                   ///< shorter contacts are dropped
+  double longestGap = 0.07;                ///< gaps up to this are closed
+};
+
+/// A joint or end site that stands in the frames first..last, both included. `place` is where it shall stand:
+/// where it was while it moved least, on the ground's height, and so that joints of one foot that stand at
+/// the same time are as far apart as their bones are long.
+struct Contact {
+  int joint;
+  int first, last;
+  Pnt3 place;
+};
+
+/// The contacts of a clip, in the order of the joints and, for each, of time.
+struct Contacts {
+  std::vector<Contact> list;
+  /// The joints and end sites that were looked at: the lowest ends of the skeleton and what belongs to the
+  /// same foot (end of the toes, toes, ankle), ascending.
+  std::vector<int> feet;
+  double ground = 0.0;  ///< the height (y) of the lowest place, the frames below it being outliers
+  std::string note;     ///< why there are no contacts, or what is unusual about them; empty where all is well
+};
+
+/// Finds the contacts of a clip. What is a foot follows from the skeleton's structure and the motion, not
+/// from names: ends of the skeleton that come near the ground. A first frame that does not belong to the
+/// motion (a T-pose) is left out. Where nothing is slow enough to stand, the speeds of the options are
+/// doubled, once or twice, and the note says so: feet that slide everywhere are what an edit shall mend.
+LIMBER_MOTION_API Contacts findContacts(const Clip& clip, const ContactOptions& options = ContactOptions());
+
+/// A constraint of weight 1 for each contact and frame of it, sorted by frame and joint.
+LIMBER_MOTION_API std::vector<Constraint> constraintsOf(const Contacts& contacts);
+
+}  // namespace limber::motion

@@ -1,0 +1,127 @@
+#include "limber_motion/detail/FootPlaces.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace limber::motion::detail {
+
+namespace {
+
+constexpr double still = 0.02;    // heights a second: slower frames count alike
+constexpr double level = 0.01;    // heights: contacts of a joint that differ by less are on the same ground
+constexpr double upright = 1e-3;  // how readily a place leaves its height, compared with its other directions
+constexpr int mostSweeps = 20000;
+
+/// Two contacts that overlap in time and whose joints a rigid bone holds apart.
+struct Bone {
+  Contact *a, *b;
+  double length;
+};
+
+Pnt3 stillestPlace(const Tracks& tracks, double height, const Contact& contact) {
+  Pnt3 sum;
+  double weights = 0.0;
+  for (int f = contact.first; f <= contact.last; f++) {
+    const double speed = tracks.speed(contact.joint, f) / height;
+    const double weight = 1.0 / (speed * speed + still * still);
+    sum += tracks.at(contact.joint, f) * weight;
+    weights += weight;
+  }
+  return sum * (1.0 / weights);
+}
+
+/// The height at which most frames of these contacts stand: the median over frames.
+double usualHeight(const std::vector<Contact*>& contacts) {
+  std::vector<Contact*> sorted = contacts;
+  std::sort(sorted.begin(), sorted.end(), [](Contact* a, Contact* b) { return a->place.y < b->place.y; });
+  int frames = 0, passed = 0;
+  for (const Contact* contact : sorted) frames += contact->last - contact->first + 1;
+  for (const Contact* contact : sorted) {
+    passed += contact->last - contact->first + 1;
+    if (2 * passed >= frames) return contact->place.y;
+  }
+  return 0.0;
+}
+
+void putOnTheGround(double height, double ground, const std::vector<Contact*>& ofOneJoint) {
+  const double usual = usualHeight(ofOneJoint);
+  for (Contact* contact : ofOneJoint) {
+    if (std::fabs(contact->place.y - usual) <= level * height) contact->place.y = usual;
+    contact->place.y = std::max(contact->place.y, ground);
+  }
+}
+
+/// The joints whose axes a joint's origin is fixed in: its own, its parent's and, past joints that do not
+/// turn, those above.
+std::vector<int> holders(const Clip& clip, int joint) {
+  const auto turns = [&](int j) {
+    const std::vector<Channel>& channels = clip.joints[static_cast<std::size_t>(j)].channels;
+    return std::any_of(channels.begin(), channels.end(), [](const Channel& c) { return c.rotation; });
+  };
+  std::vector<int> found = {joint};
+  for (int j = clip.joints[static_cast<std::size_t>(joint)].parent; j >= 0;
+       j = clip.joints[static_cast<std::size_t>(j)].parent) {
+    found.push_back(j);
+    if (turns(j)) break;
+  }
+  return found;
+}
+
+bool rigid(const Clip& clip, int a, int b) {
+  const std::vector<int> ofA = holders(clip, a), ofB = holders(clip, b);
+  return std::find_first_of(ofA.begin(), ofA.end(), ofB.begin(), ofB.end()) != ofA.end();
+}
+
+std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, const std::vector<FootJoint>& feet,
+                               std::vector<Contact>* contacts) {
+  const auto footOf = [&](int joint) {
+    return std::find_if(feet.begin(), feet.end(), [&](const FootJoint& f) { return f.joint == joint; })->foot;
+  };
+  std::vector<Bone> bones;
+  for (Contact& a : *contacts) {
+    for (Contact& b : *contacts) {
+      const int first = std::max(a.first, b.first);
+      if (a.joint >= b.joint || first > std::min(a.last, b.last)) continue;
+      if (footOf(a.joint) != footOf(b.joint) || !rigid(clip, a.joint, b.joint)) continue;
+      bones.push_back({&a, &b, (tracks.at(a.joint, first) - tracks.at(b.joint, first)).length()});
+    }
+  }
+  return bones;
+}
+
+/// Moves both ends of a bone, mostly in the ground's plane, until it has its length to first order; how far
+/// off it was.
+double stretch(const Bone& bone) {
+  const Pnt3 way = bone.b->place - bone.a->place;
+  const double excess = way.lengthSq() - bone.length * bone.length;
+  const Pnt3 along(way.x, upright * way.y, way.z);
+  const double slope = 4.0 * (along.x * way.x + along.y * way.y + along.z * way.z);
+  if (!(slope > 0.0)) return 0.0;
+  const Pnt3 move = along * (excess / slope);
+  bone.a->place += move;
+  bone.b->place -= move;
+  return std::fabs(way.length() - bone.length);
+}
+
+}  // namespace
+
+void choosePlaces(const Clip& clip, const Tracks& tracks, double height, const std::vector<FootJoint>& feet,
+                  double ground, std::vector<Contact>* contacts) {
+  for (const FootJoint& foot : feet) {
+    std::vector<Contact*> own;
+    for (Contact& contact : *contacts) {
+      if (contact.joint != foot.joint) continue;
+      contact.place = stillestPlace(tracks, height, contact);
+      own.push_back(&contact);
+    }
+    putOnTheGround(height, ground, own);
+  }
+  const std::vector<Bone> bones = bonesBetween(clip, tracks, feet, contacts);
+  double off = bones.empty() ? 0.0 : height;
+  for (int sweep = 0; sweep < mostSweeps && off > 1e-10 * height; sweep++) {
+    off = 0.0;
+    for (const Bone& bone : bones) off = std::max(off, stretch(bone));
+  }
+}
+
+}  // namespace limber::motion::detail

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <vector>
+
+#include "limber_motion/Contacts.h"
+#include "limber_motion/detail/Feet.h"
+#include "limber_motion/detail/Tracks.h"
+
+namespace limber::motion::detail {
+
+/// Chooses the place of each contact: the mean of the joint's places in its frames, each weighted by how
+/// still it is, on the height that the joint stands at elsewhere, moved until contacts of one foot that
+/// overlap in time are as far apart as the bones between them are long.
+void choosePlaces(const Clip& clip, const Tracks& tracks, double height, const std::vector<FootJoint>& feet,
+                  double ground, std::vector<Contact>* contacts);
+
+}  // namespace limber::motion::detail

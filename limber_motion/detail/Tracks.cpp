@@ -1,0 +1,46 @@
+#include "limber_motion/detail/Tracks.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace limber::motion::detail {
+
+Tracks::Tracks(const Clip& clip, const Skeleton& skeleton)
+    : frames_(clip.frames),
+      half_(std::max(1, static_cast<int>(std::lrint(std::min(0.025 / clip.frameTime, 1e9))))),
+      frameTime_(clip.frameTime),
+      joints_(clip.joints.size()) {
+  places_.reserve(joints_ * static_cast<std::size_t>(frames_));
+  Pose pose;
+  for (int f = 0; f < frames_; f++) {
+    skeleton.pose(clip.frame(f), &pose);
+    places_.insert(places_.end(), pose.position.begin(), pose.position.end());
+  }
+  if (frames_ < 4) return;
+  double usual = 0.0;
+  for (int f = 1; f + 1 < std::min(frames_, 12); f++) usual = std::max(usual, step(f));
+  if (step(0) > 4.0 * usual + 0.05 * skeleton.height()) first_ = 1;
+}
+
+double Tracks::step(int frame) const {
+  double most = 0.0;
+  for (int j = 0; j < static_cast<int>(joints_); j++) {
+    most = std::max(most, (at(j, frame + 1) - at(j, frame)).length());
+  }
+  return most;
+}
+
+double Tracks::speed(int joint, int frame) const {
+  const int a = std::max(frame - half_, first_), b = std::min(frame + half_, frames_ - 1);
+  return a < b ? (at(joint, b) - at(joint, a)).length() / ((b - a) * frameTime_) : 0.0;
+}
+
+double Tracks::low(int joint) const {
+  std::vector<double> heights;
+  for (int f = frames_ > 1; f < frames_; f++) heights.push_back(at(joint, f).y);
+  const auto twentieth = heights.begin() + (frames_ - 1) / 20;
+  std::nth_element(heights.begin(), twentieth, heights.end());
+  return *twentieth;
+}
+
+}  // namespace limber::motion::detail

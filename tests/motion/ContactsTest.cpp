@@ -1,0 +1,271 @@
+// Where feet stand: the same at every frame rate and in every unit, whatever the joints are called.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "limber_motion/motion.h"
+#include "tests/motion/Resample.h"
+#include "tests/motion/SmallClip.h"
+#include "tests/support/TemporaryFile.h"
+#include "tests/support/Tolerance.h"
+
+namespace {
+
+using namespace limber::motion;
+
+Clip walk() { return readClip(sourceFile("examples/data/walk.bvh")); }
+
+/// The project's own walk and, where they are at hand, recorded clips.
+std::vector<Clip> clips() {
+  std::vector<Clip> all = {walk()};
+  for (const char* name : {"walk01.bvh", "mocapbank.bvh", "cmu_02_01_walk.bvh", "cmu_05_03.bvh"}) {
+    const std::string path = sharedData(name);
+    if (!path.empty()) all.push_back(readClip(path));
+  }
+  return all;
+}
+
+bool stands(const Contacts& contacts, int joint, int frame) {
+  for (const Contact& c : contacts.list) {
+    if (c.joint == joint && c.first <= frame && frame <= c.last) return true;
+  }
+  return false;
+}
+
+double seconds(const Clip& clip, const Contacts& contacts) {
+  double sum = 0.0;
+  for (const Contact& c : contacts.list) sum += (c.last - c.first + 1) * clip.frameTime;
+  return sum;
+}
+
+// Low: less than 0.05 heights above what the joint is below in a twentieth of the frames. Slow: less than 0.1
+// heights a second over 0.05 seconds.
+TEST(Contacts, HoldEveryTimeInWhichAFootIsLowAndSlow) {
+  for (const Clip& clip : clips()) {
+    const Skeleton skeleton(clip);
+    const double height = skeleton.height();
+    const Contacts contacts = findContacts(clip);
+    EXPECT_FALSE(contacts.list.empty());
+    for (const int joint : contacts.feet) {
+      std::vector<Pnt3> at;
+      std::vector<double> heights;
+      for (int f = 0; f < clip.frames; f++) {
+        at.push_back(skeleton.position(joint, clip.frame(f)));
+        if (f > 0) heights.push_back(at.back().y);
+      }
+      std::sort(heights.begin(), heights.end());
+      const double low = heights[static_cast<std::size_t>((clip.frames - 1) / 20)];
+      const int half = std::max(1, static_cast<int>(std::lrint(0.025 / clip.frameTime)));
+      const int least = std::max(2, static_cast<int>(std::lrint(0.1 / clip.frameTime)));
+      int rested = 0;
+      for (int f = 0; f <= clip.frames; f++) {
+        const int a = std::max(f - half, 0), b = std::min(f + half, clip.frames - 1);
+        const bool rests = f < clip.frames && at[static_cast<std::size_t>(f)].y < low + 0.05 * height &&
+                           (at[static_cast<std::size_t>(b)] - at[static_cast<std::size_t>(a)]).length() <
+                               0.1 * height * (b - a) * clip.frameTime;
+        if (rests) {
+          rested++;
+          continue;
+        }
+        for (int g = f - rested; rested >= least && g < f; g++) {
+          EXPECT_TRUE(stands(contacts, joint, g))
+              << clip.joints[static_cast<std::size_t>(joint)].name << " " << g;
+        }
+        rested = 0;
+      }
+    }
+  }
+}
+
+TEST(Contacts, PlacesOfOneFootAreAsFarApartAsItsBonesAreLong) {
+  int bones = 0;
+  for (const Clip& clip : clips()) {
+    const Skeleton skeleton(clip);
+    const Contacts contacts = findContacts(clip);
+    for (const Contact& a : contacts.list) {
+      for (const Contact& b : contacts.list) {
+        if (clip.joints[static_cast<std::size_t>(b.joint)].parent != a.joint) continue;
+        if (std::max(a.first, b.first) > std::min(a.last, b.last)) continue;
+        const double bone = clip.joints[static_cast<std::size_t>(b.joint)].offset.length();
+        EXPECT_TRUE(tolerance::close((a.place - b.place).length(), bone, 1e-8 * skeleton.height()));
+        bones++;
+      }
+    }
+  }
+  EXPECT_GT(bones, 6);
+}
+
+TEST(Contacts, PlacesAreWhereTheFootWasAndNotBelowTheGround) {
+  for (const Clip& clip : clips()) {
+    const Skeleton skeleton(clip);
+    const Contacts contacts = findContacts(clip);
+    for (const Contact& c : contacts.list) {
+      double nearest = skeleton.height();
+      for (int f = c.first; f <= c.last; f++) {
+        nearest = std::min(nearest, (skeleton.position(c.joint, clip.frame(f)) - c.place).length());
+      }
+      EXPECT_LT(nearest, 0.03 * skeleton.height());
+      EXPECT_GE(c.place.y, contacts.ground - 1e-3 * skeleton.height());
+    }
+  }
+}
+
+TEST(Contacts, AreTheSameAtEveryFrameRate) {
+  for (const Clip& clip : clips()) {
+    const double wanted = seconds(clip, findContacts(clip));
+    for (const double rate : {24.0, 30.0, 60.0, 120.0}) {
+      const Clip other = resampled(clip, rate);
+      EXPECT_TRUE(tolerance::relative(seconds(other, findContacts(other)), wanted, 0.08)) << rate;
+    }
+  }
+  const Clip own = walk();
+  const Contacts wanted = findContacts(own);
+  for (const double rate : {24.0, 60.0, 120.0}) {
+    const Clip other = resampled(own, rate);
+    const Contacts found = findContacts(other);
+    ASSERT_EQ(found.list.size(), wanted.list.size()) << rate;
+    for (std::size_t i = 0; i < found.list.size(); i++) {
+      const Contact &a = found.list[i], &b = wanted.list[i];
+      EXPECT_EQ(a.joint, b.joint);
+      EXPECT_NEAR(a.first / rate, b.first * own.frameTime, 0.09) << rate;
+      EXPECT_NEAR(a.last / rate, b.last * own.frameTime, 0.09) << rate;
+      EXPECT_LT((a.place - b.place).length(), 0.01 * Skeleton(own).height());
+    }
+  }
+}
+
+TEST(Contacts, AreTheSameInEveryUnit) {
+  const Clip clip = walk();
+  const Contacts wanted = findContacts(clip);
+  for (const double unit : {1e-3, 0.0254, 1000.0}) {
+    Clip scaled = clip;
+    for (Joint& joint : scaled.joints) joint.offset *= unit;
+    for (int c = 0; c < clip.channels; c++) {
+      for (int f = 0; f < clip.frames && !clip.channel(c).rotation; f++) scaled.frame(f)[c] *= unit;
+    }
+    const Contacts found = findContacts(scaled);
+    ASSERT_EQ(found.list.size(), wanted.list.size());
+    for (std::size_t i = 0; i < found.list.size(); i++) {
+      EXPECT_EQ(found.list[i].first, wanted.list[i].first);
+      EXPECT_EQ(found.list[i].last, wanted.list[i].last);
+      EXPECT_LT((found.list[i].place - wanted.list[i].place * unit).length(),
+                1e-6 * Skeleton(scaled).height());
+    }
+  }
+}
+
+/// The clip behind a first frame in which all channels are zero.
+Clip behindATPose(const Clip& clip) {
+  Clip out = clip;
+  out.frames++;
+  out.values.insert(out.values.begin(), static_cast<std::size_t>(clip.channels), 0.0);
+  return out;
+}
+
+TEST(Contacts, AFirstFrameInTPoseSpoilsNothing) {
+  for (const Clip& clip : clips()) {
+    const Contacts wanted = findContacts(clip), found = findContacts(behindATPose(clip));
+    EXPECT_NEAR(seconds(clip, found), seconds(clip, wanted), 0.01 * seconds(clip, wanted) + 1e-9);
+    EXPECT_EQ(found.feet, wanted.feet);
+    for (const Contact& c : found.list) EXPECT_GT(c.first, 0);
+  }
+}
+
+TEST(Contacts, NamesMakeNoDifference) {
+  Clip clip = walk();
+  const Contacts wanted = findContacts(clip);
+  int number = 0;
+  for (Joint& joint : clip.joints) joint.name = "Gelenk " + std::to_string(number++);
+  const Contacts found = findContacts(clip);
+  ASSERT_EQ(found.list.size(), wanted.list.size());
+  for (std::size_t i = 0; i < found.list.size(); i++) EXPECT_EQ(found.list[i].joint, wanted.list[i].joint);
+}
+
+TEST(Contacts, AnkleToesAndTheirEndStandEachForThemselves) {
+  const Clip clip = walk();
+  std::vector<std::string> names;
+  for (const int joint : findContacts(clip).feet)
+    names.push_back(clip.joints[static_cast<std::size_t>(joint)].name);
+  for (const char* name : {"LeftFoot", "LeftToeBase", "LeftToeBase.End", "RightFoot", "RightToeBase"}) {
+    EXPECT_NE(std::find(names.begin(), names.end(), name), names.end()) << name;
+  }
+  EXPECT_EQ(names.size(), 6u);
+}
+
+TEST(Contacts, WithoutToesTheEndSiteStandsToo) {
+  LIMBER_NEEDS_DATA(path, "walk01.bvh");
+  const Clip clip = readClip(path);
+  const Contacts contacts = findContacts(clip);
+  for (const char* name : {"LeftFoot", "LeftFoot.End", "RightFoot", "RightFoot.End"}) {
+    int count = 0;
+    for (const Contact& c : contacts.list) count += c.joint == clip.find(name);
+    EXPECT_EQ(count, 4) << name;
+  }
+}
+
+/// The small clip's base and arm for `frames` frames; `height` gives the base's height in each.
+template <class Height>
+Clip moved(int frames, Height height) {
+  const TemporaryDirectory directory;
+  Clip clip = readClip(directory.write("clip.bvh", smallClip));
+  clip.text = nullptr;
+  clip.frames = frames;
+  clip.values.assign(static_cast<std::size_t>(frames * clip.channels), 0.0);
+  for (int f = 0; f < frames; f++) {
+    clip.frame(f)[2] = height(f);
+    clip.frame(f)[7] = 10.0;
+  }
+  return clip;
+}
+
+TEST(Contacts, SayWhyThereAreNone) {
+  const Contacts one = findContacts(moved(1, [](int) { return 0.0; }));
+  EXPECT_TRUE(one.list.empty());
+  EXPECT_EQ(one.note, "no feet found: one frame does not show what stands");
+  // Falling all the time.
+  const Contacts falling = findContacts(moved(50, [](int f) { return -3.0 * f; }));
+  EXPECT_TRUE(falling.list.empty());
+  EXPECT_EQ(falling.note.find("no feet found: the lowest parts of the body ("), 0u) << falling.note;
+}
+
+TEST(Contacts, FeetThatSlideEverywhereStandWhereTheySlideSlowly) {
+  const Contacts contacts = findContacts(walk());
+  EXPECT_EQ(contacts.note,
+            "the feet never stand still: they are taken to stand where they slide slower than 0.2 heights a "
+            "second");
+  EXPECT_GE(contacts.list.size(), 6u * 3u);  // three strides and a bit
+  EXPECT_LE(contacts.list.size(), 6u * 4u);
+}
+
+TEST(Contacts, ShortGapsAreClosedAndShortContactsDropped) {
+  // A hop of a hundredth of a second, with the speed of the jump around it, is a gap of 0.05 seconds.
+  for (const int off : {1, 6}) {
+    Clip clip = moved(100, [&](int f) { return f >= 50 && f < 50 + off ? 2.0 : 0.0; });
+    clip.frameTime = 0.01;
+    int count = 0;
+    for (const Contact& c : findContacts(clip).list) count += c.joint == 1;
+    EXPECT_EQ(count, off == 1 ? 1 : 2) << off;
+  }
+  // One frame of rest while it goes up.
+  const Contacts rising =
+      findContacts(moved(60, [](int f) { return f < 20 ? 0.0 : 0.3 * (f - 20 - (f > 22) - (f > 23)); }));
+  ASSERT_FALSE(rising.list.empty());
+  for (const Contact& c : rising.list) EXPECT_EQ(c.first, 0);
+}
+
+TEST(Contacts, EachFrameOfAContactIsAConstraint) {
+  Contacts contacts;
+  contacts.list = {{5, 3, 4, Pnt3(1, 0, 0)}, {2, 4, 6, Pnt3(2, 0, 0)}};
+  const std::vector<Constraint> wishes = constraintsOf(contacts);
+  ASSERT_EQ(wishes.size(), 5u);
+  const int frames[] = {3, 4, 4, 5, 6}, joints[] = {5, 2, 5, 2, 2};
+  for (std::size_t i = 0; i < 5; i++) {
+    EXPECT_EQ(wishes[i].frame, frames[i]);
+    EXPECT_EQ(wishes[i].joint, joints[i]);
+    EXPECT_EQ(wishes[i].target.x, joints[i] == 5 ? 1.0 : 2.0);
+    EXPECT_EQ(wishes[i].weight, 1.0);
+  }
+}
+
+}  // namespace
