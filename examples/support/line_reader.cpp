@@ -2,84 +2,128 @@
 
 #include <zlib.h>
 
+#include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <new>
 
 #include "input_error.h"
-#include "limber/limber.h"
+#include "limber/io/SearchP.h"
 #include "numbers.h"
 
 namespace {
 
-constexpr std::size_t longestLine = 1 << 20;
+constexpr std::size_t longestWord = 1 << 20;
+// What is read at once; of a damaged file the last such piece is lost, so that small ones name the place
+// better.
+constexpr std::size_t bufferSize = 1 << 12;
 constexpr double largest = 1e15;
 
-bool blank(char c) { return static_cast<unsigned char>(c) <= ' '; }
+bool isLineEnd(int c) { return c == '\n' || c == '\r'; }
+bool isBlank(int c) { return c >= 0 && c <= ' '; }
 
 }  // namespace
 
 LineReader::LineReader(const char* name, const char* searchPath, char comment)
-    : reader_(name, searchPath), file_(name), comment_(comment), word_(nullptr) {
-  if (!reader_.file) fail(searchPath ? std::string("not found along ") + searchPath : "cannot be opened");
-  if (reader_.name) file_ = reader_.name;
+    : file_(name), comment_(comment), buffer_(bufferSize) {
+  std::vector<char> path(std::strlen(name) + (searchPath ? std::strlen(searchPath) : 0) + 4);
+  stream_ = gzopenp(searchPath, name, path.data(), "rb");
+  if (!stream_) fail(searchPath ? std::string("not found along ") + searchPath : "cannot be opened");
+  file_ = path.data();
+  skipByteOrderMark();
 }
 
-bool LineReader::readLine() {
-  text_.clear();
+LineReader::~LineReader() {
+  if (stream_) gzclose(static_cast<gzFile>(stream_));
+}
+
+/// Reads more of the file; returns its next byte, or endOfFile.
+int LineReader::refill() {
+  if (!damage_.empty()) return endOfFile;
+  const auto stream = static_cast<gzFile>(stream_);
+  errno = 0;
+  const int count = gzread(stream, buffer_.data(), static_cast<unsigned>(buffer_.size()));
   at_ = 0;
-  word_ = nullptr;
-  char part[sizeof reader_.buf];
-  std::size_t room = sizeof part;
-  const char* start = part;
-  if (started_) {
-    start = reader_.bgets(part, sizeof part);
-  } else {
-    started_ = true;
-    start = reader_.getNextChars();
-    room = sizeof reader_.line;
+  end_ = count > 0 ? static_cast<std::size_t>(count) : 0;
+  if (end_ > 0) return static_cast<unsigned char>(buffer_[0]);
+  int problem = Z_OK;
+  gzerror(stream, &problem);
+  if (problem == Z_MEM_ERROR) throw std::bad_alloc();
+  if (problem == Z_ERRNO) {
+    damage_ = std::string("reading failed: ") + std::strerror(errno);
+  } else if (problem != Z_OK && problem != Z_STREAM_END) {
+    damage_ = "the file is damaged or cut short";
   }
-  if (!start) {
-    if (isDamaged()) fail("expected more");
-    return false;
+  return endOfFile;
+}
+
+/// The next byte, which stays; endOfFile when there is none.
+int LineReader::look() {
+  const int c = at_ < end_ ? static_cast<unsigned char>(buffer_[at_]) : refill();
+  if (c == 0) fail("a zero byte: this is not a text file");
+  return c;
+}
+
+void LineReader::skipByteOrderMark() {
+  for (const char mark : {'\xEF', '\xBB', '\xBF'}) {
+    if (look() != static_cast<unsigned char>(mark)) return;
+    at_++;
   }
-  line_++;
-  text_ = start;
-  // A part that fills its room was cut there, and the rest of the line follows.
-  for (bool cut = text_.size() + 1 == room; cut; cut = std::strlen(part) + 1 == sizeof part) {
-    if (!reader_.bgets(part, sizeof part)) break;
-    text_ += part;
-    if (text_.size() > longestLine) {
-      fail("a line of more than " + std::to_string(longestLine) + " characters");
-    }
-  }
-  return true;
+}
+
+void LineReader::skipRestOfLine() {
+  found_ = false;
+  for (int c = look(); c != endOfFile && !isLineEnd(c); c = look()) at_++;
 }
 
 bool LineReader::nextLine() {
-  while (readLine()) {
-    if (peek()) return true;
-  }
-  return false;
+  do {
+    if (line_ > 0) {
+      skipRestOfLine();
+      if (look() == '\r') {
+        at_++;
+        if (look() == '\n') at_++;
+      } else if (look() == '\n') {
+        at_++;
+      }
+    }
+    if (look() == endOfFile) {
+      if (!damage_.empty()) fail("expected more");
+      return false;
+    }
+    line_++;
+  } while (!peek());
+  return true;
 }
 
 const char* LineReader::peek() {
-  if (word_) return word_;
-  while (at_ < text_.size() && blank(text_[at_])) at_++;
-  if (at_ == text_.size()) return nullptr;
-  const std::size_t start = at_;
-  if (comment_ && text_[start] == comment_) {
-    text_.resize(start);
+  if (found_) return word_.c_str();
+  if (line_ == 0) return nullptr;
+  int c = look();
+  while (isBlank(c) && !isLineEnd(c)) {
+    at_++;
+    c = look();
+  }
+  if (comment_ && c == comment_) {
+    skipRestOfLine();
     return nullptr;
   }
-  while (at_ < text_.size() && !blank(text_[at_])) at_++;
-  if (at_ < text_.size()) text_[at_++] = 0;
-  return word_ = text_.data() + start;
+  word_.clear();
+  for (; c != endOfFile && !isBlank(c); c = look()) {
+    if (word_.size() == longestWord) {
+      fail("a word of more than " + std::to_string(longestWord) + " characters");
+    }
+    word_ += static_cast<char>(c);
+    at_++;
+  }
+  found_ = !word_.empty();
+  return found_ ? word_.c_str() : nullptr;
 }
 
 const char* LineReader::next(const char* wanted) {
   const char* const word = peek();
   if (!word) fail(std::string("expected ") + wanted + ", found the end of the line");
-  word_ = nullptr;
+  found_ = false;
   return word;
 }
 
@@ -98,9 +142,8 @@ void LineReader::expectLineEnd() {
 }
 
 double LineReader::real(const char* wanted) {
-  const char* const word = next(wanted);
-  double value;
-  if (!parseReal(word, &value) || !(std::fabs(value) <= largest)) unexpected(wanted, word);
+  const double value = finite(wanted);
+  if (!(std::fabs(value) <= largest)) unexpected(wanted, word_.c_str());
   return value;
 }
 
@@ -111,15 +154,22 @@ int LineReader::integer(const char* wanted) {
   return value;
 }
 
-// The Reader takes an error for the end of the file; its stream still knows of it.
-bool LineReader::isDamaged() const {
-  int problem = Z_OK;
-  if (reader_.file) gzerror(static_cast<gzFile>(reader_.file), &problem);
-  return problem != Z_OK;
+double LineReader::finite(const char* wanted) {
+  const char* const word = next(wanted);
+  double value;
+  if (!parseReal(word, &value)) unexpected(wanted, word);
+  return value;
+}
+
+long long LineReader::whole(long long least, long long most, const char* wanted) {
+  const char* const word = next(wanted);
+  long long value;
+  if (!parseInt(word, &value) || value < least || value > most) unexpected(wanted, word);
+  return value;
 }
 
 void LineReader::fail(const std::string& message) const {
-  throw InputError(file_, line_, message + (isDamaged() ? "; the file is damaged or cut short" : ""));
+  throw InputError(file_, line_, damage_.empty() ? message : message + "; " + damage_);
 }
 
 void LineReader::unexpected(const std::string& wanted, const char* word) const {

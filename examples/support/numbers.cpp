@@ -30,3 +30,4 @@ bool parseReal(const char* word, double* out) {
 
 bool parseInt(const char* word, int* out) { return parse(word, out) == std::errc(); }
 bool parseInt(const char* word, long* out) { return parse(word, out) == std::errc(); }
+bool parseInt(const char* word, long long* out) { return parse(word, out) == std::errc(); }

@@ -2,30 +2,101 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "input_error.h"
 
-OutputFile::OutputFile(const std::string& path)
-    : path_(path), temporary_(path + ".part"), stream_(std::fopen(temporary_.c_str(), "wb")) {
-  if (!stream_) throw InputError(path_, 0, std::string("cannot be written: ") + std::strerror(errno));
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+namespace files = std::filesystem;
+
+namespace {
+
+[[noreturn]] void cannotWrite(const std::string& path) {
+  throw InputError(path, 0, std::string("cannot be written: ") + std::strerror(errno));
+}
+
+/// Whether the bytes are safe on the disk, as far as the system can tell.
+bool isStored(std::FILE* stream) {
+  if (std::fflush(stream) != 0 || std::ferror(stream) != 0) return false;
+#if !defined(_WIN32)
+  if (fsync(fileno(stream)) != 0 && errno != EINVAL && errno != EROFS) return false;
+#endif
+  return true;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& path) : path_(path), target_(path) {
+  if (isStandardOutput(path)) {
+    stream_ = stdout;
+    return;
+  }
+  std::error_code error;
+  const files::file_status status = files::status(path, error);
+  const bool replaces = files::is_regular_file(status);
+  if (replaces || !files::exists(status)) {
+    const files::path resolved = files::weakly_canonical(path, error);
+    if (replaces && !error) target_ = resolved.string();
+    temporary_ = target_ + ".part";
+  }
+  stream_ = std::fopen((temporary_.empty() ? path_ : temporary_).c_str(), "wb");
+  if (!stream_) {
+    temporary_.clear();
+    cannotWrite(path_);
+  }
+  if (replaces) files::permissions(temporary_, status.permissions(), error);
 }
 
 OutputFile::~OutputFile() {
-  if (stream_) std::fclose(stream_);
-  std::remove(temporary_.c_str());
+  if (stream_ && stream_ != stdout) std::fclose(stream_);
+  if (!temporary_.empty()) std::remove(temporary_.c_str());
 }
 
 void OutputFile::complete() {
   if (!stream_) return;
-  const bool failed = std::ferror(stream_) != 0;
-  const bool closed = std::fclose(stream_) == 0;
+  bool written = temporary_.empty() ? std::fflush(stream_) == 0 && !std::ferror(stream_) : isStored(stream_);
+  if (stream_ != stdout && std::fclose(stream_) != 0) written = false;
   stream_ = nullptr;
-  if (failed || !closed) throw InputError(path_, 0, "could not be written completely");
+  if (!written) throw InputError(path_, 0, "could not be written completely");
 }
 
 void OutputFile::finish() {
   complete();
-  if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
-    throw InputError(path_, 0, std::string("cannot be written: ") + std::strerror(errno));
+  if (temporary_.empty()) return;
+  if (std::rename(temporary_.c_str(), target_.c_str()) != 0) cannotWrite(path_);
+  temporary_.clear();
+}
+
+bool sameFile(const std::string& a, const std::string& b) {
+  if (a == b) return true;
+#if !defined(_WIN32)
+  struct stat one, other;
+  if (stat(a.c_str(), &one) == 0 && stat(b.c_str(), &other) == 0) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+  }
+#endif
+  std::error_code noA, noB;
+  const files::path first = files::weakly_canonical(a, noA), second = files::weakly_canonical(b, noB);
+  return !noA && !noB && first == second;
+}
+
+bool isStandardOutput(const std::string& path) {
+#if defined(_WIN32)
+  return path == "CONOUT$";
+#else
+  struct stat named, output;
+  return stat(path.c_str(), &named) == 0 && fstat(STDOUT_FILENO, &output) == 0 &&
+         named.st_dev == output.st_dev && named.st_ino == output.st_ino;
+#endif
+}
+
+void requireStandardOutput(const std::string& program) {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    throw InputError(program + ": standard output could not be written completely");
   }
 }
