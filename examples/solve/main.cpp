@@ -1,83 +1,211 @@
-// Reads a sparse matrix from a Matrix Market file and solves with it: see solve --help.
+// Reads a matrix from a Matrix Market file and solves with it: see solve --help.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <new>
 
-#include "DenseCheck.h"
-#include "Options.h"
-#include "Solution.h"
-#include "limber/solvers/CGTuning.h"
-#include "limber/solvers/MatLab.h"
+#include "contract_families.h"
+#include "dense_check.h"
+#include "front_door.h"
+#include "input_error.h"
+#include "limber/limber.h"
+#include "matrix_market.h"
+#include "memory.h"
+#include "output_file.h"
+#include "report.h"
 
 namespace {
 
-void report(const Options& options, const SparseProblem& problem, const Solution& solution) {
-  const char* const methods[] = {"least squares, min |A x - b|", "A x = b", "A A^T y = b",
-                                 "A x = b, bi-conjugate gradients"};
-  std::printf("matrix            %s\n", problem.path.c_str());
-  std::printf("size              %d x %d\n", problem.rows, problem.columns);
-  std::printf("entries           %ld\n", problem.entries);
-  std::printf("problem           %s%s\n", methods[static_cast<int>(options.method)],
-              options.older ? " (older family)" : "");
-  // A negative result is minus the iterations only in the newer family, where -1 may also mean singular.
-  if (solution.result >= 0 || (!options.older && solution.result < -1))
-    std::printf("iterations        %d\n", std::abs(solution.result));
-  std::printf("status            %s\n", statusOf(options, solution));
-  std::printf("squared residual  %g  of the system solved\n", solution.rsq);
-  std::printf("scaled residual   %g  %s\n", solution.scaled, scaledFormula(options.method));
-  std::printf("time              %.3f ms\n", solution.seconds * 1e3);
-  if (!options.preconditioner.empty()) std::printf("preconditioner    %s\n", options.preconditioner.c_str());
+bool libraryLacksMemory = false;
+
+/// The library's reports go to standard error, but for those of failed allocations: of them there is one
+/// message, at the end.
+int takeReport(const char* text) {
+  if (std::strstr(text, "memory problem")) {
+    libraryLacksMemory = true;
+    return 0;
+  }
+  return std::fputs(text, stderr);
+}
+
+int printOnStandardError(const char* text) { return std::fputs(text, stderr); }
+
+/// b as the command line asks for it; `file` receives the name of the file that was read.
+Vector rightHandSide(const Options& options, const SparseProblem& problem, std::string* file) {
+  if (options.rightHandSide.empty()) return rightHandSideOfOnes(systemOf(options.method), problem);
+  const std::vector<double> values = readVector(options.rightHandSide, options.path(), problem.rows, file);
+  Vector b(problem.rows);
+  if (b.size() != problem.rows) throw std::bad_alloc();
+  std::copy(values.begin(), values.end(), b.data);
+  return b;
+}
+
+/// No output may replace an input or another output.
+void requireDistinctFiles(const Options& options, const std::string& matrix, const std::string& b) {
+  const struct {
+    const char* option;
+    const std::string& file;
+  } outputs[] = {{"-x", options.solution},
+                 {"--report", options.json},
+                 {"--trace", options.trace},
+                 {"--matlab", options.matlab}};
+  const auto same = [](const std::string& one, const std::string& other) {
+    return !one.empty() && !other.empty() && one != "/dev/null" && sameFile(one, other);
+  };
+  for (const auto& output : outputs) {
+    const std::string complaint = std::string("solve: ") + output.option + ": expected another file than ";
+    if (same(output.file, matrix)) throw InputError(complaint + "the matrix, " + quoted(matrix.c_str()));
+    if (same(output.file, b)) throw InputError(complaint + "the right-hand side, " + quoted(b.c_str()));
+    for (const auto* other = outputs; other != &output; ++other) {
+      if (same(output.file, other->file)) throw InputError(complaint + "that of " + other->option);
+    }
+  }
 }
 
 void dump(const std::string& file, const SparseProblem& problem, Vector& b) {
-  std::FILE* const out = std::fopen(file.c_str(), "w");
-  if (!out) throw InputError(file + ":0: expected a file that can be written");
-  writeMatLab(out, "A", problem.matrix.get());
-  std::fprintf(out, "\n");
-  writeMatLab(out, "b", &b);
-  if (std::fclose(out) != 0) throw InputError(file + ":0: expected a file that can be written");
+  RowMatrix rows(problem, RowMatrix::All);
+  OutputFile out(file);
+  writeMatLab(out.stream(), "A", &rows.matrix());
+  std::fprintf(out.stream(), "\n");
+  writeMatLab(out.stream(), "b", &b);
+  out.finish();
+}
+
+/// The trace of a family, which is written while it solves.
+class Trace {
+ public:
+  explicit Trace(const std::string& file) : file_(file) {
+    if (file.empty()) return;
+    cgradDribble = std::fopen(file.c_str(), "w");
+    if (!cgradDribble) throw InputError(file, 0, "expected a trace file that can be written");
+  }
+  ~Trace() { close(); }
+  Trace(const Trace&) = delete;
+  Trace& operator=(const Trace&) = delete;
+
+  void finish() {
+    if (!close()) throw InputError(file_, 0, "could not be written completely");
+  }
+
+ private:
+  static bool close() {
+    if (!cgradDribble) return true;
+    const bool written = std::ferror(cgradDribble) == 0;
+    const bool closed = std::fclose(cgradDribble) == 0;
+    cgradDribble = nullptr;
+    return written && closed;
+  }
+  const std::string& file_;
+};
+
+bool isFinite(const Vector& x) {
+  return std::all_of(x.data, x.data + x.size(), [](double value) { return std::isfinite(value); });
+}
+
+/// What is done with a result. Something that goes wrong is said and remembered, because the rest is still
+/// worth having.
+class Delivery {
+ public:
+  template <class Step>
+  void attempt(const Step& step) {
+    try {
+      step();
+    } catch (const InputError& error) {
+      std::fprintf(stderr, "%s\n", error.what());
+      status_ = exitBadInput;
+    } catch (const OutOfMemory& error) {
+      std::fprintf(stderr, "%s\n", error.what());
+      status_ = exitNoMemory;
+    }
+  }
+  /// Writes a file by `write`, whole or not at all.
+  template <class Write>
+  void file(const std::string& path, const Write& write) {
+    if (path.empty()) return;
+    attempt([&] {
+      OutputFile out(path);
+      write(out.stream());
+      out.finish();
+    });
+  }
+  ExitStatus status(ExitStatus solved) const { return status_ == exitSolved ? solved : status_; }
+
+ private:
+  ExitStatus status_ = exitSolved;
+};
+
+Result solve(const Options& options, const SparseProblem& problem, const Vector& b) {
+  Trace trace(options.trace);
+  Result result = options.family == Family::FrontDoor ? solveByFrontDoor(options, problem, b)
+                                                      : solveByFamily(options, problem, b);
+  trace.finish();
+  if (libraryLacksMemory && result.status == exitNotSolved) throw std::bad_alloc();
+  return result;
 }
 
 int run(const Options& options) {
-  const char* const path = options.hasSearchPath ? options.searchPath.c_str() : nullptr;
-  const SparseProblem problem = readMatrix(options.matrix, path);
-  const bool square = options.method == Method::Spd || options.method == Method::BiCG;
-  if (square && problem.rows != problem.columns)
-    throw InputError(problem.path + ":0: expected a square matrix for --spd and --bicg");
-  Vector b = rightHandSide(options, problem);
-  if (!options.trace.empty()) {
-    cgradDribble = std::fopen(options.trace.c_str(), "w");
-    if (!cgradDribble) throw InputError(options.trace + ":0: expected a trace file that can be written");
+  const SparseProblem problem = readMatrix(options.matrix, options.path());
+  const bool square =
+      options.method == Method::Spd || options.method == Method::Square || options.method == Method::BiCG;
+  if (square && problem.rows != problem.columns) {
+    throw InputError(problem.path, 0, "expected a square matrix for --spd, --square and --bicg");
   }
+  std::string fileOfB;
+  Vector b = rightHandSide(options, problem, &fileOfB);
+  if (!isFinite(b))
+    throw InputError(problem.path, 0, "the default right-hand side is too large; -b names another");
+  requireDistinctFiles(options, problem.path, fileOfB);
   if (!options.matlab.empty()) dump(options.matlab, problem, b);
-  const Vector given(b);
-  const Solution solution = solve(options, problem, b);
-  if (cgradDribble) {
-    std::fclose(cgradDribble);
-    cgradDribble = nullptr;
+
+  Result result = solve(options, problem, b);
+  Delivery delivery;
+  if (isFinite(result.x)) {
+    delivery.file(options.solution, [&](std::FILE* out) { writeSolution(result, out); });
+  } else if (!options.solution.empty()) {
+    result.notes.push_back("the solution holds numbers that are not finite and was not written");
   }
-  report(options, problem, solution);
-  if (!options.dense.empty()) {
-    const Vector dense = solveDense(options, problem, given);
-    std::printf("dense check       %s: |x - dense x| / |dense x| = %g\n", options.dense.c_str(),
-                relativeDifference(solution.x, dense));
+  DenseCheck check;
+  delivery.attempt([&] { check = checkDensely(options, problem, b, result); });
+  delivery.file(options.json, [&](std::FILE* out) { writeJson(options, problem, result, check, out); });
+  printReport(options, problem, result, check, isStandardOutput(options.solution) ? stderr : stdout);
+  return delivery.status(result.status);
+}
+
+int start(int argc, char** argv) {
+  Options options;
+  stderrF = takeReport;
+  switch (readOptions(argc, argv, options)) {
+    case Command::Help:
+      std::fputs(help, stdout);
+      return exitSolved;
+    case Command::Version:
+#ifdef LIMBER_VERSION
+      std::printf("solve (Limber %s)\n", LIMBER_VERSION);
+#else
+      std::printf("solve (Limber)\n");
+#endif
+      return exitSolved;
+    default:
+      if (isStandardOutput(options.solution)) stdoutF = printOnStandardError;
+      return run(options);
   }
-  return isSolved(options, solution) ? 0 : 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  Options options;
-  int status;
-  if (!readOptions(argc, argv, options, status)) return status;
   try {
-    return run(options);
+    const int status = start(argc, argv);
+    requireStandardOutput("solve");
+    return status;
   } catch (const InputError& error) {
     std::fprintf(stderr, "%s\n", error.what());
+    return exitBadInput;
+  } catch (const OutOfMemory& error) {
+    std::fprintf(stderr, "%s\n", error.what());
   } catch (const std::bad_alloc&) {
-    std::fprintf(stderr, "%s:0: expected a problem that fits into memory\n", options.matrix.c_str());
+    std::fputs("solve: not enough memory\n", stderr);
   }
-  return 1;
+  return exitNoMemory;
 }

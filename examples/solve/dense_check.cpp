@@ -1,11 +1,13 @@
-#include "DenseCheck.h"
+#include "dense_check.h"
 
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
+#include "input_error.h"
 #include "limber/foundation/Output.h"
 #include "limber/limber.h"
+#include "memory.h"
 
 namespace {
 
@@ -26,8 +28,9 @@ class Quiet {
 };
 
 [[noreturn]] void failed(const SparseProblem& problem, const char* factorization, int info) {
-  throw InputError(problem.path + ":0: expected a matrix that " + factorization + " can factor (INFO " +
-                   std::to_string(info) + ")");
+  throw InputError(problem.path, 0,
+                   std::string("expected a matrix that ") + factorization + " can factor (INFO " +
+                       std::to_string(info) + ")");
 }
 
 /// A system M x = c with M square, or for least squares with more rows than columns.
@@ -36,29 +39,32 @@ struct DenseSystem {
   Vector c;
 };
 
-/// M = A, or A A^T for jjt, with the multiple of the identity that --definizer adds; c = b. For least squares
-/// with a factorization that wants a square matrix, M = A^T A and c = A^T b.
-DenseSystem assemble(const Options& options, const SparseProblem& problem, const Vector& b) {
+void addToDiagonal(double shift, FullMatrix& M) {
+  if (shift == 0.0) return;
+  for (int i = 0; i < M.rows(); i++) M.e(i, i) += shift;
+}
+
+/// M = A, or A A^T for constraints, with the multiple of the identity that --definizer adds; c = b. For least
+/// squares with a factorization that wants a square matrix, M = A^T A and c = A^T b.
+DenseSystem assemble(const Options& options, System kind, const SparseProblem& problem, const Vector& b) {
   DenseSystem system{ResizeMatrix(problem.rows, problem.columns), b};
-  const double shift = cgradDefinizer > 0.0 ? cgradDefinizer : 0.0;
-  if (options.method == Method::JJt) {
-    buildJJt(problem.matrix.get(), &system.M, nullptr, nullptr, shift);
-    return system;
+  for (const Entry& entry : problem.entries) system.M.e(entry.row, entry.column) = entry.value;
+  const bool wantsSquare = options.dense == "lu" || options.dense == "chol";
+  if (kind == System::Constraints) {
+    const FullMatrix transposed = system.M.transpose();
+    DenseSystem product{ResizeMatrix(problem.rows, problem.rows), b};
+    matrixMultiply(&system.M, &transposed, &product.M);
+    addToDiagonal(options.definizer, product.M);
+    return product;
   }
-  for (int i = 0; i < problem.rows; i++) {
-    const SpVec* const row = problem.matrix->row(i);  // null where the file has no entry
-    for (int k = 0; row && k < row->numEntries; k++) system.M.e(i, row->indices[k]) = row->values[k];
-  }
-  if (options.method == Method::Spd) {
-    for (int i = 0; i < problem.rows; i++) system.M.e(i, i) += shift;
-  }
-  if (options.method == Method::LeastSquares && (options.dense == "lu" || options.dense == "chol")) {
+  if (kind == System::LeastSquares && wantsSquare) {
     const FullMatrix transposed = system.M.transpose();
     DenseSystem normal{ResizeMatrix(problem.columns, problem.columns), Vector(problem.columns)};
     transposed.mult(&b, &normal.c);
     matrixMultiply(&transposed, &system.M, &normal.M);
     return normal;
   }
+  addToDiagonal(options.definizer, system.M);
   return system;
 }
 
@@ -109,14 +115,9 @@ Vector bySvd(const SparseProblem& problem, DenseSystem& system) {
   return x;
 }
 
-}  // namespace
-
-Vector solveDense(const Options& options, const SparseProblem& problem, const Vector& b) {
-  const double largest = std::max(problem.rows, problem.columns);
-  if (largest * largest > mostElements || problem.rows < 1 || problem.columns < 1)
-    throw InputError(problem.path + ":0: expected a problem of 1 to 2000 rows and columns for --dense");
+Vector solveDense(const Options& options, System kind, const SparseProblem& problem, const Vector& b) {
   const Quiet quiet;
-  DenseSystem system = assemble(options, problem, b);
+  DenseSystem system = assemble(options, kind, problem, b);
   if (options.dense == "lu") return byLu(problem, system);
   if (options.dense == "qr") return byQr(problem, system);
   if (options.dense == "chol") return byCholesky(problem, system);
@@ -130,4 +131,19 @@ double relativeDifference(const Vector& x, const Vector& y) {
     size = std::hypot(size, y[i]);
   }
   return size > 0.0 ? difference / size : difference;
+}
+
+}  // namespace
+
+DenseCheck checkDensely(const Options& options, const SparseProblem& problem, const Vector& b,
+                        const Result& result) {
+  if (options.dense.empty()) return {};
+  const double largest = std::max(problem.rows, problem.columns);
+  if (largest * largest > mostElements) {
+    throw InputError(problem.path, 0, "expected a problem of 1 to 2000 rows and columns for --dense");
+  }
+  // The matrix, its transpose, the factors, and the workspace of the factorizations.
+  requireMemory(problem.path, 5.0 * 8.0 * largest * largest + 1e8);
+  const Vector dense = solveDense(options, systemOf(result.method), problem, b);
+  return {options.dense, relativeDifference(result.x, dense)};
 }

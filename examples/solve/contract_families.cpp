@@ -1,0 +1,138 @@
+#include "contract_families.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <new>
+
+#include "limber/solvers/BiCGrad.h"
+#include "limber/solvers/JJtCholeskyPrecond.h"
+#include "limber/solvers/JJtPrecond.h"
+#include "limber/solvers/NewCGrad.h"
+#include "limber/solvers/OldCGrad.h"
+
+namespace {
+
+/// The residual of a family's start from zero, relative to which its default tolerance is set.
+constexpr double relativeTolerance = 1e-9;
+
+/// As the other entry points: the iterations, or less than 0.
+int runBiCG(const Options& options, HSpMat* A, Vector* x, Vector* b, double* rsq) {
+  int iterations = 0;
+  const CGIStatus status = biCGrad(A, x, b, *rsq, iterations, options.shadowIsResidual);
+  if (status == CGI_SOLVED) return iterations;
+  return status == CGI_SINGULAR ? -1 : -std::max(iterations, 2);
+}
+
+int runJJt(const Options& options, HSpMat* A, Vector* x, Vector* b, double* rsq) {
+  if (options.preconditioner == "jacobi") {
+    JJtPrecond jacobi(A, nullptr, nullptr);
+    return ncgradJJt(A, x, b, rsq, nullptr, &jacobi);
+  }
+  if (options.preconditioner == "banded") {
+    JJtCholeskyPrecond banded(A, options.bandwidth, nullptr, nullptr);
+    return ncgradJJt(A, x, b, rsq, nullptr, &banded);
+  }
+  return ncgradJJt(A, x, b, rsq, nullptr, nullptr);
+}
+
+int run(const Options& options, HSpMat* A, Vector* x, Vector* b, double* rsq) {
+  const bool older = options.family == Family::Older;
+  switch (options.method) {
+    case Method::LeastSquares:
+      return older ? cgrad(A, x, b, rsq) : ncgrad(A, x, b, rsq);
+    case Method::Spd:
+      return older ? cgradA(A, x, b, rsq) : ncgradA(A, x, b, rsq);
+    case Method::BiCG:
+      return runBiCG(options, A, x, b, rsq);
+    default:
+      return older ? cgradJJt(A, x, b, rsq, nullptr) : runJJt(options, A, x, b, rsq);
+  }
+}
+
+std::string problemOf(const Options& options) {
+  const char* const words = options.method == Method::LeastSquares ? "least squares, min |A x - b|"
+                            : options.method == Method::Spd        ? "A x = b"
+                            : options.method == Method::BiCG       ? "A x = b, bi-conjugate gradients"
+                                                                   : "A A^T y = b";
+  return std::string(words) + (options.family == Family::Older ? " (older family)" : "");
+}
+
+/// The tolerances: the squared residual that counts as solved and, well below it, the curvature that counts
+/// as none.
+void setTolerances(const Options& options, double startSize) {
+  const double relative = relativeTolerance * startSize;
+  const double square = relative * relative;
+  // A start that squares to nothing, or to infinity, is beyond an absolute tolerance; the smallest one is
+  // left.
+  if (!options.hasTolerance) cg_tol = cgradEps = std::isfinite(square) ? std::max(square, 1e-300) : 1e300;
+  if (!options.hasEpsilon) cg_epsilon = std::min(cg_epsilon, 1e-12 * cg_tol);
+}
+
+std::string counted(std::size_t count, const char* one, const char* many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+void noteWhatIsDropped(const RowMatrix& rows, const Vector& b, Result& result) {
+  if (rows.dropped() > 0) {
+    result.notes.push_back(counted(rows.dropped(), "entry", "entries") + " below 1e-12 " +
+                           (rows.dropped() == 1 ? "is" : "are") + " not stored by the family");
+  }
+  if (result.method != Method::LeastSquares) return;
+  const auto tiny = [](double value) { return value != 0.0 && std::fabs(value) <= 1e-12; };
+  const auto left = static_cast<std::size_t>(std::count_if(b.data, b.data + b.size(), tiny));
+  if (left > 0) {
+    result.notes.push_back(counted(left, "number", "numbers") + " of b below 1e-12 " +
+                           (left == 1 ? "counts" : "count") + " as zero in the family's product with A^T");
+  }
+}
+
+/// What the residual of the file's own entries says counts, not what the family believes.
+void describe(const Options& options, int returned, double startSize, Result& result) {
+  // The newer family ends at the tolerance, but for rounding; the older one when the squared residual changes
+  // by less than the tolerance, which may leave a few times as much.
+  const double allowance = options.family == Family::Older ? 10.0 : 1.0 + 1e-6;
+  const double tolerance = options.hasTolerance ? std::sqrt(cg_tol) : relativeTolerance * startSize;
+  if (result.residual.size <= tolerance * allowance || isAtLimitOfPrecision(result.residual)) {
+    result.status = exitSolved;
+    result.outcome = "solved";
+  } else if (returned >= 0) {
+    result.outcome = "not solved: the residual of the file's entries is above the tolerance";
+  } else if (options.family == Family::Older) {
+    result.outcome = returned == -1 ? "singular" : "iteration limit reached";
+  } else if (options.method == Method::Spd) {
+    result.outcome = "not solved: singular, or all restarts used";
+  } else {
+    result.outcome = returned == -1 ? "singular" : "not solved: all restarts used";
+  }
+}
+
+}  // namespace
+
+Result solveByFamily(const Options& options, const SparseProblem& problem, const Vector& b) {
+  RowMatrix rows(problem, RowMatrix::Contract);
+  const System system = systemOf(options.method);
+  const int unknowns = system == System::Constraints ? problem.rows : problem.columns;
+  Result result;
+  result.method = options.method;
+  result.problem = problemOf(options);
+  result.x.grow(unknowns);
+  Vector right(b);
+  if (result.x.size() != unknowns || right.size() != b.size()) throw std::bad_alloc();
+  const double startSize = residualOf(system, problem, result.x, b, 0.0).size;
+  setTolerances(options, startSize);
+
+  const auto start = std::chrono::steady_clock::now();
+  result.rsq = 0.0;
+  const int returned = run(options, &rows.matrix(), &result.x, &right, &result.rsq);
+  result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  if (result.x.size() != unknowns) throw std::bad_alloc();
+
+  // A negative number is minus the iterations only in the newer family, where -1 may also mean singular.
+  if (returned >= 0 || (options.family != Family::Older && returned < -1))
+    result.iterations = std::abs(returned);
+  result.residual = residualOf(system, problem, result.x, b, options.definizer);
+  noteWhatIsDropped(rows, b, result);
+  describe(options, returned, startSize, result);
+  return result;
+}

@@ -1,0 +1,285 @@
+#include "matrix_market.h"
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <initializer_list>
+#include <limits>
+#include <system_error>
+#include <utility>
+
+#include "input_error.h"
+#include "line_reader.h"
+#include "memory.h"
+
+namespace {
+
+using std::to_string;
+
+enum class Format { Coordinate, Array };
+enum class Field { Real, Integer, Pattern };
+enum class Symmetry { General, Symmetric, Skew };
+
+struct Banner {
+  Format format;
+  Field field;
+  Symmetry symmetry;
+};
+
+struct Size {
+  int rows, columns;
+  long long entries;  // lines of a coordinate file, numbers of an array
+};
+
+std::string lower(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return text;
+}
+
+/// The next word of the banner, one of `allowed`, as its position there.
+int bannerWord(LineReader& in, const char* expected, std::initializer_list<const char*> allowed) {
+  const std::string word = in.next(expected);
+  const auto found = std::find(allowed.begin(), allowed.end(), lower(word));
+  if (found == allowed.end()) in.unexpected(expected, word.c_str());
+  return static_cast<int>(found - allowed.begin());
+}
+
+const char bannerBegins[] = "%%matrixmarket";
+
+/// Reads the banner, which is the current line; the lines below it may hold comments.
+Banner readBanner(LineReader& in) {
+  const char* const begins = "a banner that begins with %%MatrixMarket matrix";
+  bannerWord(in, begins, {bannerBegins});
+  bannerWord(in, begins, {"matrix"});
+  Banner banner;
+  banner.format =
+      static_cast<Format>(bannerWord(in, "the format coordinate or array", {"coordinate", "array"}));
+  const int field = bannerWord(in, "the field real, integer or pattern",
+                               {"real", "integer", "pattern", "double", "complex"});
+  if (field == 4) in.fail("complex matrices are not supported: expected the field real, integer or pattern");
+  banner.field = field == 3 ? Field::Real : static_cast<Field>(field);
+  const int symmetry = bannerWord(in, "the symmetry general, symmetric or skew-symmetric",
+                                  {"general", "symmetric", "skew-symmetric", "hermitian"});
+  if (symmetry == 3) {
+    in.fail(
+        "hermitian matrices are not supported: expected the symmetry general, symmetric or skew-symmetric");
+  }
+  banner.symmetry = static_cast<Symmetry>(symmetry);
+  if (banner.format == Format::Array && banner.field == Field::Pattern) {
+    in.fail("an array cannot be a pattern: expected the field real or integer");
+  }
+  in.expectLineEnd();
+  in.setComment('%');
+  return banner;
+}
+
+/// How many numbers an array lists.
+long long listed(const Banner& banner, long long rows, long long columns) {
+  if (banner.symmetry == Symmetry::General) return rows * columns;
+  return banner.symmetry == Symmetry::Symmetric ? rows * (rows + 1) / 2 : rows * (rows - 1) / 2;
+}
+
+Size readSize(LineReader& in, const Banner& banner) {
+  const bool array = banner.format == Format::Array;
+  const char* const wanted = array ? "a size line: rows, columns" : "a size line: rows, columns, entries";
+  if (!in.nextLine()) in.fail(std::string("expected ") + wanted + ", found the end of the file");
+  Size size;
+  size.rows = static_cast<int>(in.whole(1, INT_MAX, wanted));
+  size.columns = static_cast<int>(in.whole(1, INT_MAX, wanted));
+  if (banner.symmetry != Symmetry::General && size.columns != size.rows) {
+    in.fail("expected as many columns as rows, the matrix being symmetric, found " + to_string(size.columns));
+  }
+  size.entries = listed(banner, size.rows, size.columns);
+  if (!array) {
+    size.entries = in.whole(0, std::numeric_limits<long long>::max(), wanted);
+  }
+  in.expectLineEnd();
+  return size;
+}
+
+/// The most characters that the file can hold; infinite when only reading tells.
+double mostCharacters(const std::string& file) {
+  constexpr double bestCompression = 1032.0;  // of gzip's method
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(file, error)) return std::numeric_limits<double>::infinity();
+  const auto length = static_cast<double>(std::filesystem::file_size(file, error));
+  if (error) return std::numeric_limits<double>::infinity();
+  std::FILE* const in = std::fopen(file.c_str(), "rb");
+  const bool packed = in && std::fgetc(in) == 0x1f && std::fgetc(in) == 0x8b;
+  if (in) std::fclose(in);
+  return packed ? length * bestCompression : length;
+}
+
+/// Holds the declared sizes against the file and the memory before anything of that size is allocated.
+void check(LineReader& in, const Banner& banner, const Size& size) {
+  const double entries = static_cast<double>(size.entries);
+  // "1 1", "1 1 5" or "5", each with a line end, but for the last.
+  const double shortest = banner.format == Format::Array ? 2.0 : banner.field == Field::Pattern ? 4.0 : 6.0;
+  if (entries * shortest > mostCharacters(in.file()) + 1.0) {
+    in.fail("declares " + to_string(size.entries) + " entries, but the file is too short for them");
+  }
+  // A matrix that large and that empty is a slip or damage, and its vectors alone would fill the memory.
+  constexpr double large = 1e6, mostPerEntry = 100.0;
+  for (const auto& [count, name] : {std::pair(size.rows, "rows"), std::pair(size.columns, "columns")}) {
+    if (count > large && count > mostPerEntry * entries) {
+      in.fail("declares " + to_string(count) + " " + name + ", but has " + to_string(size.entries) +
+              " entries");
+    }
+  }
+  // Entries as read and as rows, the table of the rows, and the vectors of a short solve.
+  const double mirrored = banner.symmetry == Symmetry::General ? 1.0 : 2.0;
+  const double bytes = entries * mirrored * (sizeof(Entry) + 12.0) + size.rows * 8.0 +
+                       8.0 * 8.0 * (static_cast<double>(size.rows) + size.columns);
+  requireMemory(in.file(), bytes);
+}
+
+/// Reads the entries that the size line declares.
+class EntryReader {
+ public:
+  EntryReader(LineReader& in, const Banner& banner, const Size& size, std::vector<Entry>& entries)
+      : in_(in), banner_(banner), size_(size), entries_(entries) {}
+
+  void read() {
+    constexpr long long most = 1 << 20;  // the rest is allocated when it is there
+    entries_.reserve(static_cast<std::size_t>(std::min(size_.entries, most)));
+    banner_.format == Format::Array ? readArray() : readCoordinates();
+    if (in_.nextLine()) in_.unexpected("the end of the file behind " + last(), in_.peek());
+  }
+
+ private:
+  std::string last() const { return "entry " + to_string(size_.entries) + " of " + to_string(size_.entries); }
+
+  void nextEntryLine(long long k) {
+    if (in_.nextLine()) return;
+    in_.fail("expected entry " + to_string(k + 1) + " of " + to_string(size_.entries) +
+             ", found the end of the file");
+  }
+
+  void readCoordinates() {
+    const std::string rowRange = "a row from 1 to " + to_string(size_.rows);
+    const std::string columnRange = "a column from 1 to " + to_string(size_.columns);
+    for (long long k = 0; k < size_.entries; k++) {
+      nextEntryLine(k);
+      const int i = static_cast<int>(in_.whole(1, size_.rows, rowRange.c_str())) - 1;
+      const int j = static_cast<int>(in_.whole(1, size_.columns, columnRange.c_str())) - 1;
+      const double value = banner_.field == Field::Pattern ? 1.0 : number();
+      if (banner_.symmetry == Symmetry::Symmetric && j > i) {
+        refuseColumn("a column on or left of the diagonal, the matrix being symmetric", j);
+      }
+      if (banner_.symmetry == Symmetry::Skew && j >= i && (j > i || value != 0.0)) {
+        refuseColumn("a column left of the diagonal, the matrix being skew-symmetric", j);
+      }
+      in_.expectLineEnd();
+      add(i, j, value);
+    }
+  }
+
+  /// Column by column; of a symmetric matrix the diagonal and what is below it, of a skew-symmetric one only
+  /// what is below. Zeros are not stored.
+  void readArray() {
+    long long k = 0;
+    for (int j = 0; j < size_.columns; j++) {
+      const int first = banner_.symmetry == Symmetry::General     ? 0
+                        : banner_.symmetry == Symmetry::Symmetric ? j
+                                                                  : j + 1;
+      for (int i = first; i < size_.rows; i++, k++) {
+        if (!in_.peek()) nextEntryLine(k);
+        const double value = number();
+        if (value != 0.0) add(i, j, value);
+      }
+    }
+    in_.expectLineEnd();
+  }
+
+  double number() {
+    if (banner_.field == Field::Real) return in_.finite("a finite real number");
+    return static_cast<double>(in_.whole(LLONG_MIN, LLONG_MAX, "an integer"));
+  }
+
+  void add(int i, int j, double value) {
+    entries_.push_back({i, j, value});
+    if (banner_.symmetry == Symmetry::General || i == j) return;
+    entries_.push_back({j, i, banner_.symmetry == Symmetry::Skew ? -value : value});
+  }
+
+  [[noreturn]] void refuseColumn(const char* wanted, int column) const {
+    in_.unexpected(wanted, to_string(column + 1).c_str());
+  }
+
+  LineReader& in_;
+  const Banner& banner_;
+  const Size& size_;
+  std::vector<Entry>& entries_;
+};
+
+/// The rest of the file behind a banner that was read.
+void readBody(LineReader& in, const Banner& banner, SparseProblem& problem) {
+  const Size size = readSize(in, banner);
+  check(in, banner, size);
+  problem.rows = size.rows;
+  problem.columns = size.columns;
+  EntryReader(in, banner, size, problem.entries).read();
+  const std::size_t repeated = sortAndAddUp(&problem.entries);
+  for (const Entry& entry : problem.entries) {
+    if (!std::isfinite(entry.value)) {
+      throw InputError(in.file(), 0,
+                       "the entries of row " + to_string(entry.row + 1) + ", column " +
+                           to_string(entry.column + 1) + " add up to more than a number can hold");
+    }
+  }
+  if (repeated == 0) return;
+  problem.notes.push_back(in.file() + ": " + to_string(repeated) +
+                          (repeated == 1 ? " entry was" : " entries were") +
+                          " added to another one at the same place");
+}
+
+/// The first line with a word was begun; it may be a comment.
+std::vector<double> readPlainNumbers(LineReader& in, int size) {
+  in.setComment('%');
+  if (in.peek() && *in.peek() == '%') in.nextLine();
+  std::vector<double> values;
+  while (in.peek() || in.nextLine()) {
+    if (static_cast<int>(values.size()) == size) {
+      in.unexpected("the end of the file behind number " + to_string(size), in.peek());
+    }
+    values.push_back(in.finite("a finite real number"));
+  }
+  if (static_cast<int>(values.size()) < size) {
+    in.fail("expected number " + to_string(values.size() + 1) + " of " + to_string(size) +
+            ", found the end of the file");
+  }
+  return values;
+}
+
+}  // namespace
+
+SparseProblem readMatrix(const std::string& file, const char* searchPath) {
+  LineReader in(file.c_str(), searchPath);
+  SparseProblem problem;
+  problem.path = in.file();
+  if (!in.nextLine()) in.fail("expected a Matrix Market file, found the end of the file");
+  const Banner banner = readBanner(in);
+  readBody(in, banner, problem);
+  return problem;
+}
+
+std::vector<double> readVector(const std::string& file, const char* searchPath, int size,
+                               std::string* found) {
+  LineReader in(file.c_str(), searchPath);
+  *found = in.file();
+  if (!in.nextLine() || lower(in.peek()) != bannerBegins) return readPlainNumbers(in, size);
+  const Banner banner = readBanner(in);
+  SparseProblem column;
+  readBody(in, banner, column);
+  if (column.rows != size || column.columns != 1) {
+    throw InputError(in.file(), 0,
+                     "expected a right-hand side of " + to_string(size) + " x 1, found " +
+                         to_string(column.rows) + " x " + to_string(column.columns));
+  }
+  std::vector<double> values(static_cast<std::size_t>(size));
+  for (const Entry& entry : column.entries) values[static_cast<std::size_t>(entry.row)] = entry.value;
+  return values;
+}

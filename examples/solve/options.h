@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+
+#include "residual.h"
+
+/// What is to be solved. Automatic: what the matrix suggests.
+enum class Method { Automatic, LeastSquares, Spd, Square, JJt, BiCG };
+/// Who solves it: the front door, or one of the two families of conjugate gradients with their own rules.
+enum class Family { FrontDoor, Newer, Older };
+
+struct Options {
+  Method method = Method::Automatic;
+  Family family = Family::FrontDoor;
+  std::string matrix, rightHandSide, searchPath;
+  std::string solution;        ///< file of the solution
+  std::string json;            ///< file of the report
+  std::string trace;           ///< file of the families' trace
+  std::string matlab;          ///< file of a MATLAB dump
+  std::string dense;           ///< "lu", "qr", "svd", "chol" or empty
+  std::string preconditioner;  ///< "none", "jacobi", "banded" or empty
+  int bandwidth = 0;           ///< half bandwidth of "banded"
+  int shadowIsResidual = 1;    ///< of bi-conjugate gradients
+  double relative = 1e-10;     ///< of the front door
+  int maxIterations = 0;       ///< of the front door; 0: its own limit
+  double definizer = 0.0;      ///< the multiple of the identity that is added to the operator
+  bool hasSearchPath = false;
+  bool hasTolerance = false;  ///< --tol was given
+  bool hasEpsilon = false;    ///< --epsilon was given
+
+  /// The search path, or null.
+  const char* path() const { return hasSearchPath ? searchPath.c_str() : nullptr; }
+};
+
+/// The exit statuses of the program.
+enum ExitStatus { exitSolved = 0, exitBadInput = 1, exitNotSolved = 2, exitNoMemory = 3, exitStopped = 4 };
+
+enum class Command { Solve, Help, Version };
+
+/// Reads the command line, and sets the library's tuning variables as it asks. Throws InputError, also for an
+/// option that cannot apply to what is to be solved.
+Command readOptions(int argc, char** argv, Options& options);
+
+extern const char help[];
+
+/// The system that a method solves.
+System systemOf(Method method);

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "limber/linalg/Vector.h"
+#include "options.h"
+#include "residual.h"
+
+/// What came of a solve.
+struct Result {
+  Method method;        ///< what was solved
+  std::string problem;  ///< the same in words
+  Vector x;
+  ExitStatus status = exitNotSolved;
+  std::string outcome;  ///< the status in words
+  int iterations = -1;  ///< below 0: not known
+  int products = -1;    ///< below 0: not known
+  double rsq = -1.0;    ///< of a family: the squared residual it ended with; below 0: there is none
+  double seconds = 0.0;
+  Residual residual = {};
+  std::vector<std::string> notes;
+};
+
+/// A residual that rounding alone explains, of an x that is nevertheless good for something.
+inline bool isAtLimitOfPrecision(const Residual& residual) {
+  return residual.scaled <= 1e-15 && residual.relative <= 1e-6;
+}

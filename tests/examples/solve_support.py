@@ -1,0 +1,50 @@
+"""What the tests of the example `solve` share: files made for the purpose, and the program run on them."""
+import gzip
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SOLVE, GENERATOR, DATA = sys.argv[1:4]
+BANNER = "%%MatrixMarket matrix coordinate real general\n"
+SMALL = "2 2 3\n1 1 2\n2 2 3\n2 1 .5\n"
+SPD = "%%MatrixMarket matrix coordinate real symmetric\n3 3 5\n1 1 4\n2 1 -1\n2 2 4\n3 2 -1\n3 3 4\n"
+
+
+class SolveRunner(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def write(self, name, text, squeeze=False):
+        path = os.path.join(self.folder, name)
+        data = text if isinstance(text, bytes) else text.encode()
+        with (gzip.open if squeeze else open)(path, "wb") as file:
+            file.write(data)
+        return path
+
+    def run_solve(self, *arguments):
+        done = subprocess.run([SOLVE, *arguments], capture_output=True, text=True, timeout=120)
+        return done.returncode, done.stdout, done.stderr
+
+    def report(self, *arguments):
+        """The lines of the report by their first words."""
+        status, out, err = self.run_solve(*arguments)
+        self.assertEqual((status, err), (0, ""), out)
+        return dict(re.split(r"  +", line, maxsplit=1) for line in out.splitlines())
+
+    def scaled(self, *arguments):
+        return float(self.report(*arguments)["scaled residual"].split()[0])
+
+    def refused(self, text, message, *options, squeeze=False):
+        """One line, FILE:LINE: message, exit status 1, nothing on standard output."""
+        path = self.write("bad.mtx.gz" if squeeze else "bad.mtx", text, squeeze)
+        place = path if message.startswith(":") else path + ":"
+        self.assertEqual(self.run_solve(*options, path), (1, "", f"{place}{message}\n"))
+
+
+def main():
+    unittest.main(module="__main__", argv=[sys.argv[0], *sys.argv[4:]], verbosity=2)
