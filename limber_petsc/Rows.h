@@ -1,0 +1,38 @@
+#pragma once
+
+/// @file
+/// How a matrix and its unknowns are spread over the processes of a communicator.
+
+#include <mpi.h>
+
+#include "limber_petsc/Api.h"
+
+class HSpMat;
+class Vector;
+
+namespace limber::petsc {
+
+/// This process's part of a matrix: consecutive rows, whose column indices are those of the whole matrix. The
+/// processes hold their rows in the order of their ranks, without gaps; a part may be empty.
+struct Rows {
+  const HSpMat* rows;  ///< the rows; not owned
+  int first;           ///< the number of the first of them in the whole matrix, from 0
+  int columns;         ///< the width of the whole matrix, the same on every process
+};
+
+/// A run of consecutive rows or unknowns: first, first + 1, ..., first + count - 1.
+struct Part {
+  int first, count;
+};
+
+/// The part of `total` items that belongs to this process when they are spread evenly: the first total % size
+/// processes have one item more. The unknowns of a least-squares solve and the masses of a solve with constraints
+/// are spread like this. Not collective.
+LIMBER_PETSC_API Part evenPart(MPI_Comm comm, int total);
+
+/// Puts the parts of all processes together, in the order of their ranks, on every process. This is the one
+/// operation that needs memory for the whole vector; no solve calls it. Collective. Returns 0, or 1 after a report
+/// when there is no memory on some process; then `all` is left alone everywhere.
+LIMBER_PETSC_API int gather(MPI_Comm comm, const Vector& part, Vector* all);
+
+}  // namespace limber::petsc

@@ -1,0 +1,106 @@
+#include "limber_petsc/detail/OwnPart.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "limber/solvers/JJtCholeskyPrecond.h"
+#include "limber/solvers/JJtPrecond.h"
+#include "limber/solvers/Preconditioner.h"
+#include "limber_petsc/detail/Assembly.h"
+
+namespace limber::petsc::detail {
+
+namespace {
+
+PetscErrorCode applyOwnPart(PC pc, Vec r, Vec z) {
+  Preconditioner* preconditioner = nullptr;
+  PetscCall(PCShellGetContext(pc, &preconditioner));
+  Vector from, to;
+  PetscCall(extract(r, 0, &from));
+  if (from.count > 0) preconditioner->solve(&from, &to);
+  PetscScalar* out = nullptr;
+  PetscCall(VecGetArrayWrite(z, &out));
+  for (int i = 0; i < from.count; i++) out[i] = i < to.count ? to[i] : 0.0;
+  PetscCall(VecRestoreArrayWrite(z, &out));
+  return 0;
+}
+
+/// The ascending column indices that occur in the rows.
+std::vector<int> touchedColumns(const HSpMat& J) {
+  std::vector<int> columns;
+  for (int i = 0; i < J.numRows; i++)
+    if (const SpVec* row = J.rows[i]) columns.insert(columns.end(), row->indices.data, row->indices.data + row->numEntries);
+  std::sort(columns.begin(), columns.end());
+  columns.erase(std::unique(columns.begin(), columns.end()), columns.end());
+  return columns;
+}
+
+/// The half bandwidth of J J^T: the largest distance of two rows that share a column.
+int halfBandwidthOf(const HSpMat& J, std::size_t columns) {
+  std::vector<int> firstRow(columns, -1);
+  int band = 0;
+  for (int i = 0; i < J.numRows; i++)
+    for (int k = 0; k < J.rows[i]->numEntries; k++) {
+      int& first = firstRow[static_cast<std::size_t>(J.rows[i]->indices.data[k])];
+      if (first < 0) first = i;
+      band = std::max(band, i - first);
+    }
+  return band;
+}
+
+/// The elements of `spread` at the given columns, on this process. Collective.
+PetscErrorCode fetch(Vec spread, const std::vector<int>& columns, Vec* here) {
+  const PetscInt count = static_cast<PetscInt>(columns.size());
+  Indices from;
+  Scatter scatter;
+  PetscCall(ISCreateGeneral(PETSC_COMM_SELF, count, columns.data(), PETSC_COPY_VALUES, &from));
+  PetscCall(VecCreateSeq(PETSC_COMM_SELF, count, here));
+  PetscCall(VecScatterCreate(spread, from, *here, nullptr, &scatter));
+  PetscCall(VecScatterBegin(scatter, spread, *here, INSERT_VALUES, SCATTER_FORWARD));
+  PetscCall(VecScatterEnd(scatter, spread, *here, INSERT_VALUES, SCATTER_FORWARD));
+  return 0;
+}
+
+}  // namespace
+
+PetscErrorCode useOwnPart(PC pc, Preconditioner* preconditioner) {
+  PetscCall(PCSetType(pc, PCSHELL));
+  PetscCall(PCShellSetContext(pc, preconditioner));
+  PetscCall(PCShellSetApply(pc, applyOwnPart));
+  return 0;
+}
+
+OwnBand::OwnBand() = default;
+OwnBand::~OwnBand() = default;
+
+PetscErrorCode OwnBand::build(MPI_Comm comm, const Rows& part, int exponent, Vec weights, const Vector* damping) {
+  const std::vector<int> columns = touchedColumns(*part.rows);
+  Array here;
+  PetscCall(fetch(weights, columns, &here));
+  Vector ownWeights, ownDamping;
+  PetscCall(extract(here, 0, &ownWeights));
+  if (damping) ownDamping = *damping;
+
+  // The rows with their columns renumbered; the order of the columns stays.
+  HSpMat J(0);
+  long long entries = 0;
+  for (int i = 0; i < part.rows->numRows; i++) {
+    rows_.push_back(std::make_unique<SpVec>());
+    const SpVec* row = part.rows->rows[i];
+    for (int k = 0; row && k < row->numEntries; k++) {
+      const auto at = std::lower_bound(columns.begin(), columns.end(), row->indices.data[k]);
+      rows_.back()->insEnd(std::ldexp(row->values.data[k], -exponent), static_cast<int>(at - columns.begin()));
+    }
+    if (row) entries += row->numEntries;
+    J.add(rows_.back().get());
+  }
+  const long long band = halfBandwidthOf(J, columns.size());
+  Vector* damp = damping ? &ownDamping : nullptr;
+  if ((band + 1) * part.rows->numRows <= 20 * (entries + 1))
+    preconditioner_ = std::make_shared<JJtCholeskyPrecond>(&J, static_cast<int>(band), &ownWeights, damp);
+  else
+    preconditioner_ = std::make_shared<JJtPrecond>(&J, &ownWeights, damp);
+  return agree(comm, 0);
+}
+
+}  // namespace limber::petsc::detail

@@ -1,0 +1,38 @@
+#pragma once
+
+/// @file
+/// Preconditioners of Limber, applied by each process to its own part of the residual.
+
+#include <memory>
+#include <vector>
+
+#include "limber/linalg/HSpMat.h"
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/Vector.h"
+#include "limber_petsc/Rows.h"
+#include "limber_petsc/detail/Engine.h"
+
+class Preconditioner;
+
+namespace limber::petsc::detail {
+
+/// Makes `pc` apply `preconditioner` to this process's part; it must outlive the solve.
+PetscErrorCode useOwnPart(PC pc, Preconditioner* preconditioner);
+
+/// The preconditioner of J W J^T + D from this process's own rows: the Cholesky factor of their band where it takes
+/// at most twenty times the memory of the rows, else their diagonal. The columns that no own row touches are left out,
+/// so that the memory is that of the own rows.
+class OwnBand {
+ public:
+  OwnBand();
+  ~OwnBand();
+  /// `weights` is spread like the columns, `damping` belongs to the own rows and may be null. Collective.
+  PetscErrorCode build(MPI_Comm comm, const Rows& part, int exponent, Vec weights, const Vector* damping);
+  Preconditioner* preconditioner() const { return preconditioner_.get(); }
+
+ private:
+  std::vector<std::unique_ptr<SpVec>> rows_;
+  std::shared_ptr<Preconditioner> preconditioner_;
+};
+
+}  // namespace limber::petsc::detail

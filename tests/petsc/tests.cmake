@@ -1,0 +1,11 @@
+# The distributed solves on one, two and three processes.
+if(TARGET limber_petsc)
+  add_executable(test_petsc petsc/DistributedSolveTest.cpp)
+  target_link_libraries(test_petsc PRIVATE limber_test_support limber::petsc GTest::gtest)
+  foreach(processes IN ITEMS 1 2 3)
+    add_test(NAME Petsc.On${processes}Processes
+             COMMAND ${MPIEXEC_EXECUTABLE} --allow-run-as-root --oversubscribe ${MPIEXEC_NUMPROC_FLAG} ${processes}
+                     $<TARGET_FILE:test_petsc>)
+    set_tests_properties(Petsc.On${processes}Processes PROPERTIES LABELS mpi TIMEOUT 300)
+  endforeach()
+endif()
