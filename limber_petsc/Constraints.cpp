@@ -45,7 +45,8 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector* mass, const 
                      Vector* lambda, const SolveOptions& options, SolveReport* report) {
   const Scale scale = scaleOf(comm, part, c);
   const int massExponent = mass ? exponentOf(comm, *mass) : 0;
-  const int unit = 2 * scale.matrix - massExponent;  // the operator in scaled units is 2^-unit times the user's
+  const int unit =
+      2 * scale.matrix - massExponent;  // the operator in scaled units is 2^-unit times the user's
   const int own = part.rows->numRows, ownColumns = evenPart(comm, part.columns).count;
   Vector start(own), damping(own);
   if (lambda->count == own) start = *lambda;
@@ -75,7 +76,8 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector* mass, const 
   PetscCall(KSPSetType(solver, KSPCG));
   PetscCall(KSPSetNormType(solver, KSP_NORM_UNPRECONDITIONED));
   PetscCall(KSPGetPC(solver, &pc));
-  if (!options.preconditioner) PetscCall(band.build(comm, part, scale.matrix, weights, damp ? &damping : nullptr));
+  if (!options.preconditioner)
+    PetscCall(band.build(comm, part, scale.matrix, weights, damp ? &damping : nullptr));
   PetscCall(useOwnPart(pc, options.preconditioner ? options.preconditioner : band.preconditioner()));
   PetscCall(KSPSetFromOptions(solver));
 
@@ -86,8 +88,8 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector* mass, const 
 
 }  // namespace
 
-SolveReport solveConstraints(MPI_Comm comm, const Rows& J, const Vector* mass, const Vector* damp, const Vector& c,
-                             Vector* lambda, const SolveOptions& options) {
+SolveReport solveConstraints(MPI_Comm comm, const Rows& J, const Vector* mass, const Vector* damp,
+                             const Vector& c, Vector* lambda, const SolveOptions& options) {
   return collect(comm, [&](SolveReport* report) -> PetscErrorCode {
     *report = badInput();
     if (!partsFit(comm, J)) return 0;

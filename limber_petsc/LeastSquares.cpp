@@ -21,7 +21,8 @@ PetscErrorCode columnScales(Mat A, Vec scales, Vec inverse) {
     const PetscInt* columns = nullptr;
     const PetscScalar* values = nullptr;
     PetscCall(MatGetRow(A, rows, &count, &columns, &values));
-    for (PetscInt k = 0; k < count; k++) PetscCall(VecSetValue(scales, columns[k], values[k] * values[k], ADD_VALUES));
+    for (PetscInt k = 0; k < count; k++)
+      PetscCall(VecSetValue(scales, columns[k], values[k] * values[k], ADD_VALUES));
     PetscCall(MatRestoreRow(A, rows, &count, &columns, &values));
   }
   PetscCall(VecAssemblyBegin(scales));
@@ -77,7 +78,8 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector& b, Vector* x
     PetscCall(PCSetType(pc, PCNONE));
   PetscCall(KSPSetFromOptions(solver));
 
-  PetscCall(iterate({comm, solver, &op, right, y, true, inverse, scale.matrix + scale.vector, &options}, report));
+  PetscCall(
+      iterate({comm, solver, &op, right, y, true, inverse, scale.matrix + scale.vector, &options}, report));
   PetscCall(VecPointwiseMult(y, y, scales));
   PetscCall(extract(y, scale.vector - scale.matrix, x));
   return 0;
@@ -85,7 +87,8 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector& b, Vector* x
 
 }  // namespace
 
-SolveReport solveLeastSquares(MPI_Comm comm, const Rows& A, const Vector& b, Vector* x, const SolveOptions& options) {
+SolveReport solveLeastSquares(MPI_Comm comm, const Rows& A, const Vector& b, Vector* x,
+                              const SolveOptions& options) {
   return collect(comm, [&](SolveReport* report) -> PetscErrorCode {
     *report = badInput();
     if (!partsFit(comm, A) || !vectorFits(comm, b, A.rows->numRows, "the right-hand side") ||

@@ -63,8 +63,8 @@ SolveReport solvePositiveDefinite(MPI_Comm comm, const Rows& A, const Vector& b,
                                   const SolveOptions& options) {
   return collect(comm, [&](SolveReport* report) -> PetscErrorCode {
     *report = badInput();
-    if (!partsFit(comm, A) || !square(comm, A) || !vectorFits(comm, b, A.rows->numRows, "the right-hand side") ||
-        !startFits(comm, *x, A.rows->numRows))
+    if (!partsFit(comm, A) || !square(comm, A) ||
+        !vectorFits(comm, b, A.rows->numRows, "the right-hand side") || !startFits(comm, *x, A.rows->numRows))
       return 0;
     return solve(comm, A, b, x, options, report);
   });

@@ -26,13 +26,13 @@ struct Part {
 };
 
 /// The part of `total` items that belongs to this process when they are spread evenly: the first total % size
-/// processes have one item more. The unknowns of a least-squares solve and the masses of a solve with constraints
-/// are spread like this. Not collective.
+/// processes have one item more. The unknowns of a least-squares solve and the masses of a solve with
+/// constraints are spread like this. Not collective.
 LIMBER_PETSC_API Part evenPart(MPI_Comm comm, int total);
 
 /// Puts the parts of all processes together, in the order of their ranks, on every process. This is the one
-/// operation that needs memory for the whole vector; no solve calls it. Collective. Returns 0, or 1 after a report
-/// when there is no memory on some process; then `all` is left alone everywhere.
+/// operation that needs memory for the whole vector; no solve calls it. Collective. Returns 0, or 1 after a
+/// report when there is no memory on some process; then `all` is left alone everywhere.
 LIMBER_PETSC_API int gather(MPI_Comm comm, const Vector& part, Vector* all);
 
 }  // namespace limber::petsc

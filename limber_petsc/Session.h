@@ -9,9 +9,10 @@
 
 namespace limber::petsc {
 
-/// Starts MPI and PETSc for its life, unless the program has started them already, and ends what it started. One
-/// object near the beginning of main() serves the whole program. PETSc reads its own options from the arguments;
-/// those of the solves begin with -limber_, for example -limber_ksp_monitor or -limber_pc_type none.
+/// Starts MPI and PETSc for its life, unless the program has started them already, and ends what it started.
+/// One object near the beginning of main() serves the whole program. PETSc reads its own options from the
+/// arguments; those of the solves begin with -limber_, for example -limber_ksp_monitor or -limber_pc_type
+/// none.
 class LIMBER_PETSC_API Session {
  public:
   Session(int* argc, char*** argv);

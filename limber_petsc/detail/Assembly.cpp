@@ -68,7 +68,8 @@ bool partsFit(MPI_Comm comm, const Rows& part) {
     wrong = true;
   }
   if (before != part.first) {
-    std::snprintf(text, sizeof text, "the rows begin at %d, but the processes before hold %lld", part.first, before);
+    std::snprintf(text, sizeof text, "the rows begin at %d, but the processes before hold %lld", part.first,
+                  before);
     report(comm, text, __LINE__);
     wrong = true;
   }
@@ -136,7 +137,8 @@ PetscErrorCode assemble(MPI_Comm comm, const Rows& part, int ownColumns, int exp
     for (int k = 0; k < row->numEntries; k++)
       values[static_cast<std::size_t>(k)] = std::ldexp(row->values.data[k], -exponent);
     const PetscInt global = part.first + i;
-    PetscCall(MatSetValues(*matrix, 1, &global, row->numEntries, row->indices.data, values.data(), ADD_VALUES));
+    PetscCall(
+        MatSetValues(*matrix, 1, &global, row->numEntries, row->indices.data, values.data(), ADD_VALUES));
   }
   PetscCall(MatAssemblyBegin(*matrix, MAT_FINAL_ASSEMBLY));
   PetscCall(MatAssemblyEnd(*matrix, MAT_FINAL_ASSEMBLY));

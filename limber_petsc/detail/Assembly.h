@@ -15,8 +15,8 @@ struct Scale {
   int matrix = 0, vector = 0;
 };
 
-/// Checks the parts of a matrix on every process, and reports what is wrong on the process concerned. The same
-/// answer everywhere: true when all is well. Collective.
+/// Checks the parts of a matrix on every process, and reports what is wrong on the process concerned. The
+/// same answer everywhere: true when all is well. Collective.
 bool partsFit(MPI_Comm comm, const Rows& part);
 /// Checks that `v` has `count` finite elements on every process; `name` stands in the report. Collective.
 bool vectorFits(MPI_Comm comm, const Vector& v, int count, const char* name);
@@ -25,7 +25,8 @@ bool startFits(MPI_Comm comm, const Vector& x, int count);
 
 /// The exponents of the largest magnitudes. Collective.
 Scale scaleOf(MPI_Comm comm, const Rows& part, const Vector& b);
-/// The exponent e of the largest magnitude m of all processes' parts, 2^(e-1) <= m < 2^e; 0 for zeros. Collective.
+/// The exponent e of the largest magnitude m of all processes' parts, 2^(e-1) <= m < 2^e; 0 for zeros.
+/// Collective.
 int exponentOf(MPI_Comm comm, const Vector& v);
 
 /// 2^-exponent times the rows, with `ownColumns` columns on this process.

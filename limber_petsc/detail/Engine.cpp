@@ -8,8 +8,8 @@ namespace limber::petsc::detail {
 
 namespace {
 
-PetscErrorCode reportError(MPI_Comm comm, int line, const char*, const char*, PetscErrorCode code, PetscErrorType type,
-                           const char* text, void*) {
+PetscErrorCode reportError(MPI_Comm comm, int line, const char*, const char*, PetscErrorCode code,
+                           PetscErrorType type, const char* text, void*) {
   if (type == PETSC_ERROR_INITIAL) report(comm, text ? text : "an error of PETSc without a text", line);
   return code;
 }

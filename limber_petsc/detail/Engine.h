@@ -29,7 +29,8 @@ using Solver = Owned<KSP, KSPDestroy>;
 using Scatter = Owned<VecScatter, VecScatterDestroy>;
 using Indices = Owned<IS, ISDestroy>;
 
-/// While it lives, an error of PETSc is reported once, with PETSc's text, and returned instead of ending the job.
+/// While it lives, an error of PETSc is reported once, with PETSc's text, and returned instead of ending the
+/// job.
 class ErrorsAsReports {
  public:
   ErrorsAsReports();

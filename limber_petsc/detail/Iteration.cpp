@@ -10,10 +10,10 @@ namespace {
 /// What the convergence test of one run needs.
 struct Watch {
   const Iteration* problem;
-  double goal;          ///< the run ends when its own residual is this small
-  int before;           ///< iterations of earlier runs
-  bool lsqr;            ///< the residual is asked from LSQR
-  bool watched;         ///< some process has an observer
+  double goal;   ///< the run ends when its own residual is this small
+  int before;    ///< iterations of earlier runs
+  bool lsqr;     ///< the residual is asked from LSQR
+  bool watched;  ///< some process has an observer
   bool stopped = false, flat = false;
 };
 
@@ -27,7 +27,8 @@ PetscErrorCode updatedResidual(KSP solver, const Watch& watch, double norm, doub
   return 0;
 }
 
-PetscErrorCode test(KSP solver, PetscInt iteration, PetscReal norm, KSPConvergedReason* reason, void* context) {
+PetscErrorCode test(KSP solver, PetscInt iteration, PetscReal norm, KSPConvergedReason* reason,
+                    void* context) {
   Watch& watch = *static_cast<Watch*>(context);
   const SolveOptions& options = *watch.problem->options;
   double residual = 0.0;
@@ -40,7 +41,9 @@ PetscErrorCode test(KSP solver, PetscInt iteration, PetscReal norm, KSPConverged
 
   if (watch.watched && iteration > 0) {
     const double users = std::ldexp(residual, watch.problem->unit);
-    const int stop = options.observer ? options.observer(watch.before + iteration, users * users, options.observerData) : 0;
+    const int stop = options.observer
+                         ? options.observer(watch.before + iteration, users * users, options.observerData)
+                         : 0;
     if (agree(watch.problem->comm, stop != 0)) {
       watch.stopped = true;
       *reason = KSP_CONVERGED_ITS;
@@ -102,7 +105,8 @@ PetscErrorCode iterate(const Iteration& problem, SolveReport* report) {
   PetscInt unknowns = 0;
   PetscCall(VecGetSize(problem.x, &unknowns));
   const double generous = 20.0 * unknowns + 1000.0;
-  const int limit = options.maxIterations > 0 ? options.maxIterations : static_cast<int>(std::fmin(generous, 2e9));
+  const int limit =
+      options.maxIterations > 0 ? options.maxIterations : static_cast<int>(std::fmin(generous, 2e9));
 
   PetscBool lsqr = PETSC_FALSE;
   PetscCall(PetscObjectTypeCompare(reinterpret_cast<PetscObject>(problem.solver), KSPLSQR, &lsqr));
@@ -110,8 +114,9 @@ PetscErrorCode iterate(const Iteration& problem, SolveReport* report) {
   PetscCall(KSPSetConvergenceTest(problem.solver, test, &watch, nullptr));
   PetscCall(KSPSetInitialGuessNonzero(problem.solver, PETSC_TRUE));
 
-  // A run ends by the residual that the method updates. Rounding and other measures let it differ from the true
-  // one, so a run that ends too early is followed by another from its result, as long as that halves the residual.
+  // A run ends by the residual that the method updates. Rounding and other measures let it differ from the
+  // true one, so a run that ends too early is followed by another from its result, as long as that halves the
+  // residual.
   bool indefinite = false, progress = true;
   while (!(smallest <= goal) && progress && !watch.stopped && !indefinite && watch.before < limit) {
     PetscCall(KSPSetTolerances(problem.solver, 0.0, 0.0, 1e300, limit - watch.before));

@@ -14,23 +14,23 @@ struct Iteration {
   MPI_Comm comm;
   KSP solver;
   Operator* op;
-  Vec b, x;                  ///< x holds the start, and receives the result
-  bool leastSquares;         ///< the residual is |C A^T (b - A x)|, with C the inverse column scales, else |b - A x|
-  Vec inverseColumnScales;   ///< for least squares
-  int unit;                  ///< a residual r in scaled units is r 2^unit in the user's
+  Vec b, x;           ///< x holds the start, and receives the result
+  bool leastSquares;  ///< the residual is |C A^T (b - A x)|, with C the inverse column scales, else |b - A x|
+  Vec inverseColumnScales;  ///< for least squares
+  int unit;                 ///< a residual r in scaled units is r 2^unit in the user's
   const SolveOptions* options;
 };
 
-/// Iterates until the residual, recomputed, is at most options.relative times that of x = 0; x is never worse than
-/// it was. `seconds` is left 0. Collective.
+/// Iterates until the residual, recomputed, is at most options.relative times that of x = 0; x is never worse
+/// than it was. `seconds` is left 0. Collective.
 PetscErrorCode iterate(const Iteration& problem, SolveReport* report);
 
 /// A report of bad input.
 SolveReport badInput();
 /// A report of an error of the engine, which was reported with its text.
 SolveReport engineError();
-/// The report of a collective solve: `run` fills it under ErrorsAsReports and is timed; an error on any process ends
-/// the solve on all.
+/// The report of a collective solve: `run` fills it under ErrorsAsReports and is timed; an error on any
+/// process ends the solve on all.
 template <class Run>
 SolveReport collect(MPI_Comm comm, Run run) {
   const ErrorsAsReports reports;

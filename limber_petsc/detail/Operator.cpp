@@ -56,7 +56,8 @@ PetscErrorCode Operator::makeShell(MPI_Comm comm, Mat* shell) {
   if (weights) ownColumns = rows;
   PetscCall(MatCreateShell(comm, rows, ownColumns, PETSC_DETERMINE, PETSC_DETERMINE, this, shell));
   PetscCall(MatShellSetOperation(*shell, MATOP_MULT, reinterpret_cast<void (*)(void)>(multiply)));
-  PetscCall(MatShellSetOperation(*shell, MATOP_MULT_TRANSPOSE, reinterpret_cast<void (*)(void)>(multiplyTransposed)));
+  PetscCall(MatShellSetOperation(*shell, MATOP_MULT_TRANSPOSE,
+                                 reinterpret_cast<void (*)(void)>(multiplyTransposed)));
   return 0;
 }
 

@@ -29,7 +29,8 @@ PetscErrorCode applyOwnPart(PC pc, Vec r, Vec z) {
 std::vector<int> touchedColumns(const HSpMat& J) {
   std::vector<int> columns;
   for (int i = 0; i < J.numRows; i++)
-    if (const SpVec* row = J.rows[i]) columns.insert(columns.end(), row->indices.data, row->indices.data + row->numEntries);
+    if (const SpVec* row = J.rows[i])
+      columns.insert(columns.end(), row->indices.data, row->indices.data + row->numEntries);
   std::sort(columns.begin(), columns.end());
   columns.erase(std::unique(columns.begin(), columns.end()), columns.end());
   return columns;
@@ -73,7 +74,8 @@ PetscErrorCode useOwnPart(PC pc, Preconditioner* preconditioner) {
 OwnBand::OwnBand() = default;
 OwnBand::~OwnBand() = default;
 
-PetscErrorCode OwnBand::build(MPI_Comm comm, const Rows& part, int exponent, Vec weights, const Vector* damping) {
+PetscErrorCode OwnBand::build(MPI_Comm comm, const Rows& part, int exponent, Vec weights,
+                              const Vector* damping) {
   const std::vector<int> columns = touchedColumns(*part.rows);
   Array here;
   PetscCall(fetch(weights, columns, &here));
@@ -89,7 +91,8 @@ PetscErrorCode OwnBand::build(MPI_Comm comm, const Rows& part, int exponent, Vec
     const SpVec* row = part.rows->rows[i];
     for (int k = 0; row && k < row->numEntries; k++) {
       const auto at = std::lower_bound(columns.begin(), columns.end(), row->indices.data[k]);
-      rows_.back()->insEnd(std::ldexp(row->values.data[k], -exponent), static_cast<int>(at - columns.begin()));
+      rows_.back()->insEnd(std::ldexp(row->values.data[k], -exponent),
+                           static_cast<int>(at - columns.begin()));
     }
     if (row) entries += row->numEntries;
     J.add(rows_.back().get());

@@ -19,9 +19,9 @@ namespace limber::petsc::detail {
 /// Makes `pc` apply `preconditioner` to this process's part; it must outlive the solve.
 PetscErrorCode useOwnPart(PC pc, Preconditioner* preconditioner);
 
-/// The preconditioner of J W J^T + D from this process's own rows: the Cholesky factor of their band where it takes
-/// at most twenty times the memory of the rows, else their diagonal. The columns that no own row touches are left out,
-/// so that the memory is that of the own rows.
+/// The preconditioner of J W J^T + D from this process's own rows: the Cholesky factor of their band where it
+/// takes at most twenty times the memory of the rows, else their diagonal. The columns that no own row
+/// touches are left out, so that the memory is that of the own rows.
 class OwnBand {
  public:
   OwnBand();

@@ -54,7 +54,8 @@ void expectLeastSquaresAsSerial(Spread& A, int columns, double tolerance) {
   const Vector b = random(A.whole().numRows, 5);
   Vector serial, x;
   const SolveReport one = solveLeastSquares(A.whole(), b, &serial);
-  const SolveReport many = limber::petsc::solveLeastSquares(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &x);
+  const SolveReport many =
+      limber::petsc::solveLeastSquares(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &x);
   EXPECT_EQ(one.status, SOLVE_CONVERGED);
   EXPECT_EQ(many.status, SOLVE_CONVERGED) << many.message << " " << many.relativeResidual;
   EXPECT_EQ(x.count, evenPart(MPI_COMM_WORLD, columns).count);
@@ -66,14 +67,16 @@ void expectPositiveDefiniteAsSerial(Spread& A, double tolerance) {
   const Vector b = random(A.whole().numRows, 6);
   Vector serial, x;
   solvePositiveDefinite(A.whole(), b, &serial);
-  const SolveReport many = limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &x);
+  const SolveReport many =
+      limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &x);
   EXPECT_EQ(many.status, SOLVE_CONVERGED) << many.message << " " << many.relativeResidual;
   EXPECT_TRUE(agrees(x, serial, tolerance));
 }
 
 std::vector<std::unique_ptr<SpVec>> rowsOf(MatrixMarket& file) {
   std::vector<std::unique_ptr<SpVec>> rows;
-  for (int i = 0; i < file.matrix().numRows; i++) rows.push_back(std::make_unique<SpVec>(*file.matrix().rows[i]));
+  for (int i = 0; i < file.matrix().numRows; i++)
+    rows.push_back(std::make_unique<SpVec>(*file.matrix().rows[i]));
   return rows;
 }
 
@@ -152,7 +155,8 @@ TEST(DistributedSolve, ScaleDoesNotMatter) {
     Vector x, y;
     const SolveReport one =
         limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, plain.rows(), partOf(b, plain.part()), &x);
-    const SolveReport two = limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &y);
+    const SolveReport two =
+        limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &y);
     EXPECT_EQ(one.iterations, two.iterations) << exponent;
     for (int i = 0; i < x.count; i++) EXPECT_EQ(std::ldexp(x[i], -exponent), y[i]) << exponent;
   }
@@ -195,7 +199,8 @@ TEST(DistributedSolve, BadInputIsReportedWhereItIsAndFailsEverywhere) {
   MPI_Comm_rank(MPI_COMM_WORLD, &rank);
   MPI_Comm_size(MPI_COMM_WORLD, &size);
   const bool last = rank == size - 1;
-  const auto expectRefused = [&](const limber::petsc::Rows& rows, const Vector& b, const char* text, bool here) {
+  const auto expectRefused = [&](const limber::petsc::Rows& rows, const Vector& b, const char* text,
+                                 bool here) {
     const Reports reports;
     Vector x;
     const SolveReport report = limber::petsc::solveLeastSquares(MPI_COMM_WORLD, rows, b, &x);

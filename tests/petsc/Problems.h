@@ -17,7 +17,9 @@ class Spread {
  public:
   /// Row i of the whole matrix is *rows[i].
   explicit Spread(std::vector<std::unique_ptr<SpVec>> rows, int columns, MPI_Comm comm = MPI_COMM_WORLD)
-      : rows_(std::move(rows)), part_(limber::petsc::evenPart(comm, static_cast<int>(rows_.size()))), columns_(columns) {
+      : rows_(std::move(rows)),
+        part_(limber::petsc::evenPart(comm, static_cast<int>(rows_.size()))),
+        columns_(columns) {
     for (auto& row : rows_) whole_.add(row.get());
     for (int i = 0; i < part_.count; i++) own_.add(rows_[static_cast<std::size_t>(part_.first + i)].get());
   }
@@ -56,8 +58,10 @@ inline std::vector<std::unique_ptr<SpVec>> randomRows(int rows, int columns, int
   std::vector<std::unique_ptr<SpVec>> all;
   for (int i = 0; i < rows; i++) {
     all.push_back(std::make_unique<SpVec>());
-    const int first = static_cast<int>(static_cast<long long>(i) * (columns - entries) / (rows > 1 ? rows - 1 : 1));
-    for (int k = 0; k < entries; k++) all.back()->ins(k == i % entries ? 3.0 + number(bits) : number(bits), first + k);
+    const int first =
+        static_cast<int>(static_cast<long long>(i) * (columns - entries) / (rows > 1 ? rows - 1 : 1));
+    for (int k = 0; k < entries; k++)
+      all.back()->ins(k == i % entries ? 3.0 + number(bits) : number(bits), first + k);
   }
   return all;
 }
