@@ -63,7 +63,7 @@ Outcome conjugateGradients(LinearMap& A, Inverse* M, double* r, double* d, const
     const double alpha = rz / curvature;
     for (int i = 0; i < n; ++i) r[i] -= alpha * q[i];
     const double newSquare = weightedSquare(n, goal.weight, r);
-    if (newSquare > bestSquare && ahead) {
+    if (!(newSquare <= bestSquare) && ahead) {
       best.resize(n);
       std::copy_n(d, n, best.data());
       ahead = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <new>
+#include <utility>
 
 #include "limber/linalg/SpMat.h"
 #include "limber/solvers/Preconditioner.h"
@@ -30,6 +31,12 @@ double LinearMap::multiplyBothWays(const double* v, double s, double* u, double*
   return fixedDot(m, u, u);
 }
 
+void LinearMap::preciseResidual(const double* b, const double* x, double* r) {
+  multiply(x, r);
+  const int m = height();
+  for (int i = 0; i < m; ++i) r[i] = b[i] - r[i];
+}
+
 int RowsMap::height() const { return rows_.height; }
 
 int RowsMap::width() const { return rows_.width; }
@@ -47,6 +54,44 @@ void RowsMap::multiplyTransposed(const double* x, double* y) {
 double RowsMap::multiplyBothWays(const double* v, double s, double* u, double* w) {
   products += 2;
   return rows_.multiplyBothWays(v, s, u, w);
+}
+
+void RowsMap::preciseResidual(const double* b, const double* x, double* r) {
+  ++products;
+  rows_.residual(b, x, r);
+}
+
+ScaledColumnsMap::ScaledColumnsMap(const SparseRows& rows, Doubles scale)
+    : rows_(rows), scale_(std::move(scale)), work_(rows.width) {}
+
+int ScaledColumnsMap::height() const { return rows_.height; }
+
+int ScaledColumnsMap::width() const { return rows_.width; }
+
+void ScaledColumnsMap::multiply(const double* x, double* y) {
+  ++products;
+  for (int j = 0; j < rows_.width; ++j) work_[j] = scale_[j] * x[j];
+  rows_.multiply(work_.data(), y);
+}
+
+void ScaledColumnsMap::multiplyTransposed(const double* x, double* y) {
+  ++products;
+  rows_.multiplyTransposed(x, y);
+  for (int j = 0; j < rows_.width; ++j) y[j] *= scale_[j];
+}
+
+double ScaledColumnsMap::multiplyBothWays(const double* v, double s, double* u, double* w) {
+  products += 2;
+  for (int j = 0; j < rows_.width; ++j) work_[j] = scale_[j] * v[j];
+  const double square = rows_.multiplyBothWays(work_.data(), s, u, w);
+  for (int j = 0; j < rows_.width; ++j) w[j] *= scale_[j];
+  return square;
+}
+
+void NormalMap::multiply(const double* x, double* y) {
+  products += 2;
+  A_.multiply(x, work_.data());
+  A_.multiplyTransposed(work_.data(), y);
 }
 
 ForeignMap::ForeignMap(const SpMat& A, int height, int width) : A_(A), height_(height), width_(width) {}

@@ -24,6 +24,8 @@ class LinearMap {
   virtual void multiplyTransposed(const double* x, double* y) = 0;
   /// u = A v - s u, then w = A^T u. Returns |u|^2.
   virtual double multiplyBothWays(const double* v, double s, double* u, double* w);
+  /// r = b - A x, in twice the precision where the map can.
+  virtual void preciseResidual(const double* b, const double* x, double* r);
 
   int products = 0;
 
@@ -40,9 +42,41 @@ class RowsMap final : public LinearMap {
   void multiply(const double* x, double* y) override;
   void multiplyTransposed(const double* x, double* y) override;
   double multiplyBothWays(const double* v, double s, double* u, double* w) override;
+  void preciseResidual(const double* b, const double* x, double* r) override;
 
  private:
   const SparseRows& rows_;
+};
+
+/// x -> A S x for compressed rows A and a diagonal S.
+class ScaledColumnsMap final : public LinearMap {
+ public:
+  ScaledColumnsMap(const SparseRows& rows, Doubles scale);
+  int height() const override;
+  int width() const override;
+  void multiply(const double* x, double* y) override;
+  void multiplyTransposed(const double* x, double* y) override;
+  double multiplyBothWays(const double* v, double s, double* u, double* w) override;
+  const Doubles& scale() const { return scale_; }
+
+ private:
+  const SparseRows& rows_;
+  const Doubles scale_;
+  Doubles work_;
+};
+
+/// x -> A^T A x.
+class NormalMap final : public LinearMap {
+ public:
+  explicit NormalMap(LinearMap& A) : A_(A), work_(A.height()) {}
+  int height() const override { return A_.width(); }
+  int width() const override { return A_.width(); }
+  void multiply(const double* x, double* y) override;
+  void multiplyTransposed(const double* x, double* y) override { multiply(x, y); }
+
+ private:
+  LinearMap& A_;
+  Doubles work_;
 };
 
 /// The product with a matrix of the caller's class. A vector is handed over with its largest magnitude near

@@ -116,8 +116,11 @@ const char* LinearSystem::take(std::unique_ptr<LinearMap> scaledMap, int power, 
 }
 
 double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
-  map->multiply(at, rOut);
-  for (int i = 0; i < height; ++i) rOut[i] = b[i] - rOut[i];
+  if (precise) {
+    map->preciseResidual(b.data(), at, rOut);
+  } else {
+    map->LinearMap::preciseResidual(b.data(), at, rOut);
+  }
   if (kind_ != Kind::leastSquares) return safeNorm(height, rOut);
   map->multiplyTransposed(rOut, gOut);
   return safeNorm(width, gOut);
@@ -155,6 +158,9 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   } else if (last == Outcome::indefinite) {
     report.status = SOLVE_BREAKDOWN;
     report.message = "The matrix is not positive definite.";
+  } else if (last == Outcome::unsymmetric) {
+    report.status = SOLVE_BREAKDOWN;
+    report.message = "The matrix is not symmetric.";
   } else if (last == Outcome::preconditioner) {
     report.status = SOLVE_BREAKDOWN;
     report.message = "The preconditioner is not positive definite, or does not give finite numbers.";

@@ -45,6 +45,8 @@ class LinearSystem {
   Doubles b, x;
   /// b - A x and, for least squares, A^T (b - A x).
   Doubles r, g;
+  /// Residuals are computed in twice the precision from now on.
+  bool precise = false;
   /// The norm of the right-hand side, of the residual, and where that is small enough.
   double norm = 0.0, residual = 0.0, goal = 0.0;
 

@@ -21,6 +21,8 @@ enum class Outcome {
   stopped,
   /// A direction of negative curvature.
   indefinite,
+  /// The matrix is not symmetric.
+  unsymmetric,
   /// A number is not finite.
   overflow,
   /// The caller's preconditioner is no use.

@@ -5,6 +5,21 @@
 #include "limber/solvers/detail/PowersOfTwo.h"
 
 namespace limber::detail {
+namespace {
+
+/// high + low = x y exactly.
+struct ExactProduct {
+  double high, low;
+  ExactProduct(double x, double y) : high(x * y) {
+    constexpr double split = 134217729.0;  // 2^27 + 1
+    const double p = split * x, q = split * y;
+    const double xh = p - (p - x), yh = q - (q - y);
+    const double xl = x - xh, yl = y - yh;
+    low = ((xh * yh - high) + xh * yl + xl * yh) + xl * yl;
+  }
+};
+
+}  // namespace
 
 void SparseRows::multiply(const double* x, double* y) const {
   const int* const at = start.data();
@@ -43,6 +58,20 @@ double SparseRows::multiplyBothWays(const double* v, double s, double* u, double
     for (int k = at[i]; k < at[i + 1]; ++k) w[j[k]] += a[k] * sum;
   }
   return square;
+}
+
+void SparseRows::residual(const double* b, const double* x, double* r) const {
+  for (int i = 0; i < height; ++i) {
+    double sum = b[i], rest = 0.0;
+    for (int k = start[i]; k < start[i + 1]; ++k) {
+      const ExactProduct term(-value[k], x[index[k]]);
+      const double next = sum + term.high;
+      const double part = next - sum;
+      rest += ((sum - (next - part)) + (term.high - part)) + term.low;
+      sum = next;
+    }
+    r[i] = sum + rest;
+  }
 }
 
 SparseRows SparseRows::transposed() const {

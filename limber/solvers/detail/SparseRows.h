@@ -23,6 +23,8 @@ struct SparseRows {
   void multiplyTransposed(const double* x, double* y) const;
   /// u = A v - s u for each row, then w = A^T u, in one pass. Returns |u|^2.
   double multiplyBothWays(const double* v, double s, double* u, double* w) const;
+  /// r = b - A x, each element as if summed in twice the precision (Dekker 1971; Ogita, Rump and Oishi 2005).
+  void residual(const double* b, const double* x, double* r) const;
   SparseRows transposed() const;
   /// Sorts the rows and adds up what stands at the same place.
   void tidy();

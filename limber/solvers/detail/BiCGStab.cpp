@@ -1,0 +1,171 @@
+#include "limber/solvers/detail/BiCGStab.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "limber/solvers/detail/Array.h"
+#include "limber/solvers/detail/FixedSums.h"
+#include "limber/solvers/detail/LinearMap.h"
+
+namespace limber::detail {
+namespace {
+
+/// The work of one run.
+class Pass {
+ public:
+  Pass(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run)
+      : A_(A),
+        M_(M),
+        goal_(goal),
+        run_(run),
+        n_(A.height()),
+        r_(r),
+        d_(d),
+        shadow_(n_),
+        p_(n_),
+        v_(n_),
+        t_(n_),
+        pHat_(M ? n_ : 0),
+        sHat_(M ? n_ : 0),
+        best_(0) {
+    std::fill_n(d, n_, 0.0);
+    square_ = bestSquare_ = weighted();
+    plain_ = fixedDot(n_, r, r);
+    enough_ = goal.residual * goal.residual;
+    enoughPlain_ = plain_ * goal.relative * goal.relative;
+    bestPlain_ = plain_;
+  }
+
+  Outcome iterate();
+
+ private:
+  bool done() const { return square_ <= enough_ && plain_ <= enoughPlain_; }
+  double weighted() const {
+    const double *const w = goal_.weight, *const r = r_;
+    return w ? fixedSum(n_, [=](int i) { return w[i] * r[i] * r[i]; }) : fixedDot(n_, r, r);
+  }
+  const double* preconditioned(const Doubles& from, Doubles& to) {
+    if (!M_) return from.data();
+    return M_->apply(from.data(), to.data()) ? to.data() : nullptr;
+  }
+  const double* preconditionedResidual() {
+    if (!M_) return r_;
+    return M_->apply(r_, sHat_.data()) ? sHat_.data() : nullptr;
+  }
+  void restart();
+  /// d += step along, after r has changed: keeps the best iterate.
+  void advance(double step, const double* along);
+  Outcome step(bool* again);
+
+  LinearMap& A_;
+  Inverse* const M_;
+  const Goal& goal_;
+  SolveRun& run_;
+  const int n_;
+  double *const r_, *const d_;
+  Doubles shadow_, p_, v_, t_, pHat_, sHat_, best_;
+  double square_ = 0.0, bestSquare_ = 0.0, plain_ = 0.0, bestPlain_ = 0.0, enough_ = 0.0, enoughPlain_ = 0.0;
+  double rho_ = 1.0, alpha_ = 1.0, omega_ = 1.0;
+  bool ahead_ = true, fresh_ = true;
+};
+
+void Pass::restart() {
+  std::copy_n(r_, n_, shadow_.data());
+  std::copy_n(r_, n_, p_.data());
+  rho_ = fixedDot(n_, r_, r_);
+  fresh_ = false;
+}
+
+void Pass::advance(double step, const double* along) {
+  const double square = weighted();
+  plain_ = fixedDot(n_, r_, r_);
+  if (!(square <= bestSquare_) && ahead_) {
+    best_.resize(n_);
+    std::copy_n(d_, n_, best_.data());
+    ahead_ = false;
+  }
+  for (int i = 0; i < n_; ++i) d_[i] += step * along[i];
+  square_ = square;
+  if (square_ <= bestSquare_) {
+    bestSquare_ = square_;
+    ahead_ = true;
+  }
+}
+
+/// One iteration: two products. `again` stays true while there is more to do.
+Outcome Pass::step(bool* again) {
+  *again = false;
+  if (fresh_) restart();
+  const double* const pHat = preconditioned(p_, pHat_);
+  if (!pHat) return Outcome::preconditioner;
+  A_.multiply(pHat, v_.data());
+  const double along = fixedDot(n_, shadow_.data(), v_.data());
+  if (!std::isfinite(along)) return Outcome::overflow;
+  if (along == 0.0) return Outcome::stuck;
+  alpha_ = rho_ / along;
+  for (int i = 0; i < n_; ++i) r_[i] -= alpha_ * v_[i];
+  advance(alpha_, pHat);
+  if (!std::isfinite(square_)) return Outcome::overflow;
+  if (done()) return Outcome::done;
+
+  const double* const sHat = preconditionedResidual();
+  if (!sHat) return Outcome::preconditioner;
+  A_.multiply(sHat, t_.data());
+  const double tt = fixedDot(n_, t_.data(), t_.data());
+  if (!std::isfinite(tt)) return Outcome::overflow;
+  if (!(tt > 0.0)) return Outcome::stuck;
+  omega_ = fixedDot(n_, t_.data(), r_) / tt;
+  for (int i = 0; i < n_; ++i) r_[i] -= omega_ * t_[i];
+  advance(omega_, sHat);
+  if (!std::isfinite(square_)) return Outcome::overflow;
+
+  const double rho = fixedDot(n_, shadow_.data(), r_);
+  const double size = std::sqrt(plain_) * fixedNorm(n_, shadow_.data());
+  *again = true;
+  if (!(std::fabs(rho) > 1e-14 * size) || omega_ == 0.0) {
+    fresh_ = true;
+    return Outcome::stuck;
+  }
+  const double beta = (rho / rho_) * (alpha_ / omega_);
+  rho_ = rho;
+  for (int i = 0; i < n_; ++i) p_[i] = r_[i] + beta * (p_[i] - omega_ * v_[i]);
+  return Outcome::stuck;
+}
+
+Outcome Pass::iterate() {
+  const int patience = std::clamp(n_ / 2, 100, 5000);
+  int sinceGain = 0;
+  double gain = square_;
+  Outcome outcome = Outcome::stuck;
+  for (int k = 0; k < goal_.iterations; ++k) {
+    if (done()) {
+      outcome = Outcome::done;
+      break;
+    }
+    if (run_.mustEnd()) {
+      outcome = run_.whyEnded();
+      break;
+    }
+    bool again = true;
+    outcome = step(&again);
+    run_.step(std::sqrt(square_));
+    if (!again) break;
+    ++sinceGain;
+    if (square_ < 0.96 * gain) {
+      gain = square_;
+      sinceGain = 0;
+    }
+    if (sinceGain > patience || square_ > 1e24 * gain) break;
+  }
+  if (outcome == Outcome::stuck && done()) outcome = Outcome::done;
+  if (!ahead_) std::copy_n(best_.data(), n_, d_);
+  return outcome;
+}
+
+}  // namespace
+
+Outcome biCGStab(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run) {
+  return Pass(A, M, r, d, goal, run).iterate();
+}
+
+}  // namespace limber::detail

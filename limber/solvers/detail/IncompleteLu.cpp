@@ -1,0 +1,65 @@
+#include "limber/solvers/detail/IncompleteLu.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "limber/solvers/detail/SolveRun.h"
+
+namespace limber::detail {
+
+bool IncompleteLu::factor(const SparseRows& A) {
+  factors_ = A;
+  const int n = A.height;
+  const Ints &start = factors_.start, &index = factors_.index;
+  Doubles& value = factors_.value;
+  diagonal_.assign(n, -1);
+  inverse_.assign(n, 0.0);
+  for (int i = 0; i < n; ++i) {
+    for (int k = start[i]; k < start[i + 1]; ++k) {
+      if (index[k] == i) diagonal_[i] = k;
+    }
+    if (diagonal_[i] < 0) return false;
+  }
+  Ints place(n, -1);
+  for (int i = 0; i < n; ++i) {
+    double largest = 0.0;
+    for (int k = start[i]; k < start[i + 1]; ++k) {
+      place[index[k]] = k;
+      largest = std::max(largest, std::fabs(value[k]));
+    }
+    for (int k = start[i]; k < diagonal_[i]; ++k) {
+      const int j = index[k];
+      const double factor = value[k] *= inverse_[j];
+      if (factor == 0.0) continue;
+      for (int e = diagonal_[j] + 1; e < start[j + 1]; ++e) {
+        const int at = place[index[e]];
+        if (at >= 0) value[at] -= factor * value[e];
+      }
+    }
+    double& pivot = value[diagonal_[i]];
+    if (!(std::fabs(pivot) > 1e-8 * largest)) pivot = pivot < 0.0 ? -1e-2 * largest : 1e-2 * largest;
+    inverse_[i] = pivot != 0.0 ? 1.0 / pivot : 1.0;
+    for (int k = start[i]; k < start[i + 1]; ++k) place[index[k]] = -1;
+  }
+  return allFinite(value.size(), value.data());
+}
+
+bool IncompleteLu::apply(const double* r, double* z) {
+  const int n = factors_.height;
+  const int* const start = factors_.start.data();
+  const int* const index = factors_.index.data();
+  const double* const value = factors_.value.data();
+  for (int i = 0; i < n; ++i) {
+    double sum = r[i];
+    for (int k = start[i]; k < diagonal_[i]; ++k) sum -= value[k] * z[index[k]];
+    z[i] = sum;
+  }
+  for (int i = n - 1; i >= 0; --i) {
+    double sum = z[i];
+    for (int k = diagonal_[i] + 1; k < start[i + 1]; ++k) sum -= value[k] * z[index[k]];
+    z[i] = sum * inverse_[i];
+  }
+  return true;
+}
+
+}  // namespace limber::detail

@@ -1,0 +1,209 @@
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <typeinfo>
+#include <utility>
+
+#include "limber/solvers/Preconditioner.h"
+#include "limber/solvers/detail/Corrections.h"
+#include "limber/solvers/detail/FixedSums.h"
+#include "limber/solvers/detail/Lsmr.h"
+#include "limber/solvers/detail/SolveMethods.h"
+#include "limber/solvers/detail/SparseQr.h"
+
+namespace limber::detail {
+namespace {
+
+/// Per column, the exponent that brings its largest entry near 1, and one over its norm then.
+void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms) {
+  const int n = rows.width;
+  Doubles largest(n);
+  for (int k = 0; k < rows.entries(); ++k) {
+    largest[rows.index[k]] = std::max(largest[rows.index[k]], std::fabs(rows.value[k]));
+  }
+  powers->resize(n);
+  for (int j = 0; j < n; ++j) (*powers)[j] = -exponentOf(largest[j]);
+  inverseNorms->assign(n, 0.0);
+  for (int k = 0; k < rows.entries(); ++k) {
+    const int j = rows.index[k];
+    const double v = timesPowerOfTwo(rows.value[k], (*powers)[j]);
+    (*inverseNorms)[j] += v * v;
+  }
+  for (double& v : *inverseNorms) v = v > 0.0 ? 1.0 / std::sqrt(v) : 1.0;
+}
+
+/// Per row, the exponent that brings its largest entry near 1.
+Ints rowPowers(const SparseRows& rows) {
+  Ints powers(rows.height);
+  for (int i = 0; i < rows.height; ++i) {
+    powers[i] = -largestExponent(rows.start[i + 1] - rows.start[i], rows.value.data() + rows.start[i]);
+  }
+  return powers;
+}
+
+/// LSMR on a map whose unknowns stand for 2^columns S as much of the system's, and whose rows are scaled by
+/// 2^rows, again and again from where it is, while that helps.
+struct LsmrRun {
+  LinearSystem& system;
+  LinearMap& map;
+  Ints rows, columns;
+  const Doubles* scale = nullptr;
+  SparseQr* qr = nullptr;
+  Doubles work = Doubles();
+
+  Outcome solve(int iterations, bool once);
+  void unscale(const double* from, int power, double* to);
+};
+
+void LsmrRun::unscale(const double* from, int power, double* to) {
+  const int n = system.width;
+  if (qr) {
+    work.resize(n);
+    qr->solve(from, work.data());
+    from = work.data();
+  }
+  for (int j = 0; j < n; ++j) {
+    const double v = scale ? (*scale)[j] * from[j] : from[j];
+    to[j] = timesPowerOfTwo(v, power + (columns.size() > 0 ? columns[j] : 0));
+  }
+}
+
+Outcome LsmrRun::solve(int iterations, bool once) {
+  const int m = system.height, n = system.width;
+  Doubles u(m), d(n), step(n), gradient(n), tryR(m), tryG(n);
+  Outcome outcome = Outcome::stuck;
+  const int last = lastIteration(system, iterations);
+  while (!system.ended() && system.run.iterations < last) {
+    const double before = system.residual;
+    for (int i = 0; i < m; ++i) {
+      u[i] = rows.size() > 0 ? timesPowerOfTwo(system.r[i], rows[i]) : system.r[i];
+    }
+    const int power = largestExponent(m, u.data());
+    scaleByPowerOfTwo(m, u.data(), -power);
+    map.multiplyTransposed(u.data(), gradient.data());
+    const double start = safeNorm(n, gradient.data());
+    if (!(start > 0.0) || !std::isfinite(start)) return Outcome::stuck;
+    LsmrGoal goal;
+    goal.iterations = last - system.run.iterations;
+    goal.residual = start * 0.9 * std::min(system.goal / before, 1.0);
+    goal.ratio = before / start;
+    goal.truth = system.goal;
+    goal.check = [&](const double* at) {
+      unscale(at, power, step.data());
+      for (int j = 0; j < n; ++j) step[j] += system.x[j];
+      return system.measure(step.data(), tryR.data(), tryG.data());
+    };
+    outcome = lsmr(map, u.data(), d.data(), goal, system.run).outcome;
+    unscale(d.data(), power, step.data());
+    if (!system.improve(step.data()) || once || !(system.residual <= 0.5 * before)) break;
+  }
+  return outcome;
+}
+
+/// Conjugate gradients on A^T A x = A^T b behind the caller's preconditioner.
+Outcome preconditionedNormal(LinearSystem& system, int iterations) {
+  NormalMap map(*system.map);
+  const int n = system.width;
+  ForeignInverse inverse(foreignPreconditioner(system), n);
+  Doubles u(n), d(n);
+  Outcome outcome = Outcome::stuck;
+  const int last = lastIteration(system, iterations);
+  while (!system.ended() && system.run.iterations < last) {
+    const double before = system.residual;
+    u = system.g;
+    const int power = largestExponent(n, u.data());
+    scaleByPowerOfTwo(n, u.data(), -power);
+    Goal goal;
+    goal.iterations = last - system.run.iterations;
+    goal.residual = 0.999 * timesPowerOfTwo(system.goal, -power);
+    goal.relative = HUGE_VAL;
+    system.run.unit += power;
+    outcome = conjugateGradients(map, &inverse, u.data(), d.data(), goal, system.run);
+    system.run.unit -= power;
+    scaleByPowerOfTwo(n, d.data(), power);
+    if (!system.improve(d.data()) || !(system.residual <= 0.5 * before)) break;
+  }
+  return outcome;
+}
+
+}  // namespace
+
+Preconditioner* foreignPreconditioner(const LinearSystem& system) {
+  return wantsIdentity(system) ? nullptr : system.run.options.preconditioner;
+}
+
+bool wantsIdentity(const LinearSystem& system) {
+  const Preconditioner* const given = system.run.options.preconditioner;
+  return given && typeid(*given) == typeid(Preconditioner);
+}
+
+int firstBudget(const LinearSystem& system) {
+  return system.haveRows ? std::max(system.width, 200) : system.run.limit;
+}
+
+Outcome scaledLsmr(LinearSystem& system, int iterations) {
+  if (!system.haveRows || wantsIdentity(system)) {
+    LsmrRun run{system, *system.map, {}, {}};
+    return run.solve(iterations, false);
+  }
+  SparseRows scaled = system.rows;
+  Ints rows, columns;
+  Doubles norms;
+  if (system.height < system.width) {
+    rows = rowPowers(system.rows);
+    norms.assign(system.width, 1.0);
+  } else {
+    scaleColumns(system.rows, &columns, &norms);
+  }
+  scaled.scale(rows.size() > 0 ? rows.data() : nullptr, columns.size() > 0 ? columns.data() : nullptr);
+  ScaledColumnsMap map(scaled, std::move(norms));
+  LsmrRun run{system, map, std::move(rows), std::move(columns), &map.scale()};
+  const Outcome outcome = run.solve(iterations, false);
+  system.map->products += map.products;
+  return outcome;
+}
+
+bool conditionedLsmr(LinearSystem& system, Outcome* outcome) {
+  if (!system.haveRows) return false;
+  try {
+    Elimination elimination;
+    if (!eliminateColumns(system.rows, Allowance(), &elimination)) return false;
+    SparseRows scaled = system.rows;
+    Ints columns;
+    Doubles norms;
+    scaleColumns(system.rows, &columns, &norms);
+    scaled.scale(nullptr, columns.data());
+    for (int k = 0; k < scaled.entries(); ++k) scaled.value[k] *= norms[scaled.index[k]];
+    RowsMap map(scaled);
+    system.precise = true;
+    const double n = std::max(system.width, 10);
+    for (const double tiny : {2.2e-16 * std::sqrt(n), 1e-11}) {
+      SparseQr qr;
+      qr.factor(scaled, elimination, tiny);
+      ConditionedMap conditioned(map, qr);
+      LsmrRun run{system, conditioned, {}, columns, &norms, &qr};
+      for (int repeat = 0; repeat < 6 && !system.ended(); ++repeat) {
+        const double before = system.residual;
+        *outcome = run.solve(50, true);
+        if (!(system.residual <= 0.5 * before)) break;
+      }
+      system.map->products += conditioned.products;
+      if (system.ended()) break;
+    }
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+Outcome solveByLeastSquares(LinearSystem& system) {
+  Outcome outcome = Outcome::stuck;
+  if (foreignPreconditioner(system)) outcome = preconditionedNormal(system, firstBudget(system));
+  if (!system.ended()) outcome = scaledLsmr(system, firstBudget(system));
+  if (!system.ended() && !conditionedLsmr(system, &outcome)) {
+    outcome = scaledLsmr(system, system.run.limit);
+  }
+  return system.run.mustEnd() ? system.run.whyEnded() : outcome;
+}
+
+}  // namespace limber::detail

@@ -1,0 +1,30 @@
+#pragma once
+
+/// @file
+/// The methods of the front door, each from where the system is to where it gets. They return how they ended;
+/// the system knows whether it is solved.
+
+#include "limber/solvers/detail/LinearSystem.h"
+
+namespace limber::detail {
+
+/// min |A x - b|.
+Outcome solveByLeastSquares(LinearSystem& system);
+/// A x = b for a symmetric positive definite A.
+Outcome solveDefinite(LinearSystem& system);
+/// A x = b.
+Outcome solveAnySquare(LinearSystem& system);
+
+/// The least-squares methods one by one: LSMR with scaled columns, and LSMR behind a QR factor. The second
+/// one is false where the factor costs too much.
+Outcome scaledLsmr(LinearSystem& system, int iterations);
+bool conditionedLsmr(LinearSystem& system, Outcome* outcome);
+
+/// The caller's preconditioner, null where it is the identity or there is none.
+Preconditioner* foreignPreconditioner(const LinearSystem& system);
+/// Whether the caller asks for no preconditioner.
+bool wantsIdentity(const LinearSystem& system);
+/// Iterations for a first method before a factorization is worth a try.
+int firstBudget(const LinearSystem& system);
+
+}  // namespace limber::detail

@@ -1,0 +1,28 @@
+#pragma once
+
+/// @file
+/// The sparse Cholesky factor.
+
+#include "limber/solvers/detail/Elimination.h"
+#include "limber/solvers/detail/LinearMap.h"
+
+namespace limber::detail {
+
+/// P A P^T = L L^T for a symmetric A with a diagonal near 1, column by column (left-looking). A pivot next to
+/// zero, as semidefinite matrices have, becomes 1 and its column is left out.
+class SparseCholesky final : public Inverse {
+ public:
+  /// False for a pivot so far below zero that A is not positive semidefinite.
+  bool factor(const SparseRows& A, Elimination elimination);
+  bool apply(const double* r, double* z) override;
+  /// Pivots that were next to zero.
+  int defects() const { return defects_; }
+
+ private:
+  void gatherColumn(const SparseRows& A, int k, Doubles* column) const;
+  Elimination shape_;
+  Doubles diagonal_, value_, work_;
+  int defects_ = 0;
+};
+
+}  // namespace limber::detail

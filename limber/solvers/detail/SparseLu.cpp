@@ -1,0 +1,131 @@
+#include "limber/solvers/detail/SparseLu.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "limber/solvers/detail/SolveRun.h"
+#include "limber/solvers/detail/SparseRows.h"
+
+namespace limber::detail {
+
+/// All rows that column j of A reaches through the columns of L that are there, depth first.
+void SparseLu::reach(const SparseRows& columns, int j) {
+  top_ = n_;
+  for (int e = columns.start[j]; e < columns.start[j + 1]; ++e) {
+    if (mark_[columns.index[e]] == j) continue;
+    int depth = 0;
+    stack_[0] = columns.index[e];
+    while (depth >= 0) {
+      const int i = stack_[depth];
+      const int k = position_[i];
+      if (mark_[i] != j) {
+        mark_[i] = j;
+        next_[depth] = k < 0 ? 0 : lowerStart_[k];
+      }
+      const int end = k < 0 ? 0 : lowerStart_[k + 1];
+      bool deeper = false;
+      while (next_[depth] < end && !deeper) {
+        const int below = lowerIndex_[next_[depth]++];
+        if (mark_[below] == j) continue;
+        stack_[++depth] = below;
+        deeper = true;
+      }
+      if (deeper) continue;
+      found_[--top_] = i;
+      --depth;
+    }
+  }
+}
+
+/// The row of the largest element among those that are not chosen yet; the diagonal where that is as good.
+int SparseLu::pivotRow(int j) const {
+  int best = -1;
+  double largest = 0.0;
+  for (int t = top_; t < n_; ++t) {
+    const int i = found_[t];
+    if (position_[i] >= 0) continue;
+    const double size = std::fabs(work_[i]);
+    if (size > largest || (size == largest && i == j)) {
+      largest = size;
+      best = i;
+    }
+  }
+  return largest > 0.0 ? best : -1;
+}
+
+bool SparseLu::factor(const SparseRows& A, const Allowance& allowance) {
+  n_ = A.height;
+  const SparseRows columns = A.transposed();
+  orderColumns(A, &order_);
+  position_.assign(n_, -1);
+  lowerStart_.assign(n_ + 1, 0);
+  upperStart_.assign(n_ + 1, 0);
+  pivot_.assign(n_, 1.0);
+  work_.assign(n_, 0.0);
+  found_.assign(n_, 0);
+  stack_.assign(n_, 0);
+  next_.assign(n_, 0);
+  mark_.assign(n_, -1);
+  double operations = 0.0;
+  for (int k = 0; k < n_; ++k) {
+    const int j = order_[k];
+    lowerStart_[k + 1] = lowerStart_[k];
+    reach(columns, j);
+    for (int e = columns.start[j]; e < columns.start[j + 1]; ++e) {
+      work_[columns.index[e]] = columns.value[e];
+    }
+    for (int t = top_; t < n_; ++t) {
+      const int i = found_[t];
+      const int column = position_[i];
+      const double x = work_[i];
+      if (column < 0) continue;
+      upperIndex_.push(column);
+      upper_.push(x);
+      work_[i] = 0.0;
+      const int end = lowerStart_[column + 1];
+      operations += 2.0 * (end - lowerStart_[column]) + 1.0;
+      for (int e = lowerStart_[column]; e < end; ++e) work_[lowerIndex_[e]] -= lower_[e] * x;
+    }
+    upperStart_[k + 1] = upper_.size();
+    int chosen = pivotRow(j);
+    if (chosen < 0) {
+      ++defects_;
+      while (position_[freeRow_] >= 0) ++freeRow_;
+      chosen = freeRow_;
+    } else {
+      pivot_[k] = work_[chosen];
+    }
+    position_[chosen] = k;
+    for (int t = top_; t < n_; ++t) {
+      const int i = found_[t];
+      if (position_[i] < 0 && work_[i] != 0.0) {
+        lowerIndex_.push(i);
+        lower_.push(work_[i] / pivot_[k]);
+      }
+      work_[i] = 0.0;
+    }
+    lowerStart_[k + 1] = lower_.size();
+    if (lower_.size() + static_cast<double>(upper_.size()) > allowance.entries) return false;
+    if (operations > allowance.operations) return false;
+  }
+  for (int& i : lowerIndex_) i = position_[i];
+  return true;
+}
+
+bool SparseLu::apply(const double* r, double* z) {
+  for (int i = 0; i < n_; ++i) work_[position_[i]] = r[i];
+  for (int k = 0; k < n_; ++k) {
+    const double y = work_[k];
+    if (y == 0.0) continue;
+    for (int e = lowerStart_[k]; e < lowerStart_[k + 1]; ++e) work_[lowerIndex_[e]] -= lower_[e] * y;
+  }
+  for (int k = n_ - 1; k >= 0; --k) {
+    const double y = work_[k] /= pivot_[k];
+    if (y == 0.0) continue;
+    for (int e = upperStart_[k]; e < upperStart_[k + 1]; ++e) work_[upperIndex_[e]] -= upper_[e] * y;
+  }
+  for (int k = 0; k < n_; ++k) z[order_[k]] = work_[k];
+  return allFinite(n_, z);
+}
+
+}  // namespace limber::detail

@@ -1,0 +1,109 @@
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <utility>
+
+#include "limber/solvers/detail/BiCGStab.h"
+#include "limber/solvers/detail/Corrections.h"
+#include "limber/solvers/detail/IncompleteLu.h"
+#include "limber/solvers/detail/SolveMethods.h"
+#include "limber/solvers/detail/SparseLu.h"
+#include "limber/solvers/detail/Transversal.h"
+
+namespace limber::detail {
+namespace {
+
+/// The system with its rows put in an order that leaves no zero on the diagonal where that is possible, and
+/// rows and columns scaled so that their largest entries are near 1.
+struct Arranged {
+  SparseRows rows;
+  Units units;
+  /// Columns that have an entry on the diagonal.
+  int matched = 0;
+
+  explicit Arranged(const SparseRows& A) {
+    const int n = A.height;
+    Ints columns(n), rowPower(n);
+    for (int i = 0; i < n; ++i) {
+      rowPower[i] = -largestExponent(A.start[i + 1] - A.start[i], A.value.data() + A.start[i]);
+    }
+    Doubles largest(n);
+    for (int i = 0; i < n; ++i) {
+      for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
+        const double v = std::fabs(timesPowerOfTwo(A.value[k], rowPower[i]));
+        largest[A.index[k]] = std::max(largest[A.index[k]], v);
+      }
+    }
+    for (int j = 0; j < n; ++j) columns[j] = -exponentOf(largest[j]);
+    SparseRows scaled = A;
+    scaled.scale(rowPower.data(), columns.data());
+    matched = transversal(scaled, &units.order);
+
+    rows.height = rows.width = n;
+    rows.start.reserve(n + 1);
+    rows.index.reserve(A.entries());
+    rows.value.reserve(A.entries());
+    rows.start.push(0);
+    units.rows.resize(n);
+    for (int k = 0; k < n; ++k) {
+      const int i = units.order[k];
+      units.rows[k] = rowPower[i];
+      for (int e = scaled.start[i]; e < scaled.start[i + 1]; ++e) {
+        rows.index.push(scaled.index[e]);
+        rows.value.push(scaled.value[e]);
+      }
+      rows.start.push(rows.index.size());
+    }
+    units.columns = std::move(columns);
+  }
+};
+
+Outcome correctByBiCGStab(LinearSystem& system, const Units& units, LinearMap& map, Inverse* inverse,
+                          int iterations) {
+  const Outcome outcome = correct(system, units, iterations, [&](double* r, double* d, const Goal& goal) {
+    return biCGStab(map, inverse, r, d, goal, system.run);
+  });
+  if (&map != system.map.get()) system.map->products += map.products;
+  return outcome;
+}
+
+/// False where the factor costs too much.
+bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, Outcome* outcome) {
+  try {
+    SparseLu lu;
+    if (!lu.factor(arranged.rows, Allowance())) return false;
+    system.precise = true;
+    RowsMap map(arranged.rows);
+    *outcome = correctByBiCGStab(system, arranged.units, map, &lu, 20);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+Outcome solveAnySquare(LinearSystem& system) {
+  Outcome outcome = Outcome::stuck;
+  const int budget = firstBudget(system);
+  if (foreignPreconditioner(system) || wantsIdentity(system) || !system.haveRows) {
+    ForeignInverse foreign(foreignPreconditioner(system), system.width);
+    Inverse* const inverse = foreignPreconditioner(system) ? &foreign : nullptr;
+    outcome = correctByBiCGStab(system, Units(), *system.map, inverse, budget);
+    if (!system.ended() && !system.haveRows) outcome = scaledLsmr(system, system.run.limit);
+  }
+  if (!system.haveRows || system.ended()) return outcome;
+
+  const Arranged arranged(system.rows);
+  IncompleteLu incomplete;
+  RowsMap map(arranged.rows);
+  const bool factored = incomplete.factor(arranged.rows);
+  outcome = correctByBiCGStab(system, arranged.units, map, factored ? &incomplete : nullptr, budget / 2);
+  bool tried = false;
+  if (!system.ended()) tried = factoredBiCGStab(system, arranged, &outcome);
+  if (!system.ended()) tried = conditionedLsmr(system, &outcome) || tried;
+  if (!system.ended() && !tried) outcome = scaledLsmr(system, system.run.limit);
+  return system.run.mustEnd() ? system.run.whyEnded() : outcome;
+}
+
+}  // namespace limber::detail
