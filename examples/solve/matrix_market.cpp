@@ -113,8 +113,22 @@ double mostCharacters(const std::string& file) {
   return packed ? length * bestCompression : length;
 }
 
+/// A run of rows: first, ..., end - 1.
+struct Run {
+  int first, end;
+  bool has(int row) const { return row >= first && row < end; }
+  int count() const { return end - first; }
+};
+
+Run kept(const RowSelection& keep, int rows) {
+  if (!keep) return {0, rows};
+  const auto [first, end] = keep(rows);
+  return {first, end};
+}
+
 /// Holds the declared sizes against the file and the memory before anything of that size is allocated.
-void check(LineReader& in, const Banner& banner, const Size& size) {
+/// `share` is the part of the rows that is kept.
+void check(LineReader& in, const Banner& banner, const Size& size, double share) {
   const double entries = static_cast<double>(size.entries);
   // "1 1", "1 1 5" or "5", each with a line end, but for the last.
   const double shortest = banner.format == Format::Array ? 2.0 : banner.field == Field::Pattern ? 4.0 : 6.0;
@@ -133,14 +147,14 @@ void check(LineReader& in, const Banner& banner, const Size& size) {
   const double mirrored = banner.symmetry == Symmetry::General ? 1.0 : 2.0;
   const double bytes = entries * mirrored * (sizeof(Entry) + 12.0) + size.rows * 8.0 +
                        8.0 * 8.0 * (static_cast<double>(size.rows) + size.columns);
-  requireMemory(in.file(), bytes);
+  requireMemory(in.file(), share * bytes);
 }
 
 /// Reads the entries that the size line declares.
 class EntryReader {
  public:
-  EntryReader(LineReader& in, const Banner& banner, const Size& size, std::vector<Entry>& entries)
-      : in_(in), banner_(banner), size_(size), entries_(entries) {}
+  EntryReader(LineReader& in, const Banner& banner, const Size& size, Run kept, std::vector<Entry>& entries)
+      : in_(in), banner_(banner), size_(size), kept_(kept), entries_(entries) {}
 
   void read() {
     constexpr long long most = 1 << 20;  // the rest is allocated when it is there
@@ -200,8 +214,8 @@ class EntryReader {
   }
 
   void add(int i, int j, double value) {
-    entries_.push_back({i, j, value});
-    if (banner_.symmetry == Symmetry::General || i == j) return;
+    if (kept_.has(i)) entries_.push_back({i, j, value});
+    if (banner_.symmetry == Symmetry::General || i == j || !kept_.has(j)) return;
     entries_.push_back({j, i, banner_.symmetry == Symmetry::Skew ? -value : value});
   }
 
@@ -212,16 +226,18 @@ class EntryReader {
   LineReader& in_;
   const Banner& banner_;
   const Size& size_;
+  const Run kept_;
   std::vector<Entry>& entries_;
 };
 
 /// The rest of the file behind a banner that was read.
-void readBody(LineReader& in, const Banner& banner, SparseProblem& problem) {
+void readBody(LineReader& in, const Banner& banner, const RowSelection& keep, SparseProblem& problem) {
   const Size size = readSize(in, banner);
-  check(in, banner, size);
+  const Run rows = kept(keep, size.rows);
+  check(in, banner, size, static_cast<double>(rows.count()) / size.rows);
   problem.rows = size.rows;
   problem.columns = size.columns;
-  EntryReader(in, banner, size, problem.entries).read();
+  EntryReader(in, banner, size, rows, problem.entries).read();
   const std::size_t repeated = sortAndAddUp(&problem.entries);
   for (const Entry& entry : problem.entries) {
     if (!std::isfinite(entry.value)) {
@@ -237,18 +253,20 @@ void readBody(LineReader& in, const Banner& banner, SparseProblem& problem) {
 }
 
 /// The first line with a word was begun; it may be a comment.
-std::vector<double> readPlainNumbers(LineReader& in, int size) {
+std::vector<double> readPlainNumbers(LineReader& in, int size, Run kept) {
   in.setComment('%');
   if (in.peek() && *in.peek() == '%') in.nextLine();
   std::vector<double> values;
-  while (in.peek() || in.nextLine()) {
-    if (static_cast<int>(values.size()) == size) {
+  int read = 0;
+  for (; in.peek() || in.nextLine(); read++) {
+    if (read == size) {
       in.unexpected("the end of the file behind number " + to_string(size), in.peek());
     }
-    values.push_back(in.finite("a finite real number"));
+    const double value = in.finite("a finite real number");
+    if (kept.has(read)) values.push_back(value);
   }
-  if (static_cast<int>(values.size()) < size) {
-    in.fail("expected number " + to_string(values.size() + 1) + " of " + to_string(size) +
+  if (read < size) {
+    in.fail("expected number " + to_string(read + 1) + " of " + to_string(size) +
             ", found the end of the file");
   }
   return values;
@@ -256,30 +274,32 @@ std::vector<double> readPlainNumbers(LineReader& in, int size) {
 
 }  // namespace
 
-SparseProblem readMatrix(const std::string& file, const char* searchPath) {
+SparseProblem readMatrix(const std::string& file, const char* searchPath, const RowSelection& keep) {
   LineReader in(file.c_str(), searchPath);
   SparseProblem problem;
   problem.path = in.file();
   if (!in.nextLine()) in.fail("expected a Matrix Market file, found the end of the file");
   const Banner banner = readBanner(in);
-  readBody(in, banner, problem);
+  readBody(in, banner, keep, problem);
   return problem;
 }
 
-std::vector<double> readVector(const std::string& file, const char* searchPath, int size,
-                               std::string* found) {
+std::vector<double> readVector(const std::string& file, const char* searchPath, int size, std::string* found,
+                               const RowSelection& keep) {
   LineReader in(file.c_str(), searchPath);
   *found = in.file();
-  if (!in.nextLine() || lower(in.peek()) != bannerBegins) return readPlainNumbers(in, size);
+  if (!in.nextLine() || lower(in.peek()) != bannerBegins) return readPlainNumbers(in, size, kept(keep, size));
   const Banner banner = readBanner(in);
   SparseProblem column;
-  readBody(in, banner, column);
+  readBody(in, banner, keep, column);
   if (column.rows != size || column.columns != 1) {
     throw InputError(in.file(), 0,
                      "expected a right-hand side of " + to_string(size) + " x 1, found " +
                          to_string(column.rows) + " x " + to_string(column.columns));
   }
-  std::vector<double> values(static_cast<std::size_t>(size));
-  for (const Entry& entry : column.entries) values[static_cast<std::size_t>(entry.row)] = entry.value;
+  const Run rows = kept(keep, size);
+  std::vector<double> values(static_cast<std::size_t>(rows.count()));
+  for (const Entry& entry : column.entries)
+    values[static_cast<std::size_t>(entry.row - rows.first)] = entry.value;
   return values;
 }

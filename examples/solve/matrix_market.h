@@ -1,17 +1,24 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "problem.h"
+
+/// Of so many rows, the first one that is kept and the one behind the last that is. Empty: all are kept.
+using RowSelection = std::function<std::pair<int, int>(int rows)>;
 
 /// Reads a matrix from a Matrix Market file, plain or gzip-compressed: coordinate or array; real, integer or
 /// pattern (every entry is 1); general, symmetric or skew-symmetric. Explicit zeros of a coordinate file are
 /// entries. Entries may come in any order; those of one place are added up, with a note. The sizes that the
 /// file declares are held against its length and the memory at hand before anything is allocated.
-/// `searchPath` may be null. Throws InputError, and std::bad_alloc when memory ends.
-SparseProblem readMatrix(const std::string& file, const char* searchPath);
+/// `searchPath` may be null. Entries of rows that are not kept are read and forgotten; the rows keep their
+/// numbers. Throws InputError, and std::bad_alloc when memory ends.
+SparseProblem readMatrix(const std::string& file, const char* searchPath, const RowSelection& keep = {});
 
 /// Reads `size` numbers: words separated by white space, or a Matrix Market file of one column, coordinate or
-/// array. `found` receives the name of the file that was opened.
-std::vector<double> readVector(const std::string& file, const char* searchPath, int size, std::string* found);
+/// array. `found` receives the name of the file that was opened. The result holds the numbers that are kept.
+std::vector<double> readVector(const std::string& file, const char* searchPath, int size, std::string* found,
+                               const RowSelection& keep = {});

@@ -8,6 +8,12 @@ if(TARGET limber_petsc)
                      $<TARGET_FILE:test_petsc>)
     set_tests_properties(Petsc.On${processes}Processes PROPERTIES LABELS mpi TIMEOUT 300)
   endforeach()
+  if(TARGET solve_distributed AND TARGET solve)
+    add_test(NAME Petsc.SolveDistributed
+             COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/petsc/solve_distributed.py ${MPIEXEC_EXECUTABLE}
+                     $<TARGET_FILE:solve_distributed> $<TARGET_FILE:solve> ${PROJECT_SOURCE_DIR}/examples/data)
+    set_tests_properties(Petsc.SolveDistributed PROPERTIES LABELS mpi TIMEOUT 300)
+  endif()
 else()
   add_test(NAME Petsc.OnSeveralProcesses COMMAND sh -c "echo 'skipped: MPI or PETSc is not installed'; exit 77")
   set_tests_properties(Petsc.OnSeveralProcesses PROPERTIES LABELS mpi SKIP_RETURN_CODE 77)

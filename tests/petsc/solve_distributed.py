@@ -1,0 +1,95 @@
+#!/usr/bin/env python3
+"""Runs examples/solve_distributed as a user would.
+
+solve_distributed.py MPIEXEC PROGRAM SOLVE EXAMPLE-DATA"""
+import os
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+mpiexec, program, serial, data = sys.argv[1:]
+failures = 0
+
+
+def check(condition, what):
+    global failures
+    if not condition:
+        failures += 1
+        print("failed:", what)
+
+
+def run(processes, *arguments):
+    command = [mpiexec, "--allow-run-as-root", "--oversubscribe", "-n", str(processes), program, *arguments]
+    done = subprocess.run(command, capture_output=True, text=True, timeout=120)
+    return done.returncode, done.stdout, done.stderr
+
+
+def numbers(path):
+    with open(path, encoding="utf-8") as file:
+        lines = [line for line in file if not line.startswith("%")]
+    return [float(line) for line in lines[1:]]
+
+
+def children(pid):
+    listed = subprocess.run(["ps", "--ppid", str(pid), "-o", "pid="], capture_output=True, text=True).stdout.split()
+    return [int(child) for child in listed]
+
+
+with tempfile.TemporaryDirectory() as folder:
+    matrix, b = os.path.join(data, "survey_network.mtx.gz"), os.path.join(data, "survey_network_b.mtx.gz")
+    reference = os.path.join(folder, "serial.mtx")
+    subprocess.run([serial, "--ls", "-b", b, "-x", reference, matrix], check=True, stdout=subprocess.DEVNULL)
+    expected = numbers(reference)
+    size = sum(x * x for x in expected) ** 0.5
+    for processes in (1, 2, 3):
+        x = os.path.join(folder, f"x{processes}.mtx")
+        status, out, err = run(processes, "--ls", "-b", b, "-x", x, matrix)
+        check(status == 0 and out.count("solved after") == 1, f"{processes} processes: {status} {out} {err}")
+        error = sum((p - q) ** 2 for p, q in zip(numbers(x), expected)) ** 0.5
+        check(len(numbers(x)) == len(expected) and error <= 1e-8 * size, f"{processes} processes: error {error} beside {size}")
+
+    x = os.path.join(folder, "none.mtx")
+    bad = os.path.join(folder, "bad.mtx")
+    with open(bad, "w", encoding="utf-8") as file:
+        file.write("%%MatrixMarket matrix coordinate real general\n3 3 2\n1 1 1\n2 x 2\n")
+    for what, arguments, message in [("a missing file", ["nowhere.mtx", "-x", x], "nowhere.mtx"),
+                                     ("a bad line", [bad, "-x", x], "bad.mtx:4: "),
+                                     ("a matrix that is not square", ["--spd", matrix, "-x", x], "not square"),
+                                     ("an unknown option", ["--fast", matrix], "--fast")]:
+        status, out, err = run(2, *arguments)
+        check(status == 1 and err.count(message) == 1, f"{what}: {status} {err}")
+        check(not os.path.exists(x), f"{what}: a solution was written")
+    status, out, err = run(2, "--ls", matrix, "-x", "/dev/full")
+    check(status == 1 and "/dev/full" in err, f"a full disk: {status} {err}")
+    status, out, err = run(2, "-limber_ksp_type", "cgls", matrix)
+    check(status == 0, f"another method: {status} {out} {err}")
+
+    # A process that is killed ends the job.
+    side = 300
+    large = os.path.join(folder, "large.mtx")
+    with open(large, "w", encoding="utf-8") as file:
+        entries = [(i, i, 4) for i in range(side * side)]
+        entries += [(i, i - 1, -1) for i in range(side * side) if i % side] + [(i, i - side, -1) for i in range(side, side * side)]
+        file.write(f"%%MatrixMarket matrix coordinate real symmetric\n{side * side} {side * side} {len(entries)}\n")
+        file.writelines(f"{i + 1} {j + 1} {v}\n" for i, j, v in entries)
+    command = [mpiexec, "--allow-run-as-root", "--oversubscribe", "-n", "2", program, "--spd", "--relative", "0", "-x", x, large]
+    job = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    time.sleep(3.0)
+    solvers = children(job.pid)
+    check(len(solvers) == 2, f"processes of the job: {solvers}")
+    if solvers:
+        os.kill(solvers[-1], signal.SIGKILL)
+    began = time.time()
+    try:
+        out, err = job.communicate(timeout=30)
+        check(job.returncode != 0 and err.strip(), f"a killed process: {job.returncode}")
+        check(time.time() - began <= 10.0, "a killed process: the job took longer than 10 s to end")
+    except subprocess.TimeoutExpired:
+        job.kill()
+        check(False, "a killed process: the job goes on")
+    check(not os.path.exists(x), "a killed process: a solution was written")
+
+print("failed" if failures else "all as it should be")
+sys.exit(failures > 0)
