@@ -4,13 +4,15 @@
 #include <cmath>
 
 #include "limber/foundation/Output.h"
-#include "limber/linalg/SpMat.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/CGTuning.h"
-#include "limber/solvers/detail/BiCGPass.h"
 #include "limber/solvers/detail/CGTrace.h"
-#include "limber/solvers/detail/CGWork.h"
-#include "limber/solvers/detail/SolveCopy.h"
+#include "limber/solvers/detail/CreatedOnFirstUse.h"
+#include "limber/solvers/detail/SolveMatrix.h"
+#include "limber/solvers/detail/SolveWatch.h"
+#include "limber/solvers/detail/WorkVectors.h"
+
+using namespace limber::detail;
 
 double bicg_checkBiCG = 0.0;
 int bicg_numZeroSteps = 5;
@@ -18,16 +20,280 @@ double bicg_zeroStep = 0.01;
 
 namespace {
 
-int room() { return std::max(cgradMAXX, 0); }
+// More than half a percent between a value carried along and the one computed anew.
+bool roundedOff(double carried, double anew) { return std::fabs(anew - carried) > 0.005 * carried; }
+
+double percent(double carried, double anew) { return (anew - carried) * 100.0 / carried; }
+
+constexpr int longSolve = 1000;
+constexpr int longSolveLines = 50;
+
+// One pass: the vectors, and the numbers that its steps hand on.
+struct Pass {
+  const SolveMatrix& A;
+  SolveWatch& watch;
+  Vector *x, *b;
+  Vector *r, *rr;  // residual and shadow residual
+  Vector *p, *pp;  // direction and shadow direction
+  Vector *q, *scratch, *best;
+  bool shadowIsResidual;
+  double& rsq;
+  int& iter;
+  double rho = 0.0, alpha = 0.0, beta = 0.0, bestRsq = 0.0;
+  int bestIter = 0;
+  bool recomputed = false;
+
+  CGIStatus run(int maxIters);
+
+ private:
+  void computeResidual(Vector* out) const;
+  void makeShadow(bool asResidual);
+  bool start(CGIStatus& status);
+  CGIStatus step();
+  CGIStatus check();
+  CGIStatus advance();
+  bool giveUpWithoutProgress(double old);
+  bool goBackWithoutConjugacy();
+  bool confirmSolved();
+  bool advanceShadow();
+  bool updateDirections();
+  void traceProduct();
+  CGIStatus singularAtBest();
+};
+
+// out = b - A x.
+void Pass::computeResidual(Vector* out) const {
+  A.mult(x, out);
+  *out *= -1.0;
+  *out += b;
+}
+
+void Pass::makeShadow(bool asResidual) {
+  if (asResidual)
+    assign(rr, *r);
+  else
+    A.mult(r, rr);
+}
+
+// Goes back to the best iterate when a number is not finite.
+CGIStatus Pass::singularAtBest() {
+  assign(x, *best);
+  rsq = bestRsq;
+  return CGI_SINGULAR;
+}
+
+// The start: false, with the status, when the pass ends there.
+bool Pass::start(CGIStatus& status) {
+  iter = 0;
+  computeResidual(r);
+  makeShadow(shadowIsResidual);
+  rsq = r->magSq();
+  rho = dot(r, rr);
+  *best = *x;
+  bestRsq = rsq;
+  status = CGI_SINGULAR;
+  if (!std::isfinite(rsq)) return false;
+  status = CGI_SOLVED;
+  if (rsq < cg_tol) return false;
+  if (std::fabs(rho) < cg_epsilon) {
+    cgConsole("  bi-cg: initial guess at breakdown point\n");
+    // the start moves by its residual; the shadow is A r from here, whichever was asked for
+    *x += *r;
+    computeResidual(r);
+    makeShadow(false);
+    rsq = r->magSq();
+    rho = dot(r, rr);
+    if (std::isfinite(rsq) && std::fabs(rho) < cg_epsilon) {
+      cgConsole("  bi-cg: CANNOT GET STARTED!\n");
+      status = CGI_BICG_CANT_START;
+      return false;
+    }
+  }
+  if (!std::isfinite(rsq) || !std::isfinite(rho)) {
+    status = singularAtBest();
+    return false;
+  }
+  assign(p, *r);
+  assign(pp, *rr);
+  *best = *x;
+  bestRsq = rsq;
+  watch.start(*x, rsq);
+  if (cg_verbosity > 1) cgConsole("bi-cg(%d): r:%g rr:%g rrr:%g\n", iter, rsq, rr->magSq(), rho);
+  return true;
+}
+
+// After too many steps without improvement, the last of which brought |r|^2 from `old` to rsq: goes back to
+// the best iterate and returns true.
+bool Pass::giveUpWithoutProgress(double old) {
+  const double relative = (rsq - old) / old;
+  if (!(relative > -bicg_zeroStep)) return false;
+  if (cg_verbosity > 1) {
+    cgConsole("  bi-cg(%d): things got worse %g (%g) went to %g (%d), %g%% improvement\n", iter, old, bestRsq,
+              rsq, bestIter, -100.0 * relative);
+  }
+  if (iter - bestIter <= bicg_numZeroSteps) return false;
+  assign(x, *best);
+  rsq = bestRsq;
+  return true;
+}
+
+// The new residual is orthogonal to the old shadow residual but for rounding. Where it is not, goes back to
+// the best iterate and returns true.
+bool Pass::goBackWithoutConjugacy() {
+  if (!(bicg_checkBiCG > 0.0)) return false;
+  const double product = dot(r, rr);
+  const double loss = std::fabs(product) / rsq;
+  if (loss > 0.5 * bicg_checkBiCG && cg_verbosity > 1) {
+    cgConsole("  bi-cg(%d): bi-conjugacy condition violated! %5.2f%% %g\n", iter, loss * 100.0, product);
+  }
+  if (!(loss > bicg_checkBiCG)) return false;
+  assign(x, *best);
+  return true;
+}
+
+// Computes the residual again from x now and then, and always before a solution is accepted. True when it is
+// accepted.
+bool Pass::confirmSolved() {
+  recomputed = (cg_reset_resid != 0 && iter % cg_reset_resid == 0) || rsq < cg_tol;
+  if (!recomputed) return false;
+  computeResidual(scratch);
+  const double anew = scratch->magSq();
+  if (cg_verbosity > 1 && roundedOff(rsq, anew)) {
+    cgConsole("  bi-cg(%d): RSQ roundoff error (%g) should be (%g) = (%g %%)\n", iter, rsq, anew,
+              percent(rsq, anew));
+  }
+  rsq = anew;
+  assign(r, *scratch);
+  if (bestIter == iter) bestRsq = rsq;
+  return rsq < cg_tol;
+}
+
+// Computes the next shadow residual, and rho and beta with it. False when the shadow or its product with r
+// vanishes. After the residual was computed again the shadow is made from it, and the directions start again
+// as well: they would belong to another pair of sequences.
+bool Pass::advanceShadow() {
+  if (recomputed) {
+    makeShadow(shadowIsResidual);
+  } else {
+    A.multT(pp, scratch);
+    rr->scaleAdd(-alpha, scratch);
+  }
+  if (rr->magSq() < cg_epsilon) {
+    if (cg_verbosity > 1) cgConsole("  bi-cg(%d): rr vanishes (but not r?)\n", iter);
+    return false;
+  }
+  const double newRho = dot(r, rr);
+  beta = newRho / rho;
+  rho = newRho;
+  if (!(std::fabs(newRho) < cg_epsilon)) return true;
+  if (cg_verbosity > 1) cgConsole("  bi-cg(%d): r . rr vanishes (%g) beta = %g\n", iter, newRho, beta);
+  return false;
+}
+
+// Computes the directions of the next iteration. False when they vanish.
+bool Pass::updateDirections() {
+  if (recomputed) {
+    assign(p, *r);
+    assign(pp, *rr);
+  } else {
+    *p *= beta;
+    *p += *r;
+    *pp *= beta;
+    *pp += *rr;
+  }
+  return !(p->magSq() < cg_epsilon);
+}
+
+void Pass::traceProduct() {
+  if (cg_verbosity > 1 && recomputed) {
+    const double carried = q->magSq();
+    A.mult(p, q);
+    const double anew = q->magSq();
+    if (roundedOff(carried, anew)) {
+      cgConsole("bi-cg(%d): PP roundoff err (%g) should be (%g) = (%g %%)\n", iter, carried, anew,
+                percent(carried, anew));
+    }
+  }
+  if (cg_verbosity > 2) {
+    cgConsole("bi-cg(%d): r:%g rr:%g rrr:%g alpha:%g beta:%g p:%g pp:%g\n", iter, rsq, rr->magSq(), rho,
+              alpha, beta, p->magSq(), pp->magSq());
+  }
+}
+
+// One step along p. Any status but CGI_TOO_MANY_ITERS means that x has not moved.
+CGIStatus Pass::step() {
+  if (x->count > longSolve && iter % longSolveLines == 1) stdoutPrintf("\tBiCG %4d:%10.1f\n", iter, rsq);
+  A.mult(p, q);
+  const double d = dot(pp, q);
+  if (std::fabs(d) < cg_epsilon) return CGI_SINGULAR;
+  alpha = rho / d;
+  const double old = rsq;
+  r->scaleAdd(-alpha, q);
+  rsq = r->magSq();
+  if (!std::isfinite(alpha) || !std::isfinite(rsq)) {
+    rsq = old;
+    return CGI_SINGULAR;
+  }
+  if (giveUpWithoutProgress(old)) return CGI_NO_IMPROVEMENT;
+  x->scaleAdd(alpha, p);
+  if (rsq < bestRsq) {
+    *best = *x;
+    bestRsq = rsq;
+    bestIter = iter;
+  }
+  return CGI_TOO_MANY_ITERS;
+}
+
+// Judges the iterate; CGI_TOO_MANY_ITERS means that the pass goes on.
+CGIStatus Pass::check() {
+  if (goBackWithoutConjugacy()) return CGI_BICG_ROUNDOFF;
+  if (confirmSolved()) return CGI_SOLVED;
+  return std::isfinite(rsq) ? CGI_TOO_MANY_ITERS : singularAtBest();
+}
+
+// Prepares the next iteration; CGI_TOO_MANY_ITERS means that there is one.
+CGIStatus Pass::advance() {
+  if (!advanceShadow()) return CGI_BICG_BREAKDOWN;
+  if (!std::isfinite(rho)) return CGI_SINGULAR;
+  if (!updateDirections()) return CGI_NO_DIRECTION;
+  traceProduct();
+  return CGI_TOO_MANY_ITERS;
+}
+
+CGIStatus Pass::run(int maxIters) {
+  CGIStatus status;
+  if (!start(status)) return status;
+  for (iter = 1; iter < maxIters; ++iter) {
+    status = step();
+    if (status != CGI_TOO_MANY_ITERS) return status;
+    status = check();
+    const bool asked = watch.observe(*x, rsq);
+    if (status == CGI_SOLVED) return status;
+    if (asked) {
+      watch.stop(x, rsq);
+      return CGI_NO_IMPROVEMENT;
+    }
+    if (status == CGI_TOO_MANY_ITERS) status = advance();
+    if (status != CGI_TOO_MANY_ITERS) return status;
+  }
+  return CGI_TOO_MANY_ITERS;
+}
 
 struct BiCGWork {
-  Vector r{room()}, rr{room()}, p{room()}, pp{room()}, q{room()}, scratch{room()}, best{room()};
+  Vector r{firstLength(cgradMAXX)}, rr{firstLength(cgradMAXX)}, p{firstLength(cgradMAXX)},
+      pp{firstLength(cgradMAXX)}, q{firstLength(cgradMAXX)}, scratch{firstLength(cgradMAXX)},
+      best{firstLength(cgradMAXX)};
 };
+
+// Reports how a solve goes on or ends, as mcgradI does, but on the console only.
+void report(const char* line, int iterations, CGIStatus status) {
+  cgConsole(line, iterations, cgiToString(status));
+}
 
 }  // namespace
 
 Vector* residual(SpMat* A, Vector* x, Vector* b, Vector* r) {
-  limber::detail::cgMult(A, x, r);
+  SolveMatrix(A, SolveMatrix::Products::few).mult(x, r);
   *r *= -1.0;
   *r += b;
   return r;
@@ -35,33 +301,40 @@ Vector* residual(SpMat* A, Vector* x, Vector* b, Vector* r) {
 
 CGIStatus biCGradI(SpMat* A, Vector* x, Vector* b, double& rsq, int& iter, Vector* r, Vector* rr, Vector* p,
                    Vector* pp, Vector* q, Vector* scratch, Vector* best, int maxIters, int shadowIsResidual) {
-  const limber::detail::SolveCopy copy(A);
-  limber::detail::BiCGPass pass{A, x, b, r, rr, p, pp, q, scratch, best, shadowIsResidual != 0, rsq, iter};
+  for (Vector* v : {x, r, rr, p, pp, q, scratch}) clearSpare(v);
+  const SolveMatrix matrix(A);
+  SolveWatch watch;
+  Pass pass{matrix, watch, x, b, r, rr, p, pp, q, scratch, best, shadowIsResidual != 0, rsq, iter};
   return pass.run(maxIters);
 }
 
 CGIStatus biCGrad(SpMat* A, Vector* x, Vector* b, double& rsq, int& iterations, int shadowIsResidual) {
-  BiCGWork& work = limber::detail::createdOnFirstUse<BiCGWork>();
-  const limber::detail::SolveCopy copy(A);
-  const int maxIters = limber::detail::cgIterationLimit(*A);
+  BiCGWork& work = createdOnFirstUse<BiCGWork>();
+  clearSpare(x);
+  const SolveMatrix matrix(A);
+  SolveWatch watch;
+  const int maxIters = cgIterationLimit(std::max(matrix.height(), matrix.width()));
   iterations = 0;
   CGIStatus status = CGI_TOO_MANY_RESTARTS;
-  for (int pass = 0; pass < cg_maxRestarts; ++pass) {
+  for (int restart = 0; restart < cg_maxRestarts; ++restart) {
     int iter = 0;
-    status = biCGradI(A, x, b, rsq, iter, &work.r, &work.rr, &work.p, &work.pp, &work.q, &work.scratch,
-                      &work.best, maxIters, shadowIsResidual);
+    Pass pass{matrix,  watch,         x,          b,
+              &work.r, &work.rr,      &work.p,    &work.pp,
+              &work.q, &work.scratch, &work.best, shadowIsResidual != 0,
+              rsq,     iter};
+    status = pass.run(maxIters);
     iterations += iter;
-    const char* const reason = cgiToString(status);
     if (status == CGI_SOLVED) {
-      limber::detail::cgConsole("  cg:ACCEPT  after (%3d) because %s\n", iterations, reason);
+      report("  cg:ACCEPT  after (%3d) because %s\n", iterations, status);
       return status;
     }
     if (status == CGI_SINGULAR || status == CGI_BICG_CANT_START) {
-      limber::detail::cgConsole("  cg:FAILED  after (%3d) because %s\n", iterations, reason);
+      report("  cg:FAILED  after (%3d) because %s\n", iterations, status);
       return status;
     }
-    limber::detail::cgConsole("  cg:Restart after (%3d) because %s\n", iterations, reason);
+    if (watch.stopped()) break;
+    report("  cg:Restart after (%3d) because %s\n", iterations, status);
   }
-  limber::detail::cgConsole("  cg:FAILED  stop  (%3d) because %s\n", iterations, cgiToString(status));
+  report("  cg:FAILED  stop  (%3d) because %s\n", iterations, status);
   return CGI_TOO_MANY_RESTARTS;
 }

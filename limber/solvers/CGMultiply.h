@@ -1,8 +1,7 @@
 #pragma once
 
 /// @file
-/// The operators M of the usual normal-equation forms, applied to a vector without ever forming M. During a
-/// solve with A the products are those of A as it was when the solve began.
+/// The operators M of the usual normal-equation forms, applied to a vector without ever forming M.
 
 #include "limber/Api.h"
 
@@ -20,6 +19,6 @@ LIMBER_API void multFunA(SpMat* A, const Vector* v, Vector* w);
 /// cgradDefinizer and cgradDampV, the latter for i below the length of w (as far as cgradDampV has room).
 /// Overwrites w, which grows to A's height.
 LIMBER_API void multFunJJt(SpMat* A, const Vector* v, Vector* w);
-/// w = A^T (A v + d 1), where d is 0 but during ncgradDamp: a constant added to each element of the product,
-/// deliberately no multiple of v. Overwrites w, which grows to A's width.
+/// w = A^T (A v + d 1), where d is the constant of ncgradDamp during that solve, and else 0. (Contract: it is
+/// added to each element of the product, it is no multiple of v.) Overwrites w, which grows to A's width.
 LIMBER_API void multFunAtA(SpMat* A, const Vector* v, Vector* w);

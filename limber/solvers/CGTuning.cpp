@@ -14,6 +14,10 @@ double cgradDefinizer = -1.0;
 Vector* cgradDampV = nullptr;
 Vector* cgradMassVec = nullptr;
 
+CGObserver cg_observer = nullptr;
+void* cg_observerData = nullptr;
+int cg_stopped = 0;
+
 double cgradEps = 1e-05;
 double cgradTol = 0.0002;
 double cgradNeptune = 1e+20;

@@ -37,6 +37,22 @@ extern LIMBER_API Vector* cgradDampV;
 /// The weights V of J V^-1 J^T. Null.
 extern LIMBER_API Vector* cgradMassVec;
 
+/// Watches a solve. It is called once an iteration, after the step, with the number of the iteration, counted
+/// from 1 through all passes of the solve, its squared residual, and cg_observerData. 0 lets the solve go on;
+/// anything else ends it without a restart.
+typedef int (*CGObserver)(int iteration, double rsq, void* data);
+/// The observer that all solvers of both families and bi-CG call, the iteration that solves the system
+/// included (what the observer returns then does not matter). Null: nobody watches.
+///
+/// A solve that the observer ends has the iterate of the smallest squared residual that was seen in it, its
+/// start included, in x and that residual in rsq. Its pass ends with CGI_NO_IMPROVEMENT, and the entry points
+/// return what they return when their restarts or iterations are used up. An observed solve allocates one
+/// vector for that iterate. A solve that runs inside another one is observed like any other.
+extern LIMBER_API CGObserver cg_observer;
+extern LIMBER_API void* cg_observerData;
+/// 1 when the observer ended the last solve. The next solve sets it to 0 as it begins.
+extern LIMBER_API int cg_stopped;
+
 /// The older family. It converges when the squared residual changes by less than cgradEps (1e-5), or by less
 /// than cgradTol (0.0002) of the sum of both values; a curvature below cgradEps^2 or a step above
 /// cgradNeptune (1e20) means that the system is singular; maxCGradPasses (10) times the length of x is the

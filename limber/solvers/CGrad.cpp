@@ -2,26 +2,25 @@
 
 #include <algorithm>
 
-#include "limber/linalg/SpMat.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/CGradI.h"
-#include "limber/solvers/detail/CGWork.h"
-#include "limber/solvers/detail/SolveCopy.h"
+#include "limber/solvers/detail/CreatedOnFirstUse.h"
+#include "limber/solvers/detail/SolveMatrix.h"
+#include "limber/solvers/detail/WorkVectors.h"
 
-using limber::detail::cgMult;
-using limber::detail::cgMultT;
-using limber::detail::cgNegativeDifference;
+using namespace limber::detail;
 
 namespace {
 
-// This family shares neither work vectors nor operator variables with the newer one.
+// This family shares neither work vectors nor operator variables with the newer one. Its functions below get
+// the SolveMatrix of the solve as A.
 
 struct Product {
-  Vector v{std::max({cgradMAXX, cgradMAXB, 0})};
+  Vector v{firstLength(std::max(cgradMAXX, cgradMAXB))};
 };
 
-Vector& product() { return limber::detail::createdOnFirstUse<Product>().v; }
+Vector& product() { return createdOnFirstUse<Product>().v; }
 
 const Vector* damping = nullptr;
 const Vector* weights = nullptr;
@@ -30,29 +29,29 @@ const Vector* weights = nullptr;
 
 double residualAtA(SpMat* A, Vector* x, Vector* b, Vector* r) {
   Vector& t = product();
-  cgMult(A, x, &t);
+  A->mult(x, &t);
   cgNegativeDifference(&t, b);
-  cgMultT(A, &t, r);
+  A->multT(&t, r);
   return r->magSq();
 }
 
 double curvatureAtA(SpMat* A, Vector* d) {
   Vector& t = product();
-  cgMult(A, d, &t);
+  A->mult(d, &t);
   return t.magSq();
 }
 
 // r = b - A x, d^T M d = d . A d.
 
 double residualA(SpMat* A, Vector* x, Vector* b, Vector* r) {
-  cgMult(A, x, r);
+  A->mult(x, r);
   cgNegativeDifference(r, b);
   return r->magSq();
 }
 
 double curvatureA(SpMat* A, Vector* d) {
   Vector& t = product();
-  cgMult(A, d, &t);
+  A->mult(d, &t);
   return dot(d, &t);
 }
 
@@ -61,9 +60,9 @@ double curvatureA(SpMat* A, Vector* d) {
 
 double residualJJt(SpMat* A, Vector* x, Vector* b, Vector* r) {
   Vector& t = product();
-  cgMultT(A, x, &t);
+  A->multT(x, &t);
   if (weights) t /= *weights;
-  cgMult(A, &t, r);
+  A->mult(&t, r);
   if (damping) {
     const int n = std::min({r->count, x->count, damping->count});
     for (int i = 0; i < n; ++i) r->data[i] += damping->data[i] * x->data[i];
@@ -74,7 +73,7 @@ double residualJJt(SpMat* A, Vector* x, Vector* b, Vector* r) {
 
 double curvatureJJt(SpMat* A, Vector* d) {
   Vector& t = product();
-  cgMultT(A, d, &t);
+  A->multT(d, &t);
   double sum = 0.0;
   for (int i = 0; i < t.count; ++i) {
     const bool weighted = weights && i < weights->count;
@@ -90,13 +89,13 @@ double curvatureJJt(SpMat* A, Vector* d) {
 }  // namespace
 
 int cgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
-  const limber::detail::SolveCopy copy(A);
-  return cgradI(A, x, b, rsqOut, residualAtA, curvatureAtA, 1);
+  SolveMatrix matrix(A);
+  return cgradI(&matrix, x, b, rsqOut, residualAtA, curvatureAtA, 1);
 }
 
 int cgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
-  const limber::detail::SolveCopy copy(A);
-  return cgradI(A, x, b, rsqOut, residualA, curvatureA, 1);
+  SolveMatrix matrix(A);
+  return cgradI(&matrix, x, b, rsqOut, residualA, curvatureA, 1);
 }
 
 int cgradAAt(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
@@ -108,10 +107,10 @@ int cgradJJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* dampV) {
 }
 
 int cgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vector* dampV) {
-  const limber::detail::SolveCopy copy(A);
+  SolveMatrix matrix(A);
   weights = mass;
   damping = dampV;
-  const int iterations = cgradI(A, x, b, rsqOut, residualJJt, curvatureJJt, 1);
+  const int iterations = cgradI(&matrix, x, b, rsqOut, residualJJt, curvatureJJt, 1);
   weights = nullptr;
   damping = nullptr;
   return iterations;

@@ -6,22 +6,25 @@
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/SpMat.h"
 #include "limber/linalg/Vector.h"
-#include "limber/linalg/detail/Chains.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/detail/CGTrace.h"
-#include "limber/solvers/detail/CGWork.h"
+#include "limber/solvers/detail/CreatedOnFirstUse.h"
+#include "limber/solvers/detail/SolveWatch.h"
+#include "limber/solvers/detail/WorkVectors.h"
 
-using limber::detail::cgTrace;
-using limber::detail::ReportSite;
+using namespace limber::detail;
 
 namespace {
 
+/// What cgradI returns at the iteration limit, and when the observer ends the solve.
+constexpr int limitReached = -9;
+
 /// The work vectors of the older family, shared by all its solves.
 struct OldWork {
-  Vector gradient{std::max(cgradMAXX, 0)};
-  Vector direction{std::max(cgradMAXX, 0)};
+  Vector gradient{firstLength(cgradMAXX)};
+  Vector direction{firstLength(cgradMAXX)};
   /// The gradient of the step before, negated: that is how the ratio below wants it.
-  Vector stored{std::max(cgradMAXX, 0)};
+  Vector stored{firstLength(cgradMAXX)};
 };
 
 /// Raises a first length that is too small to `count`, at least twofold.
@@ -36,7 +39,7 @@ OldWork& workFor(const Vector& x, const Vector& b) {
   const bool longerX =
       raised(cgradMAXX, x.count, "Matrix X too big in cgrad solver - attempting to grow!", __LINE__);
   raised(cgradMAXB, b.count, "Matrix B too big in cgrad solver - attempting to grow!", __LINE__);
-  OldWork& work = limber::detail::createdOnFirstUse<OldWork>();
+  OldWork& work = createdOnFirstUse<OldWork>();
   if (longerX) {
     for (Vector* v : {&work.gradient, &work.direction, &work.stored}) v->resize(cgradMAXX);
   }
@@ -71,17 +74,27 @@ int cgradI(SpMat* A, Vector* x, Vector* b, double* rsqOut,
     cgTrace("\nEnter cgradI - b:%d x:%d mat:(rows:%d cols:%d)\n", b->count, x->count, A->height(),
             A->width());
   }
+  SolveWatch watch;
   rsq = 0.0;
   if (x->count <= 0 || b->count <= 0) return 0;
 
   OldWork& work = workFor(*x, *b);
   Vector &r = work.gradient, &d = work.direction, &stored = work.stored;
-  rsq = residual(A, x, b, &r);
+  clearSpare(x);
+  // a function of the caller's may shorten r
+  const auto newResidual = [=, &r] {
+    const int before = r.count;
+    const double square = residual(A, x, b, &r);
+    clearBehind(&r, before);
+    return square;
+  };
+  rsq = newResidual();
   cgTrace(" IRST:%d  rp:%g\n", 1, rsq);
   const double tiny = cgradEps * cgradEps;
   if (earlyExit && rsq < tiny) return 0;
 
-  d = r;
+  watch.start(*x, rsq);
+  assign(&d, r);
   storeNegated(r, stored);
   const long long limit = static_cast<long long>(maxCGradPasses) * x->count;
   for (int iteration = 1; iteration <= limit; ++iteration) {
@@ -93,11 +106,16 @@ int cgradI(SpMat* A, Vector* x, Vector* b, double* rsqOut,
     }
     x->scaleAdd(step, &d);
     const double previous = rsq;
-    rsq = residual(A, x, b, &r);
+    rsq = newResidual();
     cgTrace("%4d: rsq = %g (%4.1f%%)\n", iteration, rsq, (rsq - previous) * 100.0 / rsq);
+    const bool asked = watch.observe(*x, rsq);
     if (converged(rsq, previous)) return iteration;
+    if (asked) {
+      watch.stop(x, rsq);
+      return limitReached;
+    }
     if (rsq > previous) {
-      d = r;
+      assign(&d, r);
     } else {
       d *= ratio(r, stored, previous);
       d += r;
@@ -105,5 +123,5 @@ int cgradI(SpMat* A, Vector* x, Vector* b, double* rsqOut,
     storeNegated(r, stored);
   }
   ReportSite{"OldCGrad", __LINE__}.error("Too many iterations");
-  return -9;
+  return limitReached;
 }

@@ -2,59 +2,80 @@
 
 #include <algorithm>
 
-#include "limber/linalg/SpMat.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/CGTuning.h"
-#include "limber/solvers/PureCGrad.h"
+#include "limber/solvers/detail/CGPass.h"
 #include "limber/solvers/detail/CGTrace.h"
-#include "limber/solvers/detail/CGWork.h"
-#include "limber/solvers/detail/SolveCopy.h"
+#include "limber/solvers/detail/WorkVectors.h"
 
-using limber::detail::cgReport;
-using limber::detail::cgTrace;
+using namespace limber::detail;
 
-CGStatus mcgradI(SpMat* A, Vector* x, Vector* b, double& rsq, double& rsqOut, int& totalIters,
-                 CGIStatus& status, CGMultFun mult, Preconditioner* precond) {
-  limber::detail::CGWork& work = limber::detail::cgWork();
-  const int height = A->height();
-  const int width = A->width();
+namespace {
+
+// The answer of a driver: reports how the last pass ended, on the console and in the trace file.
+void reportEnd(const char* line, const SolveOutcome& outcome) {
+  cgReport(line, line, outcome.iterations, cgiToString(outcome.last));
+}
+
+// An operation of the caller's may leave the size of its result as it is, so it finds n zeros.
+void clearWork(CGWork& work, int n) {
+  for (Vector* v : {&work.r, &work.p, &work.q, &work.best, &work.z}) {
+    setLength(v, n);
+    *v = 0.0;
+  }
+}
+
+}  // namespace
+
+SolveOutcome limber::detail::cgRestarted(const SolveOperator& M, Vector* x, Vector* b,
+                                         Preconditioner* precond, CGIStatus last) {
+  CGWork& work = cgWork();
+  clearSpare(x);
+  const int height = M.height();
+  const int width = M.width();
   const int n = std::max(height, width);
-  const int maxIters = limber::detail::cgIterationLimit(*A);
-  limber::detail::cgStagnationLimit = n * cg_goNoWhereSc;
-  // all four from the matrix, deliberately: x and b may have other lengths
+  const int maxIters = cgIterationLimit(n);
+  cgStagnationLimit = n * cg_goNoWhereSc;
+  // Contract: all four come from the matrix, although x and b may have other lengths.
   cgTrace("MCGRADI x:%d b:%d a:(rows:%d cols:%d)\n", width, height, height, width);
 
-  const limber::detail::SolveCopy copy(A, mult);
-  rsq = rsqOut = 0.0;
-  totalIters = 0;
+  if (M.isCallers()) clearWork(work, n);
+  SolveWatch watch;
+  SolveOutcome outcome = {CG_STOP, last, 0, 0.0};
   int bestIter = 1;
   for (int pass = 0; pass < cg_maxRestarts; ++pass) {
-    cgTrace("  Restart : %d  (%d total Iterations)\n", pass, totalIters);
+    cgTrace("  Restart : %d  (%d total Iterations)\n", pass, outcome.iterations);
     if (bestIter == 0) {
       *x *= 0.5;
       x->scaleAdd(0.5, b);
     }
     int iter = 0;
-    status = pureCGrad(A, x, b, mult, &work.r, &work.p, &work.q, maxIters, iter, bestIter, rsq, &work.best,
-                       precond, &work.z);
-    rsqOut = rsq;
-    totalIters += iter;
-    const char* const reason = cgiToString(status);
-    if (status == CGI_SOLVED) {
-      const char* const line = "  cg:ACCEPT  after (%3d) because %s\n";
-      cgReport(line, line, totalIters, reason);
-      return CG_ACCEPT;
+    outcome.last = cgPass(M, watch, x, b, {&work.r, &work.p, &work.q, &work.z, &work.best}, maxIters, iter,
+                          bestIter, outcome.rsq, precond);
+    outcome.iterations += iter;
+    if (outcome.last == CGI_SOLVED) {
+      reportEnd("  cg:ACCEPT  after (%3d) because %s\n", outcome);
+      outcome.status = CG_ACCEPT;
+      return outcome;
     }
-    if (status == CGI_SINGULAR) {
-      // silent means silent in the trace file too, deliberately, for this line only
-      const char* const line = "  cg:FAILED  after (%3d) because %s\n";
-      if (cg_verbosity != 0) cgReport(line, line, totalIters, reason);
-      return CG_FAILED;
+    if (outcome.last == CGI_SINGULAR) {
+      // Contract: without verbosity this line, unlike the others, is left out of the trace file too.
+      if (cg_verbosity != 0) reportEnd("  cg:FAILED  after (%3d) because %s\n", outcome);
+      outcome.status = CG_FAILED;
+      return outcome;
     }
-    const char* const line = "  cg:Restart after (%3d) because %s\n";
-    cgReport(line, line, totalIters, reason);
+    if (watch.stopped()) break;
+    reportEnd("  cg:Restart after (%3d) because %s\n", outcome);
   }
-  const char* const line = "  cg:FAILED  stop  (%3d) because %s\n";
-  cgReport(line, line, totalIters, cgiToString(status));
-  return CG_STOP;
+  reportEnd("  cg:FAILED  stop  (%3d) because %s\n", outcome);
+  return outcome;
+}
+
+CGStatus mcgradI(SpMat* A, Vector* x, Vector* b, double& rsq, double& rsqOut, int& totalIters,
+                 CGIStatus& status, CGMultFun mult, Preconditioner* precond) {
+  const SolveOutcome outcome = cgRestarted(SolveOperator(A, mult), x, b, precond, status);
+  rsq = rsqOut = outcome.rsq;
+  totalIters = outcome.iterations;
+  status = outcome.last;
+  return outcome.status;
 }

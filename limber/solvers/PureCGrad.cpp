@@ -7,24 +7,20 @@
 #include "limber/linalg/detail/Chains.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/Preconditioner.h"
+#include "limber/solvers/detail/CGPass.h"
 #include "limber/solvers/detail/CGTrace.h"
-#include "limber/solvers/detail/CGWork.h"
-#include "limber/solvers/detail/SolveCopy.h"
+#include "limber/solvers/detail/WorkVectors.h"
 
-using limber::detail::cgConsole;
-using limber::detail::cgReport;
-using limber::detail::cgTrace;
+using namespace limber::detail;
 
 namespace {
 
-/// One pass: the operator, the vectors and the numbers that its steps hand on.
+// One pass: the operator, the vectors and the numbers that its steps hand on.
 struct Pass {
-  SpMat* A;
-  Vector *x, *b;
-  CGMultFun mult;
-  Vector *r, *p, *q, *bestX;
+  const SolveOperator& M;
+  SolveWatch& watch;
+  Vector *x, *b, *r, *p, *q, *z, *bestX;
   Preconditioner* precond;
-  Vector* z;
   int &iter, &bestIter;
   double& rsq;
   double bestRsq = 0.0, rsqPrev = 0.0, rz = 0.0, rzPrev = 0.0, alpha = 0.0, beta = 0.0;
@@ -37,29 +33,31 @@ struct Pass {
   double objectiveProduct() const;
   void traceStart() const;
   void traceStep(double lastR) const;
-  void direct();
+  void applyPreconditioner();
+  void updateDirection();
   bool step();
-  bool solved();
+  bool confirmSolved();
   void resetResidual();
-  bool stagnates();
-  CGIStatus limitReached();
+  bool keepBest();
+  bool giveUpWithoutProgress();
+  CGIStatus endAtLimit();
 };
 
-/// out = b - M x.
+// out = b - M x.
 void Pass::residual(Vector* out) const {
-  mult(A, x, out);
-  limber::detail::cgNegativeDifference(out, b);
+  M.apply(x, out);
+  cgNegativeDifference(out, b);
 }
 
-/// x^T M x / 2. The product goes to the best-solution store, deliberately: there is no vector of its own.
+// x^T M x / 2.
 double Pass::objectiveProduct() const {
-  Vector& t = limber::detail::cgWork().best;
-  mult(A, x, &t);
+  Vector& t = cgWork().best;  // Contract: the trace uses the store of the best solution.
+  M.apply(x, &t);
   return 0.5 * dot(x, &t);
 }
 
-/// The objective has + x^T b here and - x^T b in each iteration, and the trace file's labels are swapped:
-/// both deliberate, logs are compared with older ones.
+// Contract: the objective has + x^T b here and - x^T b in each iteration, and the labels of the trace file
+// are swapped.
 void Pass::traceStart() const {
   if (!tracing()) return;
   const double objective = objectiveProduct() + dot(x, b);
@@ -74,17 +72,24 @@ void Pass::traceStep(double lastR) const {
     cgConsole("cg:iter (%d)  - obj(%g) rsq(%g) lastR(%g) alpha(%g) beta(%g)\n", iter, objective, rsq, lastR,
               alpha, beta);
   }
-  // with a preconditioner both are the new value already, so the ratio is always 1: kept for the logs
+  // Contract: with a preconditioner both are the new value already, so the ratio is always 1.
   const double nextBeta = precond ? rz / rzPrev : rsq / rsqPrev;
   cgTrace("    cg:iter (%3d) - obj (%g) rsq(%g) lastR(%g) alpha(%g) beta(%g) nextBeta(%g)\n", iter, objective,
           rsq, lastR, alpha, beta, nextBeta);
 }
 
-/// p = z + beta p, where z is r itself without a preconditioner.
-void Pass::direct() {
+// z = the preconditioned residual.
+void Pass::applyPreconditioner() {
+  if (!precond) return;
+  precond->solve(r, z);
+  rz = dot(r, z);
+}
+
+// p = z + beta p, where z is r itself without a preconditioner.
+void Pass::updateDirection() {
   const Vector& from = precond ? *z : *r;
   if (iter == 1) {
-    *p = from;
+    assign(p, from);
     return;
   }
   beta = precond ? rz / rzPrev : rsq / rsqPrev;
@@ -95,9 +100,9 @@ void Pass::direct() {
   for (int i = n; i < p->count; ++i) to[i] *= beta;
 }
 
-/// x += alpha p, r -= alpha M p, rsq = |r|^2; false when the curvature along p vanishes.
+// x += alpha p, r -= alpha M p, rsq = |r|^2. False, with x unchanged, when the curvature along p vanishes.
 bool Pass::step() {
-  mult(A, p, q);
+  M.apply(p, q);
   const double curvature = dot(p, q);
   if (std::fabs(curvature) < cg_epsilon) return false;
   alpha = (precond ? rz : rsq) / curvature;
@@ -105,7 +110,7 @@ bool Pass::step() {
   rzPrev = rz;
   const int n = x->count;
   if (n == p->count && n == q->count && n == r->count) {
-    rsq = limber::detail::stepMagSq(n, alpha, p->data, q->data, x->data, r->data);
+    rsq = stepMagSq(n, alpha, p->data, q->data, x->data, r->data);
     return true;
   }
   x->scaleAdd(alpha, p);
@@ -114,8 +119,9 @@ bool Pass::step() {
   return true;
 }
 
-/// A small residual counts only when the one computed from scratch is small too.
-bool Pass::solved() {
+// Computes a small residual again from x. True when that one is small too; the pass goes on with it
+// otherwise.
+bool Pass::confirmSolved() {
   if (!(rsq < cg_tol)) return false;
   const double was = rsq;
   residual(r);
@@ -126,32 +132,36 @@ bool Pass::solved() {
   return false;
 }
 
-/// The difference is that of the new value from itself, deliberately: always zero, so that the console line
-/// never appears and the trace file gets the new value twice.
+// Computes the residual again from x every cg_reset_resid iterations.
 void Pass::resetResidual() {
   if (cg_reset_resid == 0 || iter % cg_reset_resid != 0) return;
   residual(q);
   rsq = q->magSq();
-  *r = *q;
+  assign(r, *q);
+  // Contract: the difference is that of the new value from itself. So the console line never appears, and the
+  // trace file gets the new value twice.
   const double difference = 0.0 / rsq;
   const char* const line = "roundoff error (%d), rmag %g, should be %g, %g%% difference\n";
   if (std::fabs(difference) > 0.01) cgConsole(line, iter, rsq, rsq, difference * 100.0);
   cgTrace(line, iter, rsq, rsq, difference * 100.0);
 }
 
-/// Keeps the best iterate; true when there has been none for too long.
-bool Pass::stagnates() {
-  if (rsq < bestRsq) {
-    bestRsq = rsq;
-    bestIter = iter;
-    if (bestX) *bestX = *x;
-    return false;
-  }
-  if (!(iter - bestIter > limber::detail::cgStagnationLimit)) return false;
+// Stores x when it is the best iterate of the pass.
+bool Pass::keepBest() {
+  if (!(rsq < bestRsq)) return false;
+  bestRsq = rsq;
+  bestIter = iter;
+  if (bestX) *bestX = *x;
+  return true;
+}
+
+// After too many iterations without a new best: goes back to the best iterate and returns true.
+bool Pass::giveUpWithoutProgress() {
+  if (!(iter - bestIter > cgStagnationLimit)) return false;
   if (bestX) {
     cgReport("backing up to better time (%d:%g->%d:%g)\n", "    backing up to better time (%d:%g->%d:%g)\n",
              bestIter, bestRsq, iter, rsq);
-    *x = *bestX;
+    assign(x, *bestX);
     rsq = bestRsq;
   } else {
     stdoutPrintf("warning - cg not backing up to better time (%d:%g->%d:%g)\n", bestIter, bestRsq, iter, rsq);
@@ -161,12 +171,13 @@ bool Pass::stagnates() {
   return true;
 }
 
-CGIStatus Pass::limitReached() {
+// Goes back to the best iterate where x is not it.
+CGIStatus Pass::endAtLimit() {
   if (!(bestRsq < rsq)) return CGI_TOO_MANY_ITERS;
   if (bestX) {
     cgReport("  cg:backing up to better time (%d:%g->%d:%g)\n",
              "    cg:backing up to better time (%d:%g->%d:%g)\n", bestIter, bestRsq, iter, rsq);
-    *x = *bestX;
+    assign(x, *bestX);
     rsq = bestRsq;
   } else {
     const char* const line = "warning - cg not backing up to better time (%d) (%g->%g)\n";
@@ -178,35 +189,50 @@ CGIStatus Pass::limitReached() {
 
 CGIStatus Pass::run(int maxIters) {
   residual(r);
-  if (z) z->grow(r->count);
+  if (z) setLength(z, r->count);
   rsq = r->magSq();
   if (rsq < cg_tol) return CGI_SOLVED;
   bestIter = 0;
   bestRsq = rsq;
   if (bestX) *bestX = *x;
+  watch.start(*x, rsq);
   traceStart();
   for (iter = 1; iter < maxIters; ++iter) {
     const double lastR = rsq;
-    if (precond) {
-      precond->solve(r, z);
-      rz = dot(r, z);
-    }
-    direct();
+    applyPreconditioner();
+    updateDirection();
     if (!step()) return CGI_SINGULAR;
     traceStep(lastR);
-    if (solved()) return CGI_SOLVED;
-    resetResidual();
-    if (stagnates()) return CGI_NO_IMPROVEMENT;
+    const bool solved = confirmSolved();
+    if (!solved) resetResidual();
+    const bool asked = watch.observe(*x, rsq);
+    if (solved) return CGI_SOLVED;
+    const bool better = keepBest();
+    if (asked) {
+      watch.stop(x, rsq);
+      return CGI_NO_IMPROVEMENT;
+    }
+    if (!better && giveUpWithoutProgress()) return CGI_NO_IMPROVEMENT;
   }
-  return limitReached();
+  return endAtLimit();
 }
 
 }  // namespace
 
+CGIStatus limber::detail::cgPass(const SolveOperator& M, SolveWatch& watch, Vector* x, Vector* b,
+                                 const PassVectors& work, int maxIters, int& iter, int& bestIter, double& rsq,
+                                 Preconditioner* precond) {
+  Pass pass{M, watch, x, b, work.r, work.p, work.q, work.z, work.best, precond, iter, bestIter, rsq};
+  return pass.run(maxIters);
+}
+
 CGIStatus pureCGrad(SpMat* A, Vector* x, Vector* b, CGMultFun mult, Vector* r, Vector* p, Vector* q,
                     int maxIters, int& iter, int& bestIter, double& rsq, Vector* bestX,
                     Preconditioner* precond, Vector* z) {
-  const limber::detail::SolveCopy copy(A, mult);
-  Pass pass{A, x, b, mult, r, p, q, bestX, precond, z, iter, bestIter, rsq};
-  return pass.run(maxIters);
+  for (Vector* v : {x, r, p, q, z}) {
+    if (v) clearSpare(v);
+  }
+  const SolveOperator M(A, mult);
+  SolveWatch watch;
+  return cgPass(M, watch, x, b, {r, p, q, z, bestX}, maxIters, iter, bestIter, rsq, precond);
 }

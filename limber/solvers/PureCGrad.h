@@ -17,12 +17,14 @@ class Preconditioner;
 /// iter and bestIter receive the iteration reached and that of the smallest squared residual (both are left
 /// alone when the start already solves the system), rsq the squared residual of the returned x.
 ///
-/// A must not change during the pass: with one of the multiply functions of this library, a long pass over an
-/// HSpMat reads a copy of its entries.
+/// A must not change during the pass; what a change does is undefined. With one of the multiply functions of
+/// this library, a long pass over an HSpMat multiplies by a copy of it (see MCGrad.h). Passes on several
+/// threads, each with its own matrix, vectors and preconditioner, do not disturb each other when `mult` is
+/// multFunA or a function of the caller's that shares nothing; the other multiply functions share a vector.
 ///
-/// With cg_verbosity above 1 or a trace file set, M x of each iteration is written to the best-solution store
-/// that mcgradI passes as bestX, deliberately one vector for both: a traced solve that goes back goes back to
-/// that product.
+/// With cg_verbosity above 1 or a trace file set, M x of each iteration is written to the store of the best
+/// solution that mcgradI passes as bestX. (Contract: both use one vector, so a traced solve that goes back to
+/// its best iterate gets that product.)
 LIMBER_API CGIStatus pureCGrad(SpMat* A, Vector* x, Vector* b, CGMultFun mult, Vector* r, Vector* p,
                                Vector* q, int maxIters, int& iter, int& bestIter, double& rsq, Vector* bestX,
                                Preconditioner* precond, Vector* z);

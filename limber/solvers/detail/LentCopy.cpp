@@ -1,0 +1,64 @@
+#include "limber/solvers/detail/LentCopy.h"
+
+#include <atomic>
+
+#include "limber/linalg/HSpMat.h"
+#include "limber/linalg/detail/SlicedRows.h"
+#include "limber/solvers/detail/CreatedOnFirstUse.h"
+
+namespace limber::detail {
+namespace {
+
+using Ticket = unsigned long long;
+
+struct Storage {
+  /// Set while somebody uses the rows.
+  std::atomic_flag busy = ATOMIC_FLAG_INIT;
+  /// The ticket of the copy that stands in the rows; 0 when that solve has ended.
+  std::atomic<Ticket> holder{0};
+  Ticket last = 0;
+  SlicedRows rows;
+
+  bool take() { return !busy.test_and_set(std::memory_order_acquire); }
+  void release() { busy.clear(std::memory_order_release); }
+};
+
+Storage& storage() { return createdOnFirstUse<Storage>(); }
+
+}  // namespace
+
+bool LentCopy::reserve(const HSpMat& A) {
+  Storage& s = storage();
+  if (!s.take()) return true;
+  const bool room = s.holder.load() != 0 || s.rows.reserve(A.rows, A.numRows);
+  s.release();
+  return room;
+}
+
+unsigned long long LentCopy::make(const HSpMat& A) {
+  Storage& s = storage();
+  if (!s.take()) return 0;
+  const Ticket ticket = s.rows.copy(A.rows, A.numRows, A.width()) ? ++s.last : 0;
+  s.holder.store(ticket);
+  s.release();
+  return ticket;
+}
+
+void LentCopy::giveBack(unsigned long long ticket) { storage().holder.compare_exchange_strong(ticket, 0); }
+
+LentCopy::LentCopy(unsigned long long ticket) {
+  if (ticket == 0 || !storage().take()) return;
+  if (storage().holder.load() == ticket) {
+    rows_ = &storage().rows;
+  } else {
+    storage().release();
+  }
+}
+
+LentCopy::~LentCopy() {
+  if (rows_) storage().release();
+}
+
+bool LentCopy::fits(const HSpMat& A) const { return rows_ && rows_->height() == A.numRows; }
+
+}  // namespace limber::detail

@@ -1,0 +1,171 @@
+#include "limber/solvers/detail/SolveMatrix.h"
+
+#include <algorithm>
+#include <cstring>
+#include <typeinfo>
+
+#include "limber/linalg/HSpMat.h"
+#include "limber/linalg/Vector.h"
+#include "limber/linalg/WierdMatrices.h"
+#include "limber/linalg/detail/RowProducts.h"
+#include "limber/linalg/detail/SlicedRows.h"
+#include "limber/solvers/detail/LentCopy.h"
+#include "limber/solvers/detail/WorkVectors.h"
+
+namespace limber::detail {
+namespace {
+
+// Making the copy takes as long as three or four products, and about fourteen later products save that time
+// again. The product with this number is the first one by the copy.
+constexpr int firstCopied = 10;
+// A matrix of fewer rows is in the nearest cache anyway.
+constexpr int fewestRows = 32;
+
+/// The class of A, or null for a class that was compiled without type information, for which typeid would
+/// crash. The Itanium C++ ABI keeps the pointer to it in front of the table of virtual functions.
+const std::type_info* typeOf(const SpMat* A) {
+  const std::type_info* const* table;
+  std::memcpy(&table, static_cast<const void*>(A), sizeof table);
+  return table[-1];
+}
+
+// height and width of the structured matrices do not change them, but are not const.
+template <class T>
+T& concrete(const SpMat* A) {
+  return *static_cast<T*>(const_cast<SpMat*>(A));
+}
+
+}  // namespace
+
+SolveMatrix::Kind SolveMatrix::kindOf(const SpMat* A) {
+  const std::type_info* const type = A ? typeOf(A) : nullptr;
+  if (!type) return Kind::other;
+  if (*type == typeid(HSpMat)) return Kind::rows;
+  if (*type == typeid(DiagonalMatrix)) return Kind::diagonal;
+  if (*type == typeid(IdentityMatrix)) return Kind::identity;
+  if (*type == typeid(BandedMatrix)) return Kind::banded;
+  if (*type == typeid(SQPMatrix)) return Kind::quadratic;
+  return Kind::other;
+}
+
+// The storage of the copy is made now, so that a later solve of the same size, which may be longer, allocates
+// nothing.
+SolveMatrix::SolveMatrix(const SpMat* A, Products products)
+    : A_(A), kind_(kindOf(A)), products_(firstCopied) {
+  if (products == Products::few || kind_ != Kind::rows || rows().numRows < fewestRows) return;
+  if (LentCopy::reserve(rows())) products_ = 0;
+}
+
+SolveMatrix::~SolveMatrix() {
+  if (ticket_ != 0) LentCopy::giveBack(ticket_);
+}
+
+const HSpMat& SolveMatrix::rows() const { return *static_cast<const HSpMat*>(A_); }
+
+int SolveMatrix::height() const {
+  switch (kind_) {
+    case Kind::rows:
+      return rows().numRows;
+    case Kind::diagonal:
+      return concrete<DiagonalMatrix>(A_).height();
+    case Kind::identity:
+      return concrete<IdentityMatrix>(A_).height();
+    case Kind::banded:
+      return concrete<BandedMatrix>(A_).height();
+    case Kind::quadratic:
+      return concrete<SQPMatrix>(A_).height();
+    case Kind::other:
+      break;
+  }
+  return A_->height();
+}
+
+int SolveMatrix::width() const {
+  const bool square = kind_ != Kind::rows && kind_ != Kind::other;
+  return square ? height() : A_->width();
+}
+
+void SolveMatrix::countProducts(int products) const {
+  if (products_ >= firstCopied) return;
+  products_ += products;
+  if (products_ >= firstCopied) ticket_ = LentCopy::make(rows());
+}
+
+// out[i] = d[i] v[i].
+void SolveMatrix::multiplyDiagonal(const Vector* v, Vector* out) const {
+  setLength(out, height());
+  const int n = std::max(0, std::min(out->count, v->count));
+  if (kind_ == Kind::identity) {
+    const double s = concrete<IdentityMatrix>(A_).s;
+    for (int i = 0; i < n; ++i) out->data[i] = s * v->data[i];
+  } else {
+    const double* const d = n > 0 ? concrete<DiagonalMatrix>(A_).diag->data : nullptr;
+    for (int i = 0; i < n; ++i) out->data[i] = d[i] * v->data[i];
+  }
+  for (int i = n; i < out->count; ++i) out->data[i] = 0.0;
+}
+
+void SolveMatrix::mult(const Vector* v, Vector* out) const {
+  if (isDiagonal()) {
+    multiplyDiagonal(v, out);
+    return;
+  }
+  // some matrices write elements only, so the size of the result is set here
+  setLength(out, height());
+  if (kind_ == Kind::rows) {
+    countProducts(1);
+    const LentCopy copy(ticket_);
+    if (copy.fits(rows()) && v->capacity >= copy.rows().width() && out->capacity >= copy.rows().height()) {
+      copy.rows().multiply(v->data, out->data);
+      return;
+    }
+  }
+  A_->mult(v, out);
+}
+
+void SolveMatrix::multT(const Vector* v, Vector* out) const {
+  if (isDiagonal()) {
+    multiplyDiagonal(v, out);
+    return;
+  }
+  if (kind_ != Kind::rows) {
+    setLength(out, width());
+    A_->multT(v, out);
+    return;
+  }
+  countProducts(1);
+  const LentCopy copy(ticket_);
+  if (copy.fits(rows()) && v->count >= copy.rows().height() && out->capacity >= copy.rows().width()) {
+    setLength(out, copy.rows().width());
+    copy.rows().multiplyTransposed(v->data, out->data);
+    return;
+  }
+  // finds the width on the way; what stands behind the count of v is no right-hand side
+  const int before = out->count;
+  transposedRowsTimesVector(rows().rows, rows().numRows, v->data, std::min(v->count, v->capacity), *out);
+  clearBehind(out, before);
+}
+
+void SolveMatrix::normalMult(const Vector* v, double shift, Vector* t, Vector* out) const {
+  if (kind_ != Kind::rows) {
+    mult(v, t);
+    if (shift != 0.0) *t += shift;
+    multT(t, out);
+    return;
+  }
+  countProducts(2);
+  const LentCopy copy(ticket_);
+  if (copy.fits(rows()) && v->capacity >= copy.rows().width() && t->capacity >= copy.rows().height() &&
+      out->capacity >= copy.rows().width()) {
+    setLength(t, copy.rows().height());
+    setLength(out, copy.rows().width());
+    copy.rows().multiplyNormal(v->data, shift, t->data, out->data);
+    return;
+  }
+  const int tBefore = t->count, outBefore = out->count;
+  normalRowsTimesVector(rows().rows, rows().numRows, *v, shift, *t, *out);
+  clearBehind(t, tBefore);
+  clearBehind(out, outBefore);
+}
+
+}  // namespace limber::detail

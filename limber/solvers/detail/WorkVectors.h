@@ -1,0 +1,67 @@
+#pragma once
+
+/// @file
+/// The vectors that the solvers size themselves, and the limits of a pass.
+///
+/// A row of a compacted matrix has an index behind its width, so a product may read one element behind the
+/// count of its operand. That element must not depend on what an earlier solve stored there: in a vector that
+/// the solvers size, every element behind the count is 0.0. The functions below keep it so.
+
+#include <algorithm>
+
+#include "limber/linalg/Vector.h"
+
+namespace limber::detail {
+
+/// The first length of a work vector: cgradMAXX or cgradMAXB, or 0 where that is negative.
+inline int firstLength(int limit) { return std::max(limit, 0); }
+
+/// The work vectors of the newer family, which all its solves share. They grow on demand and live as long as
+/// the process.
+struct CGWork {
+  CGWork();
+  /// Residual, direction, M times direction.
+  Vector r, p, q;
+  /// The best solution of a pass. Contract: it is the scratch vector of the trace as well.
+  Vector best;
+  /// The preconditioned residual.
+  Vector z;
+  /// The intermediate product of the multiply functions.
+  Vector product;
+};
+CGWork& cgWork();
+
+/// Number of iterations without a new best after which a pass gives up: -1.0 until the first solve sets it.
+extern double cgStagnationLimit;
+/// The constant that multFunAtA adds to each element of A v.
+extern double cgNormalDamping;
+/// The iteration limit of a pass over n unknowns: n cg_maxIters, or the nearest int.
+int cgIterationLimit(int n);
+
+/// Clears the elements behind the count, after the count of v was `before`.
+inline void clearBehind(Vector* v, int before) {
+  const int end = std::min(before, v->capacity);
+  if (v->count >= 0 && v->count < end) std::fill(v->data + v->count, v->data + end, 0.0);
+}
+
+/// Clears all elements behind the count, for a vector that comes from the caller.
+inline void clearSpare(Vector* v) { clearBehind(v, v->capacity); }
+
+/// Sets the length of v.
+inline void setLength(Vector* v, int n) {
+  const int before = v->count;
+  v->grow(n);
+  clearBehind(v, before);
+}
+
+/// to = from.
+inline void assign(Vector* to, const Vector& from) {
+  const int before = to->count;
+  *to = from;
+  clearBehind(to, before);
+}
+
+/// out = b - out, as the contracts spell it: out -= b, then out *= -1.
+void cgNegativeDifference(Vector* out, const Vector* b);
+
+}  // namespace limber::detail
