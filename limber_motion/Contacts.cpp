@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <set>
+#include <utility>
 
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/detail/Feet.h"
@@ -35,7 +38,8 @@ class ContactFinder {
     // Where no foot stands still at all, all of them slide: those are looked for that slide slowly.
     for (slide_ = 1.0; found.list.empty() && slide_ <= mostSliding; slide_ *= 2.0) {
       for (const FootJoint& foot : feet_) {
-        for (const Run& run : runs(foot)) found.list.push_back({foot.joint, run.first, run.last, Pnt3()});
+        for (const Run& run : runs(foot))
+          found.list.push_back({foot.joint, run.first, run.last, Pnt3(), foot.foot});
       }
       if (!found.list.empty()) break;
     }
@@ -114,6 +118,30 @@ class ContactFinder {
 
 Contacts findContacts(const Clip& clip, const ContactOptions& options) {
   return ContactFinder(clip, options).find();
+}
+
+Contacts contactsBeside(const Contacts& contacts, const std::vector<Constraint>& constraints) {
+  std::map<int, int> footOf;  // of the joints that stand
+  for (const Contact& contact : contacts.list) footOf[contact.joint] = contact.foot;
+  std::set<std::pair<int, int>> asked;  // foot and frame
+  for (const Constraint& wish : constraints) {
+    const auto found = footOf.find(wish.joint);
+    if (found != footOf.end()) asked.insert({found->second, wish.frame});
+  }
+  Contacts left = contacts;
+  left.list.clear();
+  for (const Contact& contact : contacts.list) {
+    Contact part = contact;
+    for (part.last = contact.first; part.last <= contact.last; part.last++) {
+      if (asked.count({contact.foot, part.last}) == 0) continue;
+      if (part.first < part.last)
+        left.list.push_back({part.joint, part.first, part.last - 1, part.place, part.foot});
+      part.first = part.last + 1;
+    }
+    part.last = contact.last;
+    if (part.first <= part.last) left.list.push_back(part);
+  }
+  return left;
 }
 
 std::vector<Constraint> constraintsOf(const Contacts& contacts) {

@@ -30,6 +30,7 @@ struct Contact {
   int joint;
   int first, last;
   Pnt3 place;
+  int foot = -1;  ///< the joint that the foot hangs on (its ankle): the same for all joints of one foot
 };
 
 /// The contacts of a clip, in the order of the joints and, for each, of time.
@@ -47,6 +48,11 @@ struct Contacts {
 /// motion (a T-pose) is left out. Where nothing is slow enough to stand, the speeds of the options are
 /// doubled, once or twice, and the note says so: feet that slide everywhere are what an edit shall mend.
 LIMBER_MOTION_API Contacts findContacts(const Clip& clip, const ContactOptions& options = ContactOptions());
+
+/// The contacts without those frames in which a constraint is on any joint of the same foot: what a user asks
+/// of a foot goes before what was found. Contacts are cut in two or dropped for it.
+LIMBER_MOTION_API Contacts contactsBeside(const Contacts& contacts,
+                                          const std::vector<Constraint>& constraints);
 
 /// A constraint of weight 1 for each contact and frame of it, sorted by frame and joint.
 LIMBER_MOTION_API std::vector<Constraint> constraintsOf(const Contacts& contacts);

@@ -1,21 +1,49 @@
 #include "limber_motion/Script.h"
 
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <utility>
+
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/detail/LineReader.h"
 #include "limber_motion/detail/Numbers.h"
+#include "limber_motion/detail/WholeFile.h"
 
 namespace limber::motion {
 
 namespace {
+
+/// Frames over which a weight rises at the beginning of a range and falls at its end.
+struct Ramps {
+  int in = 0, out = 0;
+
+  /// The part of the weight that frame i of a range of n has.
+  double at(int i, int n) const {
+    const double u = std::min(rise(i, in), rise(n - 1 - i, out));
+    return u * u * (3.0 - 2.0 * u);
+  }
+
+ private:
+  static double rise(int i, int frames) { return i >= frames ? 1.0 : (i + 1.0) / (frames + 1.0); }
+};
 
 class ScriptReader {
  public:
   ScriptReader(const std::string& path, const char* searchPath, const Clip& clip)
       : in_(path, searchPath, '#'), clip_(clip), skeleton_(clip) {}
 
-  std::vector<Constraint> read() {
-    while (in_.nextLine()) readWish();
-    return wishes_;
+  Script read() {
+    while (in_.nextLine()) {
+      if (take("plants")) {
+        script_.plants = true;
+        in_.expectLineEnd();
+      } else {
+        readWish();
+      }
+    }
+    sortByFrame(&script_.constraints);
+    return script_;
   }
 
  private:
@@ -37,18 +65,41 @@ class ScriptReader {
     if (*last < *first) in_.fail("the range " + detail::quoted(word) + " ends before it begins");
   }
 
+  /// The joint with the longest name that the rest of the line begins with.
   int joint() {
-    const std::string_view name = in_.next("a joint");
-    const int j = clip_.find(std::string(name));
-    if (j < 0) in_.fail("the clip has no joint called " + detail::quoted(name));
-    return j;
+    const std::string_view rest = in_.rest();
+    int found = -1;
+    std::size_t longest = 0;
+    for (std::size_t j = 0; j < clip_.joints.size(); j++) {
+      const std::string& name = clip_.joints[j].name;
+      if (name.size() <= longest || rest.substr(0, name.size()) != name) continue;
+      if (rest.size() > name.size() && static_cast<unsigned char>(rest[name.size()]) > ' ') continue;
+      found = static_cast<int>(j);
+      longest = name.size();
+    }
+    if (found < 0) in_.fail("the clip has no joint called " + detail::quoted(in_.next("a joint")));
+    in_.skip(longest);
+    return found;
   }
 
   double weight() {
-    if (in_.peek().empty()) return 1.0;
+    if (in_.peek().empty() || in_.peek() == "ease") return 1.0;
     const double value = in_.real("a weight");
     if (!(value > 0.0)) in_.fail("expected a weight above 0");
     return value;
+  }
+
+  Ramps ramps(int length) {
+    Ramps ramps;
+    if (!take("ease")) return ramps;
+    ramps.in = in_.integer("the frames of a ramp");
+    ramps.out = in_.peek().empty() ? ramps.in : in_.integer("the frames of a ramp");
+    if (ramps.in < 0 || ramps.out < 0) in_.fail("expected a ramp of 0 frames or more");
+    if (ramps.in > length - ramps.out) {
+      in_.fail("ramps of " + std::to_string(ramps.in) + " and " + std::to_string(ramps.out) +
+               " frames are longer than the range of " + std::to_string(length));
+    }
+    return ramps;
   }
 
   bool take(const char* word) {
@@ -75,21 +126,56 @@ class ScriptReader {
       wish.target.y = in_.real("a coordinate");
       wish.target.z = in_.real("a coordinate");
     }
-    wish.weight = weight();
+    const double full = weight();
+    const int length = last - first + 1;
+    const Ramps eased = ramps(length);
     in_.expectLineEnd();
-    for (wish.frame = first; wish.frame <= last; wish.frame++) wishes_.push_back(wish);
+    for (wish.frame = first; wish.frame <= last; wish.frame++) {
+      refuseSecond(wish);
+      const double part = eased.at(wish.frame - first, length);
+      wish.weight = part < 1.0 ? std::min(full, 1.0) * part : full;
+      script_.constraints.push_back(wish);
+    }
+  }
+
+  void refuseSecond(const Constraint& wish) {
+    const auto [found, isNew] = lines_.insert({{wish.frame, wish.joint}, in_.lineNumber()});
+    if (isNew) return;
+    in_.fail("a second target for " + clip_.joints[static_cast<std::size_t>(wish.joint)].name + " in frame " +
+             std::to_string(wish.frame + 1) + "; line " + std::to_string(found->second) + " has one");
   }
 
   detail::LineReader in_;
   const Clip& clip_;
   const Skeleton skeleton_;
-  std::vector<Constraint> wishes_;
+  Script script_;
+  std::map<std::pair<int, int>, int> lines_;  // of each frame and joint that has a target
 };
 
 }  // namespace
 
-std::vector<Constraint> readConstraints(const std::string& path, const char* searchPath, const Clip& clip) {
+Script readScript(const std::string& path, const char* searchPath, const Clip& clip) {
   return ScriptReader(path, searchPath, clip).read();
+}
+
+std::string scriptOf(const Contacts& contacts, const Clip& clip) {
+  const double height = Skeleton(clip).height();
+  const int decimals =
+      height > 0.0 ? std::clamp(8 - static_cast<int>(std::floor(std::log10(height))), 0, 30) : 8;
+  std::string text =
+      "# Where the feet stand: FRAMES JOINT X Y Z, frames from 1, lengths in the clip's unit.\n";
+  for (const Contact& contact : contacts.list) {
+    text += std::to_string(contact.first + 1) + "-" + std::to_string(contact.last + 1) + " " +
+            clip.joints[static_cast<std::size_t>(contact.joint)].name;
+    for (const double x : {contact.place.x, contact.place.y, contact.place.z})
+      text += " " + detail::fixed(x, decimals);
+    text += "\n";
+  }
+  return text;
+}
+
+void writeScript(const Contacts& contacts, const Clip& clip, const std::string& path) {
+  detail::writeWhole(path, scriptOf(contacts, clip));
 }
 
 }  // namespace limber::motion

@@ -52,7 +52,7 @@ int edit(const Options& options) {
   std::vector<Constraint> constraints =
       options.constraints.empty()
           ? findFootPlants(before, skeleton, options.shortestPlant, options.edit.knotSpacing)
-          : limber::motion::readConstraints(options.constraints, path, before);
+          : limber::motion::readScript(options.constraints, path, before).constraints;
   if (constraints.empty()) {
     throw InputError(options.constraints.empty()
                          ? options.clip + ": no foot plants found, and no script given"

@@ -12,7 +12,11 @@ constexpr double level = 0.01;    // heights: contacts of a joint that differ by
 constexpr double upright = 1e-3;  // how readily a place leaves its height, compared with its other directions
 constexpr int mostSweeps = 20000;
 
-/// Two contacts that overlap in time and whose joints a rigid bone holds apart.
+constexpr double again = 0.15;  // seconds: a joint that comes back after less stands where it stood,
+constexpr double near = 0.02;   // if that is within so many heights
+
+/// Two contacts that overlap in time and whose joints a rigid bone holds apart; or two of one joint that
+/// shall have one place, which is a bone of length 0.
 struct Bone {
   Contact *a, *b;
   double length;
@@ -72,17 +76,18 @@ bool rigid(const Clip& clip, int a, int b) {
   return std::find_first_of(ofA.begin(), ofA.end(), ofB.begin(), ofB.end()) != ofA.end();
 }
 
-std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, const std::vector<FootJoint>& feet,
+std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, double height,
                                std::vector<Contact>* contacts) {
-  const auto footOf = [&](int joint) {
-    return std::find_if(feet.begin(), feet.end(), [&](const FootJoint& f) { return f.joint == joint; })->foot;
-  };
   std::vector<Bone> bones;
   for (Contact& a : *contacts) {
     for (Contact& b : *contacts) {
       const int first = std::max(a.first, b.first);
+      if (a.joint == b.joint && a.last < b.first && (b.first - a.last) * clip.frameTime <= again &&
+          (a.place - b.place).length() <= near * height) {
+        bones.push_back({&a, &b, 0.0});
+      }
       if (a.joint >= b.joint || first > std::min(a.last, b.last)) continue;
-      if (footOf(a.joint) != footOf(b.joint) || !rigid(clip, a.joint, b.joint)) continue;
+      if (a.foot != b.foot || !rigid(clip, a.joint, b.joint)) continue;
       bones.push_back({&a, &b, (tracks.at(a.joint, first) - tracks.at(b.joint, first)).length()});
     }
   }
@@ -116,7 +121,7 @@ void choosePlaces(const Clip& clip, const Tracks& tracks, double height, const s
     }
     putOnTheGround(height, ground, own);
   }
-  const std::vector<Bone> bones = bonesBetween(clip, tracks, feet, contacts);
+  const std::vector<Bone> bones = bonesBetween(clip, tracks, height, contacts);
   double off = bones.empty() ? 0.0 : height;
   for (int sweep = 0; sweep < mostSweeps && off > 1e-10 * height; sweep++) {
     off = 0.0;

@@ -25,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const MemoryFile file(data, size);
   std::vector<Constraint> wishes;
   try {
-    wishes = limber::motion::readConstraints(file.path().c_str(), nullptr, small);
+    wishes = limber::motion::readScript(file.path(), nullptr, small).constraints;
   } catch (const limber::motion::Error& error) {
     REQUIRE(std::strncmp(error.what(), file.path().c_str(), file.path().size()) == 0);
     return 0;

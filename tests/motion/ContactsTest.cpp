@@ -254,6 +254,20 @@ TEST(Contacts, ShortGapsAreClosedAndShortContactsDropped) {
   for (const Contact& c : rising.list) EXPECT_EQ(c.first, 0);
 }
 
+TEST(Contacts, GiveWayToWhatAScriptAsksOfTheSameFoot) {
+  Contacts contacts;
+  contacts.list = {{3, 0, 9, Pnt3(1, 0, 0), 3}, {4, 2, 5, Pnt3(2, 0, 0), 3}, {8, 0, 9, Pnt3(3, 0, 0), 8}};
+  const Contacts left =
+      contactsBeside(contacts, {{4, 3, Pnt3(), 1.0}, {5, 4, Pnt3(), 1.0}, {7, 20, Pnt3(), 1.0}});
+  ASSERT_EQ(left.list.size(), 4u);
+  const int firsts[] = {0, 6, 2, 0}, lasts[] = {3, 9, 3, 9}, joints[] = {3, 3, 4, 8};
+  for (std::size_t i = 0; i < 4; i++) {
+    EXPECT_EQ(left.list[i].joint, joints[i]);
+    EXPECT_EQ(left.list[i].first, firsts[i]);
+    EXPECT_EQ(left.list[i].last, lasts[i]);
+  }
+}
+
 TEST(Contacts, EachFrameOfAContactIsAConstraint) {
   Contacts contacts;
   contacts.list = {{5, 3, 4, Pnt3(1, 0, 0)}, {2, 4, 6, Pnt3(2, 0, 0)}};

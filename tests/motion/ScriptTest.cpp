@@ -16,7 +16,7 @@ class Script : public ::testing::Test {
   Script() : clip(readClip(directory.write("clip.bvh", smallClip).c_str(), nullptr)), skeleton(clip) {}
 
   std::vector<Constraint> read(const std::string& text) const {
-    return readConstraints(directory.write("script.txt", text).c_str(), nullptr, clip);
+    return readScript(directory.write("script.txt", text), nullptr, clip).constraints;
   }
 
   /// The message of the error behind the directory; empty when there was none.
@@ -37,14 +37,14 @@ class Script : public ::testing::Test {
 TEST_F(Script, SaysWhereAJointShallBe) {
   const std::vector<Constraint> wishes = read("2 Arm 1 -2 .5\n1 Arm.End +1e1 0 0 2.5\n");
   ASSERT_EQ(wishes.size(), 2u);
-  EXPECT_EQ(wishes[0].frame, 1);
-  EXPECT_EQ(wishes[0].joint, 1);
-  EXPECT_EQ((wishes[0].target - Pnt3(1, -2, 0.5)).length(), 0.0);
-  EXPECT_EQ(wishes[0].weight, 1.0);
-  EXPECT_EQ(wishes[1].frame, 0);
-  EXPECT_EQ(wishes[1].joint, 2);
-  EXPECT_EQ(wishes[1].target.x, 10.0);
-  EXPECT_EQ(wishes[1].weight, 2.5);
+  EXPECT_EQ(wishes[1].frame, 1);
+  EXPECT_EQ(wishes[1].joint, 1);
+  EXPECT_EQ((wishes[1].target - Pnt3(1, -2, 0.5)).length(), 0.0);
+  EXPECT_EQ(wishes[1].weight, 1.0);
+  EXPECT_EQ(wishes[0].frame, 0);
+  EXPECT_EQ(wishes[0].joint, 2);
+  EXPECT_EQ(wishes[0].target.x, 10.0);
+  EXPECT_EQ(wishes[0].weight, 2.5);
 }
 
 TEST_F(Script, ARangeIsAWishForEachOfItsFrames) {
@@ -60,14 +60,66 @@ TEST_F(Script, ARangeIsAWishForEachOfItsFrames) {
 TEST_F(Script, HoldKeepsAJointWhereItIsInAFrame) {
   const Pnt3 first = skeleton.position(2, clip.frame(0)), second = skeleton.position(2, clip.frame(1));
   ASSERT_GT((first - second).length(), 1.0);
-  const std::vector<Constraint> wishes =
-      read("hold 1-2 Arm.End\nhold 1-2 Arm.End at 2\nhold 2 Arm.End 7\nhold 1 Arm at 2 3\n");
-  ASSERT_EQ(wishes.size(), 6u);
-  for (const std::size_t i : {0u, 1u}) EXPECT_EQ((wishes[i].target - first).length(), 0.0);
-  for (const std::size_t i : {2u, 3u, 4u}) EXPECT_EQ((wishes[i].target - second).length(), 0.0);
-  EXPECT_EQ(wishes[3].weight, 1.0);
-  EXPECT_EQ(wishes[4].weight, 7.0);
-  EXPECT_EQ(wishes[5].weight, 3.0);
+  const std::vector<Constraint> own = read("hold 1-2 Arm.End\n"), at = read("hold 1-2 Arm.End at 2\n");
+  ASSERT_EQ(own.size(), 2u);
+  ASSERT_EQ(at.size(), 2u);
+  for (const std::size_t i : {0u, 1u}) {
+    EXPECT_EQ((own[i].target - first).length(), 0.0);
+    EXPECT_EQ((at[i].target - second).length(), 0.0);
+    EXPECT_EQ(at[i].weight, 1.0);
+  }
+  const std::vector<Constraint> weighed = read("hold 2 Arm.End 7\nhold 1 Arm at 2 3\n");
+  ASSERT_EQ(weighed.size(), 2u);
+  EXPECT_EQ((weighed[1].target - second).length(), 0.0);
+  EXPECT_EQ(weighed[1].weight, 7.0);
+  EXPECT_EQ(weighed[0].weight, 3.0);
+}
+
+TEST_F(Script, PlantsStandBesideItsOwnLines) {
+  const auto script = [&](const char* text) {
+    return readScript(directory.write("script.txt", text), nullptr, clip);
+  };
+  EXPECT_FALSE(script("1 Arm 1 2 3\n").plants);
+  EXPECT_TRUE(script("plants # as found\n1 Arm 1 2 3\n").plants);
+  EXPECT_EQ(script("plants\n1 Arm 1 2 3\n").constraints.size(), 1u);
+  EXPECT_EQ(problem("plants 3\n"), "script.txt:1: expected the end of the line, found '3'");
+}
+
+TEST_F(Script, ASecondTargetForAJointInAFrameIsRefusedWithBothLines) {
+  EXPECT_EQ(problem("# first\n1-2 Arm 1 2 3\n1 Arm.End 0 0 0\nhold 2 Arm\n"),
+            "script.txt:4: a second target for Arm in frame 2; line 2 has one");
+  EXPECT_EQ(problem("1 Arm 1 2 3\n1 Arm 1 2 3\n"),
+            "script.txt:2: a second target for Arm in frame 1; line 1 has one");
+}
+
+TEST(ScriptOfAWalk, EasingRaisesTheWeightAndLowersItAgain) {
+  const TemporaryDirectory directory;
+  const Clip clip = readClip(sourceFile("examples/data/walk.bvh"));
+  const std::string path =
+      directory.write("script.txt", "11-20 LeftHand 1 2 3 2 ease 3 1\nhold 31-33 LeftHand ease 1\n");
+  const std::vector<Constraint> wishes = readScript(path, nullptr, clip).constraints;
+  ASSERT_EQ(wishes.size(), 13u);
+  const auto smooth = [](double u) { return u * u * (3 - 2 * u); };
+  const double weights[] = {smooth(0.25), 0.5, smooth(0.75), 2, 2, 2, 2, 2, 2, 0.5, 0.5, 1, 0.5};
+  for (std::size_t i = 0; i < 13; i++)
+    EXPECT_TRUE(tolerance::close(wishes[i].weight, weights[i], 1e-15)) << i;
+}
+
+TEST(ScriptOfAWalk, WrittenContactsReadBackAsTheSamePlaces) {
+  const TemporaryDirectory directory;
+  Clip clip = readClip(sourceFile("examples/data/walk.bvh"));
+  clip.joints[static_cast<std::size_t>(clip.find("LeftFoot"))].name = "Left";
+  clip.joints[static_cast<std::size_t>(clip.find("LeftToeBase"))].name = "Left 7 toes";
+  const Contacts contacts = findContacts(clip);
+  writeScript(contacts, clip, directory / "plants.txt");
+  const std::vector<Constraint> wanted = constraintsOf(contacts),
+                                found = readScript(directory / "plants.txt", nullptr, clip).constraints;
+  ASSERT_EQ(found.size(), wanted.size());
+  for (std::size_t i = 0; i < found.size(); i++) {
+    EXPECT_EQ(found[i].frame, wanted[i].frame);
+    EXPECT_EQ(found[i].joint, wanted[i].joint);
+    EXPECT_LT((found[i].target - wanted[i].target).length(), 1e-8 * Skeleton(clip).height());
+  }
 }
 
 TEST_F(Script, CommentsBlankLinesAndLineEndsMakeNoDifference) {
@@ -132,6 +184,10 @@ TEST_F(Script, EveryMistakeIsNamedWithItsPlace) {
       {"hold 1 Arm at 3", "frame 3 is not in the clip, which has frames 1 to 2"},
       {"hold 1 Arm at 1 1 1", "expected the end of the line, found '1'"},
       {"hold 1 Arm on 1", "expected a weight, found 'on'"},
+      {"1 Arm 1 2 3 ease", "expected the frames of a ramp, found the end of the line"},
+      {"1 Arm 1 2 3 ease 0.5", "expected the frames of a ramp, found '0.5'"},
+      {"1 Arm 1 2 3 ease -1", "expected a ramp of 0 frames or more"},
+      {"1 Arm 1 2 3 ease 1 1", "ramps of 1 and 1 frames are longer than the range of 1"},
   };
   for (const auto& one : all) {
     EXPECT_EQ(problem(std::string("# first\n \n") + one.line + "\n2 Arm 1 2 3\n"),
