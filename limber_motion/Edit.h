@@ -1,0 +1,66 @@
+#pragma once
+
+/// @file
+/// The smooth edit of a clip.
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "limber/geometry/Pnt3.h"
+#include "limber_motion/Api.h"
+#include "limber_motion/Clip.h"
+#include "limber_motion/Constraint.h"
+#include "limber_motion/Contacts.h"
+#include "limber_motion/Report.h"
+
+namespace limber::motion {
+
+/// How a clip is edited. Times are in seconds, lengths in body heights, angles in radians.
+struct EditOptions {
+  double smooth = 0.2;  ///< the time constant of the change: what one frame asks for fades in about three
+  double knots = 0.0;   ///< between the knots of coarse curves; 0: one unknown a frame
+  double goal = 1e-4;   ///< largest miss allowed
+  int mostSteps = 8;    ///< Gauss-Newton steps
+  double mostTurn = 1.0472;  ///< no angle is changed by more
+  bool ground = false;       ///< keep the feet above the ground; else only no deeper than they were
+  std::map<std::string, double> stiffness;        ///< of joints by name, for the defaults of jointStiffness
+  std::function<bool(const EditStep&)> observer;  ///< called after each step; false ends the edit there
+};
+
+/// An edit of a clip: where joints shall be, and the smallest smooth change of the motion that brings them
+/// there. The change is measured by Smoothness; docs/guide/motion.md explains the mathematics.
+///
+///     Edit edit(clip);
+///     edit.plant(findContacts(clip));
+///     edit.reach(60, clip.find("LeftHand"), Pnt3(34, 128, 216));
+///     Report report = edit.solve();
+class LIMBER_MOTION_API Edit {
+ public:
+  /// The clip must outlive the edit, which changes it in solve. Error for a clip with numbers that are not
+  /// finite, for one without frames, and for a skeleton without extent.
+  explicit Edit(Clip& clip, EditOptions options = EditOptions());
+
+  /// Holds each contact's joint at its place in its frames.
+  void plant(const Contacts& contacts);
+  /// Holds a joint at a point in one frame (from 0), in the clip's unit. A weight of 1 or more holds it
+  /// there, one below only pulls. Error for a frame or joint that the clip does not have, a point that is not
+  /// finite and a second point for the same joint and frame. It replaces a contact's place.
+  void reach(int frame, int joint, const Pnt3& point, double weight = 1.0);
+  /// The same for each of them.
+  void add(const std::vector<Constraint>& constraints);
+
+  /// Edits the clip and says how that went. What cannot be met is approached: the best motion that was found
+  /// stays in the clip, and the report says what is missing and why. To be called once.
+  Report solve();
+
+ private:
+  Clip& clip_;
+  EditOptions options_;
+  Contacts feet_;  // what is known of the feet and the ground
+  std::vector<Constraint> plants_, wishes_;
+  bool planted_ = false;
+};
+
+}  // namespace limber::motion

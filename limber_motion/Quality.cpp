@@ -1,0 +1,224 @@
+#include "limber_motion/Quality.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "limber_motion/Error.h"
+#include "limber_motion/Skeleton.h"
+
+namespace limber::motion {
+
+namespace {
+
+/// The places of all joints in all frames, in body heights.
+class Places {
+ public:
+  Places(const Clip& clip, const Skeleton& skeleton) : joints_(clip.joints.size()) {
+    const double height = skeleton.height() > 0.0 ? skeleton.height() : 1.0;
+    for (int f = 0; f < clip.frames; f++) {
+      for (const Pnt3& p : skeleton.positions(clip.frame(f))) at_.push_back(p * (1.0 / height));
+    }
+  }
+  const Pnt3& at(int joint, int frame) const {
+    return at_[static_cast<std::size_t>(frame) * joints_ + static_cast<std::size_t>(joint)];
+  }
+  double third(int joint, int f) const {
+    return (at(joint, f + 3) - at(joint, f + 2) * 3.0 + at(joint, f + 1) * 3.0 - at(joint, f)).length();
+  }
+  /// The largest third difference from frame `first` to `last`.
+  double largestThird(int joint, int first, int last) const {
+    double largest = 0.0;
+    for (int f = first; f <= last; f++) largest = std::max(largest, third(joint, f));
+    return largest;
+  }
+
+ private:
+  std::size_t joints_;
+  std::vector<Pnt3> at_;
+};
+
+/// Frames in a time, rounded to the nearest number (halves to the even one).
+int framesIn(double seconds, const Clip& clip) {
+  return static_cast<int>(std::nearbyint(std::min(seconds / clip.frameTime, 1e8)));
+}
+
+std::vector<int> footJoints(const Clip& clip) {
+  std::vector<int> feet;
+  for (std::size_t j = 0; j < clip.joints.size(); j++) {
+    if (!clip.joints[j].endSite) continue;
+    feet.push_back(static_cast<int>(j));
+    if (clip.joints[j].parent >= 0) feet.push_back(clip.joints[j].parent);
+  }
+  std::sort(feet.begin(), feet.end());
+  feet.erase(std::unique(feet.begin(), feet.end()), feet.end());
+  return feet;
+}
+
+double lowPlace(const Clip& clip, const Places& places, int joint) {
+  std::vector<double> heights;
+  for (int f = clip.frames > 1 ? 1 : 0; f < clip.frames; f++) heights.push_back(places.at(joint, f).y);
+  const auto low = heights.begin() + (clip.frames - 1) / 20;
+  std::nth_element(heights.begin(), low, heights.end());
+  return *low;
+}
+
+std::vector<Stand> standsOf(const Clip& clip, const Places& places, double* ground) {
+  const int half = std::max(1, framesIn(0.025, clip)), least = std::max(2, framesIn(0.1, clip));
+  const int gap = framesIn(0.05, clip);
+  const std::vector<int> feet = footJoints(clip);
+  std::vector<double> low;
+  *ground = std::numeric_limits<double>::infinity();
+  for (const int j : feet) {
+    low.push_back(lowPlace(clip, places, j));
+    *ground = std::min(*ground, low.back());
+  }
+  std::vector<Stand> stands;
+  for (std::size_t i = 0; i < feet.size(); i++) {
+    if (low[i] > *ground + 0.1) continue;
+    const int j = feet[i];
+    const auto rests = [&](int f) {
+      const int a = std::max(f - half, 0), b = std::min(f + half, clip.frames - 1);
+      const double seconds = std::max((b - a) * clip.frameTime, 1e-9);
+      return places.at(j, f).y < low[i] + 0.05 &&
+             (places.at(j, b) - places.at(j, a)).length() / seconds < 0.1;
+    };
+    std::vector<Stand> runs;
+    for (int f = 0; f < clip.frames; f++) {
+      if (!rests(f)) continue;
+      if (!runs.empty() && f - runs.back().end <= gap) {
+        runs.back().end = f + 1;
+      } else {
+        runs.push_back({j, f, f + 1});
+      }
+    }
+    for (const Stand& run : runs) {
+      if (run.end - run.first >= least) stands.push_back(run);
+    }
+  }
+  return stands;
+}
+
+/// Mean and largest horizontal speed in the stands.
+void measureSkate(const Places& places, const std::vector<Stand>& stands, double dt, double* mean,
+                  double* fastest) {
+  double sum = 0.0;
+  int count = 0;
+  for (const Stand& stand : stands) {
+    for (int f = stand.first; f + 1 < stand.end; f++, count++) {
+      const Pnt3 step = places.at(stand.joint, f + 1) - places.at(stand.joint, f);
+      const double speed = std::hypot(step.x, step.z) / dt;
+      sum += speed;
+      *fastest = std::max(*fastest, speed);
+    }
+  }
+  *mean = count ? sum / count : 0.0;
+}
+
+double wander(const Places& places, const std::vector<Stand>& stands) {
+  double farthest = 0.0;
+  for (const Stand& stand : stands) {
+    Pnt3 mean;
+    for (int f = stand.first; f < stand.end; f++) mean += places.at(stand.joint, f);
+    mean *= 1.0 / (stand.end - stand.first);
+    for (int f = stand.first; f < stand.end; f++) {
+      farthest = std::max(farthest, (places.at(stand.joint, f) - mean).length());
+    }
+  }
+  return farthest;
+}
+
+double below(const Clip& clip, const Places& places, const std::vector<Stand>& stands, double ground) {
+  double deepest = 0.0;
+  for (std::size_t i = 0; i < stands.size(); i++) {
+    if (i > 0 && stands[i].joint == stands[i - 1].joint) continue;
+    for (int f = 0; f < clip.frames; f++) {
+      deepest = std::max(deepest, ground - places.at(stands[i].joint, f).y);
+    }
+  }
+  return deepest;
+}
+
+void measureJerk(const Clip& clip, const Places& before, const Places& after,
+                 const std::vector<Stand>& stands, Quality* quality) {
+  const int near = std::max(2, framesIn(0.1, clip));
+  const double least = clip.frameTime * clip.frameTime * clip.frameTime;
+  double sum = 0.0;
+  int count = 0;
+  for (const Stand& stand : stands) {
+    for (const int edge : {stand.first, stand.end - 1}) {
+      const int first = std::max(0, edge - near - 2), last = std::min(clip.frames - 3, edge + near) - 1;
+      if (first > last) continue;
+      const double ratio = after.largestThird(stand.joint, first, last) /
+                           std::max(before.largestThird(stand.joint, first, last), least);
+      sum += ratio;
+      count++;
+      quality->largestEdgeJerk = std::max(quality->largestEdgeJerk, ratio);
+    }
+  }
+  quality->edgeJerk = count ? sum / count : 0.0;
+  double squares[2] = {0.0, 0.0};
+  for (int j = 0; j < static_cast<int>(clip.joints.size()); j++) {
+    for (int f = 0; f + 3 < clip.frames; f++) {
+      const double b = before.third(j, f), a = after.third(j, f);
+      squares[0] += b * b;
+      squares[1] += a * a;
+    }
+  }
+  quality->bodyJerk = squares[0] > 0.0   ? std::sqrt(squares[1] / squares[0])
+                      : squares[1] > 0.0 ? HUGE_VAL
+                                         : 0.0;
+}
+
+double largestTurn(const Clip& before, const Clip& after) {
+  double turn = 0.0;
+  for (int c = 0; c < before.channels; c++) {
+    if (!before.channel(c).rotation) continue;
+    for (int f = 0; f < before.frames; f++) {
+      const double change = after.frame(f)[c] - before.frame(f)[c];
+      turn = std::max(turn, std::fabs(std::remainder(change, 2.0 * 3.14159265358979323846)));
+    }
+  }
+  return turn;
+}
+
+}  // namespace
+
+std::vector<Stand> findStands(const Clip& clip, double* ground) {
+  const Skeleton skeleton(clip);
+  double lowest = 0.0;
+  const std::vector<Stand> stands = standsOf(clip, Places(clip, skeleton), &lowest);
+  if (ground) *ground = lowest * skeleton.height();
+  return stands;
+}
+
+Quality measureQuality(const Clip& before, const Clip& after, const std::vector<Stand>& stands,
+                       double ground) {
+  if (before.frames != after.frames || before.joints.size() != after.joints.size() ||
+      before.channels != after.channels) {
+    throw Error("the clips to compare differ in joints or frames");
+  }
+  const Skeleton skeleton(before);
+  const Places was(before, skeleton), is(after, Skeleton(after));
+  const double height = skeleton.height() > 0.0 ? skeleton.height() : 1.0;
+  Quality quality;
+  quality.stands = static_cast<int>(stands.size());
+  for (const Stand& stand : stands) quality.standingFrames += stand.end - stand.first;
+  measureSkate(was, stands, before.frameTime, &quality.skateBefore, &quality.fastestBefore);
+  measureSkate(is, stands, before.frameTime, &quality.skateAfter, &quality.fastestAfter);
+  quality.wanderBefore = wander(was, stands);
+  quality.wanderAfter = wander(is, stands);
+  measureJerk(before, was, is, stands, &quality);
+  quality.belowBefore = below(before, was, stands, ground / height);
+  quality.belowAfter = below(before, is, stands, ground / height);
+  quality.turn = largestTurn(before, after);
+  return quality;
+}
+
+Quality measureQuality(const Clip& before, const Clip& after) {
+  double ground = 0.0;
+  const std::vector<Stand> stands = findStands(before, &ground);
+  return measureQuality(before, after, stands, ground);
+}
+
+}  // namespace limber::motion

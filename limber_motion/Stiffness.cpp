@@ -1,0 +1,58 @@
+#include "limber_motion/Stiffness.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "limber_motion/Error.h"
+
+namespace limber::motion {
+
+namespace {
+
+constexpr double rootStiffness = 4.0, spineStiffness = 2.0;
+constexpr double lever = 0.2;  // heights: how far from a joint its rotation counts as a movement
+
+}  // namespace
+
+std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
+                                   const std::map<std::string, double>& byName) {
+  const std::size_t n = clip.joints.size();
+  const double limb = 0.12 * skeleton.height();  // what is shorter is a finger or a toe
+  std::vector<double> reach(n, 0.0);             // the longest way down from a joint along the bones
+  std::vector<int> limbs(n, 0);                  // that begin at the joint or below it
+  for (std::size_t j = n; j-- > 1;) {
+    const Joint& joint = clip.joints[j];
+    const std::size_t up = static_cast<std::size_t>(joint.parent);
+    const double way = reach[j] + joint.offset.length();
+    reach[up] = std::max(reach[up], way);
+    limbs[up] += limbs[j] > 0 ? limbs[j] : way > limb ? 1 : 0;
+    // A limb begins above its first joint: joints along it count it once.
+  }
+  std::vector<double> stiffness(n, 1.0);
+  for (std::size_t j = 0; j < n; j++) {
+    if (limbs[j] > 1) stiffness[j] = spineStiffness;
+  }
+  if (n > 0) stiffness[0] = rootStiffness;
+  for (const auto& [name, value] : byName) {
+    const int j = clip.find(name);
+    if (j < 0) throw Error("no joint is called '" + name + "'");
+    if (!(value > 0.0) || !std::isfinite(value)) {
+      throw Error("the stiffness of '" + name + "' must be a number above 0");
+    }
+    stiffness[static_cast<std::size_t>(j)] = value;
+  }
+  return stiffness;
+}
+
+std::vector<double> channelMasses(const Clip& clip, const Skeleton& skeleton,
+                                  const std::vector<double>& stiffness) {
+  const double height = skeleton.height();
+  std::vector<double> masses;
+  for (int c = 0; c < clip.channels; c++) {
+    const double scale = skeleton.isRotation(c) ? lever : 1.0 / height;
+    masses.push_back(stiffness[static_cast<std::size_t>(skeleton.owner(c))] * scale * scale);
+  }
+  return masses;
+}
+
+}  // namespace limber::motion
