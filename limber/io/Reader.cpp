@@ -20,8 +20,6 @@ namespace {
 
 constexpr int requestSize = 1024;
 constexpr int wordSize = sizeof(Reader::word);
-/// zlib's own buffer: larger than its default of 8 KB, for fewer system calls and fewer pieces.
-constexpr unsigned streamBuffer = 1u << 18;
 constexpr std::size_t leastNameSize = 512;
 
 // A word of 512 characters has its terminator in the field behind it, which getWord has cleared.
@@ -31,7 +29,8 @@ static_assert(offsetof(Reader, word) == offsetof(Reader, linePos) + sizeof(Reade
 
 /// Signed on every machine, so that bytes from 128 to 255 are white: deliberate.
 bool isPrintable(char c) { return static_cast<signed char>(c) > ' '; }
-bool endsLine(char c) { return static_cast<unsigned char>(c - 10) <= 10; }
+/// Of a pair of line ends such as CR LF, each byte is one of these; a zero byte is not.
+bool mayPair(char c) { return static_cast<unsigned char>(c - 10) <= 10; }
 
 }  // namespace
 
@@ -56,7 +55,6 @@ Reader::Reader(const char* fileName, const char* searchPath) {
     if (!file) return;
     name = nameString(fileName);
   }
-  gzbuffer(static_cast<gzFile>(file), streamBuffer);
   start(file);
 }
 
@@ -170,25 +168,15 @@ char* Reader::bgets(char* dst, int size) {
     const char* const from = buf + bufPos;
     int run = bufCount - bufPos;
     if (run > last - to) run = static_cast<int>(last - to);
-    int n = 0;
-    while (n + 8 <= run) {
-      const std::uint64_t bytes = limber::detail::load8(from + n);
-      if (limber::detail::lineEnders(bytes)) break;
-      limber::detail::store8(to + n, bytes);
-      n += 8;
-    }
-    while (n < run && from[n] && !endsLine(from[n])) {
-      to[n] = from[n];
-      n++;
-    }
+    const int n = limber::detail::copyLine(from, to, run);
     to += n;
     bufPos += n;
     if (n < run || bufCount == 0) {  // a line end, a zero byte, or nothing more to read
       *to++ = 0;
-      if (bufCount && endsLine(buf[bufPos++])) {
+      if (bufCount && mayPair(buf[bufPos++])) {
         // The second byte of a pair such as CR LF. At the end of what was read it is looked for without
         // reading more, deliberately: a pair that falls there gives an empty line.
-        if (bufPos < static_cast<int>(sizeof buf) && endsLine(buf[bufPos])) bufPos++;
+        if (bufPos < static_cast<int>(sizeof buf) && mayPair(buf[bufPos])) bufPos++;
       }
       break;
     }
@@ -209,6 +197,15 @@ int Reader::advance() {
 }
 
 int Reader::ok() const { return !atEnd(); }
+
+int Reader::damaged() const {
+  if (!file || !atEnd()) return 0;
+  const auto stream = static_cast<gzFile>(file);
+  // A file that is cut off ends like a complete one as far as gzread and gzeof go; only gzerror knows.
+  int error = Z_OK;
+  gzerror(stream, &error);
+  return error != Z_OK || !gzeof(stream);
+}
 
 /// Goes on to the next printable character, over line ends.
 void Reader::skipWhite() {
@@ -231,7 +228,7 @@ char Reader::getc() {
   return c ? c : '\n';
 }
 
-char Reader::peek() { return atEnd() ? '\0' : line[linePos]; }
+char Reader::peek() const { return atEnd() ? '\0' : line[linePos]; }
 
 char Reader::getNonWS() {
   while (!atEnd()) {
@@ -254,43 +251,33 @@ const char* Reader::gets() {
   return nullptr;
 }
 
-const char* Reader::getWord() {
-  if (!takeWord()) return nullptr;
-  endWord();
-  return word;
-}
-
 /// Copies the next word and goes behind it; its length, 0 at end.
-int Reader::takeWord() {
+inline int Reader::takeWord() {
   lastWordValid = 0;
   if (!isPrintable(line[linePos])) {
     if (!atEnd()) skipWhite();
     if (!isPrintable(line[linePos])) return 0;
   }
-  // The loads may run into the fields behind `line`; the stores stay in `word`, and leave alone what an
-  // earlier word left behind the terminator.
+  // The loads may run into the fields behind `line`; the stores stay in `word`.
   const char* const from = reinterpret_cast<const char*>(this) + offsetof(Reader, line) + linePos;
-  int n = 0;
-  while (n < wordSize) {
-    const std::uint64_t bytes = limber::detail::load8(from + n);
-    const std::uint64_t white = limber::detail::whites(bytes);
-    if (white) {
-      const int rest = limber::detail::before(white);
-      limber::detail::store8(word + n,
-                             limber::detail::terminated(bytes, rest, limber::detail::load8(word + n)));
-      n += rest;
-      break;
-    }
-    limber::detail::store8(word + n, bytes);
-    n += 8;
-  }
-  linePos += n;
-  return n;
+  const int length = limber::detail::copyWord(from, word, wordSize);
+  linePos += length;
+  return length;
 }
 
 /// The white character behind the word, which getc would return, and the white run that it takes along.
-void Reader::endWord() {
-  if (!atEnd()) skipWhite();
+inline void Reader::endWord() {
+  const char* const at = line + linePos;
+  if (at[0] && isPrintable(at[1]))
+    linePos++;
+  else if (!atEnd())
+    skipWhite();
+}
+
+const char* Reader::getWord() {
+  if (!takeWord()) return nullptr;
+  endWord();
+  return word;
 }
 
 int Reader::matchWord(const char* expected, int complain) {
@@ -310,32 +297,41 @@ int Reader::matchWord(const char* expected, int complain) {
   return 0;
 }
 
-/// Takes the next word and its value, as a real if `real` is not null; 0, with the message that `kind`
-/// ("int", "Real") is expected, when it does not begin as a number does.
-int Reader::numberWord(const char* kind, double* real, int complain) {
-  const int length = takeWord();
+/// Whether the word begins with a digit or '-'. The set of characters is a bit mask, because signs come at
+/// random and a branch on them would go wrong half the time.
+inline bool Reader::isNumber() const {
+  const unsigned fromMinus = static_cast<unsigned>(word[0] - '-');
+  return fromMinus <= '9' - '-' && (0x1ff9u >> fromMinus & 1);
+}
+
+/// The rest of a failed getInt or getReal, of the kind "int" or "Real": 0, and the message.
+int Reader::refuseNumber(const char* kind, int length, int complain) {
   if (!length) {
     if (complain) stderrPrintf("Expecting %s, found EOF\n", kind);
     return 0;
   }
-  const bool number = (word[0] >= '0' && word[0] <= '9') || word[0] == '-';
-  // From the line: the processor waits for what was stored in `word` a moment ago.
-  const char* const end = line + linePos;
-  if (number && real) *real = limber::detail::realWord(end - length, end, word);
   endWord();
-  if (!number && complain) stderrPrintf("Expecting %s, found `%s' (on line %d)\n", kind, word, lineNo);
-  return number;
+  if (complain) stderrPrintf("Expecting %s, found `%s' (on line %d)\n", kind, word, lineNo);
+  return 0;
 }
 
 int Reader::getInt(int& out, int complain) {
-  const int number = numberWord("int", nullptr, complain);
-  out = number ? std::atoi(word) : 0;
-  return number;
+  out = 0;
+  const int length = takeWord();
+  if (!length || !isNumber()) return refuseNumber("int", length, complain);
+  out = std::atoi(word);
+  endWord();
+  return 1;
 }
 
 int Reader::getReal(double& out, int complain) {
   out = 0.0;
-  return numberWord("Real", &out, complain);
+  const int length = takeWord();
+  if (!length || !isNumber()) return refuseNumber("Real", length, complain);
+  const char* const end = line + linePos;
+  out = limber::detail::realWord(end - length, end, word);
+  endWord();
+  return 1;
 }
 
 int Reader::getLineNo() const { return atEnd() ? -1 : lineNo; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 #include "limber/Api.h"
 
@@ -13,9 +14,18 @@
 /// 10 to 20; a pair of the latter is one line end, so CR LF files read like LF files and, deliberately, a
 /// single empty line is lost.
 ///
+/// Lines are counted as they are cut, which differs from what an editor shows in three ways. The
+/// stream is read in pieces of 1024 bytes, and the look at the second byte of a pair does not read the next
+/// piece: a CR LF pair that is split there counts as two line ends. A single empty line is lost, as said
+/// above. A file whose size is a multiple of 1024 has one more, empty line at its end. Messages name the line
+/// where the reader stands once the word is read, which is the line of the next word: for the last word of a
+/// line that is a later line. Programs that name lines to people count line ends themselves.
+///
 /// The reader is at end when the stream is used up and nothing is left in `line` at `linePos`; every
-/// operation then returns its end value. A read error ends the file. Copies share the stream and the name:
-/// what one of them reads from the stream is gone for the others; the last one closes.
+/// operation then returns its end value. Damage of a compressed file and read errors end the text, as far as
+/// gzread delivers it with its own buffer (up to 16 KB of text before the damage may be lost);
+/// damaged() tells. Copies share the stream and the name: what one of them reads from the stream is gone for
+/// the others; the last one closes.
 class LIMBER_API Reader {
  public:
   int more;           ///< 1 while the stream may still deliver bytes
@@ -37,6 +47,10 @@ class LIMBER_API Reader {
   Reader(void* gzStream, const char* fileName);
   /// A reader at end.
   Reader(std::nullptr_t, const char* fileName);
+  /// The same for the macro NULL, which is an integer to compilers.
+  template <class Null,
+            std::enable_if_t<std::is_integral_v<Null> && std::is_same_v<Null, decltype(NULL)>, int> = 0>
+  Reader(Null, const char* fileName) : Reader(nullptr, fileName) {}
   /// Copies share the stream and the name.
   Reader(const Reader& other);
   Reader& operator=(const Reader& other);
@@ -44,11 +58,16 @@ class LIMBER_API Reader {
 
   /// 1 unless at end.
   int ok() const;
+  /// 1 when the reader is at end because of damage or a read error, not because the text is complete: a
+  /// compressed file that is cut off or whose check sums are missing or wrong, a directory, a stream that
+  /// cannot be read. The last word may then be cut. 0 as long as the reader is not at end, and where no file
+  /// was opened.
+  int damaged() const;
   /// The next character; a run of whitespace and line ends counts as its first character (a line end as LF).
   /// 0 at end.
   char getc();
   /// The character that comes next in the line, not consumed; 0 at the end of the line.
-  char peek();
+  char peek() const;
   /// The next character that is not white; 0 at end.
   char getNonWS();
   /// Drops the rest of the line and returns the next one that is not blank; null at end. A blank line is
@@ -88,5 +107,6 @@ class LIMBER_API Reader {
   LIMBER_HIDDEN void skipWhite();
   LIMBER_HIDDEN int takeWord();
   LIMBER_HIDDEN void endWord();
-  LIMBER_HIDDEN int numberWord(const char* kind, double* real, int complain);
+  LIMBER_HIDDEN bool isNumber() const;
+  LIMBER_HIDDEN int refuseNumber(const char* kind, int length, int complain);
 };

@@ -157,7 +157,7 @@ TEST(ReaderNumbers, GetRealKeepsTheValueOfAtof) {
 std::string randomWord(std::mt19937_64& random) {
   char text[64];
   double value;
-  switch (random() % 8) {
+  switch (random() % 10) {
     case 0: {  // any bits at all: every exponent, subnormals, infinities, not-a-numbers
       const unsigned long long bits = random();
       std::memcpy(&value, &bits, sizeof value);
@@ -180,6 +180,22 @@ std::string randomWord(std::mt19937_64& random) {
     case 5:
       std::snprintf(text, sizeof text, "%a", static_cast<double>(random()) / 1e10);
       break;
+    case 6: {  // up to 22 digits, the point anywhere
+      const int length = 1 + static_cast<int>(random() % 22), point = static_cast<int>(random() % 24);
+      std::string digits = random() % 2 ? "-" : "";
+      for (int i = 0; i < length; i++) {
+        if (i == point) digits += '.';
+        digits += static_cast<char>('0' + random() % 10);
+      }
+      return digits;
+    }
+    case 7: {  // next to the middle of two doubles: the nearest is hard to tell
+      const auto odd = (UINT64_C(1) << 53 | random() >> 11) << 1 | 1;
+      std::snprintf(text, sizeof text, "%llu", static_cast<unsigned long long>(odd + random() % 3 - 1));
+      std::string digits = text;
+      digits.insert(1 + random() % (digits.size() - 1), random() % 2 ? "." : "");
+      return digits;
+    }
     default: {  // characters of numbers in no order
       static const char characters[] = "0123456789..--++eExXpPinfaNt";
       const int length = 1 + static_cast<int>(random() % 12);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 
@@ -128,6 +129,119 @@ TEST(ReaderStream, CorruptedCompressedFilesEnd) {
   }
 }
 
+/// The words that gzread gives with the buffer that it chooses itself, 1024 bytes at a time.
+Words wordsOfGzread(const std::string& path) {
+  const gzFile stream = gzopen(path.c_str(), "rb");
+  std::string text;
+  char piece[1024];
+  for (int n; (n = gzread(stream, piece, sizeof piece)) > 0;) text.append(piece, static_cast<std::size_t>(n));
+  gzclose(stream);
+  return split(text);
+}
+
+/// 60000 words in 400 KB; random, so that they do not compress to nothing.
+std::string manyWords() {
+  std::mt19937 random(11);
+  std::string text;
+  for (int i = 0; i < 60000; i++) text += std::to_string(random() % 1000000) + (i % 8 == 7 ? "\n" : " ");
+  return text;
+}
+
+TEST(ReaderStream, DamageCostsNoMoreTextThanGzreadLoses) {
+  TemporaryDirectory directory;
+  const std::string whole = readFile(directory.writeGz("whole.gz", manyWords()));
+  std::mt19937 random(6);
+  std::size_t most = 0;
+  for (int round = 0; round < 16; round++) {
+    std::string bytes = whole;
+    if (round % 2)
+      bytes.resize(bytes.size() - 1 - random() % (bytes.size() - 20));
+    else
+      for (int k = 0; k < 8; k++)
+        bytes[bytes.size() - 20 - random() % 2000 * (round + 1u) % (bytes.size() / 2)] ^= 0x55;
+    const std::string path = directory.write("bad.gz", bytes);
+    const Words expected = wordsOfGzread(path);
+    Reader byName(path.c_str(), noPath), searched("bad.gz", directory.path().c_str()),
+        adopted(gzopen(path.c_str(), "rb"), "bad.gz");
+    for (Reader* r : {&byName, &searched, &adopted}) {
+      EXPECT_EQ(r->damaged(), r->ok() ? 0 : 1);  // nothing may be left of a file that is cut early
+      EXPECT_EQ(wordsOf(*r), expected);
+      EXPECT_EQ(r->damaged(), 1);
+    }
+    most = std::max(most, expected.size());
+  }
+  EXPECT_GT(most, 50000u);
+}
+
+TEST(ReaderStream, AMissingOrWrongTrailerIsDamageThoughEveryWordArrives) {
+  TemporaryDirectory directory;
+  const std::string whole = readFile(directory.writeGz("whole.gz", "one two three\n"));
+  for (std::size_t missing = 1; missing <= 8; missing++) {
+    Reader r(directory.write("cut.gz", whole.substr(0, whole.size() - missing)).c_str(), noPath);
+    EXPECT_EQ(r.damaged(), 0);  // words are left
+    EXPECT_EQ(wordsOf(r), (Words{"one", "two", "three"}));
+    EXPECT_EQ(r.damaged(), 1) << missing;
+  }
+  std::string wrong = whole;
+  wrong[wrong.size() - 6] ^= 1;
+  Reader r(directory.write("wrong.gz", wrong).c_str(), noPath);
+  wordsOf(r);
+  EXPECT_EQ(r.damaged(), 1);
+}
+
+TEST(ReaderStream, CompleteFilesAreNotDamaged) {
+  for (const bool gz : {false, true})
+    for (const std::size_t size : {0u, 1u, 1023u, 1024u, 1025u, 16384u, 100000u}) {
+      FileReader file(std::string(size, 'x') + (size % 2 ? "\n" : ""), gz);
+      Reader copy(file.reader);
+      wordsOf(file.reader);
+      EXPECT_EQ(file.reader.ok(), 0);
+      EXPECT_EQ(file.reader.damaged(), 0) << size;
+      wordsOf(copy);
+      EXPECT_EQ(copy.damaged(), 0) << size;
+    }
+  EXPECT_EQ(Reader(nullptr, "x").damaged(), 0);
+  EXPECT_EQ(Reader("/no/such/file", noPath).damaged(), 0);
+}
+
+TEST(ReaderStream, ReadErrorsAreDamage) {
+  TemporaryDirectory directory;
+  Reader r(directory.path().c_str(), noPath);
+  EXPECT_EQ(r.damaged(), 1);
+  Reader written(gzopen((directory / "out.gz").c_str(), "wb"), "out.gz");
+  EXPECT_EQ(written.damaged(), 1);
+}
+
+TEST(ReaderStream, LinesAreCountedAsTheyAreCut) {
+  std::string text;
+  for (int i = 0; i < 20000; i++) text += "word" + std::to_string(i) + "\r\n";
+  // A pair that a read of 1024 bytes splits counts twice.
+  int split = 0;
+  for (std::size_t i = 1023; i + 1 < text.size(); i += 1024) split += text[i] == '\r' && text[i + 1] == '\n';
+  EXPECT_GT(split, 5);
+  FileReader file(text);
+  EXPECT_EQ(wordsOf(file.reader).size(), 20000u);
+  EXPECT_EQ(file.reader.lineNo, 20000 + split);
+  // A file of exactly 1024 bytes has one more, empty line.
+  FileReader full(std::string(1023, 'x') + "\n"), shorter(std::string(1022, 'x') + "\n");
+  while (full.reader.getWord()) {
+  }
+  while (shorter.reader.getWord()) {
+  }
+  EXPECT_EQ(full.reader.lineNo, shorter.reader.lineNo + 1);
+}
+
+TEST(ReaderStream, MessagesNameTheLineOfTheNextWord) {
+  CapturedOutput captured;
+  FileReader file("1 x\n\n\n2 y 3\n");
+  int number = 0;
+  EXPECT_EQ(file.reader.getInt(number, 1), 1);
+  EXPECT_EQ(file.reader.getInt(number, 1), 0);  // x is the last word of line 1
+  EXPECT_EQ(file.reader.getInt(number, 1), 1);
+  EXPECT_EQ(file.reader.getInt(number, 1), 0);  // y is not the last of its line
+  EXPECT_EQ(captured.err(), "Expecting int, found `x' (on line 3)\nExpecting int, found `y' (on line 3)\n");
+}
+
 TEST(ReaderStream, ADirectoryIsAtEnd) {
   TemporaryDirectory directory;
   Reader r(directory.path().c_str(), noPath);
@@ -215,6 +329,17 @@ TEST(ReaderStream, AssignmentLetsGoOfTheOldFile) {
   const Reader b(directory.write("b", "2").c_str(), noPath);
   a = b;  // a leak here shows under the sanitizer
   EXPECT_STREQ(a.getWord(), "2");
+}
+
+// What callers may write is compiled here.
+TEST(ReaderStream, NullIsAReaderAtEndHoweverItIsSpelled) {
+  Reader null(NULL, "x"), pointer(nullptr, "x");
+  EXPECT_EQ(null.ok(), 0);
+  EXPECT_EQ(null.file, nullptr);
+  EXPECT_EQ(null.name, nullptr);
+  EXPECT_EQ(pointer.ok(), 0);
+  const Reader& constant = null;
+  EXPECT_EQ(constant.peek(), 0);
 }
 
 }  // namespace

@@ -6,6 +6,9 @@
 
 #include <cstdint>
 #include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the masks below count from the lowest byte");
 
@@ -21,20 +24,76 @@ inline std::uint64_t load8(const char* from) {
 }
 inline void store8(char* to, std::uint64_t bytes) { std::memcpy(to, &bytes, sizeof bytes); }
 
-/// Marks bytes that may end a line: from 0 to 20.
-inline std::uint64_t lineEnders(std::uint64_t bytes) { return (bytes - 21 * everyByte) & ~bytes & highBits; }
-
 /// Marks white bytes: up to 32, and from 128 on.
 inline std::uint64_t whites(std::uint64_t bytes) { return ((bytes - 33 * everyByte) | bytes) & highBits; }
 
 /// Number of bytes before the first (in memory) that `mask` marks; 8 for none.
 inline int before(std::uint64_t mask) { return mask ? __builtin_ctzll(mask) / 8 : 8; }
 
-/// The first `n` (below 8) bytes of `bytes` in memory order, zeros behind, over those of `old`: n + 1 bytes
-/// in all.
-inline std::uint64_t terminated(std::uint64_t bytes, int n, std::uint64_t old) {
-  const std::uint64_t kept = (UINT64_C(1) << (8 * n)) - 1;
-  return (bytes & kept) | (old & ~(kept << 8 | 0xff));
+/// Whether a byte ends a line: zero, or from 10 to 20.
+inline bool endsLine(char c) { return c == 0 || static_cast<unsigned char>(c - 10) <= 10; }
+
+#ifdef __SSE2__
+inline __m128i load16(const char* from) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)); }
+inline void store16(char* to, __m128i bytes) { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes); }
+
+/// The first `n` (below 16) bytes of `bytes` and a zero behind them over those at `to`: n + 1 bytes in all
+/// change.
+inline void storeTerminated(char* to, __m128i bytes, int n) {
+  static constexpr char onesThenZeros[32] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+  const __m128i copied = load16(onesThenZeros + 16 - n), changed = load16(onesThenZeros + 15 - n);
+  store16(to, _mm_or_si128(_mm_and_si128(copied, bytes), _mm_andnot_si128(changed, load16(to))));
+}
+#endif
+
+/// Copies the bytes before the first that ends a line, at most `size`, and returns how many they are. Of what
+/// lies behind them at `to`, only the next byte may change.
+inline int copyLine(const char* from, char* to, int size) {
+  int n = 0;
+#ifdef __SSE2__
+  for (; n + 16 <= size; n += 16) {
+    const __m128i bytes = load16(from + n), above = _mm_sub_epi8(bytes, _mm_set1_epi8(10));
+    const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(_mm_min_epu8(above, _mm_set1_epi8(10)), above),
+                                      _mm_cmpeq_epi8(bytes, _mm_setzero_si128()));
+    if (const auto mask = static_cast<unsigned>(_mm_movemask_epi8(ends))) {
+      const int rest = __builtin_ctz(mask);
+      storeTerminated(to + n, bytes, rest);
+      return n + rest;
+    }
+    store16(to + n, bytes);
+  }
+#endif
+  for (; n < size && !endsLine(from[n]); n++) to[n] = from[n];
+  return n;
+}
+
+/// Copies the characters before the next white one, at most `size` (a multiple of 16), and a zero behind them
+/// if fewer; later bytes of `to` keep their values. Returns how many were copied. `from` is read in pieces of
+/// up to 16 bytes.
+inline int copyWord(const char* from, char* to, int size) {
+#ifdef __SSE2__
+  for (int n = 0; n < size; n += 16) {
+    const __m128i bytes = load16(from + n);
+    if (const int white = _mm_movemask_epi8(_mm_cmplt_epi8(bytes, _mm_set1_epi8(33)))) {
+      const int rest = __builtin_ctz(static_cast<unsigned>(white));
+      storeTerminated(to + n, bytes, rest);
+      return n + rest;
+    }
+    store16(to + n, bytes);
+  }
+#else
+  for (int n = 0; n < size; n += 8) {
+    const std::uint64_t bytes = load8(from + n), white = whites(bytes);
+    if (white) {
+      const int rest = before(white);
+      const std::uint64_t copied = (UINT64_C(1) << (8 * rest)) - 1;
+      store8(to + n, (bytes & copied) | (load8(to + n) & ~(copied << 8 | 0xff)));
+      return n + rest;
+    }
+    store8(to + n, bytes);
+  }
+#endif
+  return size;
 }
 
 }  // namespace limber::detail

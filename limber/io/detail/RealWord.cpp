@@ -1,12 +1,15 @@
 #include "limber/io/detail/RealWord.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <system_error>
 
 #include "limber/foundation/detail/CLocale.h"
+#include "limber/io/detail/Bytes.h"
 
 namespace limber::detail {
 
@@ -15,51 +18,150 @@ namespace {
 /// The powers of ten that a double holds exactly.
 constexpr double exactPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                   1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-/// No more digits than an exact integer may have, and a point.
-constexpr std::ptrdiff_t longest = 17;
-constexpr std::int64_t exactIntegers = INT64_C(1) << 53;
+constexpr std::uint64_t wholePowers[] = {1u,
+                                         10u,
+                                         100u,
+                                         1000u,
+                                         10000u,
+                                         100000u,
+                                         1000000u,
+                                         10000000u,
+                                         100000000u,
+                                         1000000000u,
+                                         10000000000u,
+                                         100000000000u,
+                                         1000000000000u,
+                                         10000000000000u,
+                                         100000000000000u,
+                                         1000000000000000u,
+                                         10000000000000000u,
+                                         100000000000000000u,
+                                         1000000000000000000u,
+                                         10000000000000000000u};
+/// Integers of so many digits fit into 64 bits.
+constexpr int longest = 19;
+constexpr std::uint64_t exactIntegers = UINT64_C(1) << 53;
 
-/// Appends the digits at `at` to `value`; the place behind them.
-const char* digits(const char* at, std::uint64_t& value) {
-  for (unsigned d; (d = static_cast<unsigned>(*at) - '0') < 10; at++) value = value * 10 + d;
-  return at;
+constexpr std::uint64_t zeros = '0' * everyByte;
+constexpr std::uint64_t points = ('.' ^ '0') * everyByte;
+
+/// Marks the points among eight characters that are xored with '0'; only the lowest mark is reliable.
+std::uint64_t pointMarks(std::uint64_t characters) {
+  const std::uint64_t other = characters ^ points;  // zero for a point
+  return (other - everyByte) & ~other & highBits;
 }
 
-/// A short word of digits with or without a point: integer and power of ten are exact, so that the one
-/// division rounds as atof does (Clinger 1990). False for all other words.
-bool shortDecimal(const char* word, const char* end, double& out) {
-  const bool negative = *word == '-';
-  const char* const first = word + negative;
-  if (end - first > longest) return false;
-  std::uint64_t magnitude = 0;
-  const char* at = digits(first, magnitude);
-  std::ptrdiff_t behindPoint = 0;
-  if (*at == '.') {
-    const char* const point = at + 1;
-    at = digits(point, magnitude);
-    behindPoint = at - point;
+/// High bits for the bytes that are no digits, of characters xored with '0'. All are below 128, so nothing is
+/// carried.
+std::uint64_t wrongDigits(std::uint64_t digits) { return (digits + (0x80 - 10) * everyByte) & highBits; }
+
+/// The number of eight digits, the first in the lowest byte, each 0 to 9: neighbours are joined into numbers
+/// of two, four and eight digits.
+std::uint64_t joined(std::uint64_t digits) {
+  digits = (digits * (10 << 8 | 1)) >> 8 & UINT64_C(0x00ff00ff00ff00ff);
+  digits = (digits * (100 << 16 | 1)) >> 16 & UINT64_C(0x0000ffff0000ffff);
+  return (digits * (UINT64_C(10000) << 32 | 1)) >> 32;
+}
+
+/// The number of `count` digits, 0 for none; marks in `wrong` the characters that are none.
+inline std::uint64_t number(const char* at, int count, std::uint64_t& wrong) {
+  if (count == 0) return 0;
+  const int head = (count - 1) % 8 + 1;
+  const std::uint64_t first = (load8(at) ^ zeros) << (64 - 8 * head);
+  wrong |= wrongDigits(first);
+  std::uint64_t value = joined(first);
+  for (int k = head; k < count; k += 8) {
+    const std::uint64_t next = load8(at + k) ^ zeros;
+    wrong |= wrongDigits(next);
+    value = value * wholePowers[8] + joined(next);
   }
-  const bool noDigits = end - first == (*first == '.');
-  if (at != end || noDigits) return false;
-  const auto integer = static_cast<std::int64_t>(magnitude);
-  if (integer > exactIntegers) return false;
-  // The sign goes in before the division, whatever way that is set to round; the zero keeps it too.
-  const double exact = static_cast<double>(integer);
-  out = (negative ? -exact : exact) / exactPowers[behindPoint];
+  return value;
+}
+
+constexpr double signs[] = {1.0, -1.0};
+constexpr std::int64_t wholeSigns[] = {1, -1};
+
+/// +-integer / 10^power for an integer up to 2^53. Both are exact, so the division rounds once (Clinger
+/// 1990). The sign goes in before it, whatever way that is set to round; the zero keeps it too.
+double exactQuotient(bool negative, std::uint64_t integer, int power) {
+  return signs[negative] * static_cast<double>(static_cast<std::int64_t>(integer)) / exactPowers[power];
+}
+
+#ifdef __SIZEOF_INT128__
+/// +-integer / 10^power, rounded once: 62 bits or more of the quotient are found, and the last of them also
+/// stands for the remainder, so that the conversion to a double rounds as the exact quotient would.
+double quotient(bool negative, std::uint64_t integer, int power) {
+  __extension__ typedef unsigned __int128 Wide;
+  const int up = __builtin_clzll(integer), down = __builtin_clzll(wholePowers[power]);
+  const Wide dividend = static_cast<Wide>(integer << up) << 62;
+  const std::uint64_t divisor = wholePowers[power] << down;
+  auto bits = static_cast<std::int64_t>(dividend / divisor);
+  bits |= static_cast<Wide>(bits) * divisor != dividend;
+  // The power of two, 2^(down - up - 62).
+  const std::uint64_t scaleBits = static_cast<std::uint64_t>(1023 + down - up - 62) << 52;
+  double scale;
+  std::memcpy(&scale, &scaleBits, sizeof scale);
+  return static_cast<double>(wholeSigns[negative] * bits) * scale;
+}
+#endif
+
+/// A word of one to eight digits and points, in one piece: the digits before the point move up over it.
+inline bool shortDecimal(bool negative, const char* first, int length, double& out) {
+  const std::uint64_t characters = (load8(first) ^ zeros) << (64 - 8 * length);
+  const std::uint64_t marks = pointMarks(characters);
+  const std::uint64_t upToPoint = marks ? marks ^ (marks - 1) : 0;
+  const std::uint64_t digits = (characters & ~upToPoint) | (characters << 8 & upToPoint);
+  if (wrongDigits(digits) || (marks && length == 1)) return false;
+  const int behindPoint = (63 - __builtin_ctzll(marks | UINT64_C(1) << 63)) / 8;
+  out = exactQuotient(negative, joined(digits), behindPoint);
   return true;
 }
 
-}  // namespace
+/// A word of 9 to 20 characters, at most 19 of them digits, with or without a point. False for all other
+/// words.
+__attribute__((noinline)) bool longDecimal(bool negative, const char* first, int length, double& out) {
+  int point = before(pointMarks(load8(first) ^ zeros));
+  if (point == 8)
+    while (point < length && first[point] != '.') point++;
+  const int behindPoint = std::max(length - point - 1, 0);
+  if (point + behindPoint > longest) return false;
+  std::uint64_t wrong = 0;
+  const std::uint64_t integer =
+      number(first, point, wrong) * wholePowers[behindPoint] + number(first + point + 1, behindPoint, wrong);
+  if (wrong) return false;
+  if (integer <= exactIntegers) {
+    out = exactQuotient(negative, integer, behindPoint);
+    return true;
+  }
+#ifdef __SIZEOF_INT128__
+  out = quotient(negative, integer, behindPoint);
+  return true;
+#else
+  return false;
+#endif
+}
 
 // from_chars rounds as strtod does and is several times faster. What it reads otherwise goes to strtod:
 // hexadecimal words (it stops at the x), infinities and not-a-numbers, overflow and underflow, and words with
 // no number in them.
-double realWord(const char* text, const char* end, const char* terminated) {
+__attribute__((noinline)) double otherWord(const char* text, const char* end, const char* terminated) {
   double value = 0.0;
-  if (shortDecimal(text, end, value)) return value;
   const auto [stop, error] = std::from_chars(text, end, value);
   if (error == std::errc() && *stop != 'x' && *stop != 'X' && std::isfinite(value)) return value;
   return cStrtod(terminated, nullptr);
+}
+
+}  // namespace
+
+double realWord(const char* text, const char* end, const char* terminated) {
+  const bool negative = *text == '-';
+  const char* const first = text + negative;
+  const std::ptrdiff_t length = end - first;
+  double value;
+  if (length <= 8 ? length > 0 && shortDecimal(negative, first, static_cast<int>(length), value)
+                  : length <= longest + 1 && longDecimal(negative, first, static_cast<int>(length), value))
+    return value;
+  return otherWord(text, end, terminated);
 }
 
 }  // namespace limber::detail
