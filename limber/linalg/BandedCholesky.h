@@ -10,6 +10,7 @@
 ///
 /// Results are LAPACK's INFO: 0, k > 0 when the leading minor of order k is not positive definite, -k when
 /// the k-th argument of the routine that stands beside each function is illegal (a missing or short operand).
+/// The place of INFO itself, -6 or -8, after a report: no memory for the BLAS.
 
 #include "limber/Api.h"
 

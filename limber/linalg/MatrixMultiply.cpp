@@ -6,6 +6,7 @@
 
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/FullMatrix.h"
+#include "limber/linalg/detail/BlasMemory.h"
 #include "limber/linalg/detail/LapackCalls.h"
 #include "limber/linalg/detail/LapackLayout.h"
 
@@ -43,6 +44,7 @@ void matrixMultiply(const FullMatrix* A, const FullMatrix* B, FullMatrix* C) {
     for (int j = 0; j < n; j++) std::fill_n(c.data + static_cast<std::ptrdiff_t>(j) * c.ld, m, 0.0);
     return;
   }
+  if (!limber::detail::blasHasMemory()) return;
   const bool apart = !overlap(a, c) && !overlap(b, c);
   double* const product = apart ? c.data : lapackWorkspace(static_cast<long long>(m) * n);
   if (!product) return;

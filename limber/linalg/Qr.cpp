@@ -6,6 +6,7 @@
 #include "limber/foundation/Output.h"
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/BlasMemory.h"
 #include "limber/linalg/detail/LapackCalls.h"
 #include "limber/linalg/detail/LapackLayout.h"
 
@@ -99,7 +100,7 @@ int qObtain(FullMatrix* QR, Vector* tau) {
 void solveUTri(FullMatrix* R, Vector* b) {
   const LapackMatrix r = asLapack(R);
   const int order = std::min({r.m, r.n, b ? b->count : 0});
-  if (order <= 0) return;
+  if (order <= 0 || !limber::detail::blasHasMemory()) return;
   const int one = 1;
   const double alpha = 1.0;
   dtrsm_("L", "L", "T", "N", &order, &one, &alpha, r.data, &r.ld, b->data, &order, 1, 1, 1, 1);
@@ -110,7 +111,7 @@ void solveUTri(FullMatrix* R, FullMatrix* B, int order) {
   const LapackMatrix b = asLapack(B);
   const int common = std::min({r.m, r.n, b.n});
   if (order <= 0 || order > common) order = common;
-  if (order == 0 || b.m == 0) return;
+  if (order == 0 || b.m == 0 || !limber::detail::blasHasMemory()) return;
   const double alpha = 1.0;
   dtrsm_("R", "L", "N", "N", &b.m, &order, &alpha, r.data, &r.ld, b.data, &b.ld, 1, 1, 1, 1);
 }

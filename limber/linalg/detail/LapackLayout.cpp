@@ -8,6 +8,7 @@
 #include "limber/foundation/Report.h"
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/FullMatrix.h"
+#include "limber/linalg/detail/BlasMemory.h"
 
 namespace limber::detail {
 
@@ -52,9 +53,9 @@ LapackMatrix asLapack(const FullMatrix* matrix) {
   return {matrix->data, matrix->numColumns, matrix->numRows, std::max(1, matrix->numColumns)};
 }
 
-double* lapackWorkspace(long long n) { return workspace.reserve(n); }
+double* lapackWorkspace(long long n) { return blasHasMemory() ? workspace.reserve(n) : nullptr; }
 
-int* lapackIntegers(int n) { return integers.reserve(n); }
+int* lapackIntegers(int n) { return blasHasMemory() ? integers.reserve(n) : nullptr; }
 
 const int* pivotsToLapack(const long* pivots, int n, int largest) {
   int* const converted = pivots ? lapackIntegers(n) : nullptr;

@@ -23,7 +23,8 @@ LapackMatrix asLapack(const FullMatrix* matrix);
 constexpr int lapackWorkspaceLength = 400000;
 
 /// The shared work array, with room for n doubles: static up to lapackWorkspaceLength, above that allocated,
-/// kept and grown. Null, after a report, when there is no memory. A later call with a larger n may move it.
+/// kept and grown. Null, after a report, when there is no memory, for it or for the BLAS. A later call with a
+/// larger n may move it.
 double* lapackWorkspace(long long n);
 /// Likewise for n ints: pivots and IWORK.
 int* lapackIntegers(int n);

@@ -1,0 +1,77 @@
+// The factorizations end with a report when there is no memory for the BLAS.
+
+#include <gtest/gtest.h>
+
+#if defined(__linux__)
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "limber/foundation/Output.h"
+#include "limber/linalg/FullMatrix.h"
+#include "limber/linalg/STMLapack.h"
+#include "limber/linalg/Vector.h"
+
+/// Present in OpenBLAS only, which is the one that takes memory of its own.
+extern "C" char* openblas_get_config() __attribute__((weak));
+
+namespace {
+
+int failedAllocations = 0;
+
+int countReports(const char* text) {
+  if (std::strstr(text, "memory problem")) failedAllocations++;
+  return 0;
+}
+
+/// The address space in use.
+rlim_t used() {
+  long kilobytes = 0;
+  char line[256];
+  std::FILE* const status = std::fopen("/proc/self/status", "r");
+  while (status && std::fgets(line, sizeof line, status)) {
+    if (std::sscanf(line, "VmSize: %ld", &kilobytes) == 1) break;
+  }
+  if (status) std::fclose(status);
+  return static_cast<rlim_t>(kilobytes) * 1024;
+}
+
+/// Calls what needs the BLAS with 16 MB left, in a process of its own that has not used it before; ends with
+/// the number of calls that did not say there is no memory.
+[[noreturn]] void factorWithoutMemory() {
+  stderrF = countReports;
+  FullMatrix A(2, 2), B(2, 2), C(2, 2);
+  A.e(0, 0) = A.e(1, 1) = B.e(0, 0) = B.e(1, 1) = 1.0;
+  C.e(0, 0) = 7.0;
+  Vector b(2), tau(2);
+  long pivots[2] = {1, 2};
+  const rlim_t limit = used() + (16u << 20);
+  const rlimit tight{limit, limit};
+  if (setrlimit(RLIMIT_AS, &tight) != 0) std::exit(100);
+  int wrong = 0;
+  wrong += luFactor(&A, pivots) != -5;
+  wrong += luSolve(&A, pivots, &b) != -6;
+  wrong += qrFactor(&A, &tau) != -6;
+  wrong += cholFactorBanded(&A) != -6;
+  wrong += cholSolveBanded(&A, &b) != -8;
+  solveUTri(&A, &b);
+  solveUTri(&A, &B, 0);
+  matrixMultiply(&A, &B, &C);
+  wrong += C.e(0, 0) != 7.0;
+  wrong += failedAllocations != 8;
+  std::exit(wrong);
+}
+
+TEST(BlasMemory, CallsEndWithAReportWhenThereIsNone) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizer needs the address space";
+#endif
+  if (!openblas_get_config) GTEST_SKIP() << "not OpenBLAS";
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(factorWithoutMemory(), ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+#endif
