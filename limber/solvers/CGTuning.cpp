@@ -1,5 +1,12 @@
 #include "limber/solvers/CGTuning.h"
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "limber/linalg/Vector.h"
+#include "limber/solvers/BiCGrad.h"
+
 double cg_tol = 0.1;
 int cg_maxIters = 3;
 int cg_maxRestarts = 10;
@@ -22,3 +29,69 @@ double cgradEps = 1e-05;
 double cgradTol = 0.0002;
 double cgradNeptune = 1e+20;
 int maxCGradPasses = 10;
+
+CGTuning::CGTuning()
+    : tol_(cg_tol),
+      goNoWhereSc_(cg_goNoWhereSc),
+      epsilon_(cg_epsilon),
+      definizer_(cgradDefinizer),
+      eps_(cgradEps),
+      oldTol_(cgradTol),
+      neptune_(cgradNeptune),
+      checkBiCG_(bicg_checkBiCG),
+      zeroStep_(bicg_zeroStep),
+      maxIters_(cg_maxIters),
+      maxRestarts_(cg_maxRestarts),
+      resetResid_(cg_reset_resid),
+      verbosity_(cg_verbosity),
+      maxX_(cgradMAXX),
+      maxB_(cgradMAXB),
+      passes_(maxCGradPasses),
+      numZeroSteps_(bicg_numZeroSteps),
+      dribble_(cgradDribble),
+      dampV_(cgradDampV),
+      massVec_(cgradMassVec),
+      observer_(cg_observer),
+      observerData_(cg_observerData) {}
+
+CGTuning::CGTuning(double relative, const Vector& b) : CGTuning() {
+  constexpr double smallest = std::numeric_limits<double>::min();
+  constexpr double largest = std::numeric_limits<double>::max();
+  const double bound = relative * b.mag();
+  // the solvers ask for less than cg_tol, and the bound itself counts as solved
+  const double square = std::nextafter(bound * bound, largest);
+  cg_tol = square > smallest && square < largest ? square : smallest;
+  cg_epsilon = smallest;
+  cg_goNoWhereSc = 10.0;
+  cg_maxIters = maxCGradPasses = 30;
+  bicg_numZeroSteps = 1000;
+  // its square, below which a curvature is zero there, must stay far below the bound
+  cgradEps = std::min(1e-3 * cg_tol, 1e-8 * std::sqrt(cg_tol));
+  cgradTol = 0.0;
+  cgradNeptune = largest;
+}
+
+CGTuning::~CGTuning() {
+  cg_tol = tol_;
+  cg_goNoWhereSc = goNoWhereSc_;
+  cg_epsilon = epsilon_;
+  cgradDefinizer = definizer_;
+  cgradEps = eps_;
+  cgradTol = oldTol_;
+  cgradNeptune = neptune_;
+  bicg_checkBiCG = checkBiCG_;
+  bicg_zeroStep = zeroStep_;
+  cg_maxIters = maxIters_;
+  cg_maxRestarts = maxRestarts_;
+  cg_reset_resid = resetResid_;
+  cg_verbosity = verbosity_;
+  cgradMAXX = maxX_;
+  cgradMAXB = maxB_;
+  maxCGradPasses = passes_;
+  bicg_numZeroSteps = numZeroSteps_;
+  cgradDribble = dribble_;
+  cgradDampV = dampV_;
+  cgradMassVec = massVec_;
+  cg_observer = observer_;
+  cg_observerData = observerData_;
+}

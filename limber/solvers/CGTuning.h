@@ -61,3 +61,45 @@ extern LIMBER_API double cgradEps;
 extern LIMBER_API double cgradTol;
 extern LIMBER_API double cgradNeptune;
 extern LIMBER_API int maxCGradPasses;
+
+/// Sets the variables above, and those of BiCGrad.h, for one piece of a program: its end puts back every one
+/// of them but cg_stopped, whichever way the scope is left.
+///
+///     const CGTuning tuning(1e-10, b);
+///     const int iterations = ncgradA(&A, &x, &b, &rsq);
+class LIMBER_API CGTuning {
+ public:
+  /// Only puts the variables back.
+  explicit CGTuning();
+  /// |r| <= relative |b| counts as solved, where r is the residual of the system that is solved: for ncgrad
+  /// and cgrad that is A^T (b - A x), so give A^T b there. The older family has no such bound; it ends when
+  /// the squared residual changes by less than a thousandth of it.
+  ///
+  /// Sets
+  ///   - cg_tol = (relative |b|)^2, and cgradEps to a thousandth of that, or less for large b;
+  ///   - cg_epsilon to the smallest normal number and cgradNeptune to the largest, so that only a curvature
+  ///   of
+  ///     zero means a singular system, and cgradTol = 0;
+  ///   - cg_goNoWhereSc = 10, cg_maxIters = maxCGradPasses = 30 and bicg_numZeroSteps = 1000, because a
+  ///     residual may grow for long before it falls to such a bound.
+  ///
+  /// What no variable can mend: HSpMat::multT leaves out rows whose coefficient is within 1e-12 of zero. So
+  /// bi-CG and whatever multiplies by A^T need a right-hand side well above 1e-12 / relative. The older
+  /// family compares changes, curvatures and squares of both with one number, so it needs a right-hand side
+  /// that is not far from 1. The solvers of Solve.h work at any scale.
+  ///
+  /// A right-hand side or a bound that is zero, not finite, or whose square is no normal number counts as the
+  /// smallest bound there is.
+  CGTuning(double relative, const Vector& b);
+  ~CGTuning();
+  CGTuning(const CGTuning&) = delete;
+  CGTuning& operator=(const CGTuning&) = delete;
+
+ private:
+  double tol_, goNoWhereSc_, epsilon_, definizer_, eps_, oldTol_, neptune_, checkBiCG_, zeroStep_;
+  int maxIters_, maxRestarts_, resetResid_, verbosity_, maxX_, maxB_, passes_, numZeroSteps_;
+  FILE* dribble_;
+  Vector *dampV_, *massVec_;
+  CGObserver observer_;
+  void* observerData_;
+};

@@ -54,7 +54,7 @@ struct Pass {
 const Elements none = {0, 0}, firstProduct = {2, 1};
 
 TEST(BiCGPass, VanishingShadowIsABreakdown) {
-  const Tuning tuning;
+  const CGTuning tuning;
   for (const int verbosity : {1, 2}) {
     const CapturedOutput captured;
     cg_verbosity = verbosity;
@@ -71,7 +71,7 @@ TEST(BiCGPass, VanishingShadowIsABreakdown) {
 
 // rr = (2, 0) - (1, 0) = (1, 0), at a right angle to r.
 TEST(BiCGPass, VanishingProductIsABreakdown) {
-  const Tuning tuning;
+  const CGTuning tuning;
   for (const int verbosity : {1, 2}) {
     const CapturedOutput captured;
     cg_verbosity = verbosity;
@@ -85,7 +85,7 @@ TEST(BiCGPass, VanishingProductIsABreakdown) {
 }
 
 TEST(BiCGPass, VanishingIsJudgedByMagnitudeBelowEpsilon) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   // rr = (1, 1): |rr|^2 = 2, r . rr = -1
   cg_epsilon = 1.0;
@@ -103,7 +103,7 @@ TEST(BiCGPass, VanishingIsJudgedByMagnitudeBelowEpsilon) {
 
 // r = (0, 1e-5), rr = (0, 1): rho = 1e-5, beta = 2.5e-6, p = (5e-6, 1e-5).
 TEST(BiCGPass, VanishingDirection) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_tol = 1e-20;
   Pass pass({none, {2, -1e-5}}, {{2, -1}});
   EXPECT_EQ(pass.run(), CGI_NO_DIRECTION);
@@ -112,7 +112,7 @@ TEST(BiCGPass, VanishingDirection) {
 }
 
 TEST(BiCGPass, StartAtTheToleranceIsNotSolved) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_tol = 4.0;
   Pass at({none, firstProduct}, {{1, -1}});
   EXPECT_EQ(at.run(1), CGI_TOO_MANY_ITERS);
@@ -125,7 +125,7 @@ TEST(BiCGPass, StartAtTheToleranceIsNotSolved) {
 }
 
 TEST(BiCGPass, BreakdownAndMissingDirectionLeadToRestarts) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_verbosity = 1;
   cg_maxRestarts = 1;
   {
@@ -147,7 +147,7 @@ TEST(BiCGPass, BreakdownAndMissingDirectionLeadToRestarts) {
 
 // rr = (1, 1), rho = -1, beta = -1 / 4, p = beta (2, 0) + (0, -1), pp = beta (2, 0) + (1, 1).
 TEST(BiCGPass, NextDirections) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 3;
   Pass pass({none, firstProduct}, {{1, -1}});
@@ -166,7 +166,7 @@ TEST(BiCGPass, NextDirections) {
 const std::vector<Elements> twoSteps = {none, firstProduct, {0.5, 0.25}};
 
 TEST(BiCGPass, SecondStepTakesTheShadowDirection) {
-  const Tuning tuning;
+  const CGTuning tuning;
   Pass pass(twoSteps, {{1, -1}, {1, 0}});
   EXPECT_EQ(pass.run(3), CGI_TOO_MANY_ITERS);
   EXPECT_EQ(toElements(pass.x), (Elements{3, 2}));
@@ -178,7 +178,7 @@ TEST(BiCGPass, SecondStepTakesTheShadowDirection) {
 
 // |r . rr| / rsq = |(1, -0.5) . (1, 1)| / 1.25 = 0.4: above half of the limit it is told, above it it ends.
 TEST(BiCGPass, LossOfConjugacyIsToldAtHalfTheLimitAndEndsAboveIt) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const char* const line = "  bi-cg(2): bi-conjugacy condition violated! 40.00% 0.5\n";
   struct {
     double limit;
@@ -200,7 +200,7 @@ TEST(BiCGPass, LossOfConjugacyIsToldAtHalfTheLimitAndEndsAboveIt) {
 
 // 4 -> 3.980025 takes 0.499 % off, less than the 1 % that counts.
 TEST(BiCGPass, SmallImprovementsCountAsNone) {
-  const Tuning tuning;
+  const CGTuning tuning;
   bicg_numZeroSteps = 0;
   const std::vector<Elements> products = {none, {2, 1.995}};
   Pass pass(products, {{1, -1}});
@@ -214,7 +214,7 @@ TEST(BiCGPass, SmallImprovementsCountAsNone) {
 
 // The best is of iteration 1; the second step is worse, and one such step is allowed or not.
 TEST(BiCGPass, StepsAreCountedFromTheBestIterate) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 2;
   bicg_numZeroSteps = 1;
@@ -234,7 +234,7 @@ TEST(BiCGPass, StepsAreCountedFromTheBestIterate) {
 // The recurrence has 1; from scratch r = (2, 0) - (2, 2) = (0, -2). Then p = r, and A p is compared with the
 // product of the direction before: |(2, 1)|^2 = 5, |(3, 4)|^2 = 25.
 TEST(BiCGPass, RoundoffErrorsAreTold) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_reset_resid = 1;
   const std::vector<Elements> products = {none, firstProduct, {2, 2}, {3, 4}};
   const CapturedOutput captured;
@@ -254,7 +254,7 @@ TEST(BiCGPass, RoundoffErrorsAreTold) {
 }
 
 TEST(BiCGPass, RoundoffErrorsAreOnlyToldWhenVerbose) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_reset_resid = 1;
   cg_verbosity = 1;
@@ -266,7 +266,7 @@ TEST(BiCGPass, RoundoffErrorsAreOnlyToldWhenVerbose) {
 
 // 1.002^2 = 1.004004 is 0.4 % off, 1.003^2 = 1.006009 is 0.6 %; likewise |A p|^2 = 5 against 5.02 and 5.03.
 TEST(BiCGPass, RoundoffErrorsAreToldFromHalfAPercent) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_reset_resid = 1;
   cg_verbosity = 2;
   for (const bool more : {false, true}) {
@@ -280,7 +280,7 @@ TEST(BiCGPass, RoundoffErrorsAreToldFromHalfAPercent) {
 
 // q = (2, 0) leaves r = 0; from scratch it is (2, 0) - (1, 3) = (1, -3).
 TEST(BiCGPass, SmallResidualIsBelievedOnlyWhenRecomputed) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_reset_resid = 0;
   Pass pass({none, {2, 0}, {1, 3}}, {{9, 9}});
   EXPECT_EQ(pass.run(), CGI_TOO_MANY_ITERS);
@@ -294,7 +294,7 @@ TEST(BiCGPass, SmallResidualIsBelievedOnlyWhenRecomputed) {
 
 // With the shadow A r: (1, 1) at the start, and after the recomputation (5, 6).
 TEST(BiCGPass, RebuiltShadowIsOfTheKindOfTheFirst) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_reset_resid = 1;
   // rho = 2, d = 2 + 1 = 3, alpha = 2 / 3, r = (2 / 3, -2 / 3)
   Pass pass({none, {1, 1}, {2, 1}, {1, 1}, {5, 6}}, {{9, 9}});
@@ -307,7 +307,7 @@ TEST(BiCGPass, RebuiltShadowIsOfTheKindOfTheFirst) {
 
 // r = (2, 2), A r = (2, -2) at a right angle to it. From x = r: r = (0, 4), and one step solves the system.
 TEST(BiCGPass, PerturbedStartGoesOn) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix A = toDense(2, 2, {1, 0, 0, -1});
@@ -325,7 +325,7 @@ TEST(BiCGPass, PerturbedStartGoesOn) {
 // r . r = 8 is below this epsilon; after the move r = (0, 4), and the shadow is A r = (0, -4) although r
 // itself was asked for.
 TEST(BiCGPass, PerturbedStartTakesTheProductAsItsShadow) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_epsilon = 10.0;
   FullMatrix A = toDense(2, 2, {1, 0, 0, -1});
   Vector x(2), b = toVector({2, 2}), r, rr, p, pp, q, scratch, best;
@@ -339,7 +339,7 @@ TEST(BiCGPass, PerturbedStartTakesTheProductAsItsShadow) {
 }
 
 TEST(BiCGPass, NumbersThatAreNotFiniteAnywhere) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_reset_resid = 1;
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const Elements bad = {nan, 1};
@@ -363,7 +363,7 @@ TEST(BiCGPass, NumbersThatAreNotFiniteAnywhere) {
 
 // Iteration 2 is worse than iteration 1, and its residual from scratch is no number.
 TEST(BiCGPass, ResidualThatIsNotFiniteGoesBackToTheBest) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_reset_resid = 2;
   const double nan = std::numeric_limits<double>::quiet_NaN();
   Pass pass({none, firstProduct, {0.5, 0.25}, {nan, 0}}, {{1, -1}});
@@ -376,7 +376,7 @@ TEST(BiCGPass, ResidualThatIsNotFiniteGoesBackToTheBest) {
 // The recurrence has 1 for the best iterate, from scratch it is 4, so the 2.25 of the next step are better:
 // q = (-1.5, -2), d = 4, alpha = 1 and r = (1.5, 0).
 TEST(BiCGPass, BestIsJudgedByTheRecomputedSquare) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_reset_resid = 1;
   Pass pass({none, firstProduct, {2, 2}, {-1.5, -2}, {0.5, 0}}, {{9, 9}});
   EXPECT_EQ(pass.run(3), CGI_TOO_MANY_ITERS);
@@ -409,7 +409,7 @@ int linesOfALongSolve(int n) {
 }
 
 TEST(BiCGPass, LongSolvesTellIterations1And51) {
-  const Tuning tuning;
+  const CGTuning tuning;
   bicg_numZeroSteps = 1000;
   EXPECT_EQ(linesOfALongSolve(1001), 2);
   EXPECT_EQ(linesOfALongSolve(1000), 0) << "more than 1000 entries";

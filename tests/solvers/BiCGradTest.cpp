@@ -51,7 +51,7 @@ TEST(BiCGrad, ResidualIsTheRightHandSideLessTheProduct) {
 }
 
 TEST(BiCGrad, SolvesNonSymmetricSystemsWithBothShadows) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_tol = 1e-22;
   cg_epsilon = 1e-100;
   for (const int n : {1, 2, 5, 40, 7}) {
@@ -70,7 +70,7 @@ TEST(BiCGrad, SolvesNonSymmetricSystemsWithBothShadows) {
 }
 
 TEST(BiCGrad, SolvedStartTakesNoIteration) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix A = skewed(1);
@@ -81,7 +81,7 @@ TEST(BiCGrad, SolvedStartTakesNoIteration) {
 }
 
 TEST(BiCGrad, TracesStartAndEnd) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 2;
   FullMatrix A = toDense(1, 1, {2});
@@ -94,7 +94,7 @@ TEST(BiCGrad, TracesStartAndEnd) {
 }
 
 TEST(BiCGrad, TracesEveryIterationAtVerbosityThree) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 3;
   FullMatrix A = skewed(4);
@@ -114,7 +114,7 @@ TEST(BiCGrad, LimitOfOneIteration) {
 }
 
 TEST(BiCGrad, ZeroMatrixIsAtABreakdownAndCannotStart) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix A(2, 2);
@@ -135,7 +135,7 @@ TEST(BiCGrad, PerturbationMovesTheStartByItsResidual) {
 }
 
 TEST(BiCGrad, ZeroCurvatureIsSingular) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix A = toDense(2, 2, {0, -1, 1, 0});
@@ -159,7 +159,7 @@ TEST(BiCGrad, NumbersThatAreNotFiniteNeverReachTheSolution) {
 }
 
 TEST(BiCGrad, RestartsAreCountedAndEndAsTooMany) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 1;
   cg_maxIters = 1;
@@ -175,7 +175,7 @@ TEST(BiCGrad, RestartsAreCountedAndEndAsTooMany) {
 }
 
 TEST(BiCGrad, StepsThatDoNotImproveGoBackToTheBest) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 2;
   bicg_numZeroSteps = 0;
@@ -199,7 +199,7 @@ TEST(BiCGrad, StepsThatDoNotImproveAreAllowedForAWhile) {
 }
 
 TEST(BiCGrad, LostConjugacyEndsThePassOnlyWhenTested) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 2;
   FullMatrix A = skewed(6);
@@ -218,7 +218,7 @@ TEST(BiCGrad, LostConjugacyEndsThePassOnlyWhenTested) {
 }
 
 TEST(BiCGrad, RecomputingEveryResidualStillConverges) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_tol = 1e-20;
   cg_epsilon = 1e-100;
   cg_maxIters = 50;
@@ -231,7 +231,7 @@ TEST(BiCGrad, RecomputingEveryResidualStillConverges) {
 }
 
 TEST(BiCGrad, LongSolvesTellEveryFiftyIterationsWhateverTheVerbosity) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   SparseMatrix A;
   for (int i = 0; i < 1001; ++i) A.addRow().insEnd(2.0, i);

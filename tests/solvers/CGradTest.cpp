@@ -43,7 +43,7 @@ struct Core {
 };
 
 TEST(CGradI, TracesEntryStartAndIterations) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const Trace trace;
   Core core;
   // 25, 4, 4: the third does not change
@@ -57,7 +57,7 @@ TEST(CGradI, TracesEntryStartAndIterations) {
 }
 
 TEST(CGradI, EmptySystemsAreSolvedAndTraced) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const Trace trace;
   FullMatrix shape(1, 1);
   Vector none(0), one(1);
@@ -73,7 +73,7 @@ TEST(CGradI, EmptySystemsAreSolvedAndTraced) {
 }
 
 TEST(CGradI, EarlyExitBelowTheSquareOfEps) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cgradEps = 0.5;
   Core core;
@@ -86,7 +86,7 @@ TEST(CGradI, EarlyExitBelowTheSquareOfEps) {
 }
 
 TEST(CGradI, SingularByCurvatureOrStep) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   Core core;
   EXPECT_EQ(core.run({{3, 4}}, 0.99e-10), -1);
@@ -117,7 +117,7 @@ TEST(CGradI, StepIsTheSquaredResidualOverTheCurvature) {
 
 // r = (3, 4), then (2, 0): numerator 2 (2 - 3) + 0 = -2, over 25.
 TEST(CGradI, DirectionFollowsPolakAndRibiere) {
-  const Tuning tuning;
+  const CGTuning tuning;
   Core core;
   core.run({{3, 4}, {2, 0}, {0, 1}, {0, 1}}, 50.0);
   ASSERT_EQ(directions.size(), 3u);
@@ -129,7 +129,7 @@ TEST(CGradI, DirectionFollowsPolakAndRibiere) {
 }
 
 TEST(CGradI, DirectionRestartsWhenTheResidualGrew) {
-  const Tuning tuning;
+  const CGTuning tuning;
   Core core;
   core.run({{3, 4}, {6, 8}, {6, 8}}, 50.0);
   ASSERT_EQ(directions.size(), 2u);
@@ -138,7 +138,7 @@ TEST(CGradI, DirectionRestartsWhenTheResidualGrew) {
 
 // r = (3, 4), then (4, 3) of the same square: numerator 4 (4 - 3) + 3 (3 - 4) = 1, over 25.
 TEST(CGradI, DirectionGoesOnWhenTheResidualStaysAsItIs) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cgradEps = cgradTol = 0.0;
   maxCGradPasses = 1;
@@ -149,7 +149,7 @@ TEST(CGradI, DirectionGoesOnWhenTheResidualStaysAsItIs) {
 }
 
 TEST(CGradI, ConvergesByRelativeChange) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cgradEps = 1e-30;
   cgradTol = 0.25;
   Core core;
@@ -158,7 +158,7 @@ TEST(CGradI, ConvergesByRelativeChange) {
 }
 
 TEST(CGradI, RelativeChangeIsOfTheSumOfBothSquares) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cgradEps = 1e-30;
   cgradTol = 0.25;
   Core core;
@@ -167,7 +167,7 @@ TEST(CGradI, RelativeChangeIsOfTheSumOfBothSquares) {
 }
 
 TEST(CGradI, ConvergesByAbsoluteChange) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cgradTol = 0.0;
   Core core;
   // 1, 0.25, 0.0625
@@ -178,7 +178,7 @@ TEST(CGradI, ConvergesByAbsoluteChange) {
 }
 
 TEST(CGradI, LimitIsReported) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   maxCGradPasses = 3;
   cgradTol = cgradEps = 0.0;
@@ -190,7 +190,7 @@ TEST(CGradI, LimitIsReported) {
 }
 
 TEST(CGradI, LongerVectorsRaiseTheLimitsTwofoldOrToTheirLength) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cgradMAXX = 10;
   cgradMAXB = 10;
@@ -212,7 +212,7 @@ TEST(CGradI, LongerVectorsRaiseTheLimitsTwofoldOrToTheirLength) {
 }
 
 TEST(CGrad, ExactSolutionIsCalledSingularInTheNextIteration) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   FullMatrix A = toDense(2, 2, {2, 0, 0, 2});
   Vector x(2), b = toVector({2, 4});
@@ -225,7 +225,7 @@ TEST(CGrad, ExactSolutionIsCalledSingularInTheNextIteration) {
 // Two steps solve a system of two unknowns but for rounding, and no less is left to say so than in a system
 // that is singular: only the squared residual tells them apart.
 TEST(CGrad, ExactSolutionAndSingularSystemDifferInTheResidual) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cgradTol = 0.0;
   FullMatrix A = toDense(2, 2, {3, 1, 1, 2}), half = toDense(2, 2, {1, 0, 0, 0});
@@ -261,7 +261,7 @@ TEST(CGrad, NormalFormsOfTwoConstraints) {
 // A V^-1 A^T + D = [0.75 0.25; 0.25 1.25] + [1 0; 0 0]: what has no weight counts once, what has no damping
 // is not damped.
 TEST(CGrad, ShorterWeightsAndDampingEndWhereTheyEnd) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cgradTol = 0.0;
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
@@ -273,7 +273,7 @@ TEST(CGrad, ShorterWeightsAndDampingEndWhereTheyEnd) {
 }
 
 TEST(CGrad, TakesNoOperatorVariablesOfTheNewerFamily) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   Vector ones = toVector({1, 1});
   cgradDampV = &ones;

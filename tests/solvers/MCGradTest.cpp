@@ -24,7 +24,7 @@ struct Solve {
 };
 
 TEST(MCGrad, SolvedStartIsAcceptedOnPassZero) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix two = toDense(1, 1, {2});
@@ -48,7 +48,7 @@ TEST(MCGrad, SolvedStartIsAcceptedOnPassZero) {
 }
 
 TEST(MCGrad, TraceTakesAllSizesFromTheMatrix) {
-  const Tuning tuning;
+  const CGTuning tuning;
   FullMatrix m = toDense(2, 3, {1, 0, 0, 0, 1, 0});
   Solve solve({0, 0}, {0, 0});
   const Trace trace;
@@ -57,7 +57,7 @@ TEST(MCGrad, TraceTakesAllSizesFromTheMatrix) {
 }
 
 TEST(MCGrad, SingularOperatorFailsAtOnce) {
-  const Tuning tuning;
+  const CGTuning tuning;
   FullMatrix none(2, 2);
   Solve solve({0, 0}, {3, 4});
   solve.run(&none);
@@ -68,7 +68,7 @@ TEST(MCGrad, SingularOperatorFailsAtOnce) {
 }
 
 TEST(MCGrad, FailedLineIsTracedOnlyWhenVerbose) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   FullMatrix none(1, 1);
   const char* const line = "  cg:FAILED  after (  1) because Singular\n";
@@ -83,7 +83,7 @@ TEST(MCGrad, FailedLineIsTracedOnlyWhenVerbose) {
 }
 
 TEST(MCGrad, FailedLineNeedsNoTraceFile) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix none(1, 1);
@@ -93,7 +93,7 @@ TEST(MCGrad, FailedLineNeedsNoTraceFile) {
 }
 
 TEST(MCGrad, EmptyMatrixIsSolvedUnlessNothingIsGoodEnough) {
-  const Tuning tuning;
+  const CGTuning tuning;
   HSpMat empty(0);
   Solve solve({}, {});
   solve.run(&empty);
@@ -108,7 +108,7 @@ TEST(MCGrad, EmptyMatrixIsSolvedUnlessNothingIsGoodEnough) {
 
 // One iteration is allowed, so no pass ever moves: all but the first start from 0.5 x + 0.5 b.
 TEST(MCGrad, PassWithoutImprovementMovesTheStartTowardsTheRightHandSide) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 1;
   cg_maxIters = 1;
@@ -130,7 +130,7 @@ TEST(MCGrad, PassWithoutImprovementMovesTheStartTowardsTheRightHandSide) {
 }
 
 TEST(MCGrad, FirstPassIsNeverPerturbed) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_maxIters = 1;
   cg_maxRestarts = 1;
   FullMatrix two = toDense(1, 1, {2});
@@ -141,7 +141,7 @@ TEST(MCGrad, FirstPassIsNeverPerturbed) {
 }
 
 TEST(MCGrad, StopsAfterTheLastRestart) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_verbosity = 1;
   cg_maxIters = 1;
@@ -168,7 +168,7 @@ void worsening(SpMat*, const Vector* in, Vector* out) {
 
 // The store of the best iterate is the trace's scratch vector as well, so a traced solve goes back to M x.
 TEST(MCGrad, TracedSolveGoesBackToTheProductInsteadOfTheBest) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_maxRestarts = 1;
   cg_goNoWhereSc = 0.0;
   FullMatrix shape(2, 2);
@@ -197,8 +197,8 @@ TEST(MCGrad, TracedSolveGoesBackToTheProductInsteadOfTheBest) {
 }
 
 TEST(MCGrad, SmallerSolvesSeeNothingOfALargerOneBefore) {
-  const Tuning tuning;
-  Tuning::strict(1e-24);
+  const CGTuning tuning;
+  strict(1e-24);
   FullMatrix large(40, 40);
   for (int i = 0; i < 40; ++i) {
     for (int j = 0; j < 40; ++j) large.e(i, j) = i == j ? 50.0 : 1.0 / (1.0 + i + j);

@@ -46,8 +46,8 @@ void expectSolves(const TinyProblem& t, const char* what, const Entry& entry, co
 }
 
 TEST(TinyProblems, EveryEntryPointOfBothFamilies) {
-  const Tuning tuning;
-  Tuning::strict(1e-22);
+  const CGTuning tuning;
+  strict(1e-22);
   for (const TinyProblem& t : tinyProblems()) {
     Vector mass = toVector(t.mass), damp = toVector(t.damp);
     Preconditioner identity;
@@ -76,8 +76,8 @@ TEST(TinyProblems, EveryEntryPointOfBothFamilies) {
 
 // (A A^T) y = b and (A A^T + I) y = b for A = [1 1 0; 0 1 1]: A A^T = [2 1; 1 2].
 TEST(NCGrad, NormalFormsOfTwoConstraints) {
-  const Tuning tuning;
-  Tuning::strict(1e-24);
+  const CGTuning tuning;
+  strict(1e-24);
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
   Vector ones = toVector({1, 1});
   const auto solved = [&A](const Entry& entry) {
@@ -102,8 +102,8 @@ TEST(NCGrad, NormalFormsOfTwoConstraints) {
 }
 
 TEST(NCGrad, AtATakesTheTransposedRightHandSide) {
-  const Tuning tuning;
-  Tuning::strict(1e-24);
+  const CGTuning tuning;
+  strict(1e-24);
   FullMatrix A = toDense(3, 2, {1, 0, 1, 1, 1, 2});
   Vector x(2), b = toVector({6, 7});
   double rsq;
@@ -113,7 +113,7 @@ TEST(NCGrad, AtATakesTheTransposedRightHandSide) {
 
 // A = 2, d = 3: 2 (2 x + 3) = 2 b. A damping that multiplies x would give 2 b / 7.
 TEST(NCGrad, DampAddsAConstantToTheProduct) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_maxRestarts = 1;
   FullMatrix A = toDense(1, 1, {2});
   Vector x = toVector({3.5}), b = toVector({10});
@@ -135,7 +135,7 @@ TEST(NCGrad, DampAddsAConstantToTheProduct) {
 // A = 2, b = 10, d = 3 from x = 0: r = 20 - 6 = 14, and the constant is in q = 2 (2 14 + 3) = 62 as well, so
 // alpha = 196 / 868 and x = 98 / 31. By the recurrence r is 0 then; from scratch it is 14 - 4 x = 42 / 31.
 TEST(NCGrad, DampAddsTheConstantInEveryProduct) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_maxRestarts = 1;
   cg_maxIters = 2;
   FullMatrix A = toDense(1, 1, {2});
@@ -147,7 +147,7 @@ TEST(NCGrad, DampAddsTheConstantInEveryProduct) {
 }
 
 TEST(NCGrad, DampedSolvesEndAtTheDampedSolution) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_tol = 1e-2;
   const double d = 0.1;
   std::mt19937_64 engine(5);
@@ -181,7 +181,7 @@ TEST(NCGrad, DampedSolvesEndAtTheDampedSolution) {
 }
 
 TEST(NCGrad, ZeroRightHandSideZeroesTheSolution) {
-  const Tuning tuning;
+  const CGTuning tuning;
   FullMatrix A = toDense(2, 2, {2, 0, 0, 2});
   const Entry entries[] = {
       ncgradA,
@@ -209,7 +209,7 @@ TEST(NCGrad, ZeroRightHandSideZeroesTheSolution) {
 }
 
 TEST(NCGrad, JJtZeroRightHandSideLeavesTheDampingSet) {
-  const Tuning tuning;
+  const CGTuning tuning;
   FullMatrix A = toDense(1, 1, {2});
   Vector x = toVector({3}), b = toVector({0}), damp = toVector({5});
   EXPECT_EQ(ncgradJJt(&A, &x, &b, nullptr, &damp, nullptr), 0);
@@ -220,7 +220,7 @@ TEST(NCGrad, JJtZeroRightHandSideLeavesTheDampingSet) {
 }
 
 TEST(NCGrad, JVJtZeroRightHandSideLeavesBothSet) {
-  const Tuning tuning;
+  const CGTuning tuning;
   FullMatrix A = toDense(1, 1, {2});
   Vector x = toVector({3}), b = toVector({0}), damp = toVector({5}), mass = toVector({4});
   EXPECT_EQ(ncgradJVJt(&A, &x, &b, nullptr, &mass, &damp, nullptr), 0);
@@ -232,7 +232,7 @@ TEST(NCGrad, JVJtZeroRightHandSideLeavesBothSet) {
 }
 
 TEST(NCGrad, SingularSystems) {
-  const Tuning tuning;
+  const CGTuning tuning;
   FullMatrix none(2, 2);
   Vector b = toVector({3, 4});
   Vector x(2);
@@ -252,7 +252,7 @@ TEST(NCGrad, SingularSystems) {
 }
 
 TEST(NCGrad, UnsolvedReturnsTheNegatedIterations) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_tol = 1e-30;
   cg_maxIters = 1;
   cg_maxRestarts = 4;
@@ -266,7 +266,7 @@ TEST(NCGrad, UnsolvedReturnsTheNegatedIterations) {
 }
 
 TEST(NCGrad, JVJtWarnsOfSizesAndGoesOn) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
   Vector x(2), b = toVector({1, 1}), mass = toVector({1, 1}), damp = toVector({0, 0, 0});
@@ -281,7 +281,7 @@ TEST(NCGrad, JVJtWarnsOfSizesAndGoesOn) {
 }
 
 TEST(NCGrad, JVJtAcceptsALongerMass) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   FullMatrix A = toDense(1, 1, {1});
   Vector x(1), b = toVector({1}), mass = toVector({1, 1}), damp = toVector({0});
@@ -290,7 +290,7 @@ TEST(NCGrad, JVJtAcceptsALongerMass) {
 }
 
 TEST(CGMultiply, DefinizerAddsAMultipleWhenPositive) {
-  const Tuning tuning;
+  const CGTuning tuning;
   FullMatrix A = toDense(2, 2, {1, 2, 3, 4});
   const Vector v = toVector({1, 10});
   Vector w;
@@ -307,7 +307,7 @@ TEST(CGMultiply, DefinizerAddsAMultipleWhenPositive) {
 }
 
 TEST(CGMultiply, DampingOfMultFunAReachesAsFarAsTheDamping) {
-  const Tuning tuning;
+  const CGTuning tuning;
   FullMatrix A = toDense(2, 2, {1, 0, 0, 1});
   const Vector v = toVector({1, 10});
   Vector w, shorter = toVector({2}), longer = toVector({2, 3, 4, 5, 6, 7});
@@ -320,7 +320,7 @@ TEST(CGMultiply, DampingOfMultFunAReachesAsFarAsTheDamping) {
 }
 
 TEST(CGMultiply, DampingOfMultFunJJtReachesAsFarAsTheProduct) {
-  const Tuning tuning;
+  const CGTuning tuning;
   FullMatrix A = toDense(2, 2, {1, 0, 0, 1});
   const Vector v = toVector({1, 10});
   Vector w, damp = toVector({2, 3, 4, 5, 6, 7});
@@ -337,7 +337,7 @@ TEST(CGMultiply, DampingOfMultFunJJtReachesAsFarAsTheProduct) {
 
 // t = A^T (1, 1) = (1, 2, 1).
 TEST(CGMultiply, WeightsDivideTheProductOfMultFunJJtOnly) {
-  const Tuning tuning;
+  const CGTuning tuning;
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
   const Vector v = toVector({1, 1}), three = toVector({1, 2, 3});
   Vector w, mass = toVector({2, 4, 8}), shorter = toVector({2, 4});

@@ -127,8 +127,8 @@ TEST(Observer, IsNobodyAtFirst) {
 }
 
 TEST(Observer, SeesEachIterationOnceAndChangesNothing) {
-  const Tuning tuning;
-  Tuning::strict(1e-16);
+  const CGTuning tuning;
+  strict(1e-16);
   cgradEps = 1e-6;
   SparseMatrix A = springs();
   for (const Entry& entry : entries()) {
@@ -149,8 +149,8 @@ TEST(Observer, SeesEachIterationOnceAndChangesNothing) {
 }
 
 TEST(Observer, CountsThroughAllPasses) {
-  const Tuning tuning;
-  Tuning::strict(1e-300);
+  const CGTuning tuning;
+  strict(1e-300);
   cg_maxIters = 1;
   cg_maxRestarts = 3;
   SparseMatrix A = springs();
@@ -190,9 +190,9 @@ double trueSquare(const std::string& name, SparseMatrix& A, const Solved& s) {
 }
 
 TEST(Observer, EndsTheSolveWithTheBestIterate) {
-  const Tuning tuning;
+  const CGTuning tuning;
   CapturedOutput captured;
-  Tuning::strict(1e-16);
+  strict(1e-16);
   SparseMatrix A = springs();
   for (const Entry& entry : entries()) {
     captured.clear();
@@ -216,7 +216,7 @@ TEST(Observer, EndsTheSolveWithTheBestIterate) {
 }
 
 TEST(Observer, TheStartCountsAsSeen) {
-  const Tuning tuning;
+  const CGTuning tuning;
   SparseMatrix A(2, 2, {1, 0, 0, 1e4});
   // rsq: 1.01 at the start, then far larger
   Vector x(2), b = toVector({1, 0.1});
@@ -232,8 +232,8 @@ TEST(Observer, TheStartCountsAsSeen) {
 }
 
 TEST(Observer, TheBestIterateIsRightInATracedSolveToo) {
-  const Tuning tuning;
-  Tuning::strict(1e-16);
+  const CGTuning tuning;
+  strict(1e-16);
   const Trace trace;
   SparseMatrix A = springs();
   for (const Entry& entry : entries()) {
@@ -249,7 +249,7 @@ TEST(Observer, TheBestIterateIsRightInATracedSolveToo) {
 }
 
 TEST(Observer, ASolutionIsASolutionWhateverTheObserverReturns) {
-  const Tuning tuning;
+  const CGTuning tuning;
   SparseMatrix A(2, 2, {2, 0, 0, 2});
   for (const Entry& entry : entries()) {
     Vector x(2), b = toVector({1, 2});
@@ -266,8 +266,8 @@ TEST(Observer, ASolutionIsASolutionWhateverTheObserverReturns) {
 }
 
 TEST(Observer, SinglePassesCallItToo) {
-  const Tuning tuning;
-  Tuning::strict(1e-16);
+  const CGTuning tuning;
+  strict(1e-16);
   diagonal = {1, 2, 3, 4, 5, 6, 7, 8};
   setStagnation(8, 10.0);
   OnePass pass({0, 0, 0, 0, 0, 0, 0, 0}, {1, 1, 1, 1, 1, 1, 1, 1});
@@ -292,7 +292,7 @@ TEST(Observer, SinglePassesCallItToo) {
 }
 
 TEST(Observer, ASolveWithNothingToDoIsNotStopped) {
-  const Tuning tuning;
+  const CGTuning tuning;
   SparseMatrix A = springs();
   for (const Entry& entry : entries()) {
     cg_stopped = 1;

@@ -132,8 +132,8 @@ TEST(Octave, VectorsComeBackAsPrinted) {
 
 TEST(Octave, SolvesTheDumpedSystemAlike) {
   NEEDS_OCTAVE(program);
-  const Tuning tuning;
-  Tuning::strict(1e-24);
+  const CGTuning tuning;
+  strict(1e-24);
   const int n = 45;
   FullMatrix A(n, n);
   Vector b(n), x(n);

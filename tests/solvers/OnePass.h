@@ -46,7 +46,7 @@ struct OnePass {
 
 /// The stagnation limit belongs to the last mcgradI call: this makes it `n` times cg_goNoWhereSc.
 inline void setStagnation(int n, double scale) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_goNoWhereSc = scale;
   cg_maxRestarts = 0;
   FullMatrix m(n, n);

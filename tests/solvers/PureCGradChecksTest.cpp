@@ -2,6 +2,7 @@
 
 #include <climits>
 
+#include "limber/solvers/BiCGrad.h"
 #include "limber/solvers/Preconditioner.h"
 #include "tests/solvers/OnePass.h"
 #include "tests/support/CapturedOutput.h"
@@ -47,7 +48,7 @@ TEST(Preconditioner, SolveIsItsFirstVirtualOperation) {
 // M = diag(1, 4), b = (1, 2), x = 0. By M itself: z = (1, 0.5), rz = 2, q = (1, 2), pq = 2, alpha = 1 and
 // x = (1, 0.5). With r in the place of z anywhere it takes two iterations.
 TEST(PureCGrad, ExactPreconditionerSolvesInOneStep) {
-  const Tuning tuning;
+  const CGTuning tuning;
   diagonal = {1, 4};
   Scaling exact({1, 4});
   OnePass run({0, 0}, {1, 2});
@@ -64,7 +65,7 @@ TEST(PureCGrad, ExactPreconditionerSolvesInOneStep) {
 // (0.5, -1); then z = (0.5, -0.5), rz = 0.75, beta = 0.75 / 6 and p = (0.75, -0.375). The plain ratios, 1.25
 // / 8 for beta and 8 / 8 for alpha, lead elsewhere.
 TEST(PureCGrad, PreconditionedStepsTakeTheirRatiosFromZ) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_tol = -1.0;
   diagonal = {1, 4};
   Scaling halved({1, 2});
@@ -80,7 +81,7 @@ TEST(PureCGrad, PreconditionedStepsTakeTheirRatiosFromZ) {
 }
 
 TEST(PureCGrad, StartAtTheToleranceIsNotSolved) {
-  const Tuning tuning;
+  const CGTuning tuning;
   diagonal = {2};
   cg_tol = 0.25;
   OnePass at({1}, {2.5});
@@ -95,7 +96,7 @@ TEST(PureCGrad, StartAtTheToleranceIsNotSolved) {
 
 // p = 2 and q = 4: curvature 8.
 TEST(PureCGrad, CurvatureAtEpsilonIsNotSingular) {
-  const Tuning tuning;
+  const CGTuning tuning;
   diagonal = {2};
   cg_epsilon = 8.0;
   OnePass at({0}, {2});
@@ -110,7 +111,7 @@ TEST(PureCGrad, CurvatureAtEpsilonIsNotSingular) {
 
 // r = (4, 0), q = (2, 2): curvature 8, alpha 2, r = (0, -4), of the same square.
 TEST(PureCGrad, EqualSquareIsNoImprovement) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 0.0);
   const CapturedOutput captured;
   cg_verbosity = 1;
@@ -123,7 +124,7 @@ TEST(PureCGrad, EqualSquareIsNoImprovement) {
 }
 
 TEST(PureCGrad, EqualSquareAtTheLimitKeepsTheIterate) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 5.0);
   const CapturedOutput captured;
   cg_verbosity = 1;
@@ -136,7 +137,7 @@ TEST(PureCGrad, EqualSquareAtTheLimitKeepsTheIterate) {
 }
 
 TEST(PureCGrad, SolutionIsAcceptedBeforeAReset) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_reset_resid = 1;
   diagonal = {2};
   OnePass run({0}, {4});
@@ -148,7 +149,7 @@ TEST(PureCGrad, SolutionIsAcceptedBeforeAReset) {
 
 // By the recurrence r is 0, from scratch 2, and the reset that follows finds 3.
 TEST(PureCGrad, FalseSolutionIsReportedBeforeTheReset) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 5.0);
   cg_reset_resid = 1;
   const CapturedOutput captured;
@@ -167,7 +168,7 @@ TEST(PureCGrad, FalseSolutionIsReportedBeforeTheReset) {
 // The check for a solution comes before the reset, so what the reset finds small waits for the next
 // iteration: q = (1, 1) makes r (0, -4), and from scratch it is (0, 0.25).
 TEST(PureCGrad, ResetBelowTheToleranceIsNotAcceptedAtOnce) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 5.0);
   cg_reset_resid = 1;
   OnePass run({0, 0}, {4, 0});
@@ -181,7 +182,7 @@ TEST(PureCGrad, ResetBelowTheToleranceIsNotAcceptedAtOnce) {
 // M = diag(1, 3), b = (3, 3), one step a pass: x = (1.5, 1.5), then (2.25, 0.75). A blend with b between the
 // passes would show.
 TEST(MCGrad, PassThatImprovedIsFollowedFromWhereItEnded) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_maxIters = 1;
   cg_maxRestarts = 2;
@@ -205,7 +206,7 @@ void neverBetter(SpMat*, const Vector* in, Vector* out) {
 }
 
 TEST(MCGrad, LimitsGoByTheLargerSide) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   cg_maxRestarts = 1;
   for (const bool wide : {false, true}) {
@@ -232,7 +233,7 @@ TEST(MCGrad, LimitsGoByTheLargerSide) {
 }
 
 TEST(MCGrad, HugeMultiplierMeansNoLimit) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_maxIters = INT_MAX;
   FullMatrix A = toDense(2, 2, {2, 0, 0, 2});
   Vector x(2), b = toVector({2, 4});

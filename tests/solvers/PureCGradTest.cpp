@@ -73,7 +73,7 @@ TEST(PureCGrad, SolvedStartLeavesIterationsUntouched) {
 }
 
 TEST(PureCGrad, TracesWithSwappedLabelsAndPlusSignAtTheStart) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   const Trace trace;
   cg_verbosity = 2;
@@ -91,7 +91,7 @@ TEST(PureCGrad, TracesWithSwappedLabelsAndPlusSignAtTheStart) {
 }
 
 TEST(PureCGrad, TraceCarriesBetaFromTheSecondIteration) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const Trace trace;
   cg_tol = -1.0;
   diagonal = {1, 3};
@@ -107,7 +107,7 @@ TEST(PureCGrad, TraceCarriesBetaFromTheSecondIteration) {
 }
 
 TEST(PureCGrad, NextBetaOfAPreconditionedTraceIsAlwaysOne) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const Trace trace;
   cg_tol = -1.0;
   diagonal = {1, 3};
@@ -122,7 +122,7 @@ TEST(PureCGrad, NextBetaOfAPreconditionedTraceIsAlwaysOne) {
 TEST(PureCGrad, TraceFileHasAPointInAnyLocale) {
   const CommaLocale comma;
   if (!comma.active()) GTEST_SKIP() << "cannot make a locale here";
-  const Tuning tuning;
+  const CGTuning tuning;
   const Trace trace;
   diagonal = {2};
   OnePass run({1}, {4});
@@ -162,7 +162,7 @@ TEST(PureCGrad, NegativeCurvatureIsJudgedByMagnitude) {
 
 // r = 4; q = 4 makes alpha 1 and r 0: solved by the recurrence. From scratch it is b - 2 = 2.
 TEST(PureCGrad, FalseSolutionIsReportedAndGoesOn) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 5.0);
   const CapturedOutput captured;
   const Trace trace;
@@ -180,7 +180,7 @@ TEST(PureCGrad, FalseSolutionIsReportedAndGoesOn) {
 }
 
 TEST(PureCGrad, ResetTracesADifferenceThatIsAlwaysZero) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 5.0);
   for (const int every : {1, 2, 0}) {
     const CapturedOutput captured;
@@ -202,7 +202,7 @@ TEST(PureCGrad, ResetTracesADifferenceThatIsAlwaysZero) {
 const std::vector<std::vector<double>> worseStep = {{0, 0}, {1, 10}};
 
 TEST(PureCGrad, StagnationGoesBackToTheBestIterate) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 0.0);
   const CapturedOutput captured;
   cg_verbosity = 1;
@@ -219,7 +219,7 @@ TEST(PureCGrad, StagnationGoesBackToTheBestIterate) {
 }
 
 TEST(PureCGrad, StagnationIsTracedFurtherIn) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 0.0);
   const CapturedOutput captured;
   const Trace trace;
@@ -233,7 +233,7 @@ TEST(PureCGrad, StagnationIsTracedFurtherIn) {
 }
 
 TEST(PureCGrad, StagnationWithoutABestWarnsEvenWhenSilent) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 0.0);
   const CapturedOutput captured;
   OnePass run({0, 0}, {4, 0});
@@ -245,7 +245,7 @@ TEST(PureCGrad, StagnationWithoutABestWarnsEvenWhenSilent) {
 }
 
 TEST(PureCGrad, StagnationLimitMustBeExceeded) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 1.0);
   OnePass run({0, 0}, {4, 0});
   // the second step: p = (400, -40), curvature 400, alpha 4, r = (-8, -80)
@@ -255,7 +255,7 @@ TEST(PureCGrad, StagnationLimitMustBeExceeded) {
 }
 
 TEST(PureCGrad, IterationLimitGoesBackToTheBestIterate) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 1.0);
   const CapturedOutput captured;
   const Trace trace;
@@ -271,7 +271,7 @@ TEST(PureCGrad, IterationLimitGoesBackToTheBestIterate) {
 }
 
 TEST(PureCGrad, IterationLimitWithoutABestWarnsEvenWhenSilent) {
-  const Tuning tuning;
+  const CGTuning tuning;
   setStagnation(1, 1.0);
   const CapturedOutput captured;
   const Trace trace;
@@ -285,7 +285,7 @@ TEST(PureCGrad, IterationLimitWithoutABestWarnsEvenWhenSilent) {
 }
 
 TEST(PureCGrad, UntracedCallsUseNoSharedScratch) {
-  const Tuning tuning;
+  const CGTuning tuning;
   OnePass run({0, 0}, {3, 3});
   diagonal = {1, 3};
   run.solve(diagonalMult, 10);

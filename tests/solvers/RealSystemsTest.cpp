@@ -55,12 +55,12 @@ Vector unevenRightHandSide(SpMat& A) {
 using Entry = int (*)(SpMat*, Vector*, Vector*, double*);
 
 void leastSquares(const std::string& path) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   MatrixMarket file(path);
   ASSERT_EQ(file.error, "");
   HSpMat& A = file.matrix();
-  Tuning::strict(1e-16);
+  strict(1e-16);
   // the older family goes back to the residual so often that it needs many small steps
   cgradEps = 1e-14;
   maxCGradPasses = 1000;
@@ -87,7 +87,7 @@ void scaleToUnitDiagonal(HSpMat& A) {
 
 void positiveDefinite(const std::string& path, const std::vector<Entry>& entries = {ncgradA, cgradA},
                       bool scaled = false) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   MatrixMarket file(path);
   ASSERT_EQ(file.error, "");
@@ -95,7 +95,7 @@ void positiveDefinite(const std::string& path, const std::vector<Entry>& entries
   if (scaled) scaleToUnitDiagonal(A);
   for (const Entry entry : entries) {
     Vector b = unevenRightHandSide(A), x(A.width());
-    Tuning::strict(1e-18 * b.magSq());
+    strict(1e-18 * b.magSq());
     cgradEps = 1e-12 * b.magSq();
     maxCGradPasses = 1000;
     double rsq = -1.0;
@@ -133,7 +133,7 @@ TEST(RealSystems, PositiveDefinite494Bus) {
 // iteration: it takes a million of them, cheap ones, where the newer takes a thousand.
 TEST(RealSystems, PositiveDefinite494BusInTheOlderFamily) {
   LIMBER_NEEDS_DATA(path, "494_bus.mtx");
-  const Tuning tuning;
+  const CGTuning tuning;
   MatrixMarket file(path);
   ASSERT_EQ(file.error, "");
   HSpMat& A = file.matrix();
@@ -154,11 +154,11 @@ TEST(RealSystems, PositiveDefinite494BusWithAUnitDiagonal) {
 
 TEST(RealSystems, DualOfWell1033InBothFamilies) {
   LIMBER_NEEDS_DATA(path, "well1033.mtx.gz");
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   MatrixMarket file(path);
   HSpMat& A = file.matrix();
-  Tuning::strict(1e-18);
+  strict(1e-18);
   Vector damp(A.height()), mass(A.width()), b = unevenRightHandSide(A), newer(A.height()), older(A.height());
   for (int i = 0; i < damp.count; ++i) damp[i] = 0.1;
   for (int j = 0; j < mass.count; ++j) mass[j] = 1.0 + j % 7;
@@ -171,7 +171,7 @@ TEST(RealSystems, DualOfWell1033InBothFamilies) {
 }
 
 void nonSymmetric(const std::string& path, int shadowIsResidual, bool mustSolve) {
-  const Tuning tuning;
+  const CGTuning tuning;
   MatrixMarket file(path);
   ASSERT_EQ(file.error, "");
   HSpMat& A = file.matrix();
@@ -202,7 +202,7 @@ TEST(RealSystems, NonSymmetricWest0067) {
 // With steps that do not improve ending a pass, x is never worse than where it began.
 TEST(RealSystems, UnsolvedWest0067KeepsTheBestIterate) {
   LIMBER_NEEDS_DATA(path, "west0067.mtx");
-  const Tuning tuning;
+  const CGTuning tuning;
   MatrixMarket file(path);
   HSpMat& A = file.matrix();
   cg_epsilon = 1e-300;
@@ -220,7 +220,7 @@ TEST(RealSystems, UnsolvedWest0067KeepsTheBestIterate) {
 // Allowed to get worse for ever, the iterates grow until their residual has no finite square.
 TEST(RealSystems, DivergingWest0067EndsAsSingularWithFiniteNumbers) {
   LIMBER_NEEDS_DATA(path, "west0067.mtx");
-  const Tuning tuning;
+  const CGTuning tuning;
   MatrixMarket file(path);
   HSpMat& A = file.matrix();
   cg_epsilon = 1e-300;

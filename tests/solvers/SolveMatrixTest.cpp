@@ -88,8 +88,8 @@ std::vector<Named> solves(Vector& damp, Vector& mass, Preconditioner& identity) 
 }
 
 TEST(SolveMatrix, EverySolveHasTheBitsOfTheRows) {
-  const Tuning tuning;
-  Tuning::strict(1e-18);
+  const CGTuning tuning;
+  strict(1e-18);
   const CapturedOutput captured;
   constexpr int n = 61;
   Vector damp(n), mass(n), b(n);
@@ -117,7 +117,7 @@ TEST(SolveMatrix, EverySolveHasTheBitsOfTheRows) {
 
 /// Passes that go on to the end, also the first of the process.
 void strictPasses() {
-  Tuning::strict(1e-24);
+  strict(1e-24);
   setStagnation(61, 10.0);
 }
 
@@ -177,7 +177,7 @@ bool followsTheMatrix(CGMultFun mult) {
 
 // (It is undefined what such a change does. It shows here which matrix is read.)
 TEST(SolveMatrix, OperationsOfTheLibraryReadTheCopyAndThoseOfTheCallerTheMatrix) {
-  const Tuning tuning;
+  const CGTuning tuning;
   strictPasses();
   for (const CGMultFun mult : {multFunA, multFunJJt, multFunAtA}) EXPECT_FALSE(followsTheMatrix(mult));
   EXPECT_TRUE(followsTheMatrix(plainProduct));
@@ -185,7 +185,7 @@ TEST(SolveMatrix, OperationsOfTheLibraryReadTheCopyAndThoseOfTheCallerTheMatrix)
 }
 
 TEST(SolveMatrix, WhoeverMultipliesDuringASolveGetsTheMatrixAsItIs) {
-  const Tuning tuning;
+  const CGTuning tuning;
   strictPasses();
   SparseMatrix sparse = random(61, true);
   double& entry = sparse.rows[60]->e(0);
@@ -208,7 +208,7 @@ TEST(SolveMatrix, WhoeverMultipliesDuringASolveGetsTheMatrixAsItIs) {
 }
 
 TEST(SolveMatrix, ChangesBetweenSolvesCount) {
-  const Tuning tuning;
+  const CGTuning tuning;
   strictPasses();
   SparseMatrix sparse = random(61, true);
   Vector b = ones(61), x(61), y(61), product;
@@ -222,7 +222,7 @@ TEST(SolveMatrix, ChangesBetweenSolvesCount) {
 }
 
 TEST(SolveMatrix, AMatrixThatLosesRowsDuringASolveIsReadWithinItsRows) {
-  const Tuning tuning;
+  const CGTuning tuning;
   strictPasses();
   SparseMatrix sparse = random(61, true);
   Meddler meddler([&](int call, const Vector*) { sparse.m.numRows = call < 15 ? 61 : 10; });
@@ -231,7 +231,7 @@ TEST(SolveMatrix, AMatrixThatLosesRowsDuringASolveIsReadWithinItsRows) {
 }
 
 TEST(SolveMatrix, ASolveWithinASolveLeavesItsNumbersAlone) {
-  const Tuning tuning;
+  const CGTuning tuning;
   strictPasses();
   SparseMatrix outer = random(61, true), inner = random(61, true);
   for (auto& row : inner.rows) row->scale(3.0);
@@ -266,7 +266,7 @@ class Jumper : public Preconditioner {
 // A preconditioner that finds a file of its own unreadable may leave that way. (It leaks what the solve has
 // allocated, which is nothing where all vectors have their sizes.)
 TEST(SolveMatrix, ASolveThatIsLeftByAJumpLeavesNothingBehind) {
-  const Tuning tuning;
+  const CGTuning tuning;
   strictPasses();
   SparseMatrix sparse = random(61, true);
   Vector b = ones(61), x(61), r(61), p(61), q(61), z(61), best(61);
@@ -308,7 +308,7 @@ struct OwnSolve {
 
 // Under ThreadSanitizer this shows that such solves share nothing but the storage of the copy.
 TEST(SolveMatrix, ThreadsWithTheirOwnMatricesAndWorkVectorsDoNotDisturbEachOther) {
-  const Tuning tuning;
+  const CGTuning tuning;
   strictPasses();
   for (const CGMultFun mult : {multFunA, plainProduct}) {
     OwnSolve first(1.0), second(7.0);
@@ -367,8 +367,8 @@ SparseMatrix sparseImage(Structured& A) {
 }
 
 TEST(SolveMatrix, StructuredMatricesAreSolved) {
-  const Tuning tuning;
-  Tuning::strict(1e-24);
+  const CGTuning tuning;
+  strict(1e-24);
   for (const int n : {1, 10, 200}) {
     Vector diagonal(n);
     for (int i = 0; i < n; ++i) diagonal[i] = 1.0 + i % 5;
@@ -393,8 +393,8 @@ TEST(SolveMatrix, StructuredMatricesAreSolved) {
 }
 
 TEST(SolveMatrix, AQuadraticProgramIsSolved) {
-  const Tuning tuning;
-  Tuning::strict(1e-24);
+  const CGTuning tuning;
+  strict(1e-24);
   SparseMatrix H = random(12, true), J;
   for (int i = 0; i < 3; ++i) J.addRow().insEnd(1.0 + i, 4 * i);
   for (auto& row : J.rows) row->width = 12;
@@ -418,8 +418,8 @@ TEST(SolveMatrix, StructuredMatricesStayAsTheyAreForEverybodyElse) {
 }
 
 TEST(SolveMatrix, AClassWithoutTypeInformationIsSolved) {
-  const Tuning tuning;
-  Tuning::strict(1e-24);
+  const CGTuning tuning;
+  strict(1e-24);
   SparseMatrix same(2, 2, {3, 1, 1, 2});
   expectSolved(matrixWithoutTypeInformation(), same, "class compiled with -fno-rtti");
 }

@@ -78,7 +78,7 @@ struct All {
 // Each work vector that cannot be made is reported and left empty; the solve ends all the same, and the next
 // one has what it needs. Stands first: it must be the first use of the solvers in the process.
 TEST(SolversAllocation, FailuresOfTheFirstUseAreReportedAndSurvived) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   FullMatrix A(12, 12);
   for (int i = 0; i < 12; ++i) A.e(i, i) = 2.0;
@@ -106,7 +106,7 @@ TEST(SolversAllocation, FailuresOfTheFirstUseAreReportedAndSurvived) {
 }
 
 TEST(SolversAllocation, NothingAfterTheFirstSolveOfASize) {
-  const Tuning tuning;
+  const CGTuning tuning;
   const CapturedOutput captured;
   stdoutF = silent;
   cg_tol = 1e-12;
@@ -121,7 +121,7 @@ TEST(SolversAllocation, NothingAfterTheFirstSolveOfASize) {
 }
 
 TEST(SolversAllocation, LargerThanTheFirstWorkVectors) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_tol = 1e-12;
   cg_epsilon = 1e-100;
   const int n = 2200;
@@ -138,7 +138,7 @@ TEST(SolversAllocation, LargerThanTheFirstWorkVectors) {
 }
 
 TEST(SolversAllocation, NothingInALongSolveAfterAShortOne) {
-  const Tuning tuning;
+  const CGTuning tuning;
   cg_tol = 100.0;
   cg_epsilon = 1e-100;
   const int n = 2600;
@@ -158,7 +158,7 @@ TEST(SolversAllocation, NothingInALongSolveAfterAShortOne) {
 // Each solve is larger than all before it. First each work vector that has to grow fails to, which empties
 // it; then the k-th only. Whatever fails, the same solve has what it needs the next time.
 TEST(SolversAllocation, KthFailureOfGrowingWorkVectorsIsSurvived) {
-  const Tuning tuning;
+  const CGTuning tuning;
   CapturedOutput captured;
   cg_tol = 1e-12;
   cg_epsilon = 1e-100;
