@@ -23,6 +23,8 @@ struct Goal {
 
 /// A d = r from d = 0, with A symmetric positive definite; r is overwritten. d is the iterate of the smallest
 /// residual.
-Outcome conjugateGradients(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run);
+/// *condition, which may be null, grows to the ratio of the largest curvature that was met to the smallest.
+Outcome conjugateGradients(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run,
+                           double* condition = nullptr);
 
 }  // namespace limber::detail

@@ -27,25 +27,31 @@ struct Equilibrated {
   SparseRows rows;
   Units units;
   Doubles inverseDiagonal;
+  /// The diagonal has elements of very different sizes.
+  bool graded = false;
 
   explicit Equilibrated(const LinearSystem& system) : rows(system.rows), inverseDiagonal(diagonalOf(rows)) {
     const int n = rows.height;
     units.rows.resize(n);
+    int least = 0, most = 0;
     for (int i = 0; i < n; ++i) {
       const int power = -(exponentOf(inverseDiagonal[i]) >> 1);
       units.rows[i] = power;
+      least = std::min(least, power);
+      most = std::max(most, power);
       const double scaled = timesPowerOfTwo(inverseDiagonal[i], 2 * power);
       inverseDiagonal[i] = scaled > 0.0 ? 1.0 / scaled : 1.0;
     }
+    graded = most - least > 18;
     units.columns = units.rows;
     rows.scale(units.rows.data(), units.rows.data());
   }
 };
 
-Outcome correctByCG(LinearSystem& system, const Units& units, LinearMap& map, Inverse* inverse,
-                    int iterations) {
+Outcome correctByCG(LinearSystem& system, const Units& units, LinearMap& map, Inverse* inverse, int iterations,
+                    double* condition = nullptr) {
   const Outcome outcome = correct(system, units, iterations, [&](double* r, double* d, const Goal& goal) {
-    return conjugateGradients(map, inverse, r, d, goal, system.run);
+    return conjugateGradients(map, inverse, r, d, goal, system.run, condition);
   });
   if (&map != system.map.get()) system.map->products += map.products;
   return outcome;
@@ -54,14 +60,15 @@ Outcome correctByCG(LinearSystem& system, const Units& units, LinearMap& map, In
 Outcome diagonalCG(LinearSystem& system, const Equilibrated& scaled, int iterations) {
   RowsMap map(scaled.rows);
   DiagonalInverse inverse(scaled.inverseDiagonal);
-  return correctByCG(system, scaled.units, map, &inverse, iterations);
+  return correctByCG(system, scaled.units, map, &inverse, iterations, &system.condition);
 }
 
 /// False where the factor costs too much.
-bool choleskyCG(LinearSystem& system, const Equilibrated& scaled, Outcome* outcome) {
+bool choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowance& allowance, int iterations,
+                Outcome* outcome) {
   try {
     Elimination elimination;
-    if (!eliminateSymmetric(scaled.rows, Allowance(), &elimination)) return false;
+    if (!eliminateSymmetric(scaled.rows, allowance, &elimination)) return false;
     SparseCholesky cholesky;
     if (!cholesky.factor(scaled.rows, std::move(elimination))) {
       *outcome = Outcome::indefinite;
@@ -69,7 +76,7 @@ bool choleskyCG(LinearSystem& system, const Equilibrated& scaled, Outcome* outco
     }
     system.precise = true;
     RowsMap map(scaled.rows);
-    *outcome = correctByCG(system, scaled.units, map, &cholesky, 100);
+    *outcome = correctByCG(system, scaled.units, map, &cholesky, iterations);
     return true;
   } catch (const std::bad_alloc&) {
     return false;
@@ -120,7 +127,15 @@ Outcome solveDefinite(LinearSystem& system) {
   }
   if (!scaled) return outcome;
   if (!system.ended() && outcome != Outcome::indefinite) outcome = diagonalCG(system, *scaled, budget);
-  if (!system.ended() && outcome != Outcome::indefinite && !choleskyCG(system, *scaled, &outcome)) {
+  if (worthPolish(system, scaled->graded || system.condition > 1e8)) {
+    Outcome polished = outcome;
+    system.beginPolish();
+    choleskyCG(system, *scaled, polishAllowance(system), 3, &polished);
+    system.endPolish();
+    if (polished == Outcome::indefinite) return polished;
+  }
+  if (!system.ended() && outcome != Outcome::indefinite &&
+      !choleskyCG(system, *scaled, Allowance(), 100, &outcome)) {
     outcome = diagonalCG(system, *scaled, system.run.limit);
   }
   return outcome == Outcome::indefinite || !system.run.mustEnd() ? outcome : system.run.whyEnded();

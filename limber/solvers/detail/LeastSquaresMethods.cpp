@@ -85,7 +85,7 @@ Outcome LsmrRun::solve(int iterations, bool once) {
     if (!(start > 0.0) || !std::isfinite(start)) return Outcome::stuck;
     LsmrGoal goal;
     goal.iterations = last - system.run.iterations;
-    goal.residual = start * 0.9 * std::min(system.goal / before, 1.0);
+    goal.residual = start * std::clamp(0.9 * system.goal / before, 1e-16, 1.0);
     goal.ratio = before / start;
     goal.truth = system.goal;
     goal.check = [&](const double* at) {
@@ -93,7 +93,9 @@ Outcome LsmrRun::solve(int iterations, bool once) {
       for (int j = 0; j < n; ++j) step[j] += system.x[j];
       return system.measure(step.data(), tryR.data(), tryG.data());
     };
-    outcome = lsmr(map, u.data(), d.data(), goal, system.run).outcome;
+    const LsmrResult result = lsmr(map, u.data(), d.data(), goal, system.run);
+    outcome = result.outcome;
+    if (!qr) system.condition = std::max(system.condition, result.condition);
     unscale(d.data(), power, step.data());
     if (!system.improve(step.data()) || once || !(system.residual <= 0.5 * before)) break;
   }
@@ -163,11 +165,24 @@ Outcome scaledLsmr(LinearSystem& system, int iterations) {
   return outcome;
 }
 
-bool conditionedLsmr(LinearSystem& system, Outcome* outcome) {
+bool worthPolish(const LinearSystem& system, bool doubtful) {
+  constexpr int small = 40;
+  return system.converged() && system.haveRows && !system.run.mustEnd() && system.norm > 0.0 &&
+         system.run.iterations > 0 && (doubtful || system.width <= small);
+}
+
+Allowance polishAllowance(const LinearSystem& system) {
+  Allowance allowance;
+  allowance.operations = std::max(2e5, 2.0 * system.spent());
+  allowance.entries = allowance.operations;
+  return allowance;
+}
+
+bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int iterations, Outcome* outcome) {
   if (!system.haveRows) return false;
   try {
     Elimination elimination;
-    if (!eliminateColumns(system.rows, Allowance(), &elimination)) return false;
+    if (!eliminateColumns(system.rows, allowance, &elimination)) return false;
     SparseRows scaled = system.rows;
     Ints columns;
     Doubles norms;
@@ -176,6 +191,8 @@ bool conditionedLsmr(LinearSystem& system, Outcome* outcome) {
     for (int k = 0; k < scaled.entries(); ++k) scaled.value[k] *= norms[scaled.index[k]];
     RowsMap map(scaled);
     system.precise = true;
+    // once more with what is nearly dependent left out, from where the first one began
+    LinearSystem::State begin = system.state(), first = begin;
     const double n = std::max(system.width, 10);
     for (const double tiny : {2.2e-16 * std::sqrt(n), 1e-11}) {
       SparseQr qr;
@@ -184,11 +201,17 @@ bool conditionedLsmr(LinearSystem& system, Outcome* outcome) {
       LsmrRun run{system, conditioned, {}, columns, &norms, &qr};
       for (int repeat = 0; repeat < 6 && !system.ended(); ++repeat) {
         const double before = system.residual;
-        *outcome = run.solve(50, true);
+        *outcome = run.solve(iterations, true);
         if (!(system.residual <= 0.5 * before)) break;
       }
       system.map->products += conditioned.products;
-      if (system.ended()) break;
+      if (tiny == 1e-11) {
+        system.keepBetter(std::move(first));
+      } else {
+        if (system.ended() || system.goal == 0.0) break;
+        first = system.state();
+        system.takeBack(begin);
+      }
     }
     return true;
   } catch (const std::bad_alloc&) {
@@ -200,7 +223,12 @@ Outcome solveByLeastSquares(LinearSystem& system) {
   Outcome outcome = Outcome::stuck;
   if (foreignPreconditioner(system)) outcome = preconditionedNormal(system, firstBudget(system));
   if (!system.ended()) outcome = scaledLsmr(system, firstBudget(system));
-  if (!system.ended() && !conditionedLsmr(system, &outcome)) {
+  if (worthPolish(system, system.condition > 1e4)) {
+    system.beginPolish();
+    conditionedLsmr(system, polishAllowance(system), 8, &outcome);
+    system.endPolish();
+  }
+  if (!system.ended() && !conditionedLsmr(system, Allowance(), 50, &outcome)) {
     outcome = scaledLsmr(system, system.run.limit);
   }
   return system.run.mustEnd() ? system.run.whyEnded() : outcome;

@@ -106,6 +106,8 @@ class Inverse {
   virtual ~Inverse() = default;
   /// z = M^-1 r; they are different vectors. False when that gives no numbers.
   virtual bool apply(const double* r, double* z) = 0;
+  /// The diagonal of M^-1 where it is diagonal, else null.
+  virtual const double* diagonal() const { return nullptr; }
 };
 
 /// z_i = inverse_i r_i.
@@ -113,6 +115,7 @@ class DiagonalInverse final : public Inverse {
  public:
   explicit DiagonalInverse(Doubles inverse) : inverse_(static_cast<Doubles&&>(inverse)) {}
   bool apply(const double* r, double* z) override;
+  const double* diagonal() const override { return inverse_.data(); }
 
  private:
   const Doubles inverse_;

@@ -140,6 +140,14 @@ bool LinearSystem::improve(const double* d) {
   return moved_ = true;
 }
 
+void LinearSystem::keepBetter(State&& other) {
+  if (!(other.residual < residual)) return;
+  x.swap(other.x);
+  r.swap(other.r);
+  g.swap(other.g);
+  residual = other.residual;
+}
+
 SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   SolveReport report{};
   report.iterations = run.iterations;
@@ -148,7 +156,9 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   report.relativeResidual = norm > 0.0 ? residual / norm : 0.0;
   if (converged()) {
     report.status = SOLVE_CONVERGED;
-    report.message = "The solution is as accurate as was asked for.";
+    report.message = condition > 1e10 ? "The residual is as small as was asked for; the matrix is close to "
+                                        "singular (estimated condition above 1e10), so x is uncertain."
+                                      : "The residual is as small as was asked for.";
   } else if (last == Outcome::stopped) {
     report.status = SOLVE_STOPPED;
     report.message = "The observer ended the solve; this is the best iterate so far.";
@@ -164,14 +174,14 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   } else if (last == Outcome::preconditioner) {
     report.status = SOLVE_BREAKDOWN;
     report.message = "The preconditioner is not positive definite, or does not give finite numbers.";
-  } else if (last == Outcome::overflow) {
-    report.status = SOLVE_BREAKDOWN;
-    report.message = "Numbers grew beyond what doubles can hold.";
   } else {
     report.status = SOLVE_STAGNATED;
     report.message =
-        "The residual cannot be made smaller in double precision, or the system has no solution; this is the "
-        "best iterate found.";
+        condition > 1e10
+            ? "The residual cannot be made smaller in double precision: the matrix is close to singular "
+              "(estimated condition above 1e10). This is the best iterate found."
+            : "The residual cannot be made smaller in double precision, or the system has no solution. This is "
+              "the best iterate found.";
   }
 
   const int power = rightPower_ - matrixPower_;

@@ -33,6 +33,27 @@ class LinearSystem {
   double measure(const double* at, double* r, double* g);
   /// x = x + d where that has a smaller residual; then r and g are its own. Whether it has.
   bool improve(const double* d);
+  /// The state of the solution, to come back to.
+  struct State {
+    Doubles x, r, g;
+    double residual;
+  };
+  State state() const { return {x, r, g, residual}; }
+  /// Takes that state back if its residual is smaller.
+  void keepBetter(State&& other);
+  void takeBack(const State& other) {
+    x = other.x, r = other.r, g = other.g;
+    residual = other.residual;
+  }
+  /// From here on every method goes as far as it gets; the goal is the old one again after endPolish.
+  void beginPolish() { polished_ = goal, goal = 0.0; }
+  void endPolish() { goal = polished_; }
+  /// Operations that were spent on products so far, about.
+  double spent() const { return 2.0 * map->products * rows.entries(); }
+
+  /// The estimated condition of the scaled matrix, 0 where no method gave one.
+  double condition = 0.0;
+
   /// The report; x goes to `out`, unless the start is the best there is.
   SolveReport finish(Outcome last, Vector* out);
 
@@ -55,6 +76,7 @@ class LinearSystem {
   const char* takeVectors(const Vector& right, const Vector& start);
   const Kind kind_;
   int matrixPower_ = 0, rightPower_ = 0;
+  double polished_ = 0.0;
   bool moved_ = false;
   Doubles tryX_, tryR_, tryG_;
 };

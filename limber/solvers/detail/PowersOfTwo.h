@@ -47,6 +47,11 @@ inline int largestExponent(int n, const double* x) {
 /// x = x 2^k.
 inline void scaleByPowerOfTwo(int n, double* x, int k) {
   if (k == 0) return;
+  if (k >= -1000 && k <= 1000) {
+    const double factor = powerOfTwo(k);
+    for (int i = 0; i < n; ++i) x[i] *= factor;
+    return;
+  }
   for (int i = 0; i < n; ++i) x[i] = timesPowerOfTwo(x[i], k);
 }
 

@@ -4,6 +4,7 @@
 /// The methods of the front door, each from where the system is to where it gets. They return how they ended;
 /// the system knows whether it is solved.
 
+#include "limber/solvers/detail/Elimination.h"
 #include "limber/solvers/detail/LinearSystem.h"
 
 namespace limber::detail {
@@ -18,7 +19,7 @@ Outcome solveAnySquare(LinearSystem& system);
 /// The least-squares methods one by one: LSMR with scaled columns, and LSMR behind a QR factor. The second
 /// one is false where the factor costs too much.
 Outcome scaledLsmr(LinearSystem& system, int iterations);
-bool conditionedLsmr(LinearSystem& system, Outcome* outcome);
+bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int iterations, Outcome* outcome);
 
 /// The caller's preconditioner, null where it is the identity or there is none.
 Preconditioner* foreignPreconditioner(const LinearSystem& system);
@@ -26,5 +27,10 @@ Preconditioner* foreignPreconditioner(const LinearSystem& system);
 bool wantsIdentity(const LinearSystem& system);
 /// Iterations for a first method before a factorization is worth a try.
 int firstBudget(const LinearSystem& system);
+/// Whether a factor should make a solution better whose residual is small enough already: where the residual
+/// is known to say little about x, and for a small system, where it costs next to nothing.
+bool worthPolish(const LinearSystem& system, bool doubtful);
+/// What a factor may cost that only makes a solution better which is good enough already.
+Allowance polishAllowance(const LinearSystem& system);
 
 }  // namespace limber::detail

@@ -68,13 +68,14 @@ Outcome correctByBiCGStab(LinearSystem& system, const Units& units, LinearMap& m
 }
 
 /// False where the factor costs too much.
-bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, Outcome* outcome) {
+bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, const Allowance& allowance,
+                      int iterations, Outcome* outcome) {
   try {
     SparseLu lu;
-    if (!lu.factor(arranged.rows, Allowance())) return false;
+    if (!lu.factor(arranged.rows, allowance)) return false;
     system.precise = true;
     RowsMap map(arranged.rows);
-    *outcome = correctByBiCGStab(system, arranged.units, map, &lu, 20);
+    *outcome = correctByBiCGStab(system, arranged.units, map, &lu, iterations);
     return true;
   } catch (const std::bad_alloc&) {
     return false;
@@ -99,9 +100,14 @@ Outcome solveAnySquare(LinearSystem& system) {
   RowsMap map(arranged.rows);
   const bool factored = incomplete.factor(arranged.rows);
   outcome = correctByBiCGStab(system, arranged.units, map, factored ? &incomplete : nullptr, budget / 2);
+  if (worthPolish(system, false)) {
+    system.beginPolish();
+    factoredBiCGStab(system, arranged, polishAllowance(system), 2, &outcome);
+    system.endPolish();
+  }
   bool tried = false;
-  if (!system.ended()) tried = factoredBiCGStab(system, arranged, &outcome);
-  if (!system.ended()) tried = conditionedLsmr(system, &outcome) || tried;
+  if (!system.ended()) tried = factoredBiCGStab(system, arranged, Allowance(), 20, &outcome);
+  if (!system.ended()) tried = conditionedLsmr(system, Allowance(), 50, &outcome) || tried;
   if (!system.ended() && !tried) outcome = scaledLsmr(system, system.run.limit);
   return system.run.mustEnd() ? system.run.whyEnded() : outcome;
 }
