@@ -17,8 +17,18 @@ constexpr double certain = 1e-13;
 class Run {
  public:
   Run(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run)
-      : A_(A), M_(M), diagonal_(M ? M->diagonal() : nullptr), goal_(goal), run_(run), n_(A.height()), r_(r),
-        d_(d), p_(n_), q_(n_), z_(M ? n_ : 0), direction_(M ? z_.data() : r) {}
+      : A_(A),
+        M_(M),
+        diagonal_(M ? M->diagonal() : nullptr),
+        goal_(goal),
+        run_(run),
+        n_(A.height()),
+        r_(r),
+        d_(d),
+        p_(n_),
+        q_(n_),
+        z_(M ? n_ : 0),
+        direction_(M ? z_.data() : r) {}
 
   Outcome iterate();
   double condition() const { return steepest_ > 0.0 ? steepest_ / flattest_ : 0.0; }
@@ -26,6 +36,7 @@ class Run {
  private:
   bool done() const { return square_ <= enough_ && rz_ <= enoughRz_; }
   bool begin();
+  void measure();
   Outcome curve(double* alpha);
   bool reduce(double alpha);
   void advance(double alpha, double beta);
@@ -49,13 +60,8 @@ class Run {
 bool Run::begin() {
   std::fill_n(d_, n_, 0.0);
   if (M_ && !M_->apply(r_, z_.data())) return false;
-  const double *const w = goal_.weight, *const r = r_, *const z = direction_;
-  const TwoSums sums = fixedSums(n_, [=](int i, double* square, double* rz) {
-    *square += w ? w[i] * r[i] * r[i] : r[i] * r[i];
-    *rz += r[i] * z[i];
-  });
-  square_ = bestSquare_ = sums.first;
-  rz_ = sums.second;
+  measure();
+  bestSquare_ = square_;
   enough_ = goal_.residual * goal_.residual;
   enoughRz_ = rz_ * goal_.relative * goal_.relative;
   std::copy_n(direction_, n_, p_.data());
@@ -66,49 +72,47 @@ bool Run::begin() {
 Outcome Run::curve(double* alpha) {
   A_.multiply(p_.data(), q_.data());
   const double *const p = p_.data(), *const q = q_.data();
-  const TwoSums sums = fixedSums(n_, [=](int i, double* pq, double* pp) {
-    *pq += p[i] * q[i];
-    *pp += p[i] * p[i];
-  });
-  const double curvature = sums.first;
+  const double curvature = fixedDot(n_, p, q), square = fixedDot(n_, p, p);
   if (!std::isfinite(curvature) || !std::isfinite(rz_)) return Outcome::overflow;
   if (!(rz_ > 0.0)) return rz_ < 0.0 ? Outcome::preconditioner : Outcome::stuck;
   if (!(curvature > 0.0)) {
-    const double product = std::sqrt(sums.second) * fixedNorm(n_, q);
+    const double product = std::sqrt(square) * fixedNorm(n_, q);
     return curvature < -certain * n_ * product ? Outcome::indefinite : Outcome::stuck;
   }
-  flattest_ = std::min(flattest_, curvature / sums.second);
-  steepest_ = std::max(steepest_, curvature / sums.second);
+  flattest_ = std::min(flattest_, curvature / square);
+  steepest_ = std::max(steepest_, curvature / square);
   *alpha = rz_ / curvature;
   return Outcome::done;
 }
 
+/// Both norms of the residual.
+void Run::measure() {
+  if (goal_.weight) {
+    const TwoSums sums = fixedDots(n_, r_, direction_, goal_.weight, r_, r_);
+    rz_ = sums.first;
+    square_ = sums.second;
+  } else {
+    square_ = fixedDot(n_, r_, r_);
+    rz_ = M_ ? fixedDot(n_, r_, direction_) : square_;
+  }
+}
+
 /// r = r - alpha q, z = M^-1 r and both norms. False when the preconditioner fails.
 bool Run::reduce(double alpha) {
-  const double *const w = goal_.weight, *const q = q_.data(), *const inverse = diagonal_;
-  double *const r = r_, *const z = z_.data();
-  TwoSums sums;
-  if (inverse && w) {
-    sums = fixedSums(n_, [=](int i, double* square, double* rz) {
-      const double v = r[i] - alpha * q[i], s = v * v;
-      r[i] = v;
-      z[i] = inverse[i] * v;
-      *square += w[i] * s;
-      *rz += inverse[i] * s;
-    });
+  const double* const __restrict q = q_.data(), * const __restrict inverse = diagonal_;
+  double* const __restrict r = r_, * const __restrict z = z_.data();
+  bool applied = true;
+  if (inverse) {
+    for (int i = 0; i < n_; ++i) {
+      r[i] -= alpha * q[i];
+      z[i] = inverse[i] * r[i];
+    }
   } else {
     for (int i = 0; i < n_; ++i) r[i] -= alpha * q[i];
-    const bool applied = !M_ || M_->apply(r, z);
-    const double* const to = applied ? direction_ : r;
-    sums = fixedSums(n_, [=](int i, double* square, double* rz) {
-      *square += w ? w[i] * r[i] * r[i] : r[i] * r[i];
-      *rz += r[i] * to[i];
-    });
-    if (!applied) sums.second = -1.0;
+    applied = !M_ || M_->apply(r_, z_.data());
   }
-  square_ = sums.first;
-  rz_ = sums.second;
-  return rz_ >= 0.0 || std::isnan(rz_);
+  measure();
+  return applied && (rz_ >= 0.0 || std::isnan(rz_));
 }
 
 /// d = d + alpha p and p = z + beta p; the best iterate is kept.
@@ -118,8 +122,8 @@ void Run::advance(double alpha, double beta) {
     std::copy_n(d_, n_, best_.data());
     ahead_ = false;
   }
-  double *const d = d_, *const p = p_.data();
-  const double* const z = direction_;
+  double* const __restrict d = d_, * const __restrict p = p_.data();
+  const double* const __restrict z = direction_;
   for (int i = 0; i < n_; ++i) {
     const double along = p[i];
     d[i] += alpha * along;

@@ -48,8 +48,8 @@ struct Equilibrated {
   }
 };
 
-Outcome correctByCG(LinearSystem& system, const Units& units, LinearMap& map, Inverse* inverse, int iterations,
-                    double* condition = nullptr) {
+Outcome correctByCG(LinearSystem& system, const Units& units, LinearMap& map, Inverse* inverse,
+                    int iterations, double* condition = nullptr) {
   const Outcome outcome = correct(system, units, iterations, [&](double* r, double* d, const Goal& goal) {
     return conjugateGradients(map, inverse, r, d, goal, system.run, condition);
   });
@@ -88,25 +88,57 @@ bool differs(double a, double b) {
   return std::fabs(a - b) > 1e-10 * std::max(std::fabs(a), std::fabs(b)) && std::fabs(a - b) > 1e-14;
 }
 
-/// A look at D A D, with a diagonal near 1, tells some matrices that have no place here.
-Outcome inspect(const SparseRows& A) {
+/// Compares each row with a column, entry by entry.
+bool symmetric(const SparseRows& A) {
   const SparseRows T = A.transposed();
-  const Doubles diagonal = diagonalOf(A);
   for (int i = 0; i < A.height; ++i) {
-    if (diagonal[i] < 0.0) return Outcome::indefinite;
     int k = A.start[i], t = T.start[i];
     while (k < A.start[i + 1] || t < T.start[i + 1]) {
       const int j = k < A.start[i + 1] ? A.index[k] : A.width;
       const int l = t < T.start[i + 1] ? T.index[t] : A.width;
-      const double a = j <= l ? A.value[k] : 0.0, b = l <= j ? T.value[t] : 0.0;
-      if (differs(a, b)) return Outcome::unsymmetric;
-      const int other = std::min(j, l);
-      if (other != i && a * a > diagonal[i] * diagonal[other] * (1.0 + 1e-10)) return Outcome::indefinite;
+      if (differs(j <= l ? A.value[k] : 0.0, l <= j ? T.value[t] : 0.0)) return false;
       k += j <= l;
       t += l <= j;
     }
   }
-  return Outcome::done;
+  return true;
+}
+
+/// A look at D A D, with a diagonal near 1, tells some matrices that have no place here.
+Outcome inspect(const Equilibrated& scaled) {
+  const SparseRows& A = scaled.rows;
+  const int n = A.height;
+  // the next entry right of the diagonal of each row, whose mirror image is met in ascending order of rows
+  Ints next(n);
+  Doubles diagonal(n);
+  bool mirrored = true, dominated = true;
+  for (int i = 0; i < n; ++i) {
+    int k = A.start[i];
+    for (; k < A.start[i + 1] && A.index[k] < i; ++k) {
+      const int j = A.index[k];
+      const int at = next[j];
+      const double a = A.value[k];
+      if (at < A.start[j + 1] && A.index[at] == i) {
+        mirrored &= !differs(a, A.value[at]);
+        ++next[j];
+      } else {
+        mirrored = false;
+      }
+    }
+    if (k < A.start[i + 1] && A.index[k] == i) diagonal[i] = A.value[k++];
+    next[i] = k;
+    if (diagonal[i] < 0.0) return Outcome::indefinite;
+  }
+  for (int i = 0; i < n; ++i) mirrored &= next[i] == A.start[i + 1];
+  if (!mirrored && !symmetric(A)) return Outcome::unsymmetric;
+  // |a_ij|^2 <= a_ii a_jj in every definite matrix
+  for (int i = 0; i < n; ++i) {
+    for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
+      const int j = A.index[k];
+      dominated &= j == i || !(A.value[k] * A.value[k] > diagonal[i] * diagonal[j] * (1.0 + 1e-10));
+    }
+  }
+  return dominated ? Outcome::done : Outcome::indefinite;
 }
 
 }  // namespace
@@ -116,7 +148,7 @@ Outcome solveDefinite(LinearSystem& system) {
   std::unique_ptr<Equilibrated> scaled;
   if (system.haveRows) {
     scaled = std::make_unique<Equilibrated>(system);
-    outcome = inspect(scaled->rows);
+    outcome = inspect(*scaled);
     if (outcome != Outcome::done) return outcome;
   }
   const int budget = firstBudget(system);

@@ -4,6 +4,7 @@
 /// Sums over vectors in an order that is fixed, with four partial sums side by side.
 
 #include <cmath>
+#include <cstring>
 
 namespace limber::detail {
 
@@ -24,28 +25,47 @@ inline double fixedSum(int n, F f) {
   return (s0 + s1) + (s2 + s3);
 }
 
-/// Two sums at once: f(i, &a, &b) adds its terms to a and to b.
+/// Two elements, in one register wherever there are some for two.
+typedef double TwoLanes __attribute__((vector_size(16)));
+
+inline TwoLanes twoAt(const double* p) {
+  TwoLanes two;
+  std::memcpy(&two, p, sizeof two);
+  return two;
+}
+
+/// The sums over a_i b_i and c_i d_i e_i, term by term as fixedSum has them.
 struct TwoSums {
   double first, second;
 };
-template <class F>
-inline TwoSums fixedSums(int n, F f) {
-  double a0 = 0.0, a1 = 0.0, a2 = 0.0, a3 = 0.0, b0 = 0.0, b1 = 0.0, b2 = 0.0, b3 = 0.0;
+inline TwoSums fixedDots(int n, const double* a, const double* b, const double* c, const double* d,
+                         const double* e) {
+  TwoLanes p01 = {0.0, 0.0}, p23 = p01, q01 = p01, q23 = p01;
   int i = 0;
   for (; i + 4 <= n; i += 4) {
-    f(i, &a0, &b0);
-    f(i + 1, &a1, &b1);
-    f(i + 2, &a2, &b2);
-    f(i + 3, &a3, &b3);
+    p01 += twoAt(a + i) * twoAt(b + i);
+    p23 += twoAt(a + i + 2) * twoAt(b + i + 2);
+    q01 += twoAt(c + i) * twoAt(d + i) * twoAt(e + i);
+    q23 += twoAt(c + i + 2) * twoAt(d + i + 2) * twoAt(e + i + 2);
   }
-  if (i < n) f(i, &a0, &b0);
-  if (i + 1 < n) f(i + 1, &a1, &b1);
-  if (i + 2 < n) f(i + 2, &a2, &b2);
-  return {(a0 + a1) + (a2 + a3), (b0 + b1) + (b2 + b3)};
+  double p[4] = {p01[0], p01[1], p23[0], p23[1]}, q[4] = {q01[0], q01[1], q23[0], q23[1]};
+  for (int k = 0; i < n; ++i, ++k) {
+    p[k] += a[i] * b[i];
+    q[k] += c[i] * d[i] * e[i];
+  }
+  return {(p[0] + p[1]) + (p[2] + p[3]), (q[0] + q[1]) + (q[2] + q[3])};
 }
 
 inline double fixedDot(int n, const double* a, const double* b) {
-  return fixedSum(n, [=](int i) { return a[i] * b[i]; });
+  TwoLanes p01 = {0.0, 0.0}, p23 = p01;
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    p01 += twoAt(a + i) * twoAt(b + i);
+    p23 += twoAt(a + i + 2) * twoAt(b + i + 2);
+  }
+  double p[4] = {p01[0], p01[1], p23[0], p23[1]};
+  for (int k = 0; i < n; ++i, ++k) p[k] += a[i] * b[i];
+  return (p[0] + p[1]) + (p[2] + p[3]);
 }
 
 inline double fixedNorm(int n, const double* a) { return std::sqrt(fixedDot(n, a, a)); }

@@ -9,10 +9,14 @@
 #include "limber/solvers/Preconditioner.h"
 #include "limber/solvers/detail/FixedSums.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
+#include "limber/solvers/detail/RowSlices.h"
 #include "limber/solvers/detail/SparseRows.h"
 
 namespace limber::detail {
 namespace {
+
+/// The product by which so many were done that more are likely.
+constexpr int firstSliced = 10;
 
 /// v takes n elements, or there is no memory.
 void setSize(Vector& v, int n) {
@@ -37,13 +41,21 @@ void LinearMap::preciseResidual(const double* b, const double* x, double* r) {
   for (int i = 0; i < m; ++i) r[i] = b[i] - r[i];
 }
 
+RowsMap::RowsMap(const SparseRows& rows) : rows_(rows) {}
+
+RowsMap::~RowsMap() = default;
+
 int RowsMap::height() const { return rows_.height; }
 
 int RowsMap::width() const { return rows_.width; }
 
 void RowsMap::multiply(const double* x, double* y) {
-  ++products;
-  rows_.multiply(x, y);
+  if (++products == firstSliced) slices_ = std::make_unique<RowSlices>(rows_);
+  if (slices_) {
+    slices_->multiply(x, y);
+  } else {
+    rows_.multiply(x, y);
+  }
 }
 
 void RowsMap::multiplyTransposed(const double* x, double* y) {

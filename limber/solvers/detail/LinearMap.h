@@ -3,6 +3,8 @@
 /// @file
 /// What the methods of the front door multiply by and divide by.
 
+#include <memory>
+
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/detail/Array.h"
 
@@ -12,6 +14,7 @@ class SpMat;
 namespace limber::detail {
 
 struct SparseRows;
+class RowSlices;
 
 /// A linear map by its products, which it counts.
 class LinearMap {
@@ -33,10 +36,11 @@ class LinearMap {
   Doubles product_;
 };
 
-/// The product with compressed rows.
+/// The product with compressed rows, which are laid out anew when there are many products.
 class RowsMap final : public LinearMap {
  public:
-  explicit RowsMap(const SparseRows& rows) : rows_(rows) {}
+  explicit RowsMap(const SparseRows& rows);
+  ~RowsMap() override;
   int height() const override;
   int width() const override;
   void multiply(const double* x, double* y) override;
@@ -46,6 +50,7 @@ class RowsMap final : public LinearMap {
 
  private:
   const SparseRows& rows_;
+  std::unique_ptr<RowSlices> slices_;
 };
 
 /// x -> A S x for compressed rows A and a diagonal S.

@@ -180,7 +180,8 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
         condition > 1e10
             ? "The residual cannot be made smaller in double precision: the matrix is close to singular "
               "(estimated condition above 1e10). This is the best iterate found."
-            : "The residual cannot be made smaller in double precision, or the system has no solution. This is "
+            : "The residual cannot be made smaller in double precision, or the system has no solution. This "
+              "is "
               "the best iterate found.";
   }
 
