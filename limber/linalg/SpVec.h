@@ -3,6 +3,9 @@
 /// @file
 /// The sparse row and its copy.
 
+#include <cstddef>
+#include <iterator>
+
 #include "limber/Api.h"
 #include "limber/linalg/IntVec.h"
 #include "limber/linalg/Vector.h"
@@ -41,6 +44,55 @@ class LIMBER_API SpVec {
   LIMBER_INLINE double& e(int k) { return values.data[k]; }
   /// The first stored value.
   LIMBER_INLINE double* vs() const { return values.data; }
+
+  /// One stored entry, by value.
+  struct Entry {
+    int index;
+    double value;
+  };
+  /// The stored entries in order, as a range: for (auto [index, value] : row.entries()). It views the row,
+  /// which must not change meanwhile.
+  class Entries {
+   public:
+    class Iterator {
+     public:
+      using iterator_category = std::input_iterator_tag;
+      using value_type = Entry;
+      using difference_type = std::ptrdiff_t;
+      using pointer = const Entry*;
+      using reference = Entry;
+
+      Iterator(const int* index, const double* value) : index_(index), value_(value) {}
+      Entry operator*() const { return {*index_, *value_}; }
+      Iterator& operator++() {
+        ++index_;
+        ++value_;
+        return *this;
+      }
+      Iterator operator++(int) {
+        const Iterator before = *this;
+        ++*this;
+        return before;
+      }
+      bool operator==(const Iterator& other) const { return index_ == other.index_; }
+      bool operator!=(const Iterator& other) const { return index_ != other.index_; }
+
+     private:
+      const int* index_;
+      const double* value_;
+    };
+
+    explicit Entries(const SpVec& row) : row_(row) {}
+    Iterator begin() const { return {row_.indices.data, row_.values.data}; }
+    Iterator end() const { return {row_.indices.data + size(), row_.values.data + size()}; }
+    int size() const { return row_.numEntries; }
+
+   private:
+    const SpVec& row_;
+  };
+  Entries entries() const& { return Entries(*this); }
+  /// Of a temporary row they would not last until the loop begins.
+  Entries entries() const&& = delete;
 
   /// Inserts x at index i, or adds it to the value stored there. Ascending indices stay ascending and unique,
   /// also after compact().

@@ -44,6 +44,11 @@ class LIMBER_API Vector {
   LIMBER_INLINE int maxSize() const { return capacity; }
   LIMBER_INLINE double& operator[](int i) const { return data[i]; }
   LIMBER_INLINE double& e(int i) const { return data[i]; }
+  /// The elements as a range: for (double& x : v).
+  LIMBER_INLINE double* begin() { return data; }
+  LIMBER_INLINE double* end() { return data + count; }
+  LIMBER_INLINE const double* begin() const { return data; }
+  LIMBER_INLINE const double* end() const { return data + count; }
 
   /// this[i] = x.
   void operator=(double x);

@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <new>
 
 #include "limber/foundation/Report.h"
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/ResizeMatrix.h"
+#include "limber/linalg/SpVec.h"
 #include "limber/solvers/detail/JJtDiagonal.h"
 #include "limber/solvers/detail/RowDots.h"
 
@@ -48,27 +51,53 @@ ResizeMatrix* buildBand(const HSpMat* J, int bandwidth, ResizeMatrix* out, const
 
 }  // namespace
 
-ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* mass, Vector* damp, double shift) {
+ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* weights, Vector* damp, double shift) {
   const int n = J->numRows;
   out = shaped(out, n, n);
   if (!out || !out->data) return out;
   double* const full = out->data;
-  limber::detail::forEachRowDot(*J, n - 1, mass, [=](std::ptrdiff_t i, std::ptrdiff_t j, double dot) {
+  limber::detail::forEachRowDot(*J, n - 1, weights, [=](std::ptrdiff_t i, std::ptrdiff_t j, double dot) {
     const double value =
-        i == j ? limber::detail::jjtDiagonal(*J, static_cast<int>(i), mass, damp, shift, dot) : dot;
+        i == j ? limber::detail::jjtDiagonal(*J, static_cast<int>(i), weights, damp, shift, dot) : dot;
     full[i * n + j] = value;
     full[j * n + i] = value;
   });
   return out;
 }
 
-ResizeMatrix* buildJJtBanded(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* mass, Vector* damp,
+ResizeMatrix* buildJJtBanded(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* weights, Vector* damp,
                              double shift) {
   // Row i + 1 whatever the distance: deliberate.
-  return buildBand(J, bandwidth, out, mass, damp, shift, [](int i, int) { return i + 1; });
+  return buildBand(J, bandwidth, out, weights, damp, shift, [](int i, int) { return i + 1; });
 }
 
 ResizeMatrix* buildJJtBand(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* weights, Vector* damp,
                            double shift) {
   return buildBand(J, bandwidth, out, weights, damp, shift, [](int, int j) { return j; });
+}
+
+int halfBandwidth(const HSpMat* J) {
+  if (!J) return 0;
+  std::size_t entries = 0;
+  for (int i = 0; i < J->numRows; ++i)
+    entries += J->rows[i] ? static_cast<std::size_t>(J->rows[i]->numEntries) : 0;
+  // One key for each entry: its index above its row.
+  const std::unique_ptr<std::uint64_t[]> keys(new (std::nothrow) std::uint64_t[entries]);
+  if (!keys) {
+    FATAL_ERROR(limber::detail::newFails);
+    return std::max(J->numRows - 1, 0);
+  }
+  std::uint64_t* next = keys.get();
+  for (int i = 0; i < J->numRows; ++i) {
+    if (!J->rows[i]) continue;
+    for (const auto [index, value] : J->rows[i]->entries())
+      *next++ = std::uint64_t{static_cast<std::uint32_t>(index)} << 32 | static_cast<std::uint32_t>(i);
+  }
+  std::sort(keys.get(), next);
+  std::uint64_t widest = 0, first = 0;
+  for (const std::uint64_t* key = keys.get(); key != next; ++key) {
+    if (key == keys.get() || *key >> 32 != first >> 32) first = *key;
+    widest = std::max(widest, *key - first);
+  }
+  return static_cast<int>(widest);
 }

@@ -4,8 +4,8 @@
 /// The normal matrix J W J^T + diag(damp) + shift I of a row-sparse J, as a dense matrix or a band.
 ///
 /// W is the diagonal matrix of the weights, which *multiply* here, while the operator of ncgradJVJt *divides*
-/// by its mass: for a solve with mass V the weights are 1/V. Weights and damping may be null: 1 and 0. Sums
-/// run in ascending column order.
+/// by its mass: for a solve with masses the weights are 1/mass. Weights and damping may be null: 1 and 0.
+/// Sums run in ascending column order.
 ///
 /// With `out` null each builder makes a new matrix, which the caller deletes; otherwise `out` takes the
 /// shape, is overwritten whole and returned. Null, after a report, when there is no memory for a new one.
@@ -17,14 +17,14 @@ class ResizeMatrix;
 class Vector;
 
 /// The whole symmetric matrix, n x n.
-LIMBER_API ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* mass, Vector* damp,
+LIMBER_API ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* weights, Vector* damp,
                                   double shift);
 
 /// n x (bandwidth + 1): the diagonal in the last column, and the dot of rows i and i + 1 + k in row i + 1
 /// (for every k, deliberately), column bandwidth - 1 - k. For a bandwidth of 0 or 1 that is the band
 /// cholFactorBanded takes; for wider ones it is another matrix, which need not be positive definite: see
 /// buildJJtBand.
-LIMBER_API ResizeMatrix* buildJJtBanded(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* mass,
+LIMBER_API ResizeMatrix* buildJJtBanded(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* weights,
                                         Vector* damp, double shift);
 
 /// n x (bandwidth + 1), the upper band of the matrix as cholFactorBanded takes it: the diagonal in the last
@@ -32,3 +32,9 @@ LIMBER_API ResizeMatrix* buildJJtBanded(const HSpMat* J, int bandwidth, ResizeMa
 /// the diagonal are left out.
 LIMBER_API ResizeMatrix* buildJJtBand(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* weights,
                                       Vector* damp, double shift);
+
+/// The half bandwidth of J J^T, exactly: the largest j - i of two rows i < j that have an entry at the same
+/// index; 0 if there are none. Values are not looked at. With this bandwidth buildJJtBand leaves nothing out,
+/// and JJtCholeskyPrecond is a direct solver. When there is no memory that is reported, and the result is the
+/// number of rows - 1, with which nothing is left out either.
+LIMBER_API int halfBandwidth(const HSpMat* J);

@@ -12,15 +12,15 @@ using limber::detail::dropFactor;
 using limber::detail::factorOrDiagonal;
 using limber::detail::shareFactor;
 
-JJtBandedPrecond::JJtBandedPrecond(HSpMat* J, int bandwidth, Vector* mass, Vector* damp)
+JJtBandedPrecond::JJtBandedPrecond(HSpMat* J, int bandwidth, Vector* weights, Vector* damp)
     : band(nullptr), diagonal(nullptr) {
   Clock build("build-jjt");
   build.start();
-  band = buildJJtBanded(J, bandwidth, nullptr, mass, damp, definizerShift());
+  band = buildJJtBanded(J, bandwidth, nullptr, weights, damp, definizerShift());
   build.stop();
   Clock factor("factor-jjt");
   factor.start();
-  diagonal = factorOrDiagonal(band, *J, mass, damp);
+  diagonal = factorOrDiagonal(band, *J, weights, damp);
   factor.stop();
 }
 

@@ -12,7 +12,7 @@ class Vector;
 
 LIMBER_FIXED_TABLE_BEGIN
 
-/// Preconditions J V^-1 J^T + diag(damp) by the Cholesky factor of the band of buildJJtBanded. For a
+/// Preconditions J W J^T + diag(damp) by the Cholesky factor of the band of buildJJtBanded. For a
 /// bandwidth of 0 or 1 that is the band of the matrix; for a wider one it is another matrix, deliberately,
 /// and may not be positive definite. See JJtCholeskyPrecond for the band itself at every width.
 ///
@@ -25,8 +25,8 @@ class LIMBER_API JJtBandedPrecond : public Preconditioner {
   /// Null, unless the factorization failed: then what JJtPrecond keeps.
   Vector* diagonal;
 
-  /// Either vector may be null: weights 1, no damping.
-  JJtBandedPrecond(HSpMat* J, int bandwidth, Vector* mass, Vector* damp);
+  /// `weights` are 1/mass of the solve. Either vector may be null: weights 1, no damping.
+  JJtBandedPrecond(HSpMat* J, int bandwidth, Vector* weights, Vector* damp);
   JJtBandedPrecond(const JJtBandedPrecond& other);
   JJtBandedPrecond& operator=(const JJtBandedPrecond& other);
   ~JJtBandedPrecond();

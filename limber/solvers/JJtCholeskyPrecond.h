@@ -12,7 +12,7 @@ class Vector;
 
 LIMBER_FIXED_TABLE_BEGIN
 
-/// Preconditions J V^-1 J^T + diag(damp) by the Cholesky factor of its band (buildJJtBand), at any width.
+/// Preconditions J W J^T + diag(damp) by the Cholesky factor of its band (buildJJtBand), at any width.
 /// With the full half bandwidth of the matrix it is a direct solver: solve gives the solution, and CG
 /// converges in an iteration or two.
 ///
@@ -25,7 +25,7 @@ class LIMBER_API JJtCholeskyPrecond : public Preconditioner {
   /// Null, unless the factorization failed: then what JJtPrecond keeps.
   Vector* diagonal;
 
-  /// Either vector may be null: weights 1, no damping.
+  /// `weights` are 1/mass of the solve. Either vector may be null: weights 1, no damping.
   JJtCholeskyPrecond(HSpMat* J, int bandwidth, Vector* weights, Vector* damp);
   JJtCholeskyPrecond(const JJtCholeskyPrecond& other);
   JJtCholeskyPrecond& operator=(const JJtCholeskyPrecond& other);

@@ -7,8 +7,8 @@
 using limber::detail::copyShared;
 using limber::detail::dropShared;
 
-JJtPrecond::JJtPrecond(HSpMat* J, Vector* mass, Vector* damp)
-    : inverse(limber::detail::jjtInverseDiagonal(*J, mass, damp)) {}
+JJtPrecond::JJtPrecond(HSpMat* J, Vector* weights, Vector* damp)
+    : inverse(limber::detail::jjtInverseDiagonal(*J, weights, damp)) {}
 
 JJtPrecond::JJtPrecond(const JJtPrecond& other) : Preconditioner(other), inverse(nullptr) {
   copyShared(inverse, other.inverse);

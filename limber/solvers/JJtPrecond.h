@@ -11,10 +11,10 @@ class Vector;
 
 LIMBER_FIXED_TABLE_BEGIN
 
-/// Preconditions J V^-1 J^T + diag(damp) by its diagonal (Jacobi).
+/// Preconditions J W J^T + diag(damp) by its diagonal (Jacobi), W being the diagonal matrix of the weights.
 ///
 /// The preconditioners *multiply* by the weights they are given, while the operator of ncgradJVJt *divides*
-/// by its mass: to precondition a solve with mass V hand over the vector 1/V. cgradDefinizer is added to the
+/// by its mass: the weights of a solve with masses are 1/mass. cgradDefinizer is added to the
 /// diagonal where it is positive at the time of construction.
 ///
 /// Copies are shallow, deliberately: they hold the same vector, which the last of them releases.
@@ -24,8 +24,8 @@ class LIMBER_API JJtPrecond : public Preconditioner {
   /// zeros zeroes its residual. Null when there was no memory; solve is then the identity.
   Vector* inverse;
 
-  /// Either vector may be null: weights 1, no damping.
-  JJtPrecond(HSpMat* J, Vector* mass, Vector* damp);
+  /// `weights` are 1/mass of the solve. Either vector may be null: weights 1, no damping.
+  JJtPrecond(HSpMat* J, Vector* weights, Vector* damp);
   JJtPrecond(const JJtPrecond& other);
   JJtPrecond& operator=(const JJtPrecond& other);
   ~JJtPrecond();

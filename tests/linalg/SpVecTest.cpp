@@ -215,6 +215,25 @@ TEST(SpVec, ValuesByIndexAndByPosition) {
   EXPECT_EQ(row.vs(), row.values.data);
 }
 
+TEST(SpVec, EntriesAreARange) {
+  const SpVec row = rowOf({{4, 1.5}, {8, 2.5}, {2, -1.0}});
+  Entries seen;
+  for (auto [index, value] : row.entries()) seen.emplace_back(index, value);
+  EXPECT_EQ(seen, entriesOf(row));
+  EXPECT_EQ(row.entries().size(), 3);
+  auto next = row.entries().begin();
+  EXPECT_EQ((*next++).index, 4);
+  EXPECT_EQ((*next).value, 2.5);
+  const std::vector<SpVec::Entry> copies(row.entries().begin(), row.entries().end());
+  EXPECT_EQ(copies.size(), 3u);
+  EXPECT_EQ(copies[2].index, 2);
+  SpVec compacted = row;
+  compacted.compact(1.2);
+  EXPECT_EQ(compacted.entries().size(), 2);
+  const SpVec none;
+  for (const SpVec::Entry& entry : none.entries()) FAIL() << entry.index;
+}
+
 TEST(SpVec, TheFirstOfTwoEntriesAtAnIndexIsFound) { EXPECT_EQ(rowOf({{4, 1.0}, {4, 2.0}}).v(4), 1.0); }
 
 TEST(SpVec, ZeroKeepsTheStorage) {

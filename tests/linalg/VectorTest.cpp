@@ -79,6 +79,21 @@ TEST(Vector, SecondArgumentsMeanWhatTheySay) {
   expectZeros(Vector(3, text), 3, 4);
 }
 
+TEST(Vector, ElementsAreARange) {
+  Vector v = vectorOf({1, 2, 3, 4, 5});
+  v.grow(3);
+  for (double& x : v) x *= 10.0;
+  const Vector& same = v;
+  std::vector<double> seen;
+  for (const double x : same) seen.push_back(x);
+  EXPECT_EQ(seen, (std::vector<double>{10, 20, 30}));
+  v.grow(5);
+  expectElements(v, {10, 20, 30, 4, 5});
+  static_assert(std::is_same_v<decltype(same.begin()), const double*>);
+  const Vector none;
+  EXPECT_EQ(none.begin(), none.end());
+}
+
 TEST(Vector, NumbersOfEveryTypeAreTakenAsNumbers) {
   expectZeros(Vector(5, NULL), 5, 5);
   expectZeros(Vector(5, NULL, 12), 5, 5);

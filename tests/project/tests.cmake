@@ -5,6 +5,8 @@ add_test(NAME Project.EveryHeaderCompilesAlone
          COMMAND Python3::Interpreter ${here}/headers_alone.py ${CMAKE_CXX_COMPILER} ${PROJECT_SOURCE_DIR})
 add_test(NAME Project.RoomsSeeOnlyRoomsToTheirLeft COMMAND Python3::Interpreter ${here}/layers.py
                                                            ${PROJECT_SOURCE_DIR})
+add_test(NAME Project.EveryPublicClassHasItsNameInNamespaceLimber COMMAND Python3::Interpreter ${here}/names.py
+                                                                          ${PROJECT_SOURCE_DIR})
 file(GLOB export_lists CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*/exports.txt)
 list(FILTER export_lists EXCLUDE REGEX "/motion/")
 add_test(NAME Project.ExportsEveryDocumentedSignature COMMAND Python3::Interpreter ${here}/exports.py

@@ -219,3 +219,51 @@ TEST(BuildJJt, FullBandIsWhatTheBandedFactorizationTakes) {
   compactBanded(full.get(), &copied, 20, 7);
   EXPECT_TRUE(sameBits(band->data, copied.data, 160));
 }
+
+TEST(BuildJJt, HalfBandwidthIsTheFurthestPairOfRowsWithACommonIndex) {
+  forEachCase([](Jacobian& J, Vector*, Vector*, double) {
+    int furthest = 0;
+    for (int i = 0; i < J.matrix.numRows; i++) {
+      for (int j = i; j < J.matrix.numRows; j++) {
+        for (const auto [index, value] : J.matrix.row(i)->entries()) {
+          if (J.matrix.row(j)->v(index) != 0.0) furthest = std::max(furthest, j - i);
+        }
+      }
+    }
+    EXPECT_EQ(halfBandwidth(&J.matrix), furthest);
+  });
+}
+
+TEST(BuildJJt, HalfBandwidthTakesAnyRows) {
+  EXPECT_EQ(halfBandwidth(nullptr), 0);
+  HSpMat empty(0), slots(4);
+  EXPECT_EQ(halfBandwidth(&empty), 0);
+  EXPECT_EQ(halfBandwidth(&slots), 0);
+  SpVec far, unsorted, low;
+  far.ins(1.0, std::numeric_limits<int>::max());
+  far.ins(2.0, 3);
+  unsorted.insEnd(1.0, 9);
+  unsorted.insEnd(1.0, 3);
+  low.insEnd(1.0, -5);
+  SpVec* const rows[] = {&low, &unsorted, nullptr, &far, &low, nullptr, &far};
+  HSpMat J(0);
+  for (SpVec* const row : rows) J.add(row);
+  EXPECT_EQ(halfBandwidth(&J), 5);
+  J.numRows = 4;
+  EXPECT_EQ(halfBandwidth(&J), 2);
+}
+
+// With it the band is the whole matrix, so the factor solves the system.
+TEST(BuildJJt, BandOfTheHalfBandwidthLeavesNothingOut) {
+  forEachCase([](Jacobian& J, Vector* weights, Vector* damp, double shift) {
+    const int n = J.matrix.numRows, bandwidth = halfBandwidth(&J.matrix);
+    const Made full(buildJJt(&J.matrix, nullptr, weights, damp, shift));
+    const Made band(buildJJtBand(&J.matrix, bandwidth, nullptr, weights, damp, shift));
+    for (int i = 0; i < n; i++) {
+      for (int j = i; j < n; j++) {
+        const double inBand = j - i <= bandwidth ? band->e(j, bandwidth - (j - i)) : 0.0;
+        EXPECT_TRUE(sameBits(inBand, full->e(i, j)) || (inBand == 0.0 && full->e(i, j) == 0.0));
+      }
+    }
+  });
+}
