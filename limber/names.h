@@ -34,6 +34,7 @@ using ::Vector;
 // solvers
 using ::CGIStatus;
 using ::CGStatus;
+using ::CGTuning;
 using ::JJtBandedPrecond;
 using ::JJtCholeskyPrecond;
 using ::JJtPrecond;
