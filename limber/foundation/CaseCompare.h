@@ -1,14 +1,15 @@
 #pragma once
 
 /// @file
-/// Case-folded comparison with the sign turned round. No other header of the library includes this one: where
-/// the C library owns the names, ours stand in namespace limber, so that ::strcasecmp stays the C library's.
+/// Case-folded comparison with the sign turned round. No other header of the library includes this one. Where
+/// the compiler's C library declares the names (Linux, macOS, MinGW), ours stand in namespace limber, so that
+/// ::strcasecmp stays the C library's. Where it does not (Microsoft's C library, whatever the compiler), they
+/// stand at global scope, and namespace limber has them too: limber::strcasecmp is right everywhere.
 
 #include "limber/Api.h"
 
 #if defined(_MSC_VER)
 
-// The names are free here, and stand at global scope.
 #define LIMBER_PLAIN_NAME(name)
 
 #else
@@ -35,7 +36,12 @@ LIMBER_API int strcasecmp(const char* a, const char* b) LIMBER_PLAIN_NAME("_Z10s
 /// never ends the comparison early.
 LIMBER_API int strncasecmp(const char* a, const char* b, int n) LIMBER_PLAIN_NAME("_Z11strncasecmpPKcS0_i");
 
-#if !defined(_MSC_VER)
+#if defined(_MSC_VER)
+namespace limber {
+using ::strcasecmp;
+using ::strncasecmp;
+}  // namespace limber
+#else
 }  // namespace limber
 #endif
 

@@ -16,6 +16,7 @@
 //                          inputs are
 //   Euler                  another letter            a message; the sign of cos(angle / 2) stays in w
 //                          an empty order            the identity
+//                          a null order              the warning of RotHelper::Convert, this stays
 //   getEulerZXY            2 (xw + zy) beyond +-1    NaN for X, as asin gives it
 //                          X = +-90 degrees          Y and Z from atan2 of what rounding leaves
 //   FromAxisAngle          zero axis                 "Normalizing Zero Point!", the axis (0, 1, 0)
@@ -46,7 +47,7 @@ void turnAbout(const Pnt3& axis, double w, Quat* q) {
 
 }  // namespace
 
-Quat::Quat(const char* order, const double* angles) { Euler(order, angles); }
+Quat::Quat(const char* order, const double* angles) : Quat() { Euler(order, angles); }
 
 Quat Quat::Div(const Quat& q) const {
   Quat inverse(q);
@@ -68,6 +69,10 @@ double Quat::Angle(Quat q) const {
 }
 
 void Quat::Euler(const char* order, double* angles) {
+  if (!order) {
+    stdoutPrintf("WARNING: Invalid rotation format (null)\n");
+    return;
+  }
   Identity();
   for (int i = static_cast<int>(std::strlen(order)) - 1; i >= 0; i--) {
     const double h = angles[i] * 0.5;

@@ -76,7 +76,8 @@ class LIMBER_API Quat {
 
   /// this = the rotation of one angle a letter 'X', 'Y', 'Z' of `order`; the last letter's acts first.
   /// Euler("ZXY", {z, x, y}) is the Hamilton product qZ qX qY. Another letter prints a message on the
-  /// standard-output channel and turns nothing. The angles are only read.
+  /// standard-output channel and turns nothing. The angles are only read. A null order prints what
+  /// RotHelper::Convert prints for a null name, and leaves this as it was.
   void Euler(const char* order, double* angles);
   /// The same with const angles. A template, so that a null pointer, which goes with an empty order, means
   /// the member above.

@@ -57,6 +57,11 @@ int AIPSWriter::points(int announced, std::size_t coordinates) const {
   return present;
 }
 
+void AIPSWriter::drawNothing(int announced, const char* paint) {
+  static_cast<void>(points(announced, 0));
+  apr("%s", paint);
+}
+
 void AIPSWriter::drawLine(int n, const double* xy) {
   for (int i = 0; i < n; i++) {
     if (i == 0) {

@@ -39,8 +39,11 @@ AIPSWriter::~AIPSWriter() { delete[] finish(nullptr); }
 void AIPSWriter::init(FILE* file, const char* fileName, int x0, int y0, int x1, int y1) {
   // Both arguments may be this writer's own.
   char* const oldName = finish(file);
-  if (fileName && !(file && limber::detail::isSameFile(file, fileName))) std::remove(fileName);
-  stream = file ? file : fileName ? std::fopen(fileName, "w") : nullptr;
+  using limber::detail::FileKind;
+  const FileKind kind = fileName ? limber::detail::fileKind(fileName) : FileKind::Other;
+  if (kind == FileKind::Regular && !(file && limber::detail::isSameFile(file, fileName)))
+    std::remove(fileName);
+  stream = file ? file : kind != FileKind::Other ? std::fopen(fileName, "w") : nullptr;
   if (!stream) {
     ReportSite{"AIPS", 28}.error("Bad file to AIPSWriter");
     stream = stdout;

@@ -39,10 +39,12 @@ class LIMBER_API AIPSWriter {
   /// stream. Groups left open are warned of ("Bogus group count at AIPS close!").
   ~AIPSWriter();
 
-  /// Begins a drawing: removes an existing file of that name, opens it, writes the header, pushes a matrix
-  /// with the box and resets the pen. A file that is the very stream handed in is not removed. Without a
-  /// stream reports "Bad file to AIPSWriter" and writes to standard output. A drawing begun before is
-  /// completed first; the new one may go on in its stream.
+  /// Begins a drawing: removes an existing regular file of that name, opens it, writes the header, pushes a
+  /// matrix with the box and resets the pen. A file that is the very stream handed in is not removed.
+  /// Character devices such as /dev/null are opened as they are. What else has that name (a directory, a
+  /// FIFO) is left alone and counts as a file that cannot be opened. Without a stream reports "Bad file to
+  /// AIPSWriter" and writes to standard output. A drawing begun before is completed first; the new one may go
+  /// on in its stream.
   void init(FILE* file, const char* fileName, int x0, int y0, int x1, int y1);
 
   /// The current matrix, null when the stack is empty.
@@ -100,6 +102,10 @@ class LIMBER_API AIPSWriter {
   void line(int n, ...);
   /// Closed polygons: filled; filled and stroked; stroked. At least one pair must follow n: the first point
   /// is written even when n is below 1.
+  ///
+  /// A call with no coordinates at all reaches these four, because C++ cannot tell it from one with variable
+  /// arguments. g++ counts the arguments and has the missing points reported, as below; with other compilers,
+  /// and through a pointer to member, such a call reads arguments that are not there unless it is line(0).
   void poly(int n, ...);
   void polyAndStroke(int n, ...);
   void closedLine(int n, ...);
@@ -156,7 +162,23 @@ class LIMBER_API AIPSWriter {
   LIMBER_HIDDEN void cmyk(double r, double g, double b, const char* colourName, char unnamed, char named);
   LIMBER_HIDDEN void boxPath(double inset);
   int points(int announced, std::size_t coordinates) const;
+  void drawNothing(int announced, const char* paint);
   void drawLine(int n, const double* xy);
   void drawClosed(int n, const double* xy, const char* paint);
   LIMBER_HIDDEN void closedPairs(int n, va_list pairs, const char* paint);
 };
+
+#if defined(__GNUC__) && !defined(__clang__) && !defined(_WIN32) && !defined(LIMBER_BUILDING)
+// Bodies that are only ever inlined; the functions themselves are the library's.
+#define LIMBER_COUNTED(name, announced, paint)                                          \
+  inline __attribute__((gnu_inline, always_inline)) void AIPSWriter::name(int n, ...) { \
+    if (__builtin_va_arg_pack_len() == 0) return drawNothing(announced, paint);         \
+    void (AIPSWriter::*const called)(int, ...) = &AIPSWriter::name;                     \
+    (this->*called)(n, __builtin_va_arg_pack());                                        \
+  }
+LIMBER_COUNTED(line, n, "S\n")
+LIMBER_COUNTED(poly, 1, "f\n")
+LIMBER_COUNTED(polyAndStroke, 1, "b\n")
+LIMBER_COUNTED(closedLine, 1, "s\n")
+#undef LIMBER_COUNTED
+#endif

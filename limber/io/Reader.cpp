@@ -286,12 +286,7 @@ int Reader::matchWord(const char* expected, int complain) {
     if (complain) stderrPrintf("Expecting `%s' but found EOF!\n", expected);
     return 0;
   }
-#if defined(_MSC_VER)
-  const bool same = strcasecmp(expected, found) == 0;
-#else
-  const bool same = limber::strcasecmp(expected, found) == 0;
-#endif
-  if (same) return 1;
+  if (limber::strcasecmp(expected, found) == 0) return 1;
   // Also without `complain`, deliberately.
   stderrPrintf("Expecting `%s' but found `%s'! (on line %d)\n", expected, found, lineNo);
   return 0;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "limber/geometry/Quat.h"
+#include "limber/geometry/RotHelper.h"
 #include "tests/geometry/RandomGeometry.h"
 #include "tests/support/CapturedOutput.h"
 
@@ -420,6 +421,21 @@ TEST(QuatFromAxisCosAngle, AZeroAxisReportsAndIsUp) {
   q.FromAxisCosAngle(&zero, -1.0);
   EXPECT_EQ(captured.err(), zeroPoint);
   EXPECT_TRUE(sameQuats(q, Quat(0.0, 0.0, 1.0, 0.0)));
+}
+
+TEST(QuatEuler, ANullOrderAnswersAsConvertDoes) {
+  CapturedOutput captured;
+  double angles[3] = {0.3, 0.2, -0.4};
+  const double sameAngles[3] = {0.3, 0.2, -0.4};
+  Quat q(0.5, -0.5, 0.5, -0.5);
+  q.Euler(nullptr, angles);
+  q.Euler(nullptr, sameAngles);
+  EXPECT_TRUE(sameQuats(q, Quat(0.5, -0.5, 0.5, -0.5)));
+  EXPECT_TRUE(sameQuats(Quat(nullptr, sameAngles), Quat()));
+  const std::string warnings = captured.out();
+  captured.clear();
+  for (int i = 0; i < 3; i++) RotHelper::Convert(nullptr, "X", angles, angles);
+  EXPECT_EQ(warnings, captured.out());
 }
 
 }  // namespace

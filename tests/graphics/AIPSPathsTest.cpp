@@ -254,4 +254,31 @@ TEST(AIPSWriter, TextIsAPointTextObjectWrittenUnescaped) {
       "(a (b\\) Tx TO\n");
 }
 
+#if defined(__GNUC__) && !defined(__clang__)
+TEST(AIPSWriter, CallsWithoutCoordinatesAreReportedAndReadNone) {
+  const auto reports = [](const char* expected, auto draw) {
+    std::string errors;
+    EXPECT_EQ(drawn([&](AIPSWriter& w) {
+                CapturedOutput output;
+                draw(w);
+                errors = output.err();
+              }),
+              expected);
+    return errors.find("ERR: More points announced than given to AIPSWriter @ (AIPS:") == 0;
+  };
+  EXPECT_TRUE(reports("S\n", [](AIPSWriter& w) { w.line(3); }));
+  EXPECT_TRUE(reports("f\n", [](AIPSWriter& w) { w.poly(2); }));
+  EXPECT_TRUE(reports("b\n", [](AIPSWriter& w) { w.polyAndStroke(0); }));
+  EXPECT_TRUE(reports("s\n", [](AIPSWriter& w) { w.closedLine(1); }));
+  EXPECT_FALSE(reports("S\n", [](AIPSWriter& w) { w.line(0); }));
+}
+#endif
+
+TEST(AIPSWriter, PathsAreReachedThroughPointersToMembers) {
+  void (AIPSWriter::*const line)(int, ...) = &AIPSWriter::line;
+  void (AIPSWriter::*const poly)(int, ...) = &AIPSWriter::poly;
+  EXPECT_EQ(drawn([&](AIPSWriter& w) { (w.*line)(2, 1.0, 2.0, 3.0, 4.0); }), "1 2 m 3 4 L S\n");
+  EXPECT_EQ(drawn([&](AIPSWriter& w) { (w.*poly)(1, 1.0, 2.0); }), "1 2 m 1 2 L f\n");
+}
+
 }  // namespace

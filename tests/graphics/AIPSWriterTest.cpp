@@ -1,6 +1,7 @@
 #include "limber/graphics/AIPSWriter.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstddef>
 #include <string>
@@ -365,6 +366,36 @@ TEST(AIPSWriter, AssignmentFinishesTheOldDrawingAndSharesTheNew) {
     EXPECT_EQ(second.stream, first.stream);
   }
   EXPECT_EQ(readFile(one), header + pen + trailer);
+}
+
+TEST(AIPSWriter, RemovesOnlyRegularFiles) {
+  TemporaryDirectory directory;
+  const std::string fifo = directory / "fifo", inside = directory / "directory",
+                    file = directory.write("file", "old");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  ASSERT_EQ(mkdir(inside.c_str(), 0700), 0);
+  struct stat info;
+  for (const std::string& path : {fifo, inside}) {
+    CapturedOutput output;
+    { AIPSWriter writer(path.c_str()); }  // a FIFO that is opened would wait for its reader
+    EXPECT_EQ(output.err(), "ERR: Bad file to AIPSWriter @ (AIPS:28)\n");
+    EXPECT_EQ(stat(path.c_str(), &info), 0) << path;
+    // With a stream of its own the writer needs no file, and still removes nothing else.
+    output.clear();
+    { AIPSWriter writer(std::tmpfile(), path.c_str(), 0, 0, 1, 1); }
+    EXPECT_EQ(output.err(), "");
+    EXPECT_EQ(stat(path.c_str(), &info), 0) << path;
+  }
+  CapturedOutput output;
+  { AIPSWriter writer(nullptr, file.c_str(), 0, 0, 1, 1); }
+  EXPECT_EQ(readFile(file).substr(0, 4), "%!PS");
+  { AIPSWriter writer(std::tmpfile(), file.c_str(), 0, 0, 1, 1); }
+  EXPECT_NE(stat(file.c_str(), &info), 0);
+  output.clear();
+  { AIPSWriter writer("/dev/null"); }
+  EXPECT_EQ(output.err(), "");
+  ASSERT_EQ(stat("/dev/null", &info), 0);
+  EXPECT_TRUE(S_ISCHR(info.st_mode));
 }
 
 }  // namespace

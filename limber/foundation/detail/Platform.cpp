@@ -36,6 +36,15 @@ std::int64_t counterTicks() {
   return QueryPerformanceCounter(&ticks) ? ticks.QuadPart : 0;
 }
 
+FileKind fileKind(const char* path) {
+  struct _stat info;
+  if (_stat(path, &info) != 0) return FileKind::None;
+  const int type = info.st_mode & _S_IFMT;
+  return type == _S_IFREG   ? FileKind::Regular
+         : type == _S_IFCHR ? FileKind::CharacterDevice
+                            : FileKind::Other;
+}
+
 bool isDirectory(const char* path) {
   struct _stat info;
   return _stat(path, &info) == 0 && (info.st_mode & _S_IFMT) == _S_IFDIR;
@@ -77,6 +86,14 @@ std::int64_t counterTicks() {
   timespec now;
   if (clock_gettime(CLOCK_MONOTONIC, &now) != 0) return 0;
   return now.tv_sec * ticksPerSecond + now.tv_nsec / (1000000000 / ticksPerSecond);
+}
+
+FileKind fileKind(const char* path) {
+  struct stat info;
+  if (stat(path, &info) != 0) return FileKind::None;
+  return S_ISREG(info.st_mode)   ? FileKind::Regular
+         : S_ISCHR(info.st_mode) ? FileKind::CharacterDevice
+                                 : FileKind::Other;
 }
 
 bool isDirectory(const char* path) {

@@ -19,6 +19,9 @@ std::int64_t counterTicks();
 /// The runtime's clock() in milliseconds, for where there is no counter.
 std::int64_t clockMilliseconds();
 
+/// What a path names. Other: a directory, a FIFO, a socket, a block device.
+enum class FileKind { None, Regular, CharacterDevice, Other };
+FileKind fileKind(const char* path);
 bool isDirectory(const char* path);
 /// Whether `path` names the very file that `stream` has open. False where the system cannot tell; it then
 /// does not let an open file be removed either.

@@ -35,4 +35,13 @@ TEST(Platform, TellsDirectories) {
   EXPECT_FALSE(limber::detail::isDirectory(""));
 }
 
+TEST(Platform, TellsKindsOfFiles) {
+  using limber::detail::FileKind;
+  const TemporaryDirectory directory;
+  EXPECT_EQ(limber::detail::fileKind(directory.write("file", "x").c_str()), FileKind::Regular);
+  EXPECT_EQ(limber::detail::fileKind((directory / "absent").c_str()), FileKind::None);
+  EXPECT_EQ(limber::detail::fileKind(directory.path().c_str()), FileKind::Other);
+  EXPECT_EQ(limber::detail::fileKind("/dev/null"), FileKind::CharacterDevice);
+}
+
 }  // namespace
