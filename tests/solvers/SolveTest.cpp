@@ -2,27 +2,415 @@
 
 #include <gtest/gtest.h>
 
-#include "limber/limber.h"
+#include <cstring>
+#include <limits>
+
+#include "tests/solvers/SolveSystems.h"
 #include "tests/support/Tolerance.h"
 
 namespace {
 
+using Solve = SolveReport (*)(const SpMat&, const Vector&, Vector*, const SolveOptions&);
+const Solve everyKind[] = {solveLeastSquares, solvePositiveDefinite, solveSquare};
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double inf = std::numeric_limits<double>::infinity();
+
+// | 4 1 | x = | 1 |, x = (1, 7) / 11
+// | 1 3 |     | 2 |
+struct Tiny {
+  FullMatrix A{2, 2};
+  Vector b{2};
+  Tiny() {
+    A.e(0, 0) = 4.0;
+    A.e(0, 1) = A.e(1, 0) = 1.0;
+    A.e(1, 1) = 3.0;
+    b[0] = 1.0;
+    b[1] = 2.0;
+  }
+};
+
+struct Calls {
+  int count = 0, stopAt = -1;
+  std::vector<double> squares;
+  static int observe(int iteration, double rsq, void* data) {
+    Calls& calls = *static_cast<Calls*>(data);
+    EXPECT_EQ(++calls.count, iteration);
+    calls.squares.push_back(rsq);
+    return iteration == calls.stopAt;
+  }
+};
+
 TEST(Solve, SolvesTwoByTwoSystemsOfEveryKind) {
-  FullMatrix A(2, 2);
-  A.e(0, 0) = 4.0;
-  A.e(0, 1) = A.e(1, 0) = 1.0;
-  A.e(1, 1) = 3.0;
-  Vector b(2);
-  b[0] = 1.0;
-  b[1] = 2.0;
-  for (const auto solve : {solveLeastSquares, solvePositiveDefinite, solveSquare}) {
+  const Tiny tiny;
+  for (const Solve solve : everyKind) {
     Vector x;
-    const SolveReport report = solve(A, b, &x, SolveOptions());
+    const SolveReport report = solve(tiny.A, tiny.b, &x, SolveOptions());
     EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
     ASSERT_EQ(2, x.count);
-    EXPECT_TRUE(tolerance::close(1.0 / 11.0, x[0], 1e-9));
-    EXPECT_TRUE(tolerance::close(7.0 / 11.0, x[1], 1e-9));
+    EXPECT_TRUE(tolerance::close(1.0 / 11.0, x[0], 1e-15));
+    EXPECT_TRUE(tolerance::close(7.0 / 11.0, x[1], 1e-15));
+    EXPECT_LE(report.relativeResidual, 1e-15);
+    EXPECT_GT(report.iterations, 0);
+    EXPECT_GT(report.products, 0);
+    EXPECT_GE(report.seconds, 0.0);
   }
+}
+
+TEST(Solve, RefusesBadInputAndLeavesXUntouched) {
+  const Tiny tiny;
+  const auto refused = [](const char* what, const SpMat& A, const Vector& b, const Vector& start,
+                          const SolveOptions& options) {
+    for (const Solve solve : everyKind) {
+      Vector x(start);
+      const SolveReport report = solve(A, b, &x, options);
+      EXPECT_EQ(SOLVE_BAD_INPUT, report.status) << what;
+      ASSERT_EQ(start.count, x.count) << what;
+      EXPECT_EQ(0, std::memcmp(start.data, x.data, sizeof(double) * static_cast<std::size_t>(x.count)))
+          << what;
+    }
+  };
+  const SolveOptions plain;
+  Vector start(2), longer(3);
+  start[0] = 5.0;
+  refused("a longer start", tiny.A, tiny.b, longer, plain);
+  refused("a longer right-hand side", tiny.A, longer, start, plain);
+  for (const double bad : {nan, inf, -inf}) {
+    Tiny broken;
+    broken.A.e(1, 0) = bad;
+    refused("the matrix", broken.A, tiny.b, start, plain);
+    broken = Tiny();
+    Vector b(tiny.b);
+    b[1] = bad;
+    refused("the right-hand side", tiny.A, b, start, plain);
+    Vector x(start);
+    x[1] = bad;
+    refused("the start", tiny.A, tiny.b, x, plain);
+  }
+  SolveOptions options;
+  options.relative = -1.0;
+  refused("a negative goal", tiny.A, tiny.b, start, options);
+  options.relative = nan;
+  refused("no goal", tiny.A, tiny.b, start, options);
+  options = plain;
+  options.maxIterations = -1;
+  refused("a negative limit", tiny.A, tiny.b, start, options);
+  for (const Solve solve : everyKind) {
+    EXPECT_EQ(SOLVE_BAD_INPUT, solve(tiny.A, tiny.b, nullptr, plain).status);
+  }
+  Vector x;
+  const FullMatrix wide(2, 3);
+  EXPECT_EQ(SOLVE_BAD_INPUT, solveSquare(wide, tiny.b, &x).status);
+  EXPECT_EQ(SOLVE_BAD_INPUT, solvePositiveDefinite(wide, tiny.b, &x).status);
+}
+
+TEST(Solve, RefusesEntriesInNegativeColumns) {
+  Entries A(1, 1);
+  A.add(0, 0, 1.0);
+  A.matrix().rows[0]->indices[0] = -1;
+  const Vector b(1);
+  Vector x;
+  for (const Solve solve : everyKind)
+    EXPECT_EQ(SOLVE_BAD_INPUT, solve(A.matrix(), b, &x, SolveOptions()).status);
+}
+
+TEST(Solve, AddsUpDuplicatesAndTakesEntriesInAnyOrder) {
+  Entries A(2, 2);
+  A.add(0, 1, 1.0);
+  A.add(0, 0, 3.0);
+  A.add(0, 0, 1.0);
+  A.add(1, 1, 3.0);
+  A.add(1, 0, 1.0);
+  const Tiny tiny;
+  for (const Solve solve : everyKind) {
+    Vector x;
+    EXPECT_EQ(SOLVE_CONVERGED, solve(A.matrix(), tiny.b, &x, SolveOptions()).status);
+    EXPECT_TRUE(tolerance::close(7.0 / 11.0, x[1], 1e-15));
+  }
+}
+
+TEST(Solve, TakesEmptySystems) {
+  const HSpMat none(0);
+  for (const Solve solve : everyKind) {
+    Vector x;
+    const SolveReport report = solve(none, Vector(), &x, SolveOptions());
+    EXPECT_EQ(SOLVE_CONVERGED, report.status);
+    EXPECT_EQ(0, x.count);
+    EXPECT_EQ(0, report.iterations);
+  }
+}
+
+TEST(Solve, AnswersZeroWithZeroOrWithAStartThatSolvesIt) {
+  Entries A(2, 2);
+  A.add(0, 0, 1.0);  // the second unknown is free
+  for (const Solve solve : everyKind) {
+    Vector x(2);
+    x[1] = 3.0;
+    EXPECT_EQ(SOLVE_CONVERGED, solve(A.matrix(), Vector(2), &x, SolveOptions()).status);
+    EXPECT_EQ(3.0, x[1]);
+    x[0] = 1.0;
+    EXPECT_EQ(SOLVE_CONVERGED, solve(A.matrix(), Vector(2), &x, SolveOptions()).status);
+    EXPECT_EQ(0.0, x[0]);
+    EXPECT_EQ(0.0, x[1]);
+  }
+}
+
+TEST(Solve, KeepsAStartThatIsGoodEnough) {
+  const Tiny tiny;
+  for (const Solve solve : everyKind) {
+    Vector x(2);
+    x[0] = 1.0 / 11.0 + 1e-13;
+    x[1] = 7.0 / 11.0;
+    const double before = x[0];
+    const SolveReport report = solve(tiny.A, tiny.b, &x, SolveOptions());
+    EXPECT_EQ(SOLVE_CONVERGED, report.status);
+    EXPECT_EQ(0, report.iterations);
+    EXPECT_EQ(before, x[0]);
+  }
+}
+
+TEST(Solve, SaysThatTheIterationsAreUsedUpAndIsNeverWorseThanTheStart) {
+  const Entries A = grid(20, 0.0, 0.0);
+  Random random(3);
+  const Vector b = random.vector(400), start = random.vector(400);
+  for (const Solve solve : everyKind) {
+    for (const int limit : {1, 2, 3, 5, 8}) {
+      SolveOptions options;
+      options.maxIterations = limit;
+      Vector x(start);
+      const SolveReport report = solve(A.matrix(), b, &x, options);
+      EXPECT_EQ(SOLVE_LIMIT, report.status);
+      EXPECT_EQ(limit, report.iterations);
+      const bool normal = solve == solveLeastSquares;
+      EXPECT_LE(relativeResidual(A.matrix(), 400, b, x, normal),
+                relativeResidual(A.matrix(), 400, b, start, normal));
+    }
+  }
+}
+
+TEST(Solve, CallsTheObserverOnceAnIterationWithTheSquaredResidual) {
+  const Entries A = grid(20, 0.0, 0.0);
+  const Vector b = Random(4).vector(400);
+  for (const Solve solve : everyKind) {
+    Calls calls;
+    SolveOptions options;
+    options.observer = Calls::observe;
+    options.observerData = &calls;
+    Vector x;
+    const SolveReport report = solve(A.matrix(), b, &x, options);
+    EXPECT_EQ(SOLVE_CONVERGED, report.status);
+    EXPECT_EQ(report.iterations, calls.count);
+    // what the method has is near the truth at the end
+    EXPECT_TRUE(tolerance::relative(report.residual, std::sqrt(calls.squares.back()), 0.1));
+  }
+}
+
+TEST(Solve, EndsWithTheBestIterateWhenTheObserverSaysSo) {
+  const Entries A = grid(20, 0.2, 0.0);
+  const Vector b = Random(5).vector(400);
+  for (const Solve solve : {solveLeastSquares, solveSquare}) {
+    Calls calls;
+    calls.stopAt = 4;
+    SolveOptions options;
+    options.observer = Calls::observe;
+    options.observerData = &calls;
+    Vector x;
+    const SolveReport report = solve(A.matrix(), b, &x, options);
+    EXPECT_EQ(SOLVE_STOPPED, report.status);
+    EXPECT_EQ(4, report.iterations);
+    EXPECT_EQ(4, calls.count);
+    EXPECT_LT(report.relativeResidual, 1.0);
+    EXPECT_TRUE(tolerance::relative(relativeResidual(A.matrix(), 400, b, x, solve == solveLeastSquares),
+                                    report.relativeResidual, 1e-9));
+  }
+}
+
+TEST(Solve, SaysThatAMatrixIsNotPositiveDefiniteOrNotSymmetric) {
+  const Vector b = Random(6).vector(144);
+  Vector x;
+  const SolveReport shifted = solvePositiveDefinite(grid(12, 0.0, 3.0).matrix(), b, &x);
+  EXPECT_EQ(SOLVE_BREAKDOWN, shifted.status);
+  EXPECT_STREQ("The matrix is not positive definite.", shifted.message);
+  x = Vector();
+  const SolveReport skewed = solvePositiveDefinite(grid(12, 0.3, 0.0).matrix(), b, &x);
+  EXPECT_EQ(SOLVE_BREAKDOWN, skewed.status);
+  EXPECT_STREQ("The matrix is not symmetric.", skewed.message);
+  EXPECT_EQ(0, skewed.iterations);
+}
+
+TEST(Solve, SaysThatAnInconsistentSystemHasNoSolution) {
+  Entries A(3, 3);
+  A.add(0, 0, 1.0);
+  A.add(1, 1, 2.0);  // 0 = 1 in the last row
+  Vector b(3);
+  b[0] = b[1] = b[2] = 1.0;
+  for (const Solve solve : {solvePositiveDefinite, solveSquare}) {
+    Vector x;
+    const SolveReport report = solve(A.matrix(), b, &x, SolveOptions());
+    EXPECT_EQ(SOLVE_STAGNATED, report.status);
+    EXPECT_TRUE(tolerance::close(1.0, x[0], 1e-9));
+    EXPECT_TRUE(tolerance::close(0.5, x[1], 1e-9));
+    EXPECT_TRUE(tolerance::close(1.0, report.residual, 1e-9));
+  }
+  Vector x;
+  EXPECT_EQ(SOLVE_CONVERGED, solveLeastSquares(A.matrix(), b, &x).status);
+  b[2] = 0.0;
+  for (const Solve solve : everyKind) {
+    Vector consistent;
+    EXPECT_EQ(SOLVE_CONVERGED, solve(A.matrix(), b, &consistent, SolveOptions()).status);
+  }
+}
+
+TEST(Solve, SaysThatASolutionDoesNotFitIntoDoubles) {
+  FullMatrix A(1, 1);
+  A.e(0, 0) = 1e-200;
+  Vector b(1);
+  b[0] = 1e200;
+  for (const Solve solve : everyKind) {
+    Vector x(1);
+    x[0] = 7.0;
+    EXPECT_EQ(SOLVE_BREAKDOWN, solve(A, b, &x, SolveOptions()).status);
+    EXPECT_EQ(7.0, x[0]);
+  }
+}
+
+class HalvingPreconditioner : public Preconditioner {
+ public:
+  int calls = 0;
+  double factor = 0.5;
+  void solve(const Vector* r, Vector* z) override {
+    ++calls;
+    *z = *r;
+    *z *= factor;
+  }
+};
+
+TEST(Solve, AsksTheCallersPreconditionerFirst) {
+  const Entries A = grid(12, 0.0, 0.0);
+  const Vector b = Random(7).vector(144);
+  for (const Solve solve : everyKind) {
+    HalvingPreconditioner mine;
+    SolveOptions options;
+    options.preconditioner = &mine;
+    Vector x;
+    EXPECT_EQ(SOLVE_CONVERGED, solve(A.matrix(), b, &x, options).status);
+    EXPECT_GT(mine.calls, 10);
+    // one that gives no numbers does no harm
+    mine.factor = nan;
+    x = Vector();
+    EXPECT_EQ(SOLVE_CONVERGED, solve(A.matrix(), b, &x, options).status);
+    EXPECT_LE(relativeResidual(A.matrix(), 144, b, x, solve == solveLeastSquares), 1e-10);
+  }
+}
+
+TEST(Solve, TakesAPlainPreconditionerAsTheIdentity) {
+  const Entries A = grid(12, 0.0, 0.0);
+  const Vector b = Random(8).vector(144);
+  Preconditioner identity;
+  HalvingPreconditioner none;
+  none.factor = 1.0;
+  SolveOptions first, second;
+  first.preconditioner = &identity;
+  second.preconditioner = &none;
+  for (const Solve solve : {solvePositiveDefinite, solveSquare}) {
+    Vector x, y;
+    const SolveReport one = solve(A.matrix(), b, &x, first), two = solve(A.matrix(), b, &y, second);
+    EXPECT_EQ(one.iterations, two.iterations);
+    EXPECT_TRUE(tolerance::sameBits(x.data, y.data, 144));
+  }
+}
+
+/// Only products, as a class of a caller may have.
+class OnlyProducts : public SpMat {
+ public:
+  explicit OnlyProducts(const HSpMat& matrix) : matrix_(matrix) {}
+  void mult(const Vector* x, Vector* y) const override { matrix_.mult(x, y); }
+  void multT(const Vector* x, Vector* y) const override { matrix_.multT(x, y); }
+  int height() const override { return matrix_.height(); }
+  int width() const override { return matrix_.width(); }
+
+ private:
+  const HSpMat& matrix_;
+};
+
+TEST(Solve, TakesMatricesOfTheCallersClassByTheirProducts) {
+  for (const int k : {12, 70}) {  // copied by products, and multiplied by
+    const Entries A = grid(k, 0.0, 0.0);
+    const OnlyProducts products(A.matrix());
+    const Vector b = Random(9).vector(k * k);
+    for (const Solve solve : everyKind) {
+      Vector x;
+      const SolveReport report = solve(products, b, &x, SolveOptions());
+      EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+      EXPECT_LE(relativeResidual(A.matrix(), k * k, b, x, solve == solveLeastSquares), 1.001e-10);
+    }
+  }
+}
+
+TEST(Solve, TakesStructuredMatrices) {
+  const int n = 6;
+  Random random(10);
+  const Vector b = random.vector(n);
+  IdentityMatrix identity(n);
+  identity.s = 3.0;
+  DiagonalMatrix diagonal(n);
+  BandedMatrix band(n, 4);
+  for (int i = 0; i < n; ++i) {
+    diagonal.diag->e(i) = i + 1.0;
+    band.e(i, i) = 4.0;
+    if (i > 0) band.e(i, i - 1) = 1.0;
+    if (i < n - 1) band.e(i, i + 1) = 1.0;
+  }
+  for (const Solve solve : everyKind) {
+    Vector x;
+    EXPECT_EQ(SOLVE_CONVERGED, solve(identity, b, &x, SolveOptions()).status);
+    for (int i = 0; i < n; ++i) EXPECT_TRUE(tolerance::relative(b[i] / 3.0, x[i], 1e-9));
+    x = Vector();
+    EXPECT_EQ(SOLVE_CONVERGED, solve(diagonal, b, &x, SolveOptions()).status);
+    for (int i = 0; i < n; ++i) EXPECT_TRUE(tolerance::relative(b[i] / (i + 1.0), x[i], 1e-9));
+    x = Vector();
+    EXPECT_EQ(SOLVE_CONVERGED, solve(band, b, &x, SolveOptions()).status);
+    Vector y(n);
+    band.mult(&x, &y);
+    for (int i = 0; i < n; ++i) EXPECT_TRUE(tolerance::close(b[i], y[i], 1e-9));
+  }
+}
+
+TEST(Solve, TakesTheBlocksOfAQuadraticProgram) {
+  FullMatrix H(3, 3), J(1, 3);
+  for (int i = 0; i < 3; ++i) {
+    H.e(i, i) = 2.0 + i;
+    J.e(0, i) = 1.0;
+  }
+  SQPMatrix program(&H, &J);
+  program.hessianShift = 0.5;
+  Random random(11);
+  const Vector b = random.vector(4);
+  for (const Solve solve : {solveLeastSquares, solveSquare}) {
+    Vector x;
+    EXPECT_EQ(SOLVE_CONVERGED, solve(program, b, &x, SolveOptions()).status);
+    Vector y(4);
+    program.mult(&x, &y);
+    for (int i = 0; i < 4; ++i) EXPECT_TRUE(tolerance::close(b[i], y[i], 1e-9));
+  }
+}
+
+TEST(Solve, ReadsAndChangesNoTuningVariable) {
+  const Tiny tiny;
+  cg_tol = 1e9;
+  cg_maxIters = 0;
+  cgradDefinizer = 5.0;
+  for (const Solve solve : everyKind) {
+    Vector x;
+    EXPECT_EQ(SOLVE_CONVERGED, solve(tiny.A, tiny.b, &x, SolveOptions()).status);
+    EXPECT_TRUE(tolerance::close(7.0 / 11.0, x[1], 1e-15));
+  }
+  EXPECT_EQ(1e9, cg_tol);
+  EXPECT_EQ(0, cg_maxIters);
+  EXPECT_EQ(5.0, cgradDefinizer);
+  cg_tol = 0.1;
+  cg_maxIters = 3;
+  cgradDefinizer = -1.0;
 }
 
 }  // namespace

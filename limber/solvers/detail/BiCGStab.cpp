@@ -26,7 +26,7 @@ class Pass {
         v_(n_),
         t_(n_),
         pHat_(M ? n_ : 0),
-        sHat_(M ? n_ : 0),
+        sHat_(n_),
         best_(0) {
     std::fill_n(d, n_, 0.0);
     square_ = bestSquare_ = weighted();
@@ -49,8 +49,8 @@ class Pass {
     return M_->apply(from.data(), to.data()) ? to.data() : nullptr;
   }
   const double* preconditionedResidual() {
-    if (!M_) return r_;
-    return M_->apply(r_, sHat_.data()) ? sHat_.data() : nullptr;
+    if (!M_) std::copy_n(r_, n_, sHat_.data());
+    return !M_ || M_->apply(r_, sHat_.data()) ? sHat_.data() : nullptr;
   }
   void restart();
   /// d += step along, after r has changed: keeps the best iterate.

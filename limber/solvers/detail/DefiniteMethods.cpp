@@ -170,6 +170,10 @@ Outcome solveDefinite(LinearSystem& system) {
       !choleskyCG(system, *scaled, Allowance(), 100, &outcome)) {
     outcome = diagonalCG(system, *scaled, system.run.limit);
   }
+  if (!system.ended() && outcome != Outcome::indefinite && system.residual > 1e-6 * system.norm) {
+    // singular: the nearest there is
+    conditionedLsmr(system, Allowance{6e7, 1e9}, 50, &outcome);
+  }
   return outcome == Outcome::indefinite || !system.run.mustEnd() ? outcome : system.run.whyEnded();
 }
 

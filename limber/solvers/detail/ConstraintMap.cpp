@@ -1,0 +1,156 @@
+#include "limber/solvers/detail/ConstraintMap.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "limber/linalg/HSpMat.h"
+#include "limber/solvers/detail/MatrixEntries.h"
+#include "limber/solvers/detail/PowersOfTwo.h"
+#include "limber/solvers/detail/SolveRun.h"
+
+namespace limber::detail {
+
+const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vector* damping, int* power) {
+  const Extent extent = extentOf(J, 0);
+  if (extent.damaged) return "The matrix has entries in negative columns, or too many of them.";
+  if (extent.foreign) return "The Jacobian is of a class of the caller's, whose rows may not be what it is.";
+  if (mass && mass->count < extent.width) return "There are fewer masses than columns.";
+  if (damping && damping->count != extent.height) return "There is not one damping for each row.";
+  if (mass && !allFinite(extent.width, mass->data)) return "A mass is not finite.";
+  for (int j = 0; mass && j < extent.width; ++j) {
+    if (!(mass->data[j] > 0.0)) return "A mass is not positive.";
+  }
+  if (damping && !allFinite(extent.height, damping->data)) return "A damping is not finite.";
+  copyEntries(J, extent, &rows);
+  if (!allFinite(rows.entries(), rows.value.data())) return "The matrix has an entry that is not finite.";
+
+  const int own = largestExponent(rows.entries(), rows.value.data());
+  scaleByPowerOfTwo(rows.entries(), rows.value.data(), -own);
+  int least = 0;
+  if (mass && extent.width > 0) {
+    // the smallest mass goes to near 1, so that no inverse overflows
+    least = exponentOf(*std::min_element(mass->data, mass->data + extent.width));
+    inverseMass.assign(extent.width, 0.0);
+    for (int j = 0; j < extent.width; ++j) inverseMass[j] = 1.0 / timesPowerOfTwo(mass->data[j], -least);
+  }
+  *power = 2 * own - least;
+  if (damping && extent.height > 0) {
+    // damping far above J V^-1 J^T sets the scale instead
+    const int excess = largestExponent(extent.height, damping->data) - *power;
+    if (excess > 0) {
+      inverseMass.resize(extent.width);
+      for (int j = 0; j < extent.width; ++j) {
+        inverseMass[j] = timesPowerOfTwo(mass ? inverseMass[j] : 1.0, -excess);
+      }
+      *power += excess;
+    }
+    damp.assign(extent.height, 0.0);
+    for (int i = 0; i < extent.height; ++i) damp[i] = timesPowerOfTwo(damping->data[i], -*power);
+  }
+  return nullptr;
+}
+
+Ints ConstraintMap::equilibrate() {
+  Ints powers(rows.height);
+  for (int i = 0; i < rows.height; ++i) {
+    // the largest term of the diagonal, by exponents alone: its square might underflow
+    int most = -3000;
+    for (int k = rows.start[i]; k < rows.start[i + 1]; ++k) {
+      if (rows.value[k] == 0.0 || weight(rows.index[k]) == 0.0) continue;
+      most = std::max(most, 2 * exponentOf(rows.value[k]) + exponentOf(weight(rows.index[k])));
+    }
+    if (damp.size() > 0 && damp[i] != 0.0) most = std::max(most, exponentOf(damp[i]));
+    powers[i] = most == -3000 ? 0 : -(most >> 1);
+  }
+  rows.scale(powers.data(), nullptr);
+  for (int i = 0; i < damp.size(); ++i) damp[i] = timesPowerOfTwo(damp[i], 2 * powers[i]);
+  return powers;
+}
+
+int ConstraintMap::halfBandwidth() const {
+  Ints first(rows.width, -1);
+  int widest = 0;
+  for (int i = 0; i < rows.height; ++i) {
+    for (int k = rows.start[i]; k < rows.start[i + 1]; ++k) {
+      int& from = first[rows.index[k]];
+      if (from < 0) from = i;
+      widest = std::max(widest, i - from);
+    }
+  }
+  return widest;
+}
+
+Doubles ConstraintMap::diagonal() const {
+  Doubles result(rows.height);
+  for (int i = 0; i < rows.height; ++i) {
+    double sum = damp.size() > 0 ? damp[i] : 0.0;
+    for (int k = rows.start[i]; k < rows.start[i + 1]; ++k) {
+      sum += rows.value[k] * weight(rows.index[k]) * rows.value[k];
+    }
+    result[i] = sum;
+  }
+  return result;
+}
+
+SparseRows ConstraintMap::matrix() const {
+  const SparseRows columns = rows.transposed();
+  const int n = rows.height;
+  SparseRows result;
+  result.height = result.width = n;
+  result.start.push(0);
+  Doubles sum(n);
+  Ints seen(n, -1), met;
+  for (int i = 0; i < n; ++i) {
+    met.resize(0);
+    met.push(i);
+    seen[i] = i;
+    sum[i] = damp.size() > 0 ? damp[i] : 0.0;
+    for (int k = rows.start[i]; k < rows.start[i + 1]; ++k) {
+      const int j = rows.index[k];
+      const double factor = rows.value[k] * weight(j);
+      for (int e = columns.start[j]; e < columns.start[j + 1]; ++e) {
+        const int other = columns.index[e];
+        if (seen[other] != i) {
+          seen[other] = i;
+          met.push(other);
+          sum[other] = 0.0;
+        }
+        sum[other] += factor * columns.value[e];
+      }
+    }
+    std::sort(met.begin(), met.end());
+    for (const int other : met) {
+      result.index.push(other);
+      result.value.push(sum[other]);
+    }
+    result.start.push(result.index.size());
+  }
+  return result;
+}
+
+SparseRows ConstraintMap::root() const {
+  SparseRows result = rows.transposed();
+  for (int j = 0; j < rows.width; ++j) {
+    const double factor = std::sqrt(weight(j));
+    for (int k = result.start[j]; k < result.start[j + 1]; ++k) result.value[k] *= factor;
+  }
+  for (int i = 0; i < damp.size(); ++i) {
+    if (!(damp[i] > 0.0)) continue;
+    result.index.push(i);
+    result.value.push(std::sqrt(damp[i]));
+    result.start.push(result.index.size());
+    ++result.height;
+  }
+  return result;
+}
+
+void ConstraintMap::multiply(const double* x, double* y) {
+  ++products;
+  product_.resize(rows.width);
+  rows.multiplyTransposed(x, product_.data());
+  for (int j = 0; j < inverseMass.size(); ++j) product_[j] *= inverseMass[j];
+  rows.multiply(product_.data(), y);
+  for (int i = 0; i < damp.size(); ++i) y[i] += damp[i] * x[i];
+}
+
+}  // namespace limber::detail
