@@ -20,5 +20,3 @@ endif()
 # reason. The two flags that are given change no value: the library reads neither errno nor the trap flags.
 add_library(limber_numbers INTERFACE)
 target_compile_options(limber_numbers INTERFACE -ffp-contract=off -fno-math-errno -fno-trapping-math)
-
-string(REPLACE "-O2" "-O3" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")

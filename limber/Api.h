@@ -1,10 +1,17 @@
 #pragma once
 
 /// @file
-/// The export macro and the mark of inline members.
+/// The version, the export macro and the mark of inline members.
 
+/// The version of these headers. Compare it with limberVersion(), that of the library a program runs with.
+#define LIMBER_VERSION "1.0.0"
+
+/// Programs that link a static Limber on Windows define LIMBER_STATIC; its CMake and pkg-config files do it
+/// for them.
 #if defined(_WIN32)
-#ifdef LIMBER_BUILDING
+#if defined(LIMBER_STATIC)
+#define LIMBER_API
+#elif defined(LIMBER_BUILDING)
 #define LIMBER_API __declspec(dllexport)
 #else
 #define LIMBER_API __declspec(dllimport)
@@ -43,3 +50,6 @@
 #define LIMBER_FIXED_TABLE_BEGIN
 #define LIMBER_FIXED_TABLE_END
 #endif
+
+/// The version of the library: "major.minor.patch". The text is never released.
+LIMBER_API const char* limberVersion();

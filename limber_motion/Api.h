@@ -4,7 +4,9 @@
 /// The export macro of the motion component.
 
 #if defined(_WIN32)
-#ifdef LIMBER_MOTION_BUILDING
+#if defined(LIMBER_STATIC)
+#define LIMBER_MOTION_API
+#elif defined(LIMBER_MOTION_BUILDING)
 #define LIMBER_MOTION_API __declspec(dllexport)
 #else
 #define LIMBER_MOTION_API __declspec(dllimport)

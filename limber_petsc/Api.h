@@ -3,7 +3,7 @@
 /// @file
 /// LIMBER_PETSC_API marks what liblimber_petsc exports.
 
-#if defined(LIMBER_PETSC_STATIC)
+#if defined(LIMBER_STATIC)
 #define LIMBER_PETSC_API
 #else
 #define LIMBER_PETSC_API __attribute__((visibility("default")))

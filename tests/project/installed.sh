@@ -1,28 +1,36 @@
 #!/bin/sh
-# installed.sh BUILD_DIR SOURCE_DIR COMPILER: installs Limber to a prefix of its own and builds, against what was
-# installed, a program through CMake's package, the same through pkg-config, and all examples; each runs.
+# installed.sh BUILD_DIR SOURCE_DIR COMPILER: installs Limber to a prefix of its own and moves it; a program builds and runs
+# against the moved tree through CMake's package and through pkg-config, and all examples build. Then the installation is
+# undone.
 set -eu
 build=$1 source=$2 compiler=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+. "$source/tests/project/consumers.sh"
 
-cmake --install "$build" --prefix "$work/prefix" >/dev/null
-if find "$work/prefix" -path '*detail*' | grep -q .; then
+cmake --install "$build" --prefix "$work/first" >/dev/null
+if find "$work/first" -path '*detail*' | grep -q .; then
   echo "private headers were installed"
   exit 1
 fi
+mv "$work/first" "$work/prefix"
 
-cmake -S "$source/tests/project/consumer" -B "$work/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
-  -DCMAKE_CXX_COMPILER="$compiler" >/dev/null
-cmake --build "$work/consumer" >/dev/null
-"$work/consumer/consumer"
-
-pc=$(dirname "$(find "$work/prefix" -name limber.pc)")
-flags=$(PKG_CONFIG_PATH="$pc" pkg-config --cflags --libs limber)
-"$compiler" -std=c++17 "$source/tests/project/consumer/main.cpp" -o "$work/by-pkg-config" $flags -Wl,-rpath,"$(dirname "$pc")"
-"$work/by-pkg-config"
-
+use_package "$work/prefix"
+use_pkg_config "$(dirname "$(dirname "$(find "$work/prefix" -name limber.pc)")")"
+if cmake -S "$source/tests/project/wrong_component" -B "$work/wrong" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
+  >"$work/log" 2>&1 || ! grep -q 'without its component "nonsense"' "$work/log"; then
+  echo "a component that was not built is not refused by its name:"
+  cat "$work/log"
+  exit 1
+fi
 cmake -S "$source/examples" -B "$work/examples" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$compiler" \
   >/dev/null
 cmake --build "$work/examples" >/dev/null
-echo "the installed package serves a program, pkg-config and the examples"
+
+cmake --install "$build" --prefix "$work/again" >/dev/null
+cmake --build "$build" --target uninstall >/dev/null
+if find "$work/again" -not -type d | grep . || find "$work/again" -name 'limber*' | grep .; then
+  echo "uninstall left these behind"
+  exit 1
+fi
+echo "the installed package serves programs and the examples, and can be moved and removed"

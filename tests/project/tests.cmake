@@ -16,11 +16,17 @@ add_test(NAME Project.WrongProgramsAreRefused COMMAND sh ${here}/refused.sh ${CM
 if(NOT LIMBER_SANITIZE)
   add_test(NAME Project.InstalledPackageServesPrograms
            COMMAND sh ${here}/installed.sh ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER})
+  set_tests_properties(Project.InstalledPackageServesPrograms PROPERTIES TIMEOUT 1800)
 endif()
 set_tests_properties(Project.EveryHeaderCompilesAlone PROPERTIES TIMEOUT 900)
-add_test(NAME Project.ServesAsSubdirectory
-         COMMAND sh ${here}/subdirectory.sh ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER})
-set_tests_properties(Project.ServesAsSubdirectory PROPERTIES TIMEOUT 900)
+foreach(how IN ITEMS subdirectory fetch)
+  add_test(NAME Project.ServesInsideAnotherProject.${how} COMMAND sh ${here}/inside.sh ${how} ${PROJECT_SOURCE_DIR}
+                                                                 ${CMAKE_CXX_COMPILER})
+  set_tests_properties(Project.ServesInsideAnotherProject.${how} PROPERTIES TIMEOUT 1800)
+endforeach()
+add_test(NAME Project.ServesAsStaticLibraryInAbsoluteDirectories COMMAND sh ${here}/static.sh ${PROJECT_SOURCE_DIR}
+                                                                         ${CMAKE_CXX_COMPILER})
+set_tests_properties(Project.ServesAsStaticLibraryInAbsoluteDirectories PROPERTIES TIMEOUT 1800)
 add_test(NAME Project.CompilesForWindows COMMAND Python3::Interpreter ${here}/windows.py ${PROJECT_SOURCE_DIR})
 set_tests_properties(Project.CompilesForWindows PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 900)
 

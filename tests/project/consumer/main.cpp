@@ -1,10 +1,12 @@
 // A program of somebody else's: solves a small least-squares problem with an installed Limber.
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 #include "limber/limber.h"
 
 int main() {
+  if (std::strcmp(limberVersion(), LIMBER_VERSION) != 0) return 1;
   HSpMat A(0);
   SpVec first(2), second(2), third(2);
   first.ins(1.0, 0);

@@ -1,0 +1,3 @@
+#include "limber/Api.h"
+
+const char* limberVersion() { return LIMBER_VERSION; }
