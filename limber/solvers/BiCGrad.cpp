@@ -8,6 +8,7 @@
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/detail/CGTrace.h"
 #include "limber/solvers/detail/CreatedOnFirstUse.h"
+#include "limber/solvers/detail/SizeWarning.h"
 #include "limber/solvers/detail/SolveMatrix.h"
 #include "limber/solvers/detail/SolveWatch.h"
 #include "limber/solvers/detail/WorkVectors.h"
@@ -313,7 +314,10 @@ CGIStatus biCGrad(SpMat* A, Vector* x, Vector* b, double& rsq, int& iterations, 
   clearSpare(x);
   const SolveMatrix matrix(A);
   SolveWatch watch;
-  const int maxIters = cgIterationLimit(std::max(matrix.height(), matrix.width()));
+  const int height = matrix.height();
+  const int width = matrix.width();
+  warnOfShortVectors("OldCGrad", "biCGrad", x->count, width, b->count, height);
+  const int maxIters = cgIterationLimit(std::max(height, width));
   iterations = 0;
   CGIStatus status = CGI_TOO_MANY_RESTARTS;
   for (int restart = 0; restart < cg_maxRestarts; ++restart) {

@@ -6,6 +6,7 @@
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/CGradI.h"
 #include "limber/solvers/detail/CreatedOnFirstUse.h"
+#include "limber/solvers/detail/SizeWarning.h"
 #include "limber/solvers/detail/SolveMatrix.h"
 #include "limber/solvers/detail/WorkVectors.h"
 
@@ -86,32 +87,45 @@ double curvatureJJt(SpMat* A, Vector* d) {
   return sum;
 }
 
+// Contract: an empty x or b is answered with 0, without a word.
+void warnOfShortVectors(const char* solver, const Vector* x, int unknowns, const Vector* b, int equations) {
+  if (x->count <= 0 || b->count <= 0) return;
+  limber::detail::warnOfShortVectors("OldCGrad", solver, x->count, unknowns, b->count, equations);
+}
+
+// Solves with the weights and the damping that are set, and resets them.
+int solveJJt(const char* solver, SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  SolveMatrix matrix(A);
+  warnOfShortVectors(solver, x, matrix.height(), b, matrix.height());
+  const int iterations = cgradI(&matrix, x, b, rsqOut, residualJJt, curvatureJJt, 1);
+  weights = nullptr;
+  damping = nullptr;
+  return iterations;
+}
+
 }  // namespace
 
 int cgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   SolveMatrix matrix(A);
+  warnOfShortVectors("cgrad", x, matrix.width(), b, matrix.height());
   return cgradI(&matrix, x, b, rsqOut, residualAtA, curvatureAtA, 1);
 }
 
 int cgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   SolveMatrix matrix(A);
+  warnOfShortVectors("cgradA", x, matrix.width(), b, matrix.height());
   return cgradI(&matrix, x, b, rsqOut, residualA, curvatureA, 1);
 }
 
-int cgradAAt(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
-  return cgradJVJt(A, x, b, rsqOut, nullptr, nullptr);
-}
+int cgradAAt(SpMat* A, Vector* x, Vector* b, double* rsqOut) { return solveJJt("cgradAAt", A, x, b, rsqOut); }
 
 int cgradJJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* dampV) {
-  return cgradJVJt(A, x, b, rsqOut, nullptr, dampV);
+  damping = dampV;
+  return solveJJt("cgradJJt", A, x, b, rsqOut);
 }
 
 int cgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vector* dampV) {
-  SolveMatrix matrix(A);
   weights = mass;
   damping = dampV;
-  const int iterations = cgradI(&matrix, x, b, rsqOut, residualJJt, curvatureJJt, 1);
-  weights = nullptr;
-  damping = nullptr;
-  return iterations;
+  return solveJJt("cgradJVJt", A, x, b, rsqOut);
 }

@@ -7,6 +7,7 @@
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/detail/CGPass.h"
 #include "limber/solvers/detail/CreatedOnFirstUse.h"
+#include "limber/solvers/detail/SizeWarning.h"
 #include "limber/solvers/detail/WorkVectors.h"
 
 using namespace limber::detail;
@@ -34,6 +35,10 @@ bool solveByZero(Vector* x, Vector* b, double* rsqOut) {
   return true;
 }
 
+void warnOfShortVectors(const char* solver, const Vector* x, int unknowns, const Vector* b, int equations) {
+  limber::detail::warnOfShortVectors("NewCGrad", solver, x->count, unknowns, b->count, equations);
+}
+
 struct RightHandSide {
   Vector v{firstLength(cgradMAXX)};
 };
@@ -56,20 +61,26 @@ void checkSizes(const SolveOperator& M, const Vector* mass, const Vector* dampV)
 }  // namespace
 
 int ncgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  const SolveOperator M(A, applyA);
+  warnOfShortVectors("ncgradA", x, M.width(), b, M.height());
   if (solveByZero(x, b, rsqOut)) return 0;
-  const SolveOutcome outcome = solve(SolveOperator(A, applyA), x, b, rsqOut, nullptr);
+  const SolveOutcome outcome = solve(M, x, b, rsqOut, nullptr);
   // Contract: a singular system gives minus the iterations here, not -1.
   return outcome.status == CG_ACCEPT ? outcome.iterations : -outcome.iterations;
 }
 
 int ncgradAtA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  const SolveOperator M(A, applyAtA);
+  const int width = M.width();
+  warnOfShortVectors("ncgradAtA", x, width, b, width);
   if (solveByZero(x, b, rsqOut)) return 0;
-  return result(solve(SolveOperator(A, applyAtA), x, b, rsqOut, nullptr));
+  return result(solve(M, x, b, rsqOut, nullptr));
 }
 
 int ncgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   Vector& t = createdOnFirstUse<RightHandSide>().v;
   const SolveOperator M(A, applyAtA);
+  warnOfShortVectors("ncgrad", x, M.width(), b, M.height());
   M.matrix().multT(b, &t);
   if (solveByZero(x, &t, rsqOut)) return 0;
   return result(solve(M, x, &t, rsqOut, nullptr));
@@ -84,9 +95,11 @@ int ncgradDamp(SpMat* A, Vector* x, Vector* b, double* rsqOut, double d) {
 
 int ncgradJJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* dampV, Preconditioner* pre) {
   cgradDampV = dampV;
+  const SolveOperator M(A, applyJJt);
+  warnOfShortVectors("ncgradJJt", x, M.height(), b, M.height());
   // Contract: this return leaves cgradDampV set.
   if (solveByZero(x, b, rsqOut)) return 0;
-  const SolveOutcome outcome = solve(SolveOperator(A, applyJJt), x, b, rsqOut, pre);
+  const SolveOutcome outcome = solve(M, x, b, rsqOut, pre);
   cgradDampV = nullptr;
   return result(outcome);
 }
@@ -97,6 +110,7 @@ int ncgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vec
   cgradMassVec = mass;
   const SolveOperator M(A, applyJJt);
   checkSizes(M, mass, dampV);
+  warnOfShortVectors("ncgradJVJt", x, M.height(), b, M.height());
   // Contract: this return leaves cgradDampV and cgradMassVec set.
   if (solveByZero(x, b, rsqOut)) return 0;
   const SolveOutcome outcome = solve(M, x, b, rsqOut, pre);
@@ -106,5 +120,7 @@ int ncgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vec
 }
 
 int ncgradAAt(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
-  return result(solve(SolveOperator(A, applyAAt), x, b, rsqOut, nullptr));
+  const SolveOperator M(A, applyAAt);
+  warnOfShortVectors("ncgradAAt", x, M.height(), b, M.height());
+  return result(solve(M, x, b, rsqOut, nullptr));
 }
