@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "drawing.h"
+#include "failure.h"
 #include "foot_plants.h"
 #include "input_error.h"
 #include "options.h"
@@ -86,10 +87,12 @@ int edit(const Options& options) {
 }  // namespace
 
 int main(int count, char** arguments) {
+  const QuietAllocations quiet;
   try {
-    return edit(readOptions(count, arguments));
-  } catch (const std::exception& problem) {
-    std::fprintf(stderr, "%s\n", problem.what());
-    return 1;
+    const int status = edit(readOptions(count, arguments));
+    requireStandardOutput("motion_edit");
+    return status;
+  } catch (...) {
+    return reportException("motion_edit");
   }
 }

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <exception>
 
+#include "failure.h"
 #include "input_error.h"
 #include "limber_motion/motion.h"
 #include "options.h"
@@ -47,10 +47,10 @@ int show(const Options& options) {
 }  // namespace
 
 int main(int count, char** arguments) {
+  const QuietAllocations quiet;
   try {
     return show(readOptions(count, arguments));
-  } catch (const std::exception& problem) {
-    std::fprintf(stderr, "%s\n", problem.what());
-    return 1;
+  } catch (...) {
+    return reportException("skeleton");
   }
 }

@@ -10,6 +10,7 @@
 #include "limber/solvers/JJtPrecond.h"
 #include "limber/solvers/NewCGrad.h"
 #include "limber/solvers/OldCGrad.h"
+#include "watch.h"
 
 namespace {
 
@@ -58,6 +59,21 @@ std::string problemOf(const Options& options) {
   return std::string(words) + (options.family == Family::Older ? " (older family)" : "");
 }
 
+/// Lets the watch see every iteration as long as it exists.
+class Observed {
+ public:
+  explicit Observed(Watch& watch) {
+    cg_observer = Watch::observe;
+    cg_observerData = &watch;
+  }
+  ~Observed() {
+    cg_observer = nullptr;
+    cg_observerData = nullptr;
+  }
+  Observed(const Observed&) = delete;
+  Observed& operator=(const Observed&) = delete;
+};
+
 /// The tolerances: the squared residual that counts as solved and, well below it, the curvature that counts
 /// as none.
 void setTolerances(const Options& options, double startSize) {
@@ -88,7 +104,7 @@ void noteWhatIsDropped(const RowMatrix& rows, const Vector& b, Result& result) {
 }
 
 /// What the residual of the file's own entries says counts, not what the family believes.
-void describe(const Options& options, int returned, double startSize, Result& result) {
+void describe(const Options& options, int returned, double startSize, bool stopped, Result& result) {
   // The newer family ends at the tolerance, but for rounding; the older one when the squared residual changes
   // by less than the tolerance, which may leave a few times as much.
   const double allowance = options.family == Family::Older ? 10.0 : 1.0 + 1e-6;
@@ -96,6 +112,9 @@ void describe(const Options& options, int returned, double startSize, Result& re
   if (result.residual.size <= tolerance * allowance || isAtLimitOfPrecision(result.residual)) {
     result.status = exitSolved;
     result.outcome = "solved";
+  } else if (stopped) {
+    result.status = exitStopped;
+    result.outcome = endedByCtrlC;
   } else if (returned >= 0) {
     result.outcome = "not solved: the residual of the file's entries is above the tolerance";
   } else if (options.family == Family::Older) {
@@ -122,6 +141,8 @@ Result solveByFamily(const Options& options, const SparseProblem& problem, const
   const double startSize = residualOf(system, problem, result.x, b, 0.0).size;
   setTolerances(options, startSize);
 
+  Watch watch;
+  const Observed observed(watch);
   const auto start = std::chrono::steady_clock::now();
   result.rsq = 0.0;
   const int returned = run(options, &rows.matrix(), &result.x, &right, &result.rsq);
@@ -133,6 +154,6 @@ Result solveByFamily(const Options& options, const SparseProblem& problem, const
     result.iterations = std::abs(returned);
   result.residual = residualOf(system, problem, result.x, b, options.definizer);
   noteWhatIsDropped(rows, b, result);
-  describe(options, returned, startSize, result);
+  describe(options, returned, startSize, watch.stopped(), result);
   return result;
 }

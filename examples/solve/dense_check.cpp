@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <vector>
 
+#include "failure.h"
 #include "input_error.h"
 #include "limber/foundation/Output.h"
 #include "limber/limber.h"
@@ -28,6 +30,7 @@ class Quiet {
 };
 
 [[noreturn]] void failed(const SparseProblem& problem, const char* factorization, int info) {
+  if (QuietAllocations::failed()) throw std::bad_alloc();
   throw InputError(problem.path, 0,
                    std::string("expected a matrix that ") + factorization + " can factor (INFO " +
                        std::to_string(info) + ")");
@@ -142,8 +145,8 @@ DenseCheck checkDensely(const Options& options, const SparseProblem& problem, co
   if (largest * largest > mostElements) {
     throw InputError(problem.path, 0, "expected a problem of 1 to 2000 rows and columns for --dense");
   }
-  // The matrix, its transpose, the factors, and the workspace of the factorizations.
-  requireMemory(problem.path, 5.0 * 8.0 * largest * largest + 1e8);
+  // The matrix, its transpose, the factors, and the buffers of the factorizations.
+  requireMemory(problem.path, 5.0 * 8.0 * largest * largest + 1.5e8);
   const Vector dense = solveDense(options, systemOf(result.method), problem, b);
   return {options.dense, relativeDifference(result.x, dense)};
 }

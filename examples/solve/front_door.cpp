@@ -112,7 +112,7 @@ class Solver {
       result.outcome = "solved to the limit of precision";
     } else if (report.status == SOLVE_STOPPED) {
       result.status = exitStopped;
-      result.outcome = "ended by Ctrl-C, with the best solution so far";
+      result.outcome = endedByCtrlC;
     } else if (report.status == SOLVE_CONVERGED) {
       result.outcome = "not solved: the residual of the file's entries is larger than the solver's";
     } else {

@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <new>
 
 #include "contract_families.h"
 #include "dense_check.h"
+#include "failure.h"
 #include "front_door.h"
 #include "input_error.h"
 #include "limber/limber.h"
@@ -16,18 +16,6 @@
 #include "report.h"
 
 namespace {
-
-bool libraryLacksMemory = false;
-
-/// The library's reports go to standard error, but for those of failed allocations: of them there is one
-/// message, at the end.
-int takeReport(const char* text) {
-  if (std::strstr(text, "memory problem")) {
-    libraryLacksMemory = true;
-    return 0;
-  }
-  return std::fputs(text, stderr);
-}
 
 int printOnStandardError(const char* text) { return std::fputs(text, stderr); }
 
@@ -111,12 +99,8 @@ class Delivery {
   void attempt(const Step& step) {
     try {
       step();
-    } catch (const InputError& error) {
-      std::fprintf(stderr, "%s\n", error.what());
-      status_ = exitBadInput;
-    } catch (const OutOfMemory& error) {
-      std::fprintf(stderr, "%s\n", error.what());
-      status_ = exitNoMemory;
+    } catch (...) {
+      status_ = reportException("solve");
     }
   }
   /// Writes a file by `write`, whole or not at all.
@@ -129,10 +113,10 @@ class Delivery {
       out.finish();
     });
   }
-  ExitStatus status(ExitStatus solved) const { return status_ == exitSolved ? solved : status_; }
+  int status(int solved) const { return status_ == exitSolved ? solved : status_; }
 
  private:
-  ExitStatus status_ = exitSolved;
+  int status_ = exitSolved;
 };
 
 Result solve(const Options& options, const SparseProblem& problem, const Vector& b) {
@@ -140,7 +124,7 @@ Result solve(const Options& options, const SparseProblem& problem, const Vector&
   Result result = options.family == Family::FrontDoor ? solveByFrontDoor(options, problem, b)
                                                       : solveByFamily(options, problem, b);
   trace.finish();
-  if (libraryLacksMemory && result.status == exitNotSolved) throw std::bad_alloc();
+  if (QuietAllocations::failed() && result.status == exitNotSolved) throw std::bad_alloc();
   return result;
 }
 
@@ -174,17 +158,13 @@ int run(const Options& options) {
 
 int start(int argc, char** argv) {
   Options options;
-  stderrF = takeReport;
+  const QuietAllocations quiet;
   switch (readOptions(argc, argv, options)) {
     case Command::Help:
       std::fputs(help, stdout);
       return exitSolved;
     case Command::Version:
-#ifdef LIMBER_VERSION
-      std::printf("solve (Limber %s)\n", LIMBER_VERSION);
-#else
-      std::printf("solve (Limber)\n");
-#endif
+      std::printf("solve (Limber %s)\n", limberVersion());
       return exitSolved;
     default:
       if (isStandardOutput(options.solution)) stdoutF = printOnStandardError;
@@ -199,13 +179,7 @@ int main(int argc, char** argv) {
     const int status = start(argc, argv);
     requireStandardOutput("solve");
     return status;
-  } catch (const InputError& error) {
-    std::fprintf(stderr, "%s\n", error.what());
-    return exitBadInput;
-  } catch (const OutOfMemory& error) {
-    std::fprintf(stderr, "%s\n", error.what());
-  } catch (const std::bad_alloc&) {
-    std::fputs("solve: not enough memory\n", stderr);
+  } catch (...) {
+    return reportException("solve");
   }
-  return exitNoMemory;
 }

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "failure.h"
 #include "residual.h"
 
 /// What is to be solved. Automatic: what the matrix suggests.
@@ -32,8 +33,8 @@ struct Options {
   const char* path() const { return hasSearchPath ? searchPath.c_str() : nullptr; }
 };
 
-/// The exit statuses of the program.
-enum ExitStatus { exitSolved = 0, exitBadInput = 1, exitNotSolved = 2, exitNoMemory = 3, exitStopped = 4 };
+/// The exit statuses of the program, beside exitNoMemory.
+enum ExitStatus { exitSolved = 0, exitBadInput = 1, exitNotSolved = 2, exitStopped = 4 };
 
 enum class Command { Solve, Help, Version };
 

@@ -22,6 +22,8 @@ struct Result {
   std::vector<std::string> notes;
 };
 
+inline const char* const endedByCtrlC = "ended by Ctrl-C, with the best solution so far";
+
 /// A residual that rounding alone explains, of an x that is nevertheless good for something.
 inline bool isAtLimitOfPrecision(const Residual& residual) {
   return residual.scaled <= 1e-15 && residual.relative <= 1e-6;

@@ -7,7 +7,7 @@ import sys
 import tempfile
 import unittest
 
-SOLVE, GENERATOR, DATA = sys.argv[1:4]
+SOLVE, GENERATOR, DATA = map(os.path.abspath, sys.argv[1:4])
 BANNER = "%%MatrixMarket matrix coordinate real general\n"
 SMALL = "2 2 3\n1 1 2\n2 2 3\n2 1 .5\n"
 SPD = "%%MatrixMarket matrix coordinate real symmetric\n3 3 5\n1 1 4\n2 1 -1\n2 2 4\n3 2 -1\n3 3 4\n"

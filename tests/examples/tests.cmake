@@ -13,6 +13,18 @@ if(TARGET solve)
                      ${PROJECT_SOURCE_DIR}/examples/data ${group})
     set_tests_properties(Examples.${group} PROPERTIES TIMEOUT 600)
   endforeach()
+  # Under bad circumstances, with the motion programs where they are built.
+  set(motion_programs)
+  if(TARGET motion_edit)
+    set(motion_programs SKELETON=$<TARGET_FILE:skeleton> MOTION_EDIT=$<TARGET_FILE:motion_edit>)
+  endif()
+  foreach(group IN ITEMS Files Truth Faults Memory)
+    add_test(NAME Examples.${group}
+             COMMAND ${CMAKE_COMMAND} -E env ${motion_programs} $<TARGET_FILE:Python3::Interpreter>
+                     ${CMAKE_CURRENT_LIST_DIR}/solve_faults.py $<TARGET_FILE:solve> $<TARGET_FILE:survey_network>
+                     ${PROJECT_SOURCE_DIR}/examples/data ${group})
+    set_tests_properties(Examples.${group} PROPERTIES TIMEOUT 600)
+  endforeach()
 endif()
 
 # The parts of the motion programs in one program of tests, which also runs the programs themselves.
