@@ -1,0 +1,104 @@
+#!/usr/bin/env python3
+"""Holds the reference pages of the guide against the code.
+
+reference_pages.py SOURCE-DIR
+
+- docs/guide/messages.md names every text that the library prints as a message;
+- docs/guide/tuning.md has every exported variable with the initial value of its definition;
+- docs/guide/surprises.md names tests that exist;
+- docs/architecture.md has a line for every header in a detail/ folder, and names no other."""
+import glob
+import os
+import re
+import sys
+
+source = sys.argv[1]
+problems = []
+
+
+def read(*path):
+    with open(os.path.join(source, *path), encoding="utf-8") as file:
+        return file.read()
+
+
+def files(pattern):
+    return sorted(glob.glob(os.path.join(source, pattern), recursive=True))
+
+
+def without_comments(text):
+    return re.sub(r"^\s*#\s*include.*$", "", re.sub(r"//.*", "", text), flags=re.M)
+
+
+# Texts that are output formats rather than messages: a drawing's operators, a script's lines, a matrix as text.
+formats = {"AIPSWriter.cpp", "AIPSPaths.cpp", "MatLab.cpp", "Matrix3x3.cpp"}
+not_messages = re.compile(r"^(-W|avx|<C MQ3|\s*//|\s*\|\||\s*\\\\)|^%s = ")
+
+
+def plain(text):
+    """A printf format as a page shows it: no conversions, no escapes, single spaces."""
+    text = re.sub(r"\\n|\\t", " ", text).replace('\\"', '"').replace("\\\\", "\\")
+    text = re.sub(r"%%", "PERCENT", text)
+    text = re.sub(r"%[-+ 0]*\d*(\.\d+)?l*[a-zA-Z]", "...", text).replace("PERCENT", "%")
+    return re.sub(r"\s+", " ", text).strip()
+
+
+def messages():
+    page = re.sub(r"\s+", " ", read("docs", "guide", "messages.md").replace("\\|", "|"))
+    for path in files("limber/**/*.cpp") + files("limber/**/*.h"):
+        text = re.sub(r'"\s*\n\s*"', "", without_comments(open(path, encoding="utf-8").read()))
+        text = re.sub(r"static_assert\(.*?\);|LIMBER_\w+\(\".*?\"\)", "", text, flags=re.S)
+        for literal in re.findall(r'"((?:[^"\\\n]|\\.)*)"', text):
+            words = re.findall(r"[A-Za-z]{2,}", plain(literal).replace("...", " "))
+            if len(words) < 2 or not_messages.search(literal):
+                continue
+            if os.path.basename(path) in formats and not re.search(r"\.(error|warn|fatal)\(\"|Report\(\"", text.split(literal)[0][-30:] + '"'):
+                continue
+            if plain(literal) not in page:
+                problems.append(f"messages.md: nothing about \"{plain(literal)}\" of {os.path.relpath(path, source)}")
+
+
+def tuning():
+    page = read("docs", "guide", "tuning.md")
+    sources = "\n".join(open(path, encoding="utf-8").read() for path in files("limber/**/*.cpp"))
+    for path in files("limber/**/*.h"):
+        for name in re.findall(r"^extern LIMBER_API [\w\s:]+[ *]+(\w+)(?:\[\d+\])?;", open(path, encoding="utf-8").read(), re.M):
+            row = re.search(rf"^\| `{name}` \| ([^|]*) \|", page, re.M)
+            if not row:
+                problems.append(f"tuning.md: no row for {name}")
+                continue
+            value = re.search(rf"^[\w:\s]*[ *]{name}(?:\[\d+\])? = ([^;]*);", sources, re.M)
+            shown = row.group(1).strip().strip("`")
+            if value and re.match(r"^[-+.\de]+$", value.group(1)) and float(value.group(1)) != float(shown or "nan"):
+                problems.append(f"tuning.md: {name} starts as {value.group(1)}, not {shown}")
+            if value and value.group(1) == "nullptr" and shown != "null":
+                problems.append(f"tuning.md: {name} starts as null, not {shown}")
+
+
+def surprises():
+    tests = set()
+    for path in files("tests/**/*.cpp"):
+        tests |= {f"{a}.{b}" for a, b in re.findall(r"^TEST(?:_F|_P)?\((\w+),\s*(\w+)\)", open(path, encoding="utf-8").read(), re.M)}
+    page = read("docs", "guide", "surprises.md")
+    named = re.findall(r"`([A-Z]\w+\.[A-Z]\w+)`", page)
+    problems.extend(f"surprises.md: there is no test {name}" for name in named if name not in tests)
+    if len(named) < 20:
+        problems.append("surprises.md: fewer rows than there were")
+
+
+def architecture():
+    page = read("docs", "architecture.md")
+    present = {os.path.relpath(path, source).replace(os.sep, "/")[len("limber/"):]
+               for path in files("limber/*/detail/*.h")}
+    named = set(re.findall(r"^\| `(\w+/detail/\w+\.h)` \|", page, re.M))
+    problems.extend(f"architecture.md: no line for {name}" for name in sorted(present - named))
+    problems.extend(f"architecture.md: there is no {name}" for name in sorted(named - present))
+    if page.count("\n") > 140:
+        problems.append("architecture.md: too long to be a map")
+
+
+messages()
+tuning()
+surprises()
+architecture()
+print("\n".join(problems) or "the reference pages agree with the code")
+sys.exit(bool(problems))
