@@ -37,3 +37,16 @@ endif()
 add_test(NAME Project.ProgramOfTheReadmeDoesWhatItSays
          COMMAND Python3::Interpreter ${here}/readme.py ${CMAKE_CXX_COMPILER} ${PROJECT_SOURCE_DIR} $<TARGET_FILE:limber>
                  ${readme_flags})
+
+# The guide: its programs do what it says, and its reference tables agree with the code.
+file(GLOB chapters RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/guide/*.md)
+list(FILTER chapters INCLUDE REGEX "(first-solve|constraints|your-matrix|your-preconditioner|rotations|pendulum|read-and-draw)")
+set(guide_flags)
+if(readme_flags)
+  set(guide_flags -- ${readme_flags})
+endif()
+add_test(NAME Project.ProgramsOfTheGuideDoWhatItSays
+         COMMAND Python3::Interpreter ${here}/guide.py ${CMAKE_CXX_COMPILER} ${PROJECT_SOURCE_DIR} $<TARGET_FILE:limber>
+                 ${chapters} ${guide_flags})
+set_tests_properties(Project.ProgramsOfTheGuideDoWhatItSays PROPERTIES TIMEOUT 600)
+add_test(NAME Project.ReferencePagesAgreeWithTheCode COMMAND Python3::Interpreter ${here}/reference_pages.py ${PROJECT_SOURCE_DIR})
