@@ -3,8 +3,9 @@
 /// @file
 /// Case-folded comparison with the sign turned round. No other header of the library includes this one. Where
 /// the compiler's C library declares the names (Linux, macOS, MinGW), ours stand in namespace limber, so that
-/// ::strcasecmp stays the C library's. Where it does not (Microsoft's C library, whatever the compiler), they
-/// stand at global scope, and namespace limber has them too: limber::strcasecmp is right everywhere.
+/// the plain strcasecmp stays the C library's. Where it does not (Microsoft's C library, whatever the
+/// compiler), they stand at global scope, and namespace limber has them too: limber::strcasecmp is right
+/// everywhere.
 
 #include "limber/Api.h"
 

@@ -31,7 +31,7 @@ def without_comments(text):
 
 # Texts that are output formats rather than messages: a drawing's operators, a script's lines, a matrix as text.
 formats = {"AIPSWriter.cpp", "AIPSPaths.cpp", "MatLab.cpp", "Matrix3x3.cpp"}
-not_messages = re.compile(r"^(-W|avx|<C MQ3|\s*//|\s*\|\||\s*\\\\)|^%s = ")
+not_messages = re.compile(r"^(-W|avx|GCC diagnostic|<C MQ3|\s*//|\s*\|\||\s*\\\\)|^%s = ")
 
 
 def plain(text):
