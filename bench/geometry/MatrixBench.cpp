@@ -3,8 +3,10 @@
 #include <benchmark/benchmark.h>
 
 #include <Eigen/LU>
+#include <array>
 
 #include "bench/geometry/Peers.h"
+#include "limber/linalg/detail/GaussJordan.h"
 
 namespace {
 
@@ -99,6 +101,48 @@ void Inverse4Limber(benchmark::State& state) {
     benchmark::DoNotOptimize(invertMatrix(&out, 0));
   });
 }
+// The commonest matrices, whose pivots tie, by this machine's best way and by the plain elimination.
+const Array<Matrix4x4>& commonMatrices(int kind) {
+  static const auto all = [] {
+    std::array<Array<Matrix4x4>, 6> kinds;
+    const std::vector<Pnt3> shifts = randomPoints(12);
+    const std::vector<Quat> turns = randomQuats(13);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count); i++) {
+      Matrix4x4 identity, translation, axis, scale, rigid;
+      transMatrix(&translation, shifts[i].x, shifts[i].y, shifts[i].z);
+      rotMatrix(&axis, "xyz"[i % 3], 3.0 * shifts[i].x);
+      scale.m[0][0] = scale.m[1][1] = scale.m[2][2] = 2.0 + shifts[i].x;
+      quaternionMatrix(turns[i].w, turns[i].x, turns[i].y, turns[i].z, &rigid);
+      shifts[i].toArray(rigid.m[3]);
+      const Matrix4x4 row[6] = {identity, translation, axis, scale, rigid, in4.a[i]};
+      for (std::size_t k = 0; k < 6; k++) kinds[k].push_back(row[k]);
+    }
+    return kinds;
+  }();
+  return all[static_cast<std::size_t>(kind)];
+}
+void labelKind(benchmark::State& state) {
+  static const char* const names[] = {"identity",      "translation", "axis rotation",
+                                      "uniform scale", "rigid",       "general"};
+  state.SetLabel(names[state.range(0)]);
+}
+void Inverse4Common(benchmark::State& state) {
+  const auto& in = commonMatrices(static_cast<int>(state.range(0)));
+  overArrays<Matrix4x4>(state, in, in, [](const Matrix4x4& m, const Matrix4x4&, Matrix4x4& out) {
+    out = m;
+    benchmark::DoNotOptimize(invertMatrix(&out, 0));
+  });
+  labelKind(state);
+}
+void Inverse4CommonPlain(benchmark::State& state) {
+  const auto& in = commonMatrices(static_cast<int>(state.range(0)));
+  overArrays<Matrix4x4>(state, in, in, [](const Matrix4x4& m, const Matrix4x4&, Matrix4x4& out) {
+    out = m;
+    limber::detail::GaussJordanWatcher watcher;
+    limber::detail::gaussJordanFixed<4>(&out.m[0][0], 4, watcher);
+  });
+  labelKind(state);
+}
 void Inverse4EigenUnpivoted(benchmark::State& state) {
   overArrays<EigenRow4>(state, in4.eigenA, in4.eigenA,
                         [](const EigenRow4& m, const EigenRow4&, EigenRow4& out) { out = m.inverse(); });
@@ -138,6 +182,8 @@ BENCHMARK(PointEigen);
 BENCHMARK(PointGlm);
 BENCHMARK(PointImath);
 BENCHMARK(Inverse4Limber);
+BENCHMARK(Inverse4Common)->DenseRange(0, 5);
+BENCHMARK(Inverse4CommonPlain)->DenseRange(0, 5);
 BENCHMARK(Inverse4EigenUnpivoted);
 BENCHMARK(Inverse4EigenUnpivotedInPlace);
 BENCHMARK(Inverse4EigenFullPivoting);

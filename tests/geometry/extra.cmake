@@ -25,13 +25,11 @@ endif()
 # The quaternion as machines without SSE2 compile it.
 target_sources(test_geometry PRIVATE geometry/ScalarQuat.cpp)
 
-# The ways to the 4x4 inverse once more, so that each can be called on its own, with the library's flags.
-foreach(way IN ITEMS WideInverse Inverse512)
-  set(source ${PROJECT_SOURCE_DIR}/limber/geometry/detail/${way}.cpp)
-  target_sources(test_geometry PRIVATE ${source})
-  set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS
-                                                   "$<TARGET_PROPERTY:limber_numbers,INTERFACE_COMPILE_OPTIONS>")
-endforeach()
+# The wide way to the 4x4 inverse once more, so that it can be called on its own, with the library's flags.
+set(wide_inverse ${PROJECT_SOURCE_DIR}/limber/geometry/detail/WideInverse.cpp)
+target_sources(test_geometry PRIVATE ${wide_inverse})
+set_source_files_properties(${wide_inverse} PROPERTIES COMPILE_OPTIONS
+                                                       "$<TARGET_PROPERTY:limber_numbers,INTERFACE_COMPILE_OPTIONS>")
 
 # The rotation formats are set before any code runs, also where the library's objects are linked into the program.
 add_executable(

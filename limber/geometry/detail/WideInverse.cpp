@@ -10,15 +10,19 @@
 
 #include "limber/foundation/detail/WideVectors.h"
 
-// The pattern of pivots is what no processor predicts, so nothing here branches on it, and as little as
-// possible waits for it: rows stay in registers for the search and are picked from memory by computed
-// addresses. The keys compared are the upper halves of the magnitudes with the place, 4 slot + column, in the
-// lowest four bits. Where two keys agree in all other bits the magnitudes are compared whole.
+// Gauss-Jordan elimination with full pivoting, each row in one register. Processors cannot predict which
+// places the pivots have, so nothing branches on them: the rows stay in registers for the search and are
+// picked from memory by computed addresses.
 //
-// Unlike the plain elimination, which moves the pivot row to the row of its column, step s moves it to slot
-// s: the open rows are then slots s ... 3, known at compile time. Rows are only carried about, so the numbers
-// are the same; where several magnitudes are the largest, the plain order of the rows is replayed to find the
-// last.
+// A search compares keys: the upper half of each magnitude, with the place (4 slot + column) in the lowest
+// four bits. Several keys may agree in the other 28 bits. The commonest matrices have such ties at every
+// step: the identity, translations, rotations about an axis. The candidates are then ordered as the plain
+// elimination meets them, and the last is the pivot, provided that their magnitudes are equal in all 64 bits.
+// If they are not, which is rare, they are compared one by one.
+//
+// The plain elimination moves each pivot row to the row of its column. Here step s moves it to slot s, so
+// that the open rows are slots s ... 3, known at compile time. The numbers do not depend on where a row
+// stands.
 
 namespace limber::detail {
 
@@ -50,23 +54,33 @@ const unsigned char slotAfterSwap[3][4][4] = {{{0, 1, 2, 3}, {0, 0, 2, 3}, {0, 1
                                               {{0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 1, 3}, {0, 1, 2, 1}},
                                               {{0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 2, 2}}};
 
+/// Where the plain elimination has the row of each slot after `steps` steps, four bits a slot.
+inline unsigned plainRows(int steps, const Slots& slots) {
+  unsigned rowAt = 0x3210, placeOf = 0x3210;  // inverse to each other
+  for (int s = 0; s < steps; s++) {
+    const int row = slots.row(s), to = slots.column(s);
+    const int from = static_cast<int>(placeOf >> (4 * row) & 15),
+              other = static_cast<int>(rowAt >> (4 * to) & 15);
+    const auto movedRow = static_cast<unsigned>(row ^ other), movedPlace = static_cast<unsigned>(from ^ to);
+    rowAt ^= movedRow << (4 * from) ^ movedRow << (4 * to);
+    placeOf ^= movedPlace << (4 * row) ^ movedPlace << (4 * other);
+  }
+  unsigned result = 0;
+  for (int slot = 0; slot < 4; slot++) result |= (placeOf >> (4 * slots.row(slot)) & 15) << (4 * slot);
+  return result;
+}
+
 /// The place of the largest magnitude in the open slots and columns; among equals the last in the order of
 /// the plain elimination, by row and then by column.
 __attribute__((noinline, cold)) int lastOfLargest(const double* rows, int step, Slots slots) {
-  int rowAt[4] = {0, 1, 2, 3};
   bool used[4] = {};
-  for (int s = 0; s < step; s++) {
-    int from = 0;
-    while (rowAt[from] != slots.row(s)) from++;
-    rowAt[from] = rowAt[slots.column(s)];
-    rowAt[slots.column(s)] = slots.row(s);
-    used[slots.column(s)] = true;
-  }
+  for (int s = 0; s < step; s++) used[slots.column(s)] = true;
+  const unsigned plain = plainRows(step, slots);
   double largest = 0.0;
   int place = 4 * step;
-  for (const int row : rowAt) {
+  for (unsigned row = 0; row < 4; row++) {
     int slot = step;
-    while (slot < 4 && slots.row(slot) != row) slot++;
+    while (slot < 4 && (plain >> (4 * slot) & 15) != row) slot++;
     for (int column = 0; slot < 4 && column < 4; column++) {
       const double magnitude = std::fabs(rows[4 * slot + column]);
       if (used[column] || !(magnitude >= largest)) continue;
@@ -95,16 +109,68 @@ LIMBER_WIDE_PART __m256i upperHalves(__m256d first, __m256d second) {
 LIMBER_WIDE_PART __m256i placesAt(int slot) {
   return _mm256_add_epi32(_mm256_set1_epi32(4 * slot), _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7));
 }
-LIMBER_WIDE_PART int sameMagnitude(__m256i keys, __m256i best) {
+/// All ones in the lanes whose key agrees with `best` but for the place.
+LIMBER_WIDE_PART __m256i tiedLanes(__m256i keys, __m256i best) {
   const __m256i differ = _mm256_and_si256(_mm256_xor_si256(keys, best), _mm256_set1_epi32(magnitudeBits));
-  return _mm256_movemask_ps(_mm256_castsi256_ps(_mm256_cmpeq_epi32(differ, _mm256_setzero_si256())));
+  return _mm256_cmpeq_epi32(differ, _mm256_setzero_si256());
+}
+LIMBER_WIDE_PART unsigned bitsOf(__m256i lanes) {
+  return static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(lanes)));
+}
+
+/// The largest of eight numbers, in every lane.
+LIMBER_WIDE_PART __m128i largestLane(__m256i keys) {
+  __m128i half = _mm_max_epi32(_mm256_castsi256_si128(keys), _mm256_extracti128_si256(keys, 1));
+  half = _mm_max_epi32(half, _mm_shuffle_epi32(half, 0x4e));
+  return _mm_max_epi32(half, _mm_shuffle_epi32(half, 0xb1));
+}
+
+/// What orders the places of `slot` and the next one as the plain elimination does: plain row and column,
+/// above the place. `plainBytes` has 64 times the plain row of slot s in byte s.
+LIMBER_WIDE_PART __m256i plainOrder(__m256i plainBytes, int slot) {
+  const __m256i byteOfLane =
+      _mm256_add_epi32(_mm256_set1_epi32(slot), _mm256_setr_epi32(0, 0, 1, 1, 0, 0, 1, 1));
+  const __m256i onlyLowest = _mm256_set1_epi32(static_cast<int>(0x80808000u));
+  const __m256i rows = _mm256_shuffle_epi8(plainBytes, _mm256_or_si256(byteOfLane, onlyLowest));
+  const __m256i columns = _mm256_setr_epi32(0x00, 0x10, 0x00, 0x10, 0x20, 0x30, 0x20, 0x30);
+  return _mm256_or_si256(_mm256_or_si256(rows, columns), placesAt(slot));
+}
+
+/// The last of several tied places in the order of the plain elimination, where their magnitudes are equal;
+/// else the last of the largest.
+template <int Step>
+LIMBER_WIDE_PART int lastOfTied(const double* rows, __m256d r0, __m256d r1, __m256d r2, __m256d r3,
+                                __m256i tied01, __m256i tied23, const Slots& slots) {
+  const unsigned plain = plainRows(Step, slots);
+  const unsigned bytes =
+      (plain & 15) << 6 | (plain >> 4 & 15) << 14 | (plain >> 8 & 15) << 22 | (plain >> 12) << 30;
+  const __m256i plainBytes = _mm256_set1_epi32(static_cast<int>(bytes));
+  __m256i order = _mm256_and_si256(tied23, plainOrder(plainBytes, 2));
+  if constexpr (Step < 2)
+    order = _mm256_max_epi32(order, _mm256_and_si256(tied01, plainOrder(plainBytes, 0)));
+  const int place = _mm_cvtsi128_si32(largestLane(order)) & placeBits;
+
+  const __m256d sign = _mm256_set1_pd(-0.0),
+                magnitude = _mm256_andnot_pd(sign, _mm256_broadcast_sd(rows + place));
+  const auto equal = [&](__m256d row) __attribute__((target("avx2"), always_inline)) {
+    return static_cast<unsigned>(
+        _mm256_movemask_pd(_mm256_cmp_pd(_mm256_andnot_pd(sign, row), magnitude, _CMP_EQ_OQ)));
+  };
+  unsigned openColumns = 15;
+  for (int s = 0; s < Step; s++) openColumns &= ~(1u << slots.column(s));
+  unsigned equals = equal(r3) << 12 | equal(r2) << 8, tied = bitsOf(tied23);
+  if constexpr (Step < 2) equals |= equal(r1) << 4, tied |= bitsOf(tied01) << 8;
+  if constexpr (Step == 0) equals |= equal(r0);
+  // Equal magnitudes are tied, so it is enough to count.
+  const bool allEqual = __builtin_popcount(equals & openColumns * 0x1111) == __builtin_popcount(tied);
+  return __builtin_expect(allEqual, 1) ? place : lastOfLargest(rows, Step, slots);
 }
 
 /// The place of the pivot of step `Step` among the slots from there on, -1 where it is zero, infinite or a
 /// NaN.
 template <int Step>
 LIMBER_WIDE_PART int findPivot(const double* rows, __m256d r0, __m256d r1, __m256d r2, __m256d r3,
-                               __m256i open, Slots slots) {
+                               __m256i open, const Slots& slots) {
   const __m256i keys23 = _mm256_or_si256(_mm256_and_si256(upperHalves(r2, r3), open), placesAt(2));
   __m256i keys01 = keys23, best = keys23;
   if constexpr (Step < 2) {
@@ -113,16 +179,16 @@ LIMBER_WIDE_PART int findPivot(const double* rows, __m256d r0, __m256d r1, __m25
     keys01 = _mm256_or_si256(_mm256_and_si256(upperHalves(r0, r1), openHere), placesAt(0));
     best = _mm256_max_epi32(best, keys01);
   }
-  __m128i half = _mm_max_epi32(_mm256_castsi256_si128(best), _mm256_extracti128_si256(best, 1));
-  half = _mm_max_epi32(half, _mm_shuffle_epi32(half, 0x4e));
-  half = _mm_max_epi32(half, _mm_shuffle_epi32(half, 0xb1));
+  const __m128i half = largestLane(best);
   const auto key = static_cast<std::uint32_t>(_mm_cvtsi128_si32(half));
   if (__builtin_expect(!isPivotKey(key), 0)) return -1;
 
   best = _mm256_broadcastd_epi32(half);
-  int same = sameMagnitude(keys23, best);
-  if constexpr (Step < 2) same |= sameMagnitude(keys01, best) << 8;
-  if (__builtin_expect(same & (same - 1), 0)) return lastOfLargest(rows, Step, slots);
+  const __m256i tied23 = tiedLanes(keys23, best), tied01 = tiedLanes(keys01, best);
+  unsigned tied = bitsOf(tied23);
+  if constexpr (Step < 2) tied |= bitsOf(tied01) << 8;
+  if (__builtin_expect(tied & (tied - 1), 0))
+    return lastOfTied<Step>(rows, r0, r1, r2, r3, tied01, tied23, slots);
   return static_cast<int>(key & placeBits);
 }
 
@@ -196,11 +262,11 @@ LIMBER_WIDE bool invertAvx2(double* m) {
 namespace {
 
 // False before this file's initialisers have run, which only means the other way to the same bits.
-const bool wide = machineHasWideVectors(), wider = machineHasAvx512();
+const bool wide = machineHasWideVectors();
 
 }  // namespace
 
-bool invertWide(double* m) { return (wider && invertAvx512(m)) || (wide && invertAvx2(m)); }
+bool invertWide(double* m) { return wide && invertAvx2(m); }
 
 }  // namespace limber::detail
 

@@ -8,23 +8,18 @@ namespace limber::detail {
 /// lowest four bits.
 constexpr int placeBits = 15, magnitudeBits = INT32_MAX & ~placeBits;
 
-/// Whether the largest key is that of a pivot to go on with: neither zero, or next to it, nor infinite or a
-/// NaN.
+/// True if the pivot is usable: finite and not (nearly) zero.
 inline bool isPivotKey(std::uint32_t key) {
   constexpr std::uint32_t smallest = placeBits + 1, infinity = 0x7ff00000;
   return key - smallest < infinity - smallest;
 }
 
-/// The full-pivoting elimination of one row-major 4x4 matrix with the widest vectors of this machine, to the
-/// bits of gaussJordan(). False, with `m` untouched, where the machine has none and where a pivot is zero or
-/// a NaN turns up: these are gaussJordan()'s, with its reports.
+/// Inverts one row-major 4x4 matrix by full-pivoting elimination with 256-bit vectors, to the bits of
+/// gaussJordan(). Returns false and leaves `m` as it was where the machine has no such vectors and where a
+/// pivot is zero, infinite or a NaN: these matrices are left to gaussJordan() and its reports.
 bool invertWide(double* m);
 
-/// The ways behind it, with 256-bit vectors where machineHasWideVectors() and 512-bit ones where
-/// machineHasAvx512(). The second leaves more matrices untouched: those where several magnitudes may be the
-/// largest, or the largest is infinite.
+/// The same without asking whether machineHasWideVectors().
 bool invertAvx2(double* m);
-bool machineHasAvx512();
-bool invertAvx512(double* m);
 
 }  // namespace limber::detail

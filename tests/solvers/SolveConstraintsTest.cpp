@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "limber/solvers/Solve.h"
+#include "tests/solvers/SolveSystems.h"
+#include "tests/support/Tolerance.h"
+
+namespace {
+
+/// A chain of n constraints, each of which shares columns with the next few.
+Entries chain(int n, int reach, Random* random) {
+  Entries J(n, 2 * n + reach);
+  for (int i = 0; i < n; ++i) {
+    for (int k = 0; k < 2 + reach; ++k) J.add(i, 2 * i + k, random->value());
+  }
+  return J;
+}
+
+/// |c - (J V^-1 J^T + D) x| / |c| in long double.
+double residual(const HSpMat& J, int width, const Vector* mass, const Vector* damp, const Vector& c,
+                const Vector& x) {
+  std::vector<long double> multipliers, t;
+  for (int i = 0; i < c.count; ++i) multipliers.push_back(x[i]);
+  t = longTransposed(J, width, multipliers);
+  long double square = 0.0L, whole = 0.0L;
+  for (int j = 0; mass && j < width; ++j) t[static_cast<std::size_t>(j)] /= (*mass)[j];
+  for (int i = 0; i < c.count; ++i) {
+    long double r = c[i];
+    const SpVec& row = *J.rows[i];
+    for (int k = 0; k < row.numEntries; ++k) {
+      r -= row.values[k] * t[static_cast<std::size_t>(row.indices[k])];
+    }
+    if (damp) r -= static_cast<long double>((*damp)[i]) * x[i];
+    square += r * r;
+    whole += static_cast<long double>(c[i]) * c[i];
+  }
+  return static_cast<double>(std::sqrt(square / whole));
+}
+
+TEST(SolveConstraints, SolvesWithAndWithoutMassAndDamping) {
+  Random random(1);
+  for (const int n : {1, 2, 10, 200}) {
+    const Entries J = chain(n, 3, &random);
+    Vector mass(J.width()), damp(n);
+    for (int j = 0; j < mass.count; ++j) mass[j] = 1.5 + random.value();
+    for (int i = 0; i < n; ++i) damp[i] = 0.01 * (1.0 + random.value());
+    const Vector c = random.vector(n);
+    for (const Vector* m : {static_cast<const Vector*>(nullptr), static_cast<const Vector*>(&mass)}) {
+      for (const Vector* d : {static_cast<const Vector*>(nullptr), static_cast<const Vector*>(&damp)}) {
+        Vector x;
+        const SolveReport report = solveConstraints(J.matrix(), m, d, c, &x);
+        EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+        EXPECT_LE(residual(J.matrix(), J.width(), m, d, c, x), 1.001e-10);
+      }
+    }
+  }
+}
+
+TEST(SolveConstraints, MeansWhatTheContractFamilyMeans) {
+  Random random(2);
+  Entries J = chain(20, 2, &random);
+  Vector mass(J.width()), damp(20), c = random.vector(20), x(20), y;
+  for (int j = 0; j < mass.count; ++j) mass[j] = 1.5 + random.value();
+  damp = 0.1;
+  cg_tol = 1e-26;
+  cg_epsilon = 1e-40;
+  double rsq = 0.0;
+  ncgradJVJt(&J.matrix(), &x, &c, &rsq, &mass, &damp, nullptr);
+  cg_tol = 0.1;
+  cg_epsilon = 1e-8;
+  ASSERT_EQ(SOLVE_CONVERGED, solveConstraints(J.matrix(), &mass, &damp, c, &y).status);
+  for (int i = 0; i < 20; ++i) EXPECT_TRUE(tolerance::close(x[i], y[i], 1e-7));
+}
+
+TEST(SolveConstraints, FactorsANarrowBandAndThenNeedsFewIterations) {
+  Random random(3);
+  const Entries J = chain(300, 3, &random);
+  const Vector c = random.vector(300);
+  Vector x;
+  const SolveReport report = solveConstraints(J.matrix(), nullptr, nullptr, c, &x);
+  EXPECT_EQ(SOLVE_CONVERGED, report.status);
+  EXPECT_LE(report.iterations, 3);
+}
+
+TEST(SolveConstraints, SolvesTwiceTheSameRowAndNearlyTheSameRow) {
+  Random random(4);
+  for (const double apart : {0.0, 1e-7}) {
+    Entries J(3, 4);
+    for (int j = 0; j < 4; ++j) {
+      const double a = random.value();
+      J.add(0, j, a);
+      J.add(1, j, j == 2 ? a + apart : a);
+      J.add(2, j, random.value());
+    }
+    Vector c(3), x;
+    c[0] = c[1] = 1.0;
+    c[2] = -0.5;
+    const SolveReport report = solveConstraints(J.matrix(), nullptr, nullptr, c, &x);
+    // with a condition of 1e14 doubles allow no more
+    const double truth = residual(J.matrix(), 4, nullptr, nullptr, c, x);
+    EXPECT_LE(truth, apart > 0.0 ? 1e-8 : 1.001e-10) << report.message;
+    EXPECT_EQ(report.status == SOLVE_CONVERGED, truth <= 1.001e-10);
+  }
+}
+
+TEST(SolveConstraints, TellsTheTruthAboutRowsOfZeros) {
+  Random random(5);
+  Entries J(3, 3);
+  J.add(0, 0, 2.0);
+  J.add(2, 1, 1.0);
+  Vector c(3), x;
+  c[0] = c[2] = 1.0;
+  EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(J.matrix(), nullptr, nullptr, c, &x).status);
+  EXPECT_TRUE(tolerance::close(0.25, x[0], 1e-12));
+  c[1] = 1.0;
+  x = Vector();
+  const SolveReport report = solveConstraints(J.matrix(), nullptr, nullptr, c, &x);
+  EXPECT_NE(SOLVE_CONVERGED, report.status);
+  EXPECT_NE(SOLVE_BAD_INPUT, report.status);
+  EXPECT_GE(report.residual, 0.99);
+  Vector damp(3);
+  damp[1] = 4.0;
+  x = Vector();
+  EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(J.matrix(), nullptr, &damp, c, &x).status);
+  EXPECT_TRUE(tolerance::close(0.25, x[1], 1e-12));
+}
+
+TEST(SolveConstraints, RefusesWeightsThatDoNotFit) {
+  Random random(6);
+  const Entries J = chain(3, 1, &random);
+  const Vector c = random.vector(3);
+  Vector mass(J.width()), damp(3), x(3);
+  x[1] = 5.0;
+  mass = 1.0;
+  const auto refused = [&] {
+    EXPECT_EQ(SOLVE_BAD_INPUT, solveConstraints(J.matrix(), &mass, &damp, c, &x).status);
+    EXPECT_EQ(5.0, x[1]);
+  };
+  mass[2] = 0.0;
+  refused();
+  mass[2] = -1.0;
+  refused();
+  mass[2] = std::numeric_limits<double>::infinity();
+  refused();
+  mass[2] = 1.0;
+  damp[0] = std::numeric_limits<double>::quiet_NaN();
+  refused();
+  damp[0] = 0.0;
+  mass.grow(J.width() - 1);
+  refused();
+  mass.grow(J.width() + 1);  // more masses than columns are no mistake
+  mass = 1.0;
+  EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(J.matrix(), &mass, &damp, c, &x).status);
+  damp.grow(2);
+  x[1] = 5.0;
+  refused();
+  EXPECT_EQ(SOLVE_BAD_INPUT, solveConstraints(J.matrix(), nullptr, nullptr, c, nullptr).status);
+}
+
+}  // namespace
