@@ -17,7 +17,7 @@
 
 namespace {
 
-/// `out` or a new matrix, of the given shape and all zeros. Without storage when that could not be had.
+// `out` or a new matrix, of the given shape and all zeros. It has no storage when there was no memory.
 ResizeMatrix* shaped(ResizeMatrix* out, int rows, int columns) {
   if (out) {
     out->grow(rows, columns);
@@ -29,7 +29,7 @@ ResizeMatrix* shaped(ResizeMatrix* out, int rows, int columns) {
   return out;
 }
 
-/// A band of the stated width with its diagonal; rowOf(i, j) says in which row the dot of rows i < j goes.
+// A band of the stated width with its diagonal. rowOf(i, j) is the row where the dot of rows i < j is stored.
 template <class RowOf>
 ResizeMatrix* buildBand(const HSpMat* J, int bandwidth, ResizeMatrix* out, const Vector* weights,
                         const Vector* damp, double shift, RowOf rowOf) {
@@ -67,7 +67,7 @@ ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* weights, Vect
 
 ResizeMatrix* buildJJtBanded(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* weights, Vector* damp,
                              double shift) {
-  // Row i + 1 whatever the distance: deliberate.
+  // Contract: it is row i + 1 whatever the distance.
   return buildBand(J, bandwidth, out, weights, damp, shift, [](int i, int) { return i + 1; });
 }
 

@@ -20,10 +20,10 @@ class Vector;
 LIMBER_API ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* weights, Vector* damp,
                                   double shift);
 
-/// n x (bandwidth + 1): the diagonal in the last column, and the dot of rows i and i + 1 + k in row i + 1
-/// (for every k, deliberately), column bandwidth - 1 - k. For a bandwidth of 0 or 1 that is the band
-/// cholFactorBanded takes; for wider ones it is another matrix, which need not be positive definite: see
-/// buildJJtBand.
+/// n x (bandwidth + 1): the diagonal in the last column, and the dot of rows i and i + 1 + k in column
+/// bandwidth - 1 - k of row i + 1. (Contract: it is that row for every k.) For a bandwidth of 0 or 1 that is
+/// the band that cholFactorBanded takes. For wider ones it is another matrix, which need not be positive
+/// definite: see buildJJtBand.
 LIMBER_API ResizeMatrix* buildJJtBanded(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* weights,
                                         Vector* damp, double shift);
 

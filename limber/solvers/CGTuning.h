@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The variables that tune the conjugate-gradient solvers. A program changes them directly; every call reads
-/// them anew. Nothing guards them: one solve at a time.
+/// The variables that tune the conjugate-gradient solvers. A program changes them directly, and every call
+/// reads them. Nothing guards them against other threads: only one solve at a time may depend on them.
 
 #include <cstdio>
 
@@ -22,10 +22,12 @@ extern LIMBER_API int cg_reset_resid;
 extern LIMBER_API double cg_goNoWhereSc;
 /// A curvature p^T M p of smaller magnitude means that the system is singular. 1e-8.
 extern LIMBER_API double cg_epsilon;
-/// 0: silent. Not 0: restarts, outcomes and warnings on the standard-output channel. Above 1: also a line an
-/// iteration. 0.
+/// Not 0: restarts, outcomes and false solutions are told on the standard-output channel. Above 1: so is
+/// every iteration. 0.
 extern LIMBER_API int cg_verbosity;
-/// The trace file: when set, all trace lines go there too, whatever the verbosity. Null.
+/// The trace file. When it is set, both families of conjugate gradients write their trace lines to it,
+/// whatever the verbosity. (Contract: the line of mcgradI that says that a system is singular needs
+/// cg_verbosity as well.) Bi-CG writes to the standard-output channel only. Null.
 extern LIMBER_API FILE* cgradDribble;
 /// First length of the shared work vectors, and of the one that holds a right-hand-side sized product. 2050.
 extern LIMBER_API int cgradMAXX;

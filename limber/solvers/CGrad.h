@@ -2,8 +2,10 @@
 
 /// @file
 /// Entry points of the older conjugate-gradient family. Each returns what cgradI returns: the iterations, -1
-/// singular, -9 limit reached. Of the tuning variables only cgradEps, cgradTol, cgradNeptune,
-/// maxCGradPasses, cgradMAXX, cgradMAXB and cgradDribble count here. A must not change during a solve.
+/// for a singular system (or an exact solution, see there), -9 at the iteration limit. Of the tuning
+/// variables only cgradEps, cgradTol, cgradNeptune, maxCGradPasses, cgradMAXX, cgradMAXB, cgradDribble and
+/// the observer count here. An x or b that is shorter than A needs, but not empty, is warned of, and the
+/// solve goes on. A must not change during a solve.
 
 #include "limber/Api.h"
 

@@ -16,18 +16,18 @@ using namespace limber::detail;
 
 namespace {
 
-/// What cgradI returns at the iteration limit, and when the observer ends the solve.
+// What cgradI returns at the iteration limit, and when the observer ends the solve.
 constexpr int limitReached = -9;
 
-/// The work vectors of the older family, shared by all its solves.
+// The work vectors of the older family, shared by all its solves.
 struct OldWork {
   Vector gradient{firstLength(cgradMAXX)};
   Vector direction{firstLength(cgradMAXX)};
-  /// The gradient of the step before, negated: that is how the ratio below wants it.
+  // The gradient of the step before, negated: that is how the ratio below wants it.
   Vector stored{firstLength(cgradMAXX)};
 };
 
-/// Raises a first length that is too small to `count`, at least twofold.
+// Raises a first length that is too small to `count`, at least twofold.
 bool raised(int& limit, int count, const char* message, int line) {
   if (count <= limit) return false;
   ReportSite{"OldCGrad", line}.error(message);
@@ -46,7 +46,7 @@ OldWork& workFor(const Vector& x, const Vector& b) {
   return work;
 }
 
-/// The ratio of Polak and Ribiere: r . (r - r_old) / |r_old|^2, with stored = -r_old.
+// The ratio of Polak and Ribiere: r . (r - r_old) / |r_old|^2, with stored = -r_old.
 double ratio(const Vector& r, const Vector& stored, double oldSq) {
   double sum = 0.0;
   for (int i = 0; i < r.count; ++i) sum += r[i] * (r[i] + stored[i]);

@@ -18,9 +18,9 @@ class Vector;
 /// singular system (reported when earlyExit is set); -9, reported, after maxCGradPasses times the length of x
 /// iterations. *rsqOut (may be null) receives the last squared residual on every return.
 ///
-/// A step that hits the exact solution is a large change, so it is no convergence; the iteration after it
-/// finds no curvature and returns -1, deliberately. x holds the solution then, and *rsqOut, next to 0, tells
-/// this from a singular system.
+/// Contract: a step that hits the exact solution is a large change, so it is no convergence; the iteration
+/// after it finds no curvature and returns -1. x holds the solution then, and a *rsqOut next to 0 tells this
+/// from a singular system.
 LIMBER_API int cgradI(SpMat* A, Vector* x, Vector* b, double* rsqOut,
                       double (*residual)(SpMat* A, Vector* x, Vector* b, Vector* r),
                       double (*curvature)(SpMat* A, Vector* d), int earlyExit);

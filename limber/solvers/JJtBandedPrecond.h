@@ -13,16 +13,16 @@ class Vector;
 LIMBER_FIXED_TABLE_BEGIN
 
 /// Preconditions J W J^T + diag(damp) by the Cholesky factor of the band of buildJJtBanded. For a
-/// bandwidth of 0 or 1 that is the band of the matrix; for a wider one it is another matrix, deliberately,
-/// and may not be positive definite. See JJtCholeskyPrecond for the band itself at every width.
+/// bandwidth of 0 or 1 that is the band of the matrix. (Contract: for a wider one it is another matrix, which
+/// may not be positive definite.) JJtCholeskyPrecond takes the true band at every width.
 ///
-/// When the factorization fails that is reported and the diagonal is used instead, as JJtPrecond does: a
-/// solve is never worse off than with that. Weights, the shift and copies are as in JJtPrecond.
+/// A failed factorization is reported, and the diagonal is used instead, as in JJtPrecond. Weights, the shift
+/// and copies are as in JJtPrecond.
 class LIMBER_API JJtBandedPrecond : public Preconditioner {
  public:
   /// The factored band.
   ResizeMatrix* band;
-  /// Null, unless the factorization failed: then what JJtPrecond keeps.
+  /// What JJtPrecond keeps, when the factorization failed; else null.
   Vector* diagonal;
 
   /// `weights` are 1/mass of the solve. Either vector may be null: weights 1, no damping.
@@ -31,8 +31,8 @@ class LIMBER_API JJtBandedPrecond : public Preconditioner {
   JJtBandedPrecond& operator=(const JJtBandedPrecond& other);
   ~JJtBandedPrecond();
 
-  /// Solves with the band: z takes the length and the values of r, the leading part of which (J's height) is
-  /// solved for. r and z may be the same.
+  /// z = r, then the leading part of z, as long as J is high, is replaced by the solution with the band. r
+  /// and z may be the same.
   void solve(const Vector* r, Vector* z) override;
 };
 

@@ -17,11 +17,11 @@ LIMBER_FIXED_TABLE_BEGIN
 /// by its mass: the weights of a solve with masses are 1/mass. cgradDefinizer is added to the
 /// diagonal where it is positive at the time of construction.
 ///
-/// Copies are shallow, deliberately: they hold the same vector, which the last of them releases.
+/// Contract: copies are shallow. They hold the same vector, which the last of them releases.
 class LIMBER_API JJtPrecond : public Preconditioner {
  public:
-  /// For each row of J, 1/d of its diagonal entry d; d itself, uninverted, where |d| < cg_epsilon: a row of
-  /// zeros zeroes its residual. Null when there was no memory; solve is then the identity.
+  /// 1/d for the diagonal entry d of each row of J. (Contract: it is d itself where |d| < cg_epsilon, so a
+  /// row of zeros zeroes its residual.) Null when there was no memory; solve is then the identity.
   Vector* inverse;
 
   /// `weights` are 1/mass of the solve. Either vector may be null: weights 1, no damping.
@@ -30,8 +30,8 @@ class LIMBER_API JJtPrecond : public Preconditioner {
   JJtPrecond& operator=(const JJtPrecond& other);
   ~JJtPrecond();
 
-  /// z[i] = inverse[i] r[i] below the smaller of their two lengths. z does not grow: what lies beyond its
-  /// storage is left out. r and z may be the same.
+  /// z[i] = inverse[i] r[i] below the smaller of their two lengths. z does not grow, so elements beyond its
+  /// storage are left out. r and z may be the same.
   void solve(const Vector* r, Vector* z) override;
 };
 

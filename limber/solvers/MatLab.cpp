@@ -12,13 +12,13 @@ constexpr int smallSize = 40;
 constexpr int chunk = 8;
 constexpr int vectorChunk = 10;
 
-/// The entries that wait for the next three statements of the sparse form.
+// The entries for the next three statements of the sparse form.
 struct Entries {
   int row[chunk];
   int column[chunk];
   double value[chunk];
   int held = 0;
-  /// 1-based index of the first of them.
+  // The index of the first of them, from 1.
   int first = 1;
 
   void add(FILE* file, int i, int j, double v) {
@@ -53,7 +53,7 @@ void writeDense(FILE* file, const char* name, const SpMat& m, int height, int wi
     for (int j = 0; j < width; ++j) std::fprintf(file, j + 1 < width ? "%g, " : "%g", m.acc(i, j));
     if (i + 1 < height) std::fputs(";\n", file);
   }
-  // no line end here, deliberately
+  // Contract: there is no line end here.
   std::fputs("];", file);
 }
 

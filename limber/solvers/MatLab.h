@@ -11,9 +11,10 @@
 class SpMat;
 class Vector;
 
-/// Appends an assignment of the matrix to the variable `name`: row by row below 40 x 40 (no line end behind
-/// the last bracket), else as the full form of a sparse matrix that lists, besides the non-zero entries, the
-/// last column of every row, so that the size survives. Uses the variables sparsei, sparsej and sparsev.
+/// Appends an assignment of the matrix to the variable `name`. A matrix below 40 x 40 is written row by row,
+/// without a line end behind the last bracket. A larger one is written as full(sparse(...)): its non-zero
+/// entries and, so that the size survives, the last column of every row. That form uses the variables
+/// sparsei, sparsej and sparsev.
 LIMBER_API void writeMatLab(FILE* file, const char* name, SpMat* m);
 /// Appends an assignment of the vector to the variable `name`, ten elements a statement; an empty vector only
 /// clears the variable.

@@ -12,10 +12,11 @@ class Preconditioner;
 /// Solves M x = b for the symmetric positive (semi-)definite M that `mult` applies over A, from the start
 /// in x. Ends with CGI_SOLVED, CGI_TOO_MANY_ITERS, CGI_SINGULAR or CGI_NO_IMPROVEMENT.
 ///
-/// r, p, q and z are work vectors, which grow; z is used with a preconditioner only. bestX, when given,
-/// receives the best iterate, and a pass that ends worse than its best goes back to it; without, it warns.
-/// iter and bestIter receive the iteration reached and that of the smallest squared residual (both are left
-/// alone when the start already solves the system), rsq the squared residual of the returned x.
+/// r, p, q and z are work vectors, which grow; z is used with a preconditioner only. bestX may be null. It
+/// receives the best iterate, and a pass that ends worse than its best goes back to it; without bestX the
+/// pass warns of that on the standard-output channel. iter receives the iteration reached, bestIter that of
+/// the smallest squared residual, and rsq the squared residual of the returned x. Where the start already
+/// solves the system, iter and bestIter stay as they are.
 ///
 /// A must not change during the pass; what a change does is undefined. With one of the multiply functions of
 /// this library, a long pass over an HSpMat multiplies by a copy of it (see MCGrad.h). Passes on several

@@ -8,13 +8,13 @@ class Vector;
 
 namespace limber::detail {
 
-// What the two band preconditioners share: a factored band, or the diagonal where it would not factor.
+// What the two band preconditioners share: a factored band, or the diagonal of a matrix that has no factor.
 
-/// Factors the band in place and returns null. When that fails, reports it and returns the inverse diagonal,
+/// Factors the band in place and returns null. A failure is reported, and the inverse diagonal is returned,
 /// to solve with instead; null when there is no memory for that either.
 Vector* factorOrDiagonal(ResizeMatrix* band, const HSpMat& J, const Vector* weights, const Vector* damp);
 
-/// `to` lets go of its band and diagonal and holds those of `from` beside it.
+/// `to` releases its band and diagonal and shares those of `from`.
 template <class Precond>
 void shareFactor(Precond& to, const Precond& from) {
   copyShared(to.band, from.band);
@@ -27,7 +27,7 @@ void dropFactor(Precond& p) {
   dropShared(p.diagonal);
 }
 
-/// z = r, and then the leading part is solved for, with the diagonal where there is one.
+/// z = r, then its leading part is replaced by the solution with the diagonal, if there is one, or the band.
 void solveBandOrDiagonal(ResizeMatrix* band, const Vector* diagonal, const Vector* r, Vector* z);
 
 }  // namespace limber::detail

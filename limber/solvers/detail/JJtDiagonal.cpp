@@ -21,7 +21,8 @@ double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* 
 
 double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift,
                    double ownDot) {
-  // The weighted norm rounds w v^2 as w (v v), the weighted dot as (w v) v: only the plain one is the dot.
+  // The weighted norm rounds w v^2 as w (v v), the weighted dot as (w v) v. So only the plain norm is the
+  // dot.
   double d = weights && J.rows[i] ? J.rows[i]->weightedL2(weights) : ownDot;
   if (damp && inStorage(*damp, i)) d += damp->data[i];
   return d + shift;
@@ -37,9 +38,9 @@ Vector* jjtInverseDiagonal(const HSpMat& J, const Vector* weights, const Vector*
     return nullptr;
   }
   const double shift = definizerShift();
-  for (int i = 0; i < std::min(n, inverse->count); i++) {
+  for (int i = 0; i < std::min(n, inverse->count); ++i) {
     const double d = jjtDiagonal(J, i, weights, damp, shift);
-    // A diagonal next to zero is kept as it is, deliberately, not inverted and not clamped.
+    // Contract: a diagonal next to zero is neither inverted nor clamped.
     inverse->data[i] = std::fabs(d) >= cg_epsilon ? 1.0 / d : d;
   }
   return inverse;
@@ -47,7 +48,7 @@ Vector* jjtInverseDiagonal(const HSpMat& J, const Vector* weights, const Vector*
 
 void scaleByDiagonal(const Vector& inverse, const Vector& r, Vector& z) {
   const int n = std::min({inverse.count, r.count, z.capacity});
-  for (int i = 0; i < n; i++) z.data[i] = inverse.data[i] * r.data[i];
+  for (int i = 0; i < n; ++i) z.data[i] = inverse.data[i] * r.data[i];
 }
 
 }  // namespace limber::detail

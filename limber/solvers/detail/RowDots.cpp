@@ -15,13 +15,13 @@ namespace limber::detail {
 namespace {
 
 constexpr int lanes = RowPanel::rows;
-// Rows that reach further than this (4 MB of panel) are merged.
+// Rows that reach over more columns than this, a panel of 4 MB, are merged.
 constexpr long long largestRange = 65536;
 
 double* panel = nullptr;
 int panelColumns = 0;
 
-/// Room for so many columns; new ones are zeros, as all are between two loads.
+// Makes room for so many columns. New columns are zeros, as all are between two loads.
 bool reserve(int columns) {
   if (columns <= panelColumns) return true;
   const int larger = std::max(columns, 2 * panelColumns);
@@ -36,7 +36,7 @@ bool reserve(int columns) {
 double* columnOf(int column) { return panel + static_cast<std::ptrdiff_t>(column) * lanes; }
 
 bool isAscending(const SpVec& row) {
-  for (int e = 1; e < row.numEntries; e++) {
+  for (int e = 1; e < row.numEntries; ++e) {
     if (row.indices.data[e - 1] >= row.indices.data[e]) return false;
   }
   return true;
@@ -59,7 +59,7 @@ IndexRuns::IndexRuns(const HSpMat& matrix) : lengths_(nullptr) {
   if (n < 1) return;
   lengths_ = new (std::nothrow) int[static_cast<std::size_t>(n)];
   if (!lengths_) return;
-  for (int j = n - 1; j >= 0; j--) {
+  for (int j = n - 1; j >= 0; --j) {
     if (j + 1 < n && sameIndices(matrix.rows[j], matrix.rows[j + 1])) {
       lengths_[j] = lengths_[j + 1] > 0 ? lengths_[j + 1] + 1 : 0;
     } else {
@@ -76,7 +76,7 @@ void RowPanel::load(int first, int count) {
   long long lowest = largestRange;
   long long highest = -1;
   bool found = false;
-  for (int i = first; i < first + count; i++) {
+  for (int i = first; i < first + count; ++i) {
     if (runs_.at(i) == 0) {
       merged_ = true;
       continue;
@@ -96,10 +96,10 @@ void RowPanel::load(int first, int count) {
     const SpVec* const row = matrix_.rows[first + k];
     const int entries = runs_.at(first + k) > 0 ? row->numEntries : 0;
     const double* values[lanes];
-    for (int r = 0; r < run && entries > 0; r++) values[r] = matrix_.rows[first + k + r]->values.data;
-    for (int e = 0; e < entries; e++) {
+    for (int r = 0; r < run && entries > 0; ++r) values[r] = matrix_.rows[first + k + r]->values.data;
+    for (int e = 0; e < entries; ++e) {
       double* const place = columnOf(row->indices.data[e] - lowest_) + k;
-      for (int r = 0; r < run; r++) place[r] = values[r][e];
+      for (int r = 0; r < run; ++r) place[r] = values[r][e];
     }
     k += run;
   }
@@ -120,7 +120,7 @@ void RowPanel::walk(int j, int together, double (*out)[rows]) const {
   RowWalk entries{
       indices, static_cast<int>(from - indices), static_cast<int>(to - indices), {}, nullptr, 0, panel,
       lowest_};
-  for (int r = 0; r < together; r++) entries.values[r] = matrix_.rows[j + r]->values.data;
+  for (int r = 0; r < together; ++r) entries.values[r] = matrix_.rows[j + r]->values.data;
   if (weights_) {
     entries.weights = weights_->data;
     entries.known = static_cast<unsigned>(std::max(weights_->capacity, 0));
@@ -142,12 +142,12 @@ void RowPanel::merge(int j, int k, double (*out)[rows]) const {
 void RowPanel::dots(int j, int together, double (*out)[rows]) const {
   const bool walked = columns_ > 0 && runs_.at(j) > 0;
   if (walked) walk(j, together, out);
-  for (int r = 0; r < together; r++) {
-    // Zero times infinity is no zero: where a NaN has come out the rows are merged instead.
+  for (int r = 0; r < together; ++r) {
+    // Zero times infinity is a NaN, which no merge would compute. So rows with a NaN are merged.
     double sum = 0.0;
-    for (int k = 0; walked && k < lanes; k++) sum += out[r][k];
+    for (int k = 0; walked && k < lanes; ++k) sum += out[r][k];
     if (walked && !merged_ && !std::isnan(sum)) continue;
-    for (int k = 0; k < count_; k++) {
+    for (int k = 0; k < count_; ++k) {
       if (!walked || runs_.at(first_ + k) == 0 || std::isnan(sum)) merge(j + r, k, out + r);
     }
   }

@@ -9,31 +9,32 @@ class Vector;
 
 namespace limber::detail {
 
-/// Which rows come in runs with the same indices, as the constraints of a frame do.
+/// Finds runs of rows with the same indices, such as the constraints of one frame.
 class IndexRuns {
  public:
   explicit IndexRuns(const HSpMat& matrix);
   ~IndexRuns() { delete[] lengths_; }
   IndexRuns(const IndexRuns&) = delete;
   IndexRuns& operator=(const IndexRuns&) = delete;
-  /// Number of rows from j on that have the indices of row j. 0 for a row that must be merged: it is empty,
-  /// its indices are not ascending, or there was no memory to know.
+  /// Number of rows from j on that have the indices of row j. 0 for a row that must be merged, because it is
+  /// empty, its indices are not ascending, or there was no memory to find out.
   int at(int j) const { return lengths_ ? lengths_[j] : 0; }
 
  private:
   int* lengths_;
 };
 
-/// Weighted dots of up to eight neighbouring rows with one row, or some with the same indices, at a time. The
-/// eight are spread out side by side, a place for each column, so that a row is walked once for all of them
-/// without a merge. Each dot has the bits of sdot: its terms come in ascending index order, and what a row
-/// has no entry for adds a zero.
+/// Weighted dots of up to eight neighbouring rows with other rows. The eight rows are spread out side by
+/// side, with a place for each column, so that another row, or a run of rows with the same indices, is walked
+/// once for all of them without a merge. Each dot has the bits of sdot: its terms come in ascending index
+/// order, and a column without an entry adds a zero.
 ///
-/// The storage is shared by all, kept, and grows to the largest range of columns that eight rows have needed.
+/// All panels share their storage, which is kept and grows to the largest range of columns that eight rows
+/// have needed.
 class RowPanel {
  public:
   static constexpr int rows = RowWalk::lanes;
-  /// So many rows with the same indices are walked together.
+  /// The number of rows with the same indices that are walked together.
   static constexpr int most = RowWalk::most;
 
   RowPanel(const HSpMat& matrix, const IndexRuns& runs, const Vector* weights)
@@ -44,8 +45,8 @@ class RowPanel {
 
   /// Takes rows first ... first + count - 1.
   void load(int first, int count);
-  /// out[r][k] = dot of row first + k and row j + r, for all k below count and r below `together`, which is
-  /// `most` where so many rows have the same indices, or 1.
+  /// out[r][k] = dot of row first + k and row j + r, for all k below count and r below `together`. The rows
+  /// from j on must have the same indices, and may be at most `most`.
   void dots(int j, int together, double (*out)[rows]) const;
 
  private:
@@ -59,8 +60,8 @@ class RowPanel {
   int first_ = 0;
   int count_ = 0;
   int lowest_ = 0;
-  int columns_ = 0;      // 0: no panel, all is merged
-  bool merged_ = false;  // some rows stand aside and are merged
+  int columns_ = 0;      // 0: there is no panel, and all rows are merged
+  bool merged_ = false;  // some of the rows must be merged
 };
 
 /// store(i, j, dot of rows i and j) for all i <= j <= i + bandwidth.

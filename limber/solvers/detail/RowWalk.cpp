@@ -11,32 +11,32 @@ namespace {
 
 constexpr int lanes = RowWalk::lanes;
 
-/// Four places side by side, wherever they stand.
+// Four places side by side, at any address that a double may have.
 typedef double Four __attribute__((vector_size(32), aligned(8)));
 
-/// For R rows: their chains, eight each, go side by side.
+// The eight sums of each of R rows, side by side.
 template <int R>
 __attribute__((always_inline)) inline void walkSome(const RowWalk& walk, double (*sums)[lanes]) {
   Four low[R] = {};
   Four high[R] = {};
-  for (int e = walk.begin; e < walk.end; e++) {
+  for (int e = walk.begin; e < walk.end; ++e) {
     const int index = walk.indices[e];
     const double* const place = walk.panel + static_cast<std::ptrdiff_t>(index - walk.lowest) * lanes;
     double x[R];
-    for (int r = 0; r < R; r++) x[r] = walk.values[r][e];
+    for (int r = 0; r < R; ++r) x[r] = walk.values[r][e];
     if (walk.weights) {
       const double w = static_cast<unsigned>(index) < walk.known ? walk.weights[index] : 0.0;
-      for (int r = 0; r < R; r++) x[r] = w * x[r];
+      for (int r = 0; r < R; ++r) x[r] = w * x[r];
     }
     Four placeLow, placeHigh;
     std::memcpy(&placeLow, place, sizeof placeLow);
     std::memcpy(&placeHigh, place + 4, sizeof placeHigh);
-    for (int r = 0; r < R; r++) {
+    for (int r = 0; r < R; ++r) {
       low[r] += x[r] * placeLow;
       high[r] += x[r] * placeHigh;
     }
   }
-  for (int r = 0; r < R; r++) {
+  for (int r = 0; r < R; ++r) {
     std::memcpy(sums[r], &low[r], sizeof low[r]);
     std::memcpy(sums[r] + 4, &high[r], sizeof high[r]);
   }
@@ -57,7 +57,7 @@ using Form = void (*)(const RowWalk&, double (*)[lanes]);
 constexpr Form plainForms[RowWalk::most] = {plain<1>, plain<2>, plain<3>, plain<4>};
 constexpr Form wideForms[RowWalk::most] = {wide<1>, wide<2>, wide<3>, wide<4>};
 
-// False before this file's initialisers have run, which only means the other way to the same bits.
+// False before the initialisers of this file have run: the plain form has the same bits.
 const bool wideMachine = machineHasWideVectors();
 
 }  // namespace

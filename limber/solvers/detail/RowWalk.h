@@ -2,26 +2,26 @@
 
 namespace limber::detail {
 
-/// The entries of some rows with the same indices that meet a panel: an array with `lanes` places side by
-/// side for each column.
+/// The entries of some rows with the same indices, and the panel that they meet: an array with `lanes` places
+/// side by side for each column.
 struct RowWalk {
   static constexpr int lanes = 8;
   static constexpr int most = 4;
 
   const int* indices;
   int begin, end;
-  const double* values[most];  ///< of each row
-  const double* weights;       ///< null: none
-  unsigned known;              ///< weights there are; others count as 0
+  const double* values[most];  ///< the values of each row
+  const double* weights;       ///< may be null
+  unsigned known;              ///< number of weights; the weights behind them count as 0
   const double* panel;
   int lowest;  ///< the panel's first column
 };
 
-/// sums[r][k] = sum of (weight times) entry times place k of the panel's column, for r below `count`, from
-/// 0.0 in the order of the entries. Runs the wide form where the machine has it.
+/// sums[r][k] = the sum over the entries of row r, in their order and from 0.0, of (weight times) value times
+/// place k of the panel's column, for all r below `count`. Uses 256-bit vectors where the machine has them.
 void walkRows(const RowWalk& walk, int count, double (*sums)[RowWalk::lanes]);
 
-/// Its two forms, which give the same bits. The second needs machineHasWideVectors().
+/// Its two forms, which give the same bits. The second one needs machineHasWideVectors().
 void walkRowsPlain(const RowWalk& walk, int count, double (*sums)[RowWalk::lanes]);
 void walkRowsWide(const RowWalk& walk, int count, double (*sums)[RowWalk::lanes]);
 

@@ -21,8 +21,8 @@ constexpr int firstCopied = 10;
 // A matrix of fewer rows is in the nearest cache anyway.
 constexpr int fewestRows = 32;
 
-/// The class of A, or null for a class that was compiled without type information, for which typeid would
-/// crash. The Itanium C++ ABI keeps the pointer to it in front of the table of virtual functions.
+// The class of A, or null for a class that was compiled without type information, for which typeid would
+// crash. The Itanium C++ ABI keeps the pointer to it in front of the table of virtual functions.
 const std::type_info* typeOf(const SpMat* A) {
   const std::type_info* const* table;
   std::memcpy(&table, static_cast<const void*>(A), sizeof table);
