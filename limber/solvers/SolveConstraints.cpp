@@ -25,7 +25,8 @@ Outcome correctByCG(LinearSystem& system, const Units& units, ConstraintMap& map
   const Outcome outcome = correct(system, units, iterations, [&](double* r, double* d, const Goal& goal) {
     return conjugateGradients(map, inverse, r, d, goal, system.run, &system.condition);
   });
-  if (&map != system.map.get()) system.map->products += map.products;
+  system.map->products += map.products;
+  map.products = 0;
   return outcome;
 }
 
@@ -64,11 +65,12 @@ Outcome firstMethod(LinearSystem& system, ConstraintMap& scaled, const Units& un
 
 /// Conjugate gradients behind the triangular factor of (V^-1/2 J^T; D^1/2), whose normal matrix is the one of
 /// the system: the condition is not squared. False where the factor costs too much.
-bool factoredMethod(LinearSystem& system, ConstraintMap& scaled, const Units& units, Outcome* outcome) {
+bool factoredMethod(LinearSystem& system, ConstraintMap& scaled, const Units& units,
+                    const Allowance& allowance, Outcome* outcome) {
   try {
     const SparseRows tall = scaled.root();
     Elimination elimination;
-    if (!eliminateColumns(tall, Allowance(), &elimination)) return false;
+    if (!eliminateColumns(tall, allowance, &elimination)) return false;
     SparseQr qr;
     qr.factor(tall, std::move(elimination), 2.2e-16 * std::sqrt(std::max(scaled.height(), 10) * 1.0));
     NormalInverse inverse(qr, scaled.height());
@@ -81,20 +83,23 @@ bool factoredMethod(LinearSystem& system, ConstraintMap& scaled, const Units& un
 
 Outcome solveIt(LinearSystem& system, const ConstraintMap& map) {
   Outcome outcome = Outcome::stuck;
-  const int budget = firstBudget(system);
+  const int budget = firstBudget(system, 200, 1000);
   if (system.run.options.preconditioner) {
     ConstraintMap own = map;
+    own.products = 0;
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     outcome = correctByCG(system, Units(), own, foreignPreconditioner(system) ? &foreign : nullptr, budget);
     if (system.ended() || outcome == Outcome::indefinite) return outcome;
   }
   ConstraintMap scaled = map;
+  scaled.products = 0;
   Units units;
   units.rows = units.columns = scaled.equilibrate();
-  outcome = firstMethod(system, scaled, units, budget);
-  if (!system.ended() && outcome != Outcome::indefinite && !factoredMethod(system, scaled, units, &outcome)) {
-    outcome = firstMethod(system, scaled, units, system.run.limit);
-  }
+  outcome = escalate(
+      system, budget, [&](int iterations) { return firstMethod(system, scaled, units, iterations); },
+      [&](const Allowance& allowance, Outcome* result) {
+        return factoredMethod(system, scaled, units, allowance, result);
+      });
   return outcome == Outcome::indefinite || !system.run.mustEnd() ? outcome : system.run.whyEnded();
 }
 

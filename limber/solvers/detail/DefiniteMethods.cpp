@@ -151,24 +151,27 @@ Outcome solveDefinite(LinearSystem& system) {
     outcome = inspect(*scaled);
     if (outcome != Outcome::done) return outcome;
   }
-  const int budget = firstBudget(system);
+  const int budget = firstBudget(system, 200, 1000);
   if (foreignPreconditioner(system) || wantsIdentity(system) || !scaled) {
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     Inverse* const inverse = foreignPreconditioner(system) ? &foreign : nullptr;
-    outcome = correctByCG(system, Units(), *system.map, inverse, budget);
+    outcome = correctByCG(system, Units(), *system.map, inverse, scaled ? budget : system.run.limit);
   }
   if (!scaled) return outcome;
-  if (!system.ended() && outcome != Outcome::indefinite) outcome = diagonalCG(system, *scaled, budget);
-  if (worthPolish(system, scaled->graded || system.condition > 1e8)) {
+  if (!system.ended() && outcome != Outcome::indefinite) {
+    outcome = escalate(
+        system, budget, [&](int iterations) { return diagonalCG(system, *scaled, iterations); },
+        [&](const Allowance& allowance, Outcome* result) {
+          return choleskyCG(system, *scaled, allowance, 100, result);
+        });
+  }
+  const bool doubtful = scaled->graded || system.condition > 1e8;
+  if (worthPolish(system, doubtful)) {
     Outcome polished = outcome;
     system.beginPolish();
-    choleskyCG(system, *scaled, polishAllowance(system), 3, &polished);
+    choleskyCG(system, *scaled, polishAllowance(system, doubtful), 3, &polished);
     system.endPolish();
     if (polished == Outcome::indefinite) return polished;
-  }
-  if (!system.ended() && outcome != Outcome::indefinite &&
-      !choleskyCG(system, *scaled, Allowance(), 100, &outcome)) {
-    outcome = diagonalCG(system, *scaled, system.run.limit);
   }
   if (!system.ended() && outcome != Outcome::indefinite && system.residual > 1e-6 * system.norm) {
     // singular: the nearest there is

@@ -41,6 +41,20 @@ Ints rowPowers(const SparseRows& rows) {
   return powers;
 }
 
+/// Divides each row by its norm, and returns what it was multiplied by.
+Doubles normaliseRows(SparseRows* rows) {
+  Doubles factors(rows->height, 1.0);
+  for (int i = 0; i < rows->height; ++i) {
+    double* const row = rows->value.data() + rows->start[i];
+    const int n = rows->start[i + 1] - rows->start[i];
+    const double norm = fixedNorm(n, row);
+    if (!(norm > 0.0)) continue;
+    factors[i] = 1.0 / norm;
+    for (int k = 0; k < n; ++k) row[k] *= factors[i];
+  }
+  return factors;
+}
+
 /// LSMR on a map whose unknowns stand for 2^columns S as much of the system's, and whose rows are scaled by
 /// 2^rows, again and again from where it is, while that helps.
 struct LsmrRun {
@@ -49,6 +63,7 @@ struct LsmrRun {
   Ints rows, columns;
   const Doubles* scale = nullptr;
   SparseQr* qr = nullptr;
+  Doubles rowFactors = Doubles();
   Doubles work = Doubles();
 
   Outcome solve(int iterations, bool once);
@@ -77,6 +92,7 @@ Outcome LsmrRun::solve(int iterations, bool once) {
     const double before = system.residual;
     for (int i = 0; i < m; ++i) {
       u[i] = rows.size() > 0 ? timesPowerOfTwo(system.r[i], rows[i]) : system.r[i];
+      if (rowFactors.size() > 0) u[i] *= rowFactors[i];
     }
     const int power = largestExponent(m, u.data());
     scaleByPowerOfTwo(m, u.data(), -power);
@@ -139,8 +155,8 @@ bool wantsIdentity(const LinearSystem& system) {
   return given && typeid(*given) == typeid(Preconditioner);
 }
 
-int firstBudget(const LinearSystem& system) {
-  return system.haveRows ? std::max(system.width, 200) : system.run.limit;
+int firstBudget(const LinearSystem& system, int least, int most) {
+  return std::clamp(system.width, least, most);
 }
 
 Outcome scaledLsmr(LinearSystem& system, int iterations) {
@@ -158,8 +174,10 @@ Outcome scaledLsmr(LinearSystem& system, int iterations) {
     scaleColumns(system.rows, &columns, &norms);
   }
   scaled.scale(rows.size() > 0 ? rows.data() : nullptr, columns.size() > 0 ? columns.data() : nullptr);
+  Doubles rowFactors;
+  if (rows.size() > 0) rowFactors = normaliseRows(&scaled);
   ScaledColumnsMap map(scaled, std::move(norms));
-  LsmrRun run{system, map, std::move(rows), std::move(columns), &map.scale()};
+  LsmrRun run{system, map, std::move(rows), std::move(columns), &map.scale(), nullptr, std::move(rowFactors)};
   const Outcome outcome = run.solve(iterations, false);
   system.map->products += map.products;
   return outcome;
@@ -171,9 +189,9 @@ bool worthPolish(const LinearSystem& system, bool doubtful) {
          system.run.iterations > 0 && (doubtful || system.width <= small);
 }
 
-Allowance polishAllowance(const LinearSystem& system) {
+Allowance polishAllowance(const LinearSystem& system, bool doubtful) {
   Allowance allowance;
-  allowance.operations = std::max(2e5, 2.0 * system.spent());
+  allowance.operations = std::max(2e5, doubtful ? 2.0 * system.spent() : 0.0);
   allowance.entries = allowance.operations;
   return allowance;
 }
@@ -220,16 +238,20 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
 }
 
 Outcome solveByLeastSquares(LinearSystem& system) {
+  const int budget = system.haveRows ? firstBudget(system, 200, 2000) : system.run.limit;
   Outcome outcome = Outcome::stuck;
-  if (foreignPreconditioner(system)) outcome = preconditionedNormal(system, firstBudget(system));
-  if (!system.ended()) outcome = scaledLsmr(system, firstBudget(system));
+  if (foreignPreconditioner(system)) outcome = preconditionedNormal(system, budget);
+  if (!system.ended()) {
+    outcome = escalate(
+        system, budget, [&](int iterations) { return scaledLsmr(system, iterations); },
+        [&](const Allowance& allowance, Outcome* result) {
+          return conditionedLsmr(system, allowance, 50, result);
+        });
+  }
   if (worthPolish(system, system.condition > 1e4)) {
     system.beginPolish();
-    conditionedLsmr(system, polishAllowance(system), 8, &outcome);
+    conditionedLsmr(system, polishAllowance(system, system.condition > 1e4), 8, &outcome);
     system.endPolish();
-  }
-  if (!system.ended() && !conditionedLsmr(system, Allowance(), 50, &outcome)) {
-    outcome = scaledLsmr(system, system.run.limit);
   }
   return system.run.mustEnd() ? system.run.whyEnded() : outcome;
 }

@@ -83,11 +83,12 @@ const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) 
 
   norm = measure(x.data(), r.data(), g.data());
   goal = run.options.relative * norm;
-  residual = norm;
+  residual = startResidual_ = norm;
   if (start.count == 0) return nullptr;
   Doubles first(width);
   for (int j = 0; j < width; ++j) first[j] = timesPowerOfTwo(start.data[j], matrixPower_ - rightPower_);
   const double begin = measure(first.data(), r.data(), g.data());
+  startResidual_ = begin;
   // zero solves a system with a right-hand side of zeros; any other start is where the caller wants to begin
   if (std::isfinite(begin) && (norm > 0.0 || begin == 0.0)) {
     x.swap(first);
@@ -192,9 +193,8 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   if (!fits) {
     report.status = SOLVE_BREAKDOWN;
     report.message = "The solution is too large for doubles; the start was left as it is.";
-    std::fill(x.begin(), x.end(), 0.0);
-    report.residual = timesPowerOfTwo(norm, run.unit);
-    report.relativeResidual = 1.0;
+    report.residual = timesPowerOfTwo(startResidual_, run.unit);
+    report.relativeResidual = norm > 0.0 ? startResidual_ / norm : 0.0;
   } else if (moved_ || out->count != width) {
     out->grow(width);
     if (out->count != width) return badInput("There is not enough memory for the solution.");

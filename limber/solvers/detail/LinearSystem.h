@@ -76,7 +76,7 @@ class LinearSystem {
   const char* takeVectors(const Vector& right, const Vector& start);
   const Kind kind_;
   int matrixPower_ = 0, rightPower_ = 0;
-  double polished_ = 0.0;
+  double polished_ = 0.0, startResidual_ = 0.0;
   bool moved_ = false;
   Doubles tryX_, tryR_, tryG_;
 };

@@ -4,6 +4,8 @@
 /// The methods of the front door, each from where the system is to where it gets. They return how they ended;
 /// the system knows whether it is solved.
 
+#include <algorithm>
+
 #include "limber/solvers/detail/Elimination.h"
 #include "limber/solvers/detail/LinearSystem.h"
 
@@ -25,12 +27,31 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
 Preconditioner* foreignPreconditioner(const LinearSystem& system);
 /// Whether the caller asks for no preconditioner.
 bool wantsIdentity(const LinearSystem& system);
-/// Iterations for a first method before a factorization is worth a try.
-int firstBudget(const LinearSystem& system);
+/// Iterations for a first method before a factorization is worth a try: about the unknowns, within bounds.
+int firstBudget(const LinearSystem& system, int least, int most);
+
+/// A first method and a factorization by turns: first(iterations) goes on for four times as long every time,
+/// and direct(allowance, &outcome), which is false where it costs too much, may cost a few times what was
+/// spent, or all that is allowed once the first method is stuck.
+template <class First, class Direct>
+Outcome escalate(LinearSystem& system, int iterations, First first, Direct direct) {
+  for (;; iterations = std::min(iterations, system.run.limit / 4) * 4) {
+    const int begin = system.run.iterations;
+    const double before = system.residual;
+    Outcome outcome = first(iterations);
+    if (system.ended() || outcome == Outcome::indefinite) return outcome;
+    const bool stuck = system.run.iterations - begin < iterations;
+    Allowance allowance;
+    if (!stuck) allowance.operations = std::min(allowance.operations, 4.0 * system.spent() + 1e7);
+    if (direct(allowance, &outcome)) return outcome;
+    if (stuck && !(system.residual < 0.9 * before)) return outcome;
+  }
+}
+
 /// Whether a factor should make a solution better whose residual is small enough already: where the residual
 /// is known to say little about x, and for a small system, where it costs next to nothing.
 bool worthPolish(const LinearSystem& system, bool doubtful);
 /// What a factor may cost that only makes a solution better which is good enough already.
-Allowance polishAllowance(const LinearSystem& system);
+Allowance polishAllowance(const LinearSystem& system, bool doubtful);
 
 }  // namespace limber::detail

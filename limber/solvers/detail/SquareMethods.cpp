@@ -13,13 +13,22 @@
 namespace limber::detail {
 namespace {
 
+/// Whether each diagonal element is a good part of the largest entries, which are near 1.
+bool largeDiagonal(const SparseRows& A) {
+  int large = 0;
+  for (int i = 0; i < A.height; ++i) {
+    for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
+      large += A.index[k] == i && std::fabs(A.value[k]) >= 0.1;
+    }
+  }
+  return large == A.height;
+}
+
 /// The system with its rows put in an order that leaves no zero on the diagonal where that is possible, and
 /// rows and columns scaled so that their largest entries are near 1.
 struct Arranged {
   SparseRows rows;
   Units units;
-  /// Columns that have an entry on the diagonal.
-  int matched = 0;
 
   explicit Arranged(const SparseRows& A) {
     const int n = A.height;
@@ -37,7 +46,13 @@ struct Arranged {
     for (int j = 0; j < n; ++j) columns[j] = -exponentOf(largest[j]);
     SparseRows scaled = A;
     scaled.scale(rowPower.data(), columns.data());
-    matched = transversal(scaled, &units.order);
+    if (largeDiagonal(scaled)) {
+      rows = std::move(scaled);
+      units.rows = std::move(rowPower);
+      units.columns = std::move(columns);
+      return;
+    }
+    transversal(scaled, &units.order);
 
     rows.height = rows.width = n;
     rows.start.reserve(n + 1);
@@ -86,29 +101,39 @@ bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, const Allo
 
 Outcome solveAnySquare(LinearSystem& system) {
   Outcome outcome = Outcome::stuck;
-  const int budget = firstBudget(system);
+  const int budget = firstBudget(system, 200, 800) / 2;
   if (foreignPreconditioner(system) || wantsIdentity(system) || !system.haveRows) {
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     Inverse* const inverse = foreignPreconditioner(system) ? &foreign : nullptr;
-    outcome = correctByBiCGStab(system, Units(), *system.map, inverse, budget);
+    outcome =
+        correctByBiCGStab(system, Units(), *system.map, inverse, system.haveRows ? budget : system.run.limit);
     if (!system.ended() && !system.haveRows) outcome = scaledLsmr(system, system.run.limit);
   }
   if (!system.haveRows || system.ended()) return outcome;
 
   const Arranged arranged(system.rows);
   IncompleteLu incomplete;
-  RowsMap map(arranged.rows);
   const bool factored = incomplete.factor(arranged.rows);
-  outcome = correctByBiCGStab(system, arranged.units, map, factored ? &incomplete : nullptr, budget / 2);
+  bool direct = false;
+  outcome = escalate(
+      system, budget,
+      [&](int iterations) {
+        RowsMap map(arranged.rows);
+        return correctByBiCGStab(system, arranged.units, map, factored ? &incomplete : nullptr, iterations);
+      },
+      [&](const Allowance& allowance, Outcome* result) {
+        if (factoredBiCGStab(system, arranged, allowance, 20, result)) direct = true;
+        if (direct && !system.ended()) conditionedLsmr(system, allowance, 50, result);
+        return direct;
+      });
   if (worthPolish(system, false)) {
     system.beginPolish();
-    factoredBiCGStab(system, arranged, polishAllowance(system), 2, &outcome);
+    factoredBiCGStab(system, arranged, polishAllowance(system, false), 2, &outcome);
     system.endPolish();
   }
-  bool tried = false;
-  if (!system.ended()) tried = factoredBiCGStab(system, arranged, Allowance(), 20, &outcome);
-  if (!system.ended()) tried = conditionedLsmr(system, Allowance(), 50, &outcome) || tried;
-  if (!system.ended() && !tried) outcome = scaledLsmr(system, system.run.limit);
+  if (!system.ended() && !direct && !conditionedLsmr(system, Allowance(), 50, &outcome)) {
+    outcome = scaledLsmr(system, system.run.limit);
+  }
   return system.run.mustEnd() ? system.run.whyEnded() : outcome;
 }
 
