@@ -15,8 +15,15 @@ if(LIMBER_SANITIZE)
   target_link_options(limber_flags INTERFACE -fsanitize=address,undefined)
 endif()
 
-# The numbers: contraction would let a compiler fuse a*b+c into one rounding where the machine has the
-# instruction, so the same solve would give other bits on another machine. Never -ffast-math for the same
-# reason. The two flags that are given change no value: the library reads neither errno nor the trap flags.
+# The numbers: contraction would let a compiler fuse a*b+c into one rounding where the machine has the instruction, so
+# the same solve would give other bits on another machine. Never -ffast-math for the same reason. Callers whose own
+# code inlines bodies from the headers link limber::fixed_bits to have the library's bits there too; the library does
+# not force it on them.
+add_library(limber_fixed_bits INTERFACE)
+add_library(limber::fixed_bits ALIAS limber_fixed_bits)
+set_target_properties(limber_fixed_bits PROPERTIES EXPORT_NAME fixed_bits)
+target_compile_options(limber_fixed_bits INTERFACE -ffp-contract=off)
+
+# Two more flags that change no value: the library reads neither errno nor the trap flags.
 add_library(limber_numbers INTERFACE)
 target_compile_options(limber_numbers INTERFACE -ffp-contract=off -fno-math-errno -fno-trapping-math)

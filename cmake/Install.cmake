@@ -69,6 +69,7 @@ function(limber_install_library name component)
 endfunction()
 
 if(LIMBER_INSTALL)
+  install(TARGETS limber_fixed_bits EXPORT limberTargets)
   configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/limberConfig.cmake.in ${PROJECT_BINARY_DIR}/limberConfig.cmake
                                 INSTALL_DESTINATION ${limber_package_folder})
   write_basic_package_version_file(${PROJECT_BINARY_DIR}/limberConfigVersion.cmake COMPATIBILITY SameMajorVersion)

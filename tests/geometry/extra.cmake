@@ -22,6 +22,27 @@ if(NOT LIMBER_SANITIZE)
   endforeach()
 endif()
 
+# Callers who link limber::fixed_bits get the library's bits from the inlined bodies too.
+if(NOT LIMBER_SANITIZE)
+  add_executable(test_geometry_caller_bits geometry/callerBits.cpp)
+  target_link_libraries(test_geometry_caller_bits PRIVATE limber::limber limber_numbers)
+  get_target_property(fixed_bits limber_fixed_bits INTERFACE_COMPILE_OPTIONS)
+  foreach(compiler IN ITEMS gxx clangxx)
+    if(geometry_${compiler})
+      foreach(level IN ITEMS "-O0" "-O3 -march=native")
+        string(REPLACE " " "" suffix "${compiler}${level}")
+        add_test(
+          NAME geometry.caller_bits.${suffix}
+          COMMAND
+            ${CMAKE_COMMAND} -DCOMPILER=${geometry_${compiler}} "-DFLAGS=${level} ${fixed_bits}"
+            -DREFERENCE=$<TARGET_FILE:test_geometry_caller_bits> -DSOURCE_DIR=${PROJECT_SOURCE_DIR}
+            -DLIBRARY=$<TARGET_FILE:limber> -DLIBRARY_DIR=$<TARGET_FILE_DIR:limber>
+            -DPROGRAM=${CMAKE_CURRENT_BINARY_DIR}/callerBits.${suffix} -P ${CMAKE_CURRENT_LIST_DIR}/callerBits.cmake)
+      endforeach()
+    endif()
+  endforeach()
+endif()
+
 # The quaternion as machines without SSE2 compile it.
 target_sources(test_geometry PRIVATE geometry/ScalarQuat.cpp)
 

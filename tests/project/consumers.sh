@@ -30,7 +30,7 @@ use_pkg_config() {
   for module in limber limber_motion; do pkg-config --validate "$module"; done
   mkdir -p "$work/by-pkg-config"
   "$compiler" -std=c++17 "$source/tests/project/consumer/main.cpp" -o "$work/by-pkg-config/consumer" \
-    $(pkg-config --cflags --libs limber) -Wl,-rpath,"$1"
+    $(pkg-config --cflags --libs limber) $(pkg-config --variable=fixed_bits limber) -Wl,-rpath,"$1"
   "$compiler" -std=c++17 "$source/tests/project/consumer/motion.cpp" -o "$work/by-pkg-config/motion_consumer" \
     $(pkg-config --cflags --libs limber_motion) -Wl,-rpath,"$1"
   run_consumers "$work/by-pkg-config"
