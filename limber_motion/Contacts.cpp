@@ -19,7 +19,7 @@ namespace {
 using detail::FootJoint;
 using detail::Tracks;
 
-constexpr double mostSliding = 4.0;  // times the speeds of the options
+constexpr double sliding = 3.0;  // times the speeds and distances of the options, where no foot stands still
 
 /// A run of frames, both ends included.
 struct Run {
@@ -35,13 +35,10 @@ class ContactFinder {
     Contacts found;
     feet_ = detail::findFeet(clip_, skeleton_, tracks_, &found.ground);
     for (const FootJoint& foot : feet_) found.feet.push_back(foot.joint);
-    // Where no foot stands still at all, all of them slide: those are looked for that slide slowly.
-    for (slide_ = 1.0; found.list.empty() && slide_ <= mostSliding; slide_ *= 2.0) {
-      for (const FootJoint& foot : feet_) {
-        for (const Run& run : runs(foot))
-          found.list.push_back({foot.joint, run.first, run.last, Pnt3(), foot.foot});
-      }
-      if (!found.list.empty()) break;
+    findRuns(&found);
+    if (found.list.empty()) {  // no foot stands still: those are looked for that slide slowly
+      slide_ = sliding;
+      findRuns(&found);
     }
     detail::choosePlaces(clip_, tracks_, skeleton_.height(), feet_, found.ground, &found.list);
     found.note = note(found);
@@ -53,32 +50,73 @@ class ContactFinder {
     return static_cast<int>(std::lrint(std::min(seconds / clip_.frameTime, 1e9)));
   }
 
+  void findRuns(Contacts* found) const {
+    for (const FootJoint& foot : feet_) {
+      for (const Run& run : runs(foot))
+        found->list.push_back({foot.joint, run.first, run.last, Pnt3(), foot.foot});
+    }
+  }
+
   /// The frames in which one joint stands.
   std::vector<Run> runs(const FootJoint& foot) const {
-    const double height = skeleton_.height();
-    const auto within = [&](int f, double high, double fast) {
-      return tracks_.at(foot.joint, f).y < foot.low + high * height &&
-             tracks_.speed(foot.joint, f) < slide_ * fast * height;
-    };
-    std::vector<Run> found;
+    std::vector<Run> certain;
     for (int f = tracks_.first(); f < clip_.frames; f++) {
-      if (!within(f, options_.low, options_.slow)) continue;
-      const int behind = found.empty() ? tracks_.first() : found.back().last + 1;
-      Run run = {f, f};
-      const auto lasts = [&](int g) { return within(g, options_.notHigh, options_.notFast); };
-      while (run.first > behind && lasts(run.first - 1)) run.first--;
-      while (run.last + 1 < clip_.frames && lasts(run.last + 1)) run.last++;
-      if (!found.empty() && run.first - found.back().last - 1 <= frames(options_.longestGap)) {
+      if (!within(foot, f, options_.low, options_.slow)) continue;
+      if (!certain.empty() && f - certain.back().last - 1 <= frames(options_.longestGap)) {
+        certain.back().last = f;
+      } else {
+        certain.push_back({f, f});
+      }
+    }
+    std::vector<Run> found;
+    for (const Run& run : certain) {
+      if (run.last - run.first + 1 < std::max(2, frames(options_.shortest))) continue;
+      if (!found.empty() && isOne(foot, found.back(), run)) {
         found.back().last = run.last;
       } else {
         found.push_back(run);
       }
-      f = run.last;
     }
-    const int least = std::max(2, frames(options_.shortest));
-    const auto tooShort = [&](const Run& run) { return run.last - run.first + 1 < least; };
-    found.erase(std::remove_if(found.begin(), found.end(), tooShort), found.end());
+    for (std::size_t i = 0; i < found.size(); i++) {
+      const int begin = i == 0 ? tracks_.first() : found[i - 1].last + 1;
+      const int end = i + 1 == found.size() ? clip_.frames : found[i + 1].first;
+      extend(foot, begin, end, &found[i]);
+    }
     return found;
+  }
+
+  bool within(const FootJoint& foot, int f, double high, double fast) const {
+    const double height = skeleton_.height();
+    return tracks_.at(foot.joint, f).y < foot.low + high * height &&
+           tracks_.speed(foot.joint, f) < slide_ * fast * height;
+  }
+  bool lasts(const FootJoint& foot, int f) const {
+    return within(foot, f, options_.notHigh, options_.notFast);
+  }
+  Pnt3 placeOf(const FootJoint& foot, const Run& run) const {
+    return detail::stillestPlace(tracks_, skeleton_.height(), foot.joint, run.first, run.last);
+  }
+
+  /// Whether two runs are one contact: the joint soon stands again and stays where it was in between.
+  bool isOne(const FootJoint& foot, const Run& a, const Run& b) const {
+    if (b.first - a.last - 1 > frames(options_.soon)) return false;
+    const Pnt3 place = placeOf(foot, a);
+    for (int f = a.last + 1; f <= b.first; f++) {
+      if ((tracks_.at(foot.joint, f) - place).length() > slide_ * options_.near * skeleton_.height())
+        return false;
+    }
+    return true;
+  }
+
+  /// Takes in the frames on both sides, from `begin` to before `end`, in which the contact lasts.
+  void extend(const FootJoint& foot, int begin, int end, Run* run) const {
+    const Pnt3 place = placeOf(foot, *run);
+    const double stray = slide_ * options_.stray * skeleton_.height();
+    const auto belongs = [&](int f) {
+      return lasts(foot, f) && (tracks_.at(foot.joint, f) - place).length() <= stray;
+    };
+    while (run->first > begin && belongs(run->first - 1)) run->first--;
+    while (run->last + 1 < end && belongs(run->last + 1)) run->last++;
   }
 
   std::string note(const Contacts& found) const {
@@ -101,7 +139,7 @@ class ContactFinder {
     }
     if (slide_ > 1.0) {
       return "the feet never stand still: they are taken to stand where they slide slower than " +
-             detail::shortest(slide_ * options_.slow) + " heights a second";
+             detail::fixed(slide_ * options_.slow, 2) + " heights a second";
     }
     return "";
   }
@@ -111,7 +149,7 @@ class ContactFinder {
   const Skeleton skeleton_;
   const Tracks tracks_;
   std::vector<FootJoint> feet_;
-  double slide_ = 1.0;  // times the speeds of the options
+  double slide_ = 1.0;  // times the speeds and distances of the options
 };
 
 }  // namespace

@@ -13,14 +13,17 @@
 
 namespace limber::motion {
 
-/// What counts as standing. Heights are parts of the body's height (Skeleton::height), speeds parts of it a
-/// second, times seconds. A contact begins where a joint is lower and slower than the first pair, and lasts
-/// while it is lower and slower than the second (hysteresis), so that a trembling foot makes one contact.
+/// What counts as standing. Heights and distances are parts of the body's height (Skeleton::height), speeds
+/// parts of it a second, times seconds. A joint stands for certain where it is low and slow for long enough,
+/// short gaps closed; two such times are one contact when the joint stays near in between; and a contact
+/// lasts on both sides while the joint is not high, not fast and does not stray from its place (hysteresis).
 struct ContactOptions {
-  double low = 0.05, slow = 0.1;           ///< a contact begins
-  double notHigh = 0.055, notFast = 0.12;  ///< it lasts
-  double shortest = 0.1;                   ///< shorter contacts are dropped
-  double longestGap = 0.07;                ///< gaps up to this are closed
+  double low = 0.05, slow = 0.1;           ///< stands for certain
+  double shortest = 0.1;                   ///< for at least so long
+  double longestGap = 0.05;                ///< with gaps up to this
+  double soon = 0.2, near = 0.03;          ///< stands again in so short a time, no further away in between
+  double notHigh = 0.055, notFast = 0.12;  ///< the contact lasts
+  double stray = 0.008;                    ///< while it is no further from its place
 };
 
 /// A joint or end site that stands in the frames first..last, both included. `place` is where it shall stand:

@@ -11,7 +11,6 @@
 #include "limber_motion/Edit.h"
 #include "limber_motion/Error.h"
 #include "limber_motion/Holds.h"
-#include "limber_motion/Jacobian.h"
 #include "limber_motion/Quality.h"
 #include "limber_motion/Report.h"
 #include "limber_motion/Script.h"

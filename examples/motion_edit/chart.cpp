@@ -66,27 +66,27 @@ void Chart::label(double atX, double atY, const std::string& text, double size) 
 }
 
 void Chart::drawAxes(const std::string& title, const std::string& xLabel, const std::string& yLabel,
-                     bool powers) {
+                     Powers powers) {
   const double unitX = (x1_ - x0_) / width_, unitY = (y1_ - y0_) / height_;  // the length of a page point
   writer_.reset();
   writer_.strokeGray(0.5);
   writer_.setWidth(0.5);
   writer_.strokeBox();
-  const auto step = [&](double range) { return powers ? std::ceil(range / 8.0) : roundStep(range); };
-  const auto number = [&](double at) { return powers ? "1e" + plain(at) : plain(at); };
-  const double stepX = step(x1_ - x0_), stepY = step(y1_ - y0_);
+  const bool exponents = powers == Powers::Up;
+  const double stepX = roundStep(x1_ - x0_),
+               stepY = exponents ? std::ceil((y1_ - y0_) / 8.0) : roundStep(y1_ - y0_);
   for (const double at : roundNumbers(x0_, x1_, stepX)) {
     writer_.strokeGray(0.5);
     writer_.setWidth(0.5);
     line(at, y0_, at, y0_ - 3 * unitY);
-    const std::string text = number(at);
+    const std::string text = plain(at);
     label(at - 2 * static_cast<double>(text.size()) * unitX, y0_ - 12 * unitY, text, 8);
   }
   for (const double at : roundNumbers(y0_, y1_, stepY)) {
     writer_.strokeGray(0.5);
     writer_.setWidth(0.5);
     line(x0_, at, x0_ - 3 * unitX, at);
-    const std::string text = number(at);
+    const std::string text = (exponents ? "1e" : "") + plain(at);
     label(x0_ - (7 + 4.3 * static_cast<double>(text.size())) * unitX, at - 3 * unitY, text, 8);
   }
   label(x0_, y1_ + 8 * unitY, title, 11);

@@ -1,87 +1,171 @@
-// Edits a motion clip: joints are put where a script says, by the smallest smooth change of the joint angles.
+// Edits a motion clip: joints are put where a script says, or feet held where they stand, by the smallest
+// smooth change of the joint angles.
 
-#include <chrono>
 #include <cstdio>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
 
-#include "drawing.h"
 #include "failure.h"
-#include "foot_plants.h"
 #include "input_error.h"
 #include "options.h"
 #include "output_file.h"
+#include "pictures.h"
+#include "progress.h"
 
 namespace {
 
+using namespace limber::motion;
+
+enum Status { Met = 0, BadInput = 1, NotMet = 2 };  // and exitNoMemory
+
 constexpr double degrees = 180.0 / 3.14159265358979323846;
 
-void printStep(const EditStep& step) {
-  std::printf("  step %2d: largest miss %10.5f -> %10.5f cm", step.number, step.before, step.after);
-  if (step.scale < 1.0) std::printf("  (%g of the step)", step.scale);
-  std::printf("  %d iterations%s  %.3f s\n", step.iterations < 0 ? -step.iterations : step.iterations,
-              step.iterations < 0 ? " (gave up)" : "", step.seconds);
+/// The files of one run, which appear all together or not at all.
+class Outputs {
+ public:
+  void add(const std::string& path, const std::string& text) {
+    files_.push_back(std::make_unique<OutputFile>(path));
+    std::fwrite(text.data(), 1, text.size(), files_.back()->stream());
+  }
+
+  void finish() {
+    for (const auto& file : files_) file->complete();
+    for (const auto& file : files_) file->finish();
+    std::string names;
+    for (std::size_t i = 0; i < files_.size(); i++) {
+      names += (i == 0 ? "" : i + 1 == files_.size() ? " and " : ", ") + files_[i]->path();
+    }
+    std::printf("wrote %s\n", names.c_str());
+  }
+
+ private:
+  std::vector<std::unique_ptr<OutputFile>> files_;
+};
+
+void requireOtherNames(const Options& options) {
+  std::vector<std::string> outputs = {options.output + ".bvh", options.plantScript, options.report};
+  if (options.pictures) {
+    for (const char* end : {".ai", "-speed.ai", "-convergence.ai"}) outputs.push_back(options.output + end);
+  }
+  for (std::size_t i = 0; i < outputs.size(); i++) {
+    for (const std::string& input : {options.clip, options.script}) {
+      if (!input.empty() && !outputs[i].empty() && sameFile(outputs[i], input)) {
+        throw InputError("motion_edit: " + outputs[i] + " is read, and must not be written over");
+      }
+    }
+    for (std::size_t j = 0; j < i; j++) {
+      if (!outputs[i].empty() && !outputs[j].empty() && sameFile(outputs[i], outputs[j])) {
+        throw InputError("motion_edit: " + outputs[i] + " would be written twice");
+      }
+    }
+  }
 }
 
-std::vector<ConvergenceCurve> compare(const Clip& clip, const std::vector<Constraint>& constraints,
-                                      const Options& options) {
-  struct {
-    const char* name;
-    EditOptions::Preconditioning kind;
-  } const all[] = {
-      {"none", EditOptions::None}, {"jacobi", EditOptions::Jacobi}, {"banded", EditOptions::Banded}};
-  std::vector<ConvergenceCurve> curves;
-  for (const auto& one : all) {
-    if (!options.compare && one.kind != options.edit.preconditioning) continue;
-    const auto begun = std::chrono::steady_clock::now();
-    ConvergenceCurve curve{one.name, 0.0, convergence(clip, constraints, options.edit, one.kind)};
-    curve.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
-    curves.push_back(curve);
+void describe(const Options& options, const Clip& clip, double height) {
+  std::printf("%s: %zu joints and end sites, %d channels, %d frames, %.4g a second, body height %.5g\n",
+              options.clip.c_str(), clip.joints.size(), clip.channels, clip.frames, 1.0 / clip.frameTime,
+              height);
+  for (const std::string& note : clip.notes) std::printf("note: %s\n", note.c_str());
+  for (const GimbalLock& lock : findGimbalLock(clip)) {
+    std::printf("note: %s is near gimbal lock in %d frames, nearest in frame %d (%.1f degrees away)\n",
+                clip.joints[static_cast<std::size_t>(lock.joint)].name.c_str(), lock.frames, lock.worst + 1,
+                lock.distance * degrees);
   }
-  return curves;
+}
+
+int listPlants(const Clip& clip, const Contacts& contacts, double height) {
+  std::printf("%-24s %13s %15s   %-36s %s\n", "joint", "frames", "seconds", "place (clip's unit)",
+              "above ground (heights)");
+  for (const Contact& c : contacts.list) {
+    std::printf("%-24s %6d-%-6d %7.3f-%-7.3f   %11.5g %11.5g %11.5g   %.4f\n",
+                clip.joints[static_cast<std::size_t>(c.joint)].name.c_str(), c.first + 1, c.last + 1,
+                c.first * clip.frameTime, (c.last + 1) * clip.frameTime, c.place.x, c.place.y, c.place.z,
+                (c.place.y - contacts.ground) / height);
+  }
+  return contacts.list.empty() ? BadInput : Met;
+}
+
+/// What is held: the script's wishes and, without a script or with its line "plants", the contacts beside
+/// them.
+struct Wishes {
+  Contacts plants;
+  std::vector<Constraint> targets;
+
+  std::vector<Constraint> all() const {
+    std::vector<Constraint> both = constraintsOf(plants);
+    both.insert(both.end(), targets.begin(), targets.end());
+    sortByFrame(&both);
+    return both;
+  }
+};
+
+Wishes wishesOf(const Options& options, const Clip& clip, const Contacts& found) {
+  Wishes wishes;
+  bool plants = true;
+  if (!options.script.empty()) {
+    const Script script = readScript(options.script, options.path(), clip);
+    wishes.targets = script.constraints;
+    plants = script.plants;
+    if (wishes.targets.empty() && !plants)
+      throw InputError(options.script + ": no constraints in the script");
+  }
+  if (plants) wishes.plants = contactsBeside(found, wishes.targets);
+  return wishes;
 }
 
 int edit(const Options& options) {
-  OutputFile motion(options.output + ".bvh"), drawing(options.output + ".ai"),
-      curves(options.output + "-convergence.ai");
-  const char* const path = options.searchPath.empty() ? nullptr : options.searchPath.c_str();
-  Clip clip = limber::motion::readClip(options.clip, path);
-  for (const std::string& note : clip.notes) std::printf("note: %s\n", note.c_str());
+  requireOtherNames(options);
+  Clip clip = readClip(options.clip, options.path());
   const Clip before = clip;
-  const Skeleton skeleton(before);
-  std::printf("%s: %zu joints and end sites, %d channels, %d frames, height %.1f cm\n", options.clip.c_str(),
-              clip.joints.size(), clip.channels, clip.frames, skeleton.height());
+  const double height = Skeleton(clip).height();
+  describe(options, clip, height);
+  const Contacts found = findContacts(clip);
+  if (!found.note.empty()) std::printf("note: %s\n", found.note.c_str());
+  if (!options.plantScript.empty()) writeScript(found, clip, options.plantScript);
+  if (options.listPlants) return listPlants(clip, found, height);
 
-  std::vector<Constraint> constraints =
-      options.constraints.empty()
-          ? findFootPlants(before, skeleton, options.shortestPlant, options.edit.knotSpacing)
-          : limber::motion::readScript(options.constraints, path, before).constraints;
-  if (constraints.empty()) {
-    throw InputError(options.constraints.empty()
-                         ? options.clip + ": no foot plants found, and no script given"
-                         : options.constraints + ": no constraints in the script");
+  const Wishes wishes = wishesOf(options, clip, found);
+  const std::vector<Constraint> all = wishes.all();
+  std::printf("%zu contacts of %zu joints, %zu targets in %zu frames of joints\n", wishes.plants.list.size(),
+              found.feet.size(), wishes.targets.size(), all.size());
+  Progress progress;
+  EditOptions how = options.edit;
+  how.observer = [&](const EditStep& step) { return progress.goesOn(step); };
+  Report report;
+  if (all.empty()) {
+    report.reasons.push_back(found.note);
+  } else {
+    Edit edit(clip, how);
+    if (!wishes.plants.list.empty()) edit.plant(wishes.plants);
+    edit.add(wishes.targets);
+    report = edit.solve();
   }
-  limber::motion::sortByFrame(&constraints);
-  std::printf("%zu position constraints\n", constraints.size());
+  if (QuietAllocations::failed()) throw std::bad_alloc();
+  if (!all.empty()) std::fputs(textOf(report).c_str(), stdout);
 
-  const EditResult result = editMotion(&clip, constraints, options.edit, printStep);
-  std::printf("largest constraint error: %.5f cm before, %.5f cm after (goal %.5f cm)\n", result.missBefore,
-              result.missAfter, result.goal);
-  std::printf("largest joint change: %.2f degrees (%s); largest second difference %.3f degrees a frame^2\n",
-              result.largestChange * degrees, result.largestChangeOf.c_str(), result.largestBend * degrees);
-  std::printf("%d steps, %d iterations, %.3f s\n", result.steps, result.iterations, result.seconds);
-
-  std::fputs(limber::motion::textOf(clip).c_str(), motion.stream());
-  drawEdit(before, clip, constraints, options.figures, drawing.stream());
-  drawConvergence(compare(before, constraints, options), curves.stream());
-  for (OutputFile* file : {&motion, &drawing, &curves}) file->complete();
-  for (OutputFile* file : {&motion, &drawing, &curves}) file->finish();
-  std::printf("wrote %s, %s and %s\n", motion.path().c_str(), drawing.path().c_str(), curves.path().c_str());
-  if (!result.met) {
-    std::fprintf(stderr,
-                 "motion_edit: the goal was not met: a joint is still %.5f cm from where it shall be\n",
-                 result.missAfter);
-    return 1;
+  Outputs outputs;
+  outputs.add(options.output + ".bvh", textOf(clip));
+  if (options.pictures) {
+    const Scene scene(before, clip, found, all);
+    outputs.add(options.output + ".ai", drawMotion(scene, options.figures));
+    outputs.add(options.output + "-speed.ai", drawSpeeds(scene));
+    outputs.add(options.output + "-convergence.ai", drawConvergence(report));
   }
-  return 0;
+  if (!options.report.empty()) outputs.add(options.report, jsonOf(report));
+  outputs.finish();
+  if (progress.stopped())
+    std::fprintf(stderr, "motion_edit: stopped by Ctrl-C; the best motion so far was written\n");
+  if (report.met) return Met;
+  for (const std::string& reason : report.reasons) std::fprintf(stderr, "motion_edit: %s\n", reason.c_str());
+  if (report.reasons.empty()) {
+    std::fprintf(
+        stderr,
+        "motion_edit: the goal was not met: %s is still %.2g heights from where it shall be in frame %d\n",
+        report.missJoint.c_str(), report.missAfter, report.missFrame);
+  }
+  return all.empty() ? BadInput : NotMet;
 }
 
 }  // namespace

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 namespace limber::motion::detail {
 
 namespace {
 
-constexpr double still = 0.02;    // heights a second: slower frames count alike
+constexpr double still = 0.05;    // heights a second: slower frames count alike
 constexpr double level = 0.01;    // heights: contacts of a joint that differ by less are on the same ground
 constexpr double upright = 1e-3;  // how readily a place leaves its height, compared with its other directions
 constexpr int mostSweeps = 20000;
@@ -22,18 +23,6 @@ struct Bone {
   double length;
 };
 
-Pnt3 stillestPlace(const Tracks& tracks, double height, const Contact& contact) {
-  Pnt3 sum;
-  double weights = 0.0;
-  for (int f = contact.first; f <= contact.last; f++) {
-    const double speed = tracks.speed(contact.joint, f) / height;
-    const double weight = 1.0 / (speed * speed + still * still);
-    sum += tracks.at(contact.joint, f) * weight;
-    weights += weight;
-  }
-  return sum * (1.0 / weights);
-}
-
 /// The height at which most frames of these contacts stand: the median over frames.
 double usualHeight(const std::vector<Contact*>& contacts) {
   std::vector<Contact*> sorted = contacts;
@@ -47,11 +36,30 @@ double usualHeight(const std::vector<Contact*>& contacts) {
   return 0.0;
 }
 
-void putOnTheGround(double height, double ground, const std::vector<Contact*>& ofOneJoint) {
-  const double usual = usualHeight(ofOneJoint);
-  for (Contact* contact : ofOneJoint) {
-    if (std::fabs(contact->place.y - usual) <= level * height) contact->place.y = usual;
-    contact->place.y = std::max(contact->place.y, ground);
+/// How far a contact stands below the height that its joint usually stands at; 0 where that is another level.
+double sunk(double height, double usual, const Contact& contact) {
+  const double depth = usual - contact.place.y;
+  return std::fabs(depth) <= level * height ? depth : 0.0;
+}
+
+/// A foot is lifted or lowered as a whole, all joints that stand at overlapping times by the same, so that it
+/// keeps its tilt; then nothing stays below the ground.
+void putOnTheGround(double height, double ground, const std::map<int, double>& usual,
+                    std::vector<Contact>* contacts) {
+  std::vector<double> lifts;
+  for (const Contact& a : *contacts) {
+    double sum = 0.0, frames = 0.0;
+    for (const Contact& b : *contacts) {
+      const int shared = std::min(a.last, b.last) - std::max(a.first, b.first) + 1;
+      if (a.foot != b.foot || shared <= 0) continue;
+      sum += shared * sunk(height, usual.at(b.joint), b);
+      frames += shared;
+    }
+    lifts.push_back(sum / frames);
+  }
+  for (std::size_t i = 0; i < contacts->size(); i++) {
+    Contact& contact = (*contacts)[i];
+    contact.place.y = std::max(contact.place.y + lifts[i], ground);
   }
 }
 
@@ -110,17 +118,31 @@ double stretch(const Bone& bone) {
 
 }  // namespace
 
+Pnt3 stillestPlace(const Tracks& tracks, double height, int joint, int first, int last) {
+  Pnt3 sum;
+  double weights = 0.0;
+  for (int f = first; f <= last; f++) {
+    const double speed = tracks.speed(joint, f) / height;
+    const double weight = 1.0 / (speed * speed + still * still);
+    sum += tracks.at(joint, f) * weight;
+    weights += weight;
+  }
+  return sum * (1.0 / weights);
+}
+
 void choosePlaces(const Clip& clip, const Tracks& tracks, double height, const std::vector<FootJoint>& feet,
                   double ground, std::vector<Contact>* contacts) {
+  std::map<int, double> usual;
   for (const FootJoint& foot : feet) {
     std::vector<Contact*> own;
     for (Contact& contact : *contacts) {
       if (contact.joint != foot.joint) continue;
-      contact.place = stillestPlace(tracks, height, contact);
+      contact.place = stillestPlace(tracks, height, contact.joint, contact.first, contact.last);
       own.push_back(&contact);
     }
-    putOnTheGround(height, ground, own);
+    usual[foot.joint] = usualHeight(own);
   }
+  putOnTheGround(height, ground, usual, contacts);
   const std::vector<Bone> bones = bonesBetween(clip, tracks, height, contacts);
   double off = bones.empty() ? 0.0 : height;
   for (int sweep = 0; sweep < mostSweeps && off > 1e-10 * height; sweep++) {

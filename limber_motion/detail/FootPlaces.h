@@ -8,6 +8,9 @@
 
 namespace limber::motion::detail {
 
+/// The mean of a joint's places in the frames first..last, each weighted by how still it is.
+Pnt3 stillestPlace(const Tracks& tracks, double height, int joint, int first, int last);
+
 /// Chooses the place of each contact: the mean of the joint's places in its frames, each weighted by how
 /// still it is, on the height that the joint stands at elsewhere, moved until contacts of one foot that
 /// overlap in time are as far apart as the bones between them are long.

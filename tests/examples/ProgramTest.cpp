@@ -9,7 +9,7 @@
 #include <set>
 #include <sstream>
 
-#include "names.h"
+#include "limber_motion/motion.h"
 #include "tests/motion/SmallClip.h"
 #include "tests/support/Program.h"
 #include "tests/support/TemporaryFile.h"
@@ -17,7 +17,7 @@
 
 namespace {
 
-using limber::motion::readClip;
+using namespace limber::motion;
 
 const std::string data = sourceFile("examples/data");
 
@@ -67,57 +67,99 @@ class MotionEditProgram : public ::testing::Test {
 bool says(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 TEST_F(MotionEditProgram, MeetsTheScriptOfTheDemo) {
-  const ProgramRun result = run({"-p", data, "-o", "out", "walk.bvh", "walk_constraints.txt"});
+  const ProgramRun result =
+      run({"-p", data, "-o", "out", "--report", "out.json", "walk.bvh", "walk_constraints.txt"});
   EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.err, "") << "no progress line into a pipe";
   EXPECT_TRUE(
-      says(result.out, "walk.bvh: 25 joints and end sites, 63 channels, 120 frames, height 168.0 cm\n"))
+      says(result.out,
+           "walk.bvh: 25 joints and end sites, 63 channels, 120 frames, 30 a second, body height 168\n"))
       << result.out;
-  EXPECT_TRUE(says(result.out, "\n279 position constraints\n"));
-  EXPECT_TRUE(says(result.out, "  step  1: largest miss "));
-  EXPECT_TRUE(says(result.out, " iterations "));
-  EXPECT_TRUE(says(result.out, "largest constraint error: "));
-  EXPECT_TRUE(says(result.out, "largest joint change: "));
-  EXPECT_TRUE(says(result.out, "wrote out.bvh, out.ai and out-convergence.ai\n"));
-  EXPECT_EQ(files(), (std::set<std::string>{"out.bvh", "out.ai", "out-convergence.ai"}));
-  const Clip edited = readClip((directory / "out.bvh").c_str(), nullptr);
-  EXPECT_EQ(edited.frames, 120);
-  for (const char* name : {"out.ai", "out-convergence.ai"}) {
-    const std::string drawing = readFile(directory / name);
-    EXPECT_EQ(drawing.compare(0, 11, "%!PS-Adobe-"), 0) << name;
-    EXPECT_TRUE(says(drawing, "\n%%EOF\n")) << name;
-    EXPECT_FALSE(says(drawing, "nan") || says(drawing, "inf")) << name;
-    EXPECT_GT(strokesOnThePage(drawing), 1000) << name;
+  EXPECT_TRUE(says(result.out, "\n0 contacts of 6 joints, 279 targets in 279 frames of joints\n"))
+      << result.out;
+  EXPECT_TRUE(says(result.out, "wrote out.bvh, out.ai, out-speed.ai, out-convergence.ai and out.json\n"))
+      << result.out;
+  EXPECT_FALSE(says(result.out, " cm"));
+  EXPECT_EQ(files(),
+            (std::set<std::string>{"out.bvh", "out.ai", "out-speed.ai", "out-convergence.ai", "out.json"}));
+  EXPECT_TRUE(says(readFile(directory / "out.json"), "\"met\": true"));
+
+  const Clip edited = readClip(directory / "out.bvh");
+  const std::vector<Constraint> wishes =
+      readScript(data + "/walk_constraints.txt", nullptr, readClip(data + "/walk.bvh")).constraints;
+  const Skeleton skeleton(edited);
+  ASSERT_EQ(wishes.size(), 279u);
+  for (const Constraint& wish : wishes) {
+    EXPECT_LT((skeleton.position(wish.joint, edited.frame(wish.frame)) - wish.target).length(),
+              1e-4 * skeleton.height());
   }
-  const std::string curves = readFile(directory / "out-convergence.ai");
-  for (const char* name : {"none: ", "jacobi: ", "banded: "}) EXPECT_TRUE(says(curves, name)) << name;
 }
 
-TEST_F(MotionEditProgram, MeetsItWithEveryPreconditioner) {
-  directory.write("few.txt", "20-22 LeftHand 34 128 100\n60-62 LeftHand 34 128 216\nhold 90-100 Head\n");
-  Clip edited[3];
-  int i = 0;
-  for (const char* kind : {"none", "jacobi", "banded"}) {
-    const ProgramRun result =
-        run({"--precond", kind, "--no-compare", "-o", kind, data + "/walk.bvh", "few.txt"});
-    EXPECT_EQ(result.status, 0) << kind << result.err;
-    const std::string curves = readFile(directory / (std::string(kind) + "-convergence.ai"));
-    EXPECT_TRUE(says(curves, std::string(kind) + ": "));
-    EXPECT_EQ(says(curves, "jacobi: "), std::string(kind) == "jacobi");
-    edited[i++] = readClip((directory / (std::string(kind) + ".bvh")).c_str(), nullptr);
-  }
-  // On the same way: each step's solve stops at 1e-8 of its residual.
-  for (int k : {0, 1}) {
-    EXPECT_TRUE(tolerance::close(edited[k].values.data(), edited[2].values.data(),
-                                 static_cast<int>(edited[2].values.size()), 5e-3));
+TEST_F(MotionEditProgram, DrawsFiguresPathsSpeedsAndConvergence) {
+  EXPECT_EQ(run({"-p", data, "-o", "out", "walk.bvh", "walk_constraints.txt"}).status, 0);
+  const struct {
+    const char* name;
+    int strokes;
+    std::set<std::string> texts;
+  } drawings[] = {
+      {"out.ai", 1500, {"left side blue, right side orange", "Paths of hands and ankles", "from above"}},
+      {"out-speed.ai", 200, {"Horizontal speed", "before: mean 0.1", "after: mean "}},
+      {"out-convergence.ai", 5, {"Convergence", "goal", "1e-4"}}};
+  for (const auto& one : drawings) {
+    const std::string drawing = readFile(directory / one.name);
+    EXPECT_EQ(drawing.compare(0, 11, "%!PS-Adobe-"), 0) << one.name;
+    EXPECT_TRUE(says(drawing, "\n%%EOF\n")) << one.name;
+    EXPECT_FALSE(says(drawing, "nan") || says(drawing, "inf")) << one.name;
+    EXPECT_GT(strokesOnThePage(drawing), one.strokes) << one.name;
+    for (const std::string& text : one.texts) EXPECT_TRUE(says(drawing, text)) << one.name << " " << text;
   }
 }
 
 TEST_F(MotionEditProgram, HoldsTheFeetWithoutAScript) {
-  const ProgramRun result = run({data + "/walk.bvh"});
+  const ProgramRun result = run({"--no-pictures", data + "/walk.bvh"});
   EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_TRUE(says(result.out, " position constraints\n")) << result.out;
-  EXPECT_EQ(files(), (std::set<std::string>{"edited.bvh", "edited.ai", "edited-convergence.ai"}));
+  EXPECT_TRUE(says(result.out, " contacts of 6 joints, 0 targets in ")) << result.out;
+  EXPECT_TRUE(says(result.out, "note: the feet never stand still")) << result.out;
+  EXPECT_EQ(files(), (std::set<std::string>{"edited.bvh"}));
+}
+
+TEST_F(MotionEditProgram, ListsWhereTheFeetStandAndEditsNothing) {
+  const ProgramRun result = run({"--list-plants", data + "/walk.bvh"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(says(result.out, "\nLeftToeBase.End ")) << result.out;
+  EXPECT_TRUE(files().empty());
+}
+
+TEST_F(MotionEditProgram, WritesWhereTheFeetStandAsAScriptThatDoesTheSame) {
+  ASSERT_EQ(
+      run({"--no-pictures", "--write-constraints", "plants.txt", "-o", "found", data + "/walk.bvh"}).status,
+      0);
+  const ProgramRun result = run({"--no-pictures", "-o", "scripted", data + "/walk.bvh", "plants.txt"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  const Clip found = readClip(directory / "found.bvh"), scripted = readClip(directory / "scripted.bvh");
+  EXPECT_TRUE(tolerance::close(found.values.data(), scripted.values.data(),
+                               static_cast<int>(found.values.size()), 1e-3));
+}
+
+TEST_F(MotionEditProgram, HoldsThePlantsBesideTheScriptOnRequest) {
+  directory.write("reach.txt", "plants\n60-62 LeftHand 34 128 216 ease 1\n");
+  const ProgramRun result = run({"--no-pictures", data + "/walk.bvh", "reach.txt"});
+  EXPECT_TRUE(says(result.out, " 3 targets in ")) << result.out;
+  EXPECT_FALSE(says(result.out, "\n0 contacts")) << result.out;
+}
+
+TEST_F(MotionEditProgram, NeverWritesOverWhatItReads) {
+  directory.write("walk.bvh", readFile(data + "/walk.bvh"));
+  directory.write("wishes.txt", "60 LeftHand 34 128 216\n");
+  ASSERT_EQ(symlink("walk.bvh", (directory / "link.bvh").c_str()), 0);
+  expectRefused({"-o", "walk", "walk.bvh"}, "motion_edit: walk.bvh is read, and must not be written over");
+  expectRefused({"-o", "./walk", "walk.bvh"},
+                "motion_edit: ./walk.bvh is read, and must not be written over");
+  expectRefused({"-o", "walk", "link.bvh"}, "motion_edit: walk.bvh is read, and must not be written over");
+  expectRefused({"--report", "wishes.txt", "walk.bvh", "wishes.txt"},
+                "motion_edit: wishes.txt is read, and must not be written over");
+  expectRefused({"--report", "x", "--write-constraints", "x", "walk.bvh"},
+                "motion_edit: x would be written twice");
 }
 
 TEST_F(MotionEditProgram, FindsACompressedClipAlongASearchPath) {
@@ -126,7 +168,8 @@ TEST_F(MotionEditProgram, FindsACompressedClipAlongASearchPath) {
   const ProgramRun result =
       run({"-p", "none;clips:" + data, "-o", "out", "walk.bvh.gz", "walk_constraints.txt"});
   EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(files(), (std::set<std::string>{"clips", "out.bvh", "out.ai", "out-convergence.ai"}));
+  EXPECT_EQ(files(),
+            (std::set<std::string>{"clips", "out.bvh", "out.ai", "out-speed.ai", "out-convergence.ai"}));
 }
 
 TEST_F(MotionEditProgram, DrawsPerformersWhoStayWhereTheyAre) {
@@ -144,11 +187,19 @@ TEST_F(MotionEditProgram, DrawsPerformersWhoStayWhereTheyAre) {
 }
 
 TEST_F(MotionEditProgram, SaysSoWhenTheGoalIsNotMet) {
-  directory.write("far.txt", "60 LeftHand 0 90 900\n");
-  const ProgramRun result = run({"--steps", "3", "-o", "out", data + "/walk.bvh", "far.txt"});
+  directory.write("much.txt", "plants\n60 LeftHand 34 128 216\n");
+  const ProgramRun result = run({"--steps", "1", "-o", "out", data + "/walk.bvh", "much.txt"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_TRUE(says(result.err, "motion_edit: ")) << result.err;
+  EXPECT_EQ(files().size(), 5u) << "what was reached is written all the same";
+}
+
+TEST_F(MotionEditProgram, WritesTheClipAsItIsWhereNoFeetAreFound) {
+  directory.write("small.bvh", smallClip);
+  const ProgramRun result = run({"small.bvh"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_TRUE(says(result.err, "motion_edit: the goal was not met: a joint is still ")) << result.err;
-  EXPECT_EQ(files().size(), 4u) << "what was reached is written all the same";
+  EXPECT_TRUE(says(result.err, "motion_edit: no feet found: ")) << result.err;
+  EXPECT_EQ(readFile(directory / "edited.bvh"), smallClip);
 }
 
 TEST_F(MotionEditProgram, RefusesWhatItCannotUse) {
@@ -164,7 +215,6 @@ TEST_F(MotionEditProgram, RefusesWhatItCannotUse) {
   expectRefused({"none.bvh"}, "none.bvh: cannot be opened");
   expectRefused({"-p", "a;b", "none.bvh"}, "none.bvh: not found along a;b");
   expectRefused({"bad.bvh"}, "bad.bvh:19: expected a number, found 'nan'");
-  expectRefused({"small.bvh"}, "small.bvh: no foot plants found, and no script given");
   expectRefused({"small.bvh", "empty.txt"}, "empty.txt: no constraints in the script");
   expectRefused({"small.bvh", "bad.txt"}, "bad.txt:1: expected a coordinate, found the end of the line");
   expectRefused({"small.bvh", "none.txt"}, "none.txt: cannot be opened");
@@ -173,10 +223,12 @@ TEST_F(MotionEditProgram, RefusesWhatItCannotUse) {
                 "motion_edit: one clip and one script at most, found also 'more'");
   expectRefused({"--fast", "small.bvh"}, "motion_edit: unknown option '--fast'; --help shows all");
   expectRefused({"small.bvh", "-o"}, "motion_edit: -o needs a value");
-  expectRefused({"--precond", "best"}, "motion_edit: --precond takes none, jacobi or banded, found 'best'");
-  expectRefused({"--knots", "0"}, "motion_edit: --knots needs a whole number from 1, found '0'");
+  expectRefused({"--knots", "-1"}, "motion_edit: --knots needs a number from 0, found '-1'");
+  expectRefused({"--steps", "0"}, "motion_edit: --steps needs a whole number from 1, found '0'");
+  expectRefused({"--stiff", "Hips"},
+                "motion_edit: --stiff needs a joint and a number above 0 as in Hips=4, found 'Hips'");
   expectRefused({"--goal", "nan"}, "motion_edit: --goal needs a number above 0, found 'nan'");
-  expectRefused({"--damping", "-1"}, "motion_edit: --damping needs a number above 0, found '-1'");
+  expectRefused({"--smooth", "-1"}, "motion_edit: --smooth needs a number above 0, found '-1'");
 }
 
 TEST_F(MotionEditProgram, LeavesEarlierResultsWhenItFails) {
@@ -194,7 +246,7 @@ TEST_F(MotionEditProgram, SaysWhereItCannotWrite) {
 
 TEST_F(MotionEditProgram, LeavesNothingHalfWrittenOnAFullDisk) {
   if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full";
-  for (const std::string full : {"out.bvh", "out.ai", "out-convergence.ai"}) {
+  for (const std::string full : {"out.bvh", "out.ai", "out-speed.ai", "out-convergence.ai"}) {
     ASSERT_EQ(symlink("/dev/full", (directory / (full + ".part")).c_str()), 0);
     const ProgramRun result = run({"-o", "out", data + "/walk.bvh", data + "/walk_constraints.txt"});
     EXPECT_EQ(result.status, 1);
@@ -207,10 +259,12 @@ TEST_F(MotionEditProgram, HelpsWithStatusZero) {
   const ProgramRun result = run({"--help"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.out.compare(0, 19, "usage: motion_edit "), 0);
-  for (const char* option : {"-o ", "-p ", "--knots ", "--precond ", "--goal ", "--steps ", "--damping ",
-                             "--stiffness ", "--figures ", "--plant ", "--no-compare "}) {
+  for (const char* option :
+       {"-o ", "-p ", "--list-plants ", "--write-constraints ", "--smooth ", "--knots ", "--stiff ",
+        "--most-turn ", "--ground ", "--goal ", "--steps ", "--report ", "--figures ", "--no-pictures "}) {
     EXPECT_TRUE(says(result.out, std::string("\n  ") + option)) << option;
   }
+  EXPECT_TRUE(says(result.out, "Exit status: 0 all is met; 1 bad input")) << result.out;
 }
 
 }  // namespace

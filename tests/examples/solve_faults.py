@@ -409,7 +409,7 @@ class Memory(SolveRunner):
 
     @unittest.skipUnless(os.environ.get("MOTION_EDIT"), "no motion_edit program")
     def test_motion_edit(self):
-        self.steps(os.environ["MOTION_EDIT"], ("--no-compare", "-o", "out", os.path.join(DATA, "walk.bvh")))
+        self.steps(os.environ["MOTION_EDIT"], ("--no-pictures", "-o", "out", os.path.join(DATA, "walk.bvh")))
 
 
 main()

@@ -27,11 +27,11 @@ if(TARGET solve)
   endforeach()
 endif()
 
-# The parts of the motion programs in one program of tests, which also runs the programs themselves.
+# The motion editor, run as a user would, and what the examples share.
 if(TARGET motion_edit)
   file(GLOB example_tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*Test.cpp)
   limber_test(test_examples ${example_tests})
-  target_link_libraries(test_examples PRIVATE motion_editing ZLIB::ZLIB)
+  target_link_libraries(test_examples PRIVATE limber::motion example_support ZLIB::ZLIB)
   target_compile_definitions(test_examples PRIVATE MOTION_EDIT_PROGRAM="$<TARGET_FILE:motion_edit>")
   add_dependencies(test_examples motion_edit)
 endif()

@@ -4,15 +4,18 @@
 #include <cstdint>
 #include <cstring>
 
-#include "editor.h"
+#include "limber/limber.h"
+#include "limber_motion/motion.h"
 #include "tests/fuzz/MemoryFile.h"
 #include "tests/motion/SmallClip.h"
 
 namespace {
 
+using namespace limber::motion;
+
 Clip smallOne() {
   const MemoryFile file(smallClip.data(), smallClip.size());
-  return limber::motion::readClip(file.path().c_str(), nullptr);
+  return readClip(file.path().c_str(), nullptr);
 }
 
 int silent(const char*) { return 0; }
@@ -25,8 +28,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const MemoryFile file(data, size);
   std::vector<Constraint> wishes;
   try {
-    wishes = limber::motion::readScript(file.path(), nullptr, small).constraints;
-  } catch (const limber::motion::Error& error) {
+    wishes = readScript(file.path(), nullptr, small).constraints;
+  } catch (const Error& error) {
     REQUIRE(std::strncmp(error.what(), file.path().c_str(), file.path().size()) == 0);
     return 0;
   }
@@ -36,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     REQUIRE(std::isfinite(wish.weight) && wish.weight > 0.0);
     REQUIRE(std::isfinite(wish.target.x) && std::isfinite(wish.target.y) && std::isfinite(wish.target.z));
   }
-  limber::motion::sortByFrame(&wishes);
+  sortByFrame(&wishes);
   for (std::size_t i = 1; i < wishes.size(); i++) {
     const Constraint &a = wishes[i - 1], &b = wishes[i];
     REQUIRE(a.frame < b.frame || (a.frame == b.frame && a.joint < b.joint));
@@ -44,9 +47,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (wishes.empty()) return 0;
   Clip clip = small;
   EditOptions options;
-  options.steps = 2;
-  const EditResult result = editMotion(&clip, wishes, options, nullptr);
-  REQUIRE(result.steps <= 2 && std::isfinite(result.missAfter));
+  options.mostSteps = 2;
+  Edit edit(clip, options);
+  edit.add(wishes);
+  const Report report = edit.solve();
+  REQUIRE(std::isfinite(report.missAfter));
   for (const double value : clip.values) REQUIRE(std::isfinite(value));
   return 0;
 }

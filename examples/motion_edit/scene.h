@@ -1,0 +1,72 @@
+#pragma once
+
+#include <vector>
+
+#include "limber_motion/motion.h"
+
+/// On which side of the body a joint is.
+enum class Side { Middle, Left, Right };
+
+/// An edit as the drawings show it: the paths of all joints before and after, in body heights above and along
+/// the ground, and what belongs to the body: its sides, feet with heels, hands and head. The sides, hands and
+/// head follow from the skeleton's structure, not from names.
+class Scene {
+ public:
+  /// `held` is what the edit was asked for, sorted by frame.
+  Scene(const limber::motion::Clip& before, const limber::motion::Clip& after,
+        const limber::motion::Contacts& contacts, const std::vector<limber::motion::Constraint>& held);
+
+  int frames() const { return clip_.frames; }
+  double frameTime() const { return clip_.frameTime; }
+  const std::vector<limber::motion::Joint>& joints() const { return clip_.joints; }
+  /// The position: x along the way that the body travels, y above the ground, z to the right of that way.
+  const Pnt3& at(bool after, int frame, int joint) const {
+    return tracks_[after]
+                  [static_cast<std::size_t>(frame) * joints().size() + static_cast<std::size_t>(joint)];
+  }
+  Pnt3 inView(const Pnt3& place) const;
+  /// How far the root travels.
+  double travel() const { return travel_; }
+
+  Side side(int joint) const { return sides_[static_cast<std::size_t>(joint)]; }
+  /// An ankle, its heel (a joint that only the scene knows) and the tips of its toes.
+  struct Foot {
+    int ankle, heel;
+    std::vector<int> sole;  ///< from the ankle to the tip, both included
+  };
+  const std::vector<Foot>& feet() const { return feet_; }
+  const std::vector<int>& hands() const { return hands_; }
+  int head() const { return head_; }  ///< -1 when none is found
+  double headRadius() const { return headRadius_; }
+  bool isDrawn(int joint) const {
+    return drawn_[static_cast<std::size_t>(joint)];
+  }  ///< as a bone to its parent
+
+  /// What is held, with targets in view.
+  struct Target {
+    int frame, joint;
+    Pnt3 place;
+    bool stands;  ///< a foot on the ground; else a reach
+    bool held;    ///< to be met; else it pulls only
+  };
+  const std::vector<Target>& targets() const { return targets_; }
+
+ private:
+  void findSides(const std::vector<Pnt3>& rest);
+  void findFeet(const std::vector<int>& feet, const std::vector<Pnt3>& rest);
+  void findHandsAndHead(const std::vector<Pnt3>& rest);
+  void track(const limber::motion::Clip& before, const limber::motion::Clip& after, double ground);
+
+  limber::motion::Clip clip_;  // with the heels; of its motion only the times are used
+  double height_;
+  Pnt3 origin_, along_, right_;
+  double travel_ = 0.0;
+  std::vector<Pnt3> tracks_[2];
+  std::vector<Side> sides_;
+  std::vector<bool> drawn_;
+  std::vector<Foot> feet_;
+  std::vector<int> hands_;
+  int head_ = -1;
+  double headRadius_ = 0.0;
+  std::vector<Target> targets_;
+};
