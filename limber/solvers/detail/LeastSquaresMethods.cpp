@@ -32,6 +32,12 @@ void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms) {
   for (double& v : *inverseNorms) v = v > 0.0 ? 1.0 / std::sqrt(v) : 1.0;
 }
 
+bool moderate(const Ints& powers) {
+  bool small = true;
+  for (const int power : powers) small &= power >= -300 && power <= 300;
+  return small;
+}
+
 /// Per row, the exponent that brings its largest entry near 1.
 Ints rowPowers(const SparseRows& rows) {
   Ints powers(rows.height);
@@ -67,6 +73,8 @@ struct LsmrRun {
   Doubles work = Doubles();
 
   Outcome solve(int iterations, bool once);
+  /// Only columns are scaled: A^T r follows from the system's.
+  bool plain() const { return !qr && rows.size() == 0; }
   void unscale(const double* from, int power, double* to);
 };
 
@@ -85,7 +93,8 @@ void LsmrRun::unscale(const double* from, int power, double* to) {
 
 Outcome LsmrRun::solve(int iterations, bool once) {
   const int m = system.height, n = system.width;
-  Doubles u(m), d(n), step(n), gradient(n), tryR(m), tryG(n);
+  Doubles u(m), d(n), step(n), gradient(n), tryR(m), tryG(system.g.size());
+  double truth = 0.0;
   Outcome outcome = Outcome::stuck;
   const int last = lastIteration(system, iterations);
   while (!system.ended() && system.run.iterations < last) {
@@ -96,7 +105,14 @@ Outcome LsmrRun::solve(int iterations, bool once) {
     }
     const int power = largestExponent(m, u.data());
     scaleByPowerOfTwo(m, u.data(), -power);
-    map.multiplyTransposed(u.data(), gradient.data());
+    if (plain() && system.g.size() > 0) {
+      for (int j = 0; j < n; ++j) {
+        const double v = timesPowerOfTwo(system.g[j], (columns.size() > 0 ? columns[j] : 0) - power);
+        gradient[j] = scale ? (*scale)[j] * v : v;
+      }
+    } else {
+      map.multiplyTransposed(u.data(), gradient.data());
+    }
     const double start = safeNorm(n, gradient.data());
     if (!(start > 0.0) || !std::isfinite(start)) return Outcome::stuck;
     LsmrGoal goal;
@@ -107,13 +123,20 @@ Outcome LsmrRun::solve(int iterations, bool once) {
     goal.check = [&](const double* at) {
       unscale(at, power, step.data());
       for (int j = 0; j < n; ++j) step[j] += system.x[j];
-      return system.measure(step.data(), tryR.data(), tryG.data());
+      return truth = system.measure(step.data(), tryR.data(), tryG.data());
     };
+    goal.gradient = gradient.data();
     const LsmrResult result = lsmr(map, u.data(), d.data(), goal, system.run);
     outcome = result.outcome;
     if (!qr) system.condition = std::max(system.condition, result.condition);
-    unscale(d.data(), power, step.data());
-    if (!system.improve(step.data()) || once || !(system.residual <= 0.5 * before)) break;
+    bool better;
+    if (result.checked) {
+      better = system.adopt(&step, &tryR, &tryG, truth);
+    } else {
+      unscale(d.data(), power, step.data());
+      better = system.improve(step.data());
+    }
+    if (!better || once || !(system.residual <= 0.5 * before)) break;
   }
   return outcome;
 }
@@ -164,19 +187,28 @@ Outcome scaledLsmr(LinearSystem& system, int iterations) {
     LsmrRun run{system, *system.map, {}, {}};
     return run.solve(iterations, false);
   }
-  SparseRows scaled = system.rows;
+  SparseRows scaled;
   Ints rows, columns;
-  Doubles norms;
-  if (system.height < system.width) {
+  Doubles factors, rowFactors;
+  const bool wide = system.height < system.width;
+  if (wide) {
     rows = rowPowers(system.rows);
-    norms.assign(system.width, 1.0);
+    scaled = system.rows;
+    scaled.scale(rows.data(), nullptr);
+    rowFactors = normaliseRows(&scaled);
+    factors.assign(system.width, 1.0);
   } else {
-    scaleColumns(system.rows, &columns, &norms);
+    scaleColumns(system.rows, &columns, &factors);
+    if (moderate(columns)) {
+      // the map's factors do it all: no copy
+      for (int j = 0; j < system.width; ++j) factors[j] *= powerOfTwo(columns[j]);
+      columns.release();
+    } else {
+      scaled = system.rows;
+      scaled.scale(nullptr, columns.data());
+    }
   }
-  scaled.scale(rows.size() > 0 ? rows.data() : nullptr, columns.size() > 0 ? columns.data() : nullptr);
-  Doubles rowFactors;
-  if (rows.size() > 0) rowFactors = normaliseRows(&scaled);
-  ScaledColumnsMap map(scaled, std::move(norms));
+  ScaledColumnsMap map(wide || columns.size() > 0 ? scaled : system.rows, std::move(factors));
   LsmrRun run{system, map, std::move(rows), std::move(columns), &map.scale(), nullptr, std::move(rowFactors)};
   const Outcome outcome = run.solve(iterations, false);
   system.map->products += map.products;

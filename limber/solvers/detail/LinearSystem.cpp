@@ -59,8 +59,9 @@ const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const 
   }
   copyEntries(A, extent, &rows);
   haveRows = true;
-  if (!allFinite(rows.entries(), rows.value.data())) return "The matrix has an entry that is not finite.";
-  matrixPower_ = largestExponent(rows.entries(), rows.value.data());
+  if (!finiteExponent(rows.entries(), rows.value.data(), &matrixPower_)) {
+    return "The matrix has an entry that is not finite.";
+  }
   scaleByPowerOfTwo(rows.entries(), rows.value.data(), -matrixPower_);
   map = std::make_unique<RowsMap>(rows);
   return nullptr;
@@ -81,7 +82,10 @@ const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) 
   g.assign(kind_ == Kind::leastSquares ? width : 0, 0.0);
   run.unit = rightPower_ + (kind_ == Kind::leastSquares ? matrixPower_ : 0);
 
-  norm = measure(x.data(), r.data(), g.data());
+  // x is zero
+  r = b;
+  if (kind_ == Kind::leastSquares) map->multiplyTransposed(r.data(), g.data());
+  norm = kind_ == Kind::leastSquares ? safeNorm(width, g.data()) : safeNorm(height, r.data());
   goal = run.options.relative * norm;
   residual = startResidual_ = norm;
   if (start.count == 0) return nullptr;
@@ -133,11 +137,15 @@ bool LinearSystem::improve(const double* d) {
   tryG_.resize(g.size());
   for (int j = 0; j < width; ++j) tryX_[j] = x[j] + d[j];
   const double tried = measure(tryX_.data(), tryR_.data(), tryG_.data());
-  if (!(tried < residual)) return false;
-  x.swap(tryX_);
-  r.swap(tryR_);
-  g.swap(tryG_);
-  residual = tried;
+  return adopt(&tryX_, &tryR_, &tryG_, tried);
+}
+
+bool LinearSystem::adopt(Doubles* at, Doubles* itsR, Doubles* itsG, double itsResidual) {
+  if (!(itsResidual < residual)) return false;
+  x.swap(*at);
+  r.swap(*itsR);
+  g.swap(*itsG);
+  residual = itsResidual;
   return moved_ = true;
 }
 

@@ -33,6 +33,8 @@ class LinearSystem {
   double measure(const double* at, double* r, double* g);
   /// x = x + d where that has a smaller residual; then r and g are its own. Whether it has.
   bool improve(const double* d);
+  /// The same for an x that was measured already.
+  bool adopt(Doubles* at, Doubles* itsR, Doubles* itsG, double itsResidual);
   /// The state of the solution, to come back to.
   struct State {
     Doubles x, r, g;

@@ -32,7 +32,11 @@ LsmrResult lsmr(LinearMap& A, double* r, double* d, LsmrGoal goal, SolveRun& run
   double* const u = r;
   double beta = fixedNorm(m, u);
   if (!(beta > 0.0)) return {std::isfinite(beta) ? Outcome::done : Outcome::overflow, 1.0};
-  A.multiplyTransposed(u, v.data());
+  if (goal.gradient) {
+    std::copy_n(goal.gradient, n, v.data());
+  } else {
+    A.multiplyTransposed(u, v.data());
+  }
   double scaled = fixedNorm(n, v.data());  // alpha beta
   if (!(scaled > 0.0)) return {std::isfinite(scaled) ? Outcome::done : Outcome::overflow, 1.0};
   double alpha = scaled / beta;
@@ -102,8 +106,8 @@ LsmrResult lsmr(LinearMap& A, double* r, double* d, LsmrGoal goal, SolveRun& run
     if (estimate <= goal.residual || over) {
       if (!goal.check) return {Outcome::done, condition};
       const double truth = goal.check(d);
-      if (truth <= goal.truth) return {Outcome::done, condition};
-      if (over || !(truth < 0.7 * lastTruth)) return {Outcome::stuck, condition};
+      if (truth <= goal.truth) return {Outcome::done, condition, true};
+      if (over || !(truth < 0.7 * lastTruth)) return {Outcome::stuck, condition, true};
       lastTruth = truth;
       goal.ratio = truth / estimate;
       goal.residual = 0.5 * estimate * goal.truth / truth;

@@ -22,12 +22,16 @@ struct LsmrGoal {
   /// `truth`. May be empty.
   std::function<double(const double* d)> check;
   double truth = 0.0;
+  /// A^T r, which is overwritten; null: it is computed.
+  double* gradient = nullptr;
 };
 
 struct LsmrResult {
   Outcome outcome;
   /// The estimated condition of A.
   double condition;
+  /// Whether d is the one that was checked last.
+  bool checked = false;
 };
 
 /// min |A d - r| from d = 0; r is overwritten.

@@ -33,20 +33,23 @@ int entriesOf(const SpVec* row) { return row ? std::max(row->numEntries, 0) : 0;
 Extent extentOfRows(const HSpMat& A) {
   Extent extent;
   extent.height = std::max(A.numRows, 0);
-  extent.width = std::max(A.width(), 0);
   extent.open = true;
   long long entries = 0;
+  int least = 0, most = -1;
   for (int i = 0; i < extent.height; ++i) {
     const SpVec* const row = A.rows[i];
+    if (!row) continue;
     const int n = entriesOf(row);
     entries += n;
+    extent.width = std::max(extent.width, row->width);
     for (int k = 0; k < n; ++k) {
       const int j = row->indices.data[k];
-      extent.damaged |= j < 0 || j == INT_MAX;
-      if (j >= extent.width && j < INT_MAX) extent.width = j + 1;
+      least = std::min(least, j);
+      most = std::max(most, j);
     }
   }
-  extent.damaged |= entries >= INT_MAX;
+  extent.damaged = entries >= INT_MAX || least < 0 || most == INT_MAX;
+  if (!extent.damaged) extent.width = std::max(extent.width, most + 1);
   return extent;
 }
 

@@ -44,6 +44,18 @@ inline int largestExponent(int n, const double* x) {
   return exponentOf(largest);
 }
 
+/// Whether n numbers are finite, and the exponent of the largest magnitude.
+inline bool finiteExponent(int n, const double* x, int* exponent) {
+  double largest = 0.0, rest = 0.0;
+  for (int i = 0; i < n; ++i) {
+    // a NaN or an infinity times zero is a NaN, which stays
+    rest += 0.0 * x[i];
+    largest = std::fabs(x[i]) > largest ? std::fabs(x[i]) : largest;
+  }
+  *exponent = exponentOf(largest);
+  return rest == 0.0;
+}
+
 /// x = x 2^k.
 inline void scaleByPowerOfTwo(int n, double* x, int k) {
   if (k == 0) return;
