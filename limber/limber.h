@@ -33,6 +33,7 @@
 #include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/SQPMatrix.h"
 #include "limber/linalg/STMLapack.h"
+#include "limber/linalg/SlicedMatrix.h"
 #include "limber/linalg/SpMat.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/SparseDot.h"

@@ -25,6 +25,7 @@ using ::HSpMat;
 using ::IdentityMatrix;
 using ::IntVec;
 using ::ResizeMatrix;
+using ::SlicedMatrix;
 using ::SpMat;
 using ::SpVec;
 using ::SQPMatrix;

@@ -9,6 +9,7 @@
 
 #include "bench/support/Ratio.h"
 #include "limber/linalg/HSpMat.h"
+#include "limber/linalg/SlicedMatrix.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
 
@@ -26,6 +27,7 @@ struct Pattern {
 struct Problem {
   std::vector<std::unique_ptr<SpVec>> rows;
   HSpMat ours{0};
+  std::unique_ptr<SlicedMatrix> sliced;
   Peer peer;
   Vector x, xT, y, yT;
   Eigen::VectorXd px, pxT, py, pyT;
@@ -57,6 +59,7 @@ struct Problem {
     for (int i = 0; i < h; ++i) pxT[i] = xT[i] = uniform(random);
     py.resize(h);
     pyT.resize(w);
+    sliced = std::make_unique<SlicedMatrix>(ours);
   }
 };
 
@@ -91,11 +94,12 @@ Pattern stencil(int n, int across) {
 }
 
 Problem& problem(int which) {
-  static std::unique_ptr<Problem> made[3];
+  static std::unique_ptr<Problem> made[4];
   if (!made[which]) {
     made[which] = which == 0   ? std::make_unique<Problem>(2000, 2000, scattered(2000, 2000, 30))
                   : which == 1 ? std::make_unique<Problem>(20000, 30000, scattered(20000, 30000, 12))
-                               : std::make_unique<Problem>(200000, 200000, stencil(200000, 447));
+                  : which == 2 ? std::make_unique<Problem>(200000, 200000, stencil(200000, 447))
+                               : std::make_unique<Problem>(4000000, 4000000, stencil(4000000, 2000));
   }
   return *made[which];
 }
@@ -103,18 +107,20 @@ Problem& problem(int which) {
 // So many calls of each by turns; the counter "ratio" is ours / peer.
 template <class Ours, class Theirs>
 void beside(benchmark::State& state, Ours ours, Theirs theirs) {
-  const int calls = state.range(0) == 0 ? 200 : state.range(0) == 1 ? 40 : 4;
+  const int calls[] = {200, 40, 4, 1}, turnsOf[] = {101, 101, 101, 15};
+  const auto which = state.range(0);
   Turns turns{};
-  for (auto _ : state) turns = byTurns(101, calls, ours, theirs);
+  for (auto _ : state) turns = byTurns(turnsOf[which], calls[which], ours, theirs);
   state.counters["ratio"] = turns.ratio;
   state.counters["limber_us"] = 1e-3 * turns.ours;
   state.counters["eigen_us"] = 1e-3 * turns.peer;
 }
 
-void productByVector(benchmark::State& state) {
-  Problem& p = problem(static_cast<int>(state.range(0)));
+// By the rows of an HSpMat or by a SlicedMatrix made from them.
+template <class Matrix>
+void product(benchmark::State& state, Problem& p, const Matrix& ours) {
   beside(
-      state, [&p] { p.ours.mult(&p.x, &p.y); },
+      state, [&] { ours.mult(&p.x, &p.y); },
       [&p] {
         p.py.noalias() = p.peer * p.px;
         benchmark::DoNotOptimize(p.py.data());
@@ -124,10 +130,10 @@ void productByVector(benchmark::State& state) {
   }
 }
 
-void transposedByVector(benchmark::State& state) {
-  Problem& p = problem(static_cast<int>(state.range(0)));
+template <class Matrix>
+void transposed(benchmark::State& state, Problem& p, const Matrix& ours) {
   beside(
-      state, [&p] { p.ours.multT(&p.xT, &p.yT); },
+      state, [&] { ours.multT(&p.xT, &p.yT); },
       [&p] {
         p.pyT.noalias() = p.peer.transpose() * p.pxT;
         benchmark::DoNotOptimize(p.pyT.data());
@@ -137,8 +143,32 @@ void transposedByVector(benchmark::State& state) {
   }
 }
 
-// 0: 2000 x 2000, 30 a row; 1: 20000 x 30000, 12 a row; 2: five-point stencil of 200000.
+Problem& problemOf(const benchmark::State& state) { return problem(static_cast<int>(state.range(0))); }
+
+void productByVector(benchmark::State& state) {
+  Problem& p = problemOf(state);
+  product(state, p, p.ours);
+}
+
+void transposedByVector(benchmark::State& state) {
+  Problem& p = problemOf(state);
+  transposed(state, p, p.ours);
+}
+
+void slicedByVector(benchmark::State& state) {
+  Problem& p = problemOf(state);
+  product(state, p, *p.sliced);
+}
+
+void slicedTransposedByVector(benchmark::State& state) {
+  Problem& p = problemOf(state);
+  transposed(state, p, *p.sliced);
+}
+
+// 0: 2000 x 2000, 30 a row; 1: 20000 x 30000, 12 a row; 2 and 3: five-point stencils of 200000 and 4000000.
 BENCHMARK(productByVector)->DenseRange(0, 2)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(transposedByVector)->DenseRange(0, 2)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(slicedByVector)->DenseRange(0, 3)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(slicedTransposedByVector)->DenseRange(0, 3)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace

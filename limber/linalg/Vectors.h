@@ -10,6 +10,7 @@
 #include "limber/linalg/IntVec.h"
 #include "limber/linalg/LinComb.h"
 #include "limber/linalg/ResizeMatrix.h"
+#include "limber/linalg/SlicedMatrix.h"
 #include "limber/linalg/SpMat.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/SparseDot.h"

@@ -132,6 +132,22 @@ TEST(FullMatrix, PutRowCopiesTheCommonPart) {
   EXPECT_EQ(elementsOf(m), (Rows{{3, 4, 5}, {1, 2, 0}}));
 }
 
+TEST(FullMatrix, PutRowWritesNothingBehindItsRow) {
+  FullMatrix m(3, 2);
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 2; ++j) m.e(i, j) = 10 * i + j + 1;
+  m.data[6] = 77.0;  // the spare element
+  Vector longer = vectorOf({-1, -2, -3, -4});
+  m.putRow(1, &longer);
+  EXPECT_EQ(elementsOf(m), (Rows{{1, 2}, {-1, -2}, {21, 22}}));
+  m.putRow(2, &longer);
+  EXPECT_EQ(elementsOf(m), (Rows{{1, 2}, {-1, -2}, {-1, -2}}));
+  EXPECT_EQ(m.data[6], 77.0);
+  Vector one = vectorOf({5});
+  m.putRow(0, &one);
+  EXPECT_EQ(elementsOf(m), (Rows{{5, 2}, {-1, -2}, {-1, -2}}));
+}
+
 TEST(FullMatrix, PutRowWithABadRowIsReportedAndStaysInTheStorage) {
   FullMatrix m(2, 2);
   Vector v = vectorOf({1, 2});

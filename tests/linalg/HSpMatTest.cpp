@@ -85,6 +85,21 @@ TEST(HSpMat, WidthIsTheLargestAndLeftTheSmallestFirstIndex) {
   EXPECT_EQ(m.matrix.left(1, 2), 0);
 }
 
+TEST(HSpMat, LeftIsFoundWhereverItsRowIs) {
+  for (int least = 0; least < 4; ++least) {
+    HSpMat matrix(0);
+    SpVec rows[4];
+    for (int i = 0; i < 4; ++i) {
+      rows[i].ins(1.0, i == least ? 2 : 5 + i);
+      matrix.add(&rows[i]);
+    }
+    EXPECT_EQ(matrix.left(), 2);
+    EXPECT_EQ(matrix.left(0, 4), 2);
+    EXPECT_EQ(matrix.left(least, least + 1), 2);
+    EXPECT_EQ(matrix.left(least + 1, 4), least < 3 ? 6 + least : 0);
+  }
+}
+
 TEST(HSpMat, AccOfAnAbsentEntryIsZero) {
   OwnRows m({{{3, 1.5}}});
   EXPECT_EQ(m.matrix.acc(0, 3), 1.5);

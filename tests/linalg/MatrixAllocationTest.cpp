@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "limber/linalg/Compact.h"
 #include "limber/linalg/ResizeMatrix.h"
+#include "limber/linalg/SlicedMatrix.h"
 #include "limber/linalg/SparseProducts.h"
 #include "limber/linalg/WierdMatrices.h"
 #include "tests/linalg/Matrices.h"
@@ -265,6 +268,37 @@ TEST(MatrixAllocation, FailedBandGrowthIsReportedAndEmpty) {
     EXPECT_EQ(m.data, nullptr);
     EXPECT_EQ(copy.acc(1, 1), 2.0);
   }
+}
+
+TEST(MatrixAllocation, FailedSlicedMatrixIsReportedAndEmpty) {
+  OwnRows m({{{0, 1.0}, {3, 2.0}}, {{1, 4.0}}});
+  FullMatrix full = matrixOf({{1, 0, 2}, {0, 3, 0}});
+  const SlicedMatrix original(m.matrix);
+  const auto check = [](auto make) {
+    for (int k = 0;; ++k) {
+      CapturedOutput output;
+      bool happened;
+      Vector x(3), y(5), yT(5);
+      x = 1.0;
+      {
+        std::optional<allocations::FailAt> trap(k);
+        const SlicedMatrix made = make();
+        happened = trap->happened();
+        trap.reset();
+        EXPECT_EQ(made.height(), happened ? 0 : 2);
+        EXPECT_EQ(made.width() > 0, !happened);
+        made.mult(&x, &y);
+        made.multT(&x, &yT);
+        EXPECT_EQ(y.size(), made.height());
+        EXPECT_EQ(yT.size(), made.width());
+      }
+      if (!happened) return k;
+      EXPECT_NE(output.err().find("NEW fails - memory problem\n"), std::string::npos) << output.err();
+    }
+  };
+  EXPECT_GT(check([&m] { return SlicedMatrix(m.matrix); }), 10);
+  EXPECT_GT(check([&full] { return SlicedMatrix(static_cast<const SpMat&>(full)); }), 10);
+  EXPECT_GT(check([&original] { return SlicedMatrix(original); }), 5);
 }
 
 TEST(MatrixAllocation, FailedDiagonalIsEmpty) {

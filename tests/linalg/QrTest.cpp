@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
 
 #include "tests/linalg/RandomMatrices.h"
 #include "tests/support/CapturedOutput.h"
@@ -269,4 +272,54 @@ TEST(SolveUTri, ZeroOnTheDiagonalGivesInfinity) {
   b[0] = 1.0;
   solveUTri(&r, &b);
   EXPECT_TRUE(std::isinf(b[0]));
+}
+
+TEST(SolveUTri, OfOrderZeroTouchesNothing) {
+  FullMatrix none(0, 0), wide(0, 3), r(2, 2);
+  r.identity();
+  Vector b(3), empty;
+  b = 7.0;
+  solveUTri(&none, &b);
+  solveUTri(&wide, &b);
+  solveUTri(&r, &empty);
+  solveUTri(nullptr, &b);
+  solveUTri(&r, static_cast<Vector*>(nullptr));
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(b[i], 7.0);
+  FullMatrix right(3, 2), noRows(0, 2);
+  right.e(0, 0) = 5.0;
+  for (const int order : {-1, 0, 1, 2}) {
+    solveUTri(&none, &right, order);
+    solveUTri(&r, &noRows, order);
+    solveUTri(nullptr, &right, order);
+    solveUTri(&r, static_cast<FullMatrix*>(nullptr), order);
+  }
+  EXPECT_EQ(right.e(0, 0), 5.0);
+}
+
+// From about 632 x 632 on the reflectors alone are longer than the fixed workspace. Q^T A = R to the rounding
+// of a sum of n terms, for one column and for many.
+TEST(Qr, FactorsThatFillTheWorkspaceAreAppliedWhole) {
+  for (const int n : {631, 640, 700}) {
+    for (const int columns : {1, 90}) {
+      std::mt19937_64 random(static_cast<unsigned>(n + columns));
+      std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+      FullMatrix a(n, n), first(n, columns);
+      for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j) a.e(i, j) = uniform(random);
+      for (int i = 0; i < n; ++i)
+        for (int j = 0; j < columns; ++j) first.e(i, j) = a.e(i, j);
+      Vector tau;
+      CapturedOutput output;
+      ASSERT_EQ(qrFactor(&a, &tau), 0);
+      ASSERT_EQ(qtransTimes(&a, &tau, &first), 0);
+      double worst = 0.0;
+      for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < columns; ++j) {
+          worst = std::max(worst, std::fabs(first.e(i, j) - (i <= j ? a.e(i, j) : 0.0)));
+        }
+      }
+      EXPECT_LE(worst, 20.0 * std::sqrt(n) * std::numeric_limits<double>::epsilon() * n);
+      EXPECT_GT(std::fabs(first.e(0, 0)), 1.0);
+    }
+  }
 }

@@ -35,6 +35,25 @@ TEST(ResizeMatrix, StorageOnlyHoldsNDoubles) {
   EXPECT_EQ(ResizeMatrix(0).allocated, 0);
 }
 
+TEST(ResizeMatrix, OfAFullMatrixCopiesIt) {
+  FullMatrix source = matrixOf({{1, 2, 3}, {4, 5, 6}});
+  source.kind = 3;
+  const ResizeMatrix copy(source);
+  EXPECT_EQ(copy.allocated, 6);
+  EXPECT_EQ(copy.kind, 3);
+  EXPECT_EQ(elementsOf(copy), elementsOf(source));
+  EXPECT_NE(copy.data, source.data);
+  const ResizeMatrix product(source + source);
+  EXPECT_EQ(product.allocated, 6);
+  EXPECT_EQ(product.kind, 0);
+  EXPECT_EQ(elementsOf(product), (Rows{{2, 4, 6}, {8, 10, 12}}));
+  EXPECT_EQ(ResizeMatrix(FullMatrix(0, 5)).allocated, 0);
+  ResizeMatrix grown(source);
+  double* const storage = grown.data;
+  grown.grow(3, 2);
+  EXPECT_EQ(grown.data, storage);
+}
+
 TEST(ResizeMatrix, GrowKeepsTheArrayWhileItFits) {
   ResizeMatrix m(4, 4);
   double* const storage = m.data;

@@ -314,3 +314,12 @@ TEST(VectorPrint, FollowsTheNumberFormat) {
   numberPrintFormat = before;
   EXPECT_EQ(output.out(), "[1.00;-0.12;]");
 }
+
+TEST(VectorSearch, LerpOnAnAdoptedArrayOfLengthZeroReadsNothing) {
+  double array[2] = {3.0, 5.0};
+  const Vector adopted(0, array), none(0, static_cast<double*>(nullptr));
+  for (const double t : {-1.0, 0.0, 0.5, 2.0}) {
+    EXPECT_EQ(adopted.lerp(t), 0.0);
+    EXPECT_EQ(none.lerp(t), 0.0);
+  }
+}

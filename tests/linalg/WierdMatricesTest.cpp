@@ -296,6 +296,22 @@ TEST(SQPMatrix, StatisticsPrintFiveLines) {
                                       "   \\\\    max row mag=10\n"}));
 }
 
+// 4 and 5 entries: 4 + 2 * 5 is neither 4 * 5 nor 4 + 5. Every other figure differs from every other one as
+// well.
+TEST(SQPMatrix, StatisticsCountTheJacobianTwice) {
+  FullMatrix h = matrixOf({{3, 0, -1}, {0, 8, 0}, {0.5, 0, 0}});
+  OwnRows j({{{0, 2.0}, {1, 1.0}, {2, -2.0}}, {{0, 6.0}, {2, 8.0}}});
+  SQPMatrix q(&h, &j.matrix);
+  CapturedOutput output;
+  qpMatStats(&q);
+  EXPECT_EQ(output.out(),
+            "   // QP Matrix size 5 x 5. 14 entries (56%)\n"
+            "  //  Hessian (3 3), 4 entries. Range (-1->8). Abs range=(0 8)\n"
+            "  ||      row mag=(8->0.5)\n"
+            "  \\\\  Constraint Jacobian 5 entries\n"
+            "   \\\\    max row mag=10\n");
+}
+
 TEST(SQPMatrix, StatisticsOfNoHessianShowWhereTheMinimaStart) {
   FullMatrix h(0, 0);
   OwnRows j({{{0, 2.0}}});

@@ -267,3 +267,26 @@ TEST(BuildJJt, BandOfTheHalfBandwidthLeavesNothingOut) {
     }
   });
 }
+
+// A run of rows with the same indices begins and ends anywhere in the groups of eight in which rows are
+// taken.
+TEST(BuildJJt, RunsOfEqualPatternsHaveTheBitsOfThePlainDotsWhereverTheyBegin) {
+  for (int lead = 0; lead <= 8; lead++) {
+    for (int run = 1; run <= 19; run++) {
+      Jacobian J(static_cast<unsigned>(100 * lead + run));
+      for (int i = 0; i < lead; i++) J.addRow(i, 3 + i % 2, 1.0);
+      for (int i = 0; i < run; i++) J.addRow(2, 9, 1.0);
+      for (int i = 0; i < 5; i++) J.addRow(1 + i, 4, 1.0);
+      Vector weights(20);
+      for (int k = 0; k < 20; k++) weights[k] = 0.5 + 0.1 * k;
+      for (Vector* const w : {static_cast<Vector*>(nullptr), &weights}) {
+        const Made full(buildJJt(&J.matrix, nullptr, w, nullptr, 0.0));
+        for (int i = 0; i < J.matrix.numRows; i++) {
+          for (int j = 0; j < J.matrix.numRows; j++) {
+            ASSERT_TRUE(sameBits(full->e(i, j), expected(J, i, j, w, nullptr, 0.0))) << lead << " " << run;
+          }
+        }
+      }
+    }
+  }
+}

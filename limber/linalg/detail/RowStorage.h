@@ -8,7 +8,8 @@
 namespace limber::detail {
 
 /// Values of this magnitude or less are never stored.
-inline bool isTiny(double x) { return std::fabs(x) <= 1e-12; }
+inline constexpr double tiny = 1e-12;
+inline bool isTiny(double x) { return std::fabs(x) <= tiny; }
 
 /// The width of a row whose last entry is at `index`: one more, as long as an int can say so.
 inline int widthBehind(int index) { return index < INT_MAX ? index + 1 : index; }

@@ -1,9 +1,12 @@
 #include "limber/linalg/detail/SlicedRows.h"
 
 #include <algorithm>
+#include <climits>
+#include <cmath>
 #include <cstring>
 
 #include "limber/linalg/SpVec.h"
+#include "limber/linalg/detail/CompressedRows.h"
 #include "limber/linalg/detail/Pieces.h"
 #include "limber/linalg/detail/RowStorage.h"
 
@@ -14,7 +17,8 @@ constexpr int slice = 4;
 // few enough rows to be still in the cache when they are added up
 constexpr int block = 1024;
 
-// Two lanes, in one register wherever there are some for two.
+// A vector of two doubles. Wider vectors (AVX2, AVX-512) and gather instructions were measured and gain
+// nothing.
 typedef double Pair __attribute__((vector_size(16)));
 
 inline Pair pairAt(const double* p) {
@@ -23,7 +27,28 @@ inline Pair pairAt(const double* p) {
   return pair;
 }
 
-int entriesOf(const SpVec* row) { return row ? std::max(row->numEntries, 0) : 0; }
+typedef long long PairBits __attribute__((vector_size(16)));
+
+// A pair of elements of x as a product takes them: 0.0 for a tiny one, if those are left out. A NaN is not
+// tiny.
+template <bool withoutTiny>
+inline Pair taken(Pair x) {
+  if (!withoutTiny) return x;
+  constexpr long long magnitude = 0x7fffffffffffffff;
+  const Pair size = reinterpret_cast<Pair>(reinterpret_cast<PairBits>(x) & PairBits{magnitude, magnitude});
+  return reinterpret_cast<Pair>(reinterpret_cast<PairBits>(x) & ~(size <= Pair{tiny, tiny}));
+}
+
+struct Row {
+  int length;
+  const int* indices;
+  const double* values;
+};
+
+Row rowOf(const SpVec* row) {
+  if (!row || row->numEntries <= 0) return {0, nullptr, nullptr};
+  return {row->numEntries, row->indices.data, row->values.data};
+}
 
 // to[0], to[step], ... = from[0], from[1], ...
 template <class T>
@@ -54,53 +79,123 @@ bool allInside(const int* indices, int n, int width) {
 
 }  // namespace
 
-int SlicedRows::blocks() const { return (height_ + block - 1) / block; }
+int SlicedRows::blocks() const {
+  return static_cast<int>((static_cast<long long>(height_) + block - 1) / block);
+}
 
-int SlicedRows::end(int b) const { return std::min((b + 1) * block, height_); }
+int SlicedRows::end(int b) const { return height_ - b * block > block ? (b + 1) * block : height_; }
 
-bool SlicedRows::reserve(const SpVec* const* rows, int n) {
-  if (n <= 0 || n > most) return false;
+bool SlicedRows::reserveFor(int n, long long entries, int longest) {
+  const long long blocksOfN = n / block + 2LL;
+  return place_.reserve(n) && slice_.reserve(n) && order_.reserve(n) && first_.reserve(blocksOfN) &&
+         start_.reserve(blocksOfN) && lengths_.reserve(longest + 2LL) && indices_.reserve(entries) &&
+         values_.reserve(entries);
+}
+
+template <class RowAt>
+bool SlicedRows::reserveRows(RowAt rowAt, int n) {
+  if (n <= 0 || n > most_) return false;
   long long entries = 0;
   int longest = 0;
   for (int i = 0; i < n; ++i) {
-    entries += entriesOf(rows[i]);
-    longest = std::max(longest, entriesOf(rows[i]));
+    const int length = rowAt(i).length;
+    entries += length;
+    longest = std::max(longest, length);
   }
-  if (entries > most) return false;
-  const int room = static_cast<int>(entries);
-  return place_.reserve(n) && slice_.reserve(n) && order_.reserve(n) && first_.reserve(n / block + 2) &&
-         lengths_.reserve(longest + 2) && indices_.reserve(room) && values_.reserve(room);
+  return entries <= most_ && reserveFor(n, entries, longest);
 }
 
-bool SlicedRows::copy(const SpVec* const* rows, int n, int width) {
-  height_ = width_ = slices_ = filled_ = 0;
-  if (!reserve(rows, n) || !copyBlocks(rows, n, width)) return false;
+template <class RowAt>
+bool SlicedRows::copyRows(RowAt rowAt, int n, int width) {
+  height_ = width_ = slices_ = 0;
+  if (!reserveRows(rowAt, n)) return false;
+  start_[0] = 0;
+  for (int from = 0; from<n; from = n - from> block ? from + block : n) {
+    if (!copyBlock(rowAt, from, n - from > block ? from + block : n, width)) return false;
+  }
   height_ = n;
   width_ = width;
   first_[blocks()] = slices_;
   return true;
 }
 
-bool SlicedRows::copyBlocks(const SpVec* const* rows, int n, int width) {
-  for (int from = 0; from < n; from += block) {
-    const int to = std::min(from + block, n);
-    first_[from / block] = slices_;
-    for (int i = from; i < to; ++i) place_[i].length = entriesOf(rows[i]);
-    layOut(from, to);
-    for (int i = from; i < to; ++i) {
-      const Place place = place_[i];
-      if (place.length == 0) continue;
-      const int* const indices = rows[i]->indices.data;
-      if (!allInside(indices, place.length, width)) return false;
-      spread(indices, place.length, indices_.get() + place.start, place.step);
-      spread(rows[i]->values.data, place.length, values_.get() + place.start, place.step);
-    }
+template <class RowAt>
+bool SlicedRows::copyBlock(RowAt rowAt, int from, int to, int width) {
+  long long entries = 0;
+  for (int i = from; i < to; ++i) entries += place_[i].length = rowAt(i).length;
+  if (entries > INT_MAX) return false;
+  const int b = from / block;
+  first_[b] = slices_;
+  start_[b + 1] = start_[b] + layOut(from, to);
+  int* const indices = indices_.get() + start_[b];
+  double* const values = values_.get() + start_[b];
+  for (int i = from; i < to; ++i) {
+    const Place place = place_[i];
+    if (place.length == 0) continue;
+    const Row row = rowAt(i);
+    if (!allInside(row.indices, place.length, width)) return false;
+    spread(row.indices, place.length, indices + place.start, place.step);
+    spread(row.values, place.length, values + place.start, place.step);
   }
   return true;
 }
 
-// Sorts a block's rows by length, counting them, and gives each its place.
-void SlicedRows::layOut(int from, int to) {
+bool SlicedRows::reserve(const SpVec* const* rows, int n) {
+  return reserveRows([rows](int i) { return rowOf(rows[i]); }, n);
+}
+
+bool SlicedRows::copy(const SpVec* const* rows, int n, int width) {
+  return copyRows([rows](int i) { return rowOf(rows[i]); }, n, width);
+}
+
+bool SlicedRows::copy(const CompressedRows& rows, int width) {
+  return copyRows(
+      [&rows](int i) {
+        return Row{rows.length(i), rows.indices(i), rows.values(i)};
+      },
+      rows.height(), width);
+}
+
+bool SlicedRows::copy(const SlicedRows& other) {
+  height_ = width_ = slices_ = 0;
+  if (other.height_ == 0) return true;
+  const int blocks = other.blocks();
+  const long long entries = other.start_[blocks];
+  if (!reserveFor(other.height_, entries, 0)) return false;
+  std::copy_n(other.place_.get(), other.height_, place_.get());
+  std::copy_n(other.order_.get(), other.height_, order_.get());
+  std::copy_n(other.slice_.get(), other.slices_, slice_.get());
+  std::copy_n(other.first_.get(), blocks + 1, first_.get());
+  std::copy_n(other.start_.get(), blocks + 1, start_.get());
+  std::copy_n(other.indices_.get(), entries, indices_.get());
+  std::copy_n(other.values_.get(), entries, values_.get());
+  height_ = other.height_;
+  width_ = other.width_;
+  slices_ = other.slices_;
+  return true;
+}
+
+double SlicedRows::at(int i, int j) const {
+  if (i < 0 || i >= height_) return 0.0;
+  const Place place = place_[i];
+  const long long start = start_[i / block] + place.start;
+  for (int k = 0; k < place.length; ++k) {
+    const long long entry = start + static_cast<long long>(k) * place.step;
+    if (indices_[entry] == j) return values_[entry];
+  }
+  return 0.0;
+}
+
+void SlicedRows::scale(double s) {
+  for (long long k = 0; k < entries(); ++k) values_[k] *= s;
+}
+
+bool SlicedRows::allFinite() const {
+  return std::all_of(values_.get(), values_.get() + entries(), [](double x) { return std::isfinite(x); });
+}
+
+// Sorts a block's rows by length, counting them, and gives each its place. Returns the number of entries.
+int SlicedRows::layOut(int from, int to) {
   int longest = 0;
   for (int i = from; i < to; ++i) longest = std::max(longest, place_[i].length);
   std::fill_n(lengths_.get(), longest + 2, 0);
@@ -109,30 +204,31 @@ void SlicedRows::layOut(int from, int to) {
   for (int i = from; i < to; ++i) order_[from + lengths_[place_[i].length]++] = i;
 
   // lengths_[length] is where the rows of that length end now
-  int next = from;
+  int next = from, filled = 0;
   for (int length = 0; length <= longest; ++length) {
     for (const int last = from + lengths_[length]; next < last;) {
       const int lanes = last - next >= slice ? slice : 1;
       slice_[slices_++] = {length, lanes};
-      for (int lane = 0; lane < lanes; ++lane) place_[order_[next++]] = {filled_ + lane, length, lanes};
-      filled_ += lanes * length;
+      for (int lane = 0; lane < lanes; ++lane) place_[order_[next++]] = {filled + lane, length, lanes};
+      filled += lanes * length;
     }
   }
+  return filled;
 }
 
+template <bool withoutTiny>
 void SlicedRows::multiplyBlock(int b, const double* x, double* y) const {
-  const int* row = order_.get() + b * block;
-  // the first row's entries are the first of the block
-  const int start = place_[*row].start;
-  const int* index = indices_.get() + start;
-  const double* value = values_.get() + start;
+  const int* row = order_.get() + static_cast<long long>(b) * block;
+  const int* index = indices_.get() + start_[b];
+  const double* value = values_.get() + start_[b];
+  const auto at = [x](int i, int j) { return taken<withoutTiny>(Pair{x[i], x[j]}); };
   const Slice* const last = slice_.get() + first_[b + 1];
   for (const Slice* s = slice_.get() + first_[b]; s != last; ++s) {
     if (s->lanes == slice) {
       Pair sum01 = {0.0, 0.0}, sum23 = {0.0, 0.0};
       for (int k = 0; k < s->length; ++k, index += slice, value += slice) {
-        sum01 += Pair{x[index[0]], x[index[1]]} * pairAt(value);
-        sum23 += Pair{x[index[2]], x[index[3]]} * pairAt(value + 2);
+        sum01 += at(index[0], index[1]) * pairAt(value);
+        sum23 += at(index[2], index[3]) * pairAt(value + 2);
       }
       y[row[0]] = sum01[0];
       y[row[1]] = sum01[1];
@@ -141,7 +237,7 @@ void SlicedRows::multiplyBlock(int b, const double* x, double* y) const {
       row += slice;
     } else {
       double sum = 0.0;
-      for (int k = 0; k < s->length; ++k, ++index, ++value) sum += x[*index] * *value;
+      for (int k = 0; k < s->length; ++k, ++index, ++value) sum += at(*index, *index)[0] * *value;
       y[*row++] = sum;
     }
   }
@@ -152,8 +248,8 @@ void SlicedRows::addBlock(int b, const double* x, double* y) const {
     const double s = x[i];
     if (isTiny(s)) continue;
     const Place place = place_[i];
-    const int* const index = indices_.get() + place.start;
-    const double* const value = values_.get() + place.start;
+    const int* const index = indices_.get() + start_[b] + place.start;
+    const double* const value = values_.get() + start_[b] + place.start;
     if (place.step == slice) {
       addRow<slice>(index, value, place.length, s, y);
     } else {
@@ -163,7 +259,24 @@ void SlicedRows::addBlock(int b, const double* x, double* y) const {
 }
 
 void SlicedRows::multiply(const double* x, double* y) const {
-  for (int b = 0; b < blocks(); ++b) multiplyBlock(b, x, y);
+  for (int b = 0; b < blocks(); ++b) multiplyBlock<false>(b, x, y);
+}
+
+void SlicedRows::multiplyWithoutTiny(const double* x, double* y) const {
+  for (int b = 0; b < blocks(); ++b) multiplyBlock<true>(b, x, y);
+}
+
+void SlicedRows::multiplyInside(const double* x, int room, bool withoutTiny, double* y) const {
+  for (int i = 0; i < height_; ++i) {
+    const Place place = place_[i];
+    const int* index = indices_.get() + start_[i / block] + place.start;
+    const double* value = values_.get() + start_[i / block] + place.start;
+    double sum = 0.0;
+    for (int k = 0; k < place.length; ++k, index += place.step, value += place.step) {
+      if (*index < room) sum += (withoutTiny && isTiny(x[*index]) ? 0.0 : x[*index]) * *value;
+    }
+    y[i] = sum;
+  }
 }
 
 void SlicedRows::multiplyTransposed(const double* x, double* y) const {
@@ -171,10 +284,23 @@ void SlicedRows::multiplyTransposed(const double* x, double* y) const {
   for (int b = 0; b < blocks(); ++b) addBlock(b, x, y);
 }
 
+void SlicedRows::multiplyTransposedInside(const double* x, int values, int room, double* y) const {
+  std::fill_n(y, room, 0.0);
+  for (int i = 0; i < std::min(height_, values); ++i) {
+    if (isTiny(x[i])) continue;
+    const Place place = place_[i];
+    const int* index = indices_.get() + start_[i / block] + place.start;
+    const double* value = values_.get() + start_[i / block] + place.start;
+    for (int k = 0; k < place.length; ++k, index += place.step, value += place.step) {
+      if (*index < room) y[*index] += x[i] * *value;
+    }
+  }
+}
+
 void SlicedRows::multiplyNormal(const double* x, double shift, double* t, double* y) const {
   std::fill_n(y, width_, 0.0);
   for (int b = 0; b < blocks(); ++b) {
-    multiplyBlock(b, x, t);
+    multiplyBlock<false>(b, x, t);
     if (shift != 0.0) {
       for (int i = b * block; i < end(b); ++i) t[i] += shift;
     }

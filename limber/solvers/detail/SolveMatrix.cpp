@@ -1,12 +1,12 @@
 #include "limber/solvers/detail/SolveMatrix.h"
 
 #include <algorithm>
-#include <cstring>
 #include <typeinfo>
 
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/Vector.h"
 #include "limber/linalg/WierdMatrices.h"
+#include "limber/linalg/detail/ClassOf.h"
 #include "limber/linalg/detail/RowProducts.h"
 #include "limber/linalg/detail/SlicedRows.h"
 #include "limber/solvers/detail/LentCopy.h"
@@ -21,14 +21,6 @@ constexpr int firstCopied = 10;
 // A matrix of fewer rows is in the nearest cache anyway.
 constexpr int fewestRows = 32;
 
-// The class of A, or null for a class that was compiled without type information, for which typeid would
-// crash. The Itanium C++ ABI keeps the pointer to it in front of the table of virtual functions.
-const std::type_info* typeOf(const SpMat* A) {
-  const std::type_info* const* table;
-  std::memcpy(&table, static_cast<const void*>(A), sizeof table);
-  return table[-1];
-}
-
 // height and width of the structured matrices do not change them, but are not const.
 template <class T>
 T& concrete(const SpMat* A) {
@@ -38,7 +30,7 @@ T& concrete(const SpMat* A) {
 }  // namespace
 
 SolveMatrix::Kind SolveMatrix::kindOf(const SpMat* A) {
-  const std::type_info* const type = A ? typeOf(A) : nullptr;
+  const std::type_info* const type = A ? classOf(A) : nullptr;
   if (!type) return Kind::other;
   if (*type == typeid(HSpMat)) return Kind::rows;
   if (*type == typeid(DiagonalMatrix)) return Kind::diagonal;

@@ -1,0 +1,29 @@
+#pragma once
+
+/// @file
+/// The class of a matrix.
+
+#include <cstring>
+#include <typeinfo>
+
+#include "limber/linalg/SpMat.h"
+
+namespace limber::detail {
+
+/// The class of A, or null for a class that was compiled without type information, for which typeid would
+/// crash. The Itanium C++ ABI keeps the pointer to it in front of the table of virtual functions.
+inline const std::type_info* classOf(const SpMat* A) {
+  const std::type_info* const* table;
+  std::memcpy(&table, static_cast<const void*>(A), sizeof table);
+  return table[-1];
+}
+
+/// A as a T; null for any other class, also one that is derived from T and may do as it likes.
+template <class T>
+T* exactly(const SpMat* A) {
+  const std::type_info* const type = A ? classOf(A) : nullptr;
+  // height, width and acc of the structured matrices do not change them, but are not const
+  return type && *type == typeid(T) ? static_cast<T*>(const_cast<SpMat*>(A)) : nullptr;
+}
+
+}  // namespace limber::detail

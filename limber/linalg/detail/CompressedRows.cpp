@@ -1,0 +1,141 @@
+#include "limber/linalg/detail/CompressedRows.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "limber/linalg/HSpMat.h"
+#include "limber/linalg/SpVec.h"
+#include "limber/linalg/WierdMatrices.h"
+#include "limber/linalg/detail/ClassOf.h"
+
+namespace limber::detail {
+namespace {
+
+bool reachable(int index) { return index >= 0 && index < INT_MAX; }
+
+// visit(i, j, element) for every element of the columns first(i) ... last(i) - 1 of every row.
+template <class Matrix, class First, class Last, class Visit>
+void visitBand(Matrix& A, int height, First first, Last last, Visit visit) {
+  for (int i = 0; i < height; ++i) {
+    for (int j = first(i); j < last(i); ++j) visit(i, j, A.acc(i, j));
+  }
+}
+
+template <class Matrix, class Visit>
+int visitAll(Matrix& A, Visit visit) {
+  const int height = A.height(), width = A.width();
+  visitBand(
+      A, height, [](int) { return 0; }, [width](int) { return width; }, visit);
+  return height;
+}
+
+// visit(i, j, element) for every element that need not be 0.0, in ascending i and j. Returns the height.
+template <class Visit>
+int visitElements(const SpMat& A, Visit visit) {
+  if (auto* const m = exactly<SQPMatrix>(&A)) return visitAll(*m, visit);
+  const auto diagonal = [visit](auto& m) {
+    visitBand(
+        m, m.height(), [](int i) { return i; }, [](int i) { return i + 1; }, visit);
+    return m.height();
+  };
+  if (auto* const m = exactly<IdentityMatrix>(&A)) return diagonal(*m);
+  if (auto* const m = exactly<DiagonalMatrix>(&A)) return diagonal(*m);
+  if (auto* const m = exactly<BandedMatrix>(&A)) {
+    const int n = m->height(), bw = std::clamp(m->bw, 0, std::max(n, 0));
+    visitBand(
+        *m, n, [bw](int i) { return std::max(0, i - bw); },
+        [bw, n](int i) { return static_cast<int>(std::min<long long>(n, static_cast<long long>(i) + bw)); },
+        visit);
+    return n;
+  }
+  return visitAll(A, visit);
+}
+
+}  // namespace
+
+bool CompressedRows::reserve(int height, long long entries) {
+  height_ = 0;
+  if (!starts_.reserve(height + 1LL) || !indices_.reserve(entries) || !values_.reserve(entries)) return false;
+  height_ = height;
+  return true;
+}
+
+bool CompressedRows::takeRows(const HSpMat& A) {
+  const int height = std::max(A.numRows, 0);
+  const auto visit = [&A, height](auto each) {
+    for (int i = 0; i < height; ++i) {
+      const SpVec* const row = A.rows[i];
+      for (int k = 0; row && k < row->numEntries; ++k) {
+        if (reachable(row->indices[k])) each(i, row->indices[k], row->values[k]);
+      }
+    }
+  };
+  long long n = 0;
+  visit([&n](int, int, double) { ++n; });
+  if (!reserve(height, n)) return false;
+  std::fill_n(starts_.get(), height + 1LL, n);
+  long long next = 0;
+  int row = 0;
+  visit([&](int i, int j, double value) {
+    while (row <= i) starts_[row++] = next;
+    indices_[next] = j;
+    values_[next++] = value;
+  });
+  return true;
+}
+
+bool CompressedRows::takeElements(const SpMat& A) {
+  long long n = 0;
+  const auto count = [&n](int, int, double value) { n += value != 0.0; };
+  const int height = std::max(visitElements(A, count), 0);
+  if (!reserve(height, n)) return false;
+  std::fill_n(starts_.get(), height + 1LL, n);
+  long long next = 0;
+  int row = 0;
+  visitElements(A, [&](int i, int j, double value) {
+    // an acc that answers differently the second time writes nothing outside
+    if (value == 0.0 || next >= n) return;
+    while (row <= i) starts_[row++] = next;
+    indices_[next] = j;
+    values_[next++] = value;
+  });
+  return true;
+}
+
+bool CompressedRows::takeTransposed(const CompressedRows& rows, int width) {
+  width = std::max(width, 0);
+  if (!reserve(width, rows.entries())) return false;
+  // Counts each column, sums the counts to the starts of the columns, and fills the columns up to their ends,
+  // which are the starts of the next ones.
+  std::fill_n(starts_.get(), width + 1LL, 0LL);
+  const auto visit = [&rows, width](auto each) {
+    for (int i = 0; i < rows.height(); ++i) {
+      for (int k = 0; k < rows.length(i); ++k) {
+        if (rows.indices(i)[k] < width) each(i, rows.indices(i)[k], rows.values(i)[k]);
+      }
+    }
+  };
+  visit([this](int, int j, double) { ++starts_[j + 1LL]; });
+  for (int j = 0; j < width; ++j) starts_[j + 1LL] += starts_[j];
+  for (int j = width; j > 0; --j) starts_[j] = starts_[j - 1];
+  visit([this](int i, int j, double value) {
+    indices_[starts_[j + 1LL]] = i;
+    values_[starts_[j + 1LL]++] = value;
+  });
+  return true;
+}
+
+int CompressedRows::widthOf(const SpMat& A) {
+  if (auto* const m = exactly<SQPMatrix>(&A)) return m->width();
+  if (auto* const m = exactly<IdentityMatrix>(&A)) return m->width();
+  if (auto* const m = exactly<DiagonalMatrix>(&A)) return m->width();
+  if (auto* const m = exactly<BandedMatrix>(&A)) return m->width();
+  return A.width();
+}
+
+int CompressedRows::reach() const {
+  const int* const end = indices_.get() + entries();
+  return entries() > 0 ? *std::max_element(static_cast<const int*>(indices_.get()), end) + 1 : 0;
+}
+
+}  // namespace limber::detail
