@@ -104,12 +104,14 @@ void noteWhatIsDropped(const RowMatrix& rows, const Vector& b, Result& result) {
 }
 
 /// What the residual of the file's own entries says counts, not what the family believes.
-void describe(const Options& options, int returned, double startSize, bool stopped, Result& result) {
+void describe(const Options& options, int returned, bool stopped, Result& result) {
   // The newer family ends at the tolerance, but for rounding; the older one when the squared residual changes
   // by less than the tolerance, which may leave a few times as much.
   const double allowance = options.family == Family::Older ? 10.0 : 1.0 + 1e-6;
-  const double tolerance = options.hasTolerance ? std::sqrt(cg_tol) : relativeTolerance * startSize;
-  if (result.residual.size <= tolerance * allowance || isAtLimitOfPrecision(result.residual)) {
+  const Residual& residual = result.residual;
+  const bool small = options.hasTolerance ? residual.size <= std::sqrt(cg_tol) * allowance
+                                          : residual.relative <= relativeTolerance * allowance;
+  if (small || isAtLimitOfPrecision(residual)) {
     result.status = exitSolved;
     result.outcome = "solved";
   } else if (stopped) {
@@ -138,8 +140,7 @@ Result solveByFamily(const Options& options, const SparseProblem& problem, const
   result.x.grow(unknowns);
   Vector right(b);
   if (result.x.size() != unknowns || right.size() != b.size()) throw std::bad_alloc();
-  const double startSize = residualOf(system, problem, result.x, b, 0.0).size;
-  setTolerances(options, startSize);
+  setTolerances(options, residualOf(system, problem, result.x, b, 0.0).size);
 
   Watch watch;
   const Observed observed(watch);
@@ -154,6 +155,6 @@ Result solveByFamily(const Options& options, const SparseProblem& problem, const
     result.iterations = std::abs(returned);
   result.residual = residualOf(system, problem, result.x, b, options.definizer);
   noteWhatIsDropped(rows, b, result);
-  describe(options, returned, startSize, watch.stopped(), result);
+  describe(options, returned, watch.stopped(), result);
   return result;
 }

@@ -137,8 +137,6 @@ int run(const Options& options) {
   }
   std::string fileOfB;
   Vector b = rightHandSide(options, problem, &fileOfB);
-  if (!isFinite(b))
-    throw InputError(problem.path, 0, "the default right-hand side is too large; -b names another");
   requireDistinctFiles(options, problem.path, fileOfB);
   if (!options.matlab.empty()) dump(options.matlab, problem, b);
 

@@ -1,8 +1,11 @@
 #include "residual.h"
 
 #include <cmath>
+#include <limits>
 #include <new>
 #include <vector>
+
+#include "input_error.h"
 
 namespace {
 
@@ -85,6 +88,11 @@ Vector rightHandSideOfOnes(System system, const SparseProblem& problem) {
   b.grow(problem.rows);
   if (b.size() != problem.rows) throw std::bad_alloc();
   for (int i = 0; i < problem.rows; i++) b[i] = static_cast<double>(sums[static_cast<std::size_t>(i)]);
+  const Wide size = norm(sums);
+  if (size > std::numeric_limits<double>::max() || (size > 0 && size < std::numeric_limits<double>::min())) {
+    throw InputError(problem.path, 0,
+                     "the default right-hand side is too large or too small; -b names another");
+  }
   return b;
 }
 

@@ -22,7 +22,8 @@ struct Residual {
 Residual residualOf(System system, const SparseProblem& problem, const Vector& x, const Vector& b,
                     double shift);
 
-/// The right-hand side of the system whose solution is ones: A 1, or A A^T 1.
+/// The right-hand side of the system whose solution is ones: A 1, or A A^T 1. Throws InputError when its size
+/// is no number of normal size.
 Vector rightHandSideOfOnes(System system, const SparseProblem& problem);
 
 /// What Residual::scaled is, as a formula.

@@ -30,7 +30,6 @@ LineReader::LineReader(const char* name, const char* searchPath, char comment)
   stream_ = gzopenp(searchPath, name, path.data(), "rb");
   if (!stream_) fail(searchPath ? std::string("not found along ") + searchPath : "cannot be opened");
   file_ = path.data();
-  skipByteOrderMark();
 }
 
 LineReader::~LineReader() {
@@ -77,6 +76,7 @@ void LineReader::skipRestOfLine() {
 }
 
 bool LineReader::nextLine() {
+  if (line_ == 0) skipByteOrderMark();
   do {
     if (line_ > 0) {
       skipRestOfLine();

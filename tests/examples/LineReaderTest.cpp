@@ -100,6 +100,7 @@ TEST_F(Lines, CommentsBeginWhereTheReaderIsTold) {
 TEST_F(Lines, AZeroByteIsNoText) {
   const std::string message = ": a zero byte: this is not a text file";
   EXPECT_EQ(problem(file(std::string("\0\0", 2)), readAll), message);
+  EXPECT_EQ(problem(file(std::string("\xEF\0", 2)), readAll), message);
   EXPECT_EQ(problem(file(std::string("a\nb\0", 4)), readAll), ":2" + message);
   EXPECT_EQ(problem("/dev/zero", readAll), message);
 }

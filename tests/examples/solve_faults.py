@@ -191,6 +191,11 @@ class Truth(SolveRunner):
             self.assertEqual(status, 2, out)
             self.assertIn("note              5 numbers of b below 1e-12 count as zero in the family's product with A^T", out)
         tiny = self.write("tiny.mtx", coordinate(self.TALL, 1e-13))
+        extreme = self.write("extreme.mtx", coordinate(self.TALL, 1e-200))
+        for method in (("--family", "newer"), ("--old",)):
+            self.assertEqual(self.run_solve(*method, extreme)[0], 2, "the square of the right-hand side is no number")
+        self.assertEqual(self.run_solve("--family", "newer", "--jjt", extreme), (
+            1, "", f"{extreme}: the default right-hand side is too large or too small; -b names another\n"))
         for method in (("--family", "newer"), ("--old",), ("--family", "newer", "--jjt")):
             status, out, _ = self.run_solve(*method, tiny)
             self.assertEqual(status, 2, out)
