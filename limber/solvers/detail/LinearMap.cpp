@@ -41,6 +41,11 @@ void LinearMap::preciseResidual(const double* b, const double* x, double* r) {
   for (int i = 0; i < m; ++i) r[i] = b[i] - r[i];
 }
 
+void LinearMap::preciseGradient(const double* b, const double* x, double* r, double* g) {
+  preciseResidual(b, x, r);
+  multiplyTransposed(r, g);
+}
+
 RowsMap::RowsMap(const SparseRows& rows) : rows_(rows) {}
 
 RowsMap::~RowsMap() = default;
@@ -71,6 +76,11 @@ double RowsMap::multiplyBothWays(const double* v, double s, double* u, double* w
 void RowsMap::preciseResidual(const double* b, const double* x, double* r) {
   ++products;
   rows_.residual(b, x, r);
+}
+
+void RowsMap::preciseGradient(const double* b, const double* x, double* r, double* g) {
+  products += 2;
+  rows_.residualBothWays(b, x, r, g);
 }
 
 ScaledColumnsMap::ScaledColumnsMap(const SparseRows& rows, Doubles scale)

@@ -29,6 +29,8 @@ class LinearMap {
   virtual double multiplyBothWays(const double* v, double s, double* u, double* w);
   /// r = b - A x, in twice the precision where the map can.
   virtual void preciseResidual(const double* b, const double* x, double* r);
+  /// The same, and g = A^T r.
+  virtual void preciseGradient(const double* b, const double* x, double* r, double* g);
 
   int products = 0;
 
@@ -47,6 +49,7 @@ class RowsMap final : public LinearMap {
   void multiplyTransposed(const double* x, double* y) override;
   double multiplyBothWays(const double* v, double s, double* u, double* w) override;
   void preciseResidual(const double* b, const double* x, double* r) override;
+  void preciseGradient(const double* b, const double* x, double* r, double* g) override;
 
  private:
   const SparseRows& rows_;

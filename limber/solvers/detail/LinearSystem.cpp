@@ -85,7 +85,7 @@ const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) 
   // x is zero
   r = b;
   if (kind_ == Kind::leastSquares) map->multiplyTransposed(r.data(), g.data());
-  norm = kind_ == Kind::leastSquares ? safeNorm(width, g.data()) : safeNorm(height, r.data());
+  norm = sizeOf(r.data(), g.data());
   goal = run.options.relative * norm;
   residual = startResidual_ = norm;
   if (start.count == 0) return nullptr;
@@ -121,14 +121,30 @@ const char* LinearSystem::take(std::unique_ptr<LinearMap> scaledMap, int power, 
 }
 
 double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
-  if (precise) {
-    map->preciseResidual(b.data(), at, rOut);
-  } else {
+  if (!precise) {
     map->LinearMap::preciseResidual(b.data(), at, rOut);
+    if (kind_ == Kind::leastSquares) map->multiplyTransposed(rOut, gOut);
+    const double plain = sizeOf(rOut, gOut);
+    if (!(plain <= 2.0 * goal) || !roundingMatters(at)) return plain;
   }
-  if (kind_ != Kind::leastSquares) return safeNorm(height, rOut);
-  map->multiplyTransposed(rOut, gOut);
-  return safeNorm(width, gOut);
+  if (kind_ == Kind::leastSquares) {
+    map->preciseGradient(b.data(), at, rOut, gOut);
+  } else {
+    map->preciseResidual(b.data(), at, rOut);
+  }
+  return sizeOf(rOut, gOut);
+}
+
+double LinearSystem::sizeOf(const double* itsR, const double* itsG) const {
+  return kind_ == Kind::leastSquares ? safeNorm(width, itsG) : safeNorm(height, itsR);
+}
+
+/// Whether the rounding of a plain residual might be a good part of the goal: the entries of A and
+/// b are 1 at most.
+bool LinearSystem::roundingMatters(const double* at) const {
+  double largest = kind_ == Kind::leastSquares ? 1.0 : 0.0;
+  for (int j = 0; j < width; ++j) largest = std::max(largest, std::fabs(at[j]));
+  return !(1e-14 * largest < goal);
 }
 
 bool LinearSystem::improve(const double* d) {

@@ -75,6 +75,8 @@ class LinearSystem {
 
  private:
   const char* takeMatrix(const SpMat& A, const Vector& right, const Vector& start);
+  double sizeOf(const double* itsR, const double* itsG) const;
+  bool roundingMatters(const double* at) const;
   const char* takeVectors(const Vector& right, const Vector& start);
   const Kind kind_;
   int matrixPower_ = 0, rightPower_ = 0;

@@ -19,6 +19,25 @@ struct ExactProduct {
   }
 };
 
+/// A sum in twice the precision.
+struct DoubleSum {
+  double high = 0.0, low = 0.0;
+  void addProduct(double x, double y) {
+    const ExactProduct term(x, y);
+    const double next = high + term.high;
+    const double part = next - high;
+    low += ((high - (next - part)) + (term.high - part)) + term.low;
+    high = next;
+  }
+  double rounded() const { return high + low; }
+};
+
+DoubleSum rowResidual(const SparseRows& A, int i, double b, const double* x) {
+  DoubleSum sum{b, 0.0};
+  for (int k = A.start[i]; k < A.start[i + 1]; ++k) sum.addProduct(-A.value[k], x[A.index[k]]);
+  return sum;
+}
+
 }  // namespace
 
 void SparseRows::multiply(const double* x, double* y) const {
@@ -61,17 +80,21 @@ double SparseRows::multiplyBothWays(const double* v, double s, double* u, double
 }
 
 void SparseRows::residual(const double* b, const double* x, double* r) const {
+  for (int i = 0; i < height; ++i) r[i] = rowResidual(*this, i, b[i], x).rounded();
+}
+
+void SparseRows::residualBothWays(const double* b, const double* x, double* r, double* g) const {
+  Array<DoubleSum> sums(width);
   for (int i = 0; i < height; ++i) {
-    double sum = b[i], rest = 0.0;
+    const DoubleSum sum = rowResidual(*this, i, b[i], x);
+    r[i] = sum.rounded();
+    const double low = (sum.high - r[i]) + sum.low;
     for (int k = start[i]; k < start[i + 1]; ++k) {
-      const ExactProduct term(-value[k], x[index[k]]);
-      const double next = sum + term.high;
-      const double part = next - sum;
-      rest += ((sum - (next - part)) + (term.high - part)) + term.low;
-      sum = next;
+      sums[index[k]].addProduct(value[k], r[i]);
+      sums[index[k]].low += value[k] * low;
     }
-    r[i] = sum + rest;
   }
+  for (int j = 0; j < width; ++j) g[j] = sums[j].rounded();
 }
 
 SparseRows SparseRows::transposed() const {
