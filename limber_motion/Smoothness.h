@@ -14,16 +14,19 @@ namespace limber::motion {
 
 /// The measure of a change d of some channels at equally spaced times, as a symmetric positive definite
 /// matrix R:
-///     d^T R d = sum over channels c of mass_c sum over times ( d^2 + s^4 (d'')^2 ),
-/// where the second derivative is the second difference over dt^2. The time constant s is in seconds, so that
-/// the same curve costs the same for each second of it at any frame rate. A change that one time asks for
-/// fades away within about 3 s before and after it. Unknown c of time t has the index t channels + c: in time
-/// each channel is a matrix of five diagonals, and the whole has the half bandwidth 2 channels. The ends are
-/// free: a change that is a straight line costs its size only.
+///     d^T R d = sum over channels c of mass_c sum over times ( d^2 + s^4 (d'')^2 + r^6 (d''')^2 ),
+/// where the derivatives are differences over powers of dt. The time constants s and r are in seconds, so
+/// that the same curve costs the same for each second of it at any frame rate. A change that one time asks
+/// for fades away within about 3 s before and after it. The second term is what makes the change smooth; the
+/// third, with r well below s, rounds off the jumps of its acceleration where something begins or ends to be
+/// held, which a higher frame rate would show more and more. Unknown c of time t has the index t channels +
+/// c: in time each channel is a matrix of five diagonals (of seven with r > 0), and the whole has the half
+/// bandwidth 2 channels (3 channels). The ends are free: a change that is a straight line costs its size
+/// only.
 class LIMBER_MOTION_API Smoothness : public SpMat {
  public:
-  /// Masses above 0, one a channel; `dt` > 0 and `smooth` (s) >= 0 in seconds.
-  Smoothness(int times, const std::vector<double>& masses, double dt, double smooth);
+  /// Masses above 0, one a channel; `dt` > 0, `smooth` (s) >= 0 and `round` (r) >= 0 in seconds.
+  Smoothness(int times, const std::vector<double>& masses, double dt, double smooth, double round = 0.0);
 
   int times() const { return times_; }
   int channels() const { return static_cast<int>(masses_.size()); }
@@ -36,20 +39,19 @@ class LIMBER_MOTION_API Smoothness : public SpMat {
   double acc(int i, int j) const override;
 
   /// No element further from the diagonal than this is different from 0.
-  int halfBandwidth() const { return reach * channels(); }
+  int halfBandwidth() const { return reach_ * channels(); }
   /// Adds `scale` R to the upper band of a symmetric matrix in the layout of cholFactorBanded, with kd >=
   /// halfBandwidth(): band(j, kd - (j - i)) += scale R(i, j) for i <= j.
   void addTo(double scale, FullMatrix* band) const;
   /// The variance of a single unknown of mass 1 in the middle of a long clip: the element of R^-1 on its
-  /// diagonal, dt / (2 sqrt(2) s) for s well above dt.
+  /// diagonal; dt / (2 sqrt(2) s) for s well above dt and r well below s.
   double flexibility() const { return flexibility_; }
 
  private:
-  static constexpr int reach = 2;  // times further apart have no element
-  int times_;
+  int times_, reach_;  // times further apart have no element
   double flexibility_;
   std::vector<double> masses_;
-  std::vector<double> diagonals_[reach + 1];  // (t, t + k) of one channel of mass 1
+  std::vector<double> diagonals_[4];  // (t, t + k) of one channel of mass 1
 };
 
 }  // namespace limber::motion

@@ -12,6 +12,7 @@ namespace limber::motion::detail {
 namespace {
 
 constexpr double restSeconds = 0.02;               // time constant of the exact stage
+double R1=getenv("R1")?atof(getenv("R1")):0.05,R2=getenv("R2")?atof(getenv("R2")):0.02,T=getenv("T")?atof(getenv("T")):0.02;
 constexpr double typicalChange = 0.006;            // heights: what a clip needs where its feet slide
 constexpr double leastPull = 1e2, mostPull = 1e8;  // of a miss^2 in heights
 constexpr double shortRun = 0.1;                   // seconds: what is held for a shorter time pulls harder
@@ -88,12 +89,12 @@ double Motion::trembling() const {
 bool Motion::run() {
   const double dt = original_.frameTime * curves_.spacing(), height = skeleton_.height();
   const auto squared = [](double x) { return x * x; };
-  const Smoothness smooth(curves_.times(), masses_, dt, options_.smooth);
-  const Smoothness brief(curves_.times(), masses_, dt, restSeconds);
+  const Smoothness smooth(curves_.times(), masses_, dt, options_.smooth, R1);
+  const Smoothness brief(curves_.times(), masses_, dt, T, R2);
   const double ratio = squared(typicalChange / std::max(trembling(), 1e-9)) / smooth.flexibility();
   Stage stages[] = {
       {smooth, false, std::clamp(ratio, leastPull, mostPull) / squared(height), 1, base_},
-      {brief, true, 1e4 * (1.0 + 6.0 * std::pow(restSeconds / dt, 4)) / squared(height), 3, base_}};
+      {brief, true, 1e4 * (1.0 + 6.0 * std::pow(T / dt, 4)+20.0 * std::pow(R2 / dt, 6)) / squared(height), 3, base_}};
   for (Stage& stage : stages) {
     double damping = 0.0;
     const int last = stage.exact ? options_.mostSteps : std::min(smoothSteps, options_.mostSteps);
