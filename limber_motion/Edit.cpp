@@ -9,6 +9,7 @@
 #include "limber_motion/Quality.h"
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/detail/Motion.h"
+#include "limber_motion/detail/Reach.h"
 
 namespace limber::motion {
 
@@ -56,6 +57,21 @@ std::vector<Stand> runsOf(std::vector<Constraint> wishes) {
   return runs;
 }
 
+/// The largest distance of a joint from its target, in heights, over all that is held; where in `worst`.
+double largestMiss(const std::vector<Constraint>& wishes, const Clip& clip, const Skeleton& skeleton,
+                   const Constraint** worst) {
+  double largest = 0.0;
+  for (const Constraint& wish : wishes) {
+    if (wish.weight < 1.0) continue;
+    const Pnt3 at = skeleton.position(wish.joint, clip.frame(wish.frame));
+    const double miss = (wish.target - at).length() / skeleton.height();
+    if (miss <= largest) continue;
+    largest = miss;
+    if (worst) *worst = &wish;
+  }
+  return largest;
+}
+
 }  // namespace
 
 Edit::Edit(Clip& clip, EditOptions options) : clip_(clip), options_(std::move(options)) { checkClip(clip); }
@@ -86,6 +102,44 @@ void Edit::add(const std::vector<Constraint>& constraints) {
   for (const Constraint& c : constraints) reach(c.frame, c.joint, c.target, c.weight);
 }
 
+// All targets sorted by frame and joint; a reach replaces the contact's place. `rank` is 1 for reaches.
+std::vector<Constraint> Edit::allWishes(std::vector<int>* rank) {
+  std::stable_sort(wishes_.begin(), wishes_.end(), before);
+  for (std::size_t i = 1; i < wishes_.size(); i++) {
+    if (before(wishes_[i - 1], wishes_[i])) continue;
+    throw Error("two targets for " + nameOf(clip_, wishes_[i].joint) + " in frame " +
+                std::to_string(wishes_[i].frame + 1));
+  }
+  std::vector<Constraint> wishes = plants_;
+  wishes.insert(wishes.end(), wishes_.begin(), wishes_.end());
+  sortByFrame(&wishes);
+  for (const Constraint& wish : wishes) {
+    rank->push_back(std::binary_search(wishes_.begin(), wishes_.end(), wish, before) ? 1 : 0);
+  }
+  return wishes;
+}
+
+// What has not changed keeps its digits.
+void Edit::take(const Clip& continuous, const Clip& edited, const Skeleton& skeleton, Report* report) {
+  Clip wrapped = edited;
+  wrapAngles(&wrapped, clip_);
+  for (int f = 0; f < clip_.frames; f++) {
+    bool changed = false;
+    for (int c = 0; c < clip_.channels; c++) {
+      const double by = std::fabs(edited.frame(f)[c] - continuous.frame(f)[c]);
+      const bool rotation = skeleton.isRotation(c);
+      if (by <= (rotation ? unchanged : unchanged * report->height)) continue;
+      clip_.frame(f)[c] = wrapped.frame(f)[c];
+      changed = true;
+      if (!rotation || by <= report->turn) continue;
+      report->turn = by;
+      report->turnJoint = nameOf(clip_, skeleton.owner(c));
+      report->turnFrame = f + 1;
+    }
+    report->framesChanged += changed;
+  }
+}
+
 Report Edit::solve() {
   const double begun = secondsNow();
   const Skeleton skeleton(clip_);
@@ -93,68 +147,62 @@ Report Edit::solve() {
   report.height = skeleton.height();
   report.goal = options_.goal;
   if (!planted_) feet_ = findContacts(clip_);
-
-  std::vector<Constraint> wishes = plants_;
-  std::stable_sort(wishes_.begin(), wishes_.end(), before);
-  for (std::size_t i = 1; i < wishes_.size(); i++) {
-    if (before(wishes_[i - 1], wishes_[i])) continue;
-    throw Error("two targets for " + nameOf(clip_, wishes_[i].joint) + " in frame " +
-                std::to_string(wishes_[i].frame + 1));
+  std::vector<int> rank;
+  const std::vector<Constraint> wishes = allWishes(&rank);
+  if (wishes.empty()) {
+    report.impossible = true;
+    report.reasons.push_back(planted_ && !feet_.note.empty() ? feet_.note : "nothing is to be held");
+    report.seconds = secondsNow() - begun;
+    return report;
   }
-  wishes.insert(wishes.end(), wishes_.begin(), wishes_.end());
-  sortByFrame(&wishes);
-
   const Clip original = clip_;
   Clip continuous = clip_;
   unwrapAngles(&continuous);
-  const detail::Floor floor = {feet_.feet, feet_.ground};
-  detail::Motion motion(continuous, skeleton, wishes, floor, options_);
-  report.missBefore = motion.largestMiss();
+  const detail::Impossible impossible =
+      detail::findImpossible(clip_, wishes, rank, 2.0 * options_.goal * report.height);
+  detail::Motion motion(continuous, skeleton, wishes, impossible.wishes,
+                        detail::Floor(continuous, skeleton, feet_, options_.ground), options_);
+  report.missBefore = largestMiss(wishes, original, skeleton, nullptr);
   motion.run();
   report.steps = motion.steps();
+  take(continuous, motion.clip(), skeleton, &report);
 
-  // What has not changed keeps its digits.
-  std::vector<bool> changed(static_cast<std::size_t>(clip_.frames), false);
-  Clip edited = motion.clip();
-  wrapAngles(&edited, original);
-  for (int f = 0; f < clip_.frames; f++) {
-    for (int c = 0; c < clip_.channels; c++) {
-      const double by = std::fabs(motion.clip().frame(f)[c] - continuous.frame(f)[c]);
-      const bool rotation = skeleton.isRotation(c);
-      if (by <= (rotation ? unchanged : unchanged * report.height)) continue;
-      clip_.frame(f)[c] = edited.frame(f)[c];
-      changed[static_cast<std::size_t>(f)] = true;
-      if (!rotation || by <= report.turn) continue;
-      report.turn = by;
-      report.turnJoint = nameOf(clip_, skeleton.owner(c));
-      report.turnFrame = f + 1;
-    }
+  const Constraint* worst = nullptr;
+  report.missAfter = largestMiss(wishes, clip_, skeleton, &worst);
+  if (worst) {
+    report.missJoint = nameOf(clip_, worst->joint);
+    report.missFrame = worst->frame + 1;
   }
-  report.framesChanged = static_cast<int>(std::count(changed.begin(), changed.end(), true));
-
-  int worst = -1;
-  report.missAfter = motion.largestMiss(&worst);
-  if (worst >= 0) {
-    report.missJoint = nameOf(clip_, wishes[static_cast<std::size_t>(worst)].joint);
-    report.missFrame = wishes[static_cast<std::size_t>(worst)].frame + 1;
-  }
-  const std::vector<Stand> runs = runsOf(wishes);
-  const Quality quality = measureQuality(original, clip_, runs, feet_.ground);
-  report.contacts = quality.stands;
-  report.heldFrames = quality.standingFrames;
-  report.skateBefore = quality.skateBefore;
-  report.skateAfter = quality.skateAfter;
-  report.fastestBefore = quality.fastestBefore;
-  report.fastestAfter = quality.fastestAfter;
-  report.edgeJerk = quality.edgeJerk;
-  report.largestEdgeJerk = quality.largestEdgeJerk;
-  report.bodyJerk = quality.bodyJerk;
-  report.belowBefore = quality.belowBefore;
-  report.belowAfter = quality.belowAfter;
+  measure(original, runsOf(wishes), &report);
+  report.impossible = !impossible.reasons.empty();
+  report.reasons = impossible.reasons;
   if (!motion.stopped().empty()) report.reasons.push_back(motion.stopped());
   report.met = report.missAfter <= options_.goal && report.reasons.empty();
+  for (const GimbalLock& lock : findGimbalLock(original)) {
+    report.notes.push_back(nameOf(clip_, lock.joint) + " is near gimbal lock in " +
+                           std::to_string(lock.frames) + " frames, most in frame " +
+                           std::to_string(lock.worst + 1));
+  }
   report.seconds = secondsNow() - begun;
   return report;
+}
+
+void Edit::measure(const Clip& original, const std::vector<Stand>& runs, Report* report) const {
+  const Quality quality = measureQuality(original, clip_, runs, feet_.ground);
+  report->contacts = quality.stands;
+  report->heldFrames = quality.standingFrames;
+  report->skateBefore = quality.skateBefore;
+  report->skateAfter = quality.skateAfter;
+  report->fastestBefore = quality.fastestBefore;
+  report->fastestAfter = quality.fastestAfter;
+  report->edgeJerk = quality.edgeJerk;
+  report->largestEdgeJerk = quality.largestEdgeJerk;
+  report->bodyJerk = quality.bodyJerk;
+  std::vector<Stand> feet;
+  for (const int j : feet_.feet) feet.push_back({j, 0, 1});
+  const Quality ofFeet = measureQuality(original, clip_, feet, feet_.ground);
+  report->belowBefore = ofFeet.belowBefore;
+  report->belowAfter = ofFeet.belowAfter;
 }
 
 }  // namespace limber::motion

@@ -13,7 +13,9 @@
 #include "limber_motion/Clip.h"
 #include "limber_motion/Constraint.h"
 #include "limber_motion/Contacts.h"
+#include "limber_motion/Quality.h"
 #include "limber_motion/Report.h"
+#include "limber_motion/Skeleton.h"
 
 namespace limber::motion {
 
@@ -56,10 +58,15 @@ class LIMBER_MOTION_API Edit {
   Report solve();
 
  private:
+  std::vector<Constraint> allWishes(std::vector<int>* rank);
+  void take(const Clip& continuous, const Clip& edited, const Skeleton& skeleton, Report* report);
+  void measure(const Clip& original, const std::vector<Stand>& runs, Report* report) const;
+
   Clip& clip_;
   EditOptions options_;
-  Contacts feet_;  // what is known of the feet and the ground
-  std::vector<Constraint> plants_, wishes_;
+  Contacts feet_;                   // what is known of the feet and the ground
+  std::vector<Constraint> plants_;  // of weight 1, from contacts
+  std::vector<Constraint> wishes_;  // from reach and add
   bool planted_ = false;
 };
 

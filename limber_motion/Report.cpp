@@ -88,6 +88,7 @@ std::string jsonOf(const Report& r) {
     out += std::string("  \"") + name + "\": " + value + ",\n";
   };
   field("met", r.met ? "true" : "false");
+  field("impossible", r.impossible ? "true" : "false");
   field("reasons", list(r.reasons));
   field("notes", list(r.notes));
   field("height", real(r.height));

@@ -24,7 +24,8 @@ struct EditStep {
 /// The outcome of an edit. Everything is computed from the clip as it was and as it is now, over all frames;
 /// lengths are parts of the body's height, speeds parts of it a second, angles in radians.
 struct Report {
-  bool met = false;  ///< every held joint is within the goal in every frame, nothing was refused
+  bool met = false;         ///< every held joint is within the goal in every frame, nothing was refused
+  bool impossible = false;  ///< no motion can meet what was asked for, or nothing was
   std::vector<std::string> reasons;  ///< why not, a sentence each
   std::vector<std::string> notes;    ///< what else the animator should know
   double height = 0.0;               ///< of the body, in the clip's unit

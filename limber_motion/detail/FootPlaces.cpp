@@ -9,18 +9,19 @@ namespace limber::motion::detail {
 namespace {
 
 constexpr double still = 0.05;    // heights a second: slower frames count alike
-constexpr double level = 0.01;    // heights: contacts of a joint that differ by less are on the same ground
+constexpr double level = 0.004;   // heights: contacts of a joint that differ by less are on the same ground
 constexpr double upright = 1e-3;  // how readily a place leaves its height, compared with its other directions
-constexpr int mostSweeps = 20000;
+constexpr int mostSweeps = 20000, alignSweeps = 50;
 
-constexpr double again = 0.15;  // seconds: a joint that comes back after less stands where it stood,
-constexpr double near = 0.02;   // if that is within so many heights
+constexpr double again = 0.2;   // seconds: a joint that comes back after less stands where it stood,
+constexpr double abrupt = 4.0;  // if the way there would be so many times more abrupt than it was
 
 /// Two contacts that overlap in time and whose joints a rigid bone holds apart; or two of one joint that
 /// shall have one place, which is a bone of length 0.
 struct Bone {
   Contact *a, *b;
   double length;
+  Pnt3 way;  // from a to b, in the mean of the frames that they share
 };
 
 /// The height at which most frames of these contacts stand: the median over frames.
@@ -84,22 +85,49 @@ bool rigid(const Clip& clip, int a, int b) {
   return std::find_first_of(ofA.begin(), ofA.end(), ofB.begin(), ofB.end()) != ofA.end();
 }
 
-std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, double height,
-                               std::vector<Contact>* contacts) {
+/// Whether a joint would have to jump from one contact to the next: the jerk of the smoothest way from rest
+/// to rest (Flash and Hogan 1985: 60 distances over time^3 at its ends) against what it was in that time.
+bool wouldJump(const Clip& clip, const Tracks& tracks, const Contact& a, const Contact& b) {
+  const double dt = clip.frameTime, seconds = (b.first - a.last) * dt;
+  if (a.joint != b.joint || a.last >= b.first || seconds > again) return false;
+  double jerk = 0.0;
+  for (int f = std::max(a.last - 3, 0); f + 3 <= std::min(b.first + 3, clip.frames - 1); f++) {
+    const Pnt3 third = tracks.at(a.joint, f + 3) - tracks.at(a.joint, f + 2) * 3.0 +
+                       tracks.at(a.joint, f + 1) * 3.0 - tracks.at(a.joint, f);
+    jerk = std::max(jerk, third.length() / (dt * dt * dt));
+  }
+  return 60.0 * (a.place - b.place).length() > abrupt * jerk * seconds * seconds * seconds;
+}
+
+std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, std::vector<Contact>* contacts) {
   std::vector<Bone> bones;
   for (Contact& a : *contacts) {
     for (Contact& b : *contacts) {
       const int first = std::max(a.first, b.first);
-      if (a.joint == b.joint && a.last < b.first && (b.first - a.last) * clip.frameTime <= again &&
-          (a.place - b.place).length() <= near * height) {
-        bones.push_back({&a, &b, 0.0});
-      }
+      if (wouldJump(clip, tracks, a, b)) bones.push_back({&a, &b, 0.0, Pnt3()});
       if (a.joint >= b.joint || first > std::min(a.last, b.last)) continue;
       if (a.foot != b.foot || !rigid(clip, a.joint, b.joint)) continue;
-      bones.push_back({&a, &b, (tracks.at(a.joint, first) - tracks.at(b.joint, first)).length()});
+      Bone bone = {&a, &b, (tracks.at(a.joint, first) - tracks.at(b.joint, first)).length(), Pnt3()};
+      const int last = std::min(a.last, b.last);
+      for (int f = first; f <= last; f++) bone.way += tracks.at(b.joint, f) - tracks.at(a.joint, f);
+      bone.way *= 1.0 / (last - first + 1);
+      bones.push_back(bone);
     }
   }
   return bones;
+}
+
+/// Moves the ends of the bones in the ground's plane until each lies as it lay in the mean: joints of a foot
+/// that slides were not at their own mean places at the same time.
+void align(const std::vector<Bone>& bones) {
+  for (int sweep = 0; sweep < alignSweeps; sweep++) {
+    for (const Bone& bone : bones) {
+      Pnt3 off = bone.b->place - bone.a->place - bone.way;
+      off.y = 0.0;
+      bone.a->place += off * 0.5;
+      bone.b->place -= off * 0.5;
+    }
+  }
 }
 
 /// Moves both ends of a bone, mostly in the ground's plane, until it has its length to first order; how far
@@ -142,8 +170,8 @@ void choosePlaces(const Clip& clip, const Tracks& tracks, double height, const s
     }
     usual[foot.joint] = usualHeight(own);
   }
-  putOnTheGround(height, ground, usual, contacts);
-  const std::vector<Bone> bones = bonesBetween(clip, tracks, height, contacts);
+  const std::vector<Bone> bones = bonesBetween(clip, tracks, contacts);
+  align(bones);
   double off = bones.empty() ? 0.0 : height;
   for (int sweep = 0; sweep < mostSweeps && off > 1e-10 * height; sweep++) {
     off = 0.0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 #include "limber_motion/StepSystem.h"
 #include "limber_motion/Stiffness.h"
@@ -11,13 +12,17 @@ namespace limber::motion::detail {
 
 namespace {
 
-constexpr double restSeconds = 0.02;               // time constant of the exact stage
-double R1=getenv("R1")?atof(getenv("R1")):0.05,R2=getenv("R2")?atof(getenv("R2")):0.02,T=getenv("T")?atof(getenv("T")):0.02;
+constexpr double shorter[] = {1.0, 0.3, 0.1};      // time constants of the stages, in that of the edit
+constexpr double rounding = 0.75;                  // the third derivative's, in that of the stage
 constexpr double typicalChange = 0.006;            // heights: what a clip needs where its feet slide
+constexpr double typicalRest = 6.0;                // slow tremblings: what the first stage leaves over
+constexpr double floorFirmness = 100.0;            // how much more than the targets the floor pushes
+constexpr double trembleSeconds = 1.0 / 30.0;      // between the frames that tell a slow trembling
 constexpr double leastPull = 1e2, mostPull = 1e8;  // of a miss^2 in heights
 constexpr double shortRun = 0.1;                   // seconds: what is held for a shorter time pulls harder
 constexpr double nothing = 1e-6;                   // heights: a miss that needs no further step
-constexpr int smoothSteps = 3;
+
+double squared(double x) { return x * x; }
 
 double secondsNow() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -48,37 +53,66 @@ std::vector<double> pick(const std::vector<double>& all, const std::vector<int>&
   return picked;
 }
 
+/// The wishes for each joint, in frame order, as places in the list.
+std::vector<std::vector<std::size_t>> byJoint(const Skeleton& skeleton,
+                                              const std::vector<Constraint>& wishes) {
+  std::vector<std::vector<std::size_t>> places(static_cast<std::size_t>(skeleton.joints()));
+  for (std::size_t i = 0; i < wishes.size(); i++)
+    places[static_cast<std::size_t>(wishes[i].joint)].push_back(i);
+  return places;
+}
+
+// A wish of one frame has nobody beside it who pulls the same way.
+std::vector<double> urgencies(const Skeleton& skeleton, const std::vector<Constraint>& wishes, double dt) {
+  std::vector<double> urgency(wishes.size(), 1.0);
+  for (const std::vector<std::size_t>& own : byJoint(skeleton, wishes)) {
+    for (std::size_t begin = 0, end = 0; begin < own.size(); begin = end) {
+      for (end = begin + 1; end < own.size(); end++) {
+        if (wishes[own[end]].frame != wishes[own[end - 1]].frame + 1) break;
+      }
+      const double seconds = static_cast<double>(end - begin) * dt;
+      for (std::size_t i = begin; i < end && seconds < shortRun; i++)
+        urgency[own[i]] = 10.0 * shortRun / seconds;
+    }
+  }
+  return urgency;
+}
+
 }  // namespace
 
 Motion::Motion(const Clip& original, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
-               const Floor& floor, const EditOptions& options)
+               const std::vector<bool>& hopeless, Floor floor, const EditOptions& options)
     : original_(original),
       skeleton_(skeleton),
       wishes_(wishes),
-      floor_(floor),
+      hopeless_(hopeless),
       options_(options),
+      floor_(std::move(floor)),
       curves_(original.frames, spacingOf(original, options.knots)),
-      channels_(movingChannels(skeleton, wishes, floor.feet)),
+      channels_(movingChannels(skeleton, wishes, floor_.feet())),
+      urgency_(urgencies(skeleton, wishes, original.frameTime)),
       clip_(original),
       holds_(skeleton, curves_, channels_),
       masses_(pick(channelMasses(original, skeleton, jointStiffness(original, skeleton, options.stiffness)),
                    channels_)),
-      base_(curves_.times() * static_cast<int>(channels_.size())) {}
+      before_(curves_.times() * static_cast<int>(channels_.size())),
+      change_(before_) {}
 
-// A recorded joint trembles by about the third difference of its place over sqrt(20), in each direction, were
-// the errors of its frames independent.
-double Motion::trembling() const {
+// What a held joint trembles by from frame to frame, in heights and in each direction: the third difference
+// of its place over sqrt(20), were the errors of its frames independent. `stride` frames apart, it is what
+// trembles more slowly.
+double Motion::trembling(int stride) const {
+  const std::size_t last = 3 * static_cast<std::size_t>(stride);
   double sum = 0.0;
   int count = 0;
-  for (int j = 0; j < skeleton_.joints(); j++) {
-    std::vector<int> frames;
-    for (const Constraint& wish : wishes_) {
-      if (wish.joint == j && wish.weight >= 1.0) frames.push_back(wish.frame);
-    }
-    for (std::size_t i = 0; i + 3 < frames.size(); i++) {
-      if (frames[i + 3] != frames[i] + 3) continue;
+  for (const std::vector<std::size_t>& own : byJoint(skeleton_, wishes_)) {
+    for (std::size_t i = 0; i + last < own.size(); i++) {
+      const Constraint& first = wishes_[own[i]];
+      if (wishes_[own[i + last]].frame != first.frame + 3 * stride) continue;
       Pnt3 at[4];
-      for (int k = 0; k < 4; k++) at[k] = skeleton_.position(j, original_.frame(frames[i] + k));
+      for (int k = 0; k < 4; k++) {
+        at[k] = skeleton_.position(first.joint, original_.frame(first.frame + k * stride));
+      }
       sum += (at[3] - at[2] * 3.0 + at[1] * 3.0 - at[0]).lengthSq() / 60.0;
       count++;
     }
@@ -86,70 +120,88 @@ double Motion::trembling() const {
   return count ? std::sqrt(sum / count) / skeleton_.height() : 0.0;
 }
 
-bool Motion::run() {
-  const double dt = original_.frameTime * curves_.spacing(), height = skeleton_.height();
-  const auto squared = [](double x) { return x * x; };
-  const Smoothness smooth(curves_.times(), masses_, dt, options_.smooth, R1);
-  const Smoothness brief(curves_.times(), masses_, dt, T, R2);
-  const double ratio = squared(typicalChange / std::max(trembling(), 1e-9)) / smooth.flexibility();
-  Stage stages[] = {
-      {smooth, false, std::clamp(ratio, leastPull, mostPull) / squared(height), 1, base_},
-      {brief, true, 1e4 * (1.0 + 6.0 * std::pow(T / dt, 4)+20.0 * std::pow(R2 / dt, 6)) / squared(height), 3, base_}};
-  for (Stage& stage : stages) {
+void Motion::run() {
+  const double dt = original_.frameTime * curves_.spacing(), smooth = options_.smooth;
+  const int stride = std::max(1, static_cast<int>(std::lrint(trembleSeconds / original_.frameTime)));
+  const double slow = std::max(trembling(stride), 1e-9), fast = std::max(trembling(1), 1e-9);
+  const Smoothness wide(curves_.times(), masses_, dt, shorter[0] * smooth, rounding * shorter[0] * smooth);
+  const Smoothness narrow(curves_.times(), masses_, dt, shorter[1] * smooth, rounding * shorter[1] * smooth);
+  const Smoothness brief(curves_.times(), masses_, dt, shorter[2] * smooth);
+  const auto pull = [&](const Smoothness& measure, double change, double noise) {
+    const double ratio = squared(change / noise) / measure.flexibility();
+    return std::clamp(ratio, leastPull, mostPull) / squared(skeleton_.height());
+  };
+  const double firm = 1e4 * (1.0 + 6.0 * std::pow(shorter[2] * smooth / dt, 4)) / squared(skeleton_.height());
+  const Stage stages[] = {{wide, false, pull(wide, typicalChange, slow)},
+                          {narrow, false, pull(narrow, typicalRest * slow, fast)},
+                          {brief, true, firm}};
+  const int lastStep[] = {std::min(2, options_.mostSteps), std::min(3, options_.mostSteps),
+                          options_.mostSteps};
+  for (int s = 0; s < 3; s++) {
     double damping = 0.0;
-    const int last = stage.exact ? options_.mostSteps : std::min(smoothSteps, options_.mostSteps);
-    while (static_cast<int>(steps_.size()) < last) {
-      if (stage.exact && largestMiss() <= nothing) break;
-      const double before = cost(stage, stage.change, holds(stage));
-      const bool better = step(&stage, damping);
+    while (static_cast<int>(steps_.size()) < lastStep[s] && !(stages[s].exact && finished(stages[s]))) {
+      const bool better = step(stages[s], damping);
       if (options_.observer && !options_.observer(steps_.back())) {
         stopped_ = "the edit was ended before it was done";
-        return false;
+        return;
       }
-      if (!stopped_.empty()) return true;
-      if (!better) {
-        damping = damping == 0.0 ? 1.0 : 100.0 * damping;
-        if (damping > 1e6) break;
-        continue;
-      }
-      if (!stage.exact && cost(stage, stage.change, holds(stage)) > 0.9 * before) break;
+      if (!better) damping = damping == 0.0 ? 1.0 : 100.0 * damping;
     }
-    base_ += stage.change;
+    before_ += change_;
+    change_ = 0.0;
   }
-  return true;
+  if (largestMiss() <= options_.goal) return;
+  if (turnedTooFar_) {
+    char degrees[32];
+    std::snprintf(degrees, sizeof degrees, "%.4g", options_.mostTurn * 57.29577951308232);
+    stopped_ = std::string("the targets would turn a joint by more than the ") + degrees + " degrees allowed";
+  } else {
+    stopped_ = "the targets are not met after " + std::to_string(steps_.size()) + " steps";
+  }
 }
 
-bool Motion::step(Stage* stage, double damping) {
+bool Motion::finished(const Stage& stage) const {
+  if (!(largestMiss() <= nothing)) return false;
+  Floor floor = floor_;
+  return !floor.watch(clip_, holds(stage));
+}
+
+bool Motion::step(const Stage& stage, double damping) {
   const double begun = secondsNow();
   EditStep done;
   done.number = static_cast<int>(steps_.size()) + 1;
-  done.exact = stage->exact;
+  done.exact = stage.exact;
   done.before = largestMiss();
-  const std::vector<Hold> wanted = holds(*stage);
+  std::vector<Hold> wanted = holds(stage);
+  floor_.watch(clip_, wanted);
+  floor_.addTo(clip_, stage.exact ? stage.pull : floorFirmness * stage.pull, &wanted);
   holds_.linearize(wanted, clip_);
   Vector step(0), trial(0);
-  StepSystem system(stage->measure, holds_, damping);
+  StepSystem system(stage.measure, holds_, damping);
   bool better = false;
   if (system.factored()) {
-    system.solve(stage->change, damping > 0.0 ? 1 : stage->rounds, &step);
-    const double cost0 = cost(*stage, stage->change, wanted);
-    for (done.scale = 1.0; done.scale > 0.05 && !better; done.scale *= 0.5) {
-      trial = stage->change;
+    system.solve(change_, stage.exact && damping == 0.0 ? 3 : 1, &step);
+    const double costBefore = cost(stage, change_, wanted);
+    for (done.scale = 1.0; done.scale > 0.05; done.scale *= 0.5) {
+      trial = change_;
       trial.scaleAdd(done.scale, &step);
+      if (largestTurn(trial) > options_.mostTurn) {
+        turnedTooFar_ = true;
+        continue;
+      }
       show(trial);
-      if (largestTurn(trial) > options_.mostTurn) continue;
-      better = cost(*stage, trial, wanted) < cost0;
+      better = cost(stage, trial, wanted) < costBefore;
       if (better) break;
     }
   }
   if (better) {
-    stage->change = trial;
+    change_ = trial;
   } else {
     done.scale = 0.0;
-    show(stage->change);
+    show(change_);
   }
   done.after = largestMiss();
-  done.turn = largestTurn(stage->change);
+  done.turn = largestTurn(change_);
   done.seconds = secondsNow() - begun;
   steps_.push_back(done);
   return better;
@@ -157,41 +209,13 @@ bool Motion::step(Stage* stage, double damping) {
 
 std::vector<Hold> Motion::holds(const Stage& stage) const {
   std::vector<Hold> list;
-  for (const Constraint& wish : wishes_) {
-    if (stage.exact && wish.weight < 1.0) continue;
-    const double weight = stage.exact ? stage.pull : stage.pull * wish.weight * wish.weight;
+  for (std::size_t i = 0; i < wishes_.size(); i++) {
+    const Constraint& wish = wishes_[i];
+    if (stage.exact && !isExact(i)) continue;
+    const double weight = stage.exact ? stage.pull : stage.pull * urgency_[i] * squared(wish.weight);
     list.push_back({wish.frame, wish.joint, wish.target, weight, stage.exact, false});
   }
-  addFloor(&list, stage.pull);
   return list;
-}
-
-void Motion::addFloor(std::vector<Hold>* list, double weight) const {
-  const double margin = 1e-5 * skeleton_.height();
-  std::vector<Hold> low;
-  std::size_t next = 0;
-  Pose now, was;
-  for (int f = 0; f < original_.frames; f++) {
-    skeleton_.pose(clip_.frame(f), &now);
-    skeleton_.pose(original_.frame(f), &was);
-    while (next < list->size() && (*list)[next].frame < f) next++;
-    for (const int j : floor_.feet) {
-      bool held = false;
-      for (std::size_t i = next; i < list->size() && (*list)[i].frame == f; i++)
-        held |= (*list)[i].joint == j;
-      if (held) continue;
-      const double before = was.position[static_cast<std::size_t>(j)].y;
-      const double least = options_.ground ? floor_.ground : std::min(floor_.ground, before + margin);
-      Pnt3 place = now.position[static_cast<std::size_t>(j)];
-      if (place.y >= least) continue;
-      place.y = least;
-      low.push_back({f, j, place, weight, true, true});
-    }
-  }
-  if (low.empty()) return;
-  list->insert(list->end(), low.begin(), low.end());
-  std::stable_sort(list->begin(), list->end(),
-                   [](const Hold& a, const Hold& b) { return a.frame < b.frame; });
 }
 
 double Motion::cost(const Stage& stage, const Vector& change, const std::vector<Hold>& list) const {
@@ -218,7 +242,7 @@ void Motion::show(const Vector& change) {
       double sum = 0.0;
       for (int k = 0; k < basis.count; k++) {
         const int i = (basis.first + k) * n + c;
-        sum += basis.weight[k] * (base_[i] + change[i]);
+        sum += basis.weight[k] * (before_[i] + change[i]);
       }
       const int channel = channels_[static_cast<std::size_t>(c)];
       clip_.frame(f)[channel] = original_.frame(f)[channel] + sum;
@@ -231,7 +255,7 @@ double Motion::largestTurn(const Vector& change) const {
   double largest = 0.0;
   for (int i = 0; i < change.size(); i++) {
     if (!skeleton_.isRotation(channels_[static_cast<std::size_t>(i % n)])) continue;
-    largest = std::max(largest, std::fabs(base_[i] + change[i]));
+    largest = std::max(largest, std::fabs(before_[i] + change[i]));
   }
   return largest;
 }
@@ -239,9 +263,12 @@ double Motion::largestTurn(const Vector& change) const {
 double Motion::largestMiss(int* wish) const {
   double largest = 0.0;
   if (wish) *wish = -1;
+  Pose pose;
+  int frame = -1;
   for (std::size_t i = 0; i < wishes_.size(); i++) {
-    if (wishes_[i].weight < 1.0) continue;
-    const Pnt3 at = skeleton_.position(wishes_[i].joint, clip_.frame(wishes_[i].frame));
+    if (!isExact(i)) continue;
+    if (wishes_[i].frame != frame) skeleton_.pose(clip_.frame(frame = wishes_[i].frame), &pose);
+    const Pnt3 at = pose.position[static_cast<std::size_t>(wishes_[i].joint)];
     const double miss = (wishes_[i].target - at).length() / skeleton_.height();
     if (miss <= largest) continue;
     largest = miss;

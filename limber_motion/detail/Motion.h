@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "limber/linalg/Vector.h"
@@ -9,65 +10,64 @@
 #include "limber_motion/Holds.h"
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/Smoothness.h"
+#include "limber_motion/detail/Floor.h"
 
 namespace limber::motion::detail {
 
-/// The feet's lowest allowed height, frame by frame.
-struct Floor {
-  std::vector<int> feet;
-  double ground;  ///< in the clip's unit
-};
-
 /// A motion on its way from the original to the edited one: the Gauss-Newton steps of an edit.
 ///
-/// It is made in two stages. First the targets pull, with a strength that follows from the recording's own
-/// trembling, on a change that is smooth over the time constant. Then what is still missing is made up for
-/// exactly, by a change of short duration. (One stage would have to imitate the trembling with a smooth
-/// curve, which the linearized equations make possible by large turns and the body does not.)
+/// The change is made in stages of shorter and shorter time constants. In all but the last the targets pull,
+/// as strongly as the recording's own trembling allows; the last one makes up exactly for what is still
+/// missing, which is little by then. (One stage would have to imitate the trembling with a smooth curve. The
+/// linearized equations can do that, by turning joints far; the body cannot.)
 class Motion {
  public:
-  /// `original` has continuous angles. `wishes` are sorted by frame. All must outlive the motion.
+  /// `original` has continuous angles. `wishes` are sorted by frame; those with true in `hopeless` only pull.
+  /// All operands must outlive the motion.
   Motion(const Clip& original, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
-         const Floor& floor, const EditOptions& options);
+         const std::vector<bool>& hopeless, Floor floor, const EditOptions& options);
 
-  /// Takes the steps; false when the observer ended them.
-  bool run();
+  /// Takes the steps.
+  void run();
 
   const Clip& clip() const { return clip_; }
   const std::vector<EditStep>& steps() const { return steps_; }
-  /// Why the steps ended early; empty when they did not.
+  /// Why the steps ended before all was met, as a sentence; empty when they did not.
   const std::string& stopped() const { return stopped_; }
-  /// The largest distance of an exact wish from its target, in body heights, and which wish it is.
+  /// The largest distance of an exact wish from its target, in body heights, and which wish it is (-1: none).
   double largestMiss(int* wish = nullptr) const;
 
  private:
+  /// What one step minimizes.
   struct Stage {
     const Smoothness& measure;
     bool exact;
-    double pull;    // weight of a miss^2, in the clip's unit
-    int rounds;     // of multipliers
-    Vector change;  // of this stage alone
+    double pull;  // weight of a miss^2, in the clip's unit
   };
 
-  bool step(Stage* stage, double damping);
+  bool finished(const Stage& stage) const;
+  bool step(const Stage& stage, double damping);
   std::vector<Hold> holds(const Stage& stage) const;
-  void addFloor(std::vector<Hold>* holds, double weight) const;
   double cost(const Stage& stage, const Vector& change, const std::vector<Hold>& holds) const;
   void show(const Vector& change);
   double largestTurn(const Vector& change) const;
-  double trembling() const;
+  double trembling(int stride) const;
+  bool isExact(std::size_t wish) const { return wishes_[wish].weight >= 1.0 && !hopeless_[wish]; }
 
   const Clip& original_;
   const Skeleton& skeleton_;
   const std::vector<Constraint>& wishes_;
-  const Floor& floor_;
+  const std::vector<bool>& hopeless_;
   const EditOptions& options_;
+  Floor floor_;
   Curves curves_;
-  std::vector<int> channels_;  // that move a held joint
+  std::vector<int> channels_;    // that move a held joint
+  std::vector<double> urgency_;  // of each wish: 1, or more for what is held for a short time only
   Clip clip_;
   Holds holds_;
   std::vector<double> masses_;
-  Vector base_;  // the change of the stages before
+  Vector before_, change_;  // the changes of the stages before, and of this one
+  bool turnedTooFar_ = false;
   std::vector<EditStep> steps_;
   std::string stopped_;
 };

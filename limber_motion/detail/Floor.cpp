@@ -1,0 +1,72 @@
+#include "limber_motion/detail/Floor.h"
+
+#include <algorithm>
+
+namespace limber::motion::detail {
+
+namespace {
+
+constexpr double margin = 2e-5, tolerance = 1e-5, clear = 1e-4;  // heights
+
+/// The joints held in a frame; `next` moves on to that frame's first hold.
+bool isHeld(const std::vector<Hold>& holds, std::size_t* next, int frame, int joint) {
+  while (*next < holds.size() && holds[*next].frame < frame) ++*next;
+  for (std::size_t i = *next; i < holds.size() && holds[i].frame == frame; i++) {
+    if (holds[i].joint == joint) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+Floor::Floor(const Clip& original, const Skeleton& skeleton, const Contacts& feet, bool strict)
+    : skeleton_(skeleton), feet_(feet.feet) {
+  Pose pose;
+  for (int f = 0; f < original.frames; f++) {
+    skeleton.pose(original.frame(f), &pose);
+    for (const int j : feet_) {
+      const double was = pose.position[static_cast<std::size_t>(j)].y;
+      least_.push_back(strict ? feet.ground : std::min(feet.ground, was) + margin * skeleton.height());
+    }
+  }
+  watched_.assign(least_.size(), false);
+}
+
+bool Floor::watch(const Clip& clip, const std::vector<Hold>& holds) {
+  bool news = false;
+  std::size_t next = 0;
+  Pose pose;
+  for (int f = 0; f < clip.frames; f++) {
+    skeleton_.pose(clip.frame(f), &pose);
+    for (std::size_t i = 0; i < feet_.size(); i++) {
+      const double height = pose.position[static_cast<std::size_t>(feet_[i])].y;
+      const std::size_t k = static_cast<std::size_t>(f) * feet_.size() + i;
+      if (height > least_[k] + clear * skeleton_.height()) watched_[k] = false;
+      if (height >= least_[k] - tolerance * skeleton_.height()) continue;
+      if (isHeld(holds, &next, f, feet_[i])) continue;
+      watched_[k] = true;
+      news = true;
+    }
+  }
+  return news;
+}
+
+void Floor::addTo(const Clip& clip, double weight, std::vector<Hold>* holds) const {
+  std::vector<Hold> low;
+  std::size_t next = 0;
+  for (std::size_t k = 0; k < watched_.size(); k++) {
+    if (!watched_[k]) continue;
+    const int f = static_cast<int>(k / feet_.size());
+    const int joint = feet_[k % feet_.size()];
+    if (isHeld(*holds, &next, f, joint)) continue;
+    Pnt3 place = skeleton_.position(joint, clip.frame(f));
+    place.y = least_[k];
+    low.push_back({f, joint, place, weight, true, true});
+  }
+  if (low.empty()) return;
+  holds->insert(holds->end(), low.begin(), low.end());
+  std::stable_sort(holds->begin(), holds->end(),
+                   [](const Hold& a, const Hold& b) { return a.frame < b.frame; });
+}
+
+}  // namespace limber::motion::detail
