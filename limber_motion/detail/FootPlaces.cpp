@@ -170,6 +170,7 @@ void choosePlaces(const Clip& clip, const Tracks& tracks, double height, const s
     }
     usual[foot.joint] = usualHeight(own);
   }
+  putOnTheGround(height, ground, usual, contacts);
   const std::vector<Bone> bones = bonesBetween(clip, tracks, contacts);
   align(bones);
   double off = bones.empty() ? 0.0 : height;
