@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The golden numbers have the same bits in every build.
 
-usage: golden.py [--update] BITS PROGRAM                     runs a program that is there
+usage: golden.py [--update] BITS PROGRAM...                  runs a program that is there, behind its emulator if any
        golden.py --build SOURCE-DIR BINARY-DIR BITS COMPILER -- FLAG... [-- LIBRARY...]
                                                              builds the library and the program again
 
@@ -19,13 +19,13 @@ ROOMS = ("foundation", "linalg", "solvers")
 
 
 def compare(bits, program, update=False):
-    printed = subprocess.run([program], check=True, capture_output=True, text=True).stdout
+    printed = subprocess.run(program, check=True, capture_output=True, text=True).stdout
     if update:
         with open(bits, "w") as file:
             file.write(printed)
     with open(bits) as file:
         expected = file.read()
-    difference = list(difflib.unified_diff(expected.splitlines(), printed.splitlines(), bits, program, n=0, lineterm=""))
+    difference = list(difflib.unified_diff(expected.splitlines(), printed.splitlines(), bits, program[-1], n=0, lineterm=""))
     print("\n".join(difference[:40]))
     print(len(printed.splitlines()), "numbers,", "other bits" if difference else "the same bits")
     return bool(difference) or not printed
@@ -59,14 +59,15 @@ def build(source, binary, compiler, flags, libraries):
 def main(arguments):
     if arguments[0] != "--build":
         update = arguments[0] == "--update"
-        return compare(arguments[-2], arguments[-1], update)
+        bits, *program = arguments[1:] if update else arguments
+        return compare(bits, program, update)
     source, binary, bits, compiler = arguments[1:5]
     if not shutil.which(compiler):
         print("no", compiler)
         return 77
     rest = arguments[6:]
     cut = rest.index("--") if "--" in rest else len(rest)
-    return compare(bits, build(source, binary, compiler, rest[:cut], rest[cut + 1:]))
+    return compare(bits, [build(source, binary, compiler, rest[:cut], rest[cut + 1:])])
 
 
 sys.exit(main(sys.argv[1:]))

@@ -16,7 +16,10 @@ add_test(NAME Project.WrongProgramsAreRefused COMMAND sh ${here}/refused.sh ${CM
 if(NOT LIMBER_SANITIZE)
   add_test(NAME Project.InstalledPackageServesPrograms
            COMMAND sh ${here}/installed.sh ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER})
-  set_tests_properties(Project.InstalledPackageServesPrograms PROPERTIES TIMEOUT 1800)
+  add_test(NAME Project.LinesOfTheReadmeInstallLimber COMMAND sh ${here}/readme_install.sh ${PROJECT_BINARY_DIR})
+  # Both write the list of what was installed.
+  set_tests_properties(Project.InstalledPackageServesPrograms Project.LinesOfTheReadmeInstallLimber
+                       PROPERTIES TIMEOUT 1800 RESOURCE_LOCK installation)
 endif()
 set_tests_properties(Project.EveryHeaderCompilesAlone PROPERTIES TIMEOUT 900)
 foreach(how IN ITEMS subdirectory fetch)
