@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "limber/limber.h"
-#include "limber/linalg/detail/Chains.h"
 
 namespace {
 
@@ -85,16 +84,6 @@ DENSE(MagSq, benchmark::DoNotOptimize(d.a.magSq()), benchmark::DoNotOptimize(d.e
 DENSE(ScaleAdd, d.a.scaleAdd(1e-9, &d.b), d.ea += 1e-9 * d.eb)
 DENSE(Plus, d.a += d.b, d.ea += d.eb)
 DENSE(Times, d.a *= 1.0000001, d.ea *= 1.0000001)
-
-/// Two independent sums side by side, which is how the solvers fill the time that one chain waits.
-void TwoDots_Limber(benchmark::State& state) {
-  run(state, [](Dense& d) {
-    double ab, bb;
-    limber::detail::dotChains(d.a.count, d.a.data, d.b.data, d.b.data, d.b.data, ab, bb);
-    benchmark::DoNotOptimize(ab + bb);
-  });
-}
-BENCHMARK(TwoDots_Limber)->Arg(1000)->Arg(100000);
 
 void Ssum_Limber(benchmark::State& state) {
   Sparse s(state);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <new>
 
 #include "limber/foundation/Output.h"
@@ -45,18 +46,16 @@ void makeEmpty(BandedMatrix& m) {
 // Rows in use that are allocated, places of the band that are allocated.
 int usableRows(const BandedMatrix& m) { return m.data ? std::min(m.rows, m.maxRows) : 0; }
 
-// Places and indices of any size: no band is too wide to be declared.
-using Wide = long long;
-
+// A half bandwidth may be any int, so places in a row are computed in 64 bits.
 int usableWidth(const BandedMatrix& m) {
-  return static_cast<int>(std::clamp<Wide>(2 * Wide{m.bw}, 0, std::max(m.maxWidth, 0)));
+  return static_cast<int>(std::clamp<std::int64_t>(2 * std::int64_t{m.bw}, 0, std::max(m.maxWidth, 0)));
 }
 
-Wide placeInRow(const BandedMatrix& m, int i, int j) { return Wide{m.bw} - i + j; }
+std::int64_t placeInRow(const BandedMatrix& m, int i, int j) { return std::int64_t{m.bw} - i + j; }
 
 // Where (i, j) is stored, null outside the band or the storage.
 double* place(const BandedMatrix& m, int i, int j) {
-  const Wide k = placeInRow(m, i, j);
+  const std::int64_t k = placeInRow(m, i, j);
   if (i < 0 || !m.data || i >= m.maxRows || k < 0 || k >= usableWidth(m)) return nullptr;
   return m.data[i] ? m.data[i] + k : nullptr;
 }
@@ -66,9 +65,10 @@ template <class F>
 void forRow(const BandedMatrix& m, int i, F f) {
   const double* const row = m.data[i];
   if (!row) return;
-  const Wide bw = m.bw;
-  const Wide end = std::min({i + bw, Wide{m.rows}, i - bw + usableWidth(m)});
-  for (Wide j = std::max<Wide>(0, i - bw); j < end; ++j) f(i, static_cast<int>(j), row[bw - i + j]);
+  const std::int64_t bw = m.bw;
+  const std::int64_t end = std::min({i + bw, std::int64_t{m.rows}, i - bw + usableWidth(m)});
+  for (std::int64_t j = std::max<std::int64_t>(0, i - bw); j < end; ++j)
+    f(i, static_cast<int>(j), row[bw - i + j]);
 }
 
 class BandRows final : public limber::detail::RowSource {
@@ -76,10 +76,10 @@ class BandRows final : public limber::detail::RowSource {
   BandRows(const BandedMatrix& m, double diagAdd) : m_(m), diagAdd_(diagAdd) {}
 
   void appendRow(int i, SpVec& row) const override {
-    // The diagonal takes part also where the band does not reach it: diagAdd belongs there.
-    const Wide bw = m_.bw;
-    const int start = static_cast<int>(std::clamp<Wide>(i - bw, 0, i));
-    const int end = static_cast<int>(std::max<Wide>(i + 1, std::min<Wide>(i + bw, m_.rows)));
+    // The diagonal is included even if the band does not contain it, because diagAdd is added there.
+    const std::int64_t bw = m_.bw;
+    const int start = static_cast<int>(std::clamp<std::int64_t>(i - bw, 0, i));
+    const int end = static_cast<int>(std::max<std::int64_t>(i + 1, std::min<std::int64_t>(i + bw, m_.rows)));
     for (int j = start; j < end; ++j) {
       const double* const stored = place(m_, i, j);
       limber::detail::appendCompacted(row, i, j, stored ? *stored : 0.0, diagAdd_);
@@ -92,7 +92,7 @@ class BandRows final : public limber::detail::RowSource {
 };
 
 double scratch;
-Wide farthestReported = 0;
+std::int64_t farthestReported = 0;
 
 }  // namespace
 
@@ -192,7 +192,7 @@ void BandedMatrix::scalar(double s) {
 
 void BandedMatrix::zero() {
   if (rows > maxRows) ReportSite{"WierdMatrices", 288}.error("Too many rows for Banded Matrix!");
-  if (2 * Wide{bw} > maxWidth)
+  if (2 * std::int64_t{bw} > maxWidth)
     ReportSite{"WierdMatrices", 290}.error("Too wide a bandwidth for Banded Matrix!");
   for (int i = 0; i < usableRows(*this); ++i) {
     if (data[i]) std::fill_n(data[i], usableWidth(*this), 0.0);
@@ -208,11 +208,12 @@ void BandedMatrix::printVals() {
 
 double& BandedMatrix::e(int i, int j) {
   if (double* const stored = place(*this, i, j)) return *stored;
-  const Wide k = placeInRow(*this, i, j);
-  const Wide width = 2 * Wide{bw};
-  // Inside the band as it is declared, whatever is allocated, nothing is reported.
+  const std::int64_t k = placeInRow(*this, i, j);
+  const std::int64_t width = 2 * std::int64_t{bw};
+  // Contract: nothing is reported for a place inside the declared band, even if it is not allocated.
   if (k >= width && k > farthestReported) {
-    stdoutPrintf("(%lld of %lld max [%d %d in bw=%d]) ", k, width, i, j, bw);
+    stdoutPrintf("(%lld of %lld max [%d %d in bw=%d]) ", static_cast<long long>(k),
+                 static_cast<long long>(width), i, j, bw);
     farthestReported = k;
     ReportSite{"WierdMatrices", 314}.error("Out of bounds banded access (further problems not reported)");
   }
@@ -245,7 +246,7 @@ void BandedMatrix::growbw(int newRows, int newBw) {
     data = longer;
     maxRows = more;
   }
-  if (2 * Wide{newBw} > maxWidth) {
+  if (2 * std::int64_t{newBw} > maxWidth) {
     ReportSite{"WierdMatrices", 341}.error("Bad max bandwidth for banded matrix, can't expand!");
   }
   bw = newBw;

@@ -10,10 +10,10 @@
 
 namespace {
 
-// An owned vector gets one more holder; false when that could not be noted.
+// Counts one more holder of an owned vector. False when there is no memory for that.
 bool hold(const DiagonalMatrix& m) { return !m.owns || limber::detail::share(m.diag); }
 
-void letGo(const DiagonalMatrix& m) {
+void release(const DiagonalMatrix& m) {
   if (m.owns && limber::detail::unshare(m.diag)) delete m.diag;
 }
 
@@ -37,13 +37,13 @@ DiagonalMatrix::DiagonalMatrix(const DiagonalMatrix& other)
 DiagonalMatrix& DiagonalMatrix::operator=(const DiagonalMatrix& other) {
   if (this == &other) return *this;
   const bool held = hold(other);
-  letGo(*this);
+  release(*this);
   diag = held ? other.diag : nullptr;
   owns = other.owns;
   return *this;
 }
 
-DiagonalMatrix::~DiagonalMatrix() { letGo(*this); }
+DiagonalMatrix::~DiagonalMatrix() { release(*this); }
 
 int DiagonalMatrix::height() { return sizeOf(diag); }
 

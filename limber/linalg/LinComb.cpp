@@ -16,7 +16,7 @@ namespace {
 
 constexpr int maxTerms = 120;
 
-/// What is left of one row.
+/// A row with its coefficient, and the entries that have not been merged yet.
 struct Term {
   double coefficient;
   const SpVec* row;
@@ -43,8 +43,8 @@ int collectTerms(const Vector* coeffs, SpVec** rows) {
   return n;
 }
 
-/// Passes over the indices up to `last`. A term that runs off its end leaves, and the last one takes its
-/// slot.
+/// Advances every term beyond the index `last`. A term without further entries is replaced by the last active
+/// term. Returns the number of active terms.
 int advance(int active, int last) {
   for (int k = 0; k < active;) {
     Term& t = terms[k];
@@ -60,8 +60,8 @@ int advance(int active, int last) {
   return active;
 }
 
-/// Handles index after index of exactly N terms, in registers, until one of them ends or goes back. Returns
-/// the last index handled; the terms stand at entries that advance() looks at next.
+/// Merges exactly N terms, held in registers, until one of them ends or has an index that does not ascend.
+/// Returns the last index handled.
 template <int N>
 int mergeWhileAll(RowWriter& writer) {
   RowWriter to = writer;
@@ -93,7 +93,7 @@ int mergeWhileAll(RowWriter& writer) {
   return last;
 }
 
-/// Handles one index of any number of terms.
+/// Merges the smallest index of any number of terms, and returns it.
 int mergeOne(int active, RowWriter& writer) {
   int last = INT_MAX;
   for (int k = 0; k < active; ++k) last = std::min(last, *terms[k].index);
@@ -109,7 +109,7 @@ void merge(int active, SpVec* out) {
   for (int k = 0; k < active; ++k) longest = std::max(longest, terms[k].row->numEntries);
   if (out->maxEntries < 2 * longest) out->grow(2 * longest);
   out->zero();
-  // Behind out->zero(): a row that is also the output is empty from here on.
+  // After out->zero(), so that a row that is also the output counts as empty.
   for (int k = 0; k < active; ++k) {
     Term& t = terms[k];
     t.index = t.row->indices.data;
@@ -137,8 +137,8 @@ void merge(int active, SpVec* out) {
     }
   }
   writer.finish();
-  // Of the last index handled, also where its sum was too small to store.
-  out->width = limber::detail::widthBehind(last);
+  // Contract: the last index handled counts, even if its sum was too small to store.
+  out->width = limber::detail::widthFor(last);
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "limber/foundation/Output.h"
-#include "limber/linalg/detail/Chains.h"
+#include "limber/linalg/detail/OrderedSums.h"
 #include "limber/linalg/detail/RowStorage.h"
 
 using limber::detail::inStorage;
@@ -14,7 +14,7 @@ using limber::detail::reserveValues;
 using limber::detail::roomForAppend;
 using limber::detail::setIndexRoom;
 using limber::detail::setValueRoom;
-using limber::detail::widthBehind;
+using limber::detail::widthFor;
 
 SpVec::SpVec(int n) { init(n); }
 
@@ -54,7 +54,7 @@ void SpVec::ins(double x, int i) {
   int* index = indices.data;
   int p = numEntries;
   if (i >= width) {
-    width = widthBehind(i);
+    width = widthFor(i);
   } else {
     while (p > 0 && index[p - 1] > i) --p;
   }
@@ -78,7 +78,7 @@ void SpVec::insEnd(double x, int i) {
   values.data[numEntries] = x;
   indices.data[numEntries] = i;
   values.count = indices.count = ++numEntries;
-  width = widthBehind(i);
+  width = widthFor(i);
 }
 
 void SpVec::grow(int n) {
@@ -118,10 +118,10 @@ void SpVec::drop(double threshold) {
     ++kept;
   }
   numEntries = values.count = indices.count = kept;
-  width = kept > 0 ? widthBehind(indices.data[kept - 1]) : -1;
+  width = kept > 0 ? widthFor(indices.data[kept - 1]) : -1;
 }
 
-double SpVec::magSq() const { return limber::detail::dotChain(numEntries, values.data, values.data); }
+double SpVec::magSq() const { return limber::detail::orderedDot(numEntries, values.data, values.data); }
 
 double SpVec::mag() const { return std::sqrt(magSq()); }
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// The merge deliberately runs only while one of the current indices is below this.
+/// Contract: the merge runs only while one of the current indices is below this.
 constexpr int indexLimit = 10000;
 
 }  // namespace
@@ -15,7 +15,7 @@ constexpr int indexLimit = 10000;
 void ssum(const SpVec& a, double sa, const SpVec& b, double sb, SpVec& out) {
   out.zero();
   limber::detail::RowWriter writer(out);
-  // Behind out.zero(): a row that is also the output is empty from here on.
+  // After out.zero(), so that a row that is also the output counts as empty.
   const int na = a.numEntries, nb = b.numEntries;
   const int* ia = a.indices.data;
   const int* ib = b.indices.data;

@@ -7,7 +7,7 @@
 
 #include "limber/foundation/Output.h"
 #include "limber/foundation/detail/ReportSite.h"
-#include "limber/linalg/detail/Chains.h"
+#include "limber/linalg/detail/OrderedSums.h"
 #include "limber/linalg/detail/ResizeStatistics.h"
 
 namespace {
@@ -162,7 +162,7 @@ void Vector::scaleAdd(double s, Vector* src) {
   combine(*this, src, [s](double x, double y) { return s * y + x; });
 }
 
-double Vector::magSq() const { return limber::detail::dotChain(count, data, data); }
+double Vector::magSq() const { return limber::detail::orderedDot(count, data, data); }
 
 double Vector::mag() const { return std::sqrt(magSq()); }
 
@@ -211,7 +211,7 @@ void Vector::print() const {
 }
 
 double dot(Vector* a, Vector* b) {
-  return a && b ? limber::detail::dotChain(commonCount(*a, b), a->data, b->data) : 0.0;
+  return a && b ? limber::detail::orderedDot(commonCount(*a, b), a->data, b->data) : 0.0;
 }
 
 double magSq(Vector* v) { return v ? v->magSq() : 0.0; }

@@ -13,7 +13,6 @@ namespace {
 // element's operations are the same in both, and so are the bits. (Short states would wait for the narrow
 // stores of the integrand to reach the wide loads.)
 
-const bool wideMachine = limber::detail::machineHasWideVectors();
 constexpr int wideFrom = 16;
 
 // k *= dt; stage = x + k, or x + k/2 where halved.
@@ -60,7 +59,7 @@ template <bool halved>
 void nextStage(const Vector* x, double dt, Vector* k, Vector* stage) {
   const int size = x->size();
   if (k->size() == size && stage->size() == size) {
-    if (size >= wideFrom && wideMachine) {
+    if (size >= wideFrom && limber::detail::useWideVectors()) {
       wideStagePass<halved>(size, x->data, dt, k->data, stage->data);
     } else {
       stagePass<halved>(size, x->data, dt, k->data, stage->data);
@@ -75,7 +74,7 @@ void nextStage(const Vector* x, double dt, Vector* k, Vector* stage) {
 void advance(Vector* x, double dt, Vector* k1, Vector* k2, Vector* k3, Vector* k4) {
   const int size = x->size();
   if (k1->size() == size && k2->size() == size && k3->size() == size && k4->size() == size) {
-    if (size >= wideFrom && wideMachine) {
+    if (size >= wideFrom && limber::detail::useWideVectors()) {
       wideSumPass(size, x->data, dt, k1->data, k2->data, k3->data, k4->data);
     } else {
       sumPass(size, x->data, dt, k1->data, k2->data, k3->data, k4->data);

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "limber/linalg/Vector.h"
-#include "limber/linalg/detail/Chains.h"
+#include "limber/linalg/detail/OrderedSums.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/Preconditioner.h"
 #include "limber/solvers/detail/CGPass.h"

@@ -158,7 +158,7 @@ TEST(InvertMatrix, HasTheBitsOfTheSharedKernel) {
 }
 
 TEST(InvertMatrix, HasTheBitsOfTheSharedKernelWithWideVectors) {
-  if (!limber::detail::machineHasWideVectors()) GTEST_SKIP() << "this machine has no 256-bit vectors";
+  if (!limber::detail::useWideVectors()) GTEST_SKIP() << "this machine has no 256-bit vectors";
   RandomGeometry random(25);
   int taken[11] = {};
   for (int n = 0; n < 44000; n++) {

@@ -78,7 +78,7 @@ void expectPlainBits(Form form) {
 TEST(RowWalk, PlainFormSumsInTheOrderOfTheEntries) { expectPlainBits(limber::detail::walkRowsPlain); }
 
 TEST(RowWalk, WideFormHasTheSameBits) {
-  if (!limber::detail::machineHasWideVectors()) GTEST_SKIP() << "no wide vectors here";
+  if (!limber::detail::useWideVectors()) GTEST_SKIP() << "no wide vectors here";
   expectPlainBits(limber::detail::walkRowsWide);
 }
 

@@ -259,14 +259,7 @@ LIMBER_WIDE bool invertAvx2(double* m) {
   return true;
 }
 
-namespace {
-
-// False before this file's initialisers have run, which only means the other way to the same bits.
-const bool wide = machineHasWideVectors();
-
-}  // namespace
-
-bool invertWide(double* m) { return wide && invertAvx2(m); }
+bool invertWide(double* m) { return useWideVectors() && invertAvx2(m); }
 
 }  // namespace limber::detail
 

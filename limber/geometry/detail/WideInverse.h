@@ -19,7 +19,7 @@ inline bool isPivotKey(std::uint32_t key) {
 /// pivot is zero, infinite or a NaN: these matrices are left to gaussJordan() and its reports.
 bool invertWide(double* m);
 
-/// The same without asking whether machineHasWideVectors().
+/// The same without asking whether useWideVectors().
 bool invertAvx2(double* m);
 
 }  // namespace limber::detail

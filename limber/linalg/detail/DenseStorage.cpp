@@ -72,7 +72,7 @@ void keepAlive(double* data) {
   if (!data) return;
   if (kept->used == KeptBlock::size) {
     KeptBlock* const block = new (std::nothrow) KeptBlock;
-    if (!block) return;  // it stays alive all the same, only out of a leak checker's sight
+    if (!block) return;  // it is not released either, but a leak checker reports it
     block->next = kept;
     block->used = 0;
     kept = block;

@@ -24,7 +24,7 @@ std::int64_t denseRoom(const FullMatrix& m);
 /// does not override it, and it would refuse none of them.
 bool runsOnStorage(const FullMatrix& m);
 
-/// Gives m another storage of n doubles, which it then owns; what it had is the caller's business.
+/// Makes m the owner of a storage of n doubles. The storage it had before is not released.
 void setDenseStorage(FullMatrix& m, double* data, std::int64_t n);
 
 /// Empties m, which has no storage to release: no rows, no columns, kind 1.

@@ -13,8 +13,8 @@ namespace limber::detail {
 template <class T>
 class GrowingArray {
  public:
-  /// Makes room for n elements. Growing loses the elements, and makes room for some more. False when there is
-  /// no memory.
+  /// Makes room for n elements. Growing loses the elements, and makes room for some more when there were any.
+  /// False when there is no memory.
   bool reserve(long long n) {
     if (n <= room_) return true;
     const long long room = room_ == 0 ? n : n + n / 4;

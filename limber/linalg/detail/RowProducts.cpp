@@ -3,93 +3,70 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "limber/linalg/detail/Pieces.h"
 #include "limber/linalg/detail/RowStorage.h"
+#include "limber/linalg/detail/UnrolledLoop.h"
+
+// The plain product is: clear the result, then add up the entries of row after row. Rows are objects of their
+// own, so fetching them from memory is what takes time once they are many. Four things make it faster. The
+// gains were measured on an AMD EPYC with 2 MB of second-level cache:
+// - RowPrefetcher asks for later rows: 20 % for products of 200000 rows of 5 entries (it costs 7 % for 20000
+// rows).
+// - The width of a transposed product is found while its rows are added, because a pass of its own would
+// fetch each
+//   row twice: 27 % for 200000 rows.
+// - Entries of transposed products are added in unrolled blocks (UnrolledLoop.h): 8 % for 30 entries a row.
+// Plain
+//   products gain 3 %, so they go without.
+// - A^T (A x) is computed in blocks of rows that are still in the cache: 38 % for 200000 rows.
 
 namespace limber::detail {
 namespace {
 
-// Asks for rows ahead of their turn. A row made in one go lies in consecutive lines of the cache: the three
-// hold the object and, for a short row, its entries. Few rows stay in the nearer caches: there asking only
-// costs.
-class Ahead {
+// Prefetches three cache lines of a later row: a row made in one go lies in consecutive lines, which hold the
+// object and, for a short row, its entries. Off below 65536 rows, which mostly stay in a cache.
+class RowPrefetcher {
  public:
-  Ahead(SpVec* const* rows, int n) : rows_(rows), last_(n - distanceFor(n)), distance_(distanceFor(n)) {}
+  RowPrefetcher(SpVec* const* rows, int n) : rows_(rows), last_(n < 65536 ? 0 : n - distance) {}
 
-  // Always inlined: g++ takes a function that only asks for lines as one without effects, and drops its
-  // calls.
+  // Always inlined: g++ takes a function that only prefetches as one without effects, and drops its calls.
   [[gnu::always_inline]] inline void fetch(int i) const {
     if (i >= last_) return;
     // no pointer arithmetic: the lines may lie behind the object
-    const auto object = reinterpret_cast<std::uintptr_t>(rows_[i + distance_]);
+    const auto object = reinterpret_cast<std::uintptr_t>(rows_[i + distance]);
     __builtin_prefetch(reinterpret_cast<const void*>(object));
     __builtin_prefetch(reinterpret_cast<const void*>(object + 64));
     __builtin_prefetch(reinterpret_cast<const void*>(object + 128));
   }
 
  private:
-  static int distanceFor(int n) { return n < 4096 ? n : n < 65536 ? 16 : 64; }
+  static constexpr int distance = 64;
 
   SpVec* const* rows_;
-  int last_, distance_;
+  int last_;
 };
 
-// A row's arrays; a null row has no entries.
-struct View {
-  int entries = 0;
-  const double* values = nullptr;
-  const int* indices = nullptr;
+unsigned roomOf(const Vector& v) { return static_cast<unsigned>(std::max(v.capacity, 0)); }
 
-  explicit View(const SpVec* row) {
-    if (!row) return;
-    entries = row->numEntries;
-    values = row->values.data;
-    indices = row->indices.data;
-  }
-
-  unsigned index(int k) const { return static_cast<unsigned>(indices[k]); }
-};
-
-// Visits `count` entries from k on; false, with k at the entry, when one has an index that is not below the
-// room. A negative index is beyond any room.
-template <int count, class Visit>
-[[gnu::always_inline]] inline bool visit(const View& row, int& k, unsigned room, Visit each) {
-#pragma GCC unroll 16
-  for (int n = 0; n < count; ++n, ++k) {
-    const unsigned j = row.index(k);
-    if (__builtin_expect(j >= room, false)) return false;
-    each(j, row.values[k]);
-  }
-  return true;
-}
-
-// Visits the leading entries of which all lie below the room, in order; how many these are.
-template <class Visit>
-[[gnu::always_inline]] inline int visitRow(const View& row, unsigned room, Visit each) {
-  int k = 0;
-  inPieces(row.entries, [&](auto count) { return visit<decltype(count)::value>(row, k, room, each); });
-  return k;
-}
-
-// sum + the entries from k on that lie inside the room.
-[[gnu::noinline]] double sumRest(View row, int k, double sum, const double* x, unsigned room) {
-  for (; k < row.entries; ++k) {
-    const unsigned j = row.index(k);
-    if (j < room) sum += x[j] * row.values[k];
+// The sum of x[index] value over the entries with an index below the room. A negative index is beyond any
+// room.
+double sumOf(const SpVec& row, const double* x, unsigned room) {
+  const int* const indices = row.indices.data;
+  const double* const values = row.values.data;
+  double sum = 0.0;
+  for (int k = 0; k < row.numEntries; ++k) {
+    const unsigned j = static_cast<unsigned>(indices[k]);
+    if (__builtin_expect(j < room, true)) sum += x[j] * values[k];
   }
   return sum;
 }
 
 // y = the sums over rows from ... to - 1.
-void sumRows(SpVec* const* rows, int from, int to, const Ahead& ahead, const Vector& x, double* y) {
-  const double* const xs = x.data;
-  const unsigned room = static_cast<unsigned>(x.capacity > 0 ? x.capacity : 0);
+void sumRows(SpVec* const* rows, int from, int to, const RowPrefetcher& prefetcher, const Vector& x,
+             double* y) {
+  const unsigned room = roomOf(x);
   for (int i = from; i < to; ++i) {
-    ahead.fetch(i);
-    const View row(rows[i]);
-    double sum = 0.0;
-    const int k = visitRow(row, room, [&sum, xs](unsigned j, double value) { sum += xs[j] * value; });
-    y[i] = k < row.entries ? sumRest(row, k, sum, xs, room) : sum;
+    prefetcher.fetch(i);
+    y[i] = rows[i] ? sumOf(*rows[i], x.data, room) : 0.0;
   }
 }
 
@@ -101,107 +78,102 @@ int widthOf(SpVec* const* rows, int n) {
   return width;
 }
 
-// The result of a transposed product: the widths of the rows seen so far, and the slots of y in use.
-struct Progress {
-  int width = 0;
-  int cleared = 0;
-  bool complete = false;  // the width is that of all rows
-};
+// The result y of a transposed product while rows are added to it. Its width grows with the widths of the
+// rows that have been seen; the slots below the width are cleared.
+class TransposedSum {
+ public:
+  TransposedSum(SpVec* const* rows, int n, Vector& y) : rows_(rows), n_(n), y_(y) {}
 
-// Clears y as far as `width`. False when there is no memory. `more` rows are to come.
-[[gnu::noinline]] bool widen(int width, SpVec* const* rows, int more, Vector& y, Progress& done) {
-  if (width > done.width) done.width = width;
-  if (done.width <= done.cleared) return true;
-  if (done.width > y.capacity) {
-    // one reallocation, to the final width; it keeps what is in use
-    done.width = std::max(done.width, widthOf(rows, more));
-    y.count = done.cleared;
-    y.grow(done.width);
-    if (y.count < done.width) return false;
+  // Begins with the width of the last rows, which are the widest of a banded matrix, so that hardly a row
+  // widens y. This and add() are false when there is no memory.
+  bool begin() {
+    const int few = std::min(n_, 16);
+    return few <= 0 || widen(widthOf(rows_ + n_ - few, few), 0);
   }
-  std::fill(y.data + done.cleared, y.data + done.width, 0.0);
-  done.cleared = done.width;
-  return true;
-}
 
-// The last rows of a banded matrix are the widest: with them seen first, hardly a row widens y.
-bool begin(SpVec* const* rows, int n, Vector& y, Progress& done) {
-  const int few = std::min(n, 16);
-  return few <= 0 || widen(widthOf(rows + n - few, few), rows, n, y, done);
-}
-
-void finish(Vector& y, const Progress& done) {
-  y.count = done.width;
-  clearBehind(y);
-}
-
-// y[index] += s value for the entries from k on that lie inside the width of the whole matrix. The rows of a
-// matrix that SpVec::compact has shortened have an entry behind it.
-[[gnu::noinline]] void addRest(const SpVec* row, int k, double s, const Vector& y, const Progress& done) {
-  for (; k < row->numEntries; ++k) {
-    const int j = row->indices.data[k];
-    if (j >= 0 && j < done.width) y.data[j] += s * row->values.data[k];
-  }
-}
-
-// The plain case of addRows: rows from i on, up to the first one that is wider than y or has an entry beyond
-// it. That row's number, and how many of its entries are added.
-struct Stop {
-  int row, entries;
-};
-
-Stop addPlainRows(SpVec* const* rows, int i, int to, const Ahead& ahead, const double* x, double* ys,
-                  const Progress& done) {
-  const int width = done.width;
-  const unsigned room = static_cast<unsigned>(done.cleared);
-  for (; i < to; ++i) {
-    ahead.fetch(i);
-    const SpVec* const row = rows[i];
-    if (!row) continue;
-    if (row->width > width) return {i, 0};
-    const double s = x[i];
-    if (isTiny(s)) continue;
-    const View view(row);
-    const int added = visitRow(view, room, [s, ys](unsigned j, double value) { ys[j] += s * value; });
-    if (added < view.entries) return {i, added};
-  }
-  return {to, 0};
-}
-
-// y += the rows from ... to - 1, each times its x. One pass finds the width and adds the rows up: fetching a
-// row is what costs. False when y has no room.
-bool addRows(SpVec* const* rows, int n, int from, int to, const Ahead& ahead, const double* x, int xs,
-             Vector& y, Progress& done) {
-  const int valued = std::min(to, xs);
-  for (int i = from; i < to; ++i) {
-    int added = 0;
-    if (i < valued) {
-      const Stop stop = addPlainRows(rows, i, valued, ahead, x, y.data, done);
-      i = stop.row;
-      added = stop.entries;
-      if (i == to) break;
+  // y[index] += x[i] value over the entries of rows from ... to - 1. Rows from number `values` on only count
+  // for the width.
+  bool add(int from, int to, const RowPrefetcher& prefetcher, const double* x, int values) {
+    for (int i = from; i < to; ++i) {
+      prefetcher.fetch(i);
+      const SpVec* const row = rows_[i];
+      if (!row) continue;
+      if (row->width > width_ && !widen(row->width, i)) return false;
+      if (i >= values || isTiny(x[i])) continue;
+      const int added = addEntries(*row, x[i], y_.data, static_cast<unsigned>(width_));
+      if (added < row->numEntries && !addRest(*row, added, x[i], i)) return false;
     }
-    if (!rows[i]) continue;
-    if (rows[i]->width > done.width && !widen(rows[i]->width, rows + i, n - i, y, done)) return false;
-    if (i >= valued || isTiny(x[i]) || added == rows[i]->numEntries) continue;
-    // an entry beyond the width so far may lie inside that of the rows to come
-    if (!done.complete && !widen(widthOf(rows + i, n - i), rows + i, n - i, y, done)) return false;
-    done.complete = true;
-    addRest(rows[i], added, x[i], y, done);
+    return true;
   }
-  return true;
-}
+
+  void finish() {
+    y_.count = width_;
+    clearBehind(y_);
+  }
+
+ private:
+  // Adds the leading entries whose indices all lie below the room. Returns how many these are.
+  [[gnu::always_inline]] static inline int addEntries(const SpVec& row, double s, double* y, unsigned room) {
+    const int* const indices = row.indices.data;
+    const double* const values = row.values.data;
+    int k = 0;
+    inUnrolledBlocks(row.numEntries, [&](auto count) {
+#pragma GCC unroll 16
+      for (int step = 0; step < decltype(count)::value; ++step, ++k) {
+        const unsigned j = static_cast<unsigned>(indices[k]);
+        if (__builtin_expect(j >= room, false)) return false;
+        y[j] += s * values[k];
+      }
+      return true;
+    });
+    return k;
+  }
+
+  // Adds the entries of row i from k on, as far as they lie inside the width of the whole matrix. Entries
+  // outside the width so far are those of rows that are not in order, and of rows that SpVec::compact has
+  // shortened.
+  [[gnu::noinline]] bool addRest(const SpVec& row, int k, double s, int i) {
+    if (!complete_ && !widen(widthOf(rows_ + i, n_ - i), i)) return false;
+    complete_ = true;
+    for (; k < row.numEntries; ++k) {
+      const int j = row.indices.data[k];
+      if (j >= 0 && j < width_) y_.data[j] += s * row.values.data[k];
+    }
+    return true;
+  }
+
+  // Clears y as far as `width`; row i is the first one that has not been added.
+  [[gnu::noinline]] bool widen(int width, int i) {
+    width = std::max(width, width_);
+    if (width > y_.capacity) {
+      // one reallocation, to the final width; it keeps what is in use
+      width = std::max(width, widthOf(rows_ + i, n_ - i));
+      y_.count = width_;
+      y_.grow(width);
+      if (y_.count < width) return false;
+    }
+    std::fill(y_.data + width_, y_.data + width, 0.0);
+    width_ = width;
+    return true;
+  }
+
+  SpVec* const* const rows_;
+  const int n_;
+  Vector& y_;
+  int width_ = 0;
+  // The width is that of all rows.
+  bool complete_ = false;
+};
 
 }  // namespace
 
 void rowsTimesVector(SpVec* const* rows, int n, const Vector& x, double* y) {
-  sumRows(rows, 0, n, Ahead(rows, n), x, y);
+  sumRows(rows, 0, n, RowPrefetcher(rows, n), x, y);
 }
 
 void transposedRowsTimesVector(SpVec* const* rows, int n, const double* x, int xs, Vector& y) {
-  const Ahead ahead(rows, n);
-  Progress done;
-  if (begin(rows, n, y, done) && addRows(rows, n, 0, n, ahead, x, xs, y, done)) finish(y, done);
+  TransposedSum sum(rows, n, y);
+  if (sum.begin() && sum.add(0, n, RowPrefetcher(rows, n), x, xs)) sum.finish();
 }
 
 void normalRowsTimesVector(SpVec* const* rows, int n, const Vector& x, double shift, Vector& t, Vector& y) {
@@ -209,19 +181,19 @@ void normalRowsTimesVector(SpVec* const* rows, int n, const Vector& x, double sh
   constexpr int block = 256;
   t.grow(n > 0 ? n : 0);
   clearBehind(t);
-  const Ahead ahead(rows, n), none(rows, 0);
-  Progress done;
-  if (!begin(rows, n, y, done)) return;
+  const RowPrefetcher prefetcher(rows, n), none(rows, 0);
+  TransposedSum sum(rows, n, y);
+  if (!sum.begin()) return;
   for (int from = 0; from < n; from += block) {
     const int to = std::min(from + block, n);
     const int counted = std::min(to, t.count);
-    sumRows(rows, from, counted, ahead, x, t.data);
+    sumRows(rows, from, counted, prefetcher, x, t.data);
     if (shift != 0.0) {
       for (int i = from; i < counted; ++i) t.data[i] += shift;
     }
-    if (!addRows(rows, n, from, to, none, t.data, t.count, y, done)) return;
+    if (!sum.add(from, to, none, t.data, t.count)) return;
   }
-  finish(y, done);
+  sum.finish();
 }
 
 }  // namespace limber::detail

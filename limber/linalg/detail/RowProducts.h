@@ -1,9 +1,7 @@
 #pragma once
 
 /// @file
-/// The kernels behind the products of the row-sparse matrix. Rows are objects of their own, each with two
-/// arrays, anywhere in memory: what costs is fetching them, so the next rows are asked for ahead. Every sum
-/// keeps its own order.
+/// The products of the row-sparse matrix. Every sum keeps its own order.
 
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"

@@ -11,8 +11,8 @@ namespace limber::detail {
 inline constexpr double tiny = 1e-12;
 inline bool isTiny(double x) { return std::fabs(x) <= tiny; }
 
-/// The width of a row whose last entry is at `index`: one more, as long as an int can say so.
-inline int widthBehind(int index) { return index < INT_MAX ? index + 1 : index; }
+/// lastIndex + 1, saturated at INT_MAX.
+inline int widthFor(int lastIndex) { return lastIndex < INT_MAX ? lastIndex + 1 : lastIndex; }
 
 /// Whether a stored index lies inside a dense vector's storage. Its size does not matter: entries are taken
 /// at the stored indices as they are.
@@ -26,20 +26,20 @@ inline void clearBehind(const Vector& v) {
   if (v.count >= 0 && v.count < v.capacity) v.data[v.count] = 0.0;
 }
 
-/// Empties the row after a failed allocation: none of its storage counts as promised any more.
+/// Empties the row after a failed allocation, and sets maxEntries to 0.
 void clearRow(SpVec& row);
 
-/// Makes room for `room` values in an empty row, no more: rows stay close together in memory. A reallocation
-/// all the same. False when there is no memory.
+/// Makes room for exactly `room` values in an empty row, so that rows stay close together in memory. It
+/// counts as a reallocation. False when there is no memory.
 bool reserveValues(SpVec& row, int room);
 
-/// Gives the index array exactly `room` ints, the stored ones kept; and the values at least `room` doubles.
-/// False when there is no memory: the row is then empty.
+/// Reallocates the indices to exactly `room` ints, and the values to at least `room` doubles. Both keep what
+/// is stored. False when there is no memory: the row is then empty.
 bool setIndexRoom(SpVec& row, int room);
 bool setValueRoom(SpVec& row, int room);
 
-/// Makes room for one entry behind the last, as an append does (values and indices each grow in their own
-/// steps), and brings both inner counts to numEntries. False when there is no memory: the row is then empty.
+/// Makes room for one more entry and sets both inner counts to numEntries. Values and indices each grow in
+/// their own steps. False when there is no memory: the row is then empty.
 bool roomForAppend(SpVec& row);
 
 /// Where a row's entries are stored, and how many fit.
@@ -54,11 +54,12 @@ inline RowSlots slotsOf(const SpVec& row) {
   return {row.values.data, row.indices.data, room};
 }
 
-/// The slots of the row, of which `count` are filled, after roomForAppend. No room at all when that failed.
+/// Sets the number of entries to `count`, makes room for one more and returns the slots; no slots when that
+/// fails.
 RowSlots enlarged(SpVec& row, int count);
 
-/// Appends entries to an empty row, entry by entry as SpVec::insEnd does, with what changes held in locals
-/// (no function that is not inlined sees the writer): the row is up to date after finish().
+/// Appends entries to an empty row, as SpVec::insEnd does one by one. The counts stay in the writer, so that
+/// the compiler can keep them in registers; finish() stores them in the row.
 class RowWriter {
  public:
   explicit RowWriter(SpVec& emptyRow) : row_(&emptyRow), slots_(slotsOf(emptyRow)) {}
@@ -73,7 +74,7 @@ class RowWriter {
 
   void finish() {
     row_->numEntries = row_->values.count = row_->indices.count = count_;
-    if (count_ > 0) row_->width = widthBehind(slots_.indices[count_ - 1]);
+    if (count_ > 0) row_->width = widthFor(slots_.indices[count_ - 1]);
   }
 
  private:

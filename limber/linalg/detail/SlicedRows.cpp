@@ -7,8 +7,8 @@
 
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/detail/CompressedRows.h"
-#include "limber/linalg/detail/Pieces.h"
 #include "limber/linalg/detail/RowStorage.h"
+#include "limber/linalg/detail/UnrolledLoop.h"
 
 namespace limber::detail {
 namespace {
@@ -68,7 +68,8 @@ template <int step, int count>
 
 template <int step>
 [[gnu::always_inline]] inline void addRow(const int* index, const double* value, int n, double s, double* y) {
-  inPieces(n, [&](auto count) { return addEntries<step, decltype(count)::value>(index, value, s, y); });
+  inUnrolledBlocks(n,
+                   [&](auto count) { return addEntries<step, decltype(count)::value>(index, value, s, y); });
 }
 
 bool allInside(const int* indices, int n, int width) {

@@ -57,13 +57,10 @@ using Form = void (*)(const RowWalk&, double (*)[lanes]);
 constexpr Form plainForms[RowWalk::most] = {plain<1>, plain<2>, plain<3>, plain<4>};
 constexpr Form wideForms[RowWalk::most] = {wide<1>, wide<2>, wide<3>, wide<4>};
 
-// False before the initialisers of this file have run: the plain form has the same bits.
-const bool wideMachine = machineHasWideVectors();
-
 }  // namespace
 
 void walkRows(const RowWalk& walk, int count, double (*sums)[lanes]) {
-  (wideMachine ? wideForms : plainForms)[count - 1](walk, sums);
+  (useWideVectors() ? wideForms : plainForms)[count - 1](walk, sums);
 }
 
 void walkRowsPlain(const RowWalk& walk, int count, double (*sums)[lanes]) {

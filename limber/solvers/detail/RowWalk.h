@@ -21,7 +21,7 @@ struct RowWalk {
 /// place k of the panel's column, for all r below `count`. Uses 256-bit vectors where the machine has them.
 void walkRows(const RowWalk& walk, int count, double (*sums)[RowWalk::lanes]);
 
-/// Its two forms, which give the same bits. The second one needs machineHasWideVectors().
+/// Its two forms, which give the same bits. The second one needs useWideVectors().
 void walkRowsPlain(const RowWalk& walk, int count, double (*sums)[RowWalk::lanes]);
 void walkRowsWide(const RowWalk& walk, int count, double (*sums)[RowWalk::lanes]);
 
