@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <new>
 #include <typeinfo>
 
 #include "limber/linalg/BandedMatrix.h"
@@ -168,9 +169,11 @@ void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
   std::swap(turned.height, turned.width);
   Writer writer(&columns, turned);
   Vector unit(extent.width), column(extent.height);
+  if (unit.count != extent.width || column.count != extent.height) throw std::bad_alloc();
   for (int j = 0; j < extent.width; ++j) {
     unit[j] = 1.0;
     column.grow(extent.height);
+    if (column.count != extent.height) throw std::bad_alloc();
     column = 0.0;
     A.mult(&unit, &column);
     unit[j] = 0.0;
