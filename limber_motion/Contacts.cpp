@@ -33,6 +33,7 @@ class ContactFinder {
 
   Contacts find() {
     Contacts found;
+    found.first = tracks_.first();
     feet_ = detail::findFeet(clip_, skeleton_, tracks_, &found.ground);
     for (const FootJoint& foot : feet_) found.feet.push_back(foot.joint);
     findRuns(&found);

@@ -165,7 +165,7 @@ int edit(const Options& options) {
         "motion_edit: the goal was not met: %s is still %.2g heights from where it shall be in frame %d\n",
         report.missJoint.c_str(), report.missAfter, report.missFrame);
   }
-  return all.empty() ? BadInput : NotMet;
+  return all.empty() || report.impossible ? BadInput : NotMet;
 }
 
 }  // namespace

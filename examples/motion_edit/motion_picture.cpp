@@ -19,7 +19,8 @@ const Pnt3& colourOf(Side side) {
 std::vector<int> chosenFrames(const Scene& scene, int figures) {
   std::vector<int> chosen;
   for (int i = 0; i < figures; i++) {
-    chosen.push_back(figures == 1 ? scene.frames() / 2 : i * (scene.frames() - 1) / (figures - 1));
+    const int last = scene.frames() - 1, way = last - scene.first();
+    chosen.push_back(figures == 1 ? scene.frames() / 2 : scene.first() + i * way / (figures - 1));
   }
   Range reach;
   const auto show = [&] {
@@ -77,7 +78,7 @@ class Figures {
     Chart chart(writer_, left, top - high, width, high);
     chart.setRange(across.low, across.high, up.low, up.high);
     chart.makeEqual();
-    chart.drawAxes("Before (grey) and after (left side blue, right side orange)",
+    chart.drawAxes("Before (grey) and after (left side blue, right side orange); bars: feet that stand",
                    std::string("body heights along the way") + (beside_ ? ", figures side by side" : ""),
                    "height");
     chart_ = &chart;
@@ -228,7 +229,7 @@ void drawPaths(AIPSWriter* writer, const Scene& scene, bool above, double bottom
   const auto up = [&](const Pnt3& p) { return above ? -p.z : p.y; };
   Range across, upward;
   for (const int j : joints) {
-    for (int f = 0; f < scene.frames(); f++) {
+    for (int f = scene.first(); f < scene.frames(); f++) {
       for (const bool after : {false, true}) {
         across.include(scene.at(after, f, j).x);
         upward.include(up(scene.at(after, f, j)));
@@ -248,7 +249,7 @@ void drawPaths(AIPSWriter* writer, const Scene& scene, bool above, double bottom
       writer->setWidth(after ? 1.1 : 0.8);
       writer->strokeRGB(after ? colourOf(scene.side(j)) : grey);
       Polyline line(writer);
-      for (int f = 0; f < scene.frames(); f++) {
+      for (int f = scene.first(); f < scene.frames(); f++) {
         const Pnt3& p = scene.at(after, f, j);
         line.to(chart.x(p.x), chart.y(up(p)));
       }

@@ -47,7 +47,7 @@ Pnt3 mainDirection(const std::vector<Pnt3>& points) {
 
 Scene::Scene(const Clip& before, const Clip& after, const Contacts& contacts,
              const std::vector<Constraint>& held)
-    : clip_(before), height_(Skeleton(before).height()) {
+    : clip_(before), height_(Skeleton(before).height()), first_(contacts.first) {
   if (!(height_ > 0.0)) height_ = 1.0;
   const std::vector<Pnt3> rest = restPose(clip_.joints);
   drawn_.assign(rest.size(), true);
@@ -154,7 +154,7 @@ void Scene::track(const Clip& before, const Clip& after, double ground) {
     for (int f = 0; f < clip.frames; f++) {
       skeleton.pose(clip.frame(f), &pose);
       places[edited].insert(places[edited].end(), pose.position.begin(), pose.position.end());
-      if (!edited && (f > 0 || clip.frames == 1)) roots.push_back(flat(pose.position[0]));
+      if (!edited && f >= first_) roots.push_back(flat(pose.position[0]));
     }
   }
   along_ = mainDirection(roots);

@@ -17,6 +17,8 @@ class Scene {
         const limber::motion::Contacts& contacts, const std::vector<limber::motion::Constraint>& held);
 
   int frames() const { return clip_.frames; }
+  /// The first frame of the motion, behind a pose of its own.
+  int first() const { return first_; }
   double frameTime() const { return clip_.frameTime; }
   const std::vector<limber::motion::Joint>& joints() const { return clip_.joints; }
   /// The position: x along the way that the body travels, y above the ground, z to the right of that way.
@@ -59,6 +61,7 @@ class Scene {
 
   limber::motion::Clip clip_;  // with the heels; of its motion only the times are used
   double height_;
+  int first_;
   Pnt3 origin_, along_, right_;
   double travel_ = 0.0;
   std::vector<Pnt3> tracks_[2];

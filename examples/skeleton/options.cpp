@@ -10,7 +10,9 @@ const char usage[] =
     "in one frame, the first when none is named. Frames count from 1; lengths are in the clip's unit.\n"
     "\n"
     "  -p PATH   search path of the clip, elements separated by ';' or ':'\n"
-    "  --help    this text\n";
+    "  --help    this text\n"
+    "\n"
+    "Exit status: 0 all is well; 1 bad input, or the table could not be written; 3 not enough memory.\n";
 
 Options readOptions(int count, char** arguments) {
   Options options;

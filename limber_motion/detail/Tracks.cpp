@@ -5,6 +5,12 @@
 
 namespace limber::motion::detail {
 
+namespace {
+
+constexpr int mostPoses = 2;  // frames in front of the motion
+
+}  // namespace
+
 Tracks::Tracks(const Clip& clip, const Skeleton& skeleton)
     : frames_(clip.frames),
       half_(std::max(1, static_cast<int>(std::lrint(std::min(0.025 / clip.frameTime, 1e9))))),
@@ -16,10 +22,13 @@ Tracks::Tracks(const Clip& clip, const Skeleton& skeleton)
     skeleton.pose(clip.frame(f), &pose);
     places_.insert(places_.end(), pose.position.begin(), pose.position.end());
   }
-  if (frames_ < 4) return;
-  double usual = 0.0;
-  for (int f = 1; f + 1 < std::min(frames_, 12); f++) usual = std::max(usual, step(f));
-  if (step(0) > 4.0 * usual + 0.05 * skeleton.height()) first_ = 1;
+  if (frames_ < 8) return;
+  std::vector<double> steps;
+  for (int f = 0; f + 1 < frames_; f++) steps.push_back(step(f));
+  std::vector<double> sorted = steps;
+  std::sort(sorted.begin(), sorted.end());
+  const double jump = 4.0 * sorted[sorted.size() / 2] + 0.05 * skeleton.height();
+  while (first_ < mostPoses && steps[static_cast<std::size_t>(first_)] > jump) first_++;
 }
 
 double Tracks::step(int frame) const {

@@ -14,7 +14,8 @@ class Tracks {
   Tracks(const Clip& clip, const Skeleton& skeleton);
 
   int frames() const { return frames_; }
-  /// The first frame of the motion: 1 where the clip begins with a pose from which all jump away.
+  /// The first frame of the motion: 1 or 2 where the clip begins with poses from which the body jumps away,
+  /// further than it moves from frame to frame elsewhere.
   int first() const { return first_; }
   const Pnt3& at(int joint, int frame) const {
     return places_[static_cast<std::size_t>(frame) * joints_ + static_cast<std::size_t>(joint)];

@@ -176,6 +176,7 @@ TEST(Contacts, AFirstFrameInTPoseSpoilsNothing) {
     const Contacts wanted = findContacts(clip), found = findContacts(behindATPose(clip));
     EXPECT_NEAR(seconds(clip, found), seconds(clip, wanted), 0.01 * seconds(clip, wanted) + 1e-9);
     EXPECT_EQ(found.feet, wanted.feet);
+    EXPECT_EQ(found.first, wanted.first + 1);
     for (const Contact& c : found.list) EXPECT_GT(c.first, 0);
   }
 }
