@@ -43,12 +43,13 @@ bool hasPositiveDiagonal(const SparseProblem& problem) {
   return std::count_if(problem.entries.begin(), problem.entries.end(), positive) == problem.rows;
 }
 
-/// The preconditioner that the command line names; null when the front door is to choose.
-std::unique_ptr<Preconditioner> preconditioner(const Options& options, HSpMat& A) {
-  if (options.preconditioner == "none") return std::make_unique<Preconditioner>();
-  if (options.preconditioner == "jacobi") return std::make_unique<JJtPrecond>(&A, nullptr, nullptr);
+/// The preconditioner that the command line names; null when the front door is to choose. Shared pointers
+/// remember how to destroy what they were made for, because Preconditioner's destructor is not virtual.
+std::shared_ptr<Preconditioner> preconditioner(const Options& options, HSpMat& A) {
+  if (options.preconditioner == "none") return std::make_shared<Preconditioner>();
+  if (options.preconditioner == "jacobi") return std::make_shared<JJtPrecond>(&A, nullptr, nullptr);
   if (options.preconditioner == "banded") {
-    return std::make_unique<JJtCholeskyPrecond>(&A, options.bandwidth, nullptr, nullptr);
+    return std::make_shared<JJtCholeskyPrecond>(&A, options.bandwidth, nullptr, nullptr);
   }
   return nullptr;
 }
@@ -123,7 +124,7 @@ class Solver {
   const SparseProblem& problem_;
   const Vector& b_;
   RowMatrix rows_;
-  std::unique_ptr<Preconditioner> preconditioner_;
+  std::shared_ptr<Preconditioner> preconditioner_;
   SolveOptions options_;
   Watch watch_;
 };
