@@ -47,6 +47,13 @@ std::string fixed(double value, int decimals) {
   return std::string(text, result.ptr);
 }
 
+std::string significant(double value, int digits) {
+  char text[40];
+  const std::to_chars_result result =
+      std::to_chars(text, text + sizeof text, value, std::chars_format::general, digits);
+  return std::string(text, result.ptr);
+}
+
 std::string shortest(double value) {
   char text[40];
   return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);

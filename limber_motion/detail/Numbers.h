@@ -13,6 +13,8 @@ bool parseInt(std::string_view word, int* out);
 
 /// `value` with that many digits behind the point.
 std::string fixed(double value, int decimals);
+/// `value` in so many significant digits.
+std::string significant(double value, int digits);
 /// `value` in the fewest digits that read back as the same number.
 std::string shortest(double value);
 

@@ -64,9 +64,10 @@ Impossible findImpossible(const Clip& clip, const std::vector<Constraint>& wishe
       told[pair] = true;
       const auto name = [&](int joint) { return clip.joints[static_cast<std::size_t>(joint)].name; };
       found.reasons.push_back("the targets of " + name(pair.first) + " and " + name(pair.second) +
-                              " in frame " + std::to_string(wishes[i].frame + 1) + " are " + shortest(apart) +
-                              " apart, but the bones between them " + (tooNear ? "are " : "reach only ") +
-                              shortest(most) + (tooNear ? " long" : ""));
+                              " in frame " + std::to_string(wishes[i].frame + 1) + " are " +
+                              significant(apart, 4) + " apart, but the bones between them " +
+                              (tooNear ? "are " : "reach only ") + significant(most, 4) +
+                              (tooNear ? " long" : ""));
     }
   }
   return found;

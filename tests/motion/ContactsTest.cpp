@@ -238,6 +238,20 @@ TEST(Contacts, SayWhyThereAreNone) {
   EXPECT_EQ(falling.note.find("no feet found: the lowest parts of the body ("), 0u) << falling.note;
 }
 
+TEST(Contacts, BodiesOnFourFeetStandOnAllOfThemAndTheNoteSaysSo) {
+  const TemporaryDirectory directory;
+  std::string text = "HIERARCHY\nROOT Body\n{\nOFFSET 0 0 0\nCHANNELS 3 Xposition Yposition Zposition\n";
+  for (const char* leg : {"A -1 0 -1", "B 1 0 -1", "C -1 0 1", "D 1 0 1"}) {
+    text += std::string("JOINT ") + leg[0] + "\n{\nOFFSET " + (leg + 2) + "\nCHANNELS 1 Xrotation\n" +
+            "End Site\n{\nOFFSET 0 -2 0\n}\n}\n";
+  }
+  text += "}\nMOTION\nFrames: 20\nFrame Time: 0.04\n";
+  for (int f = 0; f < 20; f++) text += "0 3 0 0 0 0 0\n";
+  const Contacts contacts = findContacts(readClip(directory.write("clip.bvh", text)));
+  EXPECT_EQ(contacts.note,
+            "4 parts of the body come near the ground and may stand there: A.End, B.End, C.End, D.End");
+}
+
 TEST(Contacts, FeetThatSlideEverywhereStandWhereTheySlideSlowly) {
   const Contacts contacts = findContacts(walk());
   EXPECT_EQ(contacts.note,
