@@ -20,16 +20,16 @@ bool isHeld(const std::vector<Hold>& holds, std::size_t* next, int frame, int jo
 }  // namespace
 
 Floor::Floor(const Clip& original, const Skeleton& skeleton, const Contacts& feet, bool strict)
-    : skeleton_(skeleton), feet_(feet.feet) {
+    : skeleton_(skeleton), feet_(feet.feet), least_(feet_.size(), feet.ground) {
   Pose pose;
-  for (int f = 0; f < original.frames; f++) {
+  for (int f = 0; f < original.frames && !strict; f++) {
     skeleton.pose(original.frame(f), &pose);
-    for (const int j : feet_) {
-      const double was = pose.position[static_cast<std::size_t>(j)].y;
-      least_.push_back(strict ? feet.ground : std::min(feet.ground, was) + margin * skeleton.height());
+    for (std::size_t i = 0; i < feet_.size(); i++) {
+      least_[i] = std::min(least_[i], pose.position[static_cast<std::size_t>(feet_[i])].y);
     }
   }
-  watched_.assign(least_.size(), false);
+  for (double& least : least_) least += margin * skeleton.height();
+  watched_.assign(static_cast<std::size_t>(original.frames) * feet_.size(), false);
 }
 
 bool Floor::watch(const Clip& clip, const std::vector<Hold>& holds) {
@@ -41,8 +41,8 @@ bool Floor::watch(const Clip& clip, const std::vector<Hold>& holds) {
     for (std::size_t i = 0; i < feet_.size(); i++) {
       const double height = pose.position[static_cast<std::size_t>(feet_[i])].y;
       const std::size_t k = static_cast<std::size_t>(f) * feet_.size() + i;
-      if (height > least_[k] + clear * skeleton_.height()) watched_[k] = false;
-      if (height >= least_[k] - tolerance * skeleton_.height()) continue;
+      if (height > least_[i] + clear * skeleton_.height()) watched_[k] = false;
+      if (height >= least_[i] - tolerance * skeleton_.height()) continue;
       if (isHeld(holds, &next, f, feet_[i])) continue;
       watched_[k] = true;
       news = true;
@@ -60,7 +60,7 @@ void Floor::addTo(const Clip& clip, double weight, std::vector<Hold>* holds) con
     const int joint = feet_[k % feet_.size()];
     if (isHeld(*holds, &next, f, joint)) continue;
     Pnt3 place = skeleton_.position(joint, clip.frame(f));
-    place.y = least_[k];
+    place.y = least_[k % feet_.size()];
     low.push_back({f, joint, place, weight, true, true});
   }
   if (low.empty()) return;

@@ -9,8 +9,8 @@
 
 namespace limber::motion::detail {
 
-/// Keeps the feet from going deeper: each foot joint has a least height in each frame, which is the ground's
-/// or, unless the ground is strict, where it was in the original when that was deeper. An active set: a joint
+/// Keeps the feet from going deeper: each foot joint has a least height, which is the ground's or, unless
+/// the ground is strict, the lowest that it had in the original when that was deeper. An active set: a joint
 /// that is too low is watched, and held at its least height until it has come clear of it.
 class Floor {
  public:
@@ -27,8 +27,8 @@ class Floor {
  private:
   const Skeleton& skeleton_;
   std::vector<int> feet_;
-  std::vector<double> least_;  // frame after frame, one a foot joint
-  std::vector<bool> watched_;
+  std::vector<double> least_;  // one a foot joint
+  std::vector<bool> watched_;  // frame after frame, one a foot joint
 };
 
 }  // namespace limber::motion::detail
