@@ -15,6 +15,8 @@ namespace limber::motion {
 
 namespace {
 
+constexpr double longReach =
+    0.25;  // seconds: what a hand does for a shorter time is a movement, not a contact
 constexpr double unchanged = 1e-9;  // radians or heights: less is no change at all
 
 double secondsNow() {
@@ -188,7 +190,12 @@ Report Edit::solve() {
 }
 
 void Edit::measure(const Clip& original, const std::vector<Stand>& runs, Report* report) const {
-  const Quality quality = measureQuality(original, clip_, runs, feet_.ground);
+  std::vector<Stand> contacts;
+  for (const Stand& run : runs) {
+    const bool foot = std::find(feet_.feet.begin(), feet_.feet.end(), run.joint) != feet_.feet.end();
+    if (foot || (run.end - run.first) * clip_.frameTime >= longReach) contacts.push_back(run);
+  }
+  const Quality quality = measureQuality(original, clip_, contacts, feet_.ground);
   report->contacts = quality.stands;
   report->heldFrames = quality.standingFrames;
   report->skateBefore = quality.skateBefore;

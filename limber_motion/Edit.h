@@ -21,10 +21,10 @@ namespace limber::motion {
 
 /// How a clip is edited. Times are in seconds, lengths in body heights, angles in radians.
 struct EditOptions {
-  double smooth = 0.2;  ///< the time constant of the change: what one frame asks for fades in about three
-  double knots = 0.0;   ///< between the knots of coarse curves; 0: one unknown a frame
-  double goal = 1e-4;   ///< largest miss allowed
-  int mostSteps = 8;    ///< Gauss-Newton steps
+  double smooth = 0.16;  ///< the time constant of the change: what one frame asks for fades in about three
+  double knots = 0.0;    ///< between the knots of coarse curves; 0: one unknown a frame
+  double goal = 1e-4;    ///< largest miss allowed
+  int mostSteps = 8;     ///< Gauss-Newton steps
   double mostTurn = 1.0472;  ///< no angle is changed by more
   bool ground = false;       ///< keep the feet above the ground; else only no deeper than they were
   std::map<std::string, double> stiffness;        ///< of joints by name, for the defaults of jointStiffness

@@ -30,8 +30,8 @@ struct Report {
   std::vector<std::string> notes;    ///< what else the animator should know
   double height = 0.0;               ///< of the body, in the clip's unit
 
-  int contacts = 0;                                ///< runs of frames in which a joint is held
-  int heldFrames = 0;                              ///< their frames, of all joints together
+  int contacts = 0;    ///< runs of frames in which a foot is held, or anything for 0.25 s
+  int heldFrames = 0;  ///< their frames, of all joints together
   double skateBefore = 0.0, skateAfter = 0.0;      ///< mean horizontal speed in all of them
   double fastestBefore = 0.0, fastestAfter = 0.0;  ///< largest
   double missBefore = 0.0, missAfter = 0.0;        ///< largest distance from a target

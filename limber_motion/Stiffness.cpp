@@ -9,8 +9,9 @@ namespace limber::motion {
 
 namespace {
 
-constexpr double rootStiffness = 4.0, spineStiffness = 2.0;
-constexpr double lever = 0.2;  // heights: how far from a joint its rotation counts as a movement
+constexpr double rootStiffness = 4.0, spineStiffness = 2.0, shortStiffness = 3.0;
+constexpr double shortReach = 0.07;  // heights: of toes and fingers
+constexpr double lever = 0.2;        // heights: how far from a joint its rotation counts as a movement
 
 }  // namespace
 
@@ -31,6 +32,7 @@ std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
   std::vector<double> stiffness(n, 1.0);
   for (std::size_t j = 0; j < n; j++) {
     if (limbs[j] > 1) stiffness[j] = spineStiffness;
+    if (reach[j] < shortReach * skeleton.height()) stiffness[j] = shortStiffness;
   }
   if (n > 0) stiffness[0] = rootStiffness;
   for (const auto& [name, value] : byName) {
