@@ -405,6 +405,26 @@ TEST(SolveMatrix, AQuadraticProgramIsSolved) {
   expectSolved(&Q, q, "SQPMatrix");
 }
 
+TEST(SolveMatrix, TheBlocksOfAQuadraticProgramMayBeStructured) {
+  const CGTuning tuning;
+  strict(1e-24);
+  Vector diagonal(12);
+  for (int i = 0; i < 12; ++i) diagonal[i] = 2.0 + i % 5;
+  DiagonalMatrix D(&diagonal);
+  IdentityMatrix I(12);
+  SparseMatrix J;
+  for (int i = 0; i < 3; ++i) J.addRow().insEnd(0.5, 4 * i);
+  for (auto& row : J.rows) row->width = 12;
+  for (SpMat* H : {static_cast<SpMat*>(&D), static_cast<SpMat*>(&I)}) {
+    SparseMatrix h = H == &D ? sparseImage(D) : sparseImage(I);
+    SQPMatrix Q(H, &J.m), plain(&h.m, &J.m);
+    Q.lowerDiagonal = plain.lowerDiagonal = 9.0;
+    Q.hessianShift = plain.hessianShift = 1.0;
+    SparseMatrix q = sparseImage(plain);
+    expectSolved(&Q, q, "SQPMatrix of structured blocks");
+  }
+}
+
 TEST(SolveMatrix, StructuredMatricesStayAsTheyAreForEverybodyElse) {
   const CapturedOutput captured;
   Vector diagonal = ones(3), x = ones(3);

@@ -64,8 +64,10 @@ int SolveMatrix::height() const {
       return concrete<IdentityMatrix>(A_).height();
     case Kind::banded:
       return concrete<BandedMatrix>(A_).height();
-    case Kind::quadratic:
-      return concrete<SQPMatrix>(A_).height();
+    case Kind::quadratic: {
+      const SQPMatrix& Q = concrete<SQPMatrix>(A_);
+      return SolveMatrix(Q.H, Products::few).height() + SolveMatrix(Q.J, Products::few).height();
+    }
     case Kind::other:
       break;
   }
@@ -97,11 +99,30 @@ void SolveMatrix::multiplyDiagonal(const Vector* v, Vector* out) const {
   for (int i = n; i < out->count; ++i) out->data[i] = 0.0;
 }
 
-void SolveMatrix::mult(const Vector* v, Vector* out) const {
-  if (isDiagonal()) {
+// The blocks may be structured matrices as well, so each of them gets a SolveMatrix before it.
+void SolveMatrix::multiplyBlocks(const Vector* v, Vector* out) const {
+  const SQPMatrix& Q = concrete<SQPMatrix>(A_);
+  SolveMatrix H(Q.H, Products::few), J(Q.J, Products::few);
+  SQPMatrix blocks(&H, &J);
+  blocks.hessianShift = Q.hessianShift;
+  blocks.lowerDiagonal = Q.lowerDiagonal;
+  setLength(out, height());
+  blocks.mult(v, out);
+}
+
+bool SolveMatrix::multiplySymmetric(const Vector* v, Vector* out) const {
+  if (kind_ == Kind::diagonal || kind_ == Kind::identity) {
     multiplyDiagonal(v, out);
-    return;
+  } else if (kind_ == Kind::quadratic) {
+    multiplyBlocks(v, out);
+  } else {
+    return false;
   }
+  return true;
+}
+
+void SolveMatrix::mult(const Vector* v, Vector* out) const {
+  if (multiplySymmetric(v, out)) return;
   // some matrices write elements only, so the size of the result is set here
   setLength(out, height());
   if (kind_ == Kind::rows) {
@@ -116,10 +137,7 @@ void SolveMatrix::mult(const Vector* v, Vector* out) const {
 }
 
 void SolveMatrix::multT(const Vector* v, Vector* out) const {
-  if (isDiagonal()) {
-    multiplyDiagonal(v, out);
-    return;
-  }
+  if (multiplySymmetric(v, out)) return;
   if (kind_ != Kind::rows) {
     setLength(out, width());
     A_->multT(v, out);

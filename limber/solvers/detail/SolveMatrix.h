@@ -13,7 +13,8 @@ namespace limber::detail {
 /// which may be null as long as nothing is asked.
 ///
 /// - The structured matrices hide height, width and acc instead of overriding them. Here they answer with
-///   their true sizes, and a DiagonalMatrix or an IdentityMatrix multiplies by its diagonal, both ways.
+///   their true sizes, a DiagonalMatrix or an IdentityMatrix multiplies by its diagonal, both ways, and the
+///   blocks of an SQPMatrix may be such matrices.
 /// - A solve with an HSpMat counts its products, and the tenth and all later ones are made by a copy of the
 ///   matrix that is laid out for products (SlicedRows). The bits are the same.
 ///
@@ -44,8 +45,10 @@ class SolveMatrix final : public SpMat {
 
   static Kind kindOf(const SpMat* A);
   const HSpMat& rows() const;
-  bool isDiagonal() const { return kind_ == Kind::diagonal || kind_ == Kind::identity; }
   void multiplyDiagonal(const Vector* v, Vector* out) const;
+  void multiplyBlocks(const Vector* v, Vector* out) const;
+  /// out = A v = A^T v for the kinds of which the solvers make the product themselves; false for the others.
+  bool multiplySymmetric(const Vector* v, Vector* out) const;
   void countProducts(int products) const;
 
   const SpMat* const A_;
