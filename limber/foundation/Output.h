@@ -22,8 +22,7 @@ extern LIMBER_API char* numberPrintFormat;
 /// A null pointer, kept for callers; the library neither reads nor writes it.
 extern LIMBER_API void* errPtrZero;
 
-/// Formats at most 499 characters (the rest is cut) and hands them to the channel; returns the channel's
-/// result.
-/// Nothing is allocated.
+/// Formats at most 499 characters (the rest is cut), hands them to the channel and returns the channel's
+/// result. Nothing is allocated.
 LIMBER_API int stdoutPrintf(const char* format, ...) LIMBER_PRINTF(1, 2);
 LIMBER_API int stderrPrintf(const char* format, ...) LIMBER_PRINTF(1, 2);

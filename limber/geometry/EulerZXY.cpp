@@ -35,9 +35,9 @@ int countRow(double length, int verbose, const ReportSite& site, const char* mes
   return 1;
 }
 
-/// The image of (1, 0, 0) under rotMatrix('x', -x) rotMatrix('z', -z), which is row 0 of the second matrix as
-/// the x axis stays where it is. The first matters through its NaN only, which the product would spread;
-/// its zeros come out positive, which the trace shows.
+/// The image of (1, 0, 0) under rotMatrix('x', -x) rotMatrix('z', -z): row 0 of the second matrix, because
+/// the first leaves the x axis fixed. The angle x is used only so that a NaN in it propagates. The zeros are
+/// positive, which the trace shows.
 Pnt3 turnedXAxis(double z, double x) {
   const double spread = 0.0 * std::fabs(x);
   return Pnt3(std::cos(z) + spread, std::sin(z) + spread, spread);

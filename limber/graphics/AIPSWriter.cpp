@@ -81,16 +81,18 @@ void AIPSWriter::join(const AIPSWriter& other) {
     static_cast<void>(unshare(other.identity()));
     return;
   }
+  for (ConsCell* cell = other.stack.cell; cell; cell = cell->next) {
+    if (share(cell)) continue;
+    for (ConsCell* noted = other.stack.cell; noted != cell; noted = noted->next)
+      static_cast<void>(unshare(noted));
+    static_cast<void>(unshare(other.stream));
+    static_cast<void>(unshare(other.identity()));
+    return;
+  }
   stream = other.stream;
   name = other.name;
   groupCount = other.groupCount;
   stack = other.stack;
-  for (ConsCell* cell = stack.cell; cell; cell = cell->next) {
-    if (share(cell)) continue;
-    for (ConsCell* noted = stack.cell; noted != cell; noted = noted->next) static_cast<void>(unshare(noted));
-    stack.cell = nullptr;
-    break;
-  }
 }
 
 // Lets go of the drawing, which the last to do so completes and closes, unless it is on `kept`. Returns the

@@ -19,8 +19,8 @@ class Pnt3;
 /// 0-255.
 ///
 /// Copies share the stream, the name and the part of the coordinate stack they had in common; the last of
-/// them writes the trailer and closes. A copy that there is no memory to note (reported) holds nothing and
-/// draws nothing. With an empty stack, drawing goes on with an identity matrix.
+/// them writes the trailer and closes. When there is no memory to note a copy, this is reported, and the copy
+/// holds nothing and draws nothing. With an empty stack, drawing goes on with an identity matrix.
 class LIMBER_API AIPSWriter {
  public:
   FILE* stream;             ///< the output; standard output when no file could be opened

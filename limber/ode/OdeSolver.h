@@ -8,8 +8,9 @@ class Vector;
 LIMBER_FIXED_TABLE_BEGIN
 
 /// An explicit one-step integrator of x' = f(x, t). Nothing is checked: neither the step size, nor what the
-/// integrand returns. Solvers have work vectors of their own, which copies share (so copies do not step at
-/// the same time) and the last of them releases.
+/// integrand returns. Each solver has work vectors. Copies of it share them, so copies must not step at the
+/// same time, and the last copy releases them. There is no virtual destructor, because the virtual table has
+/// no place for one: delete a solver as the class that it is, never through a pointer to OdeSolver.
 class LIMBER_API OdeSolver {
  public:
   Integrand* f;  ///< not owned

@@ -233,4 +233,19 @@ TEST(List, HoldsPointersToConst) {
   list.uncons();
 }
 
+TEST(List, TheUntypedIteratorMovesOnAndStaysAtTheEnd) {
+  int first = 1, second = 2;
+  List<int*> list;
+  list.add(&second);
+  list.add(&first);
+  ListI it(list);
+  EXPECT_EQ(&++it, &it);
+  EXPECT_EQ(it.cell, list.tail());
+  ++it;
+  EXPECT_EQ(it.end(), 1);
+  ++it;
+  EXPECT_EQ(it.cell, nullptr);
+  list.uncons();
+}
+
 }  // namespace

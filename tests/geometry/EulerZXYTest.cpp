@@ -80,6 +80,23 @@ Angles literally(const Matrix4x4& M, int snapX, int zeroX, int verbose = 0) {
   return a;
 }
 
+TEST(FactorZXY, RoundingNeverGivesNaNWithoutATurnAboutYOrWithHalfATurn) {
+  // The cosine of y comes out a rounding above 1 or below -1 for some of these.
+  constexpr double pi = 3.141592653589793;
+  RandomGeometry random(97);
+  for (int i = 0; i < 20000; i++) {
+    const double x = 1.5 * random.number(), z = 3.0 * random.number(), y = pi * (i % 3 - 1);
+    Matrix4x4 m;
+    makeRot(x, y, z, &m);
+    double gotZ, gotX, gotY;
+    EXPECT_EQ(factorZXY(&m, 0, 0, gotZ, gotX, gotY, 0), 0);
+    // Where the cosine is next to 1 the angle is good to the root of a rounding.
+    EXPECT_TRUE(tolerance::close(std::fabs(gotY), std::fabs(y), 1e-7)) << x << " " << z;
+    EXPECT_TRUE(tolerance::close(gotX, x, 1e-5));
+    EXPECT_TRUE(tolerance::close(gotZ, z, 1e-5));
+  }
+}
+
 }  // namespace
 
 TEST(MakeRot, ZeroAnglesGiveTheIdentity) { EXPECT_TRUE(closeEntries(rotation(0, 0, 0), Matrix4x4(), 0.0)); }

@@ -243,11 +243,11 @@ TEST(AIPSWriter, ColoursAreWrittenAsTheirComplement) {
               w.fillRGB(0, 255, 0, "Leaf");
               w.fillRGB(1, 1, 1, "");
               w.strokeRGB(Pnt3(0.5, 0, 1));
-              w.fillRGB(Pnt3(1, 1, 0));
+              w.fillRGB(Pnt3(1, 0.25, 0.5));
             }),
             "0 1 1 0 K\n0 1 1 0 K\n-0.01 1 1 0 K\n0.75 0.5 0.25 0 k\n1 1 0 0 (Sky) 0 X\n1 0 1 0 (Leaf) 0 x\n"
             "0 0 0 0 () 0 x\n"
-            "0.5 1 0 0 K\n0 0 1 0 k\n");
+            "0.5 1 0 0 K\n0 0.75 0.5 0 k\n");
 }
 
 TEST(AIPSWriter, NormColorMultipliesByTheStatedConstantAbove101) {

@@ -4,9 +4,10 @@
 
 namespace limber::detail {
 
-/// The place a report names: a stem and a line. The stem is part of the message and never changes. So is a
-/// line that is written as a number: users search their logs for it. Where the line is __LINE__ it only helps
-/// to find the code, and it moves with the code.
+/// The place that a report names: a stem and a line. Users search their logs for them, so the stem never
+/// changes, and neither does a line that is written as a number. A message whose line is __LINE__ has no
+/// fixed line: the number shows where the code stands in this version, and other versions may print another
+/// one.
 struct ReportSite {
   const char* file;
   int line;

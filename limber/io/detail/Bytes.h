@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Eight bytes of text at a time. The lowest byte that a mask marks is right, and whether it marks any; a
-/// byte above a marked one may be marked wrongly.
+/// Text in pieces of eight or sixteen bytes. In masks of eight bytes only the lowest marked byte is reliable;
+/// higher marks may be false positives. An empty mask is exact.
 
 #include <cstdint>
 #include <cstring>
