@@ -31,7 +31,8 @@ void releaseRow(double* row) {
   if (limber::detail::unshare(row)) delete[] row;
 }
 
-// The pointer array belongs to all copies together, each row to all pointer arrays it is in.
+// All copies share the pointer array, and a row may be in several pointer arrays; the last holder releases
+// each.
 void release(const BandedMatrix& m) {
   if (!limber::detail::unshare(m.data)) return;
   for (int i = 0; m.data && i < m.maxRows; ++i) releaseRow(m.data[i]);
@@ -43,7 +44,7 @@ void makeEmpty(BandedMatrix& m) {
   m.data = nullptr;
 }
 
-// Rows in use that are allocated, places of the band that are allocated.
+// The number of rows in use that are allocated; usableWidth likewise for the places of the band.
 int usableRows(const BandedMatrix& m) { return m.data ? std::min(m.rows, m.maxRows) : 0; }
 
 // A half bandwidth may be any int, so places in a row are computed in 64 bits.
@@ -226,7 +227,7 @@ void BandedMatrix::growbw(int newRows, int newBw) {
     stdoutPrintf("Expanding Banded Matrix from %d to %d rows!\n", maxRows, more);
     double** const longer = newRowPointers(more);
     bool made = longer != nullptr;
-    // The new rows first: if one fails, nothing has been moved yet.
+    // The new rows are allocated first, so that nothing has been moved if one fails.
     for (int i = maxRows; made && i < more; ++i) made = (longer[i] = newRow(maxWidth)) != nullptr;
     // Copies keep the old pointer array, and with it the rows; it is released only with its last holder.
     const bool copied = limber::detail::holders(data) > 1;

@@ -9,8 +9,8 @@
 LIMBER_FIXED_TABLE_BEGIN
 
 /// A square matrix with one array a row. Element (i, j) stands in row i at place bw - i + j, valid from 0 to
-/// 2 bw - 1: the band reaches bw places left of the diagonal and bw - 1 right of it (asymmetric,
-/// deliberately).
+/// 2 bw - 1: the band reaches bw places left of the diagonal and bw - 1 right of it: the
+/// band is asymmetric by contract.
 ///
 /// Copies share the row arrays; the last of the sharers releases them. Whatever is reported, only allocated
 /// rows and places are reached: what lies outside is left out.
@@ -54,8 +54,8 @@ class LIMBER_API BandedMatrix : public SpMat {
   /// when it lies right of the band and further right than any reported before (deliberately).
   double& e(int i, int j);
   /// Takes the size and half bandwidth. Beyond maxRows there will be newRows + 10 rows; the new ones are
-  /// zeros. Rows never get longer: a band that does not fit is reported and taken all the same. Values stay
-  /// where they are, so call zero() afterwards.
+  /// zeros. Rows never get longer: a band that does not fit is reported, and its size is set nevertheless.
+  /// Values stay where they are, so call zero() afterwards.
   void growbw(int newRows, int newBw);
 
  private:

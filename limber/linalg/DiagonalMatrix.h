@@ -21,7 +21,7 @@ class LIMBER_API DiagonalMatrix : public SpMat {
 
   /// Uses the caller's vector, which stays the caller's.
   explicit DiagonalMatrix(Vector* diagonal);
-  /// n zeros of its own.
+  /// Owns a new vector of n zeros.
   explicit DiagonalMatrix(int n);
   DiagonalMatrix(const DiagonalMatrix& other);
   DiagonalMatrix& operator=(const DiagonalMatrix& other);

@@ -46,7 +46,7 @@ FullMatrix::FullMatrix(int r, int c, int temporary)
 
 FullMatrix::FullMatrix(int n) : kind(n < 1 ? 1 : 0), numRows(0), numColumns(0), data(newDense(n, false)) {
   if (data) {
-    std::memset(data, 0, static_cast<std::size_t>(n));  // n bytes: deliberate
+    std::memset(data, 0, static_cast<std::size_t>(n));  // Contract: n bytes, not n doubles.
   } else {
     kind = 1;
   }

@@ -21,8 +21,8 @@ limber::detail::GaussJordanSpace largerSpace;
 }  // namespace
 
 int FullMatrix::invert() {
-  // The copies go through operator(), so that a class that overrides it is inverted as it shows itself, and a
-  // matrix whose kind is 1 says so for each element.
+  // Contract: the copies go through operator(), so a class that overrides it is inverted with the elements
+  // that it shows, and a matrix of kind 1 prints a message for each element.
   double* const copy = limber::detail::lapackWorkspace(static_cast<long long>(numRows) * numColumns);
   if (!copy) return 0;
   if (numRows > fixedLength && !largerSpace.reserve(numRows)) {

@@ -155,7 +155,7 @@ void FullMatrix::operator-=(const FullMatrix& other) {
   }
 }
 
-// Written with < and >, deliberately: a NaN is neither.
+// Contract: compared with < and >, so that a NaN equals anything.
 int FullMatrix::operator==(const FullMatrix& other) const {
   if (!sameSize(*this, other)) return 0;
   int equal = 1;

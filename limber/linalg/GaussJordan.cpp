@@ -24,7 +24,7 @@ class RightHandSide : public limber::detail::GaussJordanWatcher {
   void rowsSwapped(int i, int j) {
     if (has(i) && has(j)) std::swap(b_->data[i], b_->data[j]);
   }
-  // The vector at that place of the array, not the entry: deliberate.
+  // Contract: the whole vector at that place of the array is scaled, not the entry of b.
   void pivotRowScaled(int column, double factor) {
     if (b_) b_[column] *= factor;
   }

@@ -135,7 +135,7 @@ SpMat* SQPMatrix::compact(double diagAdd, int, int b) {
 
 namespace {
 
-// The ranges start so that they always include 0 and magnitude 0 counts: deliberate.
+// Contract: the ranges start so that they always include 0, and elements of magnitude 0 count.
 struct HessianStats {
   int entries = 0;
   double largest = 0.0, smallest = 0.0;

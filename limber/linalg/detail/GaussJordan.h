@@ -47,8 +47,8 @@ struct GaussJordanWatcher {
   void rowReduced(int /*row*/, int /*column*/, double /*factor*/) {}
 };
 
-/// The largest magnitude in the open places of a row, -1 where there is none. Eight maxima side by side: the
-/// largest of several is the same in any order.
+/// The largest magnitude in the open places of a row, -1 if there is none. Computed as eight maxima side by
+/// side, because the largest of several numbers does not depend on their order.
 inline double largestOpen(const double* __restrict row, const double* __restrict closed, int n) {
   double best[8] = {-1.0, -1.0, -1.0, -1.0, -1.0, -1.0, -1.0, -1.0};
   int j = 0;
@@ -88,8 +88,8 @@ inline void findPivot(const double* a, int n, int ld, const GaussJordanScratch& 
 }
 
 /// Replaces the leading n x n block of the row-major `a` (row stride `ld`) by its inverse. With Size above 0
-/// the size is fixed and n is not read. A singular matrix is eliminated to the end all the same, with a
-/// division by zero on the way; what to make of it is the watcher's.
+/// the size is fixed and n is not read. A singular matrix is eliminated to the end, with a division by
+/// zero; the watcher is told and decides what that means.
 template <int Size = 0, class Watcher>
 void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher& watcher) {
   const int size = Size > 0 ? Size : n;

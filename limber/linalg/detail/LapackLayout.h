@@ -30,7 +30,7 @@ double* lapackWorkspace(long long n);
 int* lapackIntegers(int n);
 
 /// Copies n of the caller's pivots, each of which must lie in 1 ... largest, into the shared ints. Null for a
-/// missing array or a pivot outside: LAPACK would follow it out of the matrix.
+/// missing array and for a pivot outside, with which LAPACK would leave the storage of the matrix.
 const int* pivotsToLapack(const long* pivots, int n, int largest);
 
 }  // namespace limber::detail

@@ -11,8 +11,8 @@ namespace {
 
 int vectorResizeCount = 0;
 
-// By requested size, then by old capacity. The first occurrence of a pair deliberately stores 0, so each
-// figure is one less than the reallocations of its kind.
+// By requested size, then by old capacity. Contract: the first occurrence of a pair stores 0, so each figure
+// is one less than the number of reallocations of its kind.
 //
 // Built before every other static object of the library and destroyed after them, so that vectors with
 // static storage may grow at any time.
@@ -32,7 +32,7 @@ void limber::detail::countVectorResize(int requested, int oldCapacity) {
   try {
     vectorResizeTable.emplace(key, 0);
   } catch (const std::bad_alloc&) {
-    // Statistics are not worth a report: the pair stays out of the table.
+    // Nothing is reported for the sake of statistics: the pair is not counted.
   }
 }
 

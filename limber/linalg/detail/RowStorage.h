@@ -14,8 +14,8 @@ inline bool isTiny(double x) { return std::fabs(x) <= tiny; }
 /// lastIndex + 1, saturated at INT_MAX.
 inline int widthFor(int lastIndex) { return lastIndex < INT_MAX ? lastIndex + 1 : lastIndex; }
 
-/// Whether a stored index lies inside a dense vector's storage. Its size does not matter: entries are taken
-/// at the stored indices as they are.
+/// Whether a stored index lies inside a dense vector's storage. Products take every element inside the
+/// storage, also behind the vector's count.
 inline bool inStorage(const Vector& v, int index) {
   return static_cast<unsigned>(index) < static_cast<unsigned>(v.capacity > 0 ? v.capacity : 0);
 }
