@@ -9,8 +9,12 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <new>
 #include <string>
 #include <vector>
+
+#include "failure.h"
+#include "output_file.h"
 
 namespace {
 
@@ -90,12 +94,44 @@ Network make() {
   return network;
 }
 
-bool write(const std::string& path, const std::string& text) {
-  const gzFile file = gzopen(path.c_str(), "wb9");
-  if (!file) return false;
-  const bool whole =
-      gzwrite(file, text.data(), static_cast<unsigned>(text.size())) == static_cast<int>(text.size());
-  return gzclose(file) == Z_OK && whole;
+std::string compressed(const std::string& text) {
+  constexpr int best = 9, gzipFormat = 15 + 16, mostMemory = 9;
+  z_stream stream = {};
+  if (deflateInit2(&stream, best, Z_DEFLATED, gzipFormat, mostMemory, Z_DEFAULT_STRATEGY) != Z_OK)
+    throw std::bad_alloc();
+  std::string packed(deflateBound(&stream, static_cast<uLong>(text.size())), '\0');
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+  stream.avail_in = static_cast<uInt>(text.size());
+  stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+  stream.avail_out = static_cast<uInt>(packed.size());
+  deflate(&stream, Z_FINISH);
+  packed.resize(stream.total_out);
+  deflateEnd(&stream);
+  return packed;
+}
+
+void write(const std::string& text, OutputFile& file) {
+  const std::string packed = compressed(text);
+  std::fwrite(packed.data(), 1, packed.size(), file.stream());
+  file.complete();
+}
+
+void writeNetwork(const std::string& folder) {
+  const Network network = make();
+  OutputFile matrix(folder + "/survey_network.mtx.gz"), rightHandSide(folder + "/survey_network_b.mtx.gz");
+  write(
+      "%%MatrixMarket matrix coordinate real general\n"
+      "% adjustment of a levelling network: a row an observation, a column the height of a station in mm\n" +
+          std::to_string(network.rows) + " " + std::to_string(stations) + " " +
+          std::to_string(network.count) + "\n" + network.entries,
+      matrix);
+  write(
+      "%%MatrixMarket matrix array real general\n"
+      "% the observations, each over its standard error\n" +
+          std::to_string(network.rows) + " 1\n" + network.observed,
+      rightHandSide);
+  matrix.finish();
+  rightHandSide.finish();
 }
 
 }  // namespace
@@ -105,20 +141,10 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: survey_network FOLDER\n");
     return 1;
   }
-  const Network network = make();
-  const std::string folder = std::string(argv[1]) + "/";
-  const std::string matrix =
-      "%%MatrixMarket matrix coordinate real general\n"
-      "% adjustment of a levelling network: a row an observation, a column the height of a station in mm\n" +
-      std::to_string(network.rows) + " " + std::to_string(stations) + " " + std::to_string(network.count) +
-      "\n" + network.entries;
-  const std::string rightHandSide =
-      "%%MatrixMarket matrix array real general\n"
-      "% the observations, each over its standard error\n" +
-      std::to_string(network.rows) + " 1\n" + network.observed;
-  if (write(folder + "survey_network.mtx.gz", matrix) &&
-      write(folder + "survey_network_b.mtx.gz", rightHandSide))
+  try {
+    writeNetwork(argv[1]);
     return 0;
-  std::fprintf(stderr, "survey_network: cannot write to %s\n", argv[1]);
-  return 1;
+  } catch (...) {
+    return reportException("survey_network");
+  }
 }
