@@ -287,13 +287,18 @@ class Faults(SolveRunner):
         self.assertEqual((program.returncode, out, err),
                          (1, "", f"{pipe}:4: expected a finite real number, found the end of the line\n"))
 
+    LONG = 300000
+
     def long_problem(self):
-        """One that takes minutes: a chain of unknowns with a random right-hand side."""
-        n = 100000
-        random.seed(3)
-        lines = "".join(f"{i} {i} 2\n{i + 1} {i} -1\n" for i in range(1, n)) + f"{n} {n} 2\n"
-        path = self.write("chain.mtx", f"%%MatrixMarket matrix coordinate real symmetric\n{n} {n} {2 * n - 1}\n{lines}")
-        return path, self.write("b", "\n".join(f"{random.gauss(0, 1):.3f}" for _ in range(n)))
+        """One that takes seconds at least: a chain of unknowns with a random right-hand side."""
+        n = self.LONG
+        path, b = os.path.join(self.folder, "chain.mtx"), os.path.join(self.folder, "b")
+        if not os.path.exists(b):
+            lines = "".join(f"{i} {i} 2\n{i + 1} {i} -1\n" for i in range(1, n)) + f"{n} {n} 2\n"
+            self.write("chain.mtx", f"%%MatrixMarket matrix coordinate real symmetric\n{n} {n} {2 * n - 1}\n{lines}")
+            random.seed(3)
+            self.write("b", "\n".join(f"{random.gauss(0, 1):.3f}" for _ in range(n)))
+        return path, b
 
     def interrupted(self, *options):
         """Ends a long solve at its progress line: exit status, standard output, what the terminal showed."""
@@ -329,7 +334,7 @@ class Faults(SolveRunner):
             self.assertIn("status            ended by Ctrl-C, with the best solution so far\n", out)
             self.assertRegex(shown, r"\riteration [0-9]+, residual [0-9.e+-]+; Ctrl-C ends with the best so far")
             with open(x) as file:
-                self.assertEqual(len(file.readlines()), 100003)
+                self.assertEqual(len(file.readlines()), self.LONG + 3)
 
     def test_no_progress_line_goes_into_a_pipe(self):
         path, b = self.long_problem()
