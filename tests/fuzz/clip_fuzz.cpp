@@ -1,5 +1,5 @@
-// Any bytes are a clip or an error that names the file; a clip is whole, its poses are finite, and what is
-// written of it reads back as the same clip.
+// Any bytes are a clip or an error that names the file; a clip is whole, its poses are finite, its contacts
+// are in it, and what is written of it reads back as the same clip.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -35,6 +35,17 @@ void checkWhole(const Clip& clip) {
   }
 }
 
+void checkContacts(const Clip& clip) {
+  const Contacts contacts = findContacts(clip);
+  REQUIRE(!contacts.list.empty() || !contacts.note.empty());
+  for (const Contact& contact : contacts.list) {
+    REQUIRE(contact.joint >= 0 && contact.joint < static_cast<int>(clip.joints.size()));
+    REQUIRE(0 <= contact.first && contact.first <= contact.last && contact.last < clip.frames);
+    REQUIRE(std::isfinite(contact.place.x) && std::isfinite(contact.place.y) &&
+            std::isfinite(contact.place.z));
+  }
+}
+
 void checkSame(const Clip& a, const Clip& b) {
   REQUIRE(a.joints.size() == b.joints.size() && a.channels == b.channels && a.frames == b.frames);
   for (std::size_t j = 0; j < a.joints.size(); j++) {
@@ -56,6 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   checkWhole(clip);
+  checkContacts(clip);
   const MemoryFile copy;
   std::FILE* const out = std::fopen(copy.path().c_str(), "wb");
   REQUIRE(out && std::fputs(textOf(clip).c_str(), out) >= 0);
