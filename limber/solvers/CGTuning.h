@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "limber/Api.h"
+#include "limber/solvers/CGObserver.h"
 
 class Vector;
 
@@ -39,10 +40,6 @@ extern LIMBER_API Vector* cgradDampV;
 /// The weights V of J V^-1 J^T. Null.
 extern LIMBER_API Vector* cgradMassVec;
 
-/// Watches a solve. It is called once an iteration, after the step, with the number of the iteration, counted
-/// from 1 through all passes of the solve, its squared residual, and cg_observerData. 0 lets the solve go on;
-/// anything else ends it without a restart.
-typedef int (*CGObserver)(int iteration, double rsq, void* data);
 /// The observer that all solvers of both families and bi-CG call, the iteration that solves the system
 /// included (what the observer returns then does not matter). Null: nobody watches.
 ///

@@ -5,6 +5,7 @@
 /// the system knows whether it is solved.
 
 #include <algorithm>
+#include <cmath>
 
 #include "limber/solvers/detail/Elimination.h"
 #include "limber/solvers/detail/LinearSystem.h"
@@ -31,8 +32,8 @@ bool wantsIdentity(const LinearSystem& system);
 int firstBudget(const LinearSystem& system, int least, int most);
 
 /// A first method and a factorization by turns: first(iterations) goes on for four times as long every time,
-/// and direct(allowance, &outcome), which is false where it costs too much, may cost a few times what was
-/// spent, or all that is allowed once the first method is stuck.
+/// and where that does not lead far direct(allowance, &outcome), which is false where it costs too much, may
+/// cost a few times what was spent, or all that is allowed once the first method is stuck.
 template <class First, class Direct>
 Outcome escalate(LinearSystem& system, int iterations, First first, Direct direct) {
   for (;; iterations = std::min(iterations, system.run.limit / 4) * 4) {
@@ -41,6 +42,8 @@ Outcome escalate(LinearSystem& system, int iterations, First first, Direct direc
     Outcome outcome = first(iterations);
     if (system.ended() || outcome == Outcome::indefinite) return outcome;
     const bool stuck = system.run.iterations - begin < iterations;
+    // well on the way: a factorization would only take time
+    if (!stuck && std::log(before / system.residual) > 0.5 * std::log(before / system.goal)) continue;
     Allowance allowance;
     if (!stuck) allowance.operations = std::min(allowance.operations, 4.0 * system.spent() + 1e7);
     if (direct(allowance, &outcome)) return outcome;
