@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "input_error.h"
+#include "limber/Api.h"
 #include "numbers.h"
 
 namespace {
@@ -33,6 +34,7 @@ const char usage[] =
     "  --report FILE.json   writes the report as JSON too\n"
     "  --figures N          stick figures in the drawing (7)\n"
     "  --no-pictures        writes no drawings\n"
+    "  --version            prints the version\n"
     "\n"
     "A script holds one wish a line, '#' begins a comment, frames count from 1:\n"
     "  FRAMES JOINT X Y Z [WEIGHT] [ease IN [OUT]]            the joint shall be at (X, Y, Z); FRAMES is 12 "
@@ -62,6 +64,9 @@ class ArgumentReader {
   void readOne(const std::string& word) {
     if (word == "--help") {
       std::fputs(usage, stdout);
+      std::exit(std::fflush(stdout) == 0 ? 0 : 1);
+    } else if (word == "--version") {
+      std::printf("motion_edit (Limber %s)\n", limberVersion());
       std::exit(std::fflush(stdout) == 0 ? 0 : 1);
     } else if (word == "-o") {
       options_.output = value(word);

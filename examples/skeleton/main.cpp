@@ -30,6 +30,7 @@ void printTable(const Clip& clip, const std::vector<Pnt3>& at) {
 
 int show(const Options& options) {
   if (options.help) return std::fputs(usage, stdout) < 0;
+  if (options.version) return std::printf("skeleton (Limber %s)\n", limberVersion()) < 0;
   const Clip clip =
       limber::motion::readClip(options.clip, options.searched ? options.searchPath.c_str() : nullptr);
   if (options.frame < 1 || options.frame > clip.frames) {

@@ -11,6 +11,7 @@ const char usage[] =
     "\n"
     "  -p PATH   search path of the clip, elements separated by ';' or ':'\n"
     "  --help    this text\n"
+    "  --version the version\n"
     "\n"
     "Exit status: 0 all is well; 1 bad input, or the table could not be written; 3 not enough memory.\n";
 
@@ -21,6 +22,10 @@ Options readOptions(int count, char** arguments) {
     const std::string word = arguments[i];
     if (word == "--help") {
       options.help = true;
+      return options;
+    }
+    if (word == "--version") {
+      options.version = true;
       return options;
     }
     if (word == "-p") {

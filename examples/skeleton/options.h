@@ -9,6 +9,7 @@ struct Options {
   bool searched = false;  ///< a search path was given, perhaps an empty one
   int frame = 1;          ///< the first frame is 1
   bool help = false;
+  bool version = false;
 };
 
 extern const char usage[];

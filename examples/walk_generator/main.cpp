@@ -3,6 +3,7 @@
 // centimetres, y upwards, z ahead, x to the left; rotations in Z X Y order, degrees.
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -127,7 +128,13 @@ void writeFrame(int frame) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  if (argc > 1) {
+    const bool help = std::strcmp(argv[1], "--help") == 0;
+    std::fputs("usage: walk_generator >CLIP.bvh\nPrints the motion clip of a walk whose feet slide.\n",
+               help ? stdout : stderr);
+    return help ? 0 : 1;
+  }
   std::printf("HIERARCHY\n");
   writeJoint(0, 0);
   std::printf("MOTION\nFrames: %d\nFrame Time: %.6f\n", frames, frameTime);

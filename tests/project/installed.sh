@@ -17,6 +17,14 @@ mv "$work/first" "$work/prefix"
 
 use_package "$work/prefix"
 use_pkg_config "$(dirname "$(dirname "$(find "$work/prefix" -name limber.pc)")")"
+for program in "$work"/prefix/bin/limber-*; do
+  name=${program##*/}
+  complain() { echo "$name: $1"; exit 1; }
+  "$program" --help | grep -q . || complain "no help"
+  "$program" --version | grep -qF "(Limber $(pkg-config --modversion limber))" || complain "no version"
+  tr -d '\\' <"$work/prefix/share/man/man1/$name.1" | grep -q "^.B $name" || complain "no man page"
+  grep -q "$name" "$work/prefix/share/bash-completion/completions/$name" || complain "no completion"
+done
 if cmake -S "$source/tests/project/wrong_component" -B "$work/wrong" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
   >"$work/log" 2>&1 || ! grep -q 'without its component "nonsense"' "$work/log"; then
   echo "a component that was not built is not refused by its name:"

@@ -10,6 +10,7 @@ use_pkg_config "/usr/lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH 2>/dev/null ||
 for program in limber-solve limber-skeleton limber-motion-edit limber-ai2png; do
   "$program" --help >"$work/help"
   [ -s "$work/help" ]
+  "$program" --version | grep -qF "Limber $(pkg-config --modversion limber)"
   [ -e "/usr/share/bash-completion/completions/$program" ]
 done
 limber-solve --ls -p "$source/examples/data" -b survey_network_b.mtx.gz survey_network.mtx.gz
