@@ -328,7 +328,7 @@ class Faults(SolveRunner):
             pass
 
     def test_ctrl_c_ends_a_solve_with_the_best_so_far(self):
-        for options in (("--spd",), ("--family", "newer", "--spd"), ("--old", "--spd"), ("--bicg",)):
+        for options in (("--ls",), ("--family", "newer", "--spd"), ("--old", "--spd"), ("--bicg",)):
             status, out, shown, x = self.interrupted(*options)
             self.assertEqual(status, 4, (options, out))
             self.assertIn("status            ended by Ctrl-C, with the best solution so far\n", out)
