@@ -10,8 +10,9 @@ namespace limber::motion {
 namespace {
 
 constexpr double rootStiffness = 4.0, spineStiffness = 2.0, shortStiffness = 3.0;
-constexpr double shortReach = 0.07;  // heights: of toes and fingers
-constexpr double lever = 0.2;        // heights: how far from a joint its rotation counts as a movement
+constexpr double shortReach = 0.07;    // heights: of toes and fingers
+constexpr double boneStiffness = 1e4;  // against becoming longer, times that of the joint
+constexpr double lever = 0.2;          // heights: how far from a joint its rotation counts as a movement
 
 }  // namespace
 
@@ -49,10 +50,15 @@ std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
 std::vector<double> channelMasses(const Clip& clip, const Skeleton& skeleton,
                                   const std::vector<double>& stiffness) {
   const double height = skeleton.height();
+  int mover = -1;  // the joint that carries the body through the world: the first that can be moved
   std::vector<double> masses;
   for (int c = 0; c < clip.channels; c++) {
-    const double scale = skeleton.isRotation(c) ? lever : 1.0 / height;
-    masses.push_back(stiffness[static_cast<std::size_t>(skeleton.owner(c))] * scale * scale);
+    const int joint = skeleton.owner(c);
+    const bool rotation = skeleton.isRotation(c);
+    if (!rotation && mover < 0) mover = joint;
+    const double scale = rotation ? lever : 1.0 / height;
+    const double bone = rotation || joint == mover ? 1.0 : boneStiffness;
+    masses.push_back(stiffness[static_cast<std::size_t>(joint)] * scale * scale * bone);
   }
   return masses;
 }

@@ -21,8 +21,10 @@ LIMBER_MOTION_API std::vector<double> jointStiffness(const Clip& clip, const Ske
                                                      const std::map<std::string, double>& byName = {});
 
 /// The masses of the measure of smoothness, one a channel of a frame, in body heights: a translation has the
-/// mass stiffness / height^2, a rotation that of the arc at a fifth of the height, stiffness / 25. (Were the
-/// arm the bone's own length, short bones such as toes would turn far to spare the long ones a little.)
+/// mass stiffness / height^2, a rotation that of the arc at a fifth of the height, stiffness / 25. Where
+/// joints other than the one that carries the body have position channels too, those weigh ten thousand times
+/// as much: bones do not stretch. (Were the arm the bone's own length, short bones such as toes would turn
+/// far to spare the long ones a little.)
 LIMBER_MOTION_API std::vector<double> channelMasses(const Clip& clip, const Skeleton& skeleton,
                                                     const std::vector<double>& stiffness);
 

@@ -60,3 +60,78 @@ TEST(Edit, RefusesASecondTargetForTheSameJointAndFrame) {
   edit.reach(3, 5, Pnt3(1, 2, 4));
   EXPECT_THROW(edit.solve(), Error);
 }
+
+TEST(Edit, RefusesNumbersThatAreNotFinite) {
+  Clip clip = walk();
+  clip.frame(4)[7] = std::nan("");
+  EXPECT_THROW(Edit{clip}, Error);
+  Clip good = walk();
+  Edit edit(good);
+  EXPECT_THROW(edit.reach(0, 5, Pnt3(0, std::nan(""), 0)), Error);
+  EXPECT_THROW(edit.reach(120, 5, Pnt3()), Error);
+  EXPECT_THROW(edit.reach(0, 500, Pnt3()), Error);
+}
+
+TEST(Edit, SaysThatNothingIsHeldAndLeavesTheClipAlone) {
+  Clip clip = walk();
+  const std::vector<double> values = clip.values;
+  const Report report = Edit(clip).solve();
+  EXPECT_FALSE(report.met);
+  EXPECT_TRUE(report.impossible);
+  ASSERT_EQ(report.reasons.size(), 1u);
+  EXPECT_EQ(report.reasons[0], "nothing is to be held");
+  EXPECT_EQ(clip.values, values);
+}
+
+TEST(Edit, HoldsTheFeetAndSaysSoWhenAHandCannotReach) {
+  Clip clip = walk();
+  const Skeleton skeleton(clip);
+  const int hand = clip.find("LeftHand");
+  Edit edit(clip);
+  edit.plant(findContacts(clip));
+  edit.reach(10, hand, skeleton.position(hand, clip.frame(10)) + Pnt3(0, 400, 0));
+  const Report report = edit.solve();
+  EXPECT_FALSE(report.met);
+  EXPECT_TRUE(report.impossible);
+  ASSERT_FALSE(report.reasons.empty());
+  EXPECT_NE(report.reasons[0].find("LeftHand"), std::string::npos) << report.reasons[0];
+  EXPECT_NE(report.reasons[0].find("frame 11"), std::string::npos) << report.reasons[0];
+  EXPECT_TRUE(report.turn <= 1.0473) << report.turn;
+  for (const double value : clip.values) ASSERT_TRUE(std::isfinite(value));
+}
+
+TEST(Edit, TellsAnObserverOfEachStepAndEndsWhenItSaysSo) {
+  Clip clip = walk();
+  int seen = 0;
+  EditOptions options;
+  options.observer = [&](const EditStep& step) { return ++seen == step.number && seen < 2; };
+  Edit edit(clip, options);
+  edit.plant(findContacts(clip));
+  const Report report = edit.solve();
+  EXPECT_EQ(seen, 2);
+  EXPECT_FALSE(report.met);
+  EXPECT_EQ(report.steps.size(), 2u);
+}
+
+TEST(Edit, KeepsFeetAboveTheGroundWhenAsked) {
+  Clip clip = walk();
+  EditOptions options;
+  options.ground = true;
+  Edit edit(clip, options);
+  edit.plant(findContacts(clip));
+  const Report report = edit.solve();
+  EXPECT_TRUE(report.met) << textOf(report);
+  EXPECT_TRUE(report.belowAfter <= 1e-4) << report.belowAfter;
+}
+
+TEST(Edit, OneFrameIsEditedToo) {
+  Clip clip = walk();
+  clip.frames = 1;
+  clip.values.resize(static_cast<std::size_t>(clip.channels));
+  clip.text = nullptr;
+  const Skeleton skeleton(clip);
+  const int hand = clip.find("LeftHand");
+  Edit edit(clip);
+  edit.reach(0, hand, skeleton.position(hand, clip.frame(0)) + Pnt3(3, 5, 0));
+  EXPECT_TRUE(edit.solve().met);
+}
