@@ -101,7 +101,7 @@ bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, const Allo
 
 Outcome solveAnySquare(LinearSystem& system) {
   Outcome outcome = Outcome::stuck;
-  const int budget = firstBudget(system, 160, 240) / 2;
+  const int budget = firstBudget(system, 200, 240) / 2;
   if (foreignPreconditioner(system) || wantsIdentity(system) || !system.haveRows) {
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     Inverse* const inverse = foreignPreconditioner(system) ? &foreign : nullptr;
