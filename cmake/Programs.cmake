@@ -8,13 +8,14 @@ function(limber_describe name summary)
   set(man ${PROJECT_BINARY_DIR}/man/${name}.1)
   set(completion ${PROJECT_BINARY_DIR}/completions/${name})
   add_custom_command(
-    OUTPUT ${man} ${completion}
+    OUTPUT ${man}.gz ${completion}
     COMMAND ${CMAKE_COMMAND} -DNAME=${name} -DSUMMARY=${summary} -DVERSION=${PROJECT_VERSION} -DMAN=${man}
             -DCOMPLETION=${completion} -DPROGRAM=${ARGN} -P ${PROJECT_SOURCE_DIR}/cmake/describe.cmake
+    COMMAND gzip -9nf ${man}
     DEPENDS ${ARGN} ${PROJECT_SOURCE_DIR}/cmake/describe.cmake
     VERBATIM)
-  add_custom_target(describe-${name} ALL DEPENDS ${man} ${completion})
-  install(FILES ${man} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  add_custom_target(describe-${name} ALL DEPENDS ${man}.gz ${completion})
+  install(FILES ${man}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
   install(FILES ${completion} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
 endfunction()
 

@@ -32,6 +32,14 @@
 #define LIMBER_INLINE inline
 #endif
 
+/// Stands before a free function that is inline in a public header. A program for Windows has its own copy:
+/// its compiler would warn that what is inline cannot be imported.
+#if defined(_WIN32) && !defined(LIMBER_BUILDING)
+#define LIMBER_INLINE_API LIMBER_INLINE
+#else
+#define LIMBER_INLINE_API LIMBER_API LIMBER_INLINE
+#endif
+
 /// Marks a function that formats as printf does, so that the compiler checks its calls.
 #if defined(__MINGW32__)
 #define LIMBER_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))

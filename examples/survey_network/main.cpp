@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <string>
 #include <vector>
@@ -137,8 +138,13 @@ void writeNetwork(const std::string& folder) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const char usage[] =
+      "usage: survey_network FOLDER\nWrites survey_network.mtx.gz and survey_network_b.mtx.gz, an example of "
+      "a "
+      "least-squares problem, to the folder.\n";
+  if (argc == 2 && std::strcmp(argv[1], "--help") == 0) return std::fputs(usage, stdout) < 0;
   if (argc != 2) {
-    std::fprintf(stderr, "usage: survey_network FOLDER\n");
+    std::fputs(usage, stderr);
     return 1;
   }
   try {

@@ -29,12 +29,12 @@ class LIMBER_API Matrix3x3 {
 };
 
 /// M = the identity.
-LIMBER_API LIMBER_INLINE void idMatrix(Matrix3x3* M);
+LIMBER_INLINE_API void idMatrix(Matrix3x3* M);
 
 /// C = A B, each entry summed over k = 0, 1, 2; with row vectors A acts first. C may be A or B.
-LIMBER_API LIMBER_INLINE void multMatrix(const Matrix3x3* A, const Matrix3x3* B, Matrix3x3* C);
+LIMBER_INLINE_API void multMatrix(const Matrix3x3* A, const Matrix3x3* B, Matrix3x3* C);
 
 /// p M.
-LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(const Matrix3x3* M, const Pnt3& p);
+LIMBER_INLINE_API Pnt3 transformMatrix(const Matrix3x3* M, const Pnt3& p);
 
 #include "limber/geometry/Matrix3x3.inl"

@@ -3,9 +3,9 @@
 
 #include "limber/geometry/Matrix3x3.h"
 
-LIMBER_API LIMBER_INLINE void idMatrix(Matrix3x3* M) { *M = Matrix3x3(); }
+LIMBER_INLINE_API void idMatrix(Matrix3x3* M) { *M = Matrix3x3(); }
 
-LIMBER_API LIMBER_INLINE void multMatrix(const Matrix3x3* A, const Matrix3x3* B, Matrix3x3* C) {
+LIMBER_INLINE_API void multMatrix(const Matrix3x3* A, const Matrix3x3* B, Matrix3x3* C) {
   // Columns 0 and 1 side by side.
   typedef double Two __attribute__((vector_size(16), aligned(8), may_alias));
   const double(*b)[3] = B->m;
@@ -20,7 +20,7 @@ LIMBER_API LIMBER_INLINE void multMatrix(const Matrix3x3* A, const Matrix3x3* B,
   }
 }
 
-LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(const Matrix3x3* M, const Pnt3& p) {
+LIMBER_INLINE_API Pnt3 transformMatrix(const Matrix3x3* M, const Pnt3& p) {
   const double(*m)[3] = M->m;
   return Pnt3(p.x * m[0][0] + p.y * m[1][0] + p.z * m[2][0], p.x * m[0][1] + p.y * m[1][1] + p.z * m[2][1],
               p.x * m[0][2] + p.y * m[1][2] + p.z * m[2][2]);

@@ -32,14 +32,14 @@ class LIMBER_API Matrix4x4 {
 };
 
 /// M = the identity.
-LIMBER_API LIMBER_INLINE void idMatrix(Matrix4x4* M) { *M = Matrix4x4(); }
+LIMBER_INLINE_API void idMatrix(Matrix4x4* M) { *M = Matrix4x4(); }
 /// dst = src.
-LIMBER_API LIMBER_INLINE void copyMatrix(const Matrix4x4* src, Matrix4x4* dst) { *dst = *src; }
+LIMBER_INLINE_API void copyMatrix(const Matrix4x4* src, Matrix4x4* dst) { *dst = *src; }
 /// Four lines on the standard-output channel, one matrix row each.
 LIMBER_API void printMatrix(const Matrix4x4* M);
 
 /// M = the translation by (x, y, z).
-LIMBER_API LIMBER_INLINE void transMatrix(Matrix4x4* M, double x, double y, double z) {
+LIMBER_INLINE_API void transMatrix(Matrix4x4* M, double x, double y, double z) {
   idMatrix(M);
   M->m[3][0] = x, M->m[3][1] = y, M->m[3][2] = z;
 }
@@ -57,7 +57,7 @@ LIMBER_API void quaternionMatrix(double w, double x, double y, double z, Matrix4
 LIMBER_API void as4x4(const Matrix3x3* M, Matrix4x4* out);
 
 /// C = A B, each entry summed over k = 0, 1, 2, 3; with row vectors A acts first. C may be A or B.
-LIMBER_API LIMBER_INLINE void multMatrix(const Matrix4x4* A, const Matrix4x4* B, Matrix4x4* C) {
+LIMBER_INLINE_API void multMatrix(const Matrix4x4* A, const Matrix4x4* B, Matrix4x4* C) {
   double c[4][4];
   for (int i = 0; i < 4; i++)
     for (int j = 0; j < 4; j++)
@@ -67,37 +67,37 @@ LIMBER_API LIMBER_INLINE void multMatrix(const Matrix4x4* A, const Matrix4x4* B,
     for (int j = 0; j < 4; j++) C->m[i][j] = c[i][j];
 }
 /// out = M v, v a column of four. out may be v; M and v are only read, and may be const.
-LIMBER_API LIMBER_INLINE void postMultiply(const Matrix4x4* M, const double* v, double* out) {
+LIMBER_INLINE_API void postMultiply(const Matrix4x4* M, const double* v, double* out) {
   double r[4];
   for (int i = 0; i < 4; i++)
     r[i] = M->m[i][0] * v[0] + M->m[i][1] * v[1] + M->m[i][2] * v[2] + M->m[i][3] * v[3];
   for (int i = 0; i < 4; i++) out[i] = r[i];
 }
 /// The same.
-LIMBER_API LIMBER_INLINE void postMultiply(Matrix4x4* M, double* const v, double* const out) {
+LIMBER_INLINE_API void postMultiply(Matrix4x4* M, double* const v, double* const out) {
   postMultiply(static_cast<const Matrix4x4*>(M), v, out);
 }
 
 /// out = v M, v a row of four. out may be v; M and v are only read, and may be const.
-LIMBER_API LIMBER_INLINE void preMultiply(const double* v, const Matrix4x4* M, double* out) {
+LIMBER_INLINE_API void preMultiply(const double* v, const Matrix4x4* M, double* out) {
   double r[4];
   for (int j = 0; j < 4; j++)
     r[j] = v[0] * M->m[0][j] + v[1] * M->m[1][j] + v[2] * M->m[2][j] + v[3] * M->m[3][j];
   for (int j = 0; j < 4; j++) out[j] = r[j];
 }
 /// The same.
-LIMBER_API LIMBER_INLINE void preMultiply(double* const v, Matrix4x4* M, double* const out) {
+LIMBER_INLINE_API void preMultiply(double* const v, Matrix4x4* M, double* const out) {
   preMultiply(v, static_cast<const Matrix4x4*>(M), out);
 }
 
 /// B = s A. B may be A.
-LIMBER_API LIMBER_INLINE void copyScale(const Matrix4x4* A, double s, Matrix4x4* B) {
+LIMBER_INLINE_API void copyScale(const Matrix4x4* A, double s, Matrix4x4* B) {
   for (int i = 0; i < 4; i++)
     for (int j = 0; j < 4; j++) B->m[i][j] = s * A->m[i][j];
 }
 
 /// B += s A. B may be A.
-LIMBER_API LIMBER_INLINE void addinScale(const Matrix4x4* A, double s, Matrix4x4* B) {
+LIMBER_INLINE_API void addinScale(const Matrix4x4* A, double s, Matrix4x4* B) {
   for (int i = 0; i < 4; i++)
     for (int j = 0; j < 4; j++) B->m[i][j] += s * A->m[i][j];
 }

@@ -11,34 +11,34 @@
 class SpVec;
 
 /// The plane: ox = x m00 + y m10 + m30, oy = x m01 + y m11 + m31.
-LIMBER_API LIMBER_INLINE void transformMatrix(const Matrix4x4* M, double x, double y, double& ox, double& oy);
+LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double& ox, double& oy);
 
 /// (ox, oy, oz) = the first three components of (x, y, z, 1) M.
-LIMBER_API LIMBER_INLINE void transformMatrix(const Matrix4x4* M, double x, double y, double z, double& ox,
-                                              double& oy, double& oz);
+LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double z, double& ox,
+                                       double& oy, double& oz);
 
 /// (ox, oy, oz, ow) = (x, y, z, w) M, without division by w.
-LIMBER_API LIMBER_INLINE void transformMatrix(const Matrix4x4* M, double x, double y, double z, double w,
-                                              double& ox, double& oy, double& oz, double& ow);
+LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double z, double w, double& ox,
+                                       double& oy, double& oz, double& ow);
 
 /// (x, y, z) times the upper-left 3x3, without the translation: for directions and derivatives.
-LIMBER_API LIMBER_INLINE void transformMatrixNH(const Matrix4x4* M, double x, double y, double z, double& ox,
-                                                double& oy, double& oz);
+LIMBER_INLINE_API void transformMatrixNH(const Matrix4x4* M, double x, double y, double z, double& ox,
+                                         double& oy, double& oz);
 
 /// The first three components of M (x, y, z, 1), a column: the last column is the translation.
-LIMBER_API LIMBER_INLINE void transformTransposeMatrix(const Matrix4x4* M, double x, double y, double z,
-                                                       double& ox, double& oy, double& oz);
+LIMBER_INLINE_API void transformTransposeMatrix(const Matrix4x4* M, double x, double y, double z, double& ox,
+                                                double& oy, double& oz);
 
 /// (p, 1) M, first three components. M is only read, and may be const.
-LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p);
+LIMBER_INLINE_API Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p);
 /// The same.
-LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(Matrix4x4* M, Pnt3 p);
+LIMBER_INLINE_API Pnt3 transformMatrix(Matrix4x4* M, Pnt3 p);
 
 /// out = (p, 1) M, first three components.
-LIMBER_API LIMBER_INLINE void trans(const Matrix4x4* M, const Pnt3& p, Pnt3& out);
+LIMBER_INLINE_API void trans(const Matrix4x4* M, const Pnt3& p, Pnt3& out);
 
 /// out = p times the upper-left 3x3.
-LIMBER_API LIMBER_INLINE void transNH(const Matrix4x4* M, const Pnt3& p, Pnt3& out);
+LIMBER_INLINE_API void transNH(const Matrix4x4* M, const Pnt3& p, Pnt3& out);
 
 /// The derivative rows of a transformed plane point from those of the point: oa = m00 a + m10 b,
 /// ob = m01 a + m11 b (ssum). An output must not be an input. Indices from 10000 on are dropped, which is

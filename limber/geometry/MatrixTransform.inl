@@ -3,15 +3,14 @@
 
 #include "limber/geometry/MatrixTransform.h"
 
-LIMBER_API LIMBER_INLINE void transformMatrix(const Matrix4x4* M, double x, double y, double& ox,
-                                              double& oy) {
+LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double& ox, double& oy) {
   const double tx = x * M->m[0][0] + y * M->m[1][0] + M->m[3][0];
   oy = x * M->m[0][1] + y * M->m[1][1] + M->m[3][1];
   ox = tx;
 }
 
-LIMBER_API LIMBER_INLINE void transformMatrix(const Matrix4x4* M, double x, double y, double z, double& ox,
-                                              double& oy, double& oz) {
+LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double z, double& ox,
+                                       double& oy, double& oz) {
   const double(*m)[4] = M->m;
   const double tx = x * m[0][0] + y * m[1][0] + z * m[2][0] + m[3][0];
   const double ty = x * m[0][1] + y * m[1][1] + z * m[2][1] + m[3][1];
@@ -19,8 +18,8 @@ LIMBER_API LIMBER_INLINE void transformMatrix(const Matrix4x4* M, double x, doub
   ox = tx, oy = ty, oz = tz;
 }
 
-LIMBER_API LIMBER_INLINE void transformMatrix(const Matrix4x4* M, double x, double y, double z, double w,
-                                              double& ox, double& oy, double& oz, double& ow) {
+LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double z, double w, double& ox,
+                                       double& oy, double& oz, double& ow) {
   const double(*m)[4] = M->m;
   const double tx = x * m[0][0] + y * m[1][0] + z * m[2][0] + w * m[3][0];
   const double ty = x * m[0][1] + y * m[1][1] + z * m[2][1] + w * m[3][1];
@@ -29,8 +28,8 @@ LIMBER_API LIMBER_INLINE void transformMatrix(const Matrix4x4* M, double x, doub
   ox = tx, oy = ty, oz = tz, ow = tw;
 }
 
-LIMBER_API LIMBER_INLINE void transformMatrixNH(const Matrix4x4* M, double x, double y, double z, double& ox,
-                                                double& oy, double& oz) {
+LIMBER_INLINE_API void transformMatrixNH(const Matrix4x4* M, double x, double y, double z, double& ox,
+                                         double& oy, double& oz) {
   const double(*m)[4] = M->m;
   const double tx = x * m[0][0] + y * m[1][0] + z * m[2][0];
   const double ty = x * m[0][1] + y * m[1][1] + z * m[2][1];
@@ -38,8 +37,8 @@ LIMBER_API LIMBER_INLINE void transformMatrixNH(const Matrix4x4* M, double x, do
   ox = tx, oy = ty, oz = tz;
 }
 
-LIMBER_API LIMBER_INLINE void transformTransposeMatrix(const Matrix4x4* M, double x, double y, double z,
-                                                       double& ox, double& oy, double& oz) {
+LIMBER_INLINE_API void transformTransposeMatrix(const Matrix4x4* M, double x, double y, double z, double& ox,
+                                                double& oy, double& oz) {
   const double(*m)[4] = M->m;
   const double tx = m[0][0] * x + m[0][1] * y + m[0][2] * z + m[0][3];
   const double ty = m[1][0] * x + m[1][1] * y + m[1][2] * z + m[1][3];
@@ -47,7 +46,7 @@ LIMBER_API LIMBER_INLINE void transformTransposeMatrix(const Matrix4x4* M, doubl
   ox = tx, oy = ty, oz = tz;
 }
 
-LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p) {
+LIMBER_INLINE_API Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p) {
   // x and y side by side.
   typedef double Two __attribute__((vector_size(16), aligned(8), may_alias));
   const double(*m)[4] = M->m;
@@ -56,14 +55,12 @@ LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p) {
   return Pnt3(xy[0], xy[1], p.x * m[0][2] + p.y * m[1][2] + p.z * m[2][2] + m[3][2]);
 }
 
-LIMBER_API LIMBER_INLINE Pnt3 transformMatrix(Matrix4x4* M, Pnt3 p) {
+LIMBER_INLINE_API Pnt3 transformMatrix(Matrix4x4* M, Pnt3 p) {
   return transformMatrix(static_cast<const Matrix4x4*>(M), p);
 }
 
-LIMBER_API LIMBER_INLINE void trans(const Matrix4x4* M, const Pnt3& p, Pnt3& out) {
-  out = transformMatrix(M, p);
-}
+LIMBER_INLINE_API void trans(const Matrix4x4* M, const Pnt3& p, Pnt3& out) { out = transformMatrix(M, p); }
 
-LIMBER_API LIMBER_INLINE void transNH(const Matrix4x4* M, const Pnt3& p, Pnt3& out) {
+LIMBER_INLINE_API void transNH(const Matrix4x4* M, const Pnt3& p, Pnt3& out) {
   transformMatrixNH(M, p.x, p.y, p.z, out.x, out.y, out.z);
 }

@@ -112,7 +112,7 @@ class LIMBER_API Quat {
   Pnt3 RotationVector() const;
 
   /// a, then b: the Hamilton product b a, normalized.
-  friend LIMBER_API LIMBER_INLINE Quat operator*(const Quat& a, const Quat& b);
+  friend LIMBER_INLINE_API Quat operator*(const Quat& a, const Quat& b);
 
  private:
   inline void copy(const Quat& q);

@@ -121,7 +121,7 @@ LIMBER_INLINE Quat& Quat::operator=(const Quat& q) {
   return *this;
 }
 
-LIMBER_API LIMBER_INLINE Quat operator*(const Quat& a, const Quat& b) {
+LIMBER_INLINE_API Quat operator*(const Quat& a, const Quat& b) {
   Quat out;
   Quat::Compose(a, b, out);
   out.Normalize();

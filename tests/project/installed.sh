@@ -22,7 +22,7 @@ for program in "$work"/prefix/bin/limber-*; do
   complain() { echo "$name: $1"; exit 1; }
   "$program" --help | grep -q . || complain "no help"
   "$program" --version | grep -qF "(Limber $(pkg-config --modversion limber))" || complain "no version"
-  tr -d '\\' <"$work/prefix/share/man/man1/$name.1" | grep -q "^.B $name" || complain "no man page"
+  gunzip -c "$work/prefix/share/man/man1/$name.1.gz" | tr -d '\\' | grep -q "^.B $name" || complain "no man page"
   grep -q "$name" "$work/prefix/share/bash-completion/completions/$name" || complain "no completion"
 done
 if cmake -S "$source/tests/project/wrong_component" -B "$work/wrong" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
