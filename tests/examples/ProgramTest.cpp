@@ -255,6 +255,12 @@ TEST_F(MotionEditProgram, LeavesNothingHalfWrittenOnAFullDisk) {
   }
 }
 
+TEST_F(MotionEditProgram, NamesItsVersion) {
+  const ProgramRun result = run({"--version"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, std::string("motion_edit (Limber ") + limberVersion() + ")\n");
+}
+
 TEST_F(MotionEditProgram, HelpsWithStatusZero) {
   const ProgramRun result = run({"--help"});
   EXPECT_EQ(result.status, 0);
