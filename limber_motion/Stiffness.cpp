@@ -9,7 +9,7 @@ namespace limber::motion {
 
 namespace {
 
-constexpr double rootStiffness = 4.0, spineStiffness = 2.0, shortStiffness = 3.0;
+constexpr double rootStiffness = 4.0, spineStiffness = 2.0, shortStiffness = 5.0;
 constexpr double shortReach = 0.07;    // heights: of toes and fingers
 constexpr double boneStiffness = 1e4;  // against becoming longer, times that of the joint
 constexpr double lever = 0.2;          // heights: how far from a joint its rotation counts as a movement

@@ -20,7 +20,7 @@ constexpr double floorFirmness = 100.0;            // how much more than the tar
 constexpr double trembleSeconds = 1.0 / 30.0;      // between the frames that tell a slow trembling
 constexpr double leastPull = 1e2, mostPull = 1e8;  // of a miss^2 in heights
 constexpr double shortRun = 0.1;                   // seconds: what is held for a shorter time pulls harder
-constexpr double nothing = 1e-6;                   // heights: a miss that needs no further step
+constexpr double nothing = 5e-6;                   // heights: a miss that needs no further step
 
 double squared(double x) { return x * x; }
 
@@ -180,7 +180,7 @@ bool Motion::step(const Stage& stage, double damping) {
   StepSystem system(stage.measure, holds_, damping);
   bool better = false;
   if (system.factored()) {
-    system.solve(change_, stage.exact && damping == 0.0 ? 3 : 1, &step);
+    system.solve(change_, stage.exact && damping == 0.0 ? 6 : 1, &step);
     const double costBefore = cost(stage, change_, wanted);
     for (done.scale = 1.0; done.scale > 0.05; done.scale *= 0.5) {
       trial = change_;
