@@ -13,10 +13,10 @@
 
 namespace limber::motion {
 
-/// Stiffness of each joint of a clip: 1 for the limbs, more for the spine (what lies between the root and
-/// the branching of two limbs or more) and for toes and fingers, which must turn far to move their ends a
-/// little, most for the root. `byName` replaces the value of the joints that it
-/// names; Error for a name that the clip does not have and for a value that is not above 0.
+/// Stiffness of each joint of a clip: 1 for the limbs, 2 for the spine (what lies between the root and the
+/// branching of two limbs or more), 4 for the root, and 5 for toes and fingers, which must turn far to move
+/// their ends a little. `byName` replaces the value of the joints that it names; Error for a name that the
+/// clip does not have and for a value that is not above 0.
 LIMBER_MOTION_API std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
                                                      const std::map<std::string, double>& byName = {});
 
