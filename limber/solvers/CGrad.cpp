@@ -87,16 +87,17 @@ double curvatureJJt(SpMat* A, Vector* d) {
   return sum;
 }
 
-// Contract: an empty x or b is answered with 0, without a word.
-void warnOfShortVectors(const char* solver, const Vector* x, int unknowns, const Vector* b, int equations) {
+// Contract: an empty x or b is answered with 0, without a word and without the matrix.
+void warnOfShortVectors(const char* solver, const SolveMatrix& A, const Vector* x,
+                        int (SolveMatrix::*unknowns)() const, const Vector* b) {
   if (x->count <= 0 || b->count <= 0) return;
-  limber::detail::warnOfShortVectors("OldCGrad", solver, x->count, unknowns, b->count, equations);
+  limber::detail::warnOfShortVectors("OldCGrad", solver, x->count, (A.*unknowns)(), b->count, A.height());
 }
 
 // Solves with the weights and the damping that are set, and resets them.
 int solveJJt(const char* solver, SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   SolveMatrix matrix(A);
-  warnOfShortVectors(solver, x, matrix.height(), b, matrix.height());
+  warnOfShortVectors(solver, matrix, x, &SolveMatrix::height, b);
   const int iterations = cgradI(&matrix, x, b, rsqOut, residualJJt, curvatureJJt, 1);
   weights = nullptr;
   damping = nullptr;
@@ -107,13 +108,13 @@ int solveJJt(const char* solver, SpMat* A, Vector* x, Vector* b, double* rsqOut)
 
 int cgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   SolveMatrix matrix(A);
-  warnOfShortVectors("cgrad", x, matrix.width(), b, matrix.height());
+  warnOfShortVectors("cgrad", matrix, x, &SolveMatrix::width, b);
   return cgradI(&matrix, x, b, rsqOut, residualAtA, curvatureAtA, 1);
 }
 
 int cgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   SolveMatrix matrix(A);
-  warnOfShortVectors("cgradA", x, matrix.width(), b, matrix.height());
+  warnOfShortVectors("cgradA", matrix, x, &SolveMatrix::width, b);
   return cgradI(&matrix, x, b, rsqOut, residualA, curvatureA, 1);
 }
 

@@ -25,7 +25,8 @@ int result(const SolveOutcome& outcome) {
   return outcome.status == CG_FAILED ? -1 : -outcome.iterations;
 }
 
-// Answers a right-hand side that is as good as zero; false for any other.
+// Answers a right-hand side that is as good as zero, without a word and without the matrix; false for any
+// other.
 bool solveByZero(Vector* x, Vector* b, double* rsqOut) {
   clearStopped();
   const double bsq = b->magSq();
@@ -61,28 +62,28 @@ void checkSizes(const SolveOperator& M, const Vector* mass, const Vector* dampV)
 }  // namespace
 
 int ncgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  if (solveByZero(x, b, rsqOut)) return 0;
   const SolveOperator M(A, applyA);
   warnOfShortVectors("ncgradA", x, M.width(), b, M.height());
-  if (solveByZero(x, b, rsqOut)) return 0;
   const SolveOutcome outcome = solve(M, x, b, rsqOut, nullptr);
   // Contract: a singular system gives minus the iterations here, not -1.
   return outcome.status == CG_ACCEPT ? outcome.iterations : -outcome.iterations;
 }
 
 int ncgradAtA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
+  if (solveByZero(x, b, rsqOut)) return 0;
   const SolveOperator M(A, applyAtA);
   const int width = M.width();
   warnOfShortVectors("ncgradAtA", x, width, b, width);
-  if (solveByZero(x, b, rsqOut)) return 0;
   return result(solve(M, x, b, rsqOut, nullptr));
 }
 
 int ncgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   Vector& t = createdOnFirstUse<RightHandSide>().v;
   const SolveOperator M(A, applyAtA);
-  warnOfShortVectors("ncgrad", x, M.width(), b, M.height());
   M.matrix().multT(b, &t);
   if (solveByZero(x, &t, rsqOut)) return 0;
+  warnOfShortVectors("ncgrad", x, M.width(), b, M.height());
   return result(solve(M, x, &t, rsqOut, nullptr));
 }
 
@@ -95,10 +96,10 @@ int ncgradDamp(SpMat* A, Vector* x, Vector* b, double* rsqOut, double d) {
 
 int ncgradJJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* dampV, Preconditioner* pre) {
   cgradDampV = dampV;
-  const SolveOperator M(A, applyJJt);
-  warnOfShortVectors("ncgradJJt", x, M.height(), b, M.height());
   // Contract: this return leaves cgradDampV set.
   if (solveByZero(x, b, rsqOut)) return 0;
+  const SolveOperator M(A, applyJJt);
+  warnOfShortVectors("ncgradJJt", x, M.height(), b, M.height());
   const SolveOutcome outcome = solve(M, x, b, rsqOut, pre);
   cgradDampV = nullptr;
   return result(outcome);
@@ -110,9 +111,9 @@ int ncgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vec
   cgradMassVec = mass;
   const SolveOperator M(A, applyJJt);
   checkSizes(M, mass, dampV);
-  warnOfShortVectors("ncgradJVJt", x, M.height(), b, M.height());
   // Contract: this return leaves cgradDampV and cgradMassVec set.
   if (solveByZero(x, b, rsqOut)) return 0;
+  warnOfShortVectors("ncgradJVJt", x, M.height(), b, M.height());
   const SolveOutcome outcome = solve(M, x, b, rsqOut, pre);
   cgradDampV = nullptr;
   cgradMassVec = nullptr;

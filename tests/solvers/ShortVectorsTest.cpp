@@ -74,6 +74,39 @@ TEST(ShortVectors, AreWarnedOfOnceACall) {
   }
 }
 
+/// What a solve writes to either channel for an x and a b of zeros, with a matrix that has no sizes and so
+/// reports every question.
+std::string told(int (*solve)(SpMat*, Vector*, Vector*, double*), int x, int b) {
+  SpMat unasked;
+  Vector unknowns(x), right(b);
+  unknowns = 3.0;
+  double rsq = -1.0;
+  const CapturedOutput captured;
+  EXPECT_EQ(solve(&unasked, &unknowns, &right, &rsq), 0);
+  EXPECT_EQ(solve(nullptr, &unknowns, &right, &rsq), 0);
+  EXPECT_EQ(unknowns.magSq(), 0.0);
+  cgradDampV = nullptr;
+  return captured.out() + captured.err();
+}
+
+TEST(ShortVectors, AZeroRightHandSideIsAnsweredInSilenceWithoutTheMatrix) {
+  for (const auto solve : {ncgradA, ncgradAtA, dual}) {
+    EXPECT_EQ(told(solve, 3, 3), "");
+    EXPECT_EQ(told(solve, 1, 3), "");
+    EXPECT_EQ(told(solve, 3, 0), "");
+  }
+  for (const auto solve : {ncgradA, ncgradAtA, ncgrad, dual, weighted}) {
+    EXPECT_EQ(warned(solve, 3, 1, 0), "");
+  }
+}
+
+TEST(ShortVectors, AnEmptyXOrBOfTheOlderFamilyIsAnsweredWithoutTheMatrix) {
+  for (const auto solve : {cgrad, cgradA, cgradAAt, oldDual, oldWeighted}) {
+    EXPECT_EQ(told(solve, 0, 3), "");
+    EXPECT_EQ(told(solve, 0, 0), "");
+  }
+}
+
 TEST(ShortVectors, EmptyOnesOfTheOlderFamilyAreAnsweredInSilence) {
   for (const auto solve : {cgrad, cgradA, cgradAAt}) {
     EXPECT_EQ(warned(solve, 3, 0, 3), "");
