@@ -7,6 +7,7 @@
 //   FromDirections       a zero vector        "Normalizing Zero Point!", the direction (0, 1, 0)
 //                        opposite directions  a half turn about an axis across `from`
 //   FromRotationVector   (0, 0, 0)            the identity
+//                        a length that overflows  NaN
 //   RotationVector       x = y = z = 0        (0, 0, 0), whatever w is
 //                        w = 0                the angle pi about (x, y, z)
 //   a NaN component, or an infinite one (RotationVector: in x, y or z): NaN in at least one component
@@ -125,9 +126,11 @@ void Quat::FromRotationVector(const Pnt3* v) {
 }
 
 Pnt3 Quat::RotationVector() const {
-  const Pnt3 v(x, y, z);
+  // Of the size near 1, so that neither the length nor the quotient leaves the range of doubles.
+  const int exponent = exponentOf(Pnt3(std::max(std::fabs(w), std::fabs(x)), y, z));
+  const Pnt3 v = scaled(Pnt3(x, y, z), -exponent);
   const double sine = length(v);
   if (sine == 0.0) return Pnt3();
-  const double angle = 2.0 * std::atan2(sine, std::fabs(w));
+  const double angle = 2.0 * std::atan2(sine, std::scalbn(std::fabs(w), -exponent));
   return v * ((w < 0.0 ? -angle : angle) / sine);
 }

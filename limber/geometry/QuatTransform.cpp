@@ -6,8 +6,7 @@
 
 // Degenerate input:
 //   invert       a rotation that is not unit   not the inverse: the turns scale by the squared norm
-//   fromMatrix   a half turn                   not finite (95 % of random axes) or wrong, as
-//   Quat::FromVectors
+//   fromMatrix   a half turn                   not finite (95 % of random axes) or wrong
 //                the third row                 not looked at, whatever it holds
 //   toMat        a zero rotation               a warning and the identity; this object stays as it is
 //                a rotation of another length  the rotation of the unit quaternion

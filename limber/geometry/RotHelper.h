@@ -27,19 +27,20 @@
 /// exactly, case included. Every problem is a warning on the standard-output channel; nothing is fatal.
 ///
 /// Some conversions exist twice: by the stated formula, whose results callers rely on, and in a form that is
-/// right for every input. New programs want the right column:
+/// right for every input, which new programs want:
 ///
-///     wanted                        stated formula                    where it fails          right
-///     everywhere quaternion of a matrix        qRot->fromMatrix,                 at and next to half
-///     Quat::FromRotation
-///                                   QuatTransform::fromMatrix         turns
-///     shortest turn of one          Quat::FromVectors(from, to)       at and next to opposite
-///     Quat::FromDirections
-///       direction to another                                          directions
-///     quaternion of angle and axis  Quat::FromAxisAngle               angles below 2e-8 are 0
-///     Quat::FromRotationVector angle and axis                Quat::Log, Quat::Angle            angles below
-///     2e-8 are 0 Quat::RotationVector
-///       of a quaternion
+///     quaternion of a matrix
+///       stated: qRot->fromMatrix and QuatTransform::fromMatrix, wrong at half turns and inaccurate near them
+///       right:  Quat::FromRotation
+///     shortest turn of one direction to another
+///       stated: Quat::FromVectors, wrong for opposite directions and inaccurate near them
+///       right:  Quat::FromDirections
+///     quaternion of an angle and an axis
+///       stated: Quat::FromAxisAngle, which takes angles below 2e-8 as 0
+///       right:  Quat::FromRotationVector
+///     angle and axis of a quaternion
+///       stated: Quat::Log and Quat::Angle, which take angles below 2e-8 as 0
+///       right:  Quat::RotationVector
 
 #include "limber/Api.h"
 

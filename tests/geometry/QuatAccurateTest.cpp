@@ -435,6 +435,13 @@ TEST(QuatRotationVector, DoesNotDependOnTheNorm) {
   }
 }
 
+TEST(QuatRotationVector, ServesQuaternionsAtTheEndsOfTheRange) {
+  for (const double s : {0x1p-1074, 0x1p-1030, 0x1p-1000, 0x1p1000, 0x1p1023}) {
+    EXPECT_EQ(Quat(0.0, s, 0.0, 0.0).RotationVector(), Pnt3(pi, 0.0, 0.0)) << s;
+    EXPECT_EQ(Quat(-s, s, -s, s).RotationVector(), Quat(-1.0, 1.0, -1.0, 1.0).RotationVector()) << s;
+  }
+}
+
 TEST(QuatRotationVector, TakesTheShortWay) {
   const Pnt3 v(0.0, 0.0, 5.0);  // 5 radians forwards are 2 pi - 5 backwards
   Quat q;
