@@ -302,7 +302,9 @@ Vector* residual(SpMat* A, Vector* x, Vector* b, Vector* r) {
 
 CGIStatus biCGradI(SpMat* A, Vector* x, Vector* b, double& rsq, int& iter, Vector* r, Vector* rr, Vector* p,
                    Vector* pp, Vector* q, Vector* scratch, Vector* best, int maxIters, int shadowIsResidual) {
-  for (Vector* v : {x, r, rr, p, pp, q, scratch}) clearSpare(v);
+  for (Vector* v : {x, r, rr, p, pp, q, scratch}) {
+    if (v) clearSpare(v);
+  }
   const SolveMatrix matrix(A);
   SolveWatch watch;
   Pass pass{matrix, watch, x, b, r, rr, p, pp, q, scratch, best, shadowIsResidual != 0, rsq, iter};

@@ -17,7 +17,8 @@ void reportEnd(const char* line, const SolveOutcome& outcome) {
   cgReport(line, line, outcome.iterations, cgiToString(outcome.last));
 }
 
-// An operation of the caller's may leave the size of its result as it is, so it finds n zeros.
+// An operation of the caller's may leave the size of its result as it is, so it finds n zeros. Its operator
+// need not have the size of the matrix: n covers x and b as well.
 void clearWork(CGWork& work, int n) {
   for (Vector* v : {&work.r, &work.p, &work.q, &work.best, &work.z}) {
     setLength(v, n);
@@ -39,7 +40,7 @@ SolveOutcome limber::detail::cgRestarted(const SolveOperator& M, Vector* x, Vect
   // Contract: all four come from the matrix, although x and b may have other lengths.
   cgTrace("MCGRADI x:%d b:%d a:(rows:%d cols:%d)\n", width, height, height, width);
 
-  if (M.isCallers()) clearWork(work, n);
+  if (M.isCallers()) clearWork(work, std::max({n, x->count, b->count}));
   SolveWatch watch;
   SolveOutcome outcome = {CG_STOP, last, 0, 0.0};
   int bestIter = 1;

@@ -196,6 +196,19 @@ TEST(MCGrad, TracedSolveGoesBackToTheProductInsteadOfTheBest) {
   EXPECT_EQ(toElements(traced.x), (std::vector<double>{0.25, 0.5}));
 }
 
+// Writes 0 to as many elements as the result has.
+void zeroInPlace(SpMat*, const Vector*, Vector* out) { *out = 0.0; }
+
+TEST(MCGrad, AnOperatorThatKeepsTheSizeOfItsResultSeesTheWholeRightHandSide) {
+  const CGTuning tuning;
+  HSpMat none(0);
+  Solve solve({0, 0, 0}, {2, 2, 2});
+  solve.run(&none, zeroInPlace);
+  EXPECT_EQ(solve.status, CG_STOP);
+  EXPECT_EQ(solve.inner, CGI_TOO_MANY_ITERS);
+  EXPECT_EQ(solve.rsqOut, 12.0);
+}
+
 TEST(MCGrad, SmallerSolvesSeeNothingOfALargerOneBefore) {
   const CGTuning tuning;
   strict(1e-24);
