@@ -68,17 +68,13 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector* mass, const 
   op.columns = columns;
   PetscCall(op.makeShell(comm, &shell));
   Solver solver;
-  PC pc = nullptr;
   OwnBand band;
-  PetscCall(KSPCreate(comm, &solver));
-  PetscCall(KSPSetOptionsPrefix(solver, "limber_"));
-  PetscCall(KSPSetOperators(solver, shell, shell));
-  PetscCall(KSPSetType(solver, KSPCG));
-  PetscCall(KSPSetNormType(solver, KSP_NORM_UNPRECONDITIONED));
-  PetscCall(KSPGetPC(solver, &pc));
   if (!options.preconditioner)
     PetscCall(band.build(comm, part, scale.matrix, weights, damp ? &damping : nullptr));
-  PetscCall(useOwnPart(pc, options.preconditioner ? options.preconditioner : band.preconditioner()));
+  Preconditioner* const preconditioner =
+      options.preconditioner ? options.preconditioner : band.preconditioner();
+  PetscCall(makeSolver(comm, shell, shell, KSPCG, preconditioner, PCNONE, &solver));
+  PetscCall(KSPSetNormType(solver, KSP_NORM_UNPRECONDITIONED));
   PetscCall(KSPSetFromOptions(solver));
 
   PetscCall(iterate({comm, solver, &op, right, unknowns, false, nullptr, scale.vector, &options}, report));

@@ -66,16 +66,7 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector& b, Vector* x
   op.matrix = A;
   PetscCall(op.makeShell(comm, &shell));
   Solver solver;
-  PC pc = nullptr;
-  PetscCall(KSPCreate(comm, &solver));
-  PetscCall(KSPSetOptionsPrefix(solver, "limber_"));
-  PetscCall(KSPSetOperators(solver, shell, A));
-  PetscCall(KSPSetType(solver, KSPLSQR));
-  PetscCall(KSPGetPC(solver, &pc));
-  if (options.preconditioner)
-    PetscCall(useOwnPart(pc, options.preconditioner));
-  else
-    PetscCall(PCSetType(pc, PCNONE));
+  PetscCall(makeSolver(comm, shell, A, KSPLSQR, options.preconditioner, PCNONE, &solver));
   PetscCall(KSPSetFromOptions(solver));
 
   PetscCall(

@@ -27,17 +27,8 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector& b, Vector* x
   op.matrix = A;
   PetscCall(op.makeShell(comm, &shell));
   Solver solver;
-  PC pc = nullptr;
-  PetscCall(KSPCreate(comm, &solver));
-  PetscCall(KSPSetOptionsPrefix(solver, "limber_"));
-  PetscCall(KSPSetOperators(solver, shell, A));
-  PetscCall(KSPSetType(solver, KSPCG));
+  PetscCall(makeSolver(comm, shell, A, KSPCG, options.preconditioner, PCJACOBI, &solver));
   PetscCall(KSPSetNormType(solver, KSP_NORM_UNPRECONDITIONED));
-  PetscCall(KSPGetPC(solver, &pc));
-  if (options.preconditioner)
-    PetscCall(useOwnPart(pc, options.preconditioner));
-  else
-    PetscCall(PCSetType(pc, PCJACOBI));
   PetscCall(KSPSetFromOptions(solver));
 
   PetscCall(iterate({comm, solver, &op, right, unknowns, false, nullptr, scale.vector, &options}, report));

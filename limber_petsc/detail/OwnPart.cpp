@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "limber/solvers/BuildJJt.h"
 #include "limber/solvers/JJtCholeskyPrecond.h"
 #include "limber/solvers/JJtPrecond.h"
 #include "limber/solvers/Preconditioner.h"
@@ -36,19 +37,6 @@ std::vector<int> touchedColumns(const HSpMat& J) {
   return columns;
 }
 
-/// The half bandwidth of J J^T: the largest distance of two rows that share a column.
-int halfBandwidthOf(const HSpMat& J, std::size_t columns) {
-  std::vector<int> firstRow(columns, -1);
-  int band = 0;
-  for (int i = 0; i < J.numRows; i++)
-    for (int k = 0; k < J.rows[i]->numEntries; k++) {
-      int& first = firstRow[static_cast<std::size_t>(J.rows[i]->indices.data[k])];
-      if (first < 0) first = i;
-      band = std::max(band, i - first);
-    }
-  return band;
-}
-
 /// The elements of `spread` at the given columns, on this process. Collective.
 PetscErrorCode fetch(Vec spread, const std::vector<int>& columns, Vec* here) {
   const PetscInt count = static_cast<PetscInt>(columns.size());
@@ -64,10 +52,21 @@ PetscErrorCode fetch(Vec spread, const std::vector<int>& columns, Vec* here) {
 
 }  // namespace
 
-PetscErrorCode useOwnPart(PC pc, Preconditioner* preconditioner) {
-  PetscCall(PCSetType(pc, PCSHELL));
-  PetscCall(PCShellSetContext(pc, preconditioner));
-  PetscCall(PCShellSetApply(pc, applyOwnPart));
+PetscErrorCode makeSolver(MPI_Comm comm, Mat shell, Mat matrix, KSPType method, Preconditioner* own,
+                          PCType standard, KSP* solver) {
+  PC pc = nullptr;
+  PetscCall(KSPCreate(comm, solver));
+  PetscCall(KSPSetOptionsPrefix(*solver, "limber_"));
+  PetscCall(KSPSetOperators(*solver, shell, matrix));
+  PetscCall(KSPSetType(*solver, method));
+  PetscCall(KSPGetPC(*solver, &pc));
+  if (own) {
+    PetscCall(PCSetType(pc, PCSHELL));
+    PetscCall(PCShellSetContext(pc, own));
+    PetscCall(PCShellSetApply(pc, applyOwnPart));
+  } else {
+    PetscCall(PCSetType(pc, standard));
+  }
   return 0;
 }
 
@@ -97,7 +96,7 @@ PetscErrorCode OwnBand::build(MPI_Comm comm, const Rows& part, int exponent, Vec
     if (row) entries += row->numEntries;
     J.add(rows_.back().get());
   }
-  const long long band = halfBandwidthOf(J, columns.size());
+  const long long band = halfBandwidth(&J);
   Vector* damp = damping ? &ownDamping : nullptr;
   if ((band + 1) * part.rows->numRows <= 20 * (entries + 1))
     preconditioner_ = std::make_shared<JJtCholeskyPrecond>(&J, static_cast<int>(band), &ownWeights, damp);

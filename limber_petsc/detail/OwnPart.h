@@ -16,8 +16,11 @@ class Preconditioner;
 
 namespace limber::petsc::detail {
 
-/// Makes `pc` apply `preconditioner` to this process's part; it must outlive the solve.
-PetscErrorCode useOwnPart(PC pc, Preconditioner* preconditioner);
+/// A Krylov solver for the operator `shell` that takes PETSc's options with the prefix limber_. Its
+/// preconditioner is `own`, applied by each process to its own part, or else PETSc's `standard` one of
+/// `matrix`.
+PetscErrorCode makeSolver(MPI_Comm comm, Mat shell, Mat matrix, KSPType method, Preconditioner* own,
+                          PCType standard, KSP* solver);
 
 /// The preconditioner of J W J^T + D from this process's own rows: the Cholesky factor of their band where it
 /// takes at most twenty times the memory of the rows, else their diagonal. The columns that no own row
