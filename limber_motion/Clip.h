@@ -68,7 +68,8 @@ struct LIMBER_MOTION_API Clip {
 LIMBER_MOTION_API Clip readClip(const std::string& path, const char* searchPath = nullptr);
 
 /// The clip as BVH text. The hierarchy and every number that equals what the clip was read from are written
-/// as they stood; other numbers get as many decimals as the file had, at least six.
+/// as they stood; other numbers get as many decimals as the file had, at least six, and positions of a body
+/// that is smaller than a unit get more: a millionth of its height is kept.
 LIMBER_MOTION_API std::string textOf(const Clip& clip);
 /// Writes textOf(clip) to a file that appears whole or not at all. Throws Error when that fails.
 LIMBER_MOTION_API void writeClip(const Clip& clip, const std::string& path);

@@ -1,9 +1,12 @@
 // Writes a clip as BVH text, and what it was read from as it stood.
 
+#include <algorithm>
+#include <cmath>
 #include <string>
 
 #include "limber_motion/Clip.h"
 #include "limber_motion/Error.h"
+#include "limber_motion/Skeleton.h"
 #include "limber_motion/detail/ClipReader.h"
 #include "limber_motion/detail/Degrees.h"
 #include "limber_motion/detail/Numbers.h"
@@ -27,9 +30,20 @@ bool same(const Joint& a, const Joint& b) {
   return true;
 }
 
+/// The decimals that give a position to a millionth of the body's height, at most 15: few decimals of a unit
+/// that is larger than the body would move the joints away from where they were put.
+int decimalsOfHeight(const Clip& clip) {
+  const double height = clip.joints.empty() ? 0.0 : Skeleton(clip).height();
+  return height > 0.0 && height < 1.0 ? std::min(15, static_cast<int>(std::ceil(6.0 - std::log10(height))))
+                                      : 0;
+}
+
 class ClipWriter {
  public:
-  explicit ClipWriter(const Clip& clip) : clip_(clip), text_(clip.text ? *clip.text : ClipText()) {}
+  explicit ClipWriter(const Clip& clip)
+      : clip_(clip),
+        text_(clip.text ? *clip.text : ClipText()),
+        positionDecimals_(std::max(text_.decimals, decimalsOfHeight(clip))) {}
 
   std::string write() {
     if (keepsHierarchy()) {
@@ -107,8 +121,9 @@ class ClipWriter {
         const bool unchanged = !word.empty() && detail::parseReal(word, &old) && old * unit == value;
         kept = kept && unchanged;
         if (c++ > 0) line += " ";
-        line += unchanged ? std::string(word)
-                          : fixed(channel.rotation ? value * detail::degreesOfRadian : value, text_.decimals);
+        line += unchanged          ? std::string(word)
+                : channel.rotation ? fixed(value * detail::degreesOfRadian, text_.decimals)
+                                   : fixed(value, positionDecimals_);
       }
     }
     out_ += (kept && words.peek().empty() ? before : line) + lineEnd_;
@@ -116,6 +131,7 @@ class ClipWriter {
 
   const Clip& clip_;
   const ClipText text_;
+  const int positionDecimals_;
   std::string out_, lineEnd_ = "\n";
 };
 

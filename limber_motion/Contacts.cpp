@@ -21,6 +21,8 @@ using detail::Tracks;
 
 constexpr double sliding = 3.0;  // times the speeds and distances of the options, where no foot stands still
 
+constexpr double elsewhere = 0.1;  // heights: a joint that is so far away after a short gap has jumped
+
 /// A run of frames, both ends included.
 struct Run {
   int first, last;
@@ -63,7 +65,8 @@ class ContactFinder {
     std::vector<Run> certain;
     for (int f = tracks_.first(); f < clip_.frames; f++) {
       if (!within(foot, f, options_.low, options_.slow)) continue;
-      if (!certain.empty() && f - certain.back().last - 1 <= frames(options_.longestGap)) {
+      if (!certain.empty() && f - certain.back().last - 1 <= frames(options_.longestGap) &&
+          !jumps(foot, certain.back().last, f)) {
         certain.back().last = f;
       } else {
         certain.push_back({f, f});
@@ -90,6 +93,11 @@ class ContactFinder {
     const double height = skeleton_.height();
     return tracks_.at(foot.joint, f).y < foot.low + high * height &&
            tracks_.speed(foot.joint, f) < slide_ * fast * height;
+  }
+  /// Whether a joint is somewhere else after a gap between two frames in which it stands.
+  bool jumps(const FootJoint& foot, int a, int b) const {
+    const double way = (tracks_.at(foot.joint, b) - tracks_.at(foot.joint, a)).length();
+    return b > a + 1 && way > slide_ * elsewhere * skeleton_.height();
   }
   bool lasts(const FootJoint& foot, int f) const {
     return within(foot, f, options_.notHigh, options_.notFast);

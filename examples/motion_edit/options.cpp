@@ -70,6 +70,10 @@ class ArgumentReader {
       std::exit(std::fflush(stdout) == 0 ? 0 : 1);
     } else if (word == "-o") {
       options_.output = value(word);
+      if (options_.output.empty() || options_.output.back() == '/') {
+        throw InputError("motion_edit: -o needs the stem of file names, found " +
+                         quoted(options_.output.c_str()));
+      }
     } else if (word == "-p") {
       options_.searchPath = value(word);
       options_.searched = true;

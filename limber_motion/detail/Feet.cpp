@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <map>
+#include <set>
 
 namespace limber::motion::detail {
 
@@ -53,6 +54,13 @@ std::vector<FootJoint> findFeet(const Clip& clip, const Skeleton& skeleton, cons
     int foot = joint;
     while (parent(foot) >= 0 && feet.count(parent(foot))) foot = parent(foot);
     found.push_back({joint, foot, low});
+  }
+  // The fingers of a hand that is itself too high belong to one limb, and so do the toes of a high ankle.
+  std::map<int, std::set<int>> siblings;
+  for (const FootJoint& one : found) siblings[parent(one.foot)].insert(one.foot);
+  for (FootJoint& one : found) {
+    const int up = parent(one.foot);
+    if (up > 0 && siblings[up].size() > 1) one.foot = up;
   }
   return found;
 }

@@ -162,6 +162,12 @@ TEST_F(MotionEditProgram, NeverWritesOverWhatItReads) {
                 "motion_edit: x would be written twice");
 }
 
+TEST_F(MotionEditProgram, NeedsAStemForTheFilesItWrites) {
+  directory.write("walk.bvh", readFile(data + "/walk.bvh"));
+  expectRefused({"-o", "", "walk.bvh"}, "motion_edit: -o needs the stem of file names, found ''");
+  expectRefused({"-o", "./", "walk.bvh"}, "motion_edit: -o needs the stem of file names, found './'");
+}
+
 TEST_F(MotionEditProgram, FindsACompressedClipAlongASearchPath) {
   ASSERT_EQ(mkdir((directory / "clips").c_str(), 0700), 0);
   directory.writeGz("clips/walk.bvh.gz", readFile(data + "/walk.bvh"));

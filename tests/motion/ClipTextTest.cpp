@@ -145,6 +145,17 @@ TEST(ClipText, AChangedNumberLeavesTheOthersAsTheyStood) {
   EXPECT_EQ(clipOf(textOf(clip)).joints[1].offset.y, 11.5);
 }
 
+TEST(ClipText, PositionsOfASmallBodyKeepAMillionthOfItsHeight) {
+  Clip clip = clipOf(smallClip);
+  for (Joint& joint : clip.joints) joint.offset *= 1e-5;
+  const double height = Skeleton(clip).height();
+  clip.frame(1)[1] = height / 3.0;
+  clip.frame(1)[7] = -height / 7.0;
+  const Clip again = clipOf(textOf(clip));
+  EXPECT_TRUE(std::fabs(again.frame(1)[1] - clip.frame(1)[1]) <= 1e-6 * height);
+  EXPECT_TRUE(std::fabs(again.frame(1)[7] - clip.frame(1)[7]) <= 1e-6 * height);
+}
+
 TEST(ClipText, IsWrittenAlikeInEveryLocale) {
   Clip clip = clipOf(smallClip);
   clip.frame(0)[4] += 0.5 * radians;

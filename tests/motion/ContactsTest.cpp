@@ -252,6 +252,24 @@ TEST(Contacts, BodiesOnFourFeetStandOnAllOfThemAndTheNoteSaysSo) {
             "4 parts of the body come near the ground and may stand there: A.End, B.End, C.End, D.End");
 }
 
+TEST(Contacts, TheToesOfAHighAnkleBelongToOneFoot) {
+  const TemporaryDirectory directory;
+  std::string text =
+      "HIERARCHY\nROOT Body\n{\nOFFSET 0 0 0\nCHANNELS 3 Xposition Yposition Zposition\n"
+      "JOINT Ankle\n{\nOFFSET 0 -5 0\nCHANNELS 1 Xrotation\n";
+  for (const char* toe : {"A -1 -5 0", "B 1 -5 0", "C 0 -5 1"}) {
+    text += std::string("JOINT ") + toe[0] + "\n{\nOFFSET " + (toe + 2) + "\nCHANNELS 1 Xrotation\n" +
+            "End Site\n{\nOFFSET 0 0 1\n}\n}\n";
+  }
+  text += "}\n}\nMOTION\nFrames: 20\nFrame Time: 0.04\n";
+  for (int f = 0; f < 20; f++) text += "0 10 0 0 0 0 0\n";
+  const Clip clip = readClip(directory.write("clip.bvh", text));
+  const Contacts contacts = findContacts(clip);
+  EXPECT_EQ(contacts.list.size(), 6u);
+  for (const Contact& c : contacts.list) EXPECT_EQ(c.foot, clip.find("Ankle")) << c.joint;
+  EXPECT_EQ(contacts.note, "");
+}
+
 TEST(Contacts, FeetThatSlideEverywhereStandWhereTheySlideSlowly) {
   const Contacts contacts = findContacts(walk());
   EXPECT_EQ(contacts.note,
@@ -275,6 +293,21 @@ TEST(Contacts, ShortGapsAreClosedAndShortContactsDropped) {
       findContacts(moved(60, [](int f) { return f < 20 ? 0.0 : 0.3 * (f - 20 - (f > 22) - (f > 23)); }));
   ASSERT_FALSE(rising.list.empty());
   for (const Contact& c : rising.list) EXPECT_EQ(c.first, 0);
+}
+
+TEST(Contacts, EndWhereTheBodyJumpsToAnotherPlace) {
+  Clip clip = moved(60, [](int) { return 0.0; });
+  clip.frameTime = 0.02;  // the two frames beside the jump, which are fast, are a gap of 0.04 seconds
+  const double height = Skeleton(clip).height();
+  for (int f = 30; f < 60; f++) clip.frame(f)[1] += height;
+  int before = 0, after = 0;
+  for (const Contact& c : findContacts(clip).list) {
+    EXPECT_TRUE(c.last < 30 || c.first >= 30) << c.first << " to " << c.last;
+    before += c.last < 30;
+    after += c.first >= 30;
+  }
+  EXPECT_GE(before, 1);
+  EXPECT_EQ(after, before);
 }
 
 TEST(Contacts, GiveWayToWhatAScriptAsksOfTheSameFoot) {
