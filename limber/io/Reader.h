@@ -61,7 +61,9 @@ class LIMBER_API Reader {
   /// 1 when the reader is at end because of damage or a read error, not because the text is complete: a
   /// compressed file that is cut off or whose check sums are missing or wrong, a directory, a stream that
   /// cannot be read. The last word may then be cut. 0 as long as the reader is not at end, and where no file
-  /// was opened.
+  /// was opened. One kind of damage goes unseen, because gzread takes it for the end: a compressed file that
+  /// is cut off exactly where the text so far fills zlib's buffer, a multiple of 16 KB (so that of a text of
+  /// that size only the check sums are missing).
   int damaged() const;
   /// The next character; a run of whitespace and line ends counts as its first character (a line end as LF).
   /// 0 at end.
