@@ -17,6 +17,8 @@ class FullMatrix;
 
 namespace limber::motion {
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// One joint in one frame, held at `target`: in the world's x, y and z, or in the height y alone.
 struct Hold {
   int frame, joint;
@@ -71,5 +73,7 @@ class LIMBER_MOTION_API Holds : public SpMat {
   std::vector<Entry> entries_;
   Vector misses_;
 };
+
+LIMBER_FIXED_TABLE_END
 
 }  // namespace limber::motion

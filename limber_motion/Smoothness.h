@@ -12,6 +12,8 @@ class FullMatrix;
 
 namespace limber::motion {
 
+LIMBER_FIXED_TABLE_BEGIN
+
 /// The measure of a change d of some channels at equally spaced times, as a symmetric positive definite
 /// matrix R:
 ///     d^T R d = sum over channels c of mass_c sum over times ( d^2 + s^4 (d'')^2 + r^6 (d''')^2 ),
@@ -53,5 +55,7 @@ class LIMBER_MOTION_API Smoothness : public SpMat {
   std::vector<double> masses_;
   std::vector<double> diagonals_[4];  // (t, t + k) of one channel of mass 1
 };
+
+LIMBER_FIXED_TABLE_END
 
 }  // namespace limber::motion

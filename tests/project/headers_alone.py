@@ -14,6 +14,27 @@ import sys
 build_compiler, source = sys.argv[1], pathlib.Path(sys.argv[2])
 WARNINGS = ["-Wall", "-Wextra", "-Wconversion", "-Wshadow", "-Wpedantic", "-Woverloaded-virtual", "-Werror"]
 headers = sorted(header for room in source.glob("limber*") if room.is_dir() for header in room.rglob("*.h"))
+
+
+def engine_includes():
+    """Where the headers of MPI and PETSc stand, as arguments; None where one of them is missing."""
+    commands = (["mpicxx", "--showme:compile"], ["pkg-config", "--cflags-only-I", "PETSc"])
+    if not all(shutil.which(command[0]) for command in commands):
+        return None
+    answers = [subprocess.run(command, capture_output=True, text=True) for command in commands]
+    if any(answer.returncode for answer in answers):
+        return None
+    words = " ".join(answer.stdout for answer in answers).split()
+    return [f"-isystem{word[2:]}" for word in words if word.startswith("-I")]
+
+
+# The headers of the component for many machines need those of its engine.
+ENGINE = engine_includes()
+if ENGINE is None:
+    print("limber_petsc is left out: MPI or PETSc is not installed")
+    headers = [header for header in headers if "limber_petsc" not in header.parts]
+else:
+    WARNINGS += ENGINE + ["-DOMPI_SKIP_MPICXX", "-DMPICH_SKIP_MPICXX"]
 public = [header for header in headers if "detail" not in header.parts]
 
 
