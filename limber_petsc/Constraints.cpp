@@ -69,8 +69,7 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector* mass, const 
   PetscCall(op.makeShell(comm, &shell));
   Solver solver;
   OwnBand band;
-  if (!options.preconditioner)
-    PetscCall(band.build(comm, part, scale.matrix, weights, damp ? &damping : nullptr));
+  if (!options.preconditioner) PetscCall(band.build(part, scale.matrix, weights, damp ? &damping : nullptr));
   Preconditioner* const preconditioner =
       options.preconditioner ? options.preconditioner : band.preconditioner();
   PetscCall(makeSolver(comm, shell, shell, KSPCG, preconditioner, PCNONE, &solver));

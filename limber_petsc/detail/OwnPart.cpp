@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "limber/solvers/BuildJJt.h"
 #include "limber/solvers/JJtCholeskyPrecond.h"
@@ -70,11 +71,7 @@ PetscErrorCode makeSolver(MPI_Comm comm, Mat shell, Mat matrix, KSPType method, 
   return 0;
 }
 
-OwnBand::OwnBand() = default;
-OwnBand::~OwnBand() = default;
-
-PetscErrorCode OwnBand::build(MPI_Comm comm, const Rows& part, int exponent, Vec weights,
-                              const Vector* damping) {
+PetscErrorCode OwnBand::build(const Rows& part, int exponent, Vec weights, const Vector* damping) {
   const std::vector<int> columns = touchedColumns(*part.rows);
   Array here;
   PetscCall(fetch(weights, columns, &here));
@@ -83,18 +80,18 @@ PetscErrorCode OwnBand::build(MPI_Comm comm, const Rows& part, int exponent, Vec
   if (damping) ownDamping = *damping;
 
   // The rows with their columns renumbered; the order of the columns stays.
+  std::vector<std::unique_ptr<SpVec>> rows;
   HSpMat J(0);
   long long entries = 0;
   for (int i = 0; i < part.rows->numRows; i++) {
-    rows_.push_back(std::make_unique<SpVec>());
+    rows.push_back(std::make_unique<SpVec>());
     const SpVec* row = part.rows->rows[i];
     for (int k = 0; row && k < row->numEntries; k++) {
       const auto at = std::lower_bound(columns.begin(), columns.end(), row->indices.data[k]);
-      rows_.back()->insEnd(std::ldexp(row->values.data[k], -exponent),
-                           static_cast<int>(at - columns.begin()));
+      rows.back()->insEnd(std::ldexp(row->values.data[k], -exponent), static_cast<int>(at - columns.begin()));
     }
     if (row) entries += row->numEntries;
-    J.add(rows_.back().get());
+    J.add(rows.back().get());
   }
   const long long band = halfBandwidth(&J);
   Vector* damp = damping ? &ownDamping : nullptr;
@@ -102,7 +99,7 @@ PetscErrorCode OwnBand::build(MPI_Comm comm, const Rows& part, int exponent, Vec
     preconditioner_ = std::make_shared<JJtCholeskyPrecond>(&J, static_cast<int>(band), &ownWeights, damp);
   else
     preconditioner_ = std::make_shared<JJtPrecond>(&J, &ownWeights, damp);
-  return agree(comm, 0);
+  return 0;
 }
 
 }  // namespace limber::petsc::detail

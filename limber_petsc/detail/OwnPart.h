@@ -4,7 +4,6 @@
 /// Preconditioners of Limber, applied by each process to its own part of the residual.
 
 #include <memory>
-#include <vector>
 
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/SpVec.h"
@@ -27,14 +26,11 @@ PetscErrorCode makeSolver(MPI_Comm comm, Mat shell, Mat matrix, KSPType method, 
 /// touches are left out, so that the memory is that of the own rows.
 class OwnBand {
  public:
-  OwnBand();
-  ~OwnBand();
   /// `weights` is spread like the columns, `damping` belongs to the own rows and may be null. Collective.
-  PetscErrorCode build(MPI_Comm comm, const Rows& part, int exponent, Vec weights, const Vector* damping);
+  PetscErrorCode build(const Rows& part, int exponent, Vec weights, const Vector* damping);
   Preconditioner* preconditioner() const { return preconditioner_.get(); }
 
  private:
-  std::vector<std::unique_ptr<SpVec>> rows_;
   std::shared_ptr<Preconditioner> preconditioner_;
 };
 
