@@ -328,7 +328,9 @@ class Faults(SolveRunner):
             pass
 
     def test_ctrl_c_ends_a_solve_with_the_best_so_far(self):
-        for options in (("--ls",), ("--family", "newer", "--spd"), ("--old", "--spd"), ("--bicg",)):
+        # bi-CG makes no headway here: with its own number of passes it is done before the signal arrives.
+        for options in (("--ls",), ("--family", "newer", "--spd"), ("--old", "--spd"),
+                        ("--bicg", "--restarts", "1000000")):
             status, out, shown, x = self.interrupted(*options)
             self.assertEqual(status, 4, (options, out))
             self.assertIn("status            ended by Ctrl-C, with the best solution so far\n", out)
