@@ -16,7 +16,7 @@ using limber::detail::lapackWorkspace;
 
 namespace {
 
-/// A row of the band is a column of LAPACK's, so m is KD + 1 and n the order.
+/// LAPACK sees each row of the band as a column, so m is KD + 1 and n is the order.
 struct LapackBand : LapackMatrix {
   explicit LapackBand(const FullMatrix* band) : LapackMatrix(asLapack(band)), kd(m - 1) {}
   int kd;

@@ -31,8 +31,8 @@ void releaseRow(double* row) {
   if (limber::detail::unshare(row)) delete[] row;
 }
 
-// All copies share the pointer array, and a row may be in several pointer arrays; the last holder releases
-// each.
+// All copies share the pointer array, and a row may be in several pointer arrays. The last holder of an array
+// or a row releases it.
 void release(const BandedMatrix& m) {
   if (!limber::detail::unshare(m.data)) return;
   for (int i = 0; m.data && i < m.maxRows; ++i) releaseRow(m.data[i]);
@@ -44,7 +44,7 @@ void makeEmpty(BandedMatrix& m) {
   m.data = nullptr;
 }
 
-// The number of rows in use that are allocated; usableWidth likewise for the places of the band.
+// The number of rows in use that are allocated. usableWidth is the number of band places that are.
 int usableRows(const BandedMatrix& m) { return m.data ? std::min(m.rows, m.maxRows) : 0; }
 
 // A half bandwidth may be any int, so places in a row are computed in 64 bits.
@@ -54,7 +54,7 @@ int usableWidth(const BandedMatrix& m) {
 
 std::int64_t placeInRow(const BandedMatrix& m, int i, int j) { return std::int64_t{m.bw} - i + j; }
 
-// Where (i, j) is stored, null outside the band or the storage.
+// The address of element (i, j), null outside the band or the storage.
 double* place(const BandedMatrix& m, int i, int j) {
   const std::int64_t k = placeInRow(m, i, j);
   if (i < 0 || !m.data || i >= m.maxRows || k < 0 || k >= usableWidth(m)) return nullptr;
@@ -229,7 +229,7 @@ void BandedMatrix::growbw(int newRows, int newBw) {
     bool made = longer != nullptr;
     // The new rows are allocated first, so that nothing has been moved if one fails.
     for (int i = maxRows; made && i < more; ++i) made = (longer[i] = newRow(maxWidth)) != nullptr;
-    // Copies keep the old pointer array, and with it the rows; it is released only with its last holder.
+    // Copies keep the old pointer array, and with it the rows; the last holder releases it.
     const bool copied = limber::detail::holders(data) > 1;
     for (int i = 0; made && i < maxRows; ++i) {
       made = !copied || limber::detail::share(data[i]);

@@ -8,12 +8,12 @@
 
 LIMBER_FIXED_TABLE_BEGIN
 
-/// A square matrix with one array a row. Element (i, j) stands in row i at place bw - i + j, valid from 0 to
-/// 2 bw - 1: the band reaches bw places left of the diagonal and bw - 1 right of it: the
-/// band is asymmetric by contract.
+/// A square matrix with one array per row. Element (i, j) is stored in row i at place bw - i + j, valid from
+/// 0 to 2 bw - 1. Contract: the band is asymmetric; it reaches bw places left of the diagonal and bw - 1
+/// right of it.
 ///
-/// Copies share the row arrays; the last of the sharers releases them. Whatever is reported, only allocated
-/// rows and places are reached: what lies outside is left out.
+/// Copies share the row arrays; the last one releases them. Every operation skips rows and places that are
+/// not allocated, also after it has reported them.
 ///
 /// height, width and acc hide SpMat's operations of the same names and do not override them; see
 /// WierdMatrices.h.
@@ -41,7 +41,8 @@ class LIMBER_API BandedMatrix : public SpMat {
   void mult(const Vector* x, Vector* y) const override;
   /// y = A^T x; y grows to the number of rows. Each y_j is summed from 0.0 in ascending i.
   void multT(const Vector* x, Vector* y) const override;
-  /// The row-sparse image of A + diagAdd I in the matrix that naiveCompact shares; see there for b.
+  /// The row-sparse image of A + diagAdd I, in the matrix that naiveCompact shares. b is naiveCompact's
+  /// `reset`.
   SpMat* compact(double diagAdd, int a, int b) override;
   /// A = s A.
   void scalar(double s) override;
@@ -50,12 +51,13 @@ class LIMBER_API BandedMatrix : public SpMat {
   void zero();
   /// Prints the 2 bw stored places of every row.
   void printVals();
-  /// The stored element, for writing. Outside the band: a spare element shared by all matrices; reported only
-  /// when it lies right of the band and further right than any reported before (deliberately).
+  /// The stored element, for writing. Outside the band: a spare element shared by all matrices. Contract:
+  /// that is reported only for a place that lies right of the band and further right than any reported
+  /// before.
   double& e(int i, int j);
-  /// Takes the size and half bandwidth. Beyond maxRows there will be newRows + 10 rows; the new ones are
-  /// zeros. Rows never get longer: a band that does not fit is reported, and its size is set nevertheless.
-  /// Values stay where they are, so call zero() afterwards.
+  /// Sets the size and the half bandwidth. If newRows exceeds maxRows, newRows + 10 rows are allocated; the
+  /// new ones are zeros. Rows never get longer: a band that does not fit is reported, and its size is set
+  /// nevertheless. Values keep their places in the arrays, so call zero() afterwards.
   void growbw(int newRows, int newBw);
 
  private:

@@ -20,7 +20,7 @@ bool fits(const FullMatrix& a, const FullMatrix& b, const FullMatrix& c) {
 
 void mult(FullMatrix& a, FullMatrix& b, FullMatrix& c) {
   if (fits(a, b, c)) {
-    // Whole rows of c at a time; each place still gets its terms in ascending k.
+    // Computes whole rows of c at a time. Each place still gets its terms in ascending k.
     for (int i = 0; i < c.numRows; ++i) {
       double* __restrict out = c[i];
       std::fill_n(out, c.numColumns, 0.0);

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Counts one more holder of an owned vector. False when there is no memory for that.
+// Counts one more holder of an owned vector. False when there is no memory for the count.
 bool hold(const DiagonalMatrix& m) { return !m.owns || limber::detail::share(m.diag); }
 
 void release(const DiagonalMatrix& m) {

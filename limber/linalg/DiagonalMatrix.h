@@ -9,7 +9,7 @@
 LIMBER_FIXED_TABLE_BEGIN
 
 /// The matrix with the elements of a vector on its diagonal. Copies share the vector and the flag that says
-/// whether it is owned; the last of the sharers deletes an owned vector.
+/// whether it is owned; the last copy deletes an owned vector.
 ///
 /// height, width and acc hide SpMat's operations of the same names and do not override them; see
 /// WierdMatrices.h.
@@ -19,7 +19,7 @@ class LIMBER_API DiagonalMatrix : public SpMat {
   /// 1 when the destructor deletes the vector.
   int owns;
 
-  /// Uses the caller's vector, which stays the caller's.
+  /// Uses the caller's vector and does not own it.
   explicit DiagonalMatrix(Vector* diagonal);
   /// Owns a new vector of n zeros.
   explicit DiagonalMatrix(int n);
@@ -29,11 +29,11 @@ class LIMBER_API DiagonalMatrix : public SpMat {
 
   virtual int height();
   virtual int width();
-  /// The i-th diagonal entry where i = j, else 0.0.
+  /// The i-th diagonal element if i = j, else 0.0.
   virtual double acc(int i, int j);
-  /// Deliberately unusual: y is the first of an array of result vectors, one a row, and all elements of the
-  /// i-th become diag[i] x[i], for each i below the larger of the two sizes. Behind the end of either operand
-  /// the slot in its storage is used, 0.0 where there is none.
+  /// Contract, although unusual: y is the first of an array of result vectors, one per row, and all elements
+  /// of the i-th vector become diag[i] x[i], for each i below the larger of the two sizes. An operand shorter
+  /// than that supplies the value in its storage at i, or 0.0 where its storage ends.
   void mult(const Vector* x, Vector* y) const override;
 
  private:

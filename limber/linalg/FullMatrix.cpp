@@ -114,7 +114,7 @@ void FullMatrix::column(int c, Vector* v) const {
 
 void FullMatrix::putRow(int r, Vector* v) {
   if (r < 0 || r >= numRows) ReportSite{"Vectors", __LINE__}.error("Bad row to full matrix");
-  // The named row may lie outside the storage, or behind the last row of a matrix that has been larger.
+  // The row may lie outside the storage, or after the last row of a matrix that used to be larger.
   const std::int64_t start = product(r, numColumns);
   const std::int64_t end = denseRoom(*this);
   const int n = std::min(numColumns, v->count);

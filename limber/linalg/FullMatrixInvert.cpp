@@ -22,7 +22,7 @@ limber::detail::GaussJordanSpace largerSpace;
 
 int FullMatrix::invert() {
   // Contract: the copies go through operator(), so a class that overrides it is inverted with the elements
-  // that it shows, and a matrix of kind 1 prints a message for each element.
+  // that its operator() returns, and a matrix of kind 1 prints a message for each element.
   double* const copy = limber::detail::lapackWorkspace(static_cast<long long>(numRows) * numColumns);
   if (!copy) return 0;
   if (numRows > fixedLength && !largerSpace.reserve(numRows)) {

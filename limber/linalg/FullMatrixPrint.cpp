@@ -18,7 +18,7 @@ void FullMatrix::print(FILE* file) const {
   }
 }
 
-// The format is the caller's to get right.
+// The caller is responsible for the format.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"

@@ -18,7 +18,7 @@ bool sameSize(const FullMatrix& a, const FullMatrix& b) {
   return a.numRows == b.numRows && a.numColumns == b.numColumns;
 }
 
-// f(a, b) for each pair of elements of two matrices of one size, where f changes a.
+// Calls f(a, b) for each pair of elements of two matrices of the same size. f changes a.
 template <class F>
 void elementwise(const FullMatrix& a, const FullMatrix& b, F f) {
   if (runsOnStorage(a) && runsOnStorage(b)) {
@@ -28,13 +28,14 @@ void elementwise(const FullMatrix& a, const FullMatrix& b, F f) {
   }
   for (int i = 0; i < a.numRows; ++i) {
     for (int j = 0; j < a.numColumns; ++j) {
-      const double value = b(i, j);  // taken first: both may be the one spare element
+      const double value = b(i, j);  // read first: both may be the shared spare element
       f(a(i, j), value);
     }
   }
 }
 
-// out(i, j) = f(a(i, j), b(i, j)) for three matrices of one size; out is plain.
+// out(i, j) = f(a(i, j), b(i, j)) for three matrices of the same size. The class of `out` does not override
+// operator().
 template <class F>
 void elementwise(const FullMatrix& a, const FullMatrix& b, FullMatrix& out, F f) {
   if (!out.data) return;
@@ -51,13 +52,13 @@ void elementwise(const FullMatrix& a, const FullMatrix& b, FullMatrix& out, F f)
   }
 }
 
-// Elements of v that exist, of the first n: its size does not matter, its storage does.
+// How many of the first n elements lie in v's storage. The size of v does not matter.
 int within(const Vector& v, int n) { return std::max(0, std::min(n, v.capacity)); }
 
 }  // namespace
 
-// An operator fills a temporary (kind 2) and returns a copy of it, which takes the storage over and has
-// kind 0. A temporary that failed (kind 1) has zeros to copy.
+// An operator fills a temporary (kind 2) and returns a copy of it, which takes over the storage and has kind
+// 0. A temporary that failed (kind 1) is copied, and its elements are zeros.
 
 FullMatrix FullMatrix::transpose() const {
   FullMatrix result(numColumns, numRows, 2);
@@ -87,7 +88,7 @@ void FullMatrix::transposeInPlace() {
 }
 
 FullMatrix FullMatrix::inverse() const {
-  // Not by copy construction: that would take the storage of a temporary over.
+  // Not by copy construction: that would take over the storage of a temporary.
   FullMatrix result(numRows, numColumns, 2);
   if (result.data && data) std::copy_n(data, denseCount(*this), result.data);
   result.invert();
@@ -176,7 +177,7 @@ void FullMatrix::mult(const Vector* x, Vector* y) const {
     }
     return;
   }
-  // Eight rows side by side: each sum waits for its own additions only.
+  // Eight rows side by side: their eight sums do not wait for each other.
   constexpr int side = 8;
   int i = 0;
   for (; i + side <= h; i += side) {
@@ -208,7 +209,7 @@ void FullMatrix::multT(const Vector* x, Vector* y) const {
     }
     return;
   }
-  // Row after row in memory order; each y_j still gets its terms in ascending i.
+  // Reads the rows in memory order. Each y_j still gets its terms in ascending i.
   std::fill_n(y->data, w, 0.0);
   double* __restrict out = y->data;
   for (int i = 0; i < h; ++i) {

@@ -14,7 +14,8 @@ using limber::detail::ReportSite;
 
 namespace {
 
-/// Carries the right-hand side through the elimination. Entries outside the storage of b are passed over.
+/// Applies the steps of the elimination to the right-hand side. Elements outside the storage of b are
+/// skipped.
 class RightHandSide : public limber::detail::GaussJordanWatcher {
  public:
   explicit RightHandSide(Vector* b) : b_(b) {}
@@ -24,7 +25,7 @@ class RightHandSide : public limber::detail::GaussJordanWatcher {
   void rowsSwapped(int i, int j) {
     if (has(i) && has(j)) std::swap(b_->data[i], b_->data[j]);
   }
-  // Contract: the whole vector at that place of the array is scaled, not the entry of b.
+  // Contract: the whole vector b[column] of the array is scaled, not the element of *b.
   void pivotRowScaled(int column, double factor) {
     if (b_) b_[column] *= factor;
   }

@@ -24,7 +24,7 @@ class LIMBER_API IdentityMatrix : public SpMat {
 
   virtual int height();
   virtual int width();
-  /// s where i = j, else 0.0.
+  /// s if i = j, else 0.0.
   virtual double acc(int i, int j);
   /// y = s x; y takes the size of x.
   void mult(const Vector* x, Vector* y) const override;

@@ -5,16 +5,16 @@
 
 #include "limber/Api.h"
 
-/// Owns `data` and releases it with delete[]. Copying and assignment are deliberately shallow: both objects
-/// then hold the same array, and only one of the two may be destroyed (set `data` of the other to null
-/// before). The array that the target of an assignment held before is not released.
+/// Owns `data` and releases it with delete[]. Contract: copying and assignment are shallow. Both objects then
+/// hold the same array, and only one of the two may be destroyed (set `data` of the other to null first).
+/// Assignment does not release the target's previous array.
 class LIMBER_API IntVec {
  public:
   int count;
   int capacity;
   int* data;
 
-  /// n elements, not set, with room for maxSize; nothing at all when both are 0.
+  /// n uninitialised elements with room for maxSize; no array when both are 0.
   IntVec(int n = 0, int maxSize = 0);
   IntVec(const IntVec& src);
   IntVec& operator=(const IntVec& src);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int maxTerms = 120;
 
-/// A row with its coefficient, and the entries that have not been merged yet.
+/// A row, its coefficient, and its entries that have not been merged yet.
 struct Term {
   double coefficient;
   const SpVec* row;
@@ -109,7 +109,7 @@ void merge(int active, SpVec* out) {
   for (int k = 0; k < active; ++k) longest = std::max(longest, terms[k].row->numEntries);
   if (out->maxEntries < 2 * longest) out->grow(2 * longest);
   out->zero();
-  // After out->zero(), so that a row that is also the output counts as empty.
+  // Read after out->zero(), so that a row that is also the output counts as empty.
   for (int k = 0; k < active; ++k) {
     Term& t = terms[k];
     t.index = t.row->indices.data;

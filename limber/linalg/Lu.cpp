@@ -19,7 +19,7 @@ using limber::detail::pivotsToLapack;
 
 namespace {
 
-/// DGETRS on columns of length `ldb`, of which the first order(A) elements take part.
+/// DGETRS on columns of length `ldb`, of which the first order(A) elements are used.
 int solveColumns(const FullMatrix* A, const long* ipiv, double* columns, int count, int ldb) {
   const LapackMatrix a = asLapack(A);
   const int order = a.n;

@@ -17,7 +17,7 @@ using limber::detail::ReportSite;
 
 namespace {
 
-/// Whether the storage of the two has an element in common.
+/// True if the storage of the two overlaps.
 bool overlap(const LapackMatrix& a, const LapackMatrix& b) {
   const std::less<const double*> before;
   const auto end = [](const LapackMatrix& x) { return x.data + static_cast<std::ptrdiff_t>(x.m) * x.n; };
@@ -32,7 +32,7 @@ void matrixMultiply(const FullMatrix* A, const FullMatrix* B, FullMatrix* C) {
   if (A->numRows != C->numRows) ReportSite{"STMLapack", __LINE__}.error("ARows != CRows for lapack mult");
   if (B->numColumns != C->numColumns)
     ReportSite{"STMLapack", __LINE__}.error("BCols != CCols for lapack mult");
-  // C^T = B^T A^T, and the transposes are what LAPACK sees.
+  // Computes C^T = B^T A^T, because LAPACK sees the transpose of each matrix.
   const LapackMatrix a = asLapack(A);
   const LapackMatrix b = asLapack(B);
   const LapackMatrix c = asLapack(C);
@@ -40,7 +40,7 @@ void matrixMultiply(const FullMatrix* A, const FullMatrix* B, FullMatrix* C) {
   const int n = std::min(A->numRows, c.n);
   const int k = std::min(b.n, a.m);
   if (m <= 0 || n <= 0) return;
-  if (k == 0) {  // empty sums; operands without storage have no leading dimension to hand over
+  if (k == 0) {  // empty sums; operands without storage have no leading dimension to pass
     for (int j = 0; j < n; j++) std::fill_n(c.data + static_cast<std::ptrdiff_t>(j) * c.ld, m, 0.0);
     return;
   }

@@ -19,8 +19,8 @@ namespace {
 
 bool isEmpty(const LapackMatrix& a) { return a.m == 0 || a.n == 0; }
 
-/// Q^T C for the row-major `rows` x `columns` array: LAPACK sees C^T and computes C^T Q, so its letters are R
-/// and N.
+/// Q^T C for the row-major `rows` x `columns` array: LAPACK sees C^T and computes C^T Q, so SIDE is R and
+/// TRANS is N.
 int applyQTransposed(const FullMatrix* QR, const Vector* tau, double* c, int rows, int columns) {
   const LapackMatrix qr = asLapack(QR);
   if (isEmpty(qr) || columns == 0) return 0;
@@ -34,7 +34,8 @@ int applyQTransposed(const FullMatrix* QR, const Vector* tau, double* c, int row
       std::min<long long>(std::max(lapackWorkspaceLength - copied, 64LL * columns + 65 * 64), INT_MAX));
   double* const work = lapackWorkspace(copied + length);
   if (!work) return -11;
-  // The reflectors are columns of ours: LAPACK gets a transposed copy, so that QR stays as it is.
+  // The reflectors are columns of the row-major matrix. LAPACK gets a transposed copy, so that QR does not
+  // change.
   double* const vectors = work + length;
   for (int i = 0; i < height; i++) {
     for (int j = 0; j < reflectors; j++) {

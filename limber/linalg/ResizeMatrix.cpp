@@ -9,7 +9,7 @@ using limber::detail::makeEmpty;
 using limber::detail::newDense;
 using limber::detail::setDenseStorage;
 
-// The base's constructors cannot reach `allocated`; each of ours sets it.
+// The constructors of the base cannot set `allocated`, so each constructor here does.
 
 ResizeMatrix::ResizeMatrix(int n) : FullMatrix(n), allocated(data ? n : 0) {}
 
@@ -18,7 +18,7 @@ ResizeMatrix::ResizeMatrix(int r, int c) : FullMatrix(r, c), allocated(0) {
 }
 
 ResizeMatrix::ResizeMatrix(const ResizeMatrix& other) : FullMatrix(other), allocated(0) {
-  // A temporary's storage, when the base took it over, may be larger than its shape.
+  // If the base took over the storage of a temporary, it may be larger than the shape.
   const bool tookOver = other.kind == 2;
   setDenseStorage(*this, data, tookOver ? other.allocated : denseCount(*this));
   if (tookOver) const_cast<ResizeMatrix&>(other).allocated = 0;

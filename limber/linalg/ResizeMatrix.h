@@ -9,23 +9,23 @@
 /// without allocating while they fit.
 class LIMBER_API ResizeMatrix : public FullMatrix {
  public:
-  /// Doubles that data can hold, the spare element behind them not counted. Kept true by every member,
-  /// also when they are called through a FullMatrix reference.
+  /// How many doubles data can hold, without the spare element. Every member keeps it correct, also when
+  /// called through a FullMatrix reference.
   int allocated;
 
-  /// Room for n doubles, no rows or columns. The contents are undefined but for the first n bytes.
+  /// Room for n doubles, no rows or columns. The first n bytes are cleared, the rest is undefined.
   explicit ResizeMatrix(int n);
   /// An r x c matrix of zeros.
   ResizeMatrix(int r, int c);
-  /// Copies have the capacity of their own storage: what they copied, or what they took over.
+  /// The capacity of a copy is that of the storage it allocated or took over.
   ResizeMatrix(const ResizeMatrix& other);
   explicit ResizeMatrix(const FullMatrix& other);
-  /// As FullMatrix's, the storage kept alive included; grow and fill in loops.
+  /// Like FullMatrix's, which keeps the previous storage alive. In loops, use grow() and fill the matrix.
   ResizeMatrix& operator=(const ResizeMatrix& other);
   ResizeMatrix& operator=(const FullMatrix& other);
   ~ResizeMatrix() override;
 
-  /// Takes the shape r x c; kind becomes 0, or 1 when r c < 1. Values are not kept in place: when the storage
-  /// is too small it is replaced and its contents are undefined. Fill afterwards.
+  /// Sets the shape to r x c; kind becomes 0, or 1 when r c < 1. Fill the matrix afterwards: values do not
+  /// keep their places, and storage that is too small is replaced by storage with undefined contents.
   void grow(int r, int c);
 };

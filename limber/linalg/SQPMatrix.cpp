@@ -26,7 +26,7 @@ Vector* sharedResult() {
   return result;
 }
 
-// A vector header pointed at a slice of another vector's elements, as far as they lie in its storage.
+// A view of a slice of another vector's elements, cut off where its storage ends.
 class Slice {
  public:
   Slice(const Vector& whole, int start, int n) : header_(0) {
@@ -49,7 +49,7 @@ class Slice {
 };
 
 // result = n zeros, which a product then overwrites. Dense matrices do not set the size of their result, so
-// the values of an earlier product must not be left in it.
+// the values of an earlier product must not remain in it.
 void prepare(Vector& result, int n) {
   result.grow(n);
   result = 0.0;

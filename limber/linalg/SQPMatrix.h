@@ -31,11 +31,12 @@ class LIMBER_API SQPMatrix : public SpMat {
   virtual int height();
   virtual int width();
   virtual double acc(int i, int j);
-  /// y = A x; y grows to n + m. Works through one vector that all instances share: not reentrant.
+  /// y = A x; y grows to n + m. Not reentrant: all instances share one work vector.
   void mult(const Vector* x, Vector* y) const override;
-  /// mult: the matrix is symmetric.
+  /// The same as mult, because the matrix is symmetric.
   void multT(const Vector* x, Vector* y) const override;
-  /// The row-sparse image of A + diagAdd I in the matrix that naiveCompact shares; see there for b.
+  /// The row-sparse image of A + diagAdd I, in the matrix that naiveCompact shares. b is naiveCompact's
+  /// `reset`.
   SpMat* compact(double diagAdd, int a, int b) override;
 
  private:
@@ -46,5 +47,5 @@ class LIMBER_API SQPMatrix : public SpMat {
 
 LIMBER_FIXED_TABLE_END
 
-/// Prints sizes, entries and ranges of Q. Q->J must be an HSpMat; of any other matrix no entries are counted.
+/// Prints sizes, entries and ranges of Q. The entries of Q->J are counted only if it is an HSpMat.
 LIMBER_API void qpMatStats(SQPMatrix* Q);

@@ -26,11 +26,11 @@ class LIMBER_API SpMat {
   virtual void multT(const Vector* x, Vector* y) const;
   /// The element in row i, column j.
   virtual double acc(int i, int j) const;
-  /// Prints a picture of the pattern: one line a row, "*" for a non-zero element, " " for a zero one.
-  /// Only packing <= 0 is supported; else reports an error and prints nothing.
+  /// Prints a picture of the pattern: one line per row, "*" for a non-zero element, " " for a zero. Only
+  /// packing <= 0 is supported; any other value is reported as an error and nothing is printed.
   virtual void depict(int packing);
-  /// The row-sparse image of A + diagAdd I, an HSpMat. Here: naiveCompact(this, diagAdd, a, b), so b says
-  /// whether the shared result starts anew, and the caller does not own it.
+  /// The row-sparse image of A + diagAdd I, an HSpMat. This body returns naiveCompact(this, diagAdd, a, b): b
+  /// is its `reset`, and the caller does not own the result.
   virtual SpMat* compact(double diagAdd, int a, int b);
   /// A = s A.
   virtual void scalar(double s);

@@ -58,8 +58,8 @@ void SpVec::ins(double x, int i) {
   } else {
     while (p > 0 && index[p - 1] > i) --p;
   }
-  // Contract: indices stay unique. After compact() `width` is the last index itself, which is then found
-  // here.
+  // Contract: indices stay unique. After compact() `width` is the last index itself, so an entry at that
+  // index is found here.
   if (p > 0 && index[p - 1] == i) {
     value[p - 1] += x;
     return;
@@ -104,7 +104,7 @@ void SpVec::quantize(double q) {
 void SpVec::compact(double threshold) {
   const int keptValues = values.count;
   drop(threshold);
-  // Contract: the count of the values and the width stay as they are here.
+  // Contract: the count of the values and the width do not change here.
   values.count = keptValues;
   width = numEntries > 0 ? indices.data[numEntries - 1] : 0;
 }

@@ -10,26 +10,27 @@
 #include "limber/linalg/IntVec.h"
 #include "limber/linalg/Vector.h"
 
-/// A sparse row: entries (index, value) in ascending index order. Insertions drop a value x with
-/// -1e-12 <= x <= 1e-12. Storage never shrinks. Dense vectors that a row is combined with are reached at the
-/// stored indices as they are; an entry whose index lies outside the dense vector's storage is passed over.
+/// A sparse row: entries (index, value) in ascending index order. Insertions drop a value x with -1e-12 <= x
+/// <= 1e-12. Storage never shrinks. Operations with a dense vector use its elements at the stored indices; an
+/// entry whose index lies outside the dense vector's storage is skipped.
 class LIMBER_API SpVec {
  public:
-  /// Entries that fit before ins() grows the row.
+  /// How many entries fit before ins() grows the row.
   int maxEntries;
   int numEntries;
   /// One past the last stored index after insertions, sums and drop(), -1 while empty; the last index itself
-  /// (0 if none) after compact() and quantize(). linComb of three rows or more counts its last index even
-  /// when the sum there was too small to store, and leaves 0 for an empty result.
+  /// (0 if none) after compact() and quantize(). linComb of three rows or more counts its last index even if
+  /// the sum there was too small to store, and sets 0 for an empty result.
   int width;
-  /// The stored values. After compact() and quantize() its count is still the old one; the next insertion
-  /// brings it back to numEntries.
+  /// The stored values. compact() and quantize() do not change its count; the next insertion sets it to
+  /// numEntries again.
   Vector values;
   IntVec indices;
 
   /// An empty row with room for n entries.
   SpVec(int n = 4);
-  /// Deep copies with room for at least the source's maxEntries, and for two entries more than it holds.
+  /// Deep copies with room for at least the source's maxEntries, and for at least two entries more than it
+  /// holds.
   SpVec(const SpVec* src);
   SpVec(const SpVec& src);
   ~SpVec();
@@ -38,7 +39,7 @@ class LIMBER_API SpVec {
   /// Empties the row and makes room for n entries.
   void init(int n);
 
-  /// The value stored at index i, 0.0 when there is none.
+  /// The value stored at index i, 0.0 if there is none.
   double v(int i) const;
   /// The value of the k-th stored entry; k is not tested.
   LIMBER_INLINE double& e(int k) { return values.data[k]; }
@@ -51,7 +52,7 @@ class LIMBER_API SpVec {
     double value;
   };
   /// The stored entries in order, as a range: for (auto [index, value] : row.entries()). It views the row,
-  /// which must not change meanwhile.
+  /// which must not change in the meantime.
   class Entries {
    public:
     class Iterator {
@@ -91,28 +92,28 @@ class LIMBER_API SpVec {
     const SpVec& row_;
   };
   Entries entries() const& { return Entries(*this); }
-  /// Of a temporary row they would not last until the loop begins.
+  /// Deleted for a temporary row, which would be destroyed before the loop begins.
   Entries entries() const&& = delete;
 
   /// Inserts x at index i, or adds it to the value stored there. Ascending indices stay ascending and unique,
   /// also after compact().
   void ins(double x, int i);
-  /// Appends (i, x) whatever the order of the indices.
+  /// Appends (i, x) without looking at the order of the indices.
   void insEnd(double x, int i);
   /// Makes room for n entries and sets maxEntries to n.
   void grow(int n);
   /// Empties the row.
   void zero();
-  /// value = s value; tiny results stay.
+  /// value = s value; tiny results are kept.
   void scale(double s);
   /// value = floor(q value + 0.5) / q, then compact(0.5 / q).
   void quantize(double q);
-  /// Removes the entries of magnitude below `threshold`; `width` becomes the last index that is left, one
-  /// less than after an insertion. In a matrix whose widest rows are compacted, the last column is then not
-  /// part of the width. Use drop() unless exactly this is wanted.
+  /// Removes the entries of magnitude below `threshold`; `width` becomes the last remaining index, one less
+  /// than after an insertion. If the widest rows of a matrix are compacted, its width therefore excludes the
+  /// last column. Use drop() unless you want exactly this.
   void compact(double threshold);
-  /// Removes the entries of magnitude below `threshold`; `width` becomes one past the last index that is
-  /// left, -1 if there is none.
+  /// Removes the entries of magnitude below `threshold`; `width` becomes one past the last remaining index,
+  /// -1 if there is none.
   void drop(double threshold);
 
   /// The sum of the squared values in entry order.
@@ -142,5 +143,5 @@ class LIMBER_API SpVec {
   void portray(int n) const;
 };
 
-/// dst = src; dst keeps room for two entries more, or what it had.
+/// dst = src; dst has room for at least two entries more, and its room does not shrink.
 LIMBER_API void copy(const SpVec& src, SpVec& dst);

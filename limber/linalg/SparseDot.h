@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Dot products with sparse rows. Sums start at 0.0 and run in the order of the entries. A
-/// dense vector is reached as SpVec says.
+/// Dot products with sparse rows. Sums start at 0.0 and run in the order of the entries. Entries whose index
+/// lies outside a dense vector's storage are skipped.
 
 #include "limber/Api.h"
 

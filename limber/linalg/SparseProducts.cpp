@@ -10,7 +10,7 @@ namespace {
 
 SpVec* rowOrNull(const HSpMat& m, int i) { return i < m.numRows ? m.rows[i] : nullptr; }
 
-// out(i, j) = product(i, row j of b), 0.0 without that row.
+// out(i, j) = product(i, row j of b), 0.0 if that row is null.
 template <class Product>
 void fillByRows(HSpMat& b, FullMatrix& out, Product product) {
   const int h = out.height();
@@ -35,7 +35,7 @@ void convertMat(HSpMat& src, ResizeMatrix& dst) {
   for (int i = 0; i < h; ++i) {
     const SpVec* const row = src.rows[i];
     for (int k = 0; row && k < row->numEntries; ++k) {
-      // the width of a row after SpVec::compact leaves its last index out
+      // after SpVec::compact the width of a row excludes its last index
       if (row->indices[k] >= 0 && row->indices[k] < w) dst.e(i, row->indices[k]) = row->values[k];
     }
   }

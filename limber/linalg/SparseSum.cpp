@@ -15,7 +15,7 @@ constexpr int indexLimit = 10000;
 void ssum(const SpVec& a, double sa, const SpVec& b, double sb, SpVec& out) {
   out.zero();
   limber::detail::RowWriter writer(out);
-  // After out.zero(), so that a row that is also the output counts as empty.
+  // Read after out.zero(), so that a row that is also the output counts as empty.
   const int na = a.numEntries, nb = b.numEntries;
   const int* ia = a.indices.data;
   const int* ib = b.indices.data;

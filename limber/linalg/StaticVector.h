@@ -5,7 +5,7 @@
 
 #include "limber/Api.h"
 
-/// Views the caller's array and never owns it. Its fields are the leading three of Vector.
+/// Views the caller's array and never owns it. Its fields are the first three of Vector.
 class LIMBER_API StaticVector {
  public:
   int count;

@@ -28,7 +28,7 @@ void reportShapes(const FullMatrix& A, const FullMatrix& U, const FullMatrix& S,
   report(Vt.numRows != A.numColumns, __LINE__, "Vtrows != Acolumns for lapack svdDecomp");
 }
 
-/// DGESVD's favourite length of WORK, where the fixed length may be less than that.
+/// DGESVD's optimal length of WORK, if that may be more than the fixed length.
 int workLength(const LapackMatrix& a) {
   const long long smaller = std::min(a.m, a.n);
   const long long enough = 2 * smaller * smaller + 128LL * (static_cast<long long>(a.m) + a.n);

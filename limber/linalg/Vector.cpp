@@ -16,8 +16,8 @@ using limber::detail::ReportSite;
 
 constexpr int localRoom = 4;
 
-/// Whether an object was constructed at address 0; the compiler, which may take that as impossible, must not
-/// see where the address comes from.
+/// True if an object was constructed at address 0. The compiler may assume that this cannot happen, so it
+/// must not see where the address comes from.
 bool isNull(const void* object) {
   __asm__ volatile("" : "+r"(object));
   return !object;
@@ -29,7 +29,7 @@ void makeEmpty(Vector& v) {
   v.data = v.localData;
 }
 
-/// n zeros in a fresh object, with room for maxSize.
+/// Constructs n zeros in an uninitialised object, with room for maxSize.
 void construct(Vector* v, int n, int maxSize) {
   if (isNull(v)) {
     ReportSite{"Vectors", __LINE__}.fatal("!this (vector)");
@@ -58,7 +58,7 @@ void combine(Vector& v, const Vector* src, F f) {
   const int n = commonCount(v, src);
   double* to = v.data;
   const double* from = src ? src->data : nullptr;
-  // Unrolled, or the counting costs a tenth of the time while the vectors are in the cache.
+  // Unrolled, because loop counting takes a tenth of the time while the vectors are in the cache.
 #pragma GCC unroll 4
   for (int i = 0; i < n; ++i) to[i] = f(to[i], from[i]);
 }
@@ -68,7 +68,7 @@ constexpr auto minus = [](double x, double y) { return x - y; };
 constexpr auto times = [](double x, double y) { return x * y; };
 constexpr auto dividedBy = [](double x, double y) { return x / y; };
 
-/// Element i, or the nearest one that lies in the vector's storage.
+/// Element i, or the nearest one inside the vector's storage.
 double nearest(const Vector& v, int i) {
   return v.capacity > 0 && v.data ? v.data[std::clamp(i, 0, v.capacity - 1)] : 0.0;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The dense vector: the currency of every matrix product and solver.
+/// The dense vector, which every matrix product and solver takes and returns.
 
 #include <cstddef>
 #include <type_traits>
@@ -9,10 +9,10 @@
 #include "limber/Api.h"
 
 /// A growable array of doubles. Up to four elements live inside the object; storage never shrinks. Operations
-/// between vectors of different sizes act on the common leading part and leave the rest alone. No index is
-/// tested. The vector owns `data` exactly when `capacity` is greater than 4.
+/// between vectors of different sizes act on the common leading part and do not change the rest. Indices are
+/// not checked. The vector owns `data` exactly when `capacity` is greater than 4.
 class LIMBER_API Vector {
-  /// Numbers that no other overload takes as they are: unsigned 5, 5L, std::size_t(5).
+  /// Number types other than double and int, which have overloads of their own: unsigned, long, std::size_t.
   template <class Number, class Result>
   using IfOtherNumber = std::enable_if_t<std::is_arithmetic_v<Number> && !std::is_same_v<Number, double> &&
                                              !std::is_same_v<Number, int>,
@@ -26,17 +26,17 @@ class LIMBER_API Vector {
 
   /// n zeros. `file` and `line` name the construction site; they are accepted and not stored.
   Vector(int n = 0, const char* file = 0, int line = -3);
-  /// n zeros with room for maxSize elements (for n, should that be more).
+  /// n zeros with room for maxSize elements, or for n if that is more.
   Vector(int n, int maxSize);
-  /// Adopts the array: nothing is copied or cleared. An array of more than four elements is released with
-  /// delete[] later, one of four or fewer never. Where there is no array, n zeros.
+  /// Adopts the array: nothing is copied or cleared. An array of more than four elements is later released
+  /// with delete[], a shorter one never. n zeros if `array` is null.
   Vector(int n, double* array);
-  /// n zeros: there is neither a file name nor an array.
+  /// n zeros. Resolves a null pointer, which could be the file name or the array.
   Vector(int n, std::nullptr_t);
-  /// The same for a null that is a number, such as NULL, and Vector(n, maxSize) for integers of other types.
+  /// Vector(n, maxSize) for other types of integers, and n zeros for a null that is a number, such as NULL.
   template <class Integer, class = IfOtherNumber<Integer, void>>
   Vector(int n, Integer maxSize) : Vector(n, static_cast<int>(maxSize)) {}
-  /// A deep copy; its capacity is that of Vector(src.count).
+  /// A deep copy with the capacity of Vector(src.count).
   Vector(const Vector& src);
   ~Vector();
 
@@ -61,8 +61,8 @@ class LIMBER_API Vector {
   void operator=(const Vector& src);
   void operator=(const Vector* src);
 
-  /// Sets the size. Elements that become visible keep what their slots held: zeros after a reallocation, the
-  /// old values after a shrink.
+  /// Sets the size. Elements that become visible keep their values in the storage: zeros after a
+  /// reallocation, the old values after a shrink.
   LIMBER_INLINE void grow(int n) {
     if (n > capacity) resize(n);
     count = n <= capacity ? n : 0;
@@ -97,11 +97,12 @@ class LIMBER_API Vector {
   /// this[i] = this[i] s.
   void operator*=(double s);
   void scale(double s);
-  /// A number would silently become a vector of that many zeros.
+  /// Deleted, because a number would silently be converted to a vector of that many zeros.
   void operator-=(double) = delete;
   void operator/=(double) = delete;
 
-  /// this[i] = b[i] + a[i] below the smallest of the three sizes; the size of this vector stays.
+  /// this[i] = b[i] + a[i] for i below the smallest of the three sizes; the size of this vector does not
+  /// change.
   void sum(Vector* a, const Vector* b);
   /// this[i] = s src[i] + this[i].
   void scaleAdd(double s, Vector* src);
@@ -110,8 +111,8 @@ class LIMBER_API Vector {
   double magSq() const;
   /// The square root of magSq().
   double mag() const;
-  /// The sum of the elements count, count - 1, ..., 0, in that order: the slot behind the last element
-  /// deliberately takes part, where it lies inside the storage.
+  /// The sum of the elements count, count - 1, ..., 0, in that order. Contract: the slot after the last
+  /// element is included if it lies inside the storage.
   double addElems() const;
   /// For ascending elements, the start of an interval that holds x, found by bisection: element result <= x,
   /// and x <= element result + 1. 0 for x below the first element, count - 1 for x above the last. Contract:
@@ -120,7 +121,7 @@ class LIMBER_API Vector {
   /// a vector of one element.
   int closestToInSorted(double x) const;
   /// The piecewise-linear value at the fractional index t, extrapolated along the first and last segments.
-  /// Wants two elements or more.
+  /// The vector needs at least two elements.
   double lerp(double t) const;
   /// Prints "[", each element with numberPrintFormat, and "]".
   void print() const;
@@ -135,5 +136,5 @@ LIMBER_API void scaleAdd(Vector* dst, double s, Vector* src);
 /// dst = s src; dst takes the size of src.
 LIMBER_API void scaleCopy(double s, Vector* src, Vector* dst);
 /// Prints, with the runtime's own printf, how many reallocations there were in the process and, for each pair
-/// (requested size, old capacity), how often it came back after the first time.
+/// (requested size, old capacity), how often it occurred again after the first time.
 LIMBER_API void printVectorResizeStats();

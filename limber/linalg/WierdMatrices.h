@@ -5,7 +5,7 @@
 ///
 /// In all four classes height, width and acc are new, non-const operations. They hide SpMat's operations of
 /// the same names and do not override them: through an SpMat* these three print SpMat's warning and return 0.
-/// On a const matrix of these classes they do not compile, because the hidden operations are private here.
+/// Calls on a const matrix of these classes do not compile, because the hidden operations are private there.
 
 #include "limber/linalg/BandedMatrix.h"
 #include "limber/linalg/DiagonalMatrix.h"

@@ -25,9 +25,9 @@ bool isOpenBlas() {
 #endif
 }
 
-/// Whether that much can be allocated now. The memory is given back without having been touched.
+/// True if that much can be allocated now. The memory is released untouched.
 bool canAllocate(std::size_t bytes) {
-  void* volatile const probe = std::malloc(bytes);  // volatile, or the compiler does without the pair
+  void* volatile const probe = std::malloc(bytes);  // volatile, or the compiler removes malloc and free
   const bool there = probe != nullptr;
   std::free(probe);
   return there;
@@ -44,7 +44,7 @@ void takeBuffer() {
 }  // namespace
 
 bool blasHasMemory() {
-  constexpr std::size_t enough = 136u << 20;  // the buffer, and what is allocated beside it
+  constexpr std::size_t enough = 136u << 20;  // the buffer and what is allocated along with it
   static std::atomic<bool> ready{!isOpenBlas()};
   if (ready) return true;
   if (!canAllocate(enough)) {

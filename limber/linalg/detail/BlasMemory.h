@@ -5,10 +5,10 @@
 
 namespace limber::detail {
 
-/// True when the BLAS has its own buffer. OpenBLAS takes 128 MB of address space at the first call that needs
-/// it and tries for ever when it cannot have them, so the first call of this function makes sure that they
-/// are there, and takes them. False, after a report, when there is no memory; a later call tries again. Other
-/// BLAS libraries have no such buffer.
+/// True when the BLAS has its own buffer. OpenBLAS allocates 128 MB of address space in the first call that
+/// needs them and loops for ever if it cannot, so the first call of this function checks that they are
+/// available and makes OpenBLAS allocate them. False, after a report, when there is no memory; a later call
+/// tries again. Other BLAS libraries have no such buffer.
 bool blasHasMemory();
 
 }  // namespace limber::detail

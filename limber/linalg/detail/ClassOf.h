@@ -11,14 +11,14 @@
 namespace limber::detail {
 
 /// The class of A, or null for a class that was compiled without type information, for which typeid would
-/// crash. The Itanium C++ ABI keeps the pointer to it in front of the table of virtual functions.
+/// crash. The Itanium C++ ABI stores the pointer to it in front of the table of virtual functions.
 inline const std::type_info* classOf(const SpMat* A) {
   const std::type_info* const* table;
   std::memcpy(&table, static_cast<const void*>(A), sizeof table);
   return table[-1];
 }
 
-/// A as a T; null for any other class, also one that is derived from T and may do as it likes.
+/// A as a T; null for any other class, also for one derived from T, which may override anything.
 template <class T>
 T* exactly(const SpMat* A) {
   const std::type_info* const type = A ? classOf(A) : nullptr;

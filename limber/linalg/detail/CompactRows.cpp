@@ -16,8 +16,8 @@ constexpr int firstRows = 2000;
 constexpr int entriesPerRow = 200;
 
 HSpMat* result = nullptr;
-List<SpVec*> pool;    // every row ever made; none is released
-List<SpVec*> cursor;  // the place in the pool where the next row is taken
+List<SpVec*> pool;    // every row that was ever allocated; none is released
+List<SpVec*> cursor;  // the place in the pool of the next row to use
 long entries = 0;
 
 void addRows(int n) {
@@ -33,8 +33,8 @@ void addRows(int n) {
   }
 }
 
-// The next pool row, emptied. Behind the cursor's end come the rows that were added at the pool's front. Null
-// when an allocation failed.
+// Returns the next row of the pool, emptied. When the cursor has reached the end, new rows are added at the
+// front of the pool. Null when an allocation failed.
 SpVec* takeRow() {
   if (cursor.end()) cursor = pool;
   SpVec* const row = cursor.head();
@@ -77,7 +77,7 @@ HSpMat* compactRows(int height, const RowSource& source, int reset) {
     entries = 0;
   }
   for (int i = 0; i < height; ++i) {
-    // The height grows with each row added, so a result that had rows is never beyond them.
+    // The height grows with each added row, so row i exists if the result already had more than i rows.
     SpVec* const row = i >= result->height() ? takeRow() : result->row(i);
     if (!row) break;
     source.appendRow(i, *row);

@@ -9,11 +9,12 @@ class SpVec;
 
 namespace limber::detail {
 
-/// Appends value (plus diagAdd where i = j) as entry j of row i and counts it, unless it is below 1e-12 in
-/// magnitude.
+/// Appends value (plus diagAdd if i = j) as entry j of row i and counts it, unless its magnitude is 1e-12 or
+/// less.
 void appendCompacted(SpVec& row, int i, int j, double value, double diagAdd);
 
-/// Entries counted since the shared result last started anew, FullMatrix::compact's included.
+/// The number of entries counted since the shared result was last reset, including those of
+/// FullMatrix::compact.
 long compactedEntries();
 
 /// Fills one row of the image: calls appendCompacted for each entry of row i, in ascending order.
@@ -25,7 +26,7 @@ class RowSource {
   ~RowSource() = default;
 };
 
-/// naiveCompact for a matrix of `height` rows that come from `source`.
+/// naiveCompact for a matrix of `height` rows that `source` supplies.
 HSpMat* compactRows(int height, const RowSource& source, int reset);
 
 }  // namespace limber::detail

@@ -13,7 +13,7 @@ namespace {
 
 bool reachable(int index) { return index >= 0 && index < INT_MAX; }
 
-// visit(i, j, element) for every element of the columns first(i) ... last(i) - 1 of every row.
+// Calls visit(i, j, element) for every element in the columns first(i) ... last(i) - 1 of every row.
 template <class Matrix, class First, class Last, class Visit>
 void visitBand(Matrix& A, int height, First first, Last last, Visit visit) {
   for (int i = 0; i < height; ++i) {
@@ -29,7 +29,8 @@ int visitAll(Matrix& A, Visit visit) {
   return height;
 }
 
-// visit(i, j, element) for every element that need not be 0.0, in ascending i and j. Returns the height.
+// Calls visit(i, j, element) for every element that may be non-zero, in ascending i and j. Returns the
+// height.
 template <class Visit>
 int visitElements(const SpMat& A, Visit visit) {
   if (auto* const m = exactly<SQPMatrix>(&A)) return visitAll(*m, visit);
@@ -93,7 +94,7 @@ bool CompressedRows::takeElements(const SpMat& A) {
   long long next = 0;
   int row = 0;
   visitElements(A, [&](int i, int j, double value) {
-    // an acc that answers differently the second time writes nothing outside
+    // nothing is written outside, even if acc returns another value the second time
     if (value == 0.0 || next >= n) return;
     while (row <= i) starts_[row++] = next;
     indices_[next] = j;

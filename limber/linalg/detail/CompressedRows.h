@@ -10,8 +10,8 @@ class SpMat;
 
 namespace limber::detail {
 
-/// Sparse rows one behind the other (compressed row storage). Row i has the entries starts[i] ... starts[i +
-/// 1] - 1. Each function makes the rows anew; false when there is no memory.
+/// Sparse rows stored one after the other (compressed row storage). Row i has the entries starts[i] ...
+/// starts[i + 1] - 1. The functions named take... replace all rows and return false when there is no memory.
 class CompressedRows {
  public:
   /// The rows of A without the entries that no product can reach: those at negative indices and at INT_MAX.

@@ -12,7 +12,7 @@
 namespace limber::detail {
 namespace {
 
-// Storage kept alive, in blocks so that a long list costs few allocations.
+// The storage that is kept alive, listed in blocks so that a long list costs few allocations.
 struct KeptBlock {
   static constexpr int size = 62;
   KeptBlock* next;
@@ -55,7 +55,7 @@ bool runsOnStorage(const FullMatrix& m) {
 
 void setDenseStorage(FullMatrix& m, double* data, std::int64_t n) {
   m.data = data;
-  // int is what the field is; a matrix too large for it counts as full
+  // the field is an int; a matrix too large for it counts as full
   constexpr std::int64_t largest = std::numeric_limits<int>::max();
   if (ResizeMatrix* const sized = dynamic_cast<ResizeMatrix*>(&m)) {
     sized->allocated = data ? static_cast<int>(n < largest ? n : largest) : 0;
@@ -72,7 +72,7 @@ void keepAlive(double* data) {
   if (!data) return;
   if (kept->used == KeptBlock::size) {
     KeptBlock* const block = new (std::nothrow) KeptBlock;
-    if (!block) return;  // it is not released either, but a leak checker reports it
+    if (!block) return;  // the storage is still not released, but a leak checker reports it
     block->next = kept;
     block->used = 0;
     kept = block;

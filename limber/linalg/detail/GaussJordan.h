@@ -5,21 +5,21 @@
 #include <limits>
 
 /// @file
-/// The one Gauss-Jordan elimination with full pivoting behind every dense inversion of the library that does
-/// not go through LAPACK. In place on a row-major array, and templated on the size so that a 4 x 4 inverse is
-/// straight-line code.
+/// Gauss-Jordan elimination with full pivoting. Every dense inversion of the library that does not use LAPACK
+/// uses this one. It works in place on a row-major array. The size is a template parameter, so that a 4 x 4
+/// inverse is straight-line code.
 
 namespace limber::detail {
 
-/// Working space of an elimination on n x n; n entries each, contents irrelevant before and after.
+/// The working space of an n x n elimination: n entries each. Their contents do not matter before or after.
 struct GaussJordanScratch {
   int* uses;         ///< how often each column has been a pivot column
   int* pivotRow;     ///< row and column of each step's pivot
   int* pivotColumn;  //
-  double* closed;  ///< NaN for columns that have been used, else 0: |a| + closed loses every comparison there
+  double* closed;  ///< NaN for columns that have been used, else 0: there |a| + closed loses every comparison
 };
 
-/// The scratch of an elimination of at most N x N, without an allocation.
+/// The scratch of an elimination of up to N x N, without an allocation.
 template <int N>
 class FixedGaussJordanScratch {
  public:
@@ -32,12 +32,12 @@ class FixedGaussJordanScratch {
   double closed_[N];
 };
 
-/// What an elimination tells its caller. A caller derives from this and hides what it needs; nothing is
-/// virtual.
+/// The events of an elimination. A caller derives from this class and hides the functions that it needs; none
+/// is virtual.
 struct GaussJordanWatcher {
-  /// The search met a column that has been a pivot column more than once (only NaN lead there).
+  /// The search found a column that has been a pivot column more than once. Only NaNs cause this.
   void columnUsedTwice() {}
-  /// Rows i and j of the matrix have changed places.
+  /// Rows i and j of the matrix have been exchanged.
   void rowsSwapped(int /*i*/, int /*j*/) {}
   /// The pivot is exactly 0; the division by it goes on.
   void zeroPivot() {}
@@ -48,7 +48,7 @@ struct GaussJordanWatcher {
 };
 
 /// The largest magnitude in the open places of a row, -1 if there is none. Computed as eight maxima side by
-/// side, because the largest of several numbers does not depend on their order.
+/// side, which is allowed because a maximum does not depend on the order.
 inline double largestOpen(const double* __restrict row, const double* __restrict closed, int n) {
   double best[8] = {-1.0, -1.0, -1.0, -1.0, -1.0, -1.0, -1.0, -1.0};
   int j = 0;
@@ -67,8 +67,8 @@ inline double largestOpen(const double* __restrict row, const double* __restrict
 }
 
 /// Finds the largest magnitude in the rows whose use count is not 1 and the columns whose use count is 0.
-/// Among equals the last one (by row, then column) wins. Where there is no candidate, because all is NaN,
-/// `row` and `column` keep the values of the step before, which are valid.
+/// Among equals the last one (by row, then column) wins. If there is no candidate because all are NaN, `row`
+/// and `column` keep the valid values of the previous step.
 inline void findPivot(const double* a, int n, int ld, const GaussJordanScratch& s, int& row, int& column) {
   double best = 0.0;
   for (int i = 0; i < n; i++) {
@@ -88,8 +88,8 @@ inline void findPivot(const double* a, int n, int ld, const GaussJordanScratch& 
 }
 
 /// Replaces the leading n x n block of the row-major `a` (row stride `ld`) by its inverse. With Size above 0
-/// the size is fixed and n is not read. A singular matrix is eliminated to the end, with a division by
-/// zero; the watcher is told and decides what that means.
+/// the size is fixed and n is not read. A singular matrix is eliminated to the end, with a division by zero;
+/// the watcher is told.
 template <int Size = 0, class Watcher>
 void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher& watcher) {
   const int size = Size > 0 ? Size : n;
@@ -153,7 +153,7 @@ void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher&
   }
 }
 
-/// The same for a fixed Size with its scratch on the stack.
+/// The same for a fixed Size, with its scratch on the stack.
 template <int Size, class Watcher>
 void gaussJordanFixed(double* a, int ld, Watcher& watcher) {
   FixedGaussJordanScratch<Size> scratch;

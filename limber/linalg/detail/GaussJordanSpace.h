@@ -4,8 +4,7 @@
 
 namespace limber::detail {
 
-/// Scratch of an elimination that is allocated when it is first needed, kept, and replaced when a larger
-/// matrix comes.
+/// The scratch of an elimination. It is allocated when first needed, kept, and replaced for a larger matrix.
 class GaussJordanSpace {
  public:
   /// Room for n x n. False when there is no memory; nothing is reported.

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// An array that keeps its storage from use to use.
+/// An array that keeps its storage between uses.
 
 #include <cstddef>
 #include <memory>
@@ -9,11 +9,11 @@
 
 namespace limber::detail {
 
-/// An array of T whose elements are not set. It does not know how many of them are in use.
+/// An array of T with uninitialised elements. It does not store how many of them are in use.
 template <class T>
 class GrowingArray {
  public:
-  /// Makes room for n elements. Growing loses the elements, and makes room for some more when there were any.
+  /// Makes room for n elements. Growing loses the elements. An array that grows again gets some spare room.
   /// False when there is no memory.
   bool reserve(long long n) {
     if (n <= room_) return true;

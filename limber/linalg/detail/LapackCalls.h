@@ -3,9 +3,9 @@
 #include <cstddef>
 
 /// @file
-/// The LAPACK and BLAS routines the library calls, with 32-bit integers. Fortran takes everything by address,
-/// and the length of each character argument as one more value at the end: most callers leave it out, which
-/// works until a compiler uses it.
+/// The LAPACK and BLAS routines the library calls, with 32-bit integers. Fortran takes all arguments by
+/// address, and the length of each character argument as an additional value at the end. Many programs omit
+/// these lengths, which works until a compiler uses them.
 
 extern "C" {
 void dgetrf_(const int* m, const int* n, double* a, const int* lda, int* ipiv, int* info);

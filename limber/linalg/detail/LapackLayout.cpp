@@ -14,7 +14,7 @@ namespace limber::detail {
 
 namespace {
 
-/// An array that lives as long as the process: `fixed` until more is asked for than it holds.
+/// An array that lives as long as the process. It is `fixed` until a caller needs more than that holds.
 template <class T>
 class GrowingSpace {
  public:

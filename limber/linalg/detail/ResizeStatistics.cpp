@@ -11,7 +11,7 @@ namespace {
 
 int vectorResizeCount = 0;
 
-// By requested size, then by old capacity. Contract: the first occurrence of a pair stores 0, so each figure
+// By requested size, then by old capacity. Contract: the first occurrence of a pair stores 0, so each count
 // is one less than the number of reallocations of its kind.
 //
 // Built before every other static object of the library and destroyed after them, so that vectors with
@@ -32,7 +32,7 @@ void limber::detail::countVectorResize(int requested, int oldCapacity) {
   try {
     vectorResizeTable.emplace(key, 0);
   } catch (const std::bad_alloc&) {
-    // Nothing is reported for the sake of statistics: the pair is not counted.
+    // If there is no memory, the pair is not counted and nothing is reported: these are only statistics.
   }
 }
 

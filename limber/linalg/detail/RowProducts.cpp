@@ -22,13 +22,14 @@
 namespace limber::detail {
 namespace {
 
-// Prefetches three cache lines of a later row: a row made in one go lies in consecutive lines, which hold the
-// object and, for a short row, its entries. Off below 65536 rows, which mostly stay in a cache.
+// Prefetches three cache lines of a later row. A row allocated all at once lies in consecutive lines, which
+// hold the object and, for a short row, its entries. Off below 65536 rows, because these mostly stay in a
+// cache.
 class RowPrefetcher {
  public:
   RowPrefetcher(SpVec* const* rows, int n) : rows_(rows), last_(n < 65536 ? 0 : n - distance) {}
 
-  // Always inlined: g++ takes a function that only prefetches as one without effects, and drops its calls.
+  // Always inlined: g++ considers a function that only prefetches to have no effects, and drops its calls.
   [[gnu::always_inline]] inline void fetch(int i) const {
     if (i >= last_) return;
     // no pointer arithmetic: the lines may lie behind the object
@@ -47,8 +48,8 @@ class RowPrefetcher {
 
 unsigned roomOf(const Vector& v) { return static_cast<unsigned>(std::max(v.capacity, 0)); }
 
-// The sum of x[index] value over the entries with an index below the room. A negative index is beyond any
-// room.
+// The sum of x[index] value over the entries with an index below `room`. As an unsigned number, a negative
+// index is never below it.
 double sumOf(const SpVec& row, const double* x, unsigned room) {
   const int* const indices = row.indices.data;
   const double* const values = row.values.data;
@@ -60,7 +61,7 @@ double sumOf(const SpVec& row, const double* x, unsigned room) {
   return sum;
 }
 
-// y = the sums over rows from ... to - 1.
+// Computes y[i] for the rows from ... to - 1.
 void sumRows(SpVec* const* rows, int from, int to, const RowPrefetcher& prefetcher, const Vector& x,
              double* y) {
   const unsigned room = roomOf(x);
@@ -78,21 +79,21 @@ int widthOf(SpVec* const* rows, int n) {
   return width;
 }
 
-// The result y of a transposed product while rows are added to it. Its width grows with the widths of the
-// rows that have been seen; the slots below the width are cleared.
+// The result y of a transposed product while rows are added to it. Its width is the largest width of the rows
+// seen so far; the slots below the width are cleared.
 class TransposedSum {
  public:
   TransposedSum(SpVec* const* rows, int n, Vector& y) : rows_(rows), n_(n), y_(y) {}
 
-  // Begins with the width of the last rows, which are the widest of a banded matrix, so that hardly a row
-  // widens y. This and add() are false when there is no memory.
+  // Begins with the width of the last rows, which are the widest of a banded matrix, so that few rows widen
+  // y. begin() and add() return false when there is no memory.
   bool begin() {
     const int few = std::min(n_, 16);
     return few <= 0 || widen(widthOf(rows_ + n_ - few, few), 0);
   }
 
-  // y[index] += x[i] value over the entries of rows from ... to - 1. Rows from number `values` on only count
-  // for the width.
+  // y[index] += x[i] value over the entries of the rows from ... to - 1. Rows from number `values` on only
+  // count for the width.
   bool add(int from, int to, const RowPrefetcher& prefetcher, const double* x, int values) {
     for (int i = from; i < to; ++i) {
       prefetcher.fetch(i);
@@ -112,7 +113,7 @@ class TransposedSum {
   }
 
  private:
-  // Adds the leading entries whose indices all lie below the room. Returns how many these are.
+  // Adds the leading entries whose indices all lie below `room`. Returns their number.
   [[gnu::always_inline]] static inline int addEntries(const SpVec& row, double s, double* y, unsigned room) {
     const int* const indices = row.indices.data;
     const double* const values = row.values.data;
@@ -129,9 +130,9 @@ class TransposedSum {
     return k;
   }
 
-  // Adds the entries of row i from k on, as far as they lie inside the width of the whole matrix. Entries
-  // outside the width so far are those of rows that are not in order, and of rows that SpVec::compact has
-  // shortened.
+  // Adds the entries of row i from k on that lie inside the width of the whole matrix. Entries can lie
+  // outside the current width if their row is not in ascending order or if SpVec::compact has reduced its
+  // width.
   [[gnu::noinline]] bool addRest(const SpVec& row, int k, double s, int i) {
     if (!complete_ && !widen(widthOf(rows_ + i, n_ - i), i)) return false;
     complete_ = true;
@@ -142,7 +143,7 @@ class TransposedSum {
     return true;
   }
 
-  // Clears y as far as `width`; row i is the first one that has not been added.
+  // Clears y up to `width`. Row i is the first one that has not been added yet.
   [[gnu::noinline]] bool widen(int width, int i) {
     width = std::max(width, width_);
     if (width > y_.capacity) {
@@ -161,7 +162,7 @@ class TransposedSum {
   const int n_;
   Vector& y_;
   int width_ = 0;
-  // The width is that of all rows.
+  // True when the width covers all rows.
   bool complete_ = false;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The products of the row-sparse matrix. Every sum keeps its own order.
+/// The products of the row-sparse matrix. Every sum runs in its documented order.
 
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
@@ -11,13 +11,13 @@ namespace limber::detail {
 /// y[i] = the sum of x[index] value over row i, from 0.0 in entry order, for n rows; null rows give 0.0.
 void rowsTimesVector(SpVec* const* rows, int n, const Vector& x, double* y);
 
-/// y takes the largest width of n rows as its size and is cleared, with the slot behind it; then
-/// y[index] += x[i] value over the entries of row i, in turn. Null rows, rows with x[i] in [-1e-12, 1e-12],
-/// rows from number xs on and entries outside the width add nothing.
+/// The size of y becomes the largest width of n rows; y and the slot after it are cleared. Then y[index] +=
+/// x[i] value over the entries of row i, row by row. Null rows, rows with x[i] in [-1e-12, 1e-12], rows from
+/// number xs on and entries outside the width add nothing.
 void transposedRowsTimesVector(SpVec* const* rows, int n, const double* x, int xs, Vector& y);
 
-/// t = A x + shift, y = A^T t, with each row fetched once for both; the same bits as the two products after
-/// each other. t grows to the number of rows, y to the width.
+/// t = A x + shift, y = A^T t. Each row is fetched once for both products; the bits are those of the two
+/// products one after the other. t grows to the number of rows, y to the width.
 void normalRowsTimesVector(SpVec* const* rows, int n, const Vector& x, double shift, Vector& t, Vector& y);
 
 }  // namespace limber::detail

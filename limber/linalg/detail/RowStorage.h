@@ -14,14 +14,15 @@ inline bool isTiny(double x) { return std::fabs(x) <= tiny; }
 /// lastIndex + 1, saturated at INT_MAX.
 inline int widthFor(int lastIndex) { return lastIndex < INT_MAX ? lastIndex + 1 : lastIndex; }
 
-/// Whether a stored index lies inside a dense vector's storage. Products take every element inside the
-/// storage, also behind the vector's count.
+/// True if a stored index lies inside a dense vector's storage. Products use every element inside the
+/// storage, also those beyond the vector's count.
 inline bool inStorage(const Vector& v, int index) {
   return static_cast<unsigned>(index) < static_cast<unsigned>(v.capacity > 0 ? v.capacity : 0);
 }
 
-/// Sets the slot behind the last element to 0.0, where the storage has one. After SpVec::compact the width of
-/// a row is its largest index, so a product reads that slot: it must not hold what an earlier product left.
+/// Sets the slot after the last element to 0.0 if the storage has one. After SpVec::compact the width of a
+/// row is its largest index, so a product reads that slot, which must not hold the result of an earlier
+/// product.
 inline void clearBehind(const Vector& v) {
   if (v.count >= 0 && v.count < v.capacity) v.data[v.count] = 0.0;
 }
@@ -42,7 +43,7 @@ bool setValueRoom(SpVec& row, int room);
 /// their own steps. False when there is no memory: the row is then empty.
 bool roomForAppend(SpVec& row);
 
-/// Where a row's entries are stored, and how many fit.
+/// The places where a row's entries are stored, and how many fit.
 struct RowSlots {
   double* values;
   int* indices;
@@ -54,8 +55,8 @@ inline RowSlots slotsOf(const SpVec& row) {
   return {row.values.data, row.indices.data, room};
 }
 
-/// Sets the number of entries to `count`, makes room for one more and returns the slots; no slots when that
-/// fails.
+/// Sets the number of entries to `count`, makes room for one more and returns the slots; without slots if
+/// that fails.
 RowSlots enlarged(SpVec& row, int count);
 
 /// Appends entries to an empty row, as SpVec::insEnd does one by one. The counts stay in the writer, so that
