@@ -1,8 +1,8 @@
 // Angles from a matrix, by the images of the y and x axes. With X, Y, Z the rows:
 //
 //     input                               outcome
-//     a row with a length outside         counted, reported when verbose, used all the same
-//       [0.9, 1.1], or a NaN in it
+//     a row with a length outside         counted, reported when verbose, used nevertheless
+//       [0.9, 1.1], or with a NaN
 //     |Y| <= 0.1                          Y taken as (0, 1, 0): z = x = 0
 //     |X| <= 0.1                          y = 0
 //     Y.x = Y.y = 0 (gimbal lock)         x = +-pi/2, z = 0 (a half turn where Y.y is -0.0), y takes the rest
@@ -11,7 +11,7 @@
 //     |z| or |x| < 1e-5                   exactly 0
 //     NaN in Y                            NaN for every angle
 //     NaN in X                            NaN for y
-//     Z                                   only its length is looked at: a mirrored matrix is not noticed
+//     Z                                   only its length is checked: a mirrored matrix is not noticed
 
 #include "limber/geometry/EulerZXY.h"
 
@@ -28,7 +28,7 @@ using limber::detail::ReportSite;
 
 double dot(const Pnt3& a, const Pnt3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 
-/// 1, with a report when verbose, where a row of this length is not one of a rotation. A NaN is not.
+/// 1, with a report when verbose, if the rows of a rotation cannot have this length. A NaN counts.
 int countRow(double length, int verbose, const ReportSite& site, const char* message) {
   if (length >= 0.9 && length <= 1.1) return 0;
   if (verbose) site.error(message);
@@ -37,7 +37,7 @@ int countRow(double length, int verbose, const ReportSite& site, const char* mes
 
 /// The image of (1, 0, 0) under rotMatrix('x', -x) rotMatrix('z', -z): row 0 of the second matrix, because
 /// the first leaves the x axis fixed. The angle x is used only so that a NaN in it propagates. The zeros are
-/// positive, which the trace shows.
+/// positive, because the trace prints their sign.
 Pnt3 turnedXAxis(double z, double x) {
   const double spread = 0.0 * std::fabs(x);
   return Pnt3(std::cos(z) + spread, std::sin(z) + spread, spread);
@@ -50,7 +50,7 @@ void makeRot(double x, double y, double z, Matrix4x4* out) {
   rotMatrix(&Rx, 'x', x);
   rotMatrix(&Ry, 'y', y);
   rotMatrix(&Rz, 'z', z);
-  // rotMatrix turns row vectors about X and Z the other way round than about Y.
+  // rotMatrix turns row vectors about X and Z in the opposite direction than about Y.
   Rx.m[1][2] = -Rx.m[1][2], Rx.m[2][1] = -Rx.m[2][1];
   Rz.m[0][1] = -Rz.m[0][1], Rz.m[1][0] = -Rz.m[1][0];
   multMatrix(&Ry, &Rx, &RyRx);

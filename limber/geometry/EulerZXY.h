@@ -8,16 +8,15 @@
 class Matrix4x4;
 class Pnt3;
 
-/// out = Y(y) X(x) Z(z) in row-vector order: z about Z, x about X and y about Y, the rotation about Y
-/// reaching a point first. The matrix of the "ZXY" rotation format with parameters (z, x, y).
+/// out = Y(y) X(x) Z(z) in row-vector order: z about Z, x about X and y about Y. The rotation about Y is
+/// applied to a point first. The matrix of the "ZXY" rotation format with parameters (z, x, y).
 LIMBER_API void makeRot(double x, double y, double z, Matrix4x4* out);
 
-/// Angles with makeRot(x, y, z) = M; x in [-pi/2, pi/2], or all of [-pi, pi] when snapped.
-/// Returns how many of the three rows have a length outside [0.9, 1.1]; such rows are used nevertheless, and
-/// what else goes wrong is never counted. Angles below 1e-5 in magnitude come back as 0. snapX non-zero:
-/// where the y axis's image has |x| < 0.02, z is 0 and x takes the whole tilt. zeroX non-zero: x is 0
-/// wherever it was not snapped. verbose non-zero: reports the rows counted, and traces the steps on the
-/// standard-output channel.
+/// Angles with makeRot(x, y, z) = M; x in [-pi/2, pi/2], or all of [-pi, pi] when snapped. Returns how many
+/// of the three rows have a length outside [0.9, 1.1]; such rows are used nevertheless, and no other problem
+/// is counted. Angles below 1e-5 in magnitude are returned as 0. snapX non-zero: if the image of the y axis
+/// has |x| < 0.02, z is 0 and x takes the whole tilt. zeroX non-zero: x is 0 unless it was snapped. verbose
+/// non-zero: reports the counted rows, and traces the steps on the standard-output channel.
 LIMBER_API int factorZXY(Matrix4x4* M, int snapX, int zeroX, double& z, double& x, double& y, int verbose);
 
 /// out = angles of A B, the rotation a followed by b; each point holds the angles about (X, Y, Z).

@@ -3,7 +3,8 @@
 #include "limber/Api.h"
 #include "limber/geometry/Matrix3x3.h"
 
-/// Four 3x3 matrices in a row, each made as the identity: one derivative block a quaternion component.
+/// Four 3x3 matrices in a row: one derivative block for each quaternion component. The constructor makes each
+/// the identity.
 class LIMBER_API MatRow {
  public:
   Matrix3x3 m[4];

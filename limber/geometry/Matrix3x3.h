@@ -6,7 +6,7 @@
 #include "limber/Api.h"
 #include "limber/geometry/Pnt3.h"
 
-/// Nine doubles, row-major. Made as the identity.
+/// Nine doubles, row-major. The default is the identity.
 class LIMBER_API Matrix3x3 {
  public:
   double m[3][3];

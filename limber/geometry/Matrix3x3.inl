@@ -1,7 +1,5 @@
-// The bodies of Matrix3x3.h that callers inline.
+// The bodies of Matrix3x3.h that callers inline. Only that header includes this file.
 #pragma once
-
-#include "limber/geometry/Matrix3x3.h"
 
 LIMBER_INLINE_API void idMatrix(Matrix3x3* M) { *M = Matrix3x3(); }
 
@@ -13,7 +11,7 @@ LIMBER_INLINE_API void multMatrix(const Matrix3x3* A, const Matrix3x3* B, Matrix
             b2 = *reinterpret_cast<const Two*>(b[2]);
   const double b02 = b[0][2], b12 = b[1][2], b22 = b[2][2];
   for (int i = 0; i < 3; i++) {
-    // Row i of A is read before row i of C, which may be the same, is written.
+    // Row i of A is read before row i of C is written, because the two may be the same row.
     const double r0 = A->m[i][0], r1 = A->m[i][1], r2 = A->m[i][2];
     *reinterpret_cast<Two*>(C->m[i]) = r0 * b0 + r1 * b1 + r2 * b2;
     C->m[i][2] = r0 * b02 + r1 * b12 + r2 * b22;

@@ -9,7 +9,7 @@
 #include "limber/geometry/detail/QuaternionMatrix.h"
 
 // Degenerate input:
-//   rotMatrix          a letter but X, Y, Z   "Bad axis to rotMatrix", the identity
+//   rotMatrix          another letter         "Bad axis to rotMatrix", the identity
 //                      a non-finite angle     NaN in the four entries of the turn
 //   quaternionMatrix   zero quaternion        a warning, the identity
 //   __repr__           numbers too long       the text ends after 511 characters

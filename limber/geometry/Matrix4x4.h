@@ -1,14 +1,14 @@
 #pragma once
 
 /// @file
-/// Homogeneous 4x4 matrices that act on row vectors, p' = (x, y, z, 1) M: the translation stands in the last
-/// row and m[3][3] is the homogeneous 1. Angles are in radians.
+/// Homogeneous 4x4 matrices that act on row vectors, p' = (x, y, z, 1) M: the last row is the translation and
+/// m[3][3] is the homogeneous 1. Angles are in radians.
 
 #include "limber/Api.h"
 
 class Matrix3x3;
 
-/// Sixteen doubles, row-major. Made as the identity.
+/// Sixteen doubles, row-major. The default is the identity.
 class LIMBER_API Matrix4x4 {
  public:
   double m[4][4];
@@ -35,7 +35,7 @@ class LIMBER_API Matrix4x4 {
 LIMBER_INLINE_API void idMatrix(Matrix4x4* M) { *M = Matrix4x4(); }
 /// dst = src.
 LIMBER_INLINE_API void copyMatrix(const Matrix4x4* src, Matrix4x4* dst) { *dst = *src; }
-/// Four lines on the standard-output channel, one matrix row each.
+/// Prints four lines on the standard-output channel, one matrix row each.
 LIMBER_API void printMatrix(const Matrix4x4* M);
 
 /// M = the translation by (x, y, z).
@@ -44,16 +44,15 @@ LIMBER_INLINE_API void transMatrix(Matrix4x4* M, double x, double y, double z) {
   M->m[3][0] = x, M->m[3][1] = y, M->m[3][2] = z;
 }
 
-/// M = a rotation about the axis 'X', 'Y' or 'Z' (or lower case). Deliberately uneven: with row vectors X and
-/// Z turn a point by -angle, Y by +angle. Any other letter reports "Bad axis to rotMatrix" and leaves the
-/// identity.
+/// M = a rotation about the axis 'X', 'Y' or 'Z' (or lower case). Contract: with row vectors X and Z turn a
+/// point by -angle, Y by +angle. Any other letter reports "Bad axis to rotMatrix" and gives the identity.
 LIMBER_API void rotMatrix(Matrix4x4* M, char axis, double angle);
 /// M = rotMatrix about Z.
 LIMBER_API void rotMatrix(Matrix4x4* M, double angle);
-/// out = the rotation of the quaternion w + xi + yj + zk, which need not be unit. A zero quaternion prints
-/// "WARNING: 0,0,0,0 quaternion!!!" on the standard-output channel and gives the identity.
+/// out = the rotation of the quaternion w + xi + yj + zk, which need not be a unit quaternion. A zero
+/// quaternion prints "WARNING: 0,0,0,0 quaternion!!!" on the standard-output channel and gives the identity.
 LIMBER_API void quaternionMatrix(double w, double x, double y, double z, Matrix4x4* out);
-/// out = M widened by a last row and column of the identity.
+/// out = M extended by the last row and column of the identity.
 LIMBER_API void as4x4(const Matrix3x3* M, Matrix4x4* out);
 
 /// C = A B, each entry summed over k = 0, 1, 2, 3; with row vectors A acts first. C may be A or B.
@@ -102,6 +101,7 @@ LIMBER_INLINE_API void addinScale(const Matrix4x4* A, double s, Matrix4x4* B) {
     for (int j = 0; j < 4; j++) B->m[i][j] += s * A->m[i][j];
 }
 
-/// M = its inverse, by Gauss-Jordan elimination with full pivoting. 1 on success; 0 when it is singular, with
-/// a report where `report` is not 0, and M then holds whatever the elimination left (not finite).
+/// M = its inverse, by Gauss-Jordan elimination with full pivoting. Returns 1 on success, 0 if M is singular.
+/// A singular matrix is reported if `report` is not 0, and M then holds the result of the elimination, which
+/// is not finite.
 LIMBER_API int invertMatrix(Matrix4x4* M, int report);

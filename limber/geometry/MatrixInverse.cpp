@@ -6,9 +6,9 @@
 // Degenerate input of invertMatrix:
 //   an exactly zero pivot   "GAUSSJ: Singular Matrix4x4*-2", 0; the division goes on, the entries are then
 //                           not finite
-//   all candidates NaN      pivots repeat their column: "GAUSSJ: Singular Matrix4x4*-1" for each row searched
+//   all candidates NaN      pivot columns repeat: "GAUSSJ: Singular Matrix4x4*-1" for each row searched
 //                           from the third step on, 0
-//   nearly singular         1, and whatever the division by a tiny pivot gives
+//   nearly singular         1, and the result of the division by a tiny pivot
 
 namespace {
 

@@ -6,11 +6,11 @@
 
 // Degenerate input of transformMatrixMatrix:
 //   two rows in           indices from 10000 on                 dropped, by ssum
-//   three rows in         the same, three terms taking part     kept
+//   three rows in         the same, three terms used            kept
 //                         two (a zero entry of M, an empty row) dropped, by ssum
 //                         one                                   kept
-//   both                  an entry of at most 1e-12 comes out   not stored
-//                         nothing takes part                    the output is empty
+//   both                  an entry of at most 1e-12 results     not stored
+//                         no term is used                       the output is empty
 
 void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, SpVec* oa, SpVec* ob) {
   ssum(*a, M->m[0][0], *b, M->m[1][0], *oa);
@@ -19,7 +19,8 @@ void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, S
 
 void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, const SpVec* c, SpVec* oa,
                            SpVec* ob, SpVec* oc) {
-  // Made on the first call and kept: three elements live inside the vector, so not even that call allocates.
+  // Constructed in the first call and kept. Three elements fit inside the vector object, so even that call
+  // does not allocate.
   static Vector coefficients(3);
   static SpVec* rows[3];
   rows[0] = const_cast<SpVec*>(a);  // linComb only reads its rows

@@ -10,7 +10,7 @@
 
 class SpVec;
 
-/// The plane: ox = x m00 + y m10 + m30, oy = x m01 + y m11 + m31.
+/// A point of the plane: ox = x m00 + y m10 + m30, oy = x m01 + y m11 + m31.
 LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double& ox, double& oy);
 
 /// (ox, oy, oz) = the first three components of (x, y, z, 1) M.
@@ -21,7 +21,7 @@ LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, d
 LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double z, double w, double& ox,
                                        double& oy, double& oz, double& ow);
 
-/// (x, y, z) times the upper-left 3x3, without the translation: for directions and derivatives.
+/// (x, y, z) times the upper-left 3x3 block, without the translation: for directions and derivatives.
 LIMBER_INLINE_API void transformMatrixNH(const Matrix4x4* M, double x, double y, double z, double& ox,
                                          double& oy, double& oz);
 
@@ -29,15 +29,15 @@ LIMBER_INLINE_API void transformMatrixNH(const Matrix4x4* M, double x, double y,
 LIMBER_INLINE_API void transformTransposeMatrix(const Matrix4x4* M, double x, double y, double z, double& ox,
                                                 double& oy, double& oz);
 
-/// (p, 1) M, first three components. M is only read, and may be const.
+/// The first three components of (p, 1) M. M is only read, and may be const.
 LIMBER_INLINE_API Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p);
 /// The same.
 LIMBER_INLINE_API Pnt3 transformMatrix(Matrix4x4* M, Pnt3 p);
 
-/// out = (p, 1) M, first three components.
+/// out = the first three components of (p, 1) M.
 LIMBER_INLINE_API void trans(const Matrix4x4* M, const Pnt3& p, Pnt3& out);
 
-/// out = p times the upper-left 3x3.
+/// out = p times the upper-left 3x3 block.
 LIMBER_INLINE_API void transNH(const Matrix4x4* M, const Pnt3& p, Pnt3& out);
 
 /// The derivative rows of a transformed plane point from those of the point: oa = m00 a + m10 b,
@@ -47,9 +47,9 @@ LIMBER_INLINE_API void transNH(const Matrix4x4* M, const Pnt3& p, Pnt3& out);
 LIMBER_API void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, SpVec* oa,
                                       SpVec* ob);
 /// The derivative rows of a transformed point: output j = m0j a + m1j b + m2j c (linComb). An output must not
-/// be an input. Where exactly two of the three terms take part (a zero entry of M, an empty row) they are
-/// combined by ssum, so there, too, indices from 10000 on are dropped. Allocates nothing after the first call
-/// but what the outputs need to grow; one thread at a time.
+/// be an input. If exactly two of the three terms are used, because an entry of M is zero or a row is empty,
+/// ssum combines them, so then, too, indices from 10000 on are dropped. After the first call it allocates
+/// only to grow the outputs. Only one thread may call it at a time.
 LIMBER_API void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, const SpVec* c,
                                       SpVec* oa, SpVec* ob, SpVec* oc);
 

@@ -1,7 +1,5 @@
-// The bodies of MatrixTransform.h that callers inline.
+// The bodies of MatrixTransform.h that callers inline. Only that header includes this file.
 #pragma once
-
-#include "limber/geometry/MatrixTransform.h"
 
 LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double& ox, double& oy) {
   const double tx = x * M->m[0][0] + y * M->m[1][0] + M->m[3][0];

@@ -4,10 +4,10 @@
 #include "limber/foundation/detail/ReportSite.h"
 
 // Degenerate input:
-//   normalize   (0, 0, 0)             report, (0, 1, 0)
-//               a NaN component       report, y = 1, x and z as they were
-//               squares that overflow every component 0 (divided by an infinite length), an infinite one NaN
-//               squares that underflow to 0: as the zero point, x and z as they were
+//   normalize   (0, 0, 0)             a report, (0, 1, 0)
+//               a NaN component       a report, y = 1, x and z unchanged
+//               overflowing squares   every component 0 (divided by an infinite length), an infinite one NaN
+//               squares underflow to 0  as for the zero point, x and z unchanged
 //   /=          0                     infinities and NaN, silently
 //   ==          a NaN component       equal to everything in that component
 

@@ -29,27 +29,27 @@ class LIMBER_API Pnt3 {
   /// The three components as an array.
   LIMBER_INLINE double* v() { return &x; }
   LIMBER_INLINE const double* v() const { return &x; }
-  /// Copy three doubles in, or out.
+  /// Copies three doubles in, or out.
   LIMBER_INLINE void fromArray(const double* a) { set(a[0], a[1], a[2]); }
   LIMBER_INLINE void toArray(double* a) const { a[0] = x, a[1] = y, a[2] = z; }
 
   LIMBER_INLINE Pnt3 operator+(const Pnt3& b) const { return Pnt3(x + b.x, y + b.y, z + b.z); }
   LIMBER_INLINE Pnt3 operator-(const Pnt3& b) const { return Pnt3(x - b.x, y - b.y, z - b.z); }
-  /// The cross product this x b, which is what the product of two points means here.
+  /// The cross product this x b.
   LIMBER_INLINE Pnt3 operator*(const Pnt3& b) const {
     return Pnt3(y * b.z - b.y * z, b.x * z - x * b.z, b.y * x - y * b.x);
   }
   LIMBER_INLINE Pnt3 operator*(double s) const { return Pnt3(s * x, s * y, s * z); }
 
-  /// Compound operations give nothing back. `/=` divides each component (it does not multiply by 1/s) and
-  /// does not guard against 0.
+  /// Compound operations return nothing. `/=` divides each component (it does not multiply by 1/s) and does
+  /// not guard against 0.
   LIMBER_INLINE void operator+=(const Pnt3& b) { x += b.x, y += b.y, z += b.z; }
   LIMBER_INLINE void operator-=(const Pnt3& b) { x -= b.x, y -= b.y, z -= b.z; }
   LIMBER_INLINE void operator*=(double s) { x *= s, y *= s, z *= s; }
   LIMBER_INLINE void operator/=(double s) { x /= s, y /= s, z /= s; }
 
-  /// 1 when no component is less or greater than the other's. Deliberately by "less or greater": a NaN is
-  /// neither, so it never counts as a difference.
+  /// 1 if no component is less or greater than the other's. Contract: a NaN is neither, so it never counts as
+  /// a difference.
   LIMBER_INLINE int operator==(const Pnt3& b) const {
     return !(x < b.x || x > b.x || y < b.y || y > b.y || z < b.z || z > b.z);
   }
@@ -58,11 +58,11 @@ class LIMBER_API Pnt3 {
 
   LIMBER_INLINE double lengthSq() const { return x * x + y * y + z * z; }
   LIMBER_INLINE double length() const { return std::sqrt(lengthSq()); }
-  /// Divides by the length. Where the length is not greater than 0 (a zero point or a NaN) it reports
-  /// "Normalizing Zero Point!" and sets y to 1, leaving x and z: a zero point becomes (0, 1, 0).
+  /// Divides by the length. If the length is not greater than 0 (a zero point or a NaN), it reports
+  /// "Normalizing Zero Point!", sets y to 1 and does not change x and z: a zero point becomes (0, 1, 0).
   void normalize();
 
-  /// Grow a box by one point: each component becomes p's where p's is strictly greater (less).
+  /// Extends a box to a point: each component becomes p's if p's is strictly greater (less).
   LIMBER_INLINE void includeMax(const Pnt3& p) {
     if (p.x > x) x = p.x;
     if (p.y > y) y = p.y;

@@ -11,25 +11,25 @@
 //                          squared norm out of range infinities or NaN; below it, digits are lost
 //   Log                    x = y = z = 0             (0, 0, 0), also for w = -1
 //                          |w| > 1                   NaN
-//   Slerp                  |a . b| >= 1              linear weights; from a to -a through (0, 0, 0, 0)
+//   Slerp                  |a . b| >= 1              linear weights; the way from a to -a leads through 0
 //                          a . b a NaN               the weights of the angle pi, so NaN only where the
 //                          inputs are
 //   Euler                  another letter            a message; the sign of cos(angle / 2) stays in w
 //                          an empty order            the identity
-//                          a null order              the warning of RotHelper::Convert, this stays
+//                          a null order              the warning of RotHelper::Convert, no change
 //   getEulerZXY            2 (xw + zy) beyond +-1    NaN for X, as asin gives it
-//                          X = +-90 degrees          Y and Z from atan2 of what rounding leaves
+//                          X = +-90 degrees          Y and Z from atan2 of rounding errors
 //   FromAxisAngle          zero axis                 "Normalizing Zero Point!", the axis (0, 1, 0)
 //                          angle beyond 1e6          reduced by fmod first
 //                          infinite or NaN angle     all four components NaN
 //   FromAxisCosAngle       cosine above 1            NaN in x, y, z; w above 1
 //                          cosine below -1           all four components NaN
-//   FromVectors (two)      a zero vector             "Normalizing Zero Point!", the direction (0, 1, 0)
+//   FromVectors (two)      a zero vector             "Normalizing Zero Point!", direction (0, 1, 0)
 //                          opposite directions       by the rounding of 1 + cos: 0 gives w = 0 and x, y, z
 //                          infinite or NaN; below 0 all NaN; above 0 all finite, w near 1e-8, far from unit
 //   FromVectors (four)     from1 opposite to to1     as for two vectors, and then multiplied
-//                          a half turn               the planes' normals are opposite after the first turn,
-//                          so the same: of random half turns 95 % are not finite, the others finite and wrong
+//                          a half turn               the normals are opposite after the first turn, so
+//                          the same: of random half turns 95 % are not finite, the others finite and wrong
 //                          from2 along from1         "Normalizing Zero Point!", the normal (0, 1, 0)
 
 namespace {
@@ -95,7 +95,7 @@ void Quat::Euler(const char* order, double* angles) {
 }
 
 void Quat::getEulerZXY(double* out) const {
-  // 180 / pi in single precision, some units off in its last place; deliberately not the double.
+  // Contract: 180 / pi in single precision, a few units in the last place off, not the nearest double.
   constexpr double degrees = 57.29579162597656;
   out[0] = std::asin(2.0 * (x * w + z * y)) * degrees;
   out[1] = std::atan2(-(2.0 * x * z - 2.0 * w * y), 1.0 - 2.0 * x * x - 2.0 * y * y) * degrees;
@@ -103,9 +103,9 @@ void Quat::getEulerZXY(double* out) const {
 }
 
 void Quat::FromAxisAngle(const Pnt3* axis, double angle) {
-  // The loops below would not end for an infinite angle, nor in useful time for a huge one.
+  // The loops below would never end for an infinite angle, and take very long for a huge one.
   if (!(std::fabs(angle) <= 1e6)) angle = std::fmod(angle, twoPi);
-  // Deliberately "below pi", so that -pi becomes pi and each smaller angle goes up one turn and down again.
+  // Contract: "below pi", so that -pi becomes pi, and each smaller angle goes up one turn and down again.
   while (angle < pi) angle += twoPi;
   while (angle > pi) angle -= twoPi;
   Pnt3 a = *axis;

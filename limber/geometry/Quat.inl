@@ -1,4 +1,4 @@
-// The bodies of Quat.h that callers inline.
+// The bodies of Quat.h that callers inline. Only that header includes this file.
 #pragma once
 
 #include <cmath>
@@ -10,12 +10,10 @@
 #include <cstring>
 #endif
 
-#include "limber/geometry/Quat.h"
-
-// Where the machine has pairs of lanes, (w, x) and (y, z), Compose and Normalize are written for them. That
-// is faster than what compilers make of the plain form, and it leaves nothing to vectorizers, some of which
-// get the plain product of known numbers wrong. Both forms give the same bits. The factored product has eight
-// multiplications; sums go from left to right, with -E - F as -(E + F).
+// With SSE2, Compose and Normalize are written for the pairs (w, x) and (y, z). That is faster than what
+// compilers make of the plain form, and it avoids vectorizers that compute the plain product of constants
+// wrongly. Both forms give the same bits. The factored product has eight multiplications; sums go from left
+// to right, with -E - F as -(E + F).
 #ifdef __SSE2__
 
 inline void Quat::copy(const Quat& q) {
@@ -24,14 +22,15 @@ inline void Quat::copy(const Quat& q) {
   _mm_storeu_pd(&y, yz);
 }
 
-// Products of unit quaternions end some ulps from 1, where both roundings are known without the divider.
-// Measured, this makes chains of products, each of which waits for the one before, 21 % faster and products
-// of arrays 10 % slower. It stays because drawing a skeleton multiplies down chains.
+// The squared norms of products of unit quaternions are a few ulps from 1, where both roundings are known
+// without a division. Measured, this makes chains of products, in which each product waits for the previous
+// one, 21 % faster and products of arrays 10 % slower. It stays because drawing a skeleton multiplies down
+// chains.
 //
 // At 1 + i ulps the root is just below 1 + i/2 ulps, so it rounds to 1 + h with h = floor(i / 2), on both
 // sides of 1. Below 1 the ulps are half as wide: 1 / (1 + h) is just above 1 - h, which is 2h of the ulps
-// there, and 1 / (1 - h) is just above 1 + h/2, which rounds up. What "just" leaves out is i * i of 2^-106,
-// nothing beside an ulp as long as i is below the limit.
+// there, and 1 / (1 - h) is just above 1 + h/2, which rounds up. "Just" stands for a difference of i * i
+// times 2^-106, which is negligible against an ulp as long as i is below the limit.
 inline double Quat::reciprocalRoot(double n2) {
   constexpr std::int64_t one = 0x3ff0000000000000, limit = 1 << 20;
   std::int64_t bits;
@@ -52,7 +51,7 @@ LIMBER_INLINE void Quat::Normalize() {
   const __m128d wx2 = _mm_mul_pd(wx, wx), yz2 = _mm_mul_pd(yz, yz);
   const __m128d n2 =
       _mm_add_sd(_mm_add_sd(_mm_add_sd(wx2, _mm_unpackhi_pd(wx2, wx2)), yz2), _mm_unpackhi_pd(yz2, yz2));
-  if (_mm_cvtsd_f64(n2) <= 0.0) {  // it is never less; one comparison, false for a NaN
+  if (_mm_cvtsd_f64(n2) <= 0.0) {  // never less than 0; one comparison, false for a NaN
     Identity();
     return;
   }
@@ -128,8 +127,8 @@ LIMBER_INLINE_API Quat operator*(const Quat& a, const Quat& b) {
   return out;
 }
 
-// With v the vector part, the two products q (0, p) q^-1 come to |q|^2 p + 2 v x (v x p + w p). Written out
-// so, they cost less than half.
+// With the vector part v, the two products q (0, p) q^-1 equal |q|^2 p + 2 v x (v x p + w p), which takes
+// less than half the time.
 LIMBER_INLINE Pnt3 Quat::Rotate(const Pnt3& p) const {
   const double n = w * w + x * x + y * y + z * z;
   const double ux = w * p.x + (y * p.z - z * p.y);
@@ -149,7 +148,7 @@ LIMBER_INLINE void Quat::Slerp(const Quat& a, const Quat& b, double t) {
   // branch, at the angle pi.
   if (!(c >= 1.0)) {
     const double sign =
-        d < 0.0 ? -1.0 : 1.0;    // a factor and not a branch, which would go wrong half the time
+        d < 0.0 ? -1.0 : 1.0;    // a factor instead of a branch, which would be mispredicted half the time
     if (t != 0.0 && t != 1.0) {  // where the weights are exactly 1 and 0
       const double pi = 3.141592653589793;
       const double theta = c < 1.0 ? std::acos(c) : pi;

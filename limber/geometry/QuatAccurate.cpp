@@ -1,4 +1,4 @@
-// Rotations that come out right for every input. The stated formulas of Quat.cpp fail at half turns and for
+// Rotations that are accurate for every input. The documented formulas in Quat.cpp fail at half turns and for
 // tiny angles.
 //
 // Degenerate input:
@@ -38,8 +38,8 @@ double length(const Pnt3& p) {
   return std::scalbn(scaled(p, -exponent).length(), exponent);
 }
 
-/// a b - c d with an error of about one unit in the last place, however much cancels: the rounding error of
-/// each product is recovered exactly (Dekker 1971).
+/// a b - c d with an error of about one unit in the last place, also under cancellation: the rounding error
+/// of each product is recovered exactly (Dekker 1971).
 double differenceOfProducts(double a, double b, double c, double d) {
   const auto roundingError = [](double u, double v, double product) {
     constexpr double splitter = 134217729.0;  // 2^27 + 1
@@ -52,7 +52,7 @@ double differenceOfProducts(double a, double b, double c, double d) {
   return (ab - cd) + (roundingError(a, b, ab) - roundingError(c, d, cd));
 }
 
-/// a x b, each component right to about one unit in its last place.
+/// a x b, with an error of about one unit in the last place of each component.
 Pnt3 cross(const Pnt3& a, const Pnt3& b) {
   return Pnt3(differenceOfProducts(a.y, b.z, b.y, a.z), differenceOfProducts(b.x, a.z, a.x, b.z),
               differenceOfProducts(b.y, a.x, a.y, b.x));
@@ -65,14 +65,14 @@ Pnt3 across(const Pnt3& p) {
   return y <= z ? Pnt3(-p.z, 0.0, p.x) : Pnt3(p.y, -p.x, 0.0);
 }
 
-/// The direction of p at a size whose products neither overflow nor lose digits. A zero point is reported.
+/// The direction of p at a size whose products do not overflow or lose digits. A zero point is reported.
 constexpr int workingExponent = 300;
 Pnt3 direction(Pnt3 p) {
   if (p.x == 0.0 && p.y == 0.0 && p.z == 0.0) p.normalize();
   return scaled(p, workingExponent - exponentOf(p));
 }
 
-/// (w, v) divided by its norm: unlike the product with a reciprocal, it leaves 1 at exactly 1.
+/// (w, v) divided by its norm. Unlike multiplication by a reciprocal, the division maps 1 to exactly 1.
 Quat unitQuat(double w, const Pnt3& v) {
   const double n = std::sqrt(w * w + v.lengthSq());
   return Quat(w / n, v.x / n, v.y / n, v.z / n);
@@ -80,8 +80,8 @@ Quat unitQuat(double w, const Pnt3& v) {
 
 }  // namespace
 
-// 4 q q^T, written in the entries of q's matrix, has the four columns below; each is a multiple of q. The
-// column of q's largest component is taken, so that nothing cancels (Shepperd 1978).
+// The four columns below are those of 4 q q^T, written in the entries of q's matrix; each is a multiple of q.
+// The column of q's largest component is used, so that nothing cancels (Shepperd 1978).
 void Quat::FromRotation(const Matrix3x3* in) {
   const double(*m)[3] = in->m;
   const double trace = m[0][0] + m[1][1] + m[2][2];
@@ -100,8 +100,8 @@ void Quat::FromRotation(const Matrix3x3* in) {
   }
 }
 
-// With c and s the cosine and sine of the angle, the quaternion is a multiple of (1 + c, s axis) and of
-// (s, (1 - c) axis); the one without cancellation is taken. Both c and s axis keep the common factor |from|
+// With c and s the cosine and sine of the angle, the quaternion is a multiple of (1 + c, s axis) and of (s,
+// (1 - c) axis); the one without cancellation is used. Both c and s axis keep the common factor |from|
 // |to|.
 void Quat::FromDirections(const Pnt3* from, const Pnt3* to) {
   const Pnt3 a = direction(*from), b = direction(*to), normal = cross(a, b);
@@ -119,14 +119,14 @@ void Quat::FromDirections(const Pnt3* from, const Pnt3* to) {
 
 void Quat::FromRotationVector(const Pnt3* v) {
   const double angle = length(*v), half = angle * 0.5;
-  // sin(half) / angle, which is 1/2 to the last bit for small angles; the quotient of tiny numbers would be
+  // sin(half) / angle. It is exactly 1/2 for small angles, where the quotient of tiny numbers would be
   // rounded.
   const double factor = half < 1e-9 ? 0.5 : std::sin(half) / angle;
   *this = Quat(std::cos(half), v->x * factor, v->y * factor, v->z * factor);
 }
 
 Pnt3 Quat::RotationVector() const {
-  // Of the size near 1, so that neither the length nor the quotient leaves the range of doubles.
+  // Scaled to a size near 1, so that the length and the quotient stay in the range of doubles.
   const int exponent = exponentOf(Pnt3(std::max(std::fabs(w), std::fabs(x)), y, z));
   const Pnt3 v = scaled(Pnt3(x, y, z), -exponent);
   const double sine = length(v);

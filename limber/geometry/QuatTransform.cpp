@@ -5,10 +5,10 @@
 #include "limber/geometry/detail/QuaternionMatrix.h"
 
 // Degenerate input:
-//   invert       a rotation that is not unit   not the inverse: the turns scale by the squared norm
+//   invert       a rotation of another length  not the inverse: rotations scale by the squared norm
 //   fromMatrix   a half turn                   not finite (95 % of random axes) or wrong
-//                the third row                 not looked at, whatever it holds
-//   toMat        a zero rotation               a warning and the identity; this object stays as it is
+//                the third row                 not read
+//   toMat        a zero rotation               a warning and the identity; this object does not change
 //                a rotation of another length  the rotation of the unit quaternion
 
 QuatTransform& QuatTransform::operator*(const QuatTransform& B) {

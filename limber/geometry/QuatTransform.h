@@ -7,7 +7,7 @@
 class Matrix3x3;
 class Matrix4x4;
 
-/// A rigid transform: p -> rotation.Rotate(p) + translation. Made as the identity.
+/// A rigid transform: p -> rotation.Rotate(p) + translation. The default is the identity.
 class LIMBER_API QuatTransform {
  public:
   Quat rotation;
@@ -30,18 +30,18 @@ class LIMBER_API QuatTransform {
   /// out may be p.
   LIMBER_INLINE void transform(const Pnt3& p, Pnt3& out) const { out = transform(p); }
 
-  /// this = this, then B. Deliberately modifies and returns the left operand although it is spelled as a
-  /// binary operator. B may be this.
+  /// this = this, then B. Contract: modifies and returns the left operand, although it is spelled as a binary
+  /// operator. B may be this.
   QuatTransform& operator*(const QuatTransform& B);
-  /// this = its inverse (of a unit rotation).
+  /// this = its inverse, provided that the rotation is a unit quaternion.
   void invert();
 
-  /// The rotation of M's first two rows by Quat::FromVectors, which fails for half turns and loses digits
-  /// next to them; no translation. rotation.FromRotation(M) is right for every rotation.
+  /// this = the rotation of M's first two rows by Quat::FromVectors, which fails for half turns and loses
+  /// digits near them; no translation. rotation.FromRotation(M) is accurate for every rotation.
   void fromMatrix(const Matrix3x3* M);
-  /// The same of the upper-left 3x3, with the translation of the last row.
+  /// The same for the upper-left 3x3 block, with the translation of the last row.
   void fromMatrix(const Matrix4x4* M);
-  /// M = this transform. A zero rotation prints a warning on the standard-output channel and is taken as the
+  /// M = this transform. A zero rotation prints a warning on the standard-output channel and counts as the
   /// identity.
   void toMat(Matrix4x4* M) const;
 };

@@ -17,8 +17,8 @@ const char* RotHelper::name() const { return "..."; }
 void RotHelper::zero(double*) const {}
 
 namespace {
-// A constant constructor and no destructor: the pointer is in the library's data from the start, before any
-// initialiser has run. The same holds for every format.
+// The constructor is constexpr and there is no destructor, so the pointer is part of the library's data
+// before any initialiser runs. The same holds for every format.
 RotHelper nullFormat;
 }  // namespace
 

@@ -23,24 +23,25 @@
 ///     xyzRot   "XYZ"   about X, Y, Z           Z(p2) Y(p1) X(p0)
 ///     zxyRot   "ZXY"   about Z, X, Y           Y(p2) X(p1) Z(p0)
 ///
-/// so the last letter's rotation reaches a point first: the rotation of Quat(name, params). Names are matched
-/// exactly, case included. Every problem is a warning on the standard-output channel; nothing is fatal.
+/// so the last letter's rotation is applied to a point first: the rotation is that of Quat(name, params).
+/// Names are matched exactly, case included. Every problem is a warning on the standard-output channel;
+/// nothing is fatal.
 ///
-/// Some conversions exist twice: by the stated formula, whose results callers rely on, and in a form that is
-/// right for every input, which new programs want:
+/// Some conversions exist twice: by the documented formula, whose results callers rely on, and in a form that
+/// is accurate for every input, which new programs should use:
 ///
 ///     quaternion of a matrix
-///       stated: qRot->fromMatrix and QuatTransform::fromMatrix, wrong at half turns and inaccurate near them
-///       right:  Quat::FromRotation
+///       formula:  qRot->fromMatrix and QuatTransform::fromMatrix, wrong at half turns and inaccurate near
+///       them accurate: Quat::FromRotation
 ///     shortest turn of one direction to another
-///       stated: Quat::FromVectors, wrong for opposite directions and inaccurate near them
-///       right:  Quat::FromDirections
+///       formula:  Quat::FromVectors, wrong for opposite directions and inaccurate near them
+///       accurate: Quat::FromDirections
 ///     quaternion of an angle and an axis
-///       stated: Quat::FromAxisAngle, which takes angles below 2e-8 as 0
-///       right:  Quat::FromRotationVector
+///       formula:  Quat::FromAxisAngle, which takes angles below 2e-8 as 0
+///       accurate: Quat::FromRotationVector
 ///     angle and axis of a quaternion
-///       stated: Quat::Log and Quat::Angle, which take angles below 2e-8 as 0
-///       right:  Quat::RotationVector
+///       formula:  Quat::Log and Quat::Angle, which take angles below 2e-8 as 0
+///       accurate: Quat::RotationVector
 
 #include "limber/Api.h"
 
@@ -48,7 +49,7 @@ class Matrix3x3;
 
 LIMBER_FIXED_TABLE_BEGIN
 
-/// One rotation format. It has no state; a RotHelper that is none of its subclasses is the null format. The
+/// One rotation format. It has no state; a RotHelper that is not of a derived class is the null format. The
 /// order of the virtual operations is part of the interface.
 class LIMBER_API RotHelper {
  public:
@@ -58,36 +59,38 @@ class LIMBER_API RotHelper {
 
   /// out = matrix of params. A quaternion of four zeros is reported and repaired in params: w becomes 1.
   virtual void toMatrix(double* params, Matrix3x3* out) const;
-  /// Parameters whose matrix is `in`, a rotation. Formats of two axes cannot: they warn and give zeros.
+  /// Parameters whose matrix is `in`, a rotation. Formats of two axes have no inverse: they warn and give
+  /// zeros.
   virtual void fromMatrix(const Matrix3x3* in, double* params) const;
   /// out[9 k + 3 row + column] = d M[row][column] / d params[k]: 9 doubles for each parameter, overwritten.
   /// A quaternion whose x, y and z are all zero is first set to (1, 0, 0, 0) in params.
   virtual void matrixDeriv(double* params, double* out) const;
-  /// Set the rotation about one axis, in radians. An axis that the format does not have is a warning and
-  /// leaves params. For "QRST" and "XYZ" the angle set is the one of the same rotation in Z-X-Y angles.
+  /// Set the rotation about one axis, in radians. For an axis that the format does not have they warn and do
+  /// not change params. For "QRST" and "XYZ" they set the angle in the Z-X-Y angles of the same rotation.
   virtual void setX(double* params, double angle) const;
   virtual void setY(double* params, double angle) const;
   virtual void setZ(double* params, double angle) const;
-  /// Rewrites params, room for the larger of the two formats, as the same rotation in another format. Whether
-  /// a conversion exists depends on the two formats only; one that does not is a warning and leaves params.
+  /// Rewrites params as the same rotation in another format; params must have room for the larger of the two.
+  /// Whether a conversion exists depends only on the two formats; if it does not, the call warns and does not
+  /// change params.
   virtual void convertTo(double* params, const char* toFormat) const;
-  /// The name in the table above; one character a parameter, but for the null format.
+  /// The name in the table above. It has one character per parameter, except for the null format.
   virtual const char* name() const;
   /// params = the identity: (1, 0, 0, 0) for "QRST", zero angles, nothing for the null format.
   virtual void zero(double* params) const;
 
-  /// setX, setY or setZ by the letter 'X', 'Y' or 'Z' (upper case); any other is a warning, also for the null
-  /// format.
+  /// setX, setY or setZ by the letter 'X', 'Y' or 'Z' (upper case); any other letter is a warning, also for
+  /// the null format.
   void Set(char axis, double* params, double angle) const;
   /// Copies the parameters of format `fromFormat` from in to out (they may be the same array or overlap) and
-  /// has them converted there. An unknown `fromFormat`, the null format's among them, is a warning and leaves
-  /// out.
+  /// converts them there. An unknown `fromFormat`, including the null format's, is a warning and does not
+  /// change `out`.
   static void Convert(const char* fromFormat, const char* toFormat, double* in, double* out);
 };
 
 LIMBER_FIXED_TABLE_END
 
-/// The one object of each format. The pointers are set before any code runs, so that static initialisers may
+/// The single object of each format. The pointers are set before any code runs, so static initialisers may
 /// use them.
 extern LIMBER_API RotHelper* nullRot;
 extern LIMBER_API RotHelper* qRot;

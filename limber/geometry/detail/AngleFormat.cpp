@@ -11,9 +11,9 @@ namespace limber::detail {
 
 namespace {
 
-/// Moves the angle of each letter of `from` to that letter's place in `to` and zeroes the rest. False, with
-/// params as they were, where `to` has not all the letters in the same order: turns about different axes do
-/// not commute, so another order would be another rotation.
+/// Moves the angle of each letter of `from` to that letter's place in `to` and zeroes the rest. False, and
+/// params unchanged, if `to` does not have all the letters in the same order: rotations about different axes
+/// do not commute, so another order would be another rotation.
 bool moveAngles(const char* from, const char* to, double* params) {
   double moved[3] = {0.0, 0.0, 0.0};
   int taken = 0;
@@ -56,7 +56,8 @@ void AngleFormat::convertTo(double* params, const char* toFormat) const {
     return;
   }
   const char* const shown = toFormat ? toFormat : "(null)";
-  // The formats of three axes do not tell an unknown name from a format they cannot give.
+  // The formats of three axes give the same warning for an unknown name and for a format they cannot convert
+  // to.
   if (target || letters == 3)
     stdoutPrintf("WARNING: Can't get '%s' rotation in format %s\n", from, shown);
   else

@@ -4,12 +4,12 @@
 
 namespace limber::detail {
 
-/// What the nine named formats share: everything that follows from a format's letters alone.
+/// What the nine named formats share: everything that follows from the letters of a format.
 
-/// 1 when the texts are the same, case included. A null text equals none.
+/// True if the texts are the same, including case. A null text equals no text.
 bool sameFormat(const char* a, const char* b);
 
-/// The format object of a name, null where no format that can be converted has it.
+/// The format object with this name, null if no format that can be converted has it.
 RotHelper* formatNamed(const char* name);
 
 /// Prints "WARNING:  Setting .-axis rotation on '...' joint type".
@@ -20,7 +20,7 @@ class AngleFormat : public RotHelper {
  public:
   /// The same name, the quaternion, the longer angle formats that have all the letters in the same order (the
   /// angles move to their letters, the others become 0), and for two or three letters "XYZ" and "ZXY" through
-  /// the matrix. All else is refused with a warning.
+  /// the matrix. Anything else is refused with a warning.
   void convertTo(double* params, const char* toFormat) const final;
   void zero(double* params) const final;
 };

@@ -6,7 +6,8 @@
 
 namespace limber::detail {
 
-/// The axes by number, and the two that follow in the cycle X, Y, Z: the plane a rotation turns.
+/// The number of an axis, and those of the two axes that follow it in the cycle X, Y, Z. These span the plane
+/// of rotation.
 template <int axis>
 inline constexpr int nextAxis = (axis + 1) % 3;
 template <int axis>
@@ -20,10 +21,10 @@ struct Turn {
 
 /// With i and j the next axes of the cycle, the single-axis matrix A has A_ii = A_jj = c, A_ij = s, A_ji =
 /// -s. Its derivative is A turned by a right angle within the plane, A' = K A = A K with K_ij = 1, K_ji = -1.
-/// So a product of such matrices need not be formed anew for the derivative by its first or last factor:
-/// exchanging two rows (or columns) of the product, one of them negated, is all.
+/// So the derivative of a product of such matrices by the angle of its first or last factor needs no new
+/// product: it exchanges two rows (or columns) of the product and negates one of them.
 ///
-/// The sign is changed by 0 - v, not -v, so that a zero entry keeps its plain sign.
+/// The sign is changed by 0 - v, not -v, so that a zero entry stays +0.
 
 /// out = K M, the derivative of M = A(angle) ... by the angle of its first factor, A about `axis`.
 template <int axis>

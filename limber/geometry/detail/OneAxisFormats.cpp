@@ -3,7 +3,7 @@
 //     given to fromMatrix                     comes back
 //     half turn, -s = -0.0 or below           +pi
 //     half turn, -s > 0                       -pi
-//     c above 1 or below -1 (rounding)        0 or pi, with the sign that -s gives
+//     c above 1 or below -1 (rounding)        0 or pi, with the sign of -s
 //     c or -s of another axis' rotation       the angle of those two entries alone
 //     NaN for c                               NaN
 //     NaN for -s                              the positive angle
@@ -15,7 +15,8 @@ namespace limber::detail {
 
 namespace {
 
-/// A format of one axis. The letters are what its two warnings name when an axis it has not is set.
+/// A format of one axis. warnX, warnY and warnZ are the axes that the warnings of setX, setY and setZ name if
+/// the format does not have that axis.
 template <int axis, char warnX, char warnY, char warnZ>
 class OneAxisFormat final : public AngleFormat {
  public:
@@ -62,7 +63,7 @@ class OneAxisFormat final : public AngleFormat {
 };
 
 OneAxisFormat<0, 'x', 'y', 'z'> xFormat;
-// Setting X on a "Y" joint deliberately warns of the y-axis: users know the message by its text.
+// Contract: setting X on a "Y" joint warns of the y-axis.
 OneAxisFormat<1, 'y', 'y', 'z'> yFormat;
 OneAxisFormat<2, 'x', 'y', 'z'> zFormat;
 

@@ -37,7 +37,7 @@ class QuaternionFormat final : public RotHelper {
   void matrixDeriv(double* params, double* out) const override {
     if (params[1] == 0.0 && params[2] == 0.0 && params[3] == 0.0) {
       if (params[0] == 0.0) warnZeroQuaternion();
-      // Deliberately whatever w was: the derivative is then that at the identity.
+      // Contract: w becomes 1 whatever it was, so the derivative is that at the identity.
       params[0] = 1.0;
     }
     double q[4];
@@ -64,7 +64,7 @@ class QuaternionFormat final : public RotHelper {
   void setY(double* params, double angle) const override { setInZXY(params, 2, angle); }
   void setZ(double* params, double angle) const override { setInZXY(params, 0, angle); }
 
-  /// "XYZ" and "ZXY" through the matrix; a quaternion's rotation has no angles in the shorter formats.
+  /// Converts to "XYZ" and "ZXY" through the matrix. The shorter formats cannot represent every quaternion.
   void convertTo(double* params, const char* toFormat) const override {
     const RotHelper* const target = formatNamed(toFormat);
     if (target == this) return;

@@ -8,11 +8,11 @@
 
 namespace limber::detail {
 
-/// The warning of every conversion that meets the zero quaternion.
+/// Every conversion that finds the zero quaternion prints this warning.
 inline void warnZeroQuaternion() { stdoutPrintf("WARNING: 0,0,0,0 quaternion!!!\n"); }
 
-/// Copies p to q, scaled by a power of two, which it returns, where the squared norm of p, or its square,
-/// could over- or underflow. Else, and for what is not finite, q is p and the scale 1: no bit changes.
+/// Copies p to q and returns the scale. The scale is a power of two if the squared norm of p, or its square,
+/// could over- or underflow. Otherwise, and if p is not finite, the scale is 1 and no bit changes.
 inline double unscale(const double* p, double* q) {
   for (int k = 0; k < 4; k++) q[k] = p[k];
   const double n = q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3];
@@ -25,8 +25,8 @@ inline double unscale(const double* p, double* q) {
   return std::ldexp(1.0, exponent);
 }
 
-/// q = (w, x, y, z): out = the rotation of q in the row-vector layout. q need not be unit, the formula
-/// divides by its squared norm. The zero quaternion prints a warning and has its w repaired to 1 in place.
+/// q = (w, x, y, z): out = the rotation of q in the row-vector layout. q may have any norm: the formula
+/// divides by the squared norm. The zero quaternion prints a warning, and its w is set to 1 in place.
 inline void quaternionToRows(double* q, double out[3][3]) {
   if (q[0] == 0.0 && q[1] == 0.0 && q[2] == 0.0 && q[3] == 0.0) {
     warnZeroQuaternion();
@@ -43,8 +43,8 @@ inline void quaternionToRows(double* q, double out[3][3]) {
 }
 
 /// q = the rotation of the rows, by Quat::FromVectors of the first two basis vectors and the first two rows.
-/// Contract: the third row is not read, and half turns come out not finite or wrong. Quat::FromRotation is
-/// right.
+/// Contract: the third row is not read, and half turns give wrong results or none that are finite.
+/// Quat::FromRotation is accurate.
 inline void rowsToQuaternion(const double rows[3][3], Quat* q) {
   const Pnt3 x(1.0, 0.0, 0.0), y(0.0, 1.0, 0.0), toX(rows[0]), toY(rows[1]);
   q->FromVectors(&x, &y, &toX, &toY);

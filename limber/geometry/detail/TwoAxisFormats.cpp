@@ -1,5 +1,5 @@
-// Two angles. Their matrices are a surface within all rotations, so there is no way back from a matrix.
-// A NaN or infinite angle makes the entries that hold its sine or cosine NaN and no others.
+// Two angles. Their matrices are only a part of all rotations, so there is no conversion from a matrix. A NaN
+// or infinite angle makes exactly those entries NaN that contain its sine or cosine.
 
 #include "limber/foundation/Output.h"
 #include "limber/geometry/detail/AngleFormat.h"

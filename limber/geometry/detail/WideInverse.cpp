@@ -10,19 +10,19 @@
 
 #include "limber/foundation/detail/WideVectors.h"
 
-// Gauss-Jordan elimination with full pivoting, each row in one register. Processors cannot predict which
-// places the pivots have, so nothing branches on them: the rows stay in registers for the search and are
-// picked from memory by computed addresses.
+// Gauss-Jordan elimination with full pivoting, with each row in one register. Processors cannot predict the
+// places of the pivots, so there are no branches on them: the rows stay in registers for the search and are
+// loaded from memory by computed addresses.
 //
-// A search compares keys: the upper half of each magnitude, with the place (4 slot + column) in the lowest
-// four bits. Several keys may agree in the other 28 bits. The commonest matrices have such ties at every
-// step: the identity, translations, rotations about an axis. The candidates are then ordered as the plain
-// elimination meets them, and the last is the pivot, provided that their magnitudes are equal in all 64 bits.
-// If they are not, which is rare, they are compared one by one.
+// The search compares keys: the upper half of each magnitude, with the place (4 slot + column) in the lowest
+// four bits. Several keys may agree in the other 28 bits. The most common matrices have such ties at every
+// step: the identity, translations, rotations about an axis. The candidates are then put in the order in
+// which the plain elimination visits them, and the last one is the pivot if all their magnitudes are equal in
+// all 64 bits. In the rare case that they are not, they are compared one by one.
 //
 // The plain elimination moves each pivot row to the row of its column. Here step s moves it to slot s, so
-// that the open rows are slots s ... 3, known at compile time. The numbers do not depend on where a row
-// stands.
+// that the open rows are slots s ... 3, known at compile time. The numbers do not depend on the place of a
+// row.
 
 namespace limber::detail {
 
@@ -32,8 +32,8 @@ namespace {
 /// each, so that they stay in registers.
 struct Slots {
   unsigned rows = 0x3210, columns = 0;
-  /// For the permutation at the end: in the 16 bits of row r the two halves 2c and 2c + 1 of the lane of its
-  /// pivot column c.
+  /// For the permutation at the end: the 16 bits of row r hold the two halves 2c and 2c + 1 of the lane of
+  /// its pivot column c.
   std::uint64_t halves = 0;
 
   int row(int slot) const { return static_cast<int>(rows >> (4 * slot) & 15); }
@@ -49,12 +49,12 @@ struct alignas(32) LaneMasks {
 };
 const LaneMasks masks = {{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {0, 0, 0, -1}}};
 
-/// slotAfterSwap[s][r][i]: where slot i is found before slots s and r change places, for i > s.
+/// slotAfterSwap[s][r][i]: the slot that becomes slot i when slots s and r are exchanged, for i > s.
 const unsigned char slotAfterSwap[3][4][4] = {{{0, 1, 2, 3}, {0, 0, 2, 3}, {0, 1, 0, 3}, {0, 1, 2, 0}},
                                               {{0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 1, 3}, {0, 1, 2, 1}},
                                               {{0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 2, 2}}};
 
-/// Where the plain elimination has the row of each slot after `steps` steps, four bits a slot.
+/// The row in which the plain elimination has each slot after `steps` steps, four bits per slot.
 inline unsigned plainRows(int steps, const Slots& slots) {
   unsigned rowAt = 0x3210, placeOf = 0x3210;  // inverse to each other
   for (int s = 0; s < steps; s++) {
@@ -93,7 +93,8 @@ __attribute__((noinline, cold)) int lastOfLargest(const double* rows, int step, 
 
 #define LIMBER_WIDE_PART __attribute__((target("avx2"), always_inline)) inline
 
-/// The caller's matrix may just have been written in halves, which one wide load would have to wait for.
+/// Loads two halves: if the caller has just written the matrix in halves, one wide load would have to wait
+/// for both.
 template <int Step>
 LIMBER_WIDE_PART __m256d load(const double* row) {
   if constexpr (Step > 0) return _mm256_load_pd(row);
@@ -109,7 +110,7 @@ LIMBER_WIDE_PART __m256i upperHalves(__m256d first, __m256d second) {
 LIMBER_WIDE_PART __m256i placesAt(int slot) {
   return _mm256_add_epi32(_mm256_set1_epi32(4 * slot), _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7));
 }
-/// All ones in the lanes whose key agrees with `best` but for the place.
+/// All ones in the lanes whose key agrees with `best` except in the bits of the place.
 LIMBER_WIDE_PART __m256i tiedLanes(__m256i keys, __m256i best) {
   const __m256i differ = _mm256_and_si256(_mm256_xor_si256(keys, best), _mm256_set1_epi32(magnitudeBits));
   return _mm256_cmpeq_epi32(differ, _mm256_setzero_si256());
@@ -125,8 +126,8 @@ LIMBER_WIDE_PART __m128i largestLane(__m256i keys) {
   return _mm_max_epi32(half, _mm_shuffle_epi32(half, 0xb1));
 }
 
-/// What orders the places of `slot` and the next one as the plain elimination does: plain row and column,
-/// above the place. `plainBytes` has 64 times the plain row of slot s in byte s.
+/// Keys that sort the places of `slot` and the next one in the order of the plain elimination: plain row and
+/// column, above the place. `plainBytes` has 64 times the plain row of slot s in byte s.
 LIMBER_WIDE_PART __m256i plainOrder(__m256i plainBytes, int slot) {
   const __m256i byteOfLane =
       _mm256_add_epi32(_mm256_set1_epi32(slot), _mm256_setr_epi32(0, 0, 1, 1, 0, 0, 1, 1));
@@ -136,8 +137,8 @@ LIMBER_WIDE_PART __m256i plainOrder(__m256i plainBytes, int slot) {
   return _mm256_or_si256(_mm256_or_si256(rows, columns), placesAt(slot));
 }
 
-/// The last of several tied places in the order of the plain elimination, where their magnitudes are equal;
-/// else the last of the largest.
+/// If the magnitudes of the tied places are equal: the last of them in the order of the plain elimination.
+/// Otherwise the last of the largest.
 template <int Step>
 LIMBER_WIDE_PART int lastOfTied(const double* rows, __m256d r0, __m256d r1, __m256d r2, __m256d r3,
                                 __m256i tied01, __m256i tied23, const Slots& slots) {
@@ -166,8 +167,8 @@ LIMBER_WIDE_PART int lastOfTied(const double* rows, __m256d r0, __m256d r1, __m2
   return __builtin_expect(allEqual, 1) ? place : lastOfLargest(rows, Step, slots);
 }
 
-/// The place of the pivot of step `Step` among the slots from there on, -1 where it is zero, infinite or a
-/// NaN.
+/// The place of the pivot of step `Step` among the slots from `Step` on, -1 if the pivot is zero, infinite or
+/// a NaN.
 template <int Step>
 LIMBER_WIDE_PART int findPivot(const double* rows, __m256d r0, __m256d r1, __m256d r2, __m256d r3,
                                __m256i open, const Slots& slots) {
@@ -193,7 +194,7 @@ LIMBER_WIDE_PART int findPivot(const double* rows, __m256d r0, __m256d r1, __m25
 }
 
 /// Step `Step` of the elimination: reads the rows (in memory, and in r0 ... r3), writes them to `to` and r0
-/// ... r3. `open` has the magnitude bits set in the lanes of the columns not used.
+/// ... r3. `open` has the magnitude bits set in the lanes of the unused columns.
 template <int Step>
 LIMBER_WIDE_PART bool eliminate(const double* from, double* to, __m256d& r0, __m256d& r1, __m256d& r2,
                                 __m256d& r3, __m256i& open, Slots& slots) {
@@ -246,11 +247,11 @@ LIMBER_WIDE bool invertAvx2(double* m) {
       !eliminate<2>(rows, rows, r0, r1, r2, r3, open, slots) ||
       !eliminate<3>(rows, rows, r0, r1, r2, r3, open, slots))
     return false;
-  // A NaN stays in its row to the end, so it is looked for only here.
+  // A NaN stays in its row to the end, so checking for NaNs here is enough.
   const __m256d ordered = _mm256_and_pd(_mm256_cmp_pd(r0, r1, _CMP_ORD_Q), _mm256_cmp_pd(r2, r3, _CMP_ORD_Q));
   if (_mm256_movemask_pd(ordered) != 15) return false;
 
-  // Slot s holds row column(s) of the inverse, whose element row(t) stands in lane column(t).
+  // Slot s holds row column(s) of the inverse. Its element row(t) is in lane column(t).
   const __m256i order = _mm256_cvtepu8_epi32(_mm_cvtsi64_si128(static_cast<long long>(slots.halves)));
   const __m256d out[4] = {r0, r1, r2, r3};
   for (int s = 0; s < 4; s++)

@@ -4,8 +4,8 @@
 
 namespace limber::detail {
 
-/// What the search for a pivot compares: the upper half of an element's magnitude, with its place in the
-/// lowest four bits.
+/// The search for a pivot compares the upper half of an element's magnitude, with its place in the lowest
+/// four bits.
 constexpr int placeBits = 15, magnitudeBits = INT32_MAX & ~placeBits;
 
 /// True if the pivot is usable: finite and not (nearly) zero.
@@ -15,8 +15,8 @@ inline bool isPivotKey(std::uint32_t key) {
 }
 
 /// Inverts one row-major 4x4 matrix by full-pivoting elimination with 256-bit vectors, to the bits of
-/// gaussJordan(). Returns false and leaves `m` as it was where the machine has no such vectors and where a
-/// pivot is zero, infinite or a NaN: these matrices are left to gaussJordan() and its reports.
+/// gaussJordan(). Returns false and does not change `m` if the machine has no such vectors or if a pivot is
+/// zero, infinite or a NaN: gaussJordan() then inverts the matrix and reports.
 bool invertWide(double* m);
 
 /// The same without asking whether useWideVectors().

@@ -1,7 +1,8 @@
-// Three angles x, y, z with M = Z(z) Y(y) X(x), and back as stable as the Z-X-Y angles are.
+// Three angles x, y, z with M = Z(z) Y(y) X(x). The conversion from a matrix is as stable as that to Z-X-Y
+// angles.
 //
 //     given to fromMatrix         comes back
-//     y = +-pi/2 exactly          z = atan2 of what little is left of its column (a zero or a half turn when
+//     y = +-pi/2 exactly          z = atan2 of the tiny rest of its column (a zero or a half turn when
 //                                 nothing is), x the rest: the matrix is kept, the split is arbitrary
 //     half turns                  +pi or -pi, by the sign of the zero in the matrix
 //     rows scaled by one s > 0    the angles of the unscaled rows
@@ -55,7 +56,7 @@ class XYZFormat final : public AngleFormat {
   const char* name() const override { return "XYZ"; }
 
  private:
-  /// Sets one of the Z-X-Y angles of the same rotation: deliberately not the format's own angle.
+  /// Contract: sets one of the Z-X-Y angles of the same rotation, not the angle of this format.
   void setInZXY(double* params, int position, double angle) const {
     convertTo(params, "ZXY");
     params[position] = angle;

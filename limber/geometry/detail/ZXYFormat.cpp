@@ -1,9 +1,9 @@
-// Three angles z, x, y with M = Y(y) X(x) Z(z), and back without an arc cosine: every angle is an atan2 of
-// two numbers that are not both small, so that near gimbal lock (x = +-pi/2) the angles, though no longer
-// unique, still give the matrix they came from.
+// Three angles z, x, y with M = Y(y) X(x) Z(z). The conversion from a matrix uses no arc cosine: every angle
+// is an atan2 of two numbers that are not both small. Near gimbal lock (x = +-pi/2) the angles are not
+// unique, but they still give the original matrix.
 //
 //     given to fromMatrix         comes back
-//     x = +-pi/2 exactly          z = atan2 of what little is left of its row (a zero or a half turn when
+//     x = +-pi/2 exactly          z = atan2 of the tiny rest of its row (a zero or a half turn when
 //                                 nothing is), y the rest: the matrix is kept, the split is arbitrary
 //     half turns                  +pi or -pi, by the sign of the zero in the matrix
 //     rows scaled by one s > 0    the unscaled rows' z and x, another y: lengths count as sines there
