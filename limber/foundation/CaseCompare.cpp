@@ -4,8 +4,8 @@ namespace {
 
 signed char folded(char c) { return static_cast<signed char>(c >= 'a' && c <= 'z' ? c - 32 : c); }
 
-// The limit is counted down before it is tested, so a negative one never reaches zero: wide enough that it
-// cannot wrap round on any string.
+// The limit is decremented before it is tested, so a negative one never reaches zero. It is a long long,
+// which cannot wrap round on any string.
 int compared(const char* a, const char* b, long long limit) {
   for (;; a++, b++) {
     if (*a == '\0') return *b != '\0' ? 1 : 0;

@@ -1,11 +1,10 @@
 #pragma once
 
 /// @file
-/// Case-folded comparison with the sign turned round. No other header of the library includes this one. Where
-/// the compiler's C library declares the names (Linux, macOS, MinGW), ours stand in namespace limber, so that
-/// the plain strcasecmp stays the C library's. Where it does not (Microsoft's C library, whatever the
-/// compiler), they stand at global scope, and namespace limber has them too: limber::strcasecmp is right
-/// everywhere.
+/// Case-folded comparison with the opposite sign. No other header of the library includes this one. If the C
+/// library declares the names (Linux, macOS, MinGW), these functions are in namespace limber, so that plain
+/// strcasecmp is still the C library's. If it does not (Microsoft's C library, with any compiler), they are
+/// at global scope and also in namespace limber. limber::strcasecmp therefore works everywhere.
 
 #include "limber/Api.h"
 
@@ -16,22 +15,24 @@
 #else
 
 #if defined(__MINGW32__)
-// Depending on the optimisation, <string.h> makes the names macros here; they must not rename ours.
+// Depending on the optimisation, <string.h> defines the names as macros, which must not rename these
+// functions.
 #include <cstring>
 #undef strcasecmp
 #undef strncasecmp
 #endif
 
-// A plain declaration at global scope after <string.h> would be the C library's function, and defining it
-// would replace that function in the whole process. The label gives the exported symbol its global C++ name.
+// A plain declaration at global scope after <string.h> would declare the C library's function, and a
+// definition would replace that function in the whole process. The label gives the exported symbol its global
+// C++ name.
 #define LIMBER_PLAIN_NAME(name) __asm__(name)
 namespace limber {
 
 #endif
 
 /// Compares character by character, 'a' to 'z' folded to upper case and nothing else, as signed 8-bit values
-/// (so 128 to 255 sort before ASCII). Deliberately opposite to the usual sign: 1 when `a` sorts before `b` or
-/// is a proper prefix of it, -1 when `a` sorts after `b`, 0 when they are equal.
+/// (so 128 to 255 sort before ASCII). Contract: the sign is the opposite of the usual one: 1 if `a` sorts
+/// before `b` or is a proper prefix of it, -1 if `a` sorts after `b`, 0 if they are equal.
 LIMBER_API int strcasecmp(const char* a, const char* b) LIMBER_PLAIN_NAME("_Z10strcasecmpPKcS0_");
 /// The same over at most `n` positions. With n = 0 the result is 0 and neither string is read; a negative `n`
 /// never ends the comparison early.

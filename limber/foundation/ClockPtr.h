@@ -6,8 +6,8 @@ class Clock;
 template <class T>
 class List;
 
-/// A handle to a clock that may be empty, so that timing points can stay in code that runs with timing off.
-/// Copies share the clock, and no handle releases it: a clock made by init lives as long as the process.
+/// A handle to a clock. It may be empty, so that timing points can stay in code that runs with timing off.
+/// Copies share the clock, and no handle releases it: a clock created by init lives as long as the process.
 class LIMBER_API ClockPtr {
  public:
   Clock* clock;
@@ -19,11 +19,11 @@ class LIMBER_API ClockPtr {
     return *this;
   }
 
-  /// Makes a clock of that name when the handle is empty. A failed allocation is reported and leaves it
-  /// empty.
+  /// If the handle is empty, creates a clock with that name. A failed allocation is reported and leaves the
+  /// handle empty.
   void init(const char* name);
-  /// The same, then puts the handle's clock in front of `clocks`, on every call: a repeated init lists the
-  /// same clock again. A handle left empty is not listed.
+  /// The same, and then adds the handle's clock at the front of `clocks`. Every call does so: a repeated init
+  /// lists the same clock again. A handle that is still empty is not listed.
   void init(const char* name, List<Clock*>& clocks);
 
   /// These do nothing while the handle is empty.
@@ -33,5 +33,5 @@ class LIMBER_API ClockPtr {
   void print();
 };
 
-/// Times the compaction routines once a caller inits it; empty at load.
+/// Times the compaction routines once a caller has called init. Empty at load.
 extern LIMBER_API ClockPtr ncompact_clock;

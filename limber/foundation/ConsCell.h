@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// List cells and the process-wide pool they come from and go back to. Cells are never returned to the heap,
-/// and nothing is locked: lists are used from one thread at a time.
+/// List cells and the process-wide pool that they are taken from and returned to. Cells are never returned to
+/// the heap. There are no locks: only one thread at a time may use lists.
 
 #include "limber/Api.h"
 
@@ -26,6 +26,7 @@ extern LIMBER_API ConsCell* consPool;
 /// Cells allocated for each refill, initially 100; a value below 1 counts as 1.
 extern LIMBER_API int conspool_batchsize;
 
-/// Makes `consPool` point at conspool_batchsize new cells. Cells still in the pool are not linked in: this is
-/// for an empty pool. A failed allocation is reported through FATAL_ERROR and leaves the pool as it was.
+/// Makes `consPool` point at conspool_batchsize new cells. Cells that are still in the pool are lost, so call
+/// this only when the pool is empty. A failed allocation is reported through FATAL_ERROR and does not change
+/// the pool.
 LIMBER_API void allocConsCells();

@@ -2,7 +2,7 @@
 
 namespace {
 
-// A cell from the pool, null when the pool is empty and cannot be refilled (reported by then).
+// A cell from the pool. Null, after a report, if the pool is empty and cannot be refilled.
 ConsCell* takeCell(void* item, ConsCell* next) {
   if (!consPool) allocConsCells();
   ConsCell* const taken = consPool;
@@ -18,7 +18,7 @@ void giveBack(ConsCell* cell) {
   consPool = cell;
 }
 
-// Links a cell in at `place`, the pointer that leads to the cell it goes in front of.
+// Inserts a cell at `place`, the pointer to the cell that will follow it.
 void* insert(ConsCell** place, void* item) {
   if (ConsCell* const taken = takeCell(item, *place)) *place = taken;
   return item;

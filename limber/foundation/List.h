@@ -6,9 +6,9 @@
 #include "limber/Api.h"
 #include "limber/foundation/ConsCell.h"
 
-/// A list of untyped pointers and its iterator in one: a pointer to a cell, null for the empty list. Copies
-/// share the cells; nothing is released but by del, removeI and uncons, which give cells back to the pool.
-/// When the pool cannot be refilled the adding members report it, add nothing and still return `item`.
+/// A list of untyped pointers, and at the same time its iterator: a pointer to a cell, null for the empty
+/// list. Copies share the cells. Only del, removeI and uncons release cells; they return them to the pool. If
+/// the pool cannot be refilled, the adding members report that, add nothing and still return `item`.
 class LIMBER_API ListI {
  public:
   ConsCell* cell;
@@ -24,9 +24,9 @@ class LIMBER_API ListI {
     return *this;
   }
 
-  /// The cell behind the first, null for an empty list.
+  /// The cell after the first one, null for an empty list.
   LIMBER_INLINE ConsCell* tail() const { return cell ? cell->next : nullptr; }
-  /// Moves to the next cell; at the end, stays.
+  /// Moves to the next cell, if not at the end.
   LIMBER_INLINE void next() {
     if (cell) cell = cell->next;
   }
@@ -38,22 +38,21 @@ class LIMBER_API ListI {
   LIMBER_INLINE int end() const { return cell == nullptr; }
   /// Number of cells.
   int count() const;
-  /// Takes the first cell out and gives it back to the pool.
+  /// Removes the first cell and returns it to the pool.
   void del();
-  /// Gives every cell back to the pool, in list order, and leaves the list empty.
+  /// Returns every cell to the pool, in list order. The list is then empty.
   void uncons();
 
  protected:
   /// The first item, null for an empty list.
   LIMBER_INLINE void* head() const { return cell ? cell->item : nullptr; }
-  /// Puts `item` in front; returns it.
+  /// Adds `item` at the front; returns it.
   void* addI(void* item);
-  /// Puts `item` right behind the first cell; returns it. On an empty list, which has no such place, adds
-  /// nothing.
+  /// Adds `item` directly after the first cell; returns it. Adds nothing to an empty list.
   void* addAfterI(void* item);
   /// Appends `item`; returns it.
   void* addEndI(void* item);
-  /// The n-th item counting from 0, null where there is none.
+  /// The n-th item, counting from 0; null if there is none.
   void* eltI(int n) const;
   /// Position of the first cell that holds `item`, or -1.
   int itemNI(void* item) const;
@@ -61,11 +60,11 @@ class LIMBER_API ListI {
   int memberpI(void* item) const;
   /// The last item, null for an empty list.
   void* lastI() const;
-  /// Takes out the first cell that holds `item`; nothing where there is none.
+  /// Removes the first cell that holds `item`, if there is one.
   void removeI(void* item);
 };
 
-/// The typed face of ListI. T is a pointer type.
+/// ListI with typed items. T is a pointer type.
 template <class T>
 class List : public ListI {
  public:

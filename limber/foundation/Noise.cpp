@@ -7,7 +7,7 @@ namespace {
 
 constexpr int bitsOf(unsigned long value) { return value == 0 ? 0 : 1 + bitsOf(value >> 1); }
 
-// The factor below maps 0..32767 to [-1, 1]: of a wider rand the top 15 bits are used.
+// The factor below maps 0..32767 to [-1, 1]. If rand is wider, its top 15 bits are used.
 constexpr int surplusBits = bitsOf(RAND_MAX) - 15;
 static_assert(surplusBits >= 0, "rand gives at least 15 bits");
 
@@ -20,7 +20,7 @@ double sampleNoise(double scale, double offset) {
   do {
     u = uniform();
     v = uniform();
-    s = v * v + u * u;  // never 0: no step of the 15-bit grid falls on 0
+    s = v * v + u * u;  // never 0: no point of the 15-bit grid is 0
   } while (!(s < 1.0));
   return u * std::sqrt(-2.0 * std::log(s) / s) * scale + offset;
 }

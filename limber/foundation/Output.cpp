@@ -6,7 +6,7 @@ namespace {
 
 int defaultStdoutF(const char* text) { return std::fputs(text, stmStdOut ? stmStdOut : stdout); }
 
-// The stream is looked up again for the flush: whoever sets stmStdOut between the two gets the flush.
+// Contract: stmStdOut is read again for the flush. If it changes in between, the new stream is flushed.
 int defaultStderrF(const char* text) {
   const int result = std::fputs(text, stmStdOut ? stmStdOut : stderr);
   std::fflush(stmStdOut ? stmStdOut : stderr);

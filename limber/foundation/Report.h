@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Error, warning and fatal-error reports. All go to the standard-error channel, and all return: whether a
-/// report ends the process is for whoever installs stderrF to decide.
+/// Error, warning and fatal-error reports. All go to the standard-error channel, and all return. A program
+/// that wants a report to end the process installs a stderrF that does so.
 
 #include "limber/Api.h"
 

@@ -2,11 +2,11 @@
 
 #include "limber/Api.h"
 
-/// A growable array of strings of its own.
+/// A growable array that owns its strings.
 class LIMBER_API StringArray {
  public:
-  int count;     ///< strings held
-  int capacity;  ///< pointers there is room for
+  int count;     ///< number of strings
+  int capacity;  ///< how many pointers the array has room for
   char** items;
 
   LIMBER_INLINE StringArray() : count(0), capacity(0), items(nullptr) {}
@@ -15,7 +15,7 @@ class LIMBER_API StringArray {
   StringArray(const StringArray&) = delete;
   StringArray& operator=(const StringArray&) = delete;
 
-  /// Stores a copy of `s` behind the others and returns the copy. A full array grows to 2 count + 6 pointers.
-  /// After a failed allocation, which is reported, nothing is added and the result is null.
+  /// Appends a copy of `s` and returns the copy. A full array grows to 2 count + 6 pointers. After a failed
+  /// allocation, which is reported, nothing is added and the result is null.
   char* add(const char* s);
 };

@@ -14,7 +14,7 @@ char* nameString(const char* s0, const char* s1, const char* s2, const char* s3,
   for (const char* part : parts) {
     if (part) length += std::strlen(part);
   }
-  // One character more than the terminator needs: callers rely on the size, sum of the lengths plus 2.
+  // Contract: the size is the sum of the lengths plus 2, one more than the terminator needs.
   char* const text = new (std::nothrow) char[length + 2];
   if (!text) {
     FATAL_ERROR(limber::detail::newFails);

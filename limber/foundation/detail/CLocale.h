@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Numbers in files are read and written in the "C" locale whatever the process's is, and without calling
-/// setlocale, which would change it under the program's other threads.
+/// Numbers in files are read and written in the "C" locale, whatever the locale of the process is. setlocale
+/// is not called, because it would change the locale of the program's other threads.
 
 #include <cstdarg>
 #include <cstddef>
@@ -13,7 +13,7 @@
 
 namespace limber::detail {
 
-/// The calling thread is in the "C" locale while this lives.
+/// The calling thread uses the "C" locale while this object exists.
 class CLocale {
  public:
   CLocale() : saved_(enterCLocale()) {}

@@ -11,7 +11,7 @@
 
 #include <cstring>
 
-// Threads of the program come and go without a word to us.
+// Turns off the calls for each thread that starts or ends.
 extern "C" BOOL WINAPI DllMain(HINSTANCE library, DWORD reason, LPVOID) {
   if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(library);
   return TRUE;
@@ -50,10 +50,10 @@ bool isDirectory(const char* path) {
   return _stat(path, &info) == 0 && (info.st_mode & _S_IFMT) == _S_IFDIR;
 }
 
-// An open file cannot be removed here, so nothing is lost by not telling.
+// Always false. That does no harm, because an open file cannot be removed on Windows.
 bool isSameFile(std::FILE*, const char*) { return false; }
 
-// Only the numbers differ between locales in what we read and write, so only they are switched.
+// Of all that is read and written, only numbers depend on the locale, so only LC_NUMERIC is switched.
 SavedLocale enterCLocale() {
   SavedLocale saved;
   saved.threadMode = _configthreadlocale(_ENABLE_PER_THREAD_LOCALE);
@@ -108,8 +108,8 @@ bool isSameFile(std::FILE* stream, const char* path) {
 }
 
 SavedLocale enterCLocale() {
-  // Made once and kept: switching is then no more than storing a pointer. A null locale (no memory) leaves
-  // the thread's as it is.
+  // Created once and kept, so that switching only stores a pointer. A null locale (no memory) does not change
+  // the thread's locale.
   static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
   return {uselocale(cLocale)};
 }

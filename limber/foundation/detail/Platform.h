@@ -11,23 +11,23 @@
 
 namespace limber::detail {
 
-/// Ticks a second of the performance counter: 10,000,000 on systems that leave the choice to us; 0 where
-/// there is no counter.
+/// Ticks per second of the performance counter: 10,000,000 on systems that let the program choose; 0 if there
+/// is no counter.
 std::int64_t counterFrequency();
 /// The counter's reading. Only meaningful while counterFrequency is not 0.
 std::int64_t counterTicks();
-/// The runtime's clock() in milliseconds, for where there is no counter.
+/// The runtime's clock() in milliseconds, for systems without a counter.
 std::int64_t clockMilliseconds();
 
-/// What a path names. Other: a directory, a FIFO, a socket, a block device.
+/// The kind of file that a path names. Other: a directory, a FIFO, a socket, a block device.
 enum class FileKind { None, Regular, CharacterDevice, Other };
 FileKind fileKind(const char* path);
 bool isDirectory(const char* path);
-/// Whether `path` names the very file that `stream` has open. False where the system cannot tell; it then
-/// does not let an open file be removed either.
+/// True if `path` names the file that `stream` has open. False on Windows, which cannot tell but does not let
+/// an open file be removed.
 bool isSameFile(std::FILE* stream, const char* path);
 
-/// What enterCLocale replaced.
+/// The locale that enterCLocale replaced.
 #if defined(_WIN32)
 struct SavedLocale {
   int threadMode;
@@ -39,7 +39,7 @@ struct SavedLocale {
 };
 #endif
 
-/// Puts the calling thread, and it alone, into the "C" locale; leaveCLocale puts back what was there.
+/// Switches only the calling thread to the "C" locale; leaveCLocale restores the previous locale.
 SavedLocale enterCLocale();
 void leaveCLocale(const SavedLocale& saved);
 

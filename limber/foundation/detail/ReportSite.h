@@ -5,9 +5,8 @@
 namespace limber::detail {
 
 /// The place that a report names: a stem and a line. Users search their logs for them, so the stem never
-/// changes, and neither does a line that is written as a number. A message whose line is __LINE__ has no
-/// fixed line: the number shows where the code stands in this version, and other versions may print another
-/// one.
+/// changes, and a line that is written as a number never changes. A message whose line is __LINE__ has no
+/// fixed line: the number is that of the code in this version, and other versions may print another one.
 struct ReportSite {
   const char* file;
   int line;

@@ -17,7 +17,7 @@ struct Entry {
 };
 
 // An open-addressing table with linear probing, at most half full. The capacity is a power of two. It has no
-// destructor, so objects that are destroyed after this library's statics still find it.
+// destructor, so that objects destroyed after the statics of this library can still use it.
 Entry* table = nullptr;
 std::size_t capacity = 0;
 std::size_t used = 0;
@@ -54,7 +54,7 @@ bool makeRoom() {
   return true;
 }
 
-// Frees a slot and moves up the entries behind it that a later search would no longer reach.
+// Frees a slot and moves up those entries after it that a later search would no longer reach.
 void erase(Entry* entry) {
   const std::size_t mask = capacity - 1;
   std::size_t hole = static_cast<std::size_t>(entry - table);
@@ -96,10 +96,6 @@ bool unshare(const void* p) {
 int holders(const void* p) {
   const Entry* const entry = find(p);
   return entry ? entry->others + 1 : 1;
-}
-
-void forgetHolders(const void* p) {
-  if (Entry* const entry = find(p)) erase(entry);
 }
 
 }  // namespace limber::detail

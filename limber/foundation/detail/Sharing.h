@@ -1,37 +1,35 @@
 #pragma once
 
 /// @file
-/// Who else holds a piece of storage. Several classes copy their pointers and not what they point at, by
-/// contract, and have no field for a count of holders; the count is kept here, outside the objects, so that
-/// the last holder releases and nothing is released twice.
+/// Counts the holders of a piece of storage. By contract, copies of several classes share what their pointers
+/// point to, and these classes have no field for a count of holders. The count is kept here, outside the
+/// objects, so that only the last holder releases the storage.
 ///
-/// Only copying fills the table: storage that was never copied is not in it, costs nothing and has one
-/// holder. Nothing here throws, and nothing is locked.
+/// Storage that was never shared is not in the table: it has one holder and costs nothing. Nothing here
+/// throws, and there are no locks.
 
 namespace limber::detail {
 
-/// One more object holds `p`. Returns false when there is no memory to note it (reported through
-/// FATAL_ERROR): the copy must then not keep the pointer. Null is shared freely.
+/// One more object holds `p`. Returns false if there is no memory to count it (reported through FATAL_ERROR):
+/// the copy must then not keep the pointer. Always true for null.
 [[nodiscard]] bool share(const void* p);
 
-/// One object less holds `p`. Returns true when it was the last, which then releases the storage; true for
-/// null.
+/// One object less holds `p`. Returns true if it was the last one, which must then release the storage.
+/// Always true for null.
 [[nodiscard]] bool unshare(const void* p);
 
-/// Number of objects that hold `p`: 1 for storage that was never copied.
+/// The number of objects that hold `p`: 1 for storage that was never shared.
 int holders(const void* p);
 
-/// Storage is released (or handed over) whoever else held it: a later object at the same address starts anew.
-void forgetHolders(const void* p);
-
-/// `p` lets go of its object, which is deleted when nobody else holds it. Null afterwards.
+/// Releases the object that `p` points to, which is deleted if it has no other holder. `p` becomes null.
 template <class T>
 void dropShared(T*& p) {
   if (unshare(p)) delete p;
   p = nullptr;
 }
 
-/// `to` lets go of its object and holds that of `from` beside it; null when that cannot be noted.
+/// Releases the object of `to` and makes `to` share the object of `from`. `to` becomes null if there is no
+/// memory to count it.
 template <class T>
 void copyShared(T*& to, T* from) {
   if (to == from) return;

@@ -2,9 +2,9 @@
 
 /// @file
 /// Loops that are compiled a second time, for 256-bit registers (AVX2), with the same operations and so the
-/// same bits. LIMBER_WIDE marks the second form of a function, which is called only where
-/// useWideVectors(). Not on Windows, where g++ does not align the stack for wide vectors. (Not as
-/// target_clones: clang exports their resolvers whatever the visibility.)
+/// same bits. LIMBER_WIDE marks the second form of a function, which may be called only if useWideVectors()
+/// is true. Windows has no second forms, because g++ does not align the stack for wide vectors there.
+/// (target_clones is not used because clang exports their resolvers whatever the visibility.)
 
 #if defined(__x86_64__) && !defined(_WIN32)
 #define LIMBER_WIDE __attribute__((target("avx2")))
@@ -14,7 +14,7 @@
 
 namespace limber::detail {
 
-/// Whether the machine runs the second forms. Asked once in each process.
+/// True if the machine can run the second forms. Tested once per process.
 inline bool useWideVectors() {
 #if defined(__x86_64__) && !defined(_WIN32)
   static const bool supported = [] {
