@@ -11,7 +11,7 @@ void AIPSWriter::stroke() { apr("S\n"); }
 void AIPSWriter::fill() { apr("f\n"); }
 void AIPSWriter::closeFillAndStroke() { apr("b\n"); }
 
-// The box is in page points already and is not transformed again.
+// The box is already in page points and is not transformed again.
 void AIPSWriter::boxPath(double inset) {
   const AIPSMatrix t = current();
   const double x0 = t.x0 + inset, y0 = t.y0 + inset, x1 = t.x1 - inset, y1 = t.y1 - inset;
@@ -48,7 +48,7 @@ void AIPSWriter::L(double x, double y) {
   apr("%g %g L ", X, Y);
 }
 
-// Polylines. A template call knows how many coordinates it has; the C form takes them as they come.
+// Polylines. The templates know how many coordinates a call has; the C forms trust the count.
 
 int AIPSWriter::points(int announced, std::size_t coordinates) const {
   const int present = static_cast<int>(coordinates / 2);
@@ -127,8 +127,8 @@ void AIPSWriter::closedLine(int n, ...) {
   va_end(pairs);
 }
 
-// The commonest path: the bytes of line() with two points, formatted in one call, which takes a quarter less
-// time.
+// The most common path. It writes the bytes of line() with two points, but formats them in one call, which
+// takes a quarter less time.
 void AIPSWriter::line2(double x1, double y1, double x2, double y2) {
   double X1, Y1, X2, Y2;
   transform(x1, y1, X1, Y1);
@@ -169,7 +169,7 @@ void AIPSWriter::tick(double x, double y, double r) {
   apr("%g %g m %g %g L S %g %g m %g %g L S\n", X + r, Y + r, X - r, Y - r, X - r, Y + r, X + r, Y - r);
 }
 
-// The fixed line also sets the fill to black and the width to 1, for the text and for what follows it.
+// This line also sets the fill to black and the width to 1, for the text and for everything after it.
 void AIPSWriter::text(double x, double y, const char* string, double size, const char* font) {
   double X, Y;
   transform(x, y, X, Y);

@@ -37,7 +37,7 @@ AIPSWriter& AIPSWriter::operator=(const AIPSWriter& other) {
 AIPSWriter::~AIPSWriter() { delete[] finish(nullptr); }
 
 void AIPSWriter::init(FILE* file, const char* fileName, int x0, int y0, int x1, int y1) {
-  // Both arguments may be this writer's own.
+  // Both arguments may be fields of this writer.
   char* const oldName = finish(file);
   using limber::detail::FileKind;
   const FileKind kind = fileName ? limber::detail::fileKind(fileName) : FileKind::Other;
@@ -51,8 +51,7 @@ void AIPSWriter::init(FILE* file, const char* fileName, int x0, int y0, int x1, 
   name = fileName ? nameString(fileName) : nullptr;
   delete[] oldName;
 
-  // The prolog is empty and the bounding box is that of the page, whatever the writer's own box is: readers
-  // of these drawings expect both.
+  // Contract: the prolog is empty, and the bounding box is that of the page, not the writer's box.
   apr("%%!PS-Adobe-3.0 \n");
   apr("%%%%Creator: Adobe Illustrator(r) 6.0\n");
   apr("%%%%BoundingBox: 0 0 504 720\n");
@@ -69,8 +68,8 @@ void AIPSWriter::init(FILE* file, const char* fileName, int x0, int y0, int x1, 
   reset();
 }
 
-// What stands for this drawing in the count of sharers. The stream is counted for itself: a writer that
-// begins anew on it shares it still.
+// The key under which the holders of this drawing are counted. The stream is counted separately, because a
+// writer that begins a new drawing on it still shares it.
 const void* AIPSWriter::identity() const { return name ? name : reinterpret_cast<const char*>(stream) + 1; }
 
 void AIPSWriter::join(const AIPSWriter& other) {
@@ -95,8 +94,8 @@ void AIPSWriter::join(const AIPSWriter& other) {
   stack = other.stack;
 }
 
-// Lets go of the drawing, which the last to do so completes and closes, unless it is on `kept`. Returns the
-// name when nobody holds it any more: the caller deletes it.
+// Releases the drawing. The last holder completes and closes it, unless its stream is `kept`. Returns the
+// name if no other writer holds it: the caller then deletes it.
 char* AIPSWriter::finish(FILE* kept) {
   while (stack.cell) pop();
   if (!stream) return nullptr;

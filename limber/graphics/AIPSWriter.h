@@ -13,17 +13,18 @@
 
 class Pnt3;
 
-/// Writes each drawing call at once to a stream, as Illustrator operators. The caller draws in coordinates of
-/// its own; the stack of AIPSMatrix maps them to page points (1/72 inch, y upwards). Numbers are written with
-/// %g in the "C" locale. Red, green and blue become cyan, magenta and yellow; components above 1.01 count as
-/// 0-255.
+/// Writes each drawing call immediately to a stream, as Illustrator operators. The caller draws in user
+/// coordinates; the stack of AIPSMatrix maps them to page points (1/72 inch, y upwards). Numbers are written
+/// with %g in the "C" locale. Red, green and blue become cyan, magenta and yellow; components above 1.01
+/// count as 0-255.
 ///
-/// Copies share the stream, the name and the part of the coordinate stack they had in common; the last of
-/// them writes the trailer and closes. When there is no memory to note a copy, this is reported, and the copy
-/// holds nothing and draws nothing. With an empty stack, drawing goes on with an identity matrix.
+/// Copies share the stream, the name and the matrices that were on the coordinate stack when they were
+/// copied; the last of them writes the trailer and closes the stream. If there is no memory to count a copy,
+/// that is reported, and the copy holds nothing and draws nothing. With an empty stack, drawing uses an
+/// identity matrix.
 class LIMBER_API AIPSWriter {
  public:
-  FILE* stream;             ///< the output; standard output when no file could be opened
+  FILE* stream;             ///< the output; standard output if no file could be opened
   List<AIPSMatrix*> stack;  ///< the coordinate stack, the current matrix first; owned
   char* name;               ///< the file's name, for the closing message; null without one
   int groupCount;           ///< open groups
@@ -36,31 +37,31 @@ class LIMBER_API AIPSWriter {
   AIPSWriter(const AIPSWriter& other);
   AIPSWriter& operator=(const AIPSWriter& other);
   /// Writes the trailer, prints "AIPS finished file NAME" through the standard-output channel and closes the
-  /// stream. Groups left open are warned of ("Bogus group count at AIPS close!").
+  /// stream. If groups are still open, it warns ("Bogus group count at AIPS close!").
   ~AIPSWriter();
 
   /// Begins a drawing: removes an existing regular file of that name, opens it, writes the header, pushes a
-  /// matrix with the box and resets the pen. A file that is the very stream handed in is not removed.
-  /// Character devices such as /dev/null are opened as they are. What else has that name (a directory, a
-  /// FIFO) is left alone and counts as a file that cannot be opened. Without a stream reports "Bad file to
-  /// AIPSWriter" and writes to standard output. A drawing begun before is completed first; the new one may go
-  /// on in its stream.
+  /// matrix with the box and resets the pen. A file that `file` itself has open is not removed. Character
+  /// devices such as /dev/null are opened and not removed. Anything else with that name (a directory, a FIFO)
+  /// is not touched and counts as a file that cannot be opened. Without a stream it reports "Bad file to
+  /// AIPSWriter" and writes to standard output. A drawing in progress is completed first; the new one may
+  /// continue on its stream.
   void init(FILE* file, const char* fileName, int x0, int y0, int x1, int y1);
 
   /// The current matrix, null when the stack is empty.
   AIPSMatrix* top() const;
   /// Pushes a copy of the current matrix.
   void push();
-  /// Drops the current matrix; an empty stack stays empty.
+  /// Removes the current matrix; an empty stack stays empty.
   void pop();
   /// User to page coordinates: X = a x + b y + tx, Y = (c + d) y + ty; below 0.001 in magnitude they become
   /// 0. Y deliberately adds c and d and leaves x out: drawings are scaled and flipped, never turned.
   void transform(double x, double y, double& X, double& Y) const;
-  /// The box becomes the user rectangle at (x, y) of size w by h, the origin its first corner.
+  /// The box becomes the user rectangle at (x, y) of size w by h, and its first corner becomes the origin.
   void setBox(double x, double y, double w, double h);
   /// Makes y grow downwards within the box.
   void flipBox();
-  /// Gives the box the height r times its width: y1 = y0 + (x1 - x0) r.
+  /// Sets the height of the box to r times its width: y1 = y0 + (x1 - x0) r.
   void forceAspect(double r);
   /// Scales so that the box spans w by h user units.
   void setCoords(double w, double h);
@@ -76,7 +77,7 @@ class LIMBER_API AIPSWriter {
   void setLineJoin(int join);
   void strokeGray(double value);
   void fillGray(double value);
-  /// `colourName` makes it a named custom colour; written as it is, without escaping.
+  /// `colourName` makes it a named custom colour; the name is written without escaping.
   void strokeRGB(double r, double g, double b, const char* colourName = 0);
   void fillRGB(double r, double g, double b, const char* colourName = 0);
   void strokeRGB(const Pnt3& colour);
@@ -90,7 +91,7 @@ class LIMBER_API AIPSWriter {
   /// The outline and the area of the current box.
   void strokeBox();
   void fillBox();
-  /// Clips to the current box, made smaller by `inset` points on each side, until clipBoxEnd.
+  /// Until clipBoxEnd, clips to the current box made smaller by `inset` points on each side.
   void clipBoxStart(double inset);
   void clipBoxEnd();
 
@@ -98,19 +99,20 @@ class LIMBER_API AIPSWriter {
   void m(double x, double y);
   void L(double x, double y);
 
-  /// An open polyline through n points given as n pairs of doubles x, y; n < 1 writes the stroke alone.
+  /// An open polyline through n points given as n pairs of doubles x, y; n < 1 writes only the stroke.
   void line(int n, ...);
   /// Closed polygons: filled; filled and stroked; stroked. At least one pair must follow n: the first point
   /// is written even when n is below 1.
   ///
-  /// A call with no coordinates at all reaches these four, because C++ cannot tell it from one with variable
-  /// arguments. g++ counts the arguments and has the missing points reported, as below; with other compilers,
-  /// and through a pointer to member, such a call reads arguments that are not there unless it is line(0).
+  /// A call without any coordinates selects these four functions, because C++ cannot tell it from one with
+  /// variable arguments. g++ counts the arguments and reports the missing points, as below. With other
+  /// compilers, and through a pointer to member, such a call reads arguments that do not exist, unless it is
+  /// line(0).
   void poly(int n, ...);
   void polyAndStroke(int n, ...);
   void closedLine(int n, ...);
-  /// The four forms that calls with coordinates reach: numbers of any type are converted to double, and a
-  /// pair that n announces but the call does not have is left out and reported.
+  /// Calls with coordinates select these four forms: numbers of any type are converted to double, and if n
+  /// announces more pairs than the call has, the missing ones are left out and reported.
   template <class X, class... Coordinates>
   void line(int n, X x, Coordinates... rest) {
     static_assert(sizeof...(rest) % 2 == 1, "coordinates come in pairs");
@@ -145,12 +147,13 @@ class LIMBER_API AIPSWriter {
   void dot(double x, double y, double r);
   /// A cross of half size r in page points.
   void tick(double x, double y, double r);
-  /// Text of `size` points at (x, y). The string is written as it is: escaping ( ) and \ is the caller's.
+  /// Text of `size` points at (x, y). The string is written without changes: the caller must escape ( ) and
+  /// \.
   void text(double x, double y, const char* string, double size, const char* font);
 
   /// Formats to the stream in the "C" locale; all output goes through it.
   void apr(const char* format, ...) LIMBER_PRINTF(2, 3);
-  /// v / 255 when v exceeds 1.01, else v.
+  /// v / 255 if v exceeds 1.01, else v.
   double normColor(double v) const;
 
  private:
@@ -169,7 +172,7 @@ class LIMBER_API AIPSWriter {
 };
 
 #if defined(__GNUC__) && !defined(__clang__) && !defined(_WIN32) && !defined(LIMBER_BUILDING)
-// Bodies that are only ever inlined; the functions themselves are the library's.
+// These bodies are always inlined; the library contains the functions themselves.
 #define LIMBER_COUNTED(name, announced, paint)                                          \
   inline __attribute__((gnu_inline, always_inline)) void AIPSWriter::name(int n, ...) { \
     if (__builtin_va_arg_pack_len() == 0) return drawNothing(announced, paint);         \

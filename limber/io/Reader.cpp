@@ -22,14 +22,14 @@ constexpr int requestSize = 1024;
 constexpr int wordSize = sizeof(Reader::word);
 constexpr std::size_t leastNameSize = 512;
 
-// A word of 512 characters has its terminator in the field behind it, which getWord has cleared.
+// The terminator of a word of 512 characters is in the next field, which getWord has cleared.
 static_assert(offsetof(Reader, lastWordValid) == offsetof(Reader, word) + wordSize, "no gap behind word");
 static_assert(offsetof(Reader, linePos) == offsetof(Reader, line) + sizeof(Reader::line), "no gap");
 static_assert(offsetof(Reader, word) == offsetof(Reader, linePos) + sizeof(Reader::linePos), "no gap");
 
-/// Signed on every machine, so that bytes from 128 to 255 are white: deliberate.
+/// Contract: signed on every machine, so that bytes from 128 to 255 are white.
 bool isPrintable(char c) { return static_cast<signed char>(c) > ' '; }
-/// Of a pair of line ends such as CR LF, each byte is one of these; a zero byte is not.
+/// True for the bytes that can be part of a pair of line ends such as CR LF, which excludes zero bytes.
 bool mayPair(char c) { return static_cast<unsigned char>(c - 10) <= 10; }
 
 }  // namespace
@@ -71,7 +71,7 @@ Reader::Reader(const Reader& other) { shareWith(other); }
 
 Reader& Reader::operator=(const Reader& other) {
   if (this == &other) return *this;
-  // The other holds the same stream or name where they are shared already, so nothing is released too early.
+  // If the two already share a stream or name, `other` still holds it, so nothing is released too early.
   release();
   shareWith(other);
   return *this;
@@ -82,7 +82,7 @@ Reader::~Reader() {
   more = 0;
 }
 
-/// Everything zero, the arrays too: they are looked at before they are filled (see gets and bgets).
+/// Zeroes everything, including the arrays, because gets and bgets read them before they are filled.
 void Reader::clear() {
   more = lineNo = linePos = lastWordValid = bufCount = bufPos = 0;
   file = nullptr;
@@ -124,12 +124,12 @@ void Reader::shareWith(const Reader& other) {
   std::memcpy(buf, other.buf, sizeof buf);
 }
 
-/// The request is smaller than the buffer, deliberately: bgets looks at the byte behind the last one.
+/// The request is smaller than the buffer, because bgets reads the byte after the last one.
 int Reader::fillBuffer() {
   const auto stream = static_cast<gzFile>(file);
   bufPos = 0;
   bufCount = gzread(stream, buf, requestSize);
-  // A read of nothing ends the file also where gzeof does not say so, or a loop over lines would never end.
+  // A read of 0 bytes ends the file even if gzeof is false; otherwise a loop over lines would never end.
   if (gzeof(stream) || bufCount == 0) more = 0;
   if (bufCount > static_cast<int>(sizeof buf)) {
     limber::detail::ReportSite{"Reader", 234}.error("Read too many bytes from gunzip - overflowed buffer!");
@@ -145,8 +145,8 @@ int Reader::fillBuffer() {
 
 bool Reader::streamDone() const { return !more && bufPos >= bufCount; }
 
-// zlib says "end of file" with the read that delivers the last bytes, while their lines are still to come:
-// the end is reached when those are used up too.
+// zlib reports the end of the file with the read that delivers the last bytes, whose lines have not been
+// returned yet. The end is reached when those are used up too.
 bool Reader::atEnd() const { return line[linePos] == 0 && streamDone(); }
 
 char* Reader::bgets(char* dst, int size) {
@@ -155,7 +155,7 @@ char* Reader::bgets(char* dst, int size) {
     *dst = 0;
     return nullptr;
   }
-  if (size == 1) {  // no room for a character, but one is taken
+  if (size == 1) {  // there is no room for a character, but one is consumed
     char taken[2];
     bgets(taken, 2);
     *dst = 0;
@@ -174,8 +174,8 @@ char* Reader::bgets(char* dst, int size) {
     if (n < run || bufCount == 0) {  // a line end, a zero byte, or nothing more to read
       *to++ = 0;
       if (bufCount && mayPair(buf[bufPos++])) {
-        // The second byte of a pair such as CR LF. At the end of what was read it is looked for without
-        // reading more, deliberately: a pair that falls there gives an empty line.
+        // The second byte of a pair such as CR LF. Contract: at the end of the buffer no more is read to find
+        // it, so a pair that is split there gives an empty line.
         if (bufPos < static_cast<int>(sizeof buf) && mayPair(buf[bufPos])) bufPos++;
       }
       break;
@@ -201,13 +201,13 @@ int Reader::ok() const { return !atEnd(); }
 int Reader::damaged() const {
   if (!file || !atEnd()) return 0;
   const auto stream = static_cast<gzFile>(file);
-  // A file that is cut off ends like a complete one as far as gzread and gzeof go; only gzerror knows.
+  // For gzread and gzeof, a file that is cut off ends like a complete one; only gzerror tells them apart.
   int error = Z_OK;
   gzerror(stream, &error);
   return error != Z_OK || !gzeof(stream);
 }
 
-/// Goes on to the next printable character, over line ends.
+/// Advances to the next printable character, across line ends.
 void Reader::skipWhite() {
   do {
     if (line[linePos])
@@ -241,8 +241,8 @@ char Reader::getNonWS() {
 const char* Reader::gets() {
   while (!atEnd()) {
     if (!advance()) return nullptr;
-    // Not the line alone: deliberately everything from line through word, whatever an earlier line or word
-    // left.
+    // Contract: looks at everything from `line` through `word`, including what earlier lines or words left
+    // there.
     const auto* const bytes = reinterpret_cast<const char*>(this);
     for (std::size_t i = offsetof(Reader, line); i < offsetof(Reader, lastWordValid); i++) {
       if (isPrintable(bytes[i])) return line;
@@ -251,21 +251,21 @@ const char* Reader::gets() {
   return nullptr;
 }
 
-/// Copies the next word and goes behind it; its length, 0 at end.
+/// Copies the next word and advances past it. Returns its length, 0 at the end.
 inline int Reader::takeWord() {
   lastWordValid = 0;
   if (!isPrintable(line[linePos])) {
     if (!atEnd()) skipWhite();
     if (!isPrintable(line[linePos])) return 0;
   }
-  // The loads may run into the fields behind `line`; the stores stay in `word`.
+  // The loads may read the fields after `line`; the stores stay in `word`.
   const char* const from = reinterpret_cast<const char*>(this) + offsetof(Reader, line) + linePos;
   const int length = limber::detail::copyWord(from, word, wordSize);
   linePos += length;
   return length;
 }
 
-/// The white character behind the word, which getc would return, and the white run that it takes along.
+/// Consumes the white character after the word, as getc would, with the run of white characters that follows.
 inline void Reader::endWord() {
   const char* const at = line + linePos;
   if (at[0] && isPrintable(at[1]))
@@ -287,19 +287,19 @@ int Reader::matchWord(const char* expected, int complain) {
     return 0;
   }
   if (limber::strcasecmp(expected, found) == 0) return 1;
-  // Also without `complain`, deliberately.
+  // Contract: printed even if `complain` is 0.
   stderrPrintf("Expecting `%s' but found `%s'! (on line %d)\n", expected, found, lineNo);
   return 0;
 }
 
-/// Whether the word begins with a digit or '-'. The set of characters is a bit mask, because signs come at
-/// random and a branch on them would go wrong half the time.
+/// True if the word begins with a digit or '-'. The set of characters is a bit mask, because signs are random
+/// and a branch on them would be mispredicted half the time.
 inline bool Reader::isNumber() const {
   const unsigned fromMinus = static_cast<unsigned>(word[0] - '-');
   return fromMinus <= '9' - '-' && (0x1ff9u >> fromMinus & 1);
 }
 
-/// The rest of a failed getInt or getReal, of the kind "int" or "Real": 0, and the message.
+/// The end of a failed getInt or getReal: prints the message and returns 0. `kind` is "int" or "Real".
 int Reader::refuseNumber(const char* kind, int length, int complain) {
   if (!length) {
     if (complain) stderrPrintf("Expecting %s, found EOF\n", kind);

@@ -27,7 +27,7 @@ struct Gz {
   static Stream open(const char* path, const char* mode) { return gzopen(path, mode); }
 };
 
-/// A directory opens for reading on some systems; it is not a file that was found.
+/// On some systems a directory can be opened for reading, but it does not count as a file.
 template <class Kind>
 typename Kind::Stream tryOpen(const char* path, const char* mode) {
   if (limber::detail::isDirectory(path)) return nullptr;
@@ -37,7 +37,7 @@ typename Kind::Stream tryOpen(const char* path, const char* mode) {
 template <class Kind>
 typename Kind::Stream openAlong(const char* searchPath, const char* name, char* pathOut, const char* mode) {
   if (!name || !pathOut || !mode) return nullptr;
-  // Only a leading '/' makes a name absolute, deliberately: no drive letter, no backslash does.
+  // Contract: only a leading '/' makes a name absolute; a drive letter or a backslash does not.
   PathList list(name[0] == '/' ? "" : searchPath, PathSyntax::Search);
   typename Kind::Stream stream;
   do {
@@ -77,7 +77,7 @@ typename Kind::Stream findAlong(const char* baseDirs, const char* subPaths, cons
       continue;
     }
     stdoutPrintf("%s IS a directory!\n", pathOut);
-    // A '/' always follows, deliberately, also where the base ends in one.
+    // Contract: a '/' always follows, even if the base ends in one.
     char* const baseEnd = appendText(end, "/");
     if (const auto stream = openBelow<Kind>(subPaths, name, pathOut, baseEnd, mode)) return stream;
   } while (!bases.used());
@@ -107,7 +107,7 @@ FILE* findPath(const char* baseDirs, const char* subPaths, const char* name, cha
 
 void* gzFindPath(const char* baseDirs, const char* subPaths, const char* name, char* pathOut,
                  const char* mode) {
-  // On the gzopenp route a text mode is reported twice, once by each function, deliberately.
+  // Contract: if this calls gzopenp, a text mode is reported twice, once by each function.
   wantBinary(mode, {"SearchP", 159}, "Non-Binary mode to gz find path!");
   if (!baseDirs) return gzopenp(subPaths, name, pathOut, mode);
   return findAlong<Gz>(baseDirs, subPaths, name, pathOut, mode);

@@ -4,19 +4,19 @@
 /// Opening a file by trying it in each directory of a search path, as a stdio stream or as a zlib stream
 /// (which reads plain and gzip-compressed files alike).
 ///
-/// Every function writes each candidate into `pathOut`, which must have room for the longest: the length of
-/// the list, of the sub-paths and of the name, and three more. It is left holding the last candidate tried,
-/// on success the path that was opened. A candidate that is a directory does not count as found. An empty
-/// list stands for one empty element; an empty element at the end of a longer list is not tried.
+/// Every function writes each candidate into `pathOut`, which must have room for the longest: the sum of the
+/// lengths of the list, the sub-paths and the name, plus three. Afterwards it holds the last candidate, which
+/// on success is the path that was opened. A directory does not count as found. An empty list means one empty
+/// element; an empty element at the end of a longer list is not tried.
 
 #include <cstdio>
 
 #include "limber/Api.h"
 
 /// Tries `name` in each element of `searchPath`; null when nothing opens. Elements are separated by ';' and
-/// by
-/// ':', but a ':' that is the second character of an element belongs to it (a drive letter), unless the first
-/// is '.'. A name that begins with '/' is tried once, as it stands; so is any name when `searchPath` is null.
+/// by ':', but a ':' that is the second character of an element belongs to it (a drive letter), unless the
+/// first is '.'. A name that begins with '/' is tried once, unchanged; so is any name if `searchPath` is
+/// null.
 LIMBER_API FILE* fopenp(const char* searchPath, const char* name, char* pathOut, const char* mode);
 /// The same through gzopen; the result is a gzFile. A mode without 'b' is reported and used all the same.
 LIMBER_API void* gzopenp(const char* searchPath, const char* name, char* pathOut, const char* mode);

@@ -10,7 +10,7 @@ class LIMBER_API EulerSolver : public OdeSolver {
   Vector* work;
 
   explicit EulerSolver(Integrand* integrand);
-  /// Deliberately stores size + 1, one more than asked for.
+  /// Contract: stores size + 1.
   EulerSolver(Integrand* integrand, int size);
   EulerSolver(const EulerSolver&);
   EulerSolver& operator=(const EulerSolver&);

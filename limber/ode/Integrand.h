@@ -13,7 +13,7 @@ class LIMBER_API Integrand {
   Integrand(const Integrand&);
   Integrand& operator=(const Integrand&);
 
-  /// dxdt = f(x, t), overwriting. `dxdt` comes with the size of `x`. The solvers do not look at the result.
+  /// dxdt = f(x, t), overwriting. The solvers pass a `dxdt` with the size of `x` and ignore the return value.
   /// This base version reports "Evaluate generic Integrand" and returns 0.
   virtual int fprime(Vector* x, double t, Vector* dxdt);
 };

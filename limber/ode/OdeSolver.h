@@ -7,21 +7,22 @@ class Vector;
 
 LIMBER_FIXED_TABLE_BEGIN
 
-/// An explicit one-step integrator of x' = f(x, t). Nothing is checked: neither the step size, nor what the
-/// integrand returns. Each solver has work vectors. Copies of it share them, so copies must not step at the
-/// same time, and the last copy releases them. There is no virtual destructor, because the virtual table has
-/// no place for one: delete a solver as the class that it is, never through a pointer to OdeSolver.
+/// An explicit one-step integrator of x' = f(x, t). Nothing is checked, not even the step size or the values
+/// that the integrand returns. Each solver has work vectors. Copies of it share them, so copies must not step
+/// at the same time, and the last copy releases them. There is no virtual destructor, because the virtual
+/// table has no place for one: delete a solver through a pointer to its own class, never through a pointer to
+/// OdeSolver.
 class LIMBER_API OdeSolver {
  public:
   Integrand* f;  ///< not owned
-  int n;         ///< the size that work vectors start with; they grow with the state
+  int n;         ///< the initial size of the work vectors; they grow with the state
 
   LIMBER_INLINE OdeSolver(Integrand* integrand, int size) : f(integrand), n(size) {}
   OdeSolver(const OdeSolver&);
   OdeSolver& operator=(const OdeSolver&);
 
-  /// Advances `x` in place from time t to t + dt; without an integrand nothing moves. Overrides return 0.
-  /// This base version reports "Generic solver can't solve", leaves x as it is and returns 0.
+  /// Advances `x` in place from time t to t + dt; without an integrand, x does not change. Overrides return
+  /// 0. This base version reports "Generic solver can't solve", does not change x and returns 0.
   virtual int step(Vector* x, double t, double dt);
 };
 

@@ -8,14 +8,14 @@ using limber::detail::WorkVectors;
 
 namespace {
 
-// The passes over the elements: no two arrays overlap. They are compiled a second time for wider registers,
-// which long states use where the machine has them (measured: a step of 1000 elements takes a fifth less); an
-// element's operations are the same in both, and so are the bits. (Short states would wait for the narrow
-// stores of the integrand to reach the wide loads.)
+// The passes over the elements. No two arrays overlap. They are compiled a second time for wider registers,
+// which are used for long states if the machine has them (measured: a step of 1000 elements takes a fifth
+// less time). The operations on each element are the same in both forms, and so are the bits. Short states do
+// not use them, because their wide loads would wait for the narrow stores of the integrand.
 
 constexpr int wideFrom = 16;
 
-// k *= dt; stage = x + k, or x + k/2 where halved.
+// k *= dt; stage = x + k, or x + k/2 if `halved`.
 template <bool halved>
 inline __attribute__((always_inline)) void stagePass(int size, const double* __restrict__ x, double dt,
                                                      double* __restrict__ k, double* __restrict__ stage) {
@@ -52,8 +52,8 @@ LIMBER_WIDE void wideSumPass(int size, double* x, double dt, const double* k1, c
   sumPass(size, x, dt, k1, k2, k3, k4);
 }
 
-// The same on vectors. Where an integrand has changed a size, the common part counts, in the operations of
-// Vector, whose bits are those of the passes above.
+// The same on vectors. If an integrand has changed a size, the operations of Vector work on the common part,
+// with the same bits as the passes above.
 
 template <bool halved>
 void nextStage(const Vector* x, double dt, Vector* k, Vector* stage) {

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Text in pieces of eight or sixteen bytes. In masks of eight bytes only the lowest marked byte is reliable;
-/// higher marks may be false positives. An empty mask is exact.
+/// Processes text in pieces of eight or sixteen bytes. In masks of eight bytes only the lowest marked byte is
+/// reliable; higher marks may be false positives. An empty mask is exact.
 
 #include <cstdint>
 #include <cstring>
@@ -24,21 +24,20 @@ inline std::uint64_t load8(const char* from) {
 }
 inline void store8(char* to, std::uint64_t bytes) { std::memcpy(to, &bytes, sizeof bytes); }
 
-/// Marks white bytes: up to 32, and from 128 on.
+/// Marks white bytes: those up to 32 and those from 128 on.
 inline std::uint64_t whites(std::uint64_t bytes) { return ((bytes - 33 * everyByte) | bytes) & highBits; }
 
-/// Number of bytes before the first (in memory) that `mask` marks; 8 for none.
+/// The number of bytes before the first one, in memory order, that `mask` marks; 8 if it marks none.
 inline int before(std::uint64_t mask) { return mask ? __builtin_ctzll(mask) / 8 : 8; }
 
-/// Whether a byte ends a line: zero, or from 10 to 20.
+/// True if a byte ends a line: zero, or from 10 to 20.
 inline bool endsLine(char c) { return c == 0 || static_cast<unsigned char>(c - 10) <= 10; }
 
 #ifdef __SSE2__
 inline __m128i load16(const char* from) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)); }
 inline void store16(char* to, __m128i bytes) { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes); }
 
-/// The first `n` (below 16) bytes of `bytes` and a zero behind them over those at `to`: n + 1 bytes in all
-/// change.
+/// Stores the first `n` (below 16) bytes of `bytes` and a zero at `to`: exactly n + 1 bytes change.
 inline void storeTerminated(char* to, __m128i bytes, int n) {
   static constexpr char onesThenZeros[32] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
   const __m128i copied = load16(onesThenZeros + 16 - n), changed = load16(onesThenZeros + 15 - n);
@@ -46,8 +45,8 @@ inline void storeTerminated(char* to, __m128i bytes, int n) {
 }
 #endif
 
-/// Copies the bytes before the first that ends a line, at most `size`, and returns how many they are. Of what
-/// lies behind them at `to`, only the next byte may change.
+/// Copies the bytes before the first one that ends a line, at most `size`, and returns their number. After
+/// them at `to`, only the next byte may change.
 inline int copyLine(const char* from, char* to, int size) {
   int n = 0;
 #ifdef __SSE2__
@@ -67,9 +66,9 @@ inline int copyLine(const char* from, char* to, int size) {
   return n;
 }
 
-/// Copies the characters before the next white one, at most `size` (a multiple of 16), and a zero behind them
-/// if fewer; later bytes of `to` keep their values. Returns how many were copied. `from` is read in pieces of
-/// up to 16 bytes.
+/// Copies the characters before the next white one, at most `size` (a multiple of 16), and a zero after them
+/// if there are fewer. Later bytes of `to` keep their values. Returns how many were copied. `from` is read in
+/// pieces of up to 16 bytes.
 inline int copyWord(const char* from, char* to, int size) {
 #ifdef __SSE2__
   for (int n = 0; n < size; n += 16) {

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The one splitter of path lists, behind all openers.
+/// Splits path lists, for all functions that open files.
 
 namespace limber::detail {
 
@@ -11,13 +11,14 @@ enum class PathSyntax {
   SubPaths,  ///< separated by ';'
 };
 
-/// Walks the elements of a list. There is always a first one, empty for a null or empty list; after it an
-/// element exists as long as characters are left behind a separator, so an empty last one is never given.
+/// Iterates over the elements of a list. There is always a first one, which is empty for a null or empty
+/// list. Another element follows if there are characters after the separator, so an empty last element is
+/// never returned.
 class PathList {
  public:
   PathList(const char* list, PathSyntax syntax) : rest_(list ? list : ""), syntax_(syntax) {}
 
-  /// Copies the next element to `out`, terminated, and returns the place of its terminator.
+  /// Copies the next element to `out` with a terminator, and returns the address of the terminator.
   char* next(char* out);
   bool used() const { return *rest_ == 0; }
 
@@ -28,8 +29,8 @@ class PathList {
   PathSyntax syntax_;
 };
 
-/// Appends '/' to the directory that ends at `end`, unless it is empty or has one. A backslash is not one,
-/// deliberately. Returns the new end.
+/// Appends '/' to the directory that ends at `end`, unless it is empty or ends in '/'. Contract: a backslash
+/// does not count as '/'. Returns the new end.
 char* appendSlash(const char* start, char* end);
 /// Copies `text` to `end`, terminated, and returns the new end.
 char* appendText(char* end, const char* text);

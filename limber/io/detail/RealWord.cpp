@@ -38,32 +38,33 @@ constexpr std::uint64_t wholePowers[] = {1u,
                                          100000000000000000u,
                                          1000000000000000000u,
                                          10000000000000000000u};
-/// Integers of so many digits fit into 64 bits.
+/// Integers with this number of digits fit into 64 bits.
 constexpr int longest = 19;
 constexpr std::uint64_t exactIntegers = UINT64_C(1) << 53;
 
 constexpr std::uint64_t zeros = '0' * everyByte;
 constexpr std::uint64_t points = ('.' ^ '0') * everyByte;
 
-/// Marks the points among eight characters that are xored with '0'; only the lowest mark is reliable.
+/// Marks the points among eight characters that have been xored with '0'. Only the lowest mark is reliable.
 std::uint64_t pointMarks(std::uint64_t characters) {
   const std::uint64_t other = characters ^ points;  // zero for a point
   return (other - everyByte) & ~other & highBits;
 }
 
-/// High bits for the bytes that are no digits, of characters xored with '0'. All are below 128, so nothing is
-/// carried.
+/// Sets the high bits of the bytes that are not digits, in characters that have been xored with '0'. All
+/// bytes are below 128, so the sums do not carry into the next byte.
 std::uint64_t wrongDigits(std::uint64_t digits) { return (digits + (0x80 - 10) * everyByte) & highBits; }
 
-/// The number of eight digits, the first in the lowest byte, each 0 to 9: neighbours are joined into numbers
-/// of two, four and eight digits.
+/// The number with these eight digits, each 0 to 9, the first one in the lowest byte: joins neighbours into
+/// numbers of two, four and eight digits.
 std::uint64_t joined(std::uint64_t digits) {
   digits = (digits * (10 << 8 | 1)) >> 8 & UINT64_C(0x00ff00ff00ff00ff);
   digits = (digits * (100 << 16 | 1)) >> 16 & UINT64_C(0x0000ffff0000ffff);
   return (digits * (UINT64_C(10000) << 32 | 1)) >> 32;
 }
 
-/// The number of `count` digits, 0 for none; marks in `wrong` the characters that are none.
+/// The number with these `count` digits, 0 if there are none. Marks characters that are not digits in
+/// `wrong`.
 inline std::uint64_t number(const char* at, int count, std::uint64_t& wrong) {
   if (count == 0) return 0;
   const int head = (count - 1) % 8 + 1;
@@ -82,14 +83,14 @@ constexpr double signs[] = {1.0, -1.0};
 constexpr std::int64_t wholeSigns[] = {1, -1};
 
 /// +-integer / 10^power for an integer up to 2^53. Both are exact, so the division rounds once (Clinger
-/// 1990). The sign goes in before it, whatever way that is set to round; the zero keeps it too.
+/// 1990). The sign is set before the division, so that every rounding mode works; a zero keeps its sign too.
 double exactQuotient(bool negative, std::uint64_t integer, int power) {
   return signs[negative] * static_cast<double>(static_cast<std::int64_t>(integer)) / exactPowers[power];
 }
 
 #ifdef __SIZEOF_INT128__
-/// +-integer / 10^power, rounded once: 62 bits or more of the quotient are found, and the last of them also
-/// stands for the remainder, so that the conversion to a double rounds as the exact quotient would.
+/// +-integer / 10^power, rounded once: at least 62 bits of the quotient are computed, and the last one is
+/// also set if there is a remainder, so that the conversion to a double rounds like the exact quotient.
 double quotient(bool negative, std::uint64_t integer, int power) {
   __extension__ typedef unsigned __int128 Wide;
   const int up = __builtin_clzll(integer), down = __builtin_clzll(wholePowers[power]);
@@ -105,7 +106,8 @@ double quotient(bool negative, std::uint64_t integer, int power) {
 }
 #endif
 
-/// A word of one to eight digits and points, in one piece: the digits before the point move up over it.
+/// A word of one to eight digits and points, processed in one piece: the digits before the point are moved up
+/// over it.
 inline bool shortDecimal(bool negative, const char* first, int length, double& out) {
   const std::uint64_t characters = (load8(first) ^ zeros) << (64 - 8 * length);
   const std::uint64_t marks = pointMarks(characters);
@@ -117,7 +119,7 @@ inline bool shortDecimal(bool negative, const char* first, int length, double& o
   return true;
 }
 
-/// A word of 9 to 20 characters, at most 19 of them digits, with or without a point. False for all other
+/// A word of 9 to 20 characters with or without a point, of which at most 19 are digits. False for all other
 /// words.
 __attribute__((noinline)) bool longDecimal(bool negative, const char* first, int length, double& out) {
   int point = before(pointMarks(load8(first) ^ zeros));
@@ -141,9 +143,9 @@ __attribute__((noinline)) bool longDecimal(bool negative, const char* first, int
 #endif
 }
 
-// from_chars rounds as strtod does and is several times faster. What it reads otherwise goes to strtod:
-// hexadecimal words (it stops at the x), infinities and not-a-numbers, overflow and underflow, and words with
-// no number in them.
+// from_chars rounds as strtod does and is several times faster. Words that it reads differently go to strtod:
+// hexadecimal words (it stops at the x), infinities and not-a-numbers, overflow and underflow, and words
+// without a number.
 __attribute__((noinline)) double otherWord(const char* text, const char* end, const char* terminated) {
   double value = 0.0;
   const auto [stop, error] = std::from_chars(text, end, value);

@@ -8,12 +8,13 @@
 
 namespace limber::detail {
 
-/// The work vectors of a solver, by the fields that hold them: all there, or, when memory failed, all null.
+/// References to the fields that hold a solver's work vectors. Either all exist or, without memory, all are
+/// null.
 template <int N>
 struct WorkVectors {
   Vector** fields[N];
 
-  /// Makes the vectors with `n` entries each. A failure is reported once, at `site`, and leaves the fields
+  /// Creates the vectors with `n` elements each. A failure is reported once, at `site`, and leaves the fields
   /// null.
   void create(int n, const ReportSite& site) const {
     for (Vector** field : fields) {
@@ -25,7 +26,7 @@ struct WorkVectors {
     }
   }
 
-  /// Holds the vectors of another solver beside it.
+  /// Shares the vectors of another solver.
   void share(const Vector* const (&others)[N]) const {
     for (int i = 0; i < N; i++) copyShared(*fields[i], const_cast<Vector*>(others[i]));
     if (!complete()) drop();
@@ -35,7 +36,7 @@ struct WorkVectors {
     for (Vector** field : fields) dropShared(*field);
   }
 
-  /// Whether all vectors are there and have that size.
+  /// True if all vectors exist and have that size.
   bool fit(int size) const {
     for (Vector** field : fields) {
       if (!*field || (*field)->size() != size) return false;
@@ -43,7 +44,7 @@ struct WorkVectors {
     return true;
   }
 
-  /// Gives every vector the size of the state; false when memory failed (reported by then).
+  /// Gives every vector the size of the state. False, after a report, if there is no memory.
   bool grow(int size) const {
     for (Vector** field : fields) {
       Vector* const vector = *field;
