@@ -21,7 +21,7 @@ double bicg_zeroStep = 0.01;
 
 namespace {
 
-// More than half a percent between a value carried along and the one computed anew.
+// True if an updated value and the newly computed one differ by more than half a percent.
 bool roundedOff(double carried, double anew) { return std::fabs(anew - carried) > 0.005 * carried; }
 
 double percent(double carried, double anew) { return (anew - carried) * 100.0 / carried; }
@@ -29,7 +29,7 @@ double percent(double carried, double anew) { return (anew - carried) * 100.0 / 
 constexpr int longSolve = 1000;
 constexpr int longSolveLines = 50;
 
-// One pass: the vectors, and the numbers that its steps hand on.
+// One pass: its vectors, and the numbers that one step passes to the next.
 struct Pass {
   const SolveMatrix& A;
   SolveWatch& watch;
@@ -76,14 +76,14 @@ void Pass::makeShadow(bool asResidual) {
     A.mult(r, rr);
 }
 
-// Goes back to the best iterate when a number is not finite.
+// Restores the best iterate, because a number is not finite.
 CGIStatus Pass::singularAtBest() {
   assign(x, *best);
   rsq = bestRsq;
   return CGI_SINGULAR;
 }
 
-// The start: false, with the status, when the pass ends there.
+// Prepares the first iteration. False, with the status, if the pass ends there.
 bool Pass::start(CGIStatus& status) {
   iter = 0;
   computeResidual(r);
@@ -98,7 +98,8 @@ bool Pass::start(CGIStatus& status) {
   if (rsq < cg_tol) return false;
   if (std::fabs(rho) < cg_epsilon) {
     cgConsole("  bi-cg: initial guess at breakdown point\n");
-    // the start moves by its residual; the shadow is A r from here, whichever was asked for
+    // the start moves by its residual; from here on the shadow residual is A r, whatever shadowIsResidual
+    // says
     *x += *r;
     computeResidual(r);
     makeShadow(false);
@@ -123,8 +124,8 @@ bool Pass::start(CGIStatus& status) {
   return true;
 }
 
-// After too many steps without improvement, the last of which brought |r|^2 from `old` to rsq: goes back to
-// the best iterate and returns true.
+// `old` is |r|^2 before the last step. After too many steps without improvement, restores the best iterate
+// and returns true.
 bool Pass::giveUpWithoutProgress(double old) {
   const double relative = (rsq - old) / old;
   if (!(relative > -bicg_zeroStep)) return false;
@@ -138,8 +139,8 @@ bool Pass::giveUpWithoutProgress(double old) {
   return true;
 }
 
-// The new residual is orthogonal to the old shadow residual but for rounding. Where it is not, goes back to
-// the best iterate and returns true.
+// Except for rounding, the new residual is orthogonal to the old shadow residual. If it is not, restores the
+// best iterate and returns true.
 bool Pass::goBackWithoutConjugacy() {
   if (!(bicg_checkBiCG > 0.0)) return false;
   const double product = dot(r, rr);
@@ -152,8 +153,8 @@ bool Pass::goBackWithoutConjugacy() {
   return true;
 }
 
-// Computes the residual again from x now and then, and always before a solution is accepted. True when it is
-// accepted.
+// Recomputes the residual from x every cg_reset_resid iterations, and always before a solution is accepted.
+// True if it is accepted.
 bool Pass::confirmSolved() {
   recomputed = (cg_reset_resid != 0 && iter % cg_reset_resid == 0) || rsq < cg_tol;
   if (!recomputed) return false;
@@ -169,9 +170,9 @@ bool Pass::confirmSolved() {
   return rsq < cg_tol;
 }
 
-// Computes the next shadow residual, and rho and beta with it. False when the shadow or its product with r
-// vanishes. After the residual was computed again the shadow is made from it, and the directions start again
-// as well: they would belong to another pair of sequences.
+// Computes the next shadow residual, rho and beta. False if the shadow residual or its product with r
+// vanishes. After the residual has been recomputed, the shadow residual is derived from it, and the
+// directions start again as well, because the old ones belong to another pair of sequences.
 bool Pass::advanceShadow() {
   if (recomputed) {
     makeShadow(shadowIsResidual);
@@ -191,7 +192,7 @@ bool Pass::advanceShadow() {
   return false;
 }
 
-// Computes the directions of the next iteration. False when they vanish.
+// Computes the directions of the next iteration. False if they vanish.
 bool Pass::updateDirections() {
   if (recomputed) {
     assign(p, *r);
@@ -245,7 +246,7 @@ CGIStatus Pass::step() {
   return CGI_TOO_MANY_ITERS;
 }
 
-// Judges the iterate; CGI_TOO_MANY_ITERS means that the pass goes on.
+// Decides whether the pass ends with this iterate; CGI_TOO_MANY_ITERS means that it continues.
 CGIStatus Pass::check() {
   if (goBackWithoutConjugacy()) return CGI_BICG_ROUNDOFF;
   if (confirmSolved()) return CGI_SOLVED;
@@ -286,7 +287,7 @@ struct BiCGWork {
       best{firstLength(cgradMAXX)};
 };
 
-// Reports how a solve goes on or ends, as mcgradI does, but on the console only.
+// Reports that a solve continues or how it ends, like mcgradI, but only on the console.
 void report(const char* line, int iterations, CGIStatus status) {
   cgConsole(line, iterations, cgiToString(status));
 }

@@ -17,7 +17,7 @@
 
 namespace {
 
-// `out` or a new matrix, of the given shape and all zeros. It has no storage when there was no memory.
+// `out` or a new matrix, with the given shape and all zeros. It has no storage if there was no memory.
 ResizeMatrix* shaped(ResizeMatrix* out, int rows, int columns) {
   if (out) {
     out->grow(rows, columns);
@@ -29,7 +29,8 @@ ResizeMatrix* shaped(ResizeMatrix* out, int rows, int columns) {
   return out;
 }
 
-// A band of the stated width with its diagonal. rowOf(i, j) is the row where the dot of rows i < j is stored.
+// A band with this many off-diagonals and the diagonal. rowOf(i, j) is the row where the dot product of rows
+// i < j is stored.
 template <class RowOf>
 ResizeMatrix* buildBand(const HSpMat* J, int bandwidth, ResizeMatrix* out, const Vector* weights,
                         const Vector* damp, double shift, RowOf rowOf) {
@@ -67,7 +68,7 @@ ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* weights, Vect
 
 ResizeMatrix* buildJJtBanded(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* weights, Vector* damp,
                              double shift) {
-  // Contract: it is row i + 1 whatever the distance.
+  // Contract: it is row i + 1 at every distance.
   return buildBand(J, bandwidth, out, weights, damp, shift, [](int i, int) { return i + 1; });
 }
 
@@ -81,7 +82,7 @@ int halfBandwidth(const HSpMat* J) {
   std::size_t entries = 0;
   for (int i = 0; i < J->numRows; ++i)
     entries += J->rows[i] ? static_cast<std::size_t>(J->rows[i]->numEntries) : 0;
-  // One key for each entry: its index above its row.
+  // One key for each entry: the index in the upper bits, the row in the lower ones.
   const std::unique_ptr<std::uint64_t[]> keys(new (std::nothrow) std::uint64_t[entries]);
   if (!keys) {
     FATAL_ERROR(limber::detail::newFails);

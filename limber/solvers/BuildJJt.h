@@ -4,11 +4,11 @@
 /// The normal matrix J W J^T + diag(damp) + shift I of a row-sparse J, as a dense matrix or a band.
 ///
 /// W is the diagonal matrix of the weights, which *multiply* here, while the operator of ncgradJVJt *divides*
-/// by its mass: for a solve with masses the weights are 1/mass. Weights and damping may be null: 1 and 0.
+/// by its mass: for a solve with masses the weights are 1/mass. Null weights mean 1, null damping means 0.
 /// Sums run in ascending column order.
 ///
-/// With `out` null each builder makes a new matrix, which the caller deletes; otherwise `out` takes the
-/// shape, is overwritten whole and returned. Null, after a report, when there is no memory for a new one.
+/// If `out` is null, each builder creates a matrix, which the caller deletes; otherwise `out` gets the shape,
+/// is completely overwritten and returned. Null, after a report, if there is no memory for a new one.
 
 #include "limber/Api.h"
 
@@ -20,21 +20,21 @@ class Vector;
 LIMBER_API ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* weights, Vector* damp,
                                   double shift);
 
-/// n x (bandwidth + 1): the diagonal in the last column, and the dot of rows i and i + 1 + k in column
-/// bandwidth - 1 - k of row i + 1. (Contract: it is that row for every k.) For a bandwidth of 0 or 1 that is
-/// the band that cholFactorBanded takes. For wider ones it is another matrix, which need not be positive
-/// definite: see buildJJtBand.
+/// n x (bandwidth + 1): the diagonal in the last column, and the dot product of rows i and i + 1 + k in
+/// column bandwidth - 1 - k of row i + 1. (Contract: it is that row for every k.) For a bandwidth of 0 or 1
+/// that is the band that cholFactorBanded takes. For a larger bandwidth it is the band of another matrix,
+/// which may not be positive definite: see buildJJtBand.
 LIMBER_API ResizeMatrix* buildJJtBanded(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* weights,
                                         Vector* damp, double shift);
 
 /// n x (bandwidth + 1), the upper band of the matrix as cholFactorBanded takes it: the diagonal in the last
-/// column, and the dot of rows i and j = i + 1 + k in row j, column bandwidth - 1 - k. Entries further from
-/// the diagonal are left out.
+/// column, and the dot product of rows i and j = i + 1 + k in row j, column bandwidth - 1 - k. Entries
+/// further from the diagonal are left out.
 LIMBER_API ResizeMatrix* buildJJtBand(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* weights,
                                       Vector* damp, double shift);
 
 /// The half bandwidth of J J^T, exactly: the largest j - i of two rows i < j that have an entry at the same
-/// index; 0 if there are none. Values are not looked at. With this bandwidth buildJJtBand leaves nothing out,
-/// and JJtCholeskyPrecond is a direct solver. When there is no memory that is reported, and the result is the
+/// index; 0 if there are none. Values are not read. With this bandwidth buildJJtBand leaves nothing out, and
+/// JJtCholeskyPrecond is a direct solver. If there is no memory, that is reported, and the result is the
 /// number of rows - 1, with which nothing is left out either.
 LIMBER_API int halfBandwidth(const HSpMat* J);

@@ -16,7 +16,7 @@ void addDefinizer(const Vector* v, Vector* w) {
   if (cgradDefinizer > 0.0) w->scaleAdd(cgradDefinizer, const_cast<Vector*>(v));
 }
 
-// w[i] += damp[i] v[i] for i < n, as far as all three have storage.
+// w[i] += damp[i] v[i] for i < n inside the storage of all three.
 void addDamping(const Vector* damp, const Vector* v, Vector* w, int n) {
   n = std::min({n, damp->capacity, v->capacity, w->capacity});
   for (int i = 0; i < n; ++i) w->data[i] += damp->data[i] * v->data[i];

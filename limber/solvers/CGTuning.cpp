@@ -58,14 +58,14 @@ CGTuning::CGTuning(double relative, const Vector& b) : CGTuning() {
   constexpr double smallest = std::numeric_limits<double>::min();
   constexpr double largest = std::numeric_limits<double>::max();
   const double bound = relative * b.mag();
-  // the solvers ask for less than cg_tol, and the bound itself counts as solved
+  // the solvers compare by "less than cg_tol", but the bound itself must count as solved
   const double square = std::nextafter(bound * bound, largest);
   cg_tol = square > smallest && square < largest ? square : smallest;
   cg_epsilon = smallest;
   cg_goNoWhereSc = 10.0;
   cg_maxIters = maxCGradPasses = 30;
   bicg_numZeroSteps = 1000;
-  // its square, below which a curvature is zero there, must stay far below the bound
+  // the older family takes a curvature below its square as zero, so the square must be far below the bound
   cgradEps = std::min(1e-3 * cg_tol, 1e-8 * std::sqrt(cg_tol));
   cgradTol = 0.0;
   cgradNeptune = largest;

@@ -2,7 +2,7 @@
 
 /// @file
 /// The variables that tune the conjugate-gradient solvers. A program changes them directly, and every call
-/// reads them. Nothing guards them against other threads: only one solve at a time may depend on them.
+/// reads them. They are not protected against other threads: only one solve at a time may depend on them.
 
 #include <cstdio>
 
@@ -11,45 +11,46 @@
 
 class Vector;
 
-/// A squared residual below this counts as solved: absolute, not relative. 0.1.
+/// A squared residual below this counts as solved. It is absolute, not relative. Default 0.1.
 extern LIMBER_API double cg_tol;
-/// The iteration limit of a pass is this times max(height, width) of the matrix. 3.
+/// The iteration limit of a pass is this times max(height, width) of the matrix. Default 3.
 extern LIMBER_API int cg_maxIters;
-/// Number of passes of a solve. 10.
+/// The largest number of passes of a solve. Default 10.
 extern LIMBER_API int cg_maxRestarts;
-/// Every this many iterations the residual is computed from scratch; 0 turns that off. 50.
+/// The residual is recomputed from x every this many iterations; 0 turns that off. Default 50.
 extern LIMBER_API int cg_reset_resid;
-/// A pass gives up after max(height, width) times this many iterations without a new best. 0.25.
+/// A pass gives up after this times max(height, width) iterations without a new best. Default 0.25.
 extern LIMBER_API double cg_goNoWhereSc;
-/// A curvature p^T M p of smaller magnitude means that the system is singular. 1e-8.
+/// A curvature p^T M p of smaller magnitude means that the system is singular. Default 1e-8.
 extern LIMBER_API double cg_epsilon;
-/// Not 0: restarts, outcomes and false solutions are told on the standard-output channel. Above 1: so is
-/// every iteration. 0.
+/// If not 0, restarts, outcomes and false solutions are printed on the standard-output channel; above 1,
+/// every iteration is printed too. Default 0.
 extern LIMBER_API int cg_verbosity;
-/// The trace file. When it is set, both families of conjugate gradients write their trace lines to it,
-/// whatever the verbosity. (Contract: the line of mcgradI that says that a system is singular needs
-/// cg_verbosity as well.) Bi-CG writes to the standard-output channel only. Null.
+/// The trace file. If it is set, both families of conjugate gradients write their trace lines to it, whatever
+/// the verbosity. (Contract: the line of mcgradI that says that a system is singular needs cg_verbosity as
+/// well.) Bi-CG writes to the standard-output channel only. Default null.
 extern LIMBER_API FILE* cgradDribble;
-/// First length of the shared work vectors, and of the one that holds a right-hand-side sized product. 2050.
+/// The initial length of the shared work vectors, and of the one that holds a product of the size of the
+/// right-hand side. Default 2050.
 extern LIMBER_API int cgradMAXX;
 extern LIMBER_API int cgradMAXB;
-/// When positive, M v gains cgradDefinizer v. -1.0.
+/// If positive, cgradDefinizer v is added to M v. Default -1.0.
 extern LIMBER_API double cgradDefinizer;
-/// When set, (M v)[i] gains cgradDampV[i] v[i]. Null.
+/// If set, cgradDampV[i] v[i] is added to (M v)[i]. Default null.
 extern LIMBER_API Vector* cgradDampV;
-/// The weights V of J V^-1 J^T. Null.
+/// The weights V of J V^-1 J^T. Default null.
 extern LIMBER_API Vector* cgradMassVec;
 
-/// The observer that all solvers of both families and bi-CG call, the iteration that solves the system
-/// included (what the observer returns then does not matter). Null: nobody watches.
+/// The observer that all solvers of both families and bi-CG call. They also call it in the iteration that
+/// solves the system, but then ignore its result. Default null: no observer.
 ///
-/// A solve that the observer ends has the iterate of the smallest squared residual that was seen in it, its
-/// start included, in x and that residual in rsq. Its pass ends with CGI_NO_IMPROVEMENT, and the entry points
-/// return what they return when their restarts or iterations are used up. An observed solve allocates one
-/// vector for that iterate. A solve that runs inside another one is observed like any other.
+/// If the observer ends a solve, x is the iterate with the smallest squared residual of the solve, including
+/// its start, and rsq is that residual. The pass ends with CGI_NO_IMPROVEMENT, and the entry points return
+/// what they return when their restarts or iterations are used up. An observed solve allocates one vector for
+/// that iterate. A solve inside another solve is observed too.
 extern LIMBER_API CGObserver cg_observer;
 extern LIMBER_API void* cg_observerData;
-/// 1 when the observer ended the last solve. The next solve sets it to 0 as it begins.
+/// 1 if the observer ended the last solve. The next solve sets it to 0 when it begins.
 extern LIMBER_API int cg_stopped;
 
 /// The older family. It converges when the squared residual changes by less than cgradEps (1e-5), or by less
@@ -61,14 +62,14 @@ extern LIMBER_API double cgradTol;
 extern LIMBER_API double cgradNeptune;
 extern LIMBER_API int maxCGradPasses;
 
-/// Sets the variables above, and those of BiCGrad.h, for one piece of a program: its end puts back every one
-/// of them but cg_stopped, whichever way the scope is left.
+/// Sets the variables above and those of BiCGrad.h for one scope. The destructor restores all of them except
+/// cg_stopped, also after an exception.
 ///
 ///     const CGTuning tuning(1e-10, b);
 ///     const int iterations = ncgradA(&A, &x, &b, &rsq);
 class LIMBER_API CGTuning {
  public:
-  /// Only puts the variables back.
+  /// Changes nothing now; only restores the variables at the end.
   explicit CGTuning();
   /// |r| <= relative |b| counts as solved, where r is the residual of the system that is solved: for ncgrad
   /// and cgrad that is A^T (b - A x), so give A^T b there. The older family has no such bound; it ends when
@@ -77,18 +78,17 @@ class LIMBER_API CGTuning {
   /// Sets
   ///   - cg_tol = (relative |b|)^2, and cgradEps to a thousandth of that, or less for large b;
   ///   - cg_epsilon to the smallest normal number and cgradNeptune to the largest, so that only a curvature
-  ///   of
-  ///     zero means a singular system, and cgradTol = 0;
+  ///     of zero means a singular system, and cgradTol = 0;
   ///   - cg_goNoWhereSc = 10, cg_maxIters = maxCGradPasses = 30 and bicg_numZeroSteps = 1000, because a
-  ///     residual may grow for long before it falls to such a bound.
+  ///     residual may grow for a long time before it falls to such a bound.
   ///
-  /// What no variable can mend: HSpMat::multT leaves out rows whose coefficient is within 1e-12 of zero. So
-  /// bi-CG and whatever multiplies by A^T need a right-hand side well above 1e-12 / relative. The older
-  /// family compares changes, curvatures and squares of both with one number, so it needs a right-hand side
-  /// that is not far from 1. The solvers of Solve.h work at any scale.
+  /// Limits that no variable can remove: HSpMat::multT skips rows whose coefficient is within 1e-12 of zero,
+  /// so bi-CG and everything that multiplies by A^T need a right-hand side well above 1e-12 / relative. The
+  /// older family compares changes, curvatures and squares of both with one number, so its right-hand side
+  /// must not be far from 1. The solvers of Solve.h work at any scale.
   ///
-  /// A right-hand side or a bound that is zero, not finite, or whose square is no normal number counts as the
-  /// smallest bound there is.
+  /// If the right-hand side or the bound is zero or not finite, or if its square is not a normal number, the
+  /// smallest possible bound is used.
   CGTuning(double relative, const Vector& b);
   ~CGTuning();
   CGTuning(const CGTuning&) = delete;

@@ -14,7 +14,7 @@ using namespace limber::detail;
 
 namespace {
 
-// This family shares neither work vectors nor operator variables with the newer one. Its functions below get
+// This family shares no work vectors and no operator variables with the newer one. The functions below get
 // the SolveMatrix of the solve as A.
 
 struct Product {
@@ -56,8 +56,8 @@ double curvatureA(SpMat* A, Vector* d) {
   return dot(d, &t);
 }
 
-// r = b - (A V^-1 A^T + D) x, d^T M d = d^T A V^-1 A^T d + d^T D d, without weights V and damping D where
-// there are none.
+// r = b - (A V^-1 A^T + D) x, d^T M d = d^T A V^-1 A^T d + d^T D d. V and D are left out if there are no
+// weights or no damping.
 
 double residualJJt(SpMat* A, Vector* x, Vector* b, Vector* r) {
   Vector& t = product();
@@ -87,14 +87,14 @@ double curvatureJJt(SpMat* A, Vector* d) {
   return sum;
 }
 
-// Contract: an empty x or b is answered with 0, without a word and without the matrix.
+// Contract: an empty x or b gives 0 without a message and without a call of the matrix.
 void warnOfShortVectors(const char* solver, const SolveMatrix& A, const Vector* x,
                         int (SolveMatrix::*unknowns)() const, const Vector* b) {
   if (x->count <= 0 || b->count <= 0) return;
   limber::detail::warnOfShortVectors("OldCGrad", solver, x->count, (A.*unknowns)(), b->count, A.height());
 }
 
-// Solves with the weights and the damping that are set, and resets them.
+// Solves with the current weights and damping, and resets them afterwards.
 int solveJJt(const char* solver, SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   SolveMatrix matrix(A);
   warnOfShortVectors(solver, matrix, x, &SolveMatrix::height, b);

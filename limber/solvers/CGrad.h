@@ -1,11 +1,11 @@
 #pragma once
 
 /// @file
-/// Entry points of the older conjugate-gradient family. Each returns what cgradI returns: the iterations, -1
-/// for a singular system (or an exact solution, see there), -9 at the iteration limit. Of the tuning
-/// variables only cgradEps, cgradTol, cgradNeptune, maxCGradPasses, cgradMAXX, cgradMAXB, cgradDribble and
-/// the observer count here. An x or b that is shorter than A needs, but not empty, is warned of, and the
-/// solve goes on. A must not change during a solve.
+/// Entry points of the older conjugate-gradient family. Each returns what cgradI returns: the number of
+/// iterations, -1 for a singular system (or for an exact solution, see cgradI), -9 at the iteration limit.
+/// The only tuning variables used here are cgradEps, cgradTol, cgradNeptune, maxCGradPasses, cgradMAXX,
+/// cgradMAXB, cgradDribble and the observer. If x or b is shorter than A needs, but not empty, a warning is
+/// printed and the solve continues. A must not change during a solve.
 
 #include "limber/Api.h"
 

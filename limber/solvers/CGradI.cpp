@@ -16,18 +16,18 @@ using namespace limber::detail;
 
 namespace {
 
-// What cgradI returns at the iteration limit, and when the observer ends the solve.
+// cgradI returns this at the iteration limit, and if the observer ends the solve.
 constexpr int limitReached = -9;
 
 // The work vectors of the older family, shared by all its solves.
 struct OldWork {
   Vector gradient{firstLength(cgradMAXX)};
   Vector direction{firstLength(cgradMAXX)};
-  // The gradient of the step before, negated: that is how the ratio below wants it.
+  // The negated gradient of the previous step, as the ratio below needs it.
   Vector stored{firstLength(cgradMAXX)};
 };
 
-// Raises a first length that is too small to `count`, at least twofold.
+// Raises an initial length that is too small to at least `count`, and at least twofold.
 bool raised(int& limit, int count, const char* message, int line) {
   if (count <= limit) return false;
   ReportSite{"OldCGrad", line}.error(message);
@@ -81,7 +81,7 @@ int cgradI(SpMat* A, Vector* x, Vector* b, double* rsqOut,
   OldWork& work = workFor(*x, *b);
   Vector &r = work.gradient, &d = work.direction, &stored = work.stored;
   clearSpare(x);
-  // a function of the caller's may shorten r
+  // the caller's function may shorten r
   const auto newResidual = [=, &r] {
     const int before = r.count;
     const double square = residual(A, x, b, &r);

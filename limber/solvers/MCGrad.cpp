@@ -12,13 +12,13 @@ using namespace limber::detail;
 
 namespace {
 
-// The answer of a driver: reports how the last pass ended, on the console and in the trace file.
+// Reports how the last pass ended, on the console and in the trace file.
 void reportEnd(const char* line, const SolveOutcome& outcome) {
   cgReport(line, line, outcome.iterations, cgiToString(outcome.last));
 }
 
-// An operation of the caller's may leave the size of its result as it is, so it finds n zeros. Its operator
-// need not have the size of the matrix: n covers x and b as well.
+// A caller's operation may not set the size of its result, so each work vector starts as n zeros. The
+// caller's operator may have another size than the matrix, so n also covers x and b.
 void clearWork(CGWork& work, int n) {
   for (Vector* v : {&work.r, &work.p, &work.q, &work.best, &work.z}) {
     setLength(v, n);

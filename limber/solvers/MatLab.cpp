@@ -12,13 +12,13 @@ constexpr int smallSize = 40;
 constexpr int chunk = 8;
 constexpr int vectorChunk = 10;
 
-// The entries for the next three statements of the sparse form.
+// Entries that the next three statements of the sparse form will contain.
 struct Entries {
   int row[chunk];
   int column[chunk];
   double value[chunk];
   int held = 0;
-  // The index of the first of them, from 1.
+  // The index of the first of them, counted from 1.
   int first = 1;
 
   void add(FILE* file, int i, int j, double v) {
@@ -63,7 +63,7 @@ void writeSparse(FILE* file, const char* name, const SpMat& m, int height, int w
   for (int i = 0; i < height; ++i) {
     for (int j = 0; j < width; ++j) {
       const double value = m.acc(i, j);
-      // the last column, zero or not, so that the rebuilt matrix has all rows and columns
+      // the last column is always written, so that the rebuilt matrix has all rows and columns
       if (value != 0.0 || j + 1 == width) entries.add(file, i, j, value);
     }
   }

@@ -25,8 +25,8 @@ int result(const SolveOutcome& outcome) {
   return outcome.status == CG_FAILED ? -1 : -outcome.iterations;
 }
 
-// Answers a right-hand side that is as good as zero, without a word and without the matrix; false for any
-// other.
+// If |b|^2 is below cg_epsilon, sets x to zero without a message and without a call of the matrix, and
+// returns true.
 bool solveByZero(Vector* x, Vector* b, double* rsqOut) {
   clearStopped();
   const double bsq = b->magSq();

@@ -4,12 +4,12 @@
 /// Solves by conjugate gradients. x is the start on entry and the solution on return; *rsqOut (may be null)
 /// receives the final squared residual of the system solved.
 ///
-/// All return the number of iterations k when the system is solved, -k when all restarts are used, and -1
-/// when it is singular. So -1 may also mean that the only pass ended after one iteration, and 0 that
-/// cg_maxRestarts allows no pass: *rsqOut tells.
+/// All return the number of iterations k if the system is solved, -k if all restarts are used up, and -1 if
+/// the system is singular. So -1 may also mean that the only pass ended after one iteration, and 0 may mean
+/// that cg_maxRestarts allows no pass; *rsqOut shows which case it is.
 ///
-/// A right-hand side with |b|^2 < cg_epsilon sets x to zero and returns 0, except in ncgradAAt. An x or b
-/// that is shorter than A needs is warned of, and the solve goes on. A must not change during a solve.
+/// A right-hand side with |b|^2 < cg_epsilon sets x to zero and returns 0, except in ncgradAAt. If x or b is
+/// shorter than A needs, a warning is printed and the solve continues. A must not change during a solve.
 
 #include "limber/Api.h"
 
@@ -24,15 +24,15 @@ LIMBER_API int ncgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut);
 LIMBER_API int ncgradAtA(SpMat* A, Vector* x, Vector* b, double* rsqOut);
 /// Least squares, min |A x - b|: A^T A x = A^T b.
 LIMBER_API int ncgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut);
-/// A^T (A x + d 1) = A^T b. (Contract: d is added to each element of the product, it is no multiple of x.)
+/// A^T (A x + d 1) = A^T b. (Contract: d is added to each element of the product; it is not multiplied by x.)
 LIMBER_API int ncgradDamp(SpMat* A, Vector* x, Vector* b, double* rsqOut, double d);
 /// (A A^T + diag(dampV)) y = b, with y in x; dampV and pre may be null. (Contract: a zero right-hand
 /// side leaves cgradDampV set, so later products are still damped.)
 LIMBER_API int ncgradJJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* dampV, Preconditioner* pre);
-/// (A diag(mass)^-1 A^T + diag(dampV)) y = b, with y in x; mass, dampV and pre may be null. Sizes that do not
-/// fit are warned of, and the solve goes on. (Contract: a zero right-hand side leaves cgradDampV and
-/// cgradMassVec set.)
+/// (A diag(mass)^-1 A^T + diag(dampV)) y = b, with y in x; mass, dampV and pre may be null. If the sizes do
+/// not fit, a warning is printed and the solve continues. (Contract: a zero right-hand side leaves cgradDampV
+/// and cgradMassVec set.)
 LIMBER_API int ncgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vector* dampV,
                           Preconditioner* pre);
-/// A A^T y = b, with y in x: neither damped nor weighted.
+/// A A^T y = b, with y in x, without damping and weights.
 LIMBER_API int ncgradAAt(SpMat* A, Vector* x, Vector* b, double* rsqOut);

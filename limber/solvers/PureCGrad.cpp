@@ -15,7 +15,7 @@ using namespace limber::detail;
 
 namespace {
 
-// One pass: the operator, the vectors and the numbers that its steps hand on.
+// One pass: the operator, the vectors, and the numbers that one step passes to the next.
 struct Pass {
   const SolveOperator& M;
   SolveWatch& watch;
@@ -51,13 +51,13 @@ void Pass::residual(Vector* out) const {
 
 // x^T M x / 2.
 double Pass::objectiveProduct() const {
-  Vector& t = cgWork().best;  // Contract: the trace uses the store of the best solution.
+  Vector& t = cgWork().best;  // Contract: the trace overwrites the vector of the best solution.
   M.apply(x, &t);
   return 0.5 * dot(x, &t);
 }
 
-// Contract: the objective has + x^T b here and - x^T b in each iteration, and the labels of the trace file
-// are swapped.
+// Contract: the objective has + x^T b here and - x^T b in each iteration. The labels of the trace file are
+// swapped.
 void Pass::traceStart() const {
   if (!tracing()) return;
   const double objective = objectiveProduct() + dot(x, b);
@@ -72,7 +72,7 @@ void Pass::traceStep(double lastR) const {
     cgConsole("cg:iter (%d)  - obj(%g) rsq(%g) lastR(%g) alpha(%g) beta(%g)\n", iter, objective, rsq, lastR,
               alpha, beta);
   }
-  // Contract: with a preconditioner both are the new value already, so the ratio is always 1.
+  // Contract: with a preconditioner both are already the new value, so the ratio is always 1.
   const double nextBeta = precond ? rz / rzPrev : rsq / rsqPrev;
   cgTrace("    cg:iter (%3d) - obj (%g) rsq(%g) lastR(%g) alpha(%g) beta(%g) nextBeta(%g)\n", iter, objective,
           rsq, lastR, alpha, beta, nextBeta);
@@ -85,7 +85,7 @@ void Pass::applyPreconditioner() {
   rz = dot(r, z);
 }
 
-// p = z + beta p, where z is r itself without a preconditioner.
+// p = z + beta p. Without a preconditioner, z is r.
 void Pass::updateDirection() {
   const Vector& from = precond ? *z : *r;
   if (iter == 1) {
@@ -100,7 +100,7 @@ void Pass::updateDirection() {
   for (int i = n; i < p->count; ++i) to[i] *= beta;
 }
 
-// x += alpha p, r -= alpha M p, rsq = |r|^2. False, with x unchanged, when the curvature along p vanishes.
+// x += alpha p, r -= alpha M p, rsq = |r|^2. False, and x unchanged, if the curvature along p vanishes.
 bool Pass::step() {
   M.apply(p, q);
   const double curvature = dot(p, q);
@@ -119,8 +119,7 @@ bool Pass::step() {
   return true;
 }
 
-// Computes a small residual again from x. True when that one is small too; the pass goes on with it
-// otherwise.
+// Recomputes a small residual from x. True if the new one is small too; otherwise the pass continues with it.
 bool Pass::confirmSolved() {
   if (!(rsq < cg_tol)) return false;
   const double was = rsq;
@@ -132,21 +131,21 @@ bool Pass::confirmSolved() {
   return false;
 }
 
-// Computes the residual again from x every cg_reset_resid iterations.
+// Recomputes the residual from x every cg_reset_resid iterations.
 void Pass::resetResidual() {
   if (cg_reset_resid == 0 || iter % cg_reset_resid != 0) return;
   residual(q);
   rsq = q->magSq();
   assign(r, *q);
-  // Contract: the difference is that of the new value from itself. So the console line never appears, and the
-  // trace file gets the new value twice.
+  // Contract: the new value is compared with itself. So the console line never appears, and the trace file
+  // gets the new value twice.
   const double difference = 0.0 / rsq;
   const char* const line = "roundoff error (%d), rmag %g, should be %g, %g%% difference\n";
   if (std::fabs(difference) > 0.01) cgConsole(line, iter, rsq, rsq, difference * 100.0);
   cgTrace(line, iter, rsq, rsq, difference * 100.0);
 }
 
-// Stores x when it is the best iterate of the pass.
+// Stores x if it is the best iterate of the pass.
 bool Pass::keepBest() {
   if (!(rsq < bestRsq)) return false;
   bestRsq = rsq;
@@ -155,7 +154,7 @@ bool Pass::keepBest() {
   return true;
 }
 
-// After too many iterations without a new best: goes back to the best iterate and returns true.
+// After too many iterations without a new best, restores the best iterate and returns true.
 bool Pass::giveUpWithoutProgress() {
   if (!(iter - bestIter > cgStagnationLimit)) return false;
   if (bestX) {
@@ -171,7 +170,7 @@ bool Pass::giveUpWithoutProgress() {
   return true;
 }
 
-// Goes back to the best iterate where x is not it.
+// Restores the best iterate if x is another one.
 CGIStatus Pass::endAtLimit() {
   if (!(bestRsq < rsq)) return CGI_TOO_MANY_ITERS;
   if (bestX) {

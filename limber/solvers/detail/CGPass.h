@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What the drivers of the newer family call.
+/// The functions that the drivers of the newer family call.
 
 #include "limber/solvers/CGStatus.h"
 #include "limber/solvers/detail/SolveOperator.h"
@@ -11,8 +11,8 @@ class Preconditioner;
 
 namespace limber::detail {
 
-/// The work vectors of a pass, which grow: residual, direction, M times direction, the preconditioned
-/// residual, and the best iterate, which may be null.
+/// The work vectors of a pass, which grow: the residual, the direction, M times the direction, the
+/// preconditioned residual, and the best iterate, which may be null.
 struct PassVectors {
   Vector *r, *p, *q, *z, *best;
 };
@@ -24,13 +24,13 @@ CGIStatus cgPass(const SolveOperator& M, SolveWatch& watch, Vector* x, Vector* b
 /// How a whole solve ended.
 struct SolveOutcome {
   CGStatus status;
-  /// How the last pass ended, and the iterations of all passes.
+  /// The status of the last pass, and the iterations of all passes.
   CGIStatus last;
   int iterations;
   double rsq;
 };
 
-/// mcgradI for any operator. `last` stays what is given while no pass runs.
+/// mcgradI for any operator. If no pass runs, the outcome has `last` as its status.
 SolveOutcome cgRestarted(const SolveOperator& M, Vector* x, Vector* b, Preconditioner* precond,
                          CGIStatus last);
 

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The two places solver lines go to.
+/// The two places that the solvers write lines to.
 
 #include "limber/foundation/Output.h"
 #include "limber/foundation/detail/CLocale.h"
@@ -9,7 +9,7 @@
 
 namespace limber::detail {
 
-/// A line of the standard-output channel, for any verbosity but 0.
+/// Prints a line on the standard-output channel, unless the verbosity is 0.
 template <class... Arguments>
 void cgConsole(const char* format, Arguments... arguments) {
   if (cg_verbosity != 0) stdoutPrintf(format, arguments...);
@@ -17,7 +17,7 @@ void cgConsole(const char* format, Arguments... arguments) {
 
 inline void cgConsole(const char* text) { cgConsole("%s", text); }
 
-/// A line of the trace file, if there is one.
+/// Prints a line to the trace file, if there is one.
 template <class... Arguments>
 void cgTrace(const char* format, Arguments... arguments) {
   if (cgradDribble) cFprintf(cgradDribble, format, arguments...);
@@ -25,7 +25,7 @@ void cgTrace(const char* format, Arguments... arguments) {
 
 inline void cgTrace(const char* text) { cgTrace("%s", text); }
 
-/// Both; they differ in how far the line is set in, so each has its format.
+/// Prints to both. Each has its own format, because the lines are indented differently.
 template <class... Arguments>
 void cgReport(const char* console, const char* trace, Arguments... arguments) {
   cgConsole(console, arguments...);

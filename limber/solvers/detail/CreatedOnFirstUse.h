@@ -4,8 +4,8 @@
 
 namespace limber::detail {
 
-/// An object of type T with static storage that the first call creates and nothing destroys. Only what T
-/// itself allocates can fail.
+/// An object of type T with static storage. The first call creates it, and it is never destroyed. Only
+/// allocations of T itself can fail.
 template <class T>
 T& createdOnFirstUse() {
   alignas(T) static unsigned char storage[sizeof(T)];

@@ -12,9 +12,9 @@ namespace {
 using Ticket = unsigned long long;
 
 struct Storage {
-  // Set while somebody uses the rows.
+  // Set while a solve uses the rows.
   std::atomic_flag busy = ATOMIC_FLAG_INIT;
-  // The ticket of the copy that stands in the rows; 0 when that solve has ended.
+  // The ticket of the copy that the rows hold; 0 if that solve has ended.
   std::atomic<Ticket> holder{0};
   Ticket last = 0;
   SlicedRows rows;

@@ -9,26 +9,26 @@ namespace limber::detail {
 
 class SlicedRows;
 
-/// The storage for one copy of a row-sparse matrix. It is kept from solve to solve and lent to one solve at a
-/// time, which shows its ticket for each product. A solve whose copy another solve has replaced, or that
-/// comes while another thread multiplies, goes on with the rows. Nothing has to be tidied up after a solve
-/// that was left by a jump: the next solve replaces its copy.
+/// The storage for one copy of a row-sparse matrix. It is kept between solves and lent to one solve at a
+/// time, which presents its ticket for each product. If another solve has replaced the copy, or if another
+/// thread is multiplying, the solve uses the rows of its matrix instead. A solve that is left by a longjmp
+/// needs no clean-up: the next solve replaces its copy.
 class LentCopy {
  public:
-  /// Makes room for a copy of A, unless the storage holds one already. False when A has too many rows or
-  /// entries for a copy, or when there is no memory.
+  /// Makes room for a copy of A, unless the storage already holds one. False if A has too many rows or
+  /// entries for a copy, or if there is no memory.
   static bool reserve(const HSpMat& A);
-  /// Copies A and returns the ticket; 0 when there is no copy.
+  /// Copies A and returns the ticket, or 0 if there is no copy.
   static unsigned long long make(const HSpMat& A);
   static void giveBack(unsigned long long ticket);
 
-  /// While it lives, the copy with this ticket is lent. There is none for the ticket 0.
+  /// While this object exists, the copy with this ticket is lent. Ticket 0 has no copy.
   explicit LentCopy(unsigned long long ticket);
   ~LentCopy();
   LentCopy(const LentCopy&) = delete;
   LentCopy& operator=(const LentCopy&) = delete;
 
-  /// True when there is a copy, and A still has as many rows as it had.
+  /// True if there is a copy and the number of A's rows has not changed.
   bool fits(const HSpMat& A) const;
   const SlicedRows& rows() const { return *rows_; }
 

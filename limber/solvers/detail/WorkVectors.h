@@ -3,9 +3,9 @@
 /// @file
 /// The vectors that the solvers size themselves, and the limits of a pass.
 ///
-/// A row of a compacted matrix has an index behind its width, so a product may read one element behind the
-/// count of its operand. That element must not depend on what an earlier solve stored there: in a vector that
-/// the solvers size, every element behind the count is 0.0. The functions below keep it so.
+/// A row of a compacted matrix has an index equal to its width, so a product may read one element after the
+/// last one of its operand. That element must not depend on earlier solves: in a vector that the solvers
+/// size, every element after the last one is 0.0. The functions below maintain this.
 
 #include <algorithm>
 
@@ -13,16 +13,16 @@
 
 namespace limber::detail {
 
-/// The first length of a work vector: cgradMAXX or cgradMAXB, or 0 where that is negative.
+/// The initial length of a work vector: cgradMAXX or cgradMAXB, or 0 if that is negative.
 inline int firstLength(int limit) { return std::max(limit, 0); }
 
-/// The work vectors of the newer family, which all its solves share. They grow on demand and live as long as
-/// the process.
+/// The work vectors of the newer family, which all its solves share. They grow on demand and are kept until
+/// the process ends.
 struct CGWork {
   CGWork();
   /// Residual, direction, M times direction.
   Vector r, p, q;
-  /// The best solution of a pass. Contract: it is the scratch vector of the trace as well.
+  /// The best solution of a pass. Contract: it is also the scratch vector of the trace.
   Vector best;
   /// The preconditioned residual.
   Vector z;
@@ -31,20 +31,21 @@ struct CGWork {
 };
 CGWork& cgWork();
 
-/// Number of iterations without a new best after which a pass gives up: -1.0 until the first solve sets it.
+/// The number of iterations without a new best after which a pass gives up; -1.0 until the first solve sets
+/// it.
 extern double cgStagnationLimit;
 /// The constant that multFunAtA adds to each element of A v.
 extern double cgNormalDamping;
 /// The iteration limit of a pass over n unknowns: n cg_maxIters, or the nearest int.
 int cgIterationLimit(int n);
 
-/// Clears the elements behind the count, after the count of v was `before`.
+/// Clears the elements after the last one, up to `before`, the previous count of v.
 inline void clearBehind(Vector* v, int before) {
   const int end = std::min(before, v->capacity);
   if (v->count >= 0 && v->count < end) std::fill(v->data + v->count, v->data + end, 0.0);
 }
 
-/// Clears all elements behind the count, for a vector that comes from the caller.
+/// Clears all elements after the last one, for a vector that comes from the caller.
 inline void clearSpare(Vector* v) { clearBehind(v, v->capacity); }
 
 /// Sets the length of v.
@@ -61,7 +62,7 @@ inline void assign(Vector* to, const Vector& from) {
   clearBehind(to, before);
 }
 
-/// out = b - out, as the contracts spell it: out -= b, then out *= -1.
+/// out = b - out. Contract: computed as out -= b, then out *= -1.
 void cgNegativeDifference(Vector* out, const Vector* b);
 
 }  // namespace limber::detail
