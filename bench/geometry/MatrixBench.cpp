@@ -17,7 +17,7 @@ template <class Out, class A, class B, class F>
 void overArrays(benchmark::State& state, const A& a, const B& b, F f) {
   Array<Out> out(a.size());
   for (auto _ : state) {
-    for (std::size_t i = 0; i < a.size(); i++) f(a[i], b[i], out[i]);
+    for (std::size_t i = 0; i < a.size(); ++i) f(a[i], b[i], out[i]);
     benchmark::DoNotOptimize(out.data());
     benchmark::ClobberMemory();
   }
@@ -107,7 +107,7 @@ const Array<Matrix4x4>& commonMatrices(int kind) {
     std::array<Array<Matrix4x4>, 6> kinds;
     const std::vector<Pnt3> shifts = randomPoints(12);
     const std::vector<Quat> turns = randomQuats(13);
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); i++) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
       Matrix4x4 identity, translation, axis, scale, rigid;
       transMatrix(&translation, shifts[i].x, shifts[i].y, shifts[i].z);
       rotMatrix(&axis, "xyz"[i % 3], 3.0 * shifts[i].x);
@@ -115,7 +115,7 @@ const Array<Matrix4x4>& commonMatrices(int kind) {
       quaternionMatrix(turns[i].w, turns[i].x, turns[i].y, turns[i].z, &rigid);
       shifts[i].toArray(rigid.m[3]);
       const Matrix4x4 row[6] = {identity, translation, axis, scale, rigid, in4.a[i]};
-      for (std::size_t k = 0; k < 6; k++) kinds[k].push_back(row[k]);
+      for (std::size_t k = 0; k < 6; ++k) kinds[k].push_back(row[k]);
     }
     return kinds;
   }();

@@ -32,28 +32,28 @@ inline std::vector<double> randomNumbers(int n, unsigned seed) {
 inline std::vector<Quat> randomQuats(unsigned seed) {
   const std::vector<double> a = randomNumbers(4 * count, seed);
   std::vector<Quat> q(count);
-  for (std::size_t i = 0; i < q.size(); i++) q[i].Set(a[4 * i], a[4 * i + 1], a[4 * i + 2], a[4 * i + 3]);
+  for (std::size_t i = 0; i < q.size(); ++i) q[i].Set(a[4 * i], a[4 * i + 1], a[4 * i + 2], a[4 * i + 3]);
   return q;
 }
 
 inline std::vector<Pnt3> randomPoints(unsigned seed) {
   const std::vector<double> a = randomNumbers(3 * count, seed);
   std::vector<Pnt3> p;
-  for (int i = 0; i < count; i++) p.emplace_back(&a[static_cast<std::size_t>(3 * i)]);
+  for (int i = 0; i < count; ++i) p.emplace_back(&a[static_cast<std::size_t>(3 * i)]);
   return p;
 }
 
 inline std::vector<Matrix4x4> random4x4(unsigned seed) {
   const std::vector<double> a = randomNumbers(16 * count, seed);
   std::vector<Matrix4x4> m(count);
-  for (std::size_t i = 0; i < 16 * m.size(); i++) m[i / 16].m[i / 4 % 4][i % 4] = a[i];
+  for (std::size_t i = 0; i < 16 * m.size(); ++i) m[i / 16].m[i / 4 % 4][i % 4] = a[i];
   return m;
 }
 
 inline std::vector<Matrix3x3> random3x3(unsigned seed) {
   const std::vector<double> a = randomNumbers(9 * count, seed);
   std::vector<Matrix3x3> m(count);
-  for (std::size_t i = 0; i < 9 * m.size(); i++) m[i / 9].m[i / 3 % 3][i % 3] = a[i];
+  for (std::size_t i = 0; i < 9 * m.size(); ++i) m[i / 9].m[i / 3 % 3][i % 3] = a[i];
   return m;
 }
 
@@ -76,16 +76,16 @@ inline Imath::V3d toImath(const Pnt3& p) { return Imath::V3d(p.x, p.y, p.z); }
 inline EigenRow3 toEigen(const Matrix3x3& a) { return Eigen::Map<const EigenRow3>(&a.m[0][0]); }
 inline glm::dmat3 toGlm(const Matrix3x3& a) {
   glm::dmat3 b;
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++) b[i][j] = a.m[i][j];
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) b[i][j] = a.m[i][j];
   return b;
 }
 inline Imath::M33d toImath(const Matrix3x3& a) { return Imath::M33d(a.m); }
 inline EigenRow4 toEigen(const Matrix4x4& a) { return Eigen::Map<const EigenRow4>(&a.m[0][0]); }
 inline glm::dmat4 toGlm(const Matrix4x4& a) {
   glm::dmat4 b;
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) b[i][j] = a.m[i][j];
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) b[i][j] = a.m[i][j];
   return b;
 }
 inline Imath::M44d toImath(const Matrix4x4& a) { return Imath::M44d(a.m); }

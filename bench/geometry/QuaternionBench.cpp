@@ -6,12 +6,12 @@
 
 namespace {
 
-/// One element of the result from one element of each input, `count` times a pass.
+// One element of the result from one element of each input, `count` times a pass.
 template <class Out, class A, class B, class F>
 void overArrays(benchmark::State& state, const A& a, const B& b, F f) {
   Out out(a.size());
   for (auto _ : state) {
-    for (std::size_t i = 0; i < a.size(); i++) out[i] = f(a[i], b[i], i);
+    for (std::size_t i = 0; i < a.size(); ++i) out[i] = f(a[i], b[i], i);
     benchmark::DoNotOptimize(out.data());
     benchmark::ClobberMemory();
   }
@@ -68,7 +68,7 @@ void ProductPlainImath(benchmark::State& state) {
                          [](const Imath::Quatd& a, const Imath::Quatd& b, std::size_t) { return b * a; });
 }
 
-/// Each product waits for the one before it, as down a chain of joints.
+// Each product waits for the one before it, as down a chain of joints.
 template <class Q, class Qs, class F>
 void downAChain(benchmark::State& state, const Q& identity, const Qs& turns, F f) {
   for (auto _ : state) {

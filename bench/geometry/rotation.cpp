@@ -15,7 +15,7 @@ void report(benchmark::State& state, const Turns& t) {
   state.counters["ratio"] = t.ratio;
 }
 
-/// All 36 entries of the quaternion's derivative in one straight line.
+// All 36 entries of the quaternion's derivative in one straight line.
 void fusedQuaternion(const double* p, double* o) {
   const double w = p[0], x = p[1], y = p[2], z = p[3];
   const double s = 1.0 / (w * w + x * x + y * y + z * z), t = 2.0 * s, k = 2.0 * t * s;
@@ -35,7 +35,7 @@ void fusedQuaternion(const double* p, double* o) {
   o[32] = ty - z * f, o[33] = tx - z * g, o[34] = ty - z * h, o[35] = z * i;
 }
 
-/// All 27 entries of the derivative of Y(p2) X(p1) Z(p0) in one straight line.
+// All 27 entries of the derivative of Y(p2) X(p1) Z(p0) in one straight line.
 void fusedZXY(const double* p, double* o) {
   const double cz = std::cos(p[0]), sz = std::sin(p[0]), cx = std::cos(p[1]), sx = std::sin(p[1]);
   const double cy = std::cos(p[2]), sy = std::sin(p[2]), szsx = sz * sx, czsx = cz * sx, szcx = sz * cx,
@@ -57,19 +57,19 @@ void derivative(benchmark::State& state, RotHelper* format, int params, Fused fu
     const Turns t = byTurns(
         51, 20,
         [&] {
-          for (int i = 0; i < count; i++)
+          for (int i = 0; i < count; ++i)
             format->matrixDeriv(&p[static_cast<std::size_t>(params * i)],
                                 &ours[static_cast<std::size_t>(9 * params * i)]);
           benchmark::DoNotOptimize(ours.data());
         },
         [&] {
-          for (int i = 0; i < count; i++)
+          for (int i = 0; i < count; ++i)
             fused(&p[static_cast<std::size_t>(params * i)], &peer[static_cast<std::size_t>(9 * params * i)]);
           benchmark::DoNotOptimize(peer.data());
         });
     report(state, t);
   }
-  for (std::size_t i = 0; i < ours.size(); i++)
+  for (std::size_t i = 0; i < ours.size(); ++i)
     if (!(std::fabs(ours[i] - peer[i]) <= 1e-9 * (1.0 + std::fabs(peer[i]))))
       state.SkipWithError("the two differ");
 }
@@ -77,14 +77,14 @@ void derivative(benchmark::State& state, RotHelper* format, int params, Fused fu
 void quaternionDerivative(benchmark::State& state) { derivative(state, qRot, 4, fusedQuaternion); }
 void zxyDerivative(benchmark::State& state) { derivative(state, zxyRot, 3, fusedZXY); }
 
-/// The same rotations as Limber's and as Imath's matrices, which act on row vectors as ours do.
+// The same rotations as Limber's and as Imath's matrices, which act on row vectors as ours do.
 template <class Ours, class Peer>
 void extraction(benchmark::State& state, Ours ours, Peer peer) {
   const std::vector<double> p = randomNumbers(3 * count, 2);
   std::vector<Matrix4x4> wide(count);
   std::vector<Matrix3x3> narrow(count);
   std::vector<double> angles(3 * count), theirs(3 * count);
-  for (std::size_t i = 0; i < count; i++) {
+  for (std::size_t i = 0; i < count; ++i) {
     makeRot(p[3 * i] * 1.5, p[3 * i + 1] * 3, p[3 * i + 2] * 3, &wide[i]);
     double zxy[3] = {p[3 * i + 2] * 3, p[3 * i] * 1.5, p[3 * i + 1] * 3};
     zxyRot->toMatrix(zxy, &narrow[i]);
@@ -94,18 +94,18 @@ void extraction(benchmark::State& state, Ours ours, Peer peer) {
     const Turns t = byTurns(
         51, 20,
         [&] {
-          for (std::size_t i = 0; i < count; i++) ours(wide[i], narrow[i], &angles[3 * i]);
+          for (std::size_t i = 0; i < count; ++i) ours(wide[i], narrow[i], &angles[3 * i]);
           benchmark::DoNotOptimize(angles.data());
         },
         [&] {
-          for (std::size_t i = 0; i < count; i++) peer(imath[i], &theirs[3 * i]);
+          for (std::size_t i = 0; i < count; ++i) peer(imath[i], &theirs[3 * i]);
           benchmark::DoNotOptimize(theirs.data());
         });
     report(state, t);
   }
 }
 
-/// Y first, then X, then Z in row-vector order.
+// Y first, then X, then Z in row-vector order.
 void imathExtract(const Imath::M44d& m, double* angles) {
   Imath::Eulerd e(Imath::Eulerd::YXZ);
   e.extract(m);

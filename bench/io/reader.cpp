@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t bytes = 20u << 20;
 
-/// A file that is removed at the end.
+// A file that is removed at the end.
 struct File {
   std::string path;
   File(const std::string& text, bool compress) : path("/tmp/limber_reader_XXXXXX") {
@@ -37,7 +37,7 @@ std::string numbers(int digits) {
   std::string text;
   text.reserve(bytes + 100);
   char word[40];
-  for (int k = 1; text.size() < bytes; k++) {
+  for (int k = 1; text.size() < bytes; ++k) {
     std::snprintf(word, sizeof word, "%.*g%c", digits, value(random), k % 4 ? ' ' : '\n');
     text += word;
   }

@@ -20,10 +20,10 @@ using Rows = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMaj
 void fill(double* x, std::ptrdiff_t n) {
   std::mt19937_64 engine(1);
   std::normal_distribution<double> normal;
-  for (std::ptrdiff_t i = 0; i < n; i++) x[i] = normal(engine);
+  for (std::ptrdiff_t i = 0; i < n; ++i) x[i] = normal(engine);
 }
 
-/// Our time against both peers'; `scale` calls fill about 20 ms of the smallest work.
+// Our time against both peers'; `scale` calls fill about 20 ms of the smallest work.
 template <class Ours, class Direct, class EigenPeer>
 void race(benchmark::State& state, int calls, Ours ours, Direct direct, EigenPeer eigen) {
   Turns a{}, b{};
@@ -109,13 +109,13 @@ void svd(benchmark::State& state) {
 }
 BENCHMARK(svd)->Arg(100)->Iterations(1)->Unit(benchmark::kMillisecond);
 
-/// Factor and solve. Eigen has no band of its own; its place holds the direct calls once more, a measure of
-/// the noise.
+// Factor and solve. Eigen has no band of its own; its place holds the direct calls once more, a measure of
+// the noise.
 void bandedCholesky(benchmark::State& state) {
   const int n = 12000, kd = 24, width = kd + 1, one = 1;
   FullMatrix original(n, width), band(n, width);
   fill(original.data, static_cast<std::ptrdiff_t>(n) * width);
-  for (int i = 0; i < n; i++) original.e(i, kd) = 200.0;
+  for (int i = 0; i < n; ++i) original.e(i, kd) = 200.0;
   Vector b(n), x(n);
   fill(b.data, n);
   int info = 0;

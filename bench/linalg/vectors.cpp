@@ -28,8 +28,8 @@ struct Dense {
   }
 };
 
-/// Rows of 50 entries at random places among `width`. With `shuffled` each merge takes others, in no order;
-/// without it the same few come again and again, a pattern that the processor learns by heart.
+// Rows of 50 entries at random places among `width`. With `shuffled` each merge takes others, in no order;
+// without it the same few come again and again, a pattern that the processor learns by heart.
 struct Sparse {
   static constexpr unsigned count = 256;
   std::vector<SpVec> rows;
@@ -57,7 +57,7 @@ struct Sparse {
   SparseVector& peer() { return peers[next()]; }
 };
 
-/// One dense operation; `n` numbers are handled in each step.
+// One dense operation; `n` numbers are handled in each step.
 template <class F>
 void run(benchmark::State& state, F step) {
   Dense d(static_cast<int>(state.range(0)));

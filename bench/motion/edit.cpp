@@ -24,21 +24,21 @@ using namespace limber::motion;
 
 namespace {
 
-/// Six chains of three joints on a root: 60 channels.
+// Six chains of three joints on a root: 60 channels.
 Clip swayingClip(int frames) {
   Clip clip;
   const auto add = [&](const std::string& name, int parent, const Pnt3& offset, const char* positions) {
     Joint joint{name, parent, offset, {}, clip.channels, false};
-    for (const char* axis = positions; *axis; axis++) joint.channels.push_back({*axis, false});
+    for (const char* axis = positions; *axis; ++axis) joint.channels.push_back({*axis, false});
     for (const char axis : {'Z', 'X', 'Y'}) joint.channels.push_back({axis, true});
     clip.channels += static_cast<int>(joint.channels.size());
     clip.joints.push_back(joint);
     return static_cast<int>(clip.joints.size()) - 1;
   };
   const int root = add("Root", -1, Pnt3(0, 90, 0), "XYZ");
-  for (int chain = 0; chain < 6; chain++) {
+  for (int chain = 0; chain < 6; ++chain) {
     int parent = root;
-    for (int k = 0; k < 3; k++) {
+    for (int k = 0; k < 3; ++k) {
       const Pnt3 bone(k == 0 ? 10.0 * chain - 25.0 : 2.0, chain < 3 ? -28.0 : 24.0, 3.0 * k);
       parent = add("Joint" + std::to_string(3 * chain + k), parent, bone, "");
     }
@@ -47,25 +47,25 @@ Clip swayingClip(int frames) {
   }
   clip.frames = frames;
   clip.frameTime = 1.0 / 120.0;
-  for (int f = 0; f < frames; f++) {
-    for (int c = 0; c < clip.channels; c++) {
+  for (int f = 0; f < frames; ++f) {
+    for (int c = 0; c < clip.channels; ++c) {
       clip.values.push_back((clip.channel(c).rotation ? 0.3 : 10.0) * std::sin(0.02 * f * (1 + c % 3) + c));
     }
   }
   return clip;
 }
 
-/// Four ends of the skeleton in each frame, a hundredth of the height from where they are: 12 rows.
+// Four ends of the skeleton in each frame, a hundredth of the height from where they are: 12 rows.
 std::vector<Constraint> wishesFor(const Clip& clip) {
   const Skeleton skeleton(clip);
   std::vector<Constraint> wishes;
-  for (int f = 0; f < clip.frames; f++) {
+  for (int f = 0; f < clip.frames; ++f) {
     int found = 0;
-    for (int j = 0; j < skeleton.joints() && found < 4; j++) {
+    for (int j = 0; j < skeleton.joints() && found < 4; ++j) {
       if (!clip.joints[static_cast<std::size_t>(j)].endSite) continue;
       const Pnt3 shift(std::sin(0.05 * f + j), 1.0, std::cos(0.03 * f - j));
       wishes.push_back({f, j, skeleton.position(j, clip.frame(f)) + shift, 1.0});
-      found++;
+      ++found;
     }
   }
   sortByFrame(&wishes);
@@ -74,7 +74,7 @@ std::vector<Constraint> wishesFor(const Clip& clip) {
 
 using Sparse = Eigen::SparseMatrix<double>;
 
-/// The rows of J, from the same derivatives.
+// The rows of J, from the same derivatives.
 Sparse sparseOf(const Skeleton& skeleton, const Clip& clip, const std::vector<Constraint>& wishes) {
   std::vector<Eigen::Triplet<double>> entries;
   Pose pose;
@@ -83,7 +83,7 @@ Sparse sparseOf(const Skeleton& skeleton, const Clip& clip, const std::vector<Co
     skeleton.pose(clip.frame(wish.frame), &pose);
     for (const int c : skeleton.chain(wish.joint)) {
       Pnt3 slope = skeleton.derivative(pose, wish.joint, c);
-      for (int axis = 0; axis < 3; axis++) {
+      for (int axis = 0; axis < 3; ++axis) {
         entries.emplace_back(row + axis, wish.frame * clip.channels + c, slope.v()[axis]);
       }
     }
@@ -97,8 +97,8 @@ Sparse sparseOf(const Skeleton& skeleton, const Clip& clip, const std::vector<Co
 Sparse sparseOf(const Smoothness& measure) {
   std::vector<Eigen::Triplet<double>> entries;
   const int n = measure.channels();
-  for (int i = 0; i < measure.height(); i++) {
-    for (int k = -3; k <= 3; k++) {
+  for (int i = 0; i < measure.height(); ++i) {
+    for (int k = -3; k <= 3; ++k) {
       const int j = i + k * n;
       if (j >= 0 && j < measure.width() && measure.acc(i, j) != 0.0)
         entries.emplace_back(i, j, measure.acc(i, j));
@@ -115,7 +115,7 @@ void step(benchmark::State& state) {
   const std::vector<Constraint> wishes = wishesFor(clip);
   // As the edit does: only channels that move a held joint. The peer's ordering finds the others itself.
   std::vector<int> channels;
-  for (int c = 0; c < clip.channels; c++) {
+  for (int c = 0; c < clip.channels; ++c) {
     const auto moves = [&](const Constraint& w) {
       const std::vector<int>& chain = skeleton.chain(w.joint);
       return std::find(chain.begin(), chain.end(), c) != chain.end();
@@ -154,7 +154,7 @@ void step(benchmark::State& state) {
   theirs();
   const Eigen::Map<const Eigen::VectorXd> mine(step.data, step.size());
   Eigen::VectorXd theirPart(mine.size());
-  for (int i = 0; i < mine.size(); i++) {
+  for (int i = 0; i < mine.size(); ++i) {
     const int n = static_cast<int>(channels.size());
     theirPart[i] = theirStep[i / n * clip.channels + channels[static_cast<std::size_t>(i % n)]];
   }

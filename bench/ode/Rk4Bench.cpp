@@ -17,9 +17,9 @@ namespace {
 
 using State = std::vector<double>;
 
-/// Decay, the cheapest right-hand side that reads the state.
+// Decay, the cheapest right-hand side that reads the state.
 void slopes(const double* __restrict__ x, double* __restrict__ dxdt, int size) {
-  for (int i = 0; i < size; i++) dxdt[i] = -0.25 * x[i];
+  for (int i = 0; i < size; ++i) dxdt[i] = -0.25 * x[i];
 }
 
 class Decay : public Integrand {
@@ -30,7 +30,7 @@ class Decay : public Integrand {
   }
 };
 
-/// The peer's counterpart of an Integrand.
+// The peer's counterpart of an Integrand.
 class PeerIntegrand {
  public:
   virtual void fprime(const State& x, double, State& dxdt) = 0;
@@ -45,9 +45,9 @@ class PeerDecay : public PeerIntegrand {
   }
 };
 
-/// The time of a pass depends on where malloc happens to put its arrays (a store and a later load of another
-/// array that agree in their last 12 bits get in each other's way), so the ratio is the median over
-/// placements: each has stray blocks of random sizes between the arrays of both sides.
+// The time of a pass depends on where malloc happens to put its arrays (a store and a later load of another
+// array that agree in their last 12 bits get in each other's way), so the ratio is the median over
+// placements: each has stray blocks of random sizes between the arrays of both sides.
 constexpr int placements = 41;
 
 template <class Right>

@@ -59,7 +59,7 @@ Problem& problem(int which) {
 
 int silent(const char*) { return 0; }
 
-/// A pass of so many iterations: the limit of the entry points is a multiple of the size.
+// A pass of so many iterations: the limit of the entry points is a multiple of the size.
 class Pass {
  public:
   Pass(Problem& problem, CGMultFun mult) : p_(problem), mult_(mult) {

@@ -32,19 +32,19 @@ constexpr double damping = 1e-3;
 using Sparse = Eigen::SparseMatrix<double, Eigen::RowMajor>;
 
 struct Motion {
-  /// With `density` below 1 each row has its own random part of those columns.
+  // With `density` below 1 each row has its own random part of those columns.
   explicit Motion(double density) : J(0), peer(rows, frames * own + next), damp(rows), b(rows), x(rows) {
     std::mt19937_64 engine(1);
     std::normal_distribution<double> normal;
     std::uniform_real_distribution<double> uniform;
     std::vector<Eigen::Triplet<double>> entries;
-    for (int i = 0; i < rows; i++) {
+    for (int i = 0; i < rows; ++i) {
       auto row = std::make_unique<SpVec>(own + next);
       const int first = i / constraints * own;
-      for (int j = first; j < first + own + next; j++) {
+      for (int j = first; j < first + own + next; ++j) {
         if (uniform(engine) < density) row->ins(normal(engine), j);
       }
-      for (int e = 0; e < row->numEntries; e++) entries.emplace_back(i, row->indices.data[e], row->e(e));
+      for (int e = 0; e < row->numEntries; ++e) entries.emplace_back(i, row->indices.data[e], row->e(e));
       J.add(row.get());
       owned.push_back(std::move(row));
       b[i] = normal(engine);
@@ -70,7 +70,7 @@ void race(benchmark::State& state, int calls, Ours ours, Peer peer) {
 
 void checkClose(benchmark::State& state, const Vector& ours, const double* peer) {
   double worst = 0.0, scale = 0.0;
-  for (int i = 0; i < rows; i++) {
+  for (int i = 0; i < rows; ++i) {
     worst = std::max(worst, std::fabs(ours[i] - peer[i]));
     scale = std::max(scale, std::fabs(peer[i]));
   }
@@ -104,7 +104,7 @@ void solveAgainstEigen(benchmark::State& state) {
       [&] {
         using Columns = Eigen::SparseMatrix<double>;
         Columns system = m.peer * m.peer.transpose();
-        for (int i = 0; i < rows; i++) system.coeffRef(i, i) += damping;
+        for (int i = 0; i < rows; ++i) system.coeffRef(i, i) += damping;
         Eigen::SimplicialLDLT<Columns, Eigen::Lower, Eigen::NaturalOrdering<int>> factor(system);
         lambda = factor.solve(Eigen::Map<Eigen::VectorXd>(m.b.data, rows));
       });

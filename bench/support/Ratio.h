@@ -23,12 +23,12 @@ template <class Ours, class Peer>
 Turns byTurns(int rounds, int calls, Ours ours, Peer peer) {
   const auto nanoseconds = [calls](auto& work) {
     const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < calls; i++) work();
+    for (int i = 0; i < calls; ++i) work();
     const std::chrono::duration<double, std::nano> elapsed = std::chrono::steady_clock::now() - start;
     return elapsed.count() / calls;
   };
   std::vector<double> ourTimes, peerTimes, ratios;
-  for (int round = 0; round < rounds; round++) {
+  for (int round = 0; round < rounds; ++round) {
     const bool oursFirst = round % 2 == 0;
     double a = oursFirst ? nanoseconds(ours) : 0.0;
     const double b = nanoseconds(peer);

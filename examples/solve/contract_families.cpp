@@ -14,10 +14,10 @@
 
 namespace {
 
-/// The residual of a family's start from zero, relative to which its default tolerance is set.
+// The residual of a family's start from zero, relative to which its default tolerance is set.
 constexpr double relativeTolerance = 1e-9;
 
-/// As the other entry points: the iterations, or less than 0.
+// As the other entry points: the iterations, or less than 0.
 int runBiCG(const Options& options, HSpMat* A, Vector* x, Vector* b, double* rsq) {
   int iterations = 0;
   const CGIStatus status = biCGrad(A, x, b, *rsq, iterations, options.shadowIsResidual);
@@ -59,7 +59,7 @@ std::string problemOf(const Options& options) {
   return std::string(words) + (options.family == Family::Older ? " (older family)" : "");
 }
 
-/// Lets the watch see every iteration as long as it exists.
+// Lets the watch see every iteration as long as it exists.
 class Observed {
  public:
   explicit Observed(Watch& watch) {
@@ -74,8 +74,8 @@ class Observed {
   Observed& operator=(const Observed&) = delete;
 };
 
-/// The tolerances: the squared residual that counts as solved and, well below it, the curvature that counts
-/// as none.
+// The tolerances: the squared residual that counts as solved and, well below it, the curvature that counts
+// as none.
 void setTolerances(const Options& options, double startSize) {
   const double relative = relativeTolerance * startSize;
   const double square = relative * relative;
@@ -103,7 +103,7 @@ void noteWhatIsDropped(const RowMatrix& rows, const Vector& b, Result& result) {
   }
 }
 
-/// What the residual of the file's own entries says counts, not what the family believes.
+// What the residual of the file's own entries says counts, not what the family believes.
 void describe(const Options& options, int returned, bool stopped, Result& result) {
   // The newer family ends at the tolerance, but for rounding; the older one when the squared residual changes
   // by less than the tolerance, which may leave a few times as much.

@@ -15,7 +15,7 @@ namespace {
 
 constexpr double mostElements = 4e6;
 
-/// The factorizations say on the standard-output channel that they begin; a report is no place for that.
+// The factorizations say on the standard-output channel that they begin; a report is no place for that.
 class Quiet {
  public:
   Quiet() : channel_(stdoutF) {
@@ -36,7 +36,7 @@ class Quiet {
                        std::to_string(info) + ")");
 }
 
-/// A system M x = c with M square, or for least squares with more rows than columns.
+// A system M x = c with M square, or for least squares with more rows than columns.
 struct DenseSystem {
   ResizeMatrix M;
   Vector c;
@@ -44,11 +44,11 @@ struct DenseSystem {
 
 void addToDiagonal(double shift, FullMatrix& M) {
   if (shift == 0.0) return;
-  for (int i = 0; i < M.rows(); i++) M.e(i, i) += shift;
+  for (int i = 0; i < M.rows(); ++i) M.e(i, i) += shift;
 }
 
-/// M = A, or A A^T for constraints, with the multiple of the identity that --definizer adds; c = b. For least
-/// squares with a factorization that wants a square matrix, M = A^T A and c = A^T b.
+// M = A, or A A^T for constraints, with the multiple of the identity that --definizer adds; c = b. For least
+// squares with a factorization that wants a square matrix, M = A^T A and c = A^T b.
 DenseSystem assemble(const Options& options, System kind, const SparseProblem& problem, const Vector& b) {
   DenseSystem system{ResizeMatrix(problem.rows, problem.columns), b};
   for (const Entry& entry : problem.entries) system.M.e(entry.row, entry.column) = entry.value;
@@ -84,7 +84,7 @@ Vector byQr(const SparseProblem& problem, DenseSystem& system) {
   Vector tau;
   const int info = qrFactor(&system.M, &tau);
   if (info != 0) failed(problem, "QR", info);
-  for (int i = 0; i < system.M.columns(); i++) {
+  for (int i = 0; i < system.M.columns(); ++i) {
     if (system.M.e(i, i) == 0.0) failed(problem, "QR with full rank", i + 1);
   }
   qtransTimes(&system.M, &tau, &system.c);
@@ -103,7 +103,7 @@ Vector byCholesky(const SparseProblem& problem, DenseSystem& system) {
   return system.c;
 }
 
-/// The solution of least norm: singular values below epsilon times the largest count as zero.
+// The solution of least norm: singular values below epsilon times the largest count as zero.
 Vector bySvd(const SparseProblem& problem, DenseSystem& system) {
   const int m = system.M.rows(), n = system.M.columns();
   FullMatrix U(m, m), S(1, n), Vt(n, n);
@@ -113,7 +113,7 @@ Vector bySvd(const SparseProblem& problem, DenseSystem& system) {
   U.multT(&system.c, &projected);
   Vector scaled(n);
   const double least = 2.2e-16 * std::max(m, n) * S.e(0, 0);
-  for (int k = 0; k < std::min(m, n); k++) scaled[k] = S.e(0, k) > least ? projected[k] / S.e(0, k) : 0.0;
+  for (int k = 0; k < std::min(m, n); ++k) scaled[k] = S.e(0, k) > least ? projected[k] / S.e(0, k) : 0.0;
   Vt.multT(&scaled, &x);
   return x;
 }
@@ -129,7 +129,7 @@ Vector solveDense(const Options& options, System kind, const SparseProblem& prob
 
 double relativeDifference(const Vector& x, const Vector& y) {
   double difference = 0.0, size = 0.0;
-  for (int i = 0; i < std::min(x.size(), y.size()); i++) {
+  for (int i = 0; i < std::min(x.size(), y.size()); ++i) {
     difference = std::hypot(difference, x[i] - y[i]);
     size = std::hypot(size, y[i]);
   }

@@ -43,8 +43,8 @@ bool hasPositiveDiagonal(const SparseProblem& problem) {
   return std::count_if(problem.entries.begin(), problem.entries.end(), positive) == problem.rows;
 }
 
-/// The preconditioner that the command line names; null when the front door is to choose. Shared pointers
-/// remember how to destroy what they were made for, because Preconditioner's destructor is not virtual.
+// The preconditioner that the command line names; null when the front door is to choose. Shared pointers
+// remember how to destroy what they were made for, because Preconditioner's destructor is not virtual.
 std::shared_ptr<Preconditioner> preconditioner(const Options& options, HSpMat& A) {
   if (options.preconditioner == "none") return std::make_shared<Preconditioner>();
   if (options.preconditioner == "jacobi") return std::make_shared<JJtPrecond>(&A, nullptr, nullptr);
@@ -102,7 +102,7 @@ class Solver {
     throw InputError(problem_.path, 0, std::string("cannot be solved with: ") + message);
   }
 
-  /// What the residual of the file's own entries says counts, not what the solver believes.
+  // What the residual of the file's own entries says counts, not what the solver believes.
   void describe(const SolveReport& report, Result& result) const {
     constexpr double rounding = 1.01;  // the two residuals are not rounded alike
     if (result.residual.relative <= options_.relative * rounding) {

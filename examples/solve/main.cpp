@@ -19,7 +19,7 @@ namespace {
 
 int printOnStandardError(const char* text) { return std::fputs(text, stderr); }
 
-/// b as the command line asks for it; `file` receives the name of the file that was read.
+// b as the command line asks for it; `file` receives the name of the file that was read.
 Vector rightHandSide(const Options& options, const SparseProblem& problem, std::string* file) {
   if (options.rightHandSide.empty()) return rightHandSideOfOnes(systemOf(options.method), problem);
   const std::vector<double> values = readVector(options.rightHandSide, options.path(), problem.rows, file);
@@ -29,7 +29,7 @@ Vector rightHandSide(const Options& options, const SparseProblem& problem, std::
   return b;
 }
 
-/// No output may replace an input or another output.
+// No output may replace an input or another output.
 void requireDistinctFiles(const Options& options, const std::string& matrix, const std::string& b) {
   const struct {
     const char* option;
@@ -60,7 +60,7 @@ void dump(const std::string& file, const SparseProblem& problem, Vector& b) {
   out.finish();
 }
 
-/// The trace of a family, which is written while it solves.
+// The trace of a family, which is written while it solves.
 class Trace {
  public:
   explicit Trace(const std::string& file) : file_(file) {
@@ -91,8 +91,8 @@ bool isFinite(const Vector& x) {
   return std::all_of(x.data, x.data + x.size(), [](double value) { return std::isfinite(value); });
 }
 
-/// What is done with a result. Something that goes wrong is said and remembered, because the rest is still
-/// worth having.
+// What is done with a result. Something that goes wrong is said and remembered, because the rest is still
+// worth having.
 class Delivery {
  public:
   template <class Step>
@@ -103,7 +103,7 @@ class Delivery {
       status_ = reportException("solve");
     }
   }
-  /// Writes a file by `write`, whole or not at all.
+  // Writes a file by `write`, whole or not at all.
   template <class Write>
   void file(const std::string& path, const Write& write) {
     if (path.empty()) return;

@@ -39,7 +39,7 @@ std::string lower(std::string text) {
   return text;
 }
 
-/// The next word of the banner, one of `allowed`, as its position there.
+// The next word of the banner, one of `allowed`, as its position there.
 int bannerWord(LineReader& in, const char* expected, std::initializer_list<const char*> allowed) {
   const std::string word = in.next(expected);
   const auto found = std::find(allowed.begin(), allowed.end(), lower(word));
@@ -49,7 +49,7 @@ int bannerWord(LineReader& in, const char* expected, std::initializer_list<const
 
 const char bannerBegins[] = "%%matrixmarket";
 
-/// Reads the banner, which is the current line; the lines below it may hold comments.
+// Reads the banner, which is the current line; the lines below it may hold comments.
 Banner readBanner(LineReader& in) {
   const char* const begins = "a banner that begins with %%MatrixMarket matrix";
   bannerWord(in, begins, {bannerBegins});
@@ -76,7 +76,7 @@ Banner readBanner(LineReader& in) {
   return banner;
 }
 
-/// How many numbers an array lists.
+// How many numbers an array lists.
 long long listed(const Banner& banner, long long rows, long long columns) {
   if (banner.symmetry == Symmetry::General) return rows * columns;
   return banner.symmetry == Symmetry::Symmetric ? rows * (rows + 1) / 2 : rows * (rows - 1) / 2;
@@ -100,7 +100,7 @@ Size readSize(LineReader& in, const Banner& banner) {
   return size;
 }
 
-/// The most characters that the file can hold; infinite when only reading tells.
+// The most characters that the file can hold; infinite when only reading tells.
 double mostCharacters(const std::string& file) {
   constexpr double bestCompression = 1032.0;  // of gzip's method
   std::error_code error;
@@ -113,7 +113,7 @@ double mostCharacters(const std::string& file) {
   return packed ? length * bestCompression : length;
 }
 
-/// A run of rows: first, ..., end - 1.
+// A run of rows: first, ..., end - 1.
 struct Run {
   int first, end;
   bool has(int row) const { return row >= first && row < end; }
@@ -126,8 +126,8 @@ Run kept(const RowSelection& keep, int rows) {
   return {first, end};
 }
 
-/// Holds the declared sizes against the file and the memory before anything of that size is allocated.
-/// `share` is the part of the rows that is kept.
+// Holds the declared sizes against the file and the memory before anything of that size is allocated.
+// `share` is the part of the rows that is kept.
 void check(LineReader& in, const Banner& banner, const Size& size, double share) {
   const double entries = static_cast<double>(size.entries);
   // "1 1", "1 1 5" or "5", each with a line end, but for the last.
@@ -150,7 +150,7 @@ void check(LineReader& in, const Banner& banner, const Size& size, double share)
   requireMemory(in.file(), share * bytes);
 }
 
-/// Reads the entries that the size line declares.
+// Reads the entries that the size line declares.
 class EntryReader {
  public:
   EntryReader(LineReader& in, const Banner& banner, const Size& size, Run kept, std::vector<Entry>& entries)
@@ -175,7 +175,7 @@ class EntryReader {
   void readCoordinates() {
     const std::string rowRange = "a row from 1 to " + to_string(size_.rows);
     const std::string columnRange = "a column from 1 to " + to_string(size_.columns);
-    for (long long k = 0; k < size_.entries; k++) {
+    for (long long k = 0; k < size_.entries; ++k) {
       nextEntryLine(k);
       const int i = static_cast<int>(in_.whole(1, size_.rows, rowRange.c_str())) - 1;
       const int j = static_cast<int>(in_.whole(1, size_.columns, columnRange.c_str())) - 1;
@@ -191,15 +191,15 @@ class EntryReader {
     }
   }
 
-  /// Column by column; of a symmetric matrix the diagonal and what is below it, of a skew-symmetric one only
-  /// what is below. Zeros are not stored.
+  // Column by column; of a symmetric matrix the diagonal and what is below it, of a skew-symmetric one only
+  // what is below. Zeros are not stored.
   void readArray() {
     long long k = 0;
-    for (int j = 0; j < size_.columns; j++) {
+    for (int j = 0; j < size_.columns; ++j) {
       const int first = banner_.symmetry == Symmetry::General     ? 0
                         : banner_.symmetry == Symmetry::Symmetric ? j
                                                                   : j + 1;
-      for (int i = first; i < size_.rows; i++, k++) {
+      for (int i = first; i < size_.rows; ++i, ++k) {
         if (!in_.peek()) nextEntryLine(k);
         const double value = number();
         if (value != 0.0) add(i, j, value);
@@ -230,7 +230,7 @@ class EntryReader {
   std::vector<Entry>& entries_;
 };
 
-/// The rest of the file behind a banner that was read.
+// The rest of the file behind a banner that was read.
 void readBody(LineReader& in, const Banner& banner, const RowSelection& keep, SparseProblem& problem) {
   const Size size = readSize(in, banner);
   const Run rows = kept(keep, size.rows);
@@ -252,13 +252,13 @@ void readBody(LineReader& in, const Banner& banner, const RowSelection& keep, Sp
                           " added to another one at the same place");
 }
 
-/// The first line with a word was begun; it may be a comment.
+// The first line with a word was begun; it may be a comment.
 std::vector<double> readPlainNumbers(LineReader& in, int size, Run kept) {
   in.setComment('%');
   if (in.peek() && *in.peek() == '%') in.nextLine();
   std::vector<double> values;
   int read = 0;
-  for (; in.peek() || in.nextLine(); read++) {
+  for (; in.peek() || in.nextLine(); ++read) {
     if (read == size) {
       in.unexpected("the end of the file behind number " + to_string(size), in.peek());
     }

@@ -73,7 +73,7 @@ namespace {
   throw InputError("solve: " + option + ": expected " + expected + " (see solve --help)");
 }
 
-/// Who an option is for.
+// Who an option is for.
 enum Users : unsigned { FrontDoor = 1, Newer = 2, Older = 4, BiCG = 8, Everybody = 15 };
 
 Users userOf(const Options& options) {
@@ -107,7 +107,7 @@ class CommandLine {
 
   Command read() {
     cgradTol = 1e-12;
-    for (at_ = 1; at_ < count_; at_++) {
+    for (at_ = 1; at_ < count_; ++at_) {
       const std::string word = arguments_[at_];
       if (word == "--help") return Command::Help;
       if (word == "--version") return Command::Version;
@@ -128,7 +128,7 @@ class CommandLine {
     }
   }
 
-  /// The value of the option at hand.
+  // The value of the option at hand.
   std::string value(const std::string& option, const std::string& expected) {
     if (++at_ >= count_) complain(option, expected);
     return arguments_[at_];
@@ -257,7 +257,7 @@ class CommandLine {
     if (users != Everybody) special_.push_back({option, users});
   }
 
-  /// Refuses what cannot apply, now that everything is known.
+  // Refuses what cannot apply, now that everything is known.
   void combine() {
     const Method method = options_.method;
     if (method == Method::BiCG && options_.family != Family::FrontDoor) {

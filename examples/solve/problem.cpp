@@ -35,7 +35,7 @@ RowMatrix::RowMatrix(const SparseProblem& problem, Rule rule) : matrix_(problem.
       if (rule == Contract) {
         const int before = row.numEntries;
         row.ins(first->value, first->column);
-        if (row.numEntries == before && first->value != 0.0) dropped_++;
+        if (row.numEntries == before && first->value != 0.0) ++dropped_;
         continue;
       }
       row.values.data[row.numEntries] = first->value;

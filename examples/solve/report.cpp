@@ -44,7 +44,7 @@ std::string number(double value) {
   return text;
 }
 
-/// The members of a JSON object, one a line.
+// The members of a JSON object, one a line.
 class JsonObject {
  public:
   explicit JsonObject(std::FILE* out) : out_(out) { std::fputs("{", out); }
@@ -138,5 +138,5 @@ void writeJson(const Options& options, const SparseProblem& problem, const Resul
 void writeSolution(const Result& result, std::FILE* out) {
   std::fprintf(out, "%%%%MatrixMarket matrix array real general\n%% %s; relative residual %g\n%d 1\n",
                result.outcome.c_str(), result.residual.relative, result.x.size());
-  for (int i = 0; i < result.x.size(); i++) std::fprintf(out, "%.17g\n", result.x[i]);
+  for (int i = 0; i < result.x.size(); ++i) std::fprintf(out, "%.17g\n", result.x[i]);
 }

@@ -9,14 +9,14 @@
 
 namespace {
 
-/// Wider than double in precision and range where the machine has it: neither sums of squares nor products of
-/// three numbers overflow then.
+// Wider than double in precision and range where the machine has it: neither sums of squares nor products of
+// three numbers overflow then.
 using Wide = long double;
 using WideVector = std::vector<Wide>;
 
 WideVector widened(const Vector& v, int size) {
   WideVector wide(static_cast<std::size_t>(size));
-  for (int i = 0; i < size && i < v.size(); i++) wide[static_cast<std::size_t>(i)] = v[i];
+  for (int i = 0; i < size && i < v.size(); ++i) wide[static_cast<std::size_t>(i)] = v[i];
   return wide;
 }
 
@@ -32,7 +32,7 @@ Wide norm(const SparseProblem& problem) {
   return std::sqrt(sum);
 }
 
-/// A v.
+// A v.
 WideVector product(const SparseProblem& problem, const WideVector& v) {
   WideVector result(static_cast<std::size_t>(problem.rows));
   for (const Entry& entry : problem.entries) {
@@ -41,7 +41,7 @@ WideVector product(const SparseProblem& problem, const WideVector& v) {
   return result;
 }
 
-/// A^T v.
+// A^T v.
 WideVector transposedProduct(const SparseProblem& problem, const WideVector& v) {
   WideVector result(static_cast<std::size_t>(problem.columns));
   for (const Entry& entry : problem.entries) {
@@ -63,9 +63,9 @@ Residual residualOf(System system, const SparseProblem& problem, const Vector& x
   const WideVector at = widened(x, unknowns(system, problem)), right = widened(b, problem.rows);
   WideVector r = product(problem, system == System::Constraints ? transposedProduct(problem, at) : at);
   if (shift != 0.0) {
-    for (std::size_t i = 0; i < r.size(); i++) r[i] += shift * at[i];
+    for (std::size_t i = 0; i < r.size(); ++i) r[i] += shift * at[i];
   }
-  for (std::size_t i = 0; i < r.size(); i++) r[i] = right[i] - r[i];
+  for (std::size_t i = 0; i < r.size(); ++i) r[i] = right[i] - r[i];
 
   const Wide a = norm(problem), sizeOfX = norm(at), sizeOfB = norm(right);
   Wide size = norm(r), start = sizeOfB;
@@ -87,7 +87,7 @@ Vector rightHandSideOfOnes(System system, const SparseProblem& problem) {
   Vector b;
   b.grow(problem.rows);
   if (b.size() != problem.rows) throw std::bad_alloc();
-  for (int i = 0; i < problem.rows; i++) b[i] = static_cast<double>(sums[static_cast<std::size_t>(i)]);
+  for (int i = 0; i < problem.rows; ++i) b[i] = static_cast<double>(sums[static_cast<std::size_t>(i)]);
   const Wide size = norm(sums);
   if (size > std::numeric_limits<double>::max() || (size > 0 && size < std::numeric_limits<double>::min())) {
     throw InputError(problem.path, 0,

@@ -38,12 +38,12 @@ struct Options {
   double relative = 1e-10;
 };
 
-/// A step failed on some process, which has said why.
+// A step failed on some process, which has said why.
 struct Ended {
   int status;
 };
 
-/// Runs a step on every process. When it fails on some, the first of them prints its message and all end.
+// Runs a step on every process. When it fails on some, the first of them prints its message and all end.
 void together(MPI_Comm comm, const std::function<void()>& step) {
   int status = exitSolved;
   std::string message;
@@ -68,7 +68,7 @@ void together(MPI_Comm comm, const std::function<void()>& step) {
   throw Ended{status};
 }
 
-/// The value of an option that needs one.
+// The value of an option that needs one.
 const char* valueOf(int argc, char** argv, int* i) {
   if (*i + 1 >= argc)
     throw InputError(std::string("solve_distributed: ") + argv[*i] + " needs a value; see --help");
@@ -77,7 +77,7 @@ const char* valueOf(int argc, char** argv, int* i) {
 
 Options readOptions(int argc, char** argv) {
   Options options;
-  for (int i = 1; i < argc; i++) {
+  for (int i = 1; i < argc; ++i) {
     const std::string word = argv[i];
     if (word == "--ls") {
       options.positiveDefinite = false;
@@ -93,7 +93,7 @@ Options readOptions(int argc, char** argv) {
         throw InputError("solve_distributed: --relative: expected a number that is not negative, found " +
                          quoted(text));
     } else if (word.compare(0, 8, "-limber_") == 0) {
-      if (i + 1 < argc && argv[i + 1][0] != '-' && i + 2 < argc) i++;  // its value; PETSc has read both
+      if (i + 1 < argc && argv[i + 1][0] != '-' && i + 2 < argc) ++i;  // its value; PETSc has read both
     } else if (word[0] == '-' || !options.matrix.empty()) {
       throw InputError("solve_distributed: unexpected " + quoted(argv[i]) + "; see --help");
     } else {
@@ -105,7 +105,7 @@ Options readOptions(int argc, char** argv) {
   return options;
 }
 
-/// This process's rows of a file, with the entries as the file has them.
+// This process's rows of a file, with the entries as the file has them.
 class OwnRows {
  public:
   OwnRows(MPI_Comm comm, const std::string& file) {
@@ -132,7 +132,7 @@ class OwnRows {
   HSpMat matrix_{0};
 };
 
-/// This process's part of the right-hand side.
+// This process's part of the right-hand side.
 Vector rightHandSide(const Options& options, const OwnRows& A, MPI_Comm comm) {
   Vector b(A.part().count);
   if (b.count != A.part().count) throw std::bad_alloc();
@@ -149,12 +149,12 @@ Vector rightHandSide(const Options& options, const OwnRows& A, MPI_Comm comm) {
       readVector(options.rightHandSide, nullptr, A.problem().rows, &found, own);
   if (!options.solution.empty() && sameFile(options.solution, found))
     throw InputError("solve_distributed: -x: expected another file than the right-hand side");
-  for (int i = 0; i < b.count; i++) b[i] = values[static_cast<std::size_t>(i)];
+  for (int i = 0; i < b.count; ++i) b[i] = values[static_cast<std::size_t>(i)];
   return b;
 }
 
-/// Hands the parts of x to `use` on process 0, one after the other, so that no process ever holds more than
-/// two.
+// Hands the parts of x to `use` on process 0, one after the other, so that no process ever holds more than
+// two.
 void eachPart(MPI_Comm comm, const Vector& x, const std::function<void(const Vector&)>& use) {
   int rank = 0, size = 1;
   MPI_Comm_rank(comm, &rank);
@@ -165,19 +165,19 @@ void eachPart(MPI_Comm comm, const Vector& x, const std::function<void(const Vec
     return;
   }
   use(x);
-  for (int from = 1; from < size; from++) {
+  for (int from = 1; from < size; ++from) {
     int count = 0;
     MPI_Recv(&count, 1, MPI_INT, from, 0, comm, MPI_STATUS_IGNORE);
     std::vector<double> values(static_cast<std::size_t>(count));
     MPI_Recv(values.data(), count, MPI_DOUBLE, from, 1, comm, MPI_STATUS_IGNORE);
     Vector part(count);
-    for (int i = 0; i < part.count; i++) part[i] = values[static_cast<std::size_t>(i)];
+    for (int i = 0; i < part.count; ++i) part[i] = values[static_cast<std::size_t>(i)];
     use(part);
   }
 }
 
-/// Writes the solution from process 0. A write that fails is noticed at the end, when every part was
-/// received.
+// Writes the solution from process 0. A write that fails is noticed at the end, when every part was
+// received.
 void writeSolution(MPI_Comm comm, const std::string& file, const Vector& x, int unknowns) {
   int rank = 0;
   MPI_Comm_rank(comm, &rank);
@@ -187,7 +187,7 @@ void writeSolution(MPI_Comm comm, const std::string& file, const Vector& x, int 
   });
   if (out) std::fprintf(out->stream(), "%%%%MatrixMarket matrix array real general\n%d 1\n", unknowns);
   eachPart(comm, x, [&](const Vector& part) {
-    for (int i = 0; i < part.count; i++) std::fprintf(out->stream(), "%.17g\n", part[i]);
+    for (int i = 0; i < part.count; ++i) std::fprintf(out->stream(), "%.17g\n", part[i]);
   });
   together(comm, [&] {
     if (out) out->finish();
@@ -234,7 +234,7 @@ int run(int argc, char** argv, const limber::petsc::Session& session) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  for (int i = 1; i < argc; i++)
+  for (int i = 1; i < argc; ++i)
     if (std::strcmp(argv[i], "--help") == 0) return std::fputs(help, stdout) < 0 || std::fflush(stdout) != 0;
   const limber::petsc::Session session(&argc, &argv);
   if (!session.ok()) return exitBadInput;

@@ -15,7 +15,7 @@ std::string quoted(const char* word) {
   if (!word) return "the end of the file";
   constexpr std::size_t most = 40;
   std::string text = "'";
-  for (const char* c = word; *c; c++) {
+  for (const char* c = word; *c; ++c) {
     if (text.size() > most) {
       text += "...";
       break;

@@ -36,7 +36,7 @@ LineReader::~LineReader() {
   if (stream_) gzclose(static_cast<gzFile>(stream_));
 }
 
-/// Reads more of the file; returns its next byte, or endOfFile.
+// Reads more of the file; returns its next byte, or endOfFile.
 int LineReader::refill() {
   if (!damage_.empty()) return endOfFile;
   const auto stream = static_cast<gzFile>(stream_);
@@ -56,7 +56,7 @@ int LineReader::refill() {
   return endOfFile;
 }
 
-/// The next byte, which stays; endOfFile when there is none.
+// The next byte, which stays; endOfFile when there is none.
 int LineReader::look() {
   const int c = at_ < end_ ? static_cast<unsigned char>(buffer_[at_]) : refill();
   if (c == 0) fail("a zero byte: this is not a text file");
@@ -66,13 +66,13 @@ int LineReader::look() {
 void LineReader::skipByteOrderMark() {
   for (const char mark : {'\xEF', '\xBB', '\xBF'}) {
     if (look() != static_cast<unsigned char>(mark)) return;
-    at_++;
+    ++at_;
   }
 }
 
 void LineReader::skipRestOfLine() {
   found_ = false;
-  for (int c = look(); c != endOfFile && !isLineEnd(c); c = look()) at_++;
+  for (int c = look(); c != endOfFile && !isLineEnd(c); c = look()) ++at_;
 }
 
 bool LineReader::nextLine() {
@@ -81,17 +81,17 @@ bool LineReader::nextLine() {
     if (line_ > 0) {
       skipRestOfLine();
       if (look() == '\r') {
-        at_++;
-        if (look() == '\n') at_++;
+        ++at_;
+        if (look() == '\n') ++at_;
       } else if (look() == '\n') {
-        at_++;
+        ++at_;
       }
     }
     if (look() == endOfFile) {
       if (!damage_.empty()) fail("expected more");
       return false;
     }
-    line_++;
+    ++line_;
   } while (!peek());
   return true;
 }
@@ -101,7 +101,7 @@ const char* LineReader::peek() {
   if (line_ == 0) return nullptr;
   int c = look();
   while (isBlank(c) && !isLineEnd(c)) {
-    at_++;
+    ++at_;
     c = look();
   }
   if (comment_ && c == comment_) {
@@ -114,7 +114,7 @@ const char* LineReader::peek() {
       fail("a word of more than " + std::to_string(longestWord) + " characters");
     }
     word_ += static_cast<char>(c);
-    at_++;
+    ++at_;
   }
   found_ = !word_.empty();
   return found_ ? word_.c_str() : nullptr;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr double unlimited = std::numeric_limits<double>::infinity();
 
-/// The number behind `key` in a file of the system, in bytes; infinite when there is none.
+// The number behind `key` in a file of the system, in bytes; infinite when there is none.
 double systemValue(const char* file, const char* key, double unit) {
   std::FILE* const in = std::fopen(file, "r");
   if (!in) return unlimited;
@@ -26,7 +26,7 @@ double systemValue(const char* file, const char* key, double unit) {
   return value * unit;
 }
 
-/// What a limit leaves; nothing is known when the limit or the use is unknown.
+// What a limit leaves; nothing is known when the limit or the use is unknown.
 double left(double limit, double used) { return used < unlimited ? std::max(limit - used, 0.0) : unlimited; }
 
 double controlGroup() {
@@ -51,7 +51,7 @@ double addressSpace() {
 std::string inWords(double bytes) {
   const char* const units[] = {"bytes", "kB", "MB", "GB", "TB", "PB"};
   int unit = 0;
-  for (; bytes >= 1000.0 && unit < 5; unit++) bytes /= 1000.0;
+  for (; bytes >= 1000.0 && unit < 5; ++unit) bytes /= 1000.0;
   char text[40];
   std::snprintf(text, sizeof text, "%.3g %s", bytes, units[unit]);
   return text;

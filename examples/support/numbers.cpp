@@ -11,7 +11,7 @@ namespace {
 template <class Number>
 std::errc parse(const char* word, Number* out) {
   if (*word == '+') {
-    word++;
+    ++word;
     if (*word == '-') return std::errc::invalid_argument;
   }
   const char* const end = word + std::strlen(word);

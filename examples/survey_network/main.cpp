@@ -24,15 +24,15 @@ constexpr int stations = side * side;
 constexpr double kilometresApart = 1.5;
 
 std::uint64_t state = 2024;
-/// Uniform in [0, 1).
+// Uniform in [0, 1).
 double chance() {
   state = state * 6364136223846793005u + 1442695040888963407u;
   return static_cast<double>(state >> 40) / 16777216.0;
 }
-/// About normal: twelve uniform deviates added.
+// About normal: twelve uniform deviates added.
 double deviate() {
   double sum = -6.0;
-  for (int i = 0; i < 12; i++) sum += chance();
+  for (int i = 0; i < 12; ++i) sum += chance();
   return sum;
 }
 
@@ -49,26 +49,26 @@ struct Network {
     char text[60];
     std::snprintf(text, sizeof text, "%d %d %.10g\n", rows, station + 1, value);
     entries += text;
-    count++;
+    ++count;
   }
   void observe(double value) {
     char text[40];
     std::snprintf(text, sizeof text, "%.10g\n", value);
     observed += text;
   }
-  /// The difference of two heights; the error grows with the square root of the distance.
+  // The difference of two heights; the error grows with the square root of the distance.
   void level(int from, int to) {
     const Station &a = stations[static_cast<std::size_t>(from)], &b = stations[static_cast<std::size_t>(to)];
     const double distance = std::sqrt((a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y));
     const double millimetres = 2.0 * std::sqrt(distance);
-    rows++;
+    ++rows;
     entry(from < to ? from : to, (from < to ? -1.0 : 1.0) / millimetres);
     entry(from < to ? to : from, (from < to ? 1.0 : -1.0) / millimetres);
     observe((b.height - a.height) * 1000.0 / millimetres + deviate());
   }
-  /// A known height.
+  // A known height.
   void tie(int station) {
-    rows++;
+    ++rows;
     entry(station, 1.0 / 5.0);
     observe(stations[static_cast<std::size_t>(station)].height * 1000.0 / 5.0 + deviate());
   }
@@ -76,18 +76,18 @@ struct Network {
 
 Network make() {
   Network network;
-  for (int i = 0; i < stations; i++) {
+  for (int i = 0; i < stations; ++i) {
     const double x = (i % side + 0.6 * (chance() - 0.5)) * kilometresApart;
     const double y = (i / side + 0.6 * (chance() - 0.5)) * kilometresApart;
     network.stations.push_back({x, y, 200.0 + 3.0 * x - 2.0 * y + 40.0 * chance()});
   }
-  for (int i = 0; i < stations; i++) {
+  for (int i = 0; i < stations; ++i) {
     const bool last = i % side == side - 1, bottom = i / side == side - 1;
     if (!last) network.level(i, i + 1);
     if (!bottom) network.level(i, i + side);
     if (!last && !bottom && chance() < 0.9) network.level(i, i + side + 1);
   }
-  for (int i = 0; i < 20; i++) {
+  for (int i = 0; i < 20; ++i) {
     const int from = static_cast<int>(chance() * stations), to = static_cast<int>(chance() * stations);
     if (from != to) network.level(from, to);
   }

@@ -59,7 +59,7 @@ void writeJoint(std::size_t j, int depth) {
   std::printf("%s\tCHANNELS %sZrotation Xrotation Yrotation\n", indent.c_str(),
               joint.parent < 0 ? "6 Xposition Yposition Zposition " : "3 ");
   bool leaf = true;
-  for (std::size_t child = 0; child < joints.size(); child++) {
+  for (std::size_t child = 0; child < joints.size(); ++child) {
     if (joints[child].parent == static_cast<int>(j)) {
       writeJoint(child, depth + 1);
       leaf = false;
@@ -76,8 +76,8 @@ struct Angles {
   double z = 0, x = 0, y = 0;  // radians
 };
 
-/// Hip, knee and ankle about the x axis that put the ankle `ahead` of the hip and `below` it, the sole turned
-/// by `pitch`: the two-link triangle.
+// Hip, knee and ankle about the x axis that put the ankle `ahead` of the hip and `below` it, the sole turned
+// by `pitch`: the two-link triangle.
 void bendLeg(double ahead, double below, double pitch, Angles* leg) {
   const double reach = std::fmin(std::hypot(ahead, below), 0.999 * (thigh + shank));
   const double atHip = std::acos((thigh * thigh + reach * reach - shank * shank) / (2 * thigh * reach));
@@ -138,6 +138,6 @@ int main(int argc, char** argv) {
   std::printf("HIERARCHY\n");
   writeJoint(0, 0);
   std::printf("MOTION\nFrames: %d\nFrame Time: %.6f\n", frames, frameTime);
-  for (int frame = 0; frame < frames; frame++) writeFrame(frame);
+  for (int frame = 0; frame < frames; ++frame) writeFrame(frame);
   return 0;
 }

@@ -7,7 +7,7 @@ signed char folded(char c) { return static_cast<signed char>(c >= 'a' && c <= 'z
 // The limit is decremented before it is tested, so a negative one never reaches zero. It is a long long,
 // which cannot wrap round on any string.
 int compared(const char* a, const char* b, long long limit) {
-  for (;; a++, b++) {
+  for (;; ++a, ++b) {
     if (*a == '\0') return *b != '\0' ? 1 : 0;
     if (*b == '\0') return -1;
     const signed char ca = folded(*a), cb = folded(*b);

@@ -5,11 +5,11 @@
 #include "limber/foundation/Output.h"
 #include "limber/foundation/detail/Platform.h"
 
+using namespace limber::detail;
+
 namespace {
 
-std::int64_t reading(std::int64_t frequency) {
-  return frequency != 0 ? limber::detail::counterTicks() : limber::detail::clockMilliseconds();
-}
+std::int64_t reading(std::int64_t frequency) { return frequency != 0 ? counterTicks() : clockMilliseconds(); }
 
 }  // namespace
 
@@ -27,14 +27,14 @@ Clock::Clock(const Clock&) = default;
 Clock& Clock::operator=(const Clock&) = default;
 
 void Clock::start() {
-  frequency = limber::detail::counterFrequency();
+  frequency = counterFrequency();
   startTicks = reading(frequency);
 }
 
 void Clock::stop() {
   stopTicks = reading(frequency);
   const std::int64_t elapsed = stopTicks - startTicks;
-  count++;
+  ++count;
   total += elapsed;
   if (minTicks == 0 || elapsed < minTicks) minTicks = elapsed;
   if (elapsed > maxTicks) maxTicks = elapsed;

@@ -7,12 +7,14 @@
 #include "limber/foundation/Report.h"
 #include "limber/foundation/detail/ReportSite.h"
 
+using namespace limber::detail;
+
 ClockPtr ncompact_clock;
 
 void ClockPtr::init(const char* name) {
   if (clock) return;
   clock = new (std::nothrow) Clock(name);
-  if (!clock) FATAL_ERROR(limber::detail::newFails);
+  if (!clock) FATAL_ERROR(newFails);
 }
 
 void ClockPtr::init(const char* name, List<Clock*>& clocks) {

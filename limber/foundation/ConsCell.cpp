@@ -5,6 +5,8 @@
 #include "limber/foundation/Report.h"
 #include "limber/foundation/detail/ReportSite.h"
 
+using namespace limber::detail;
+
 ConsCell* consPool = nullptr;
 int conspool_batchsize = 100;
 
@@ -12,9 +14,9 @@ void allocConsCells() {
   const int size = conspool_batchsize < 1 ? 1 : conspool_batchsize;
   ConsCell* const cells = new (std::nothrow) ConsCell[static_cast<unsigned>(size)];
   if (!cells) {
-    FATAL_ERROR(limber::detail::newFails);
+    FATAL_ERROR(newFails);
     return;
   }
-  for (int i = 0; i + 1 < size; i++) cells[i].next = &cells[i + 1];
+  for (int i = 0; i + 1 < size; ++i) cells[i].next = &cells[i + 1];
   consPool = cells;
 }

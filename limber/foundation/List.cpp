@@ -34,7 +34,7 @@ void unlink(ConsCell** place) {
 
 int ListI::count() const {
   int n = 0;
-  for (const ConsCell* c = cell; c; c = c->next) n++;
+  for (const ConsCell* c = cell; c; c = c->next) ++n;
   return n;
 }
 
@@ -65,7 +65,7 @@ void* ListI::eltI(int n) const {
 
 int ListI::itemNI(void* item) const {
   int n = 0;
-  for (const ConsCell* c = cell; c; c = c->next, n++) {
+  for (const ConsCell* c = cell; c; c = c->next, ++n) {
     if (c->item == item) return n;
   }
   return -1;

@@ -7,8 +7,10 @@
 #include "limber/foundation/Text.h"
 #include "limber/foundation/detail/ReportSite.h"
 
+using namespace limber::detail;
+
 StringArray::~StringArray() {
-  for (int i = 0; i < count; i++) delete[] items[i];
+  for (int i = 0; i < count; ++i) delete[] items[i];
   delete[] items;
 }
 
@@ -17,7 +19,7 @@ char* StringArray::add(const char* s) {
     const int larger = 2 * count + 6;
     char** const moved = new (std::nothrow) char*[static_cast<unsigned>(larger)];
     if (!moved) {
-      FATAL_ERROR(limber::detail::newFails);
+      FATAL_ERROR(newFails);
       return nullptr;
     }
     std::copy_n(items, count, moved);

@@ -7,6 +7,8 @@
 #include "limber/foundation/Report.h"
 #include "limber/foundation/detail/ReportSite.h"
 
+using namespace limber::detail;
+
 char* nameString(const char* s0, const char* s1, const char* s2, const char* s3, const char* s4,
                  const char* s5, const char* s6, const char* s7, const char* s8, const char* s9) {
   const char* const parts[] = {s0, s1, s2, s3, s4, s5, s6, s7, s8, s9};
@@ -17,7 +19,7 @@ char* nameString(const char* s0, const char* s1, const char* s2, const char* s3,
   // Contract: the size is the sum of the lengths plus 2, one more than the terminator needs.
   char* const text = new (std::nothrow) char[length + 2];
   if (!text) {
-    FATAL_ERROR(limber::detail::newFails);
+    FATAL_ERROR(newFails);
     return nullptr;
   }
   char* end = text;

@@ -24,20 +24,20 @@
 
 namespace {
 
-using limber::detail::ReportSite;
+using namespace limber::detail;
 
 double dot(const Pnt3& a, const Pnt3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 
-/// 1, with a report when verbose, if the rows of a rotation cannot have this length. A NaN counts.
+// 1, with a report when verbose, if the rows of a rotation cannot have this length. A NaN counts.
 int countRow(double length, int verbose, const ReportSite& site, const char* message) {
   if (length >= 0.9 && length <= 1.1) return 0;
   if (verbose) site.error(message);
   return 1;
 }
 
-/// The image of (1, 0, 0) under rotMatrix('x', -x) rotMatrix('z', -z): row 0 of the second matrix, because
-/// the first leaves the x axis fixed. The angle x is used only so that a NaN in it propagates. The zeros are
-/// positive, because the trace prints their sign.
+// The image of (1, 0, 0) under rotMatrix('x', -x) rotMatrix('z', -z): row 0 of the second matrix, because
+// the first leaves the x axis fixed. The angle x is used only so that a NaN in it propagates. The zeros are
+// positive, because the trace prints their sign.
 Pnt3 turnedXAxis(double z, double x) {
   const double spread = 0.0 * std::fabs(x);
   return Pnt3(std::cos(z) + spread, std::sin(z) + spread, spread);

@@ -12,7 +12,7 @@ class LIMBER_API MatRow {
   LIMBER_INLINE MatRow() {}
   LIMBER_INLINE MatRow(const MatRow& b) { *this = b; }
   LIMBER_INLINE MatRow& operator=(const MatRow& b) {
-    for (int i = 0; i < 4; i++) m[i] = b.m[i];
+    for (int i = 0; i < 4; ++i) m[i] = b.m[i];
     return *this;
   }
 };

@@ -23,8 +23,8 @@ class LIMBER_API Matrix3x3 {
 
  private:
   void copy(const Matrix3x3& b) {
-    for (int i = 0; i < 3; i++)
-      for (int j = 0; j < 3; j++) m[i][j] = b.m[i][j];
+    for (int i = 0; i < 3; ++i)
+      for (int j = 0; j < 3; ++j) m[i][j] = b.m[i][j];
   }
 };
 

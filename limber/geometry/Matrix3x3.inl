@@ -10,7 +10,7 @@ LIMBER_INLINE_API void multMatrix(const Matrix3x3* A, const Matrix3x3* B, Matrix
   const Two b0 = *reinterpret_cast<const Two*>(b[0]), b1 = *reinterpret_cast<const Two*>(b[1]),
             b2 = *reinterpret_cast<const Two*>(b[2]);
   const double b02 = b[0][2], b12 = b[1][2], b22 = b[2][2];
-  for (int i = 0; i < 3; i++) {
+  for (int i = 0; i < 3; ++i) {
     // Row i of A is read before row i of C is written, because the two may be the same row.
     const double r0 = A->m[i][0], r1 = A->m[i][1], r2 = A->m[i][2];
     *reinterpret_cast<Two*>(C->m[i]) = r0 * b0 + r1 * b1 + r2 * b2;

@@ -8,6 +8,8 @@
 #include "limber/geometry/Matrix3x3.h"
 #include "limber/geometry/detail/QuaternionMatrix.h"
 
+using namespace limber::detail;
+
 // Degenerate input:
 //   rotMatrix          another letter         "Bad axis to rotMatrix", the identity
 //                      a non-finite angle     NaN in the four entries of the turn
@@ -27,7 +29,7 @@ char* Matrix4x4::__repr__() const {
 void printMatrix(const Matrix4x4* M) {
   const double(*m)[4] = M->m;
   stdoutPrintf("  [%5.3f\t%5.3f\t%5.3f\t%5.3f \n", m[0][0], m[0][1], m[0][2], m[0][3]);
-  for (int i = 1; i < 3; i++)
+  for (int i = 1; i < 3; ++i)
     stdoutPrintf("   %5.3f\t%5.3f\t%5.3f\t%5.3f \n", m[i][0], m[i][1], m[i][2], m[i][3]);
   stdoutPrintf("   %5.3f\t%5.3f\t%5.3f\t%5.3f]\n", m[3][0], m[3][1], m[3][2], m[3][3]);
 }
@@ -50,7 +52,7 @@ void rotMatrix(Matrix4x4* M, char axis, double angle) {
       m[0][0] = c, m[0][1] = -s, m[1][0] = s, m[1][1] = c;
       break;
     default:
-      limber::detail::ReportSite{"Matrix", 207}.error("Bad axis to rotMatrix");
+      ReportSite{"Matrix", 207}.error("Bad axis to rotMatrix");
   }
 }
 
@@ -59,12 +61,12 @@ void rotMatrix(Matrix4x4* M, double angle) { rotMatrix(M, 'Z', angle); }
 void quaternionMatrix(double w, double x, double y, double z, Matrix4x4* out) {
   double q[4] = {w, x, y, z};
   Matrix3x3 r;
-  limber::detail::quaternionToRows(q, r.m);
+  quaternionToRows(q, r.m);
   as4x4(&r, out);
 }
 
 void as4x4(const Matrix3x3* M, Matrix4x4* out) {
   idMatrix(out);
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++) out->m[i][j] = M->m[i][j];
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) out->m[i][j] = M->m[i][j];
 }

@@ -26,8 +26,8 @@ class LIMBER_API Matrix4x4 {
 
  private:
   void copy(const Matrix4x4& b) {
-    for (int i = 0; i < 4; i++)
-      for (int j = 0; j < 4; j++) m[i][j] = b.m[i][j];
+    for (int i = 0; i < 4; ++i)
+      for (int j = 0; j < 4; ++j) m[i][j] = b.m[i][j];
   }
 };
 
@@ -58,19 +58,19 @@ LIMBER_API void as4x4(const Matrix3x3* M, Matrix4x4* out);
 /// C = A B, each entry summed over k = 0, 1, 2, 3; with row vectors A acts first. C may be A or B.
 LIMBER_INLINE_API void multMatrix(const Matrix4x4* A, const Matrix4x4* B, Matrix4x4* C) {
   double c[4][4];
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++)
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j)
       c[i][j] = A->m[i][0] * B->m[0][j] + A->m[i][1] * B->m[1][j] + A->m[i][2] * B->m[2][j] +
                 A->m[i][3] * B->m[3][j];
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) C->m[i][j] = c[i][j];
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) C->m[i][j] = c[i][j];
 }
 /// out = M v, v a column of four. out may be v; M and v are only read, and may be const.
 LIMBER_INLINE_API void postMultiply(const Matrix4x4* M, const double* v, double* out) {
   double r[4];
-  for (int i = 0; i < 4; i++)
+  for (int i = 0; i < 4; ++i)
     r[i] = M->m[i][0] * v[0] + M->m[i][1] * v[1] + M->m[i][2] * v[2] + M->m[i][3] * v[3];
-  for (int i = 0; i < 4; i++) out[i] = r[i];
+  for (int i = 0; i < 4; ++i) out[i] = r[i];
 }
 /// The same.
 LIMBER_INLINE_API void postMultiply(Matrix4x4* M, double* const v, double* const out) {
@@ -80,9 +80,9 @@ LIMBER_INLINE_API void postMultiply(Matrix4x4* M, double* const v, double* const
 /// out = v M, v a row of four. out may be v; M and v are only read, and may be const.
 LIMBER_INLINE_API void preMultiply(const double* v, const Matrix4x4* M, double* out) {
   double r[4];
-  for (int j = 0; j < 4; j++)
+  for (int j = 0; j < 4; ++j)
     r[j] = v[0] * M->m[0][j] + v[1] * M->m[1][j] + v[2] * M->m[2][j] + v[3] * M->m[3][j];
-  for (int j = 0; j < 4; j++) out[j] = r[j];
+  for (int j = 0; j < 4; ++j) out[j] = r[j];
 }
 /// The same.
 LIMBER_INLINE_API void preMultiply(double* const v, Matrix4x4* M, double* const out) {
@@ -91,14 +91,14 @@ LIMBER_INLINE_API void preMultiply(double* const v, Matrix4x4* M, double* const 
 
 /// B = s A. B may be A.
 LIMBER_INLINE_API void copyScale(const Matrix4x4* A, double s, Matrix4x4* B) {
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) B->m[i][j] = s * A->m[i][j];
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) B->m[i][j] = s * A->m[i][j];
 }
 
 /// B += s A. B may be A.
 LIMBER_INLINE_API void addinScale(const Matrix4x4* A, double s, Matrix4x4* B) {
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) B->m[i][j] += s * A->m[i][j];
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) B->m[i][j] += s * A->m[i][j];
 }
 
 /// M = its inverse, by Gauss-Jordan elimination with full pivoting. Returns 1 on success, 0 if M is singular.

@@ -12,9 +12,9 @@
 
 namespace {
 
-using limber::detail::ReportSite;
+using namespace limber::detail;
 
-struct SingularReports : limber::detail::GaussJordanWatcher {
+struct SingularReports : GaussJordanWatcher {
   explicit SingularReports(int r) : report(r) {}
 
   void columnUsedTwice() { fail("GAUSSJ: Singular Matrix4x4*-1", 260); }
@@ -33,8 +33,8 @@ struct SingularReports : limber::detail::GaussJordanWatcher {
 }  // namespace
 
 int invertMatrix(Matrix4x4* M, int report) {
-  if (limber::detail::invertWide(&M->m[0][0])) return 1;
+  if (invertWide(&M->m[0][0])) return 1;
   SingularReports watcher(report);
-  limber::detail::gaussJordanFixed<4>(&M->m[0][0], 4, watcher);
+  gaussJordanFixed<4>(&M->m[0][0], 4, watcher);
   return watcher.success;
 }

@@ -27,8 +27,8 @@ void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, c
   rows[1] = const_cast<SpVec*>(b);
   rows[2] = const_cast<SpVec*>(c);
   SpVec* const out[3] = {oa, ob, oc};
-  for (int j = 0; j < 3; j++) {
-    for (int i = 0; i < 3; i++) coefficients[i] = M->m[i][j];
+  for (int j = 0; j < 3; ++j) {
+    for (int i = 0; i < 3; ++i) coefficients[i] = M->m[i][j];
     linComb(&coefficients, rows, out[j]);
   }
 }

@@ -3,6 +3,8 @@
 #include "limber/foundation/Output.h"
 #include "limber/foundation/detail/ReportSite.h"
 
+using namespace limber::detail;
+
 // Degenerate input:
 //   normalize   (0, 0, 0)             a report, (0, 1, 0)
 //               a NaN component       a report, y = 1, x and z unchanged
@@ -16,7 +18,7 @@ static_assert(sizeof(Pnt3) == 3 * sizeof(double), "a point is viewed as an array
 void Pnt3::normalize() {
   const double l = length();
   if (!(l > 0.0)) {
-    limber::detail::ReportSite{"Pnt3", 236}.error("Normalizing Zero Point!");
+    ReportSite{"Pnt3", 236}.error("Normalizing Zero Point!");
     y = 1.0;  // "up" is the default direction; x and z stay deliberately
     return;
   }

@@ -37,7 +37,7 @@ namespace {
 constexpr double pi = 3.141592653589793;
 constexpr double twoPi = 6.283185307179586;
 
-/// Normalizes q's axis and scales it to sqrt(1 - w^2), which is the sine of half the angle.
+// Normalizes q's axis and scales it to sqrt(1 - w^2), which is the sine of half the angle.
 void turnAbout(const Pnt3& axis, double w, Quat* q) {
   Pnt3 a = axis;
   a.normalize();
@@ -74,7 +74,7 @@ void Quat::Euler(const char* order, double* angles) {
     return;
   }
   Identity();
-  for (int i = static_cast<int>(std::strlen(order)) - 1; i >= 0; i--) {
+  for (int i = static_cast<int>(std::strlen(order)) - 1; i >= 0; --i) {
     const double h = angles[i] * 0.5;
     Quat f(std::cos(h), 0.0, 0.0, 0.0);
     switch (order[i]) {

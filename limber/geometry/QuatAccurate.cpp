@@ -20,26 +20,26 @@
 
 namespace {
 
-/// The exponent of the largest component, 0 for a point that is zero or not finite.
+// The exponent of the largest component, 0 for a point that is zero or not finite.
 int exponentOf(const Pnt3& p) {
   const double largest = std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
   return largest > 0.0 && std::isfinite(largest) ? std::ilogb(largest) : 0;
 }
 
-/// 2^exponent p. Two steps, because the power itself may leave the range.
+// 2^exponent p. Two steps, because the power itself may leave the range.
 Pnt3 scaled(const Pnt3& p, int exponent) {
   const int half = exponent / 2;
   return p * std::scalbn(1.0, half) * std::scalbn(1.0, exponent - half);
 }
 
-/// |p|, also where the squares leave the range of doubles.
+// |p|, also where the squares leave the range of doubles.
 double length(const Pnt3& p) {
   const int exponent = exponentOf(p);
   return std::scalbn(scaled(p, -exponent).length(), exponent);
 }
 
-/// a b - c d with an error of about one unit in the last place, also under cancellation: the rounding error
-/// of each product is recovered exactly (Dekker 1971).
+// a b - c d with an error of about one unit in the last place, also under cancellation: the rounding error
+// of each product is recovered exactly (Dekker 1971).
 double differenceOfProducts(double a, double b, double c, double d) {
   const auto roundingError = [](double u, double v, double product) {
     constexpr double splitter = 134217729.0;  // 2^27 + 1
@@ -52,27 +52,27 @@ double differenceOfProducts(double a, double b, double c, double d) {
   return (ab - cd) + (roundingError(a, b, ab) - roundingError(c, d, cd));
 }
 
-/// a x b, with an error of about one unit in the last place of each component.
+// a x b, with an error of about one unit in the last place of each component.
 Pnt3 cross(const Pnt3& a, const Pnt3& b) {
   return Pnt3(differenceOfProducts(a.y, b.z, b.y, a.z), differenceOfProducts(b.x, a.z, a.x, b.z),
               differenceOfProducts(b.y, a.x, a.y, b.x));
 }
 
-/// A direction perpendicular to p: the cross product with the basis vector along p's smallest component.
+// A direction perpendicular to p: the cross product with the basis vector along p's smallest component.
 Pnt3 across(const Pnt3& p) {
   const double x = std::fabs(p.x), y = std::fabs(p.y), z = std::fabs(p.z);
   if (x <= y && x <= z) return Pnt3(0.0, p.z, -p.y);
   return y <= z ? Pnt3(-p.z, 0.0, p.x) : Pnt3(p.y, -p.x, 0.0);
 }
 
-/// The direction of p at a size whose products do not overflow or lose digits. A zero point is reported.
+// The direction of p at a size whose products do not overflow or lose digits. A zero point is reported.
 constexpr int workingExponent = 300;
 Pnt3 direction(Pnt3 p) {
   if (p.x == 0.0 && p.y == 0.0 && p.z == 0.0) p.normalize();
   return scaled(p, workingExponent - exponentOf(p));
 }
 
-/// (w, v) divided by its norm. Unlike multiplication by a reciprocal, the division maps 1 to exactly 1.
+// (w, v) divided by its norm. Unlike multiplication by a reciprocal, the division maps 1 to exactly 1.
 Quat unitQuat(double w, const Pnt3& v) {
   const double n = std::sqrt(w * w + v.lengthSq());
   return Quat(w / n, v.x / n, v.y / n, v.z / n);

@@ -4,6 +4,8 @@
 #include "limber/geometry/Matrix4x4.h"
 #include "limber/geometry/detail/QuaternionMatrix.h"
 
+using namespace limber::detail;
+
 // Degenerate input:
 //   invert       a rotation of another length  not the inverse: rotations scale by the squared norm
 //   fromMatrix   a half turn                   not finite (95 % of random axes) or wrong
@@ -25,13 +27,13 @@ void QuatTransform::invert() {
 
 void QuatTransform::fromMatrix(const Matrix3x3* M) {
   translation.set(0.0, 0.0, 0.0);
-  limber::detail::rowsToQuaternion(M->m, &rotation);
+  rowsToQuaternion(M->m, &rotation);
 }
 
 void QuatTransform::fromMatrix(const Matrix4x4* M) {
   Matrix3x3 r;
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++) r.m[i][j] = M->m[i][j];
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) r.m[i][j] = M->m[i][j];
   fromMatrix(&r);
   translation.fromArray(M->m[3]);
 }

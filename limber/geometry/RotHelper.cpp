@@ -5,6 +5,8 @@
 #include "limber/foundation/Output.h"
 #include "limber/geometry/detail/AngleFormat.h"
 
+using namespace limber::detail;
+
 // The null format: joints that do not turn.
 void RotHelper::toMatrix(double*, Matrix3x3*) const {}
 void RotHelper::fromMatrix(const Matrix3x3*, double*) const {}
@@ -41,7 +43,7 @@ void RotHelper::Set(char axis, double* params, double angle) const {
 }
 
 void RotHelper::Convert(const char* fromFormat, const char* toFormat, double* in, double* out) {
-  const RotHelper* const format = limber::detail::formatNamed(fromFormat);
+  const RotHelper* const format = formatNamed(fromFormat);
   if (!format) {
     stdoutPrintf("WARNING: Invalid rotation format %s\n", fromFormat ? fromFormat : "(null)");
     return;

@@ -63,7 +63,7 @@ void AIPSWriter::drawNothing(int announced, const char* paint) {
 }
 
 void AIPSWriter::drawLine(int n, const double* xy) {
-  for (int i = 0; i < n; i++) {
+  for (int i = 0; i < n; ++i) {
     if (i == 0) {
       m(xy[0], xy[1]);
     } else {
@@ -75,7 +75,7 @@ void AIPSWriter::drawLine(int n, const double* xy) {
 
 void AIPSWriter::drawClosed(int n, const double* xy, const char* paint) {
   m(xy[0], xy[1]);
-  for (int i = 1; i < n; i++) L(xy[2 * i], xy[2 * i + 1]);
+  for (int i = 1; i < n; ++i) L(xy[2 * i], xy[2 * i + 1]);
   L(xy[0], xy[1]);
   apr("%s", paint);
 }
@@ -83,7 +83,7 @@ void AIPSWriter::drawClosed(int n, const double* xy, const char* paint) {
 void AIPSWriter::line(int n, ...) {
   va_list pairs;
   va_start(pairs, n);
-  for (int i = 0; i < n; i++) {
+  for (int i = 0; i < n; ++i) {
     const double x = va_arg(pairs, double), y = va_arg(pairs, double);
     if (i == 0) {
       m(x, y);
@@ -98,7 +98,7 @@ void AIPSWriter::line(int n, ...) {
 void AIPSWriter::closedPairs(int n, va_list pairs, const char* paint) {
   const double x0 = va_arg(pairs, double), y0 = va_arg(pairs, double);
   m(x0, y0);
-  for (int i = 1; i < n; i++) {
+  for (int i = 1; i < n; ++i) {
     const double x = va_arg(pairs, double), y = va_arg(pairs, double);
     L(x, y);
   }

@@ -13,7 +13,7 @@
 #include "limber/foundation/detail/Sharing.h"
 #include "limber/geometry/Pnt3.h"
 
-using limber::detail::ReportSite;
+using namespace limber::detail;
 
 AIPSWriter::AIPSWriter(const char* fileName) : AIPSWriter(nullptr, fileName, 0, 0, 576, 720) {}
 
@@ -39,10 +39,8 @@ AIPSWriter::~AIPSWriter() { delete[] finish(nullptr); }
 void AIPSWriter::init(FILE* file, const char* fileName, int x0, int y0, int x1, int y1) {
   // Both arguments may be fields of this writer.
   char* const oldName = finish(file);
-  using limber::detail::FileKind;
-  const FileKind kind = fileName ? limber::detail::fileKind(fileName) : FileKind::Other;
-  if (kind == FileKind::Regular && !(file && limber::detail::isSameFile(file, fileName)))
-    std::remove(fileName);
+  const FileKind kind = fileName ? fileKind(fileName) : FileKind::Other;
+  if (kind == FileKind::Regular && !(file && isSameFile(file, fileName))) std::remove(fileName);
   stream = file ? file : kind != FileKind::Other ? std::fopen(fileName, "w") : nullptr;
   if (!stream) {
     ReportSite{"AIPS", 28}.error("Bad file to AIPSWriter");
@@ -73,8 +71,6 @@ void AIPSWriter::init(FILE* file, const char* fileName, int x0, int y0, int x1, 
 const void* AIPSWriter::identity() const { return name ? name : reinterpret_cast<const char*>(stream) + 1; }
 
 void AIPSWriter::join(const AIPSWriter& other) {
-  using limber::detail::share;
-  using limber::detail::unshare;
   if (!other.stream || !share(other.identity())) return;
   if (!share(other.stream)) {
     static_cast<void>(unshare(other.identity()));
@@ -99,7 +95,7 @@ void AIPSWriter::join(const AIPSWriter& other) {
 char* AIPSWriter::finish(FILE* kept) {
   while (stack.cell) pop();
   if (!stream) return nullptr;
-  const bool last = limber::detail::unshare(identity());
+  const bool last = unshare(identity());
   if (last) {
     apr("%%%%PageTrailer\n");
     apr("gsave annotatepage grestore showpage\n");
@@ -109,7 +105,7 @@ char* AIPSWriter::finish(FILE* kept) {
     apr("%%%%EOF\n");
     if (name) stdoutPrintf("AIPS finished file %s\n", name);
   }
-  if (stream != kept && limber::detail::unshare(stream) && stream != stdout) std::fclose(stream);
+  if (stream != kept && unshare(stream) && stream != stdout) std::fclose(stream);
   if (last && groupCount != 0) {
     char text[60];
     std::snprintf(text, sizeof text, "was %d, should be 0", groupCount);
@@ -131,7 +127,7 @@ AIPSMatrix AIPSWriter::current() const { return top() ? *top() : AIPSMatrix(); }
 void AIPSWriter::pushCopy(const AIPSMatrix& matrix) {
   AIPSMatrix* copy = new (std::nothrow) AIPSMatrix(matrix);
   if (!copy) {
-    FATAL_ERROR(limber::detail::newFails);
+    FATAL_ERROR(newFails);
     return;
   }
   stack.add(copy);
@@ -142,7 +138,7 @@ void AIPSWriter::push() { pushCopy(current()); }
 
 void AIPSWriter::pop() {
   if (!stack.cell) return;
-  if (!limber::detail::unshare(stack.cell)) {
+  if (!unshare(stack.cell)) {
     stack.next();
     return;
   }
@@ -198,12 +194,12 @@ void AIPSWriter::setCoords(double w, double h) {
 
 void AIPSWriter::beginGroup() {
   apr("u\n");
-  groupCount++;
+  ++groupCount;
 }
 
 void AIPSWriter::endGroup() {
   apr("U\n");
-  groupCount--;
+  --groupCount;
 }
 
 void AIPSWriter::setWidth(double width) { apr("%g w\n", width); }
@@ -252,6 +248,6 @@ void AIPSWriter::apr(const char* format, ...) {
   if (!stream) return;
   va_list arguments;
   va_start(arguments, format);
-  limber::detail::cVfprintf(stream, format, arguments);
+  cVfprintf(stream, format, arguments);
   va_end(arguments);
 }

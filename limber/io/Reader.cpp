@@ -16,6 +16,8 @@
 #include "limber/io/detail/Bytes.h"
 #include "limber/io/detail/RealWord.h"
 
+using namespace limber::detail;
+
 namespace {
 
 constexpr int requestSize = 1024;
@@ -27,9 +29,9 @@ static_assert(offsetof(Reader, lastWordValid) == offsetof(Reader, word) + wordSi
 static_assert(offsetof(Reader, linePos) == offsetof(Reader, line) + sizeof(Reader::line), "no gap");
 static_assert(offsetof(Reader, word) == offsetof(Reader, linePos) + sizeof(Reader::linePos), "no gap");
 
-/// Contract: signed on every machine, so that bytes from 128 to 255 are white.
+// Contract: signed on every machine, so that bytes from 128 to 255 are white.
 bool isPrintable(char c) { return static_cast<signed char>(c) > ' '; }
-/// True for the bytes that can be part of a pair of line ends such as CR LF, which excludes zero bytes.
+// True for the bytes that can be part of a pair of line ends such as CR LF, which excludes zero bytes.
 bool mayPair(char c) { return static_cast<unsigned char>(c - 10) <= 10; }
 
 }  // namespace
@@ -41,7 +43,7 @@ Reader::Reader(const char* fileName, const char* searchPath) {
     const std::size_t longest = std::strlen(searchPath) + std::strlen(fileName) + 2;
     name = new (std::nothrow) char[longest > leastNameSize ? longest : leastNameSize];
     if (!name) {
-      limber::detail::ReportSite{"Reader", __LINE__}.fatal(limber::detail::newFails);
+      ReportSite{"Reader", __LINE__}.fatal(newFails);
       return;
     }
     file = gzopenp(searchPath, fileName, name, "rb");
@@ -82,7 +84,7 @@ Reader::~Reader() {
   more = 0;
 }
 
-/// Zeroes everything, including the arrays, because gets and bgets read them before they are filled.
+// Zeroes everything, including the arrays, because gets and bgets read them before they are filled.
 void Reader::clear() {
   more = lineNo = linePos = lastWordValid = bufCount = bufPos = 0;
   file = nullptr;
@@ -99,16 +101,16 @@ void Reader::start(void* stream) {
 }
 
 void Reader::release() {
-  if (limber::detail::unshare(name)) delete[] name;
+  if (unshare(name)) delete[] name;
   name = nullptr;
-  if (limber::detail::unshare(file) && file) gzclose(static_cast<gzFile>(file));
+  if (unshare(file) && file) gzclose(static_cast<gzFile>(file));
   file = nullptr;
 }
 
 void Reader::shareWith(const Reader& other) {
-  if (!limber::detail::share(other.file)) return clear();
-  if (!limber::detail::share(other.name)) {
-    (void)limber::detail::unshare(other.file);
+  if (!share(other.file)) return clear();
+  if (!share(other.name)) {
+    (void)unshare(other.file);
     return clear();
   }
   more = other.more;
@@ -124,7 +126,7 @@ void Reader::shareWith(const Reader& other) {
   std::memcpy(buf, other.buf, sizeof buf);
 }
 
-/// The request is smaller than the buffer, because bgets reads the byte after the last one.
+// The request is smaller than the buffer, because bgets reads the byte after the last one.
 int Reader::fillBuffer() {
   const auto stream = static_cast<gzFile>(file);
   bufPos = 0;
@@ -132,7 +134,7 @@ int Reader::fillBuffer() {
   // A read of 0 bytes ends the file even if gzeof is false; otherwise a loop over lines would never end.
   if (gzeof(stream) || bufCount == 0) more = 0;
   if (bufCount > static_cast<int>(sizeof buf)) {
-    limber::detail::ReportSite{"Reader", 234}.error("Read too many bytes from gunzip - overflowed buffer!");
+    ReportSite{"Reader", 234}.error("Read too many bytes from gunzip - overflowed buffer!");
     bufCount = sizeof buf;
   }
   if (bufCount < 0) {
@@ -168,7 +170,7 @@ char* Reader::bgets(char* dst, int size) {
     const char* const from = buf + bufPos;
     int run = bufCount - bufPos;
     if (run > last - to) run = static_cast<int>(last - to);
-    const int n = limber::detail::copyLine(from, to, run);
+    const int n = copyLine(from, to, run);
     to += n;
     bufPos += n;
     if (n < run || bufCount == 0) {  // a line end, a zero byte, or nothing more to read
@@ -176,7 +178,7 @@ char* Reader::bgets(char* dst, int size) {
       if (bufCount && mayPair(buf[bufPos++])) {
         // The second byte of a pair such as CR LF. Contract: at the end of the buffer no more is read to find
         // it, so a pair that is split there gives an empty line.
-        if (bufPos < static_cast<int>(sizeof buf) && mayPair(buf[bufPos])) bufPos++;
+        if (bufPos < static_cast<int>(sizeof buf) && mayPair(buf[bufPos])) ++bufPos;
       }
       break;
     }
@@ -192,7 +194,7 @@ int Reader::advance() {
     line[0] = 0;
     return 0;
   }
-  lineNo++;
+  ++lineNo;
   return bgets(line, sizeof line) != nullptr;
 }
 
@@ -207,11 +209,11 @@ int Reader::damaged() const {
   return error != Z_OK || !gzeof(stream);
 }
 
-/// Advances to the next printable character, across line ends.
+// Advances to the next printable character, across line ends.
 void Reader::skipWhite() {
   do {
     if (line[linePos])
-      linePos++;
+      ++linePos;
     else
       advance();
   } while (!isPrintable(line[linePos]) && !atEnd());
@@ -221,7 +223,7 @@ char Reader::getc() {
   if (atEnd()) return 0;
   const char c = line[linePos];
   if (isPrintable(c)) {
-    linePos++;
+    ++linePos;
     return c;
   }
   skipWhite();
@@ -244,14 +246,14 @@ const char* Reader::gets() {
     // Contract: looks at everything from `line` through `word`, including what earlier lines or words left
     // there.
     const auto* const bytes = reinterpret_cast<const char*>(this);
-    for (std::size_t i = offsetof(Reader, line); i < offsetof(Reader, lastWordValid); i++) {
+    for (std::size_t i = offsetof(Reader, line); i < offsetof(Reader, lastWordValid); ++i) {
       if (isPrintable(bytes[i])) return line;
     }
   }
   return nullptr;
 }
 
-/// Copies the next word and advances past it. Returns its length, 0 at the end.
+// Copies the next word and advances past it. Returns its length, 0 at the end.
 inline int Reader::takeWord() {
   lastWordValid = 0;
   if (!isPrintable(line[linePos])) {
@@ -260,16 +262,16 @@ inline int Reader::takeWord() {
   }
   // The loads may read the fields after `line`; the stores stay in `word`.
   const char* const from = reinterpret_cast<const char*>(this) + offsetof(Reader, line) + linePos;
-  const int length = limber::detail::copyWord(from, word, wordSize);
+  const int length = copyWord(from, word, wordSize);
   linePos += length;
   return length;
 }
 
-/// Consumes the white character after the word, as getc would, with the run of white characters that follows.
+// Consumes the white character after the word, as getc would, with the run of white characters that follows.
 inline void Reader::endWord() {
   const char* const at = line + linePos;
   if (at[0] && isPrintable(at[1]))
-    linePos++;
+    ++linePos;
   else if (!atEnd())
     skipWhite();
 }
@@ -292,14 +294,14 @@ int Reader::matchWord(const char* expected, int complain) {
   return 0;
 }
 
-/// True if the word begins with a digit or '-'. The set of characters is a bit mask, because signs are random
-/// and a branch on them would be mispredicted half the time.
+// True if the word begins with a digit or '-'. The set of characters is a bit mask, because signs are random
+// and a branch on them would be mispredicted half the time.
 inline bool Reader::isNumber() const {
   const unsigned fromMinus = static_cast<unsigned>(word[0] - '-');
   return fromMinus <= '9' - '-' && (0x1ff9u >> fromMinus & 1);
 }
 
-/// The end of a failed getInt or getReal: prints the message and returns 0. `kind` is "int" or "Real".
+// The end of a failed getInt or getReal: prints the message and returns 0. `kind` is "int" or "Real".
 int Reader::refuseNumber(const char* kind, int length, int complain) {
   if (!length) {
     if (complain) stderrPrintf("Expecting %s, found EOF\n", kind);
@@ -324,7 +326,7 @@ int Reader::getReal(double& out, int complain) {
   const int length = takeWord();
   if (!length || !isNumber()) return refuseNumber("Real", length, complain);
   const char* const end = line + linePos;
-  out = limber::detail::realWord(end - length, end, word);
+  out = realWord(end - length, end, word);
   endWord();
   return 1;
 }

@@ -9,11 +9,7 @@
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/io/detail/PathList.h"
 
-using limber::detail::appendSlash;
-using limber::detail::appendText;
-using limber::detail::PathList;
-using limber::detail::PathSyntax;
-using limber::detail::ReportSite;
+using namespace limber::detail;
 
 namespace {
 
@@ -27,10 +23,10 @@ struct Gz {
   static Stream open(const char* path, const char* mode) { return gzopen(path, mode); }
 };
 
-/// On some systems a directory can be opened for reading, but it does not count as a file.
+// On some systems a directory can be opened for reading, but it does not count as a file.
 template <class Kind>
 typename Kind::Stream tryOpen(const char* path, const char* mode) {
-  if (limber::detail::isDirectory(path)) return nullptr;
+  if (isDirectory(path)) return nullptr;
   return Kind::open(path, mode);
 }
 
@@ -48,7 +44,7 @@ typename Kind::Stream openAlong(const char* searchPath, const char* name, char* 
   return stream;
 }
 
-/// Tries each sub-path of the directory in pathOut, which ends at `baseEnd`.
+// Tries each sub-path of the directory in pathOut, which ends at `baseEnd`.
 template <class Kind>
 typename Kind::Stream openBelow(const char* subPaths, const char* name, char* pathOut, char* baseEnd,
                                 const char* mode) {
@@ -72,7 +68,7 @@ typename Kind::Stream findAlong(const char* baseDirs, const char* subPaths, cons
   PathList bases(baseDirs, PathSyntax::Bases);
   do {
     char* const end = bases.next(pathOut);
-    if (!limber::detail::isDirectory(pathOut)) {
+    if (!isDirectory(pathOut)) {
       stdoutPrintf("%s is NOT a directory!\n", pathOut);
       continue;
     }

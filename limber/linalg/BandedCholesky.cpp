@@ -9,14 +9,11 @@
 #include "limber/linalg/detail/LapackCalls.h"
 #include "limber/linalg/detail/LapackLayout.h"
 
-using limber::detail::asLapack;
-using limber::detail::lapackIntegers;
-using limber::detail::LapackMatrix;
-using limber::detail::lapackWorkspace;
+using namespace limber::detail;
 
 namespace {
 
-/// LAPACK sees each row of the band as a column, so m is KD + 1 and n is the order.
+// LAPACK sees each row of the band as a column, so m is KD + 1 and n is the order.
 struct LapackBand : LapackMatrix {
   explicit LapackBand(const FullMatrix* band) : LapackMatrix(asLapack(band)), kd(m - 1) {}
   int kd;
@@ -28,7 +25,7 @@ int cholFactorBanded(FullMatrix* band) {
   const LapackBand a(band);
   if (a.n == 0) return 0;
   if (a.kd < 0) return -3;
-  if (!limber::detail::blasHasMemory()) return -6;
+  if (!blasHasMemory()) return -6;
   int info = 0;
   dpbtrf_("U", &a.n, &a.kd, a.data, &a.ld, &info, 1);
   return info;
@@ -39,7 +36,7 @@ int cholSolveBanded(FullMatrix* band, Vector* b) {
   if (a.n == 0) return 0;
   if (a.kd < 0) return -3;
   if (!b || b->count < a.n) return -7;
-  if (!limber::detail::blasHasMemory()) return -8;
+  if (!blasHasMemory()) return -8;
   const int one = 1;
   int info = 0;
   dpbtrs_("U", &a.n, &a.kd, &one, a.data, &a.ld, b->data, &a.n, &info, 1);
@@ -64,9 +61,9 @@ void compactBanded(FullMatrix* full, FullMatrix* band, int n, int kd) {
   const LapackMatrix from = asLapack(full);
   const LapackMatrix to = asLapack(band);
   const int order = std::min({n, from.m, to.n});
-  for (int j = 0; j < order; j++) {
+  for (int j = 0; j < order; ++j) {
     double* const column = to.data + static_cast<std::ptrdiff_t>(j) * to.ld;
-    for (int i = std::max(0, j - kd); i <= std::min(j, from.n - 1); i++) {
+    for (int i = std::max(0, j - kd); i <= std::min(j, from.n - 1); ++i) {
       const int t = kd - (j - i);
       if (t < to.m) column[t] = from.data[static_cast<std::ptrdiff_t>(i) * from.ld + j];
     }

@@ -13,8 +13,7 @@
 #include "limber/linalg/detail/CompactRows.h"
 #include "limber/linalg/detail/RowStorage.h"
 
-using limber::detail::inStorage;
-using limber::detail::ReportSite;
+using namespace limber::detail;
 
 namespace {
 
@@ -28,13 +27,13 @@ double* newRow(int width) {
 }
 
 void releaseRow(double* row) {
-  if (limber::detail::unshare(row)) delete[] row;
+  if (unshare(row)) delete[] row;
 }
 
 // All copies share the pointer array, and a row may be in several pointer arrays. The last holder of an array
 // or a row releases it.
 void release(const BandedMatrix& m) {
-  if (!limber::detail::unshare(m.data)) return;
+  if (!unshare(m.data)) return;
   for (int i = 0; m.data && i < m.maxRows; ++i) releaseRow(m.data[i]);
   delete[] m.data;
 }
@@ -72,7 +71,7 @@ void forRow(const BandedMatrix& m, int i, F f) {
     f(i, static_cast<int>(j), row[bw - i + j]);
 }
 
-class BandRows final : public limber::detail::RowSource {
+class BandRows final : public RowSource {
  public:
   BandRows(const BandedMatrix& m, double diagAdd) : m_(m), diagAdd_(diagAdd) {}
 
@@ -83,7 +82,7 @@ class BandRows final : public limber::detail::RowSource {
     const int end = static_cast<int>(std::max<std::int64_t>(i + 1, std::min<std::int64_t>(i + bw, m_.rows)));
     for (int j = start; j < end; ++j) {
       const double* const stored = place(m_, i, j);
-      limber::detail::appendCompacted(row, i, j, stored ? *stored : 0.0, diagAdd_);
+      appendCompacted(row, i, j, stored ? *stored : 0.0, diagAdd_);
     }
   }
 
@@ -125,12 +124,12 @@ BandedMatrix::BandedMatrix(const BandedMatrix& other)
       maxWidth(other.maxWidth),
       bw(other.bw),
       data(other.data) {
-  if (!limber::detail::share(data)) makeEmpty(*this);
+  if (!share(data)) makeEmpty(*this);
 }
 
 BandedMatrix& BandedMatrix::operator=(const BandedMatrix& other) {
   if (data != other.data) {
-    const bool shared = limber::detail::share(other.data);
+    const bool shared = share(other.data);
     release(*this);
     if (!shared) {
       makeEmpty(*this);
@@ -159,7 +158,7 @@ double BandedMatrix::acc(int i, int j) {
 void BandedMatrix::mult(const Vector* x, Vector* y) const {
   y->grow(std::max(rows, 0));
   *y = 0.0;
-  limber::detail::clearBehind(*y);
+  clearBehind(*y);
   const int h = std::min(usableRows(*this), y->count);
   for (int i = 0; i < h; ++i) {
     double sum = 0.0;
@@ -173,7 +172,7 @@ void BandedMatrix::mult(const Vector* x, Vector* y) const {
 void BandedMatrix::multT(const Vector* x, Vector* y) const {
   y->grow(std::max(rows, 0));
   *y = 0.0;
-  limber::detail::clearBehind(*y);
+  clearBehind(*y);
   const int h = std::min({usableRows(*this), y->count, x->capacity});
   for (int i = 0; i < h; ++i) {
     const double xi = x->data[i];
@@ -182,7 +181,7 @@ void BandedMatrix::multT(const Vector* x, Vector* y) const {
 }
 
 SpMat* BandedMatrix::compact(double diagAdd, int, int b) {
-  return limber::detail::compactRows(rows, BandRows(*this, diagAdd), b);
+  return compactRows(rows, BandRows(*this, diagAdd), b);
 }
 
 void BandedMatrix::scalar(double s) {
@@ -230,9 +229,9 @@ void BandedMatrix::growbw(int newRows, int newBw) {
     // The new rows are allocated first, so that nothing has been moved if one fails.
     for (int i = maxRows; made && i < more; ++i) made = (longer[i] = newRow(maxWidth)) != nullptr;
     // Copies keep the old pointer array, and with it the rows; the last holder releases it.
-    const bool copied = limber::detail::holders(data) > 1;
+    const bool copied = holders(data) > 1;
     for (int i = 0; made && i < maxRows; ++i) {
-      made = !copied || limber::detail::share(data[i]);
+      made = !copied || share(data[i]);
       longer[i] = made ? data[i] : nullptr;
     }
     if (!made) {
@@ -243,7 +242,7 @@ void BandedMatrix::growbw(int newRows, int newBw) {
       makeEmpty(*this);
       return;
     }
-    if (limber::detail::unshare(data)) delete[] data;
+    if (unshare(data)) delete[] data;
     data = longer;
     maxRows = more;
   }

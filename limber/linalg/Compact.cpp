@@ -3,14 +3,16 @@
 #include "limber/linalg/SpMat.h"
 #include "limber/linalg/detail/CompactRows.h"
 
+using namespace limber::detail;
+
 namespace {
 
-class AnyMatrix final : public limber::detail::RowSource {
+class AnyMatrix final : public RowSource {
  public:
   AnyMatrix(const SpMat& m, double diagAdd) : m_(m), width_(m.width()), diagAdd_(diagAdd) {}
 
   void appendRow(int i, SpVec& row) const override {
-    for (int j = 0; j < width_; ++j) limber::detail::appendCompacted(row, i, j, m_.acc(i, j), diagAdd_);
+    for (int j = 0; j < width_; ++j) appendCompacted(row, i, j, m_.acc(i, j), diagAdd_);
   }
 
  private:
@@ -22,5 +24,5 @@ class AnyMatrix final : public limber::detail::RowSource {
 }  // namespace
 
 HSpMat* naiveCompact(SpMat* m, double diagAdd, int, int reset) {
-  return limber::detail::compactRows(m->height(), AnyMatrix(*m, diagAdd), reset);
+  return compactRows(m->height(), AnyMatrix(*m, diagAdd), reset);
 }

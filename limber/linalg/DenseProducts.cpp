@@ -6,8 +6,7 @@
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/detail/DenseStorage.h"
 
-using limber::detail::denseRoom;
-using limber::detail::runsOnStorage;
+using namespace limber::detail;
 
 namespace {
 

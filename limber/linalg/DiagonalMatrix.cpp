@@ -8,25 +8,27 @@
 #include "limber/linalg/Vector.h"
 #include "limber/linalg/detail/RowStorage.h"
 
+using namespace limber::detail;
+
 namespace {
 
 // Counts one more holder of an owned vector. False when there is no memory for the count.
-bool hold(const DiagonalMatrix& m) { return !m.owns || limber::detail::share(m.diag); }
+bool hold(const DiagonalMatrix& m) { return !m.owns || share(m.diag); }
 
 void release(const DiagonalMatrix& m) {
-  if (m.owns && limber::detail::unshare(m.diag)) delete m.diag;
+  if (m.owns && unshare(m.diag)) delete m.diag;
 }
 
 int sizeOf(const Vector* v) { return v ? v->count : 0; }
 
-double slot(const Vector* v, int i) { return v && limber::detail::inStorage(*v, i) ? v->data[i] : 0.0; }
+double slot(const Vector* v, int i) { return v && inStorage(*v, i) ? v->data[i] : 0.0; }
 
 }  // namespace
 
 DiagonalMatrix::DiagonalMatrix(Vector* diagonal) : diag(diagonal), owns(0) {}
 
 DiagonalMatrix::DiagonalMatrix(int n) : diag(new (std::nothrow) Vector(n)), owns(1) {
-  if (!diag) limber::detail::ReportSite{"WierdMatrices", __LINE__}.fatal(limber::detail::newFails);
+  if (!diag) ReportSite{"WierdMatrices", __LINE__}.fatal(newFails);
 }
 
 DiagonalMatrix::DiagonalMatrix(const DiagonalMatrix& other)

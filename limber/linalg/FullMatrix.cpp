@@ -11,13 +11,7 @@
 #include "limber/linalg/detail/CompactRows.h"
 #include "limber/linalg/detail/DenseStorage.h"
 
-using limber::detail::denseCount;
-using limber::detail::denseRoom;
-using limber::detail::keepAlive;
-using limber::detail::makeEmpty;
-using limber::detail::newDense;
-using limber::detail::ReportSite;
-using limber::detail::setDenseStorage;
+using namespace limber::detail;
 
 namespace {
 
@@ -171,17 +165,17 @@ void FullMatrix::traceRange(double& lo, double& hi) const {
 SpMat* FullMatrix::compact(double diagAdd, int, int) {
   HSpMat* const image = new (std::nothrow) HSpMat(0);
   if (!image) {
-    ReportSite{"Vectors", __LINE__}.fatal(limber::detail::newFails);
+    ReportSite{"Vectors", __LINE__}.fatal(newFails);
     return nullptr;
   }
   const int h = data ? numRows : 0;
   for (int i = 0; i < h; ++i) {
     SpVec* const row = new (std::nothrow) SpVec;
     if (!row) {
-      ReportSite{"Vectors", __LINE__}.fatal(limber::detail::newFails);
+      ReportSite{"Vectors", __LINE__}.fatal(newFails);
       break;
     }
-    for (int j = 0; j < numColumns; ++j) limber::detail::appendCompacted(*row, i, j, e(i, j), diagAdd);
+    for (int j = 0; j < numColumns; ++j) appendCompacted(*row, i, j, e(i, j), diagAdd);
     image->add(row);
     if (image->numRows != i + 1) {
       delete row;

@@ -2,9 +2,11 @@
 #include "limber/foundation/detail/CLocale.h"
 #include "limber/linalg/FullMatrix.h"
 
+using namespace limber::detail;
+
 void FullMatrix::print(FILE* file) const {
   if (numRows < 1) return;
-  const limber::detail::CLocale plainNumbers;
+  const CLocale plainNumbers;
   const int w = data ? numColumns : 0;
   for (int i = 0; i < numRows; ++i) {
     for (int j = 0; j < w; ++j) {

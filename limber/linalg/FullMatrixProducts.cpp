@@ -6,11 +6,7 @@
 #include "limber/linalg/Vector.h"
 #include "limber/linalg/detail/DenseStorage.h"
 
-using limber::detail::denseCount;
-using limber::detail::makeEmpty;
-using limber::detail::newDense;
-using limber::detail::runsOnStorage;
-using limber::detail::setDenseStorage;
+using namespace limber::detail;
 
 namespace {
 

@@ -9,14 +9,13 @@
 #include "limber/linalg/detail/GaussJordanSpace.h"
 #include "limber/linalg/detail/RowStorage.h"
 
-using limber::detail::inStorage;
-using limber::detail::ReportSite;
+using namespace limber::detail;
 
 namespace {
 
-/// Applies the steps of the elimination to the right-hand side. Elements outside the storage of b are
-/// skipped.
-class RightHandSide : public limber::detail::GaussJordanWatcher {
+// Applies the steps of the elimination to the right-hand side. Elements outside the storage of b are
+// skipped.
+class RightHandSide : public GaussJordanWatcher {
  public:
   explicit RightHandSide(Vector* b) : b_(b) {}
 
@@ -40,7 +39,7 @@ class RightHandSide : public limber::detail::GaussJordanWatcher {
 };
 
 constexpr int firstLength = 100;
-limber::detail::GaussJordanSpace space;
+GaussJordanSpace space;
 
 }  // namespace
 
@@ -52,5 +51,5 @@ void gaussj(FullMatrix& A, Vector*, Vector* b) {
   }
   if (n < 1 || !A.data) return;
   RightHandSide rightHandSide(b);
-  limber::detail::gaussJordan(A.data, n, A.numColumns, space.scratch(), rightHandSide);
+  gaussJordan(A.data, n, A.numColumns, space.scratch(), rightHandSide);
 }

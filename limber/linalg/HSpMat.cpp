@@ -11,16 +11,18 @@
 #include "limber/linalg/detail/RowProducts.h"
 #include "limber/linalg/detail/RowStorage.h"
 
+using namespace limber::detail;
+
 namespace {
 
 SpVec** newRows(int n) {
   SpVec** const rows = new (std::nothrow) SpVec*[static_cast<std::size_t>(n)]();
-  if (!rows) limber::detail::ReportSite{"Vectors", __LINE__}.fatal(limber::detail::newFails);
+  if (!rows) ReportSite{"Vectors", __LINE__}.fatal(newFails);
   return rows;
 }
 
 void release(SpVec** rows) {
-  if (limber::detail::unshare(rows)) delete[] rows;
+  if (unshare(rows)) delete[] rows;
 }
 
 }  // namespace
@@ -33,7 +35,7 @@ HSpMat::HSpMat(int n) : numRows(n), rowCapacity(std::max(n, 0)), rows(nullptr) {
 
 HSpMat::HSpMat(const HSpMat& other)
     : SpMat(other), numRows(other.numRows), rowCapacity(other.rowCapacity), rows(other.rows) {
-  if (!limber::detail::share(rows)) {
+  if (!share(rows)) {
     numRows = rowCapacity = 0;
     rows = nullptr;
   }
@@ -41,7 +43,7 @@ HSpMat::HSpMat(const HSpMat& other)
 
 HSpMat& HSpMat::operator=(const HSpMat& other) {
   if (rows != other.rows) {
-    const bool shared = limber::detail::share(other.rows);
+    const bool shared = share(other.rows);
     release(rows);
     rows = shared ? other.rows : nullptr;
     numRows = rowCapacity = 0;
@@ -133,10 +135,10 @@ void HSpMat::printStats() const {
 
 void HSpMat::mult(const Vector* x, Vector* y) const {
   y->grow(std::max(numRows, 0));
-  limber::detail::clearBehind(*y);
-  limber::detail::rowsTimesVector(rows, std::min(numRows, y->count), *x, y->data);
+  clearBehind(*y);
+  rowsTimesVector(rows, std::min(numRows, y->count), *x, y->data);
 }
 
 void HSpMat::multT(const Vector* x, Vector* y) const {
-  limber::detail::transposedRowsTimesVector(rows, numRows, x->data, x->capacity, *y);
+  transposedRowsTimesVector(rows, numRows, x->data, x->capacity, *y);
 }

@@ -3,6 +3,8 @@
 #include "limber/linalg/Vector.h"
 #include "limber/linalg/detail/RowStorage.h"
 
+using namespace limber::detail;
+
 IdentityMatrix::IdentityMatrix(int size) : n(size), s(1.0) {}
 
 IdentityMatrix::IdentityMatrix(const IdentityMatrix& other) = default;
@@ -17,6 +19,6 @@ double IdentityMatrix::acc(int i, int j) { return i == j ? s : 0.0; }
 
 void IdentityMatrix::mult(const Vector* x, Vector* y) const {
   y->grow(x->count);
-  limber::detail::clearBehind(*y);
+  clearBehind(*y);
   for (int i = 0; i < y->count; ++i) y->data[i] = s * x->data[i];
 }

@@ -6,12 +6,14 @@
 #include "limber/foundation/Output.h"
 #include "limber/foundation/detail/ReportSite.h"
 
+using namespace limber::detail;
+
 IntVec::IntVec(int n, int maxSize) : count(0), capacity(0), data(nullptr) {
   if (n == 0 && maxSize == 0) return;
   const int room = std::max({n, maxSize, 0});
   data = new (std::nothrow) int[static_cast<std::size_t>(room)];
   if (!data) {
-    limber::detail::ReportSite{"Vectors", __LINE__}.fatal(limber::detail::newFails);
+    ReportSite{"Vectors", __LINE__}.fatal(newFails);
     return;
   }
   capacity = room;

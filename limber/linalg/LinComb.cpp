@@ -8,7 +8,7 @@
 #include "limber/linalg/SparseSum.h"
 #include "limber/linalg/detail/RowStorage.h"
 
-using limber::detail::RowWriter;
+using namespace limber::detail;
 
 int linCombStats[4] = {0, 0, 0, 0};
 
@@ -16,7 +16,7 @@ namespace {
 
 constexpr int maxTerms = 120;
 
-/// A row, its coefficient, and its entries that have not been merged yet.
+// A row, its coefficient, and its entries that have not been merged yet.
 struct Term {
   double coefficient;
   const SpVec* row;
@@ -33,7 +33,7 @@ int collectTerms(const Vector* coeffs, SpVec** rows) {
   for (int k = 0; k < coeffs->count; ++k) {
     if (coeffs->data[k] == 0.0 || !rows[k] || rows[k]->numEntries <= 0) continue;
     if (n == maxTerms) {
-      limber::detail::ReportSite{"Vectors", __LINE__}.error("too many spvecs in lincomb");
+      ReportSite{"Vectors", __LINE__}.error("too many spvecs in lincomb");
       continue;
     }
     terms[n].coefficient = coeffs->data[k];
@@ -43,8 +43,8 @@ int collectTerms(const Vector* coeffs, SpVec** rows) {
   return n;
 }
 
-/// Advances every term beyond the index `last`. A term without further entries is replaced by the last active
-/// term. Returns the number of active terms.
+// Advances every term beyond the index `last`. A term without further entries is replaced by the last active
+// term. Returns the number of active terms.
 int advance(int active, int last) {
   for (int k = 0; k < active;) {
     Term& t = terms[k];
@@ -60,8 +60,8 @@ int advance(int active, int last) {
   return active;
 }
 
-/// Merges exactly N terms, held in registers, until one of them ends or has an index that does not ascend.
-/// Returns the last index handled.
+// Merges exactly N terms, held in registers, until one of them ends or has an index that does not ascend.
+// Returns the last index handled.
 template <int N>
 int mergeWhileAll(RowWriter& writer) {
   RowWriter to = writer;
@@ -93,7 +93,7 @@ int mergeWhileAll(RowWriter& writer) {
   return last;
 }
 
-/// Merges the smallest index of any number of terms, and returns it.
+// Merges the smallest index of any number of terms, and returns it.
 int mergeOne(int active, RowWriter& writer) {
   int last = INT_MAX;
   for (int k = 0; k < active; ++k) last = std::min(last, *terms[k].index);
@@ -138,7 +138,7 @@ void merge(int active, SpVec* out) {
   }
   writer.finish();
   // Contract: the last index handled counts, even if its sum was too small to store.
-  out->width = limber::detail::widthFor(last);
+  out->width = widthFor(last);
 }
 
 }  // namespace

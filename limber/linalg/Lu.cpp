@@ -10,16 +10,11 @@
 #include "limber/linalg/detail/LapackCalls.h"
 #include "limber/linalg/detail/LapackLayout.h"
 
-using limber::detail::asLapack;
-using limber::detail::lapackIntegers;
-using limber::detail::LapackMatrix;
-using limber::detail::lapackWorkspace;
-using limber::detail::lapackWorkspaceLength;
-using limber::detail::pivotsToLapack;
+using namespace limber::detail;
 
 namespace {
 
-/// DGETRS on columns of length `ldb`, of which the first order(A) elements are used.
+// DGETRS on columns of length `ldb`, of which the first order(A) elements are used.
 int solveColumns(const FullMatrix* A, const long* ipiv, double* columns, int count, int ldb) {
   const LapackMatrix a = asLapack(A);
   const int order = a.n;
@@ -65,7 +60,7 @@ int luInvert(FullMatrix* A) {
   const int width = A ? std::max(A->numColumns, 0) : 0;
   long* const ipiv = new (std::nothrow) long[static_cast<std::size_t>(width)];
   if (!ipiv) {
-    FATAL_ERROR(limber::detail::newFails);
+    FATAL_ERROR(newFails);
     return -4;
   }
   luFactor(A, ipiv);

@@ -10,14 +10,11 @@
 #include "limber/linalg/detail/LapackCalls.h"
 #include "limber/linalg/detail/LapackLayout.h"
 
-using limber::detail::asLapack;
-using limber::detail::LapackMatrix;
-using limber::detail::lapackWorkspace;
-using limber::detail::ReportSite;
+using namespace limber::detail;
 
 namespace {
 
-/// True if the storage of the two overlaps.
+// True if the storage of the two overlaps.
 bool overlap(const LapackMatrix& a, const LapackMatrix& b) {
   const std::less<const double*> before;
   const auto end = [](const LapackMatrix& x) { return x.data + static_cast<std::ptrdiff_t>(x.m) * x.n; };
@@ -41,10 +38,10 @@ void matrixMultiply(const FullMatrix* A, const FullMatrix* B, FullMatrix* C) {
   const int k = std::min(b.n, a.m);
   if (m <= 0 || n <= 0) return;
   if (k == 0) {  // empty sums; operands without storage have no leading dimension to pass
-    for (int j = 0; j < n; j++) std::fill_n(c.data + static_cast<std::ptrdiff_t>(j) * c.ld, m, 0.0);
+    for (int j = 0; j < n; ++j) std::fill_n(c.data + static_cast<std::ptrdiff_t>(j) * c.ld, m, 0.0);
     return;
   }
-  if (!limber::detail::blasHasMemory()) return;
+  if (!blasHasMemory()) return;
   const bool apart = !overlap(a, c) && !overlap(b, c);
   double* const product = apart ? c.data : lapackWorkspace(static_cast<long long>(m) * n);
   if (!product) return;
@@ -53,7 +50,7 @@ void matrixMultiply(const FullMatrix* A, const FullMatrix* B, FullMatrix* C) {
   const double zero = 0.0;
   dgemm_("N", "N", &m, &n, &k, &one, b.data, &b.ld, a.data, &a.ld, &zero, product, &ld, 1, 1);
   if (apart) return;
-  for (int j = 0; j < n; j++) {
+  for (int j = 0; j < n; ++j) {
     const double* const from = product + static_cast<std::ptrdiff_t>(j) * ld;
     std::copy(from, from + m, c.data + static_cast<std::ptrdiff_t>(j) * c.ld);
   }

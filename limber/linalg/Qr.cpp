@@ -10,17 +10,14 @@
 #include "limber/linalg/detail/LapackCalls.h"
 #include "limber/linalg/detail/LapackLayout.h"
 
-using limber::detail::asLapack;
-using limber::detail::LapackMatrix;
-using limber::detail::lapackWorkspace;
-using limber::detail::lapackWorkspaceLength;
+using namespace limber::detail;
 
 namespace {
 
 bool isEmpty(const LapackMatrix& a) { return a.m == 0 || a.n == 0; }
 
-/// Q^T C for the row-major `rows` x `columns` array: LAPACK sees C^T and computes C^T Q, so SIDE is R and
-/// TRANS is N.
+// Q^T C for the row-major `rows` x `columns` array: LAPACK sees C^T and computes C^T Q, so SIDE is R and
+// TRANS is N.
 int applyQTransposed(const FullMatrix* QR, const Vector* tau, double* c, int rows, int columns) {
   const LapackMatrix qr = asLapack(QR);
   if (isEmpty(qr) || columns == 0) return 0;
@@ -37,8 +34,8 @@ int applyQTransposed(const FullMatrix* QR, const Vector* tau, double* c, int row
   // The reflectors are columns of the row-major matrix. LAPACK gets a transposed copy, so that QR does not
   // change.
   double* const vectors = work + length;
-  for (int i = 0; i < height; i++) {
-    for (int j = 0; j < reflectors; j++) {
+  for (int i = 0; i < height; ++i) {
+    for (int j = 0; j < reflectors; ++j) {
       vectors[static_cast<long long>(j) * height + i] = qr.data[static_cast<long long>(i) * qr.ld + j];
     }
   }
@@ -101,7 +98,7 @@ int qObtain(FullMatrix* QR, Vector* tau) {
 void solveUTri(FullMatrix* R, Vector* b) {
   const LapackMatrix r = asLapack(R);
   const int order = std::min({r.m, r.n, b ? b->count : 0});
-  if (order <= 0 || !limber::detail::blasHasMemory()) return;
+  if (order <= 0 || !blasHasMemory()) return;
   const int one = 1;
   const double alpha = 1.0;
   dtrsm_("L", "L", "T", "N", &order, &one, &alpha, r.data, &r.ld, b->data, &order, 1, 1, 1, 1);
@@ -112,7 +109,7 @@ void solveUTri(FullMatrix* R, FullMatrix* B, int order) {
   const LapackMatrix b = asLapack(B);
   const int common = std::min({r.m, r.n, b.n});
   if (order <= 0 || order > common) order = common;
-  if (order == 0 || b.m == 0 || !limber::detail::blasHasMemory()) return;
+  if (order == 0 || b.m == 0 || !blasHasMemory()) return;
   const double alpha = 1.0;
   dtrsm_("R", "L", "N", "N", &b.m, &order, &alpha, r.data, &r.ld, b.data, &b.ld, 1, 1, 1, 1);
 }

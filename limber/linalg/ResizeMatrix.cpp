@@ -4,10 +4,7 @@
 
 #include "limber/linalg/detail/DenseStorage.h"
 
-using limber::detail::denseCount;
-using limber::detail::makeEmpty;
-using limber::detail::newDense;
-using limber::detail::setDenseStorage;
+using namespace limber::detail;
 
 // The constructors of the base cannot set `allocated`, so each constructor here does.
 

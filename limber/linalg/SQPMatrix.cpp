@@ -12,6 +12,8 @@
 #include "limber/linalg/detail/CompactRows.h"
 #include "limber/linalg/detail/RowStorage.h"
 
+using namespace limber::detail;
+
 namespace {
 
 constexpr int firstEntries = 2000;
@@ -21,7 +23,7 @@ Vector* sharedResult() {
   static Vector* result = nullptr;
   if (!result) {
     result = new (std::nothrow) Vector(firstEntries);
-    if (!result) limber::detail::ReportSite{"WierdMatrices", __LINE__}.fatal(limber::detail::newFails);
+    if (!result) ReportSite{"WierdMatrices", __LINE__}.fatal(newFails);
   }
   return result;
 }
@@ -67,12 +69,12 @@ void addDiagonal(Vector& y, int start, int n, double s, const Vector& x) {
   for (int i = start; i < end && s != 0.0; ++i) y.data[i] += s * x.data[i];
 }
 
-class BlockRows final : public limber::detail::RowSource {
+class BlockRows final : public RowSource {
  public:
   BlockRows(SQPMatrix& q, double diagAdd) : q_(q), size_(q.width()), diagAdd_(diagAdd) {}
 
   void appendRow(int i, SpVec& row) const override {
-    for (int j = 0; j < size_; ++j) limber::detail::appendCompacted(row, i, j, q_.acc(i, j), diagAdd_);
+    for (int j = 0; j < size_; ++j) appendCompacted(row, i, j, q_.acc(i, j), diagAdd_);
   }
 
  private:
@@ -106,7 +108,7 @@ void SQPMatrix::mult(const Vector* x, Vector* y) const {
   const int m = J->height();
   y->grow(n + m);
   *y = 0.0;
-  limber::detail::clearBehind(*y);
+  clearBehind(*y);
   Vector* const result = sharedResult();
   if (!result) return;
   const Slice top(*x, 0, n);
@@ -130,7 +132,7 @@ void SQPMatrix::mult(const Vector* x, Vector* y) const {
 void SQPMatrix::multT(const Vector* x, Vector* y) const { mult(x, y); }
 
 SpMat* SQPMatrix::compact(double diagAdd, int, int b) {
-  return limber::detail::compactRows(height(), BlockRows(*this, diagAdd), b);
+  return compactRows(height(), BlockRows(*this, diagAdd), b);
 }
 
 namespace {

@@ -5,10 +5,12 @@
 #include "limber/linalg/Compact.h"
 #include "limber/linalg/HSpMat.h"
 
+using namespace limber::detail;
+
 namespace {
 
 void notImplemented(const char* operation, int line) {
-  limber::detail::ReportSite{"Vectors", line}.warn("Function (%s) not implemented", operation);
+  ReportSite{"Vectors", line}.warn("Function (%s) not implemented", operation);
 }
 
 }  // namespace
@@ -34,7 +36,7 @@ double SpMat::acc(int, int) const {
 
 void SpMat::depict(int packing) {
   if (packing > 0) {
-    limber::detail::ReportSite{"Vectors", __LINE__}.error("SpMat::depict packing not supported yet");
+    ReportSite{"Vectors", __LINE__}.error("SpMat::depict packing not supported yet");
     return;
   }
   const int h = height();

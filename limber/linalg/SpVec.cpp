@@ -8,13 +8,7 @@
 #include "limber/linalg/detail/OrderedSums.h"
 #include "limber/linalg/detail/RowStorage.h"
 
-using limber::detail::inStorage;
-using limber::detail::isTiny;
-using limber::detail::reserveValues;
-using limber::detail::roomForAppend;
-using limber::detail::setIndexRoom;
-using limber::detail::setValueRoom;
-using limber::detail::widthFor;
+using namespace limber::detail;
 
 SpVec::SpVec(int n) { init(n); }
 
@@ -121,7 +115,7 @@ void SpVec::drop(double threshold) {
   width = kept > 0 ? widthFor(indices.data[kept - 1]) : -1;
 }
 
-double SpVec::magSq() const { return limber::detail::orderedDot(numEntries, values.data, values.data); }
+double SpVec::magSq() const { return orderedDot(numEntries, values.data, values.data); }
 
 double SpVec::mag() const { return std::sqrt(magSq()); }
 

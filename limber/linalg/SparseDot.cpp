@@ -3,9 +3,11 @@
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/detail/RowStorage.h"
 
+using namespace limber::detail;
+
 namespace {
 
-/// The sum of term(index, a-value, b-value) over the indices that both rows hold.
+// The sum of term(index, a-value, b-value) over the indices that both rows hold.
 template <class Term>
 double mergedSum(const SpVec& a, const SpVec& b, Term term) {
   double sum = 0.0;
@@ -40,9 +42,8 @@ double dot(SpVec& a, SpVec& b) {
 double sdot(SpVec* a, SpVec* b, Vector* w) {
   if (!a || !b) return 0.0;
   if (!w) return dot(*a, *b);
-  return mergedSum(*a, *b, [w](int i, double x, double y) {
-    return limber::detail::inStorage(*w, i) ? w->data[i] * y * x : 0.0;
-  });
+  return mergedSum(*a, *b,
+                   [w](int i, double x, double y) { return inStorage(*w, i) ? w->data[i] * y * x : 0.0; });
 }
 
 double dot(SpVec& a, Vector* v) {
@@ -50,7 +51,7 @@ double dot(SpVec& a, Vector* v) {
   double sum = 0.0;
   for (int k = 0; k < a.numEntries; ++k) {
     const int i = a.indices.data[k];
-    if (limber::detail::inStorage(*v, i)) sum += v->data[i] * a.values.data[k];
+    if (inStorage(*v, i)) sum += v->data[i] * a.values.data[k];
   }
   return sum;
 }

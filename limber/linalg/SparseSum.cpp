@@ -5,16 +5,18 @@
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/detail/RowStorage.h"
 
+using namespace limber::detail;
+
 namespace {
 
-/// Contract: the merge runs only while one of the current indices is below this.
+// Contract: the merge runs only while one of the current indices is below this.
 constexpr int indexLimit = 10000;
 
 }  // namespace
 
 void ssum(const SpVec& a, double sa, const SpVec& b, double sb, SpVec& out) {
   out.zero();
-  limber::detail::RowWriter writer(out);
+  RowWriter writer(out);
   // Read after out.zero(), so that a row that is also the output counts as empty.
   const int na = a.numEntries, nb = b.numEntries;
   const int* ia = a.indices.data;

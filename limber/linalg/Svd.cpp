@@ -8,11 +8,7 @@
 #include "limber/linalg/detail/LapackCalls.h"
 #include "limber/linalg/detail/LapackLayout.h"
 
-using limber::detail::asLapack;
-using limber::detail::LapackMatrix;
-using limber::detail::lapackWorkspace;
-using limber::detail::lapackWorkspaceLength;
-using limber::detail::ReportSite;
+using namespace limber::detail;
 
 namespace {
 
@@ -28,7 +24,7 @@ void reportShapes(const FullMatrix& A, const FullMatrix& U, const FullMatrix& S,
   report(Vt.numRows != A.numColumns, __LINE__, "Vtrows != Acolumns for lapack svdDecomp");
 }
 
-/// DGESVD's optimal length of WORK, if that may be more than the fixed length.
+// DGESVD's optimal length of WORK, if that may be more than the fixed length.
 int workLength(const LapackMatrix& a) {
   const long long smaller = std::min(a.m, a.n);
   const long long enough = 2 * smaller * smaller + 128LL * (static_cast<long long>(a.m) + a.n);
@@ -61,6 +57,6 @@ int svdDecomp(FullMatrix* A, FullMatrix* U, FullMatrix* S, FullMatrix* Vt) {
     dgesvd_("A", "A", &a.m, &a.n, a.data, &a.ld, s.data, u.data, &u.ld, vt.data, &vt.ld, work, &length, &info,
             1, 1);
   }
-  for (int i = values; i < a.m && i < room; i++) s.data[i] = 0.0;
+  for (int i = values; i < a.m && i < room; ++i) s.data[i] = 0.0;
   return info;
 }

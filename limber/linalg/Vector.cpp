@@ -12,12 +12,12 @@
 
 namespace {
 
-using limber::detail::ReportSite;
+using namespace limber::detail;
 
 constexpr int localRoom = 4;
 
-/// True if an object was constructed at address 0. The compiler may assume that this cannot happen, so it
-/// must not see where the address comes from.
+// True if an object was constructed at address 0. The compiler may assume that this cannot happen, so it
+// must not see where the address comes from.
 bool isNull(const void* object) {
   __asm__ volatile("" : "+r"(object));
   return !object;
@@ -29,7 +29,7 @@ void makeEmpty(Vector& v) {
   v.data = v.localData;
 }
 
-/// Constructs n zeros in an uninitialised object, with room for maxSize.
+// Constructs n zeros in an uninitialised object, with room for maxSize.
 void construct(Vector* v, int n, int maxSize) {
   if (isNull(v)) {
     ReportSite{"Vectors", __LINE__}.fatal("!this (vector)");
@@ -41,7 +41,7 @@ void construct(Vector* v, int n, int maxSize) {
   if (room > localRoom) {
     double* heap = new (std::nothrow) double[static_cast<std::size_t>(room)]();
     if (!heap) {
-      ReportSite{"Vectors", __LINE__}.fatal(limber::detail::newFails);
+      ReportSite{"Vectors", __LINE__}.fatal(newFails);
       return;
     }
     v->data = heap;
@@ -52,7 +52,7 @@ void construct(Vector* v, int n, int maxSize) {
 
 int commonCount(const Vector& a, const Vector* b) { return b ? std::min(a.count, b->count) : 0; }
 
-/// this[i] = f(this[i], src[i]) over the common part.
+// this[i] = f(this[i], src[i]) over the common part.
 template <class F>
 void combine(Vector& v, const Vector* src, F f) {
   const int n = commonCount(v, src);
@@ -68,7 +68,7 @@ constexpr auto minus = [](double x, double y) { return x - y; };
 constexpr auto times = [](double x, double y) { return x * y; };
 constexpr auto dividedBy = [](double x, double y) { return x / y; };
 
-/// Element i, or the nearest one inside the vector's storage.
+// Element i, or the nearest one inside the vector's storage.
 double nearest(const Vector& v, int i) {
   return v.capacity > 0 && v.data ? v.data[std::clamp(i, 0, v.capacity - 1)] : 0.0;
 }
@@ -115,13 +115,13 @@ void Vector::operator=(const Vector* src) {
 
 void Vector::resize(int n) {
   if (n <= capacity) return;
-  limber::detail::countVectorResize(n, capacity);
+  countVectorResize(n, capacity);
   const long long doubled = std::min(2LL * std::max(capacity, 0) + 8, static_cast<long long>(INT_MAX));
   const int room = std::max(n, static_cast<int>(doubled));
   double* heap = new (std::nothrow) double[static_cast<std::size_t>(room)];
   const bool owned = capacity > localRoom;
   if (!heap) {
-    limber::detail::ReportSite{"Vectors", __LINE__}.fatal(limber::detail::newFails);
+    ReportSite{"Vectors", __LINE__}.fatal(newFails);
     if (owned) delete[] data;
     makeEmpty(*this);
     return;
@@ -162,7 +162,7 @@ void Vector::scaleAdd(double s, Vector* src) {
   combine(*this, src, [s](double x, double y) { return s * y + x; });
 }
 
-double Vector::magSq() const { return limber::detail::orderedDot(count, data, data); }
+double Vector::magSq() const { return orderedDot(count, data, data); }
 
 double Vector::mag() const { return std::sqrt(magSq()); }
 
@@ -210,9 +210,7 @@ void Vector::print() const {
   stdoutPrintf("]");
 }
 
-double dot(Vector* a, Vector* b) {
-  return a && b ? limber::detail::orderedDot(commonCount(*a, b), a->data, b->data) : 0.0;
-}
+double dot(Vector* a, Vector* b) { return a && b ? orderedDot(commonCount(*a, b), a->data, b->data) : 0.0; }
 
 double magSq(Vector* v) { return v ? v->magSq() : 0.0; }
 

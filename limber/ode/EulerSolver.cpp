@@ -5,7 +5,7 @@
 #include "limber/ode/Integrand.h"
 #include "limber/ode/detail/WorkVectors.h"
 
-using limber::detail::WorkVectors;
+using namespace limber::detail;
 
 EulerSolver::EulerSolver(Integrand* integrand) : OdeSolver(integrand, 100), work(nullptr) { init(); }
 

@@ -2,10 +2,12 @@
 
 #include "limber/foundation/detail/ReportSite.h"
 
+using namespace limber::detail;
+
 Integrand::Integrand(const Integrand&) = default;
 Integrand& Integrand::operator=(const Integrand&) = default;
 
 int Integrand::fprime(Vector*, double, Vector*) {
-  limber::detail::ReportSite{"Vectors", 1098}.error("Evaluate generic Integrand");
+  ReportSite{"Vectors", 1098}.error("Evaluate generic Integrand");
   return 0;
 }

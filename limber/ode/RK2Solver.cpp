@@ -3,7 +3,7 @@
 #include "limber/ode/Integrand.h"
 #include "limber/ode/detail/WorkVectors.h"
 
-using limber::detail::WorkVectors;
+using namespace limber::detail;
 
 RK2Solver::RK2Solver(Integrand* integrand) : RK2Solver(integrand, 100) {}
 

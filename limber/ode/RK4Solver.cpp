@@ -4,7 +4,7 @@
 #include "limber/ode/Integrand.h"
 #include "limber/ode/detail/WorkVectors.h"
 
-using limber::detail::WorkVectors;
+using namespace limber::detail;
 
 namespace {
 
@@ -19,7 +19,7 @@ constexpr int wideFrom = 16;
 template <bool halved>
 inline __attribute__((always_inline)) void stagePass(int size, const double* __restrict__ x, double dt,
                                                      double* __restrict__ k, double* __restrict__ stage) {
-  for (int i = 0; i < size; i++) {
+  for (int i = 0; i < size; ++i) {
     const double scaled = k[i] * dt;
     k[i] = scaled;
     stage[i] = (halved ? 0.5 * scaled : scaled) + x[i];
@@ -32,7 +32,7 @@ inline __attribute__((always_inline)) void sumPass(int size, double* __restrict_
                                                    const double* __restrict__ k2,
                                                    const double* __restrict__ k3, double* __restrict__ k4) {
   const double sixth = 1.0 / 6.0, third = 1.0 / 3.0;
-  for (int i = 0; i < size; i++) {
+  for (int i = 0; i < size; ++i) {
     const double scaled = k4[i] * dt;
     k4[i] = scaled;
     double sum = sixth * k1[i] + x[i];
@@ -59,7 +59,7 @@ template <bool halved>
 void nextStage(const Vector* x, double dt, Vector* k, Vector* stage) {
   const int size = x->size();
   if (k->size() == size && stage->size() == size) {
-    if (size >= wideFrom && limber::detail::useWideVectors()) {
+    if (size >= wideFrom && useWideVectors()) {
       wideStagePass<halved>(size, x->data, dt, k->data, stage->data);
     } else {
       stagePass<halved>(size, x->data, dt, k->data, stage->data);
@@ -74,7 +74,7 @@ void nextStage(const Vector* x, double dt, Vector* k, Vector* stage) {
 void advance(Vector* x, double dt, Vector* k1, Vector* k2, Vector* k3, Vector* k4) {
   const int size = x->size();
   if (k1->size() == size && k2->size() == size && k3->size() == size && k4->size() == size) {
-    if (size >= wideFrom && limber::detail::useWideVectors()) {
+    if (size >= wideFrom && useWideVectors()) {
       wideSumPass(size, x->data, dt, k1->data, k2->data, k3->data, k4->data);
     } else {
       sumPass(size, x->data, dt, k1->data, k2->data, k3->data, k4->data);

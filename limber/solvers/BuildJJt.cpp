@@ -15,6 +15,8 @@
 #include "limber/solvers/detail/JJtDiagonal.h"
 #include "limber/solvers/detail/RowDots.h"
 
+using namespace limber::detail;
+
 namespace {
 
 // `out` or a new matrix, with the given shape and all zeros. It has no storage if there was no memory.
@@ -25,7 +27,7 @@ ResizeMatrix* shaped(ResizeMatrix* out, int rows, int columns) {
     return out;
   }
   out = new (std::nothrow) ResizeMatrix(rows, columns);
-  if (!out) FATAL_ERROR(limber::detail::newFails);
+  if (!out) FATAL_ERROR(newFails);
   return out;
 }
 
@@ -40,9 +42,9 @@ ResizeMatrix* buildBand(const HSpMat* J, int bandwidth, ResizeMatrix* out, const
   if (!out || !out->data || bandwidth < 0) return out;
   double* const band = out->data;
   const std::ptrdiff_t stride = bandwidth + 1;
-  limber::detail::forEachRowDot(*J, bandwidth, weights, [=](int i, int j, double dot) {
+  forEachRowDot(*J, bandwidth, weights, [=](int i, int j, double dot) {
     if (i == j) {
-      band[i * stride + bandwidth] = limber::detail::jjtDiagonal(*J, i, weights, damp, shift, dot);
+      band[i * stride + bandwidth] = jjtDiagonal(*J, i, weights, damp, shift, dot);
     } else {
       band[rowOf(i, j) * stride + (bandwidth - (j - i))] = dot;
     }
@@ -57,9 +59,8 @@ ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* weights, Vect
   out = shaped(out, n, n);
   if (!out || !out->data) return out;
   double* const full = out->data;
-  limber::detail::forEachRowDot(*J, n - 1, weights, [=](std::ptrdiff_t i, std::ptrdiff_t j, double dot) {
-    const double value =
-        i == j ? limber::detail::jjtDiagonal(*J, static_cast<int>(i), weights, damp, shift, dot) : dot;
+  forEachRowDot(*J, n - 1, weights, [=](std::ptrdiff_t i, std::ptrdiff_t j, double dot) {
+    const double value = i == j ? jjtDiagonal(*J, static_cast<int>(i), weights, damp, shift, dot) : dot;
     full[i * n + j] = value;
     full[j * n + i] = value;
   });
@@ -85,7 +86,7 @@ int halfBandwidth(const HSpMat* J) {
   // One key for each entry: the index in the upper bits, the row in the lower ones.
   const std::unique_ptr<std::uint64_t[]> keys(new (std::nothrow) std::uint64_t[entries]);
   if (!keys) {
-    FATAL_ERROR(limber::detail::newFails);
+    FATAL_ERROR(newFails);
     return std::max(J->numRows - 1, 0);
   }
   std::uint64_t* next = keys.get();

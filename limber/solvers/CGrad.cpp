@@ -88,16 +88,16 @@ double curvatureJJt(SpMat* A, Vector* d) {
 }
 
 // Contract: an empty x or b gives 0 without a message and without a call of the matrix.
-void warnOfShortVectors(const char* solver, const SolveMatrix& A, const Vector* x,
-                        int (SolveMatrix::*unknowns)() const, const Vector* b) {
+void warnIfShort(const char* solver, const SolveMatrix& A, const Vector* x,
+                 int (SolveMatrix::*unknowns)() const, const Vector* b) {
   if (x->count <= 0 || b->count <= 0) return;
-  limber::detail::warnOfShortVectors("OldCGrad", solver, x->count, (A.*unknowns)(), b->count, A.height());
+  warnOfShortVectors("OldCGrad", solver, x->count, (A.*unknowns)(), b->count, A.height());
 }
 
 // Solves with the current weights and damping, and resets them afterwards.
 int solveJJt(const char* solver, SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   SolveMatrix matrix(A);
-  warnOfShortVectors(solver, matrix, x, &SolveMatrix::height, b);
+  warnIfShort(solver, matrix, x, &SolveMatrix::height, b);
   const int iterations = cgradI(&matrix, x, b, rsqOut, residualJJt, curvatureJJt, 1);
   weights = nullptr;
   damping = nullptr;
@@ -108,13 +108,13 @@ int solveJJt(const char* solver, SpMat* A, Vector* x, Vector* b, double* rsqOut)
 
 int cgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   SolveMatrix matrix(A);
-  warnOfShortVectors("cgrad", matrix, x, &SolveMatrix::width, b);
+  warnIfShort("cgrad", matrix, x, &SolveMatrix::width, b);
   return cgradI(&matrix, x, b, rsqOut, residualAtA, curvatureAtA, 1);
 }
 
 int cgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   SolveMatrix matrix(A);
-  warnOfShortVectors("cgradA", matrix, x, &SolveMatrix::width, b);
+  warnIfShort("cgradA", matrix, x, &SolveMatrix::width, b);
   return cgradI(&matrix, x, b, rsqOut, residualA, curvatureA, 1);
 }
 

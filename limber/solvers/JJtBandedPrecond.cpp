@@ -7,10 +7,7 @@
 #include "limber/solvers/detail/BandFactor.h"
 #include "limber/solvers/detail/JJtDiagonal.h"
 
-using limber::detail::definizerShift;
-using limber::detail::dropFactor;
-using limber::detail::factorOrDiagonal;
-using limber::detail::shareFactor;
+using namespace limber::detail;
 
 JJtBandedPrecond::JJtBandedPrecond(HSpMat* J, int bandwidth, Vector* weights, Vector* damp)
     : band(nullptr), diagonal(nullptr) {
@@ -36,6 +33,4 @@ JJtBandedPrecond& JJtBandedPrecond::operator=(const JJtBandedPrecond& other) {
 
 JJtBandedPrecond::~JJtBandedPrecond() { dropFactor(*this); }
 
-void JJtBandedPrecond::solve(const Vector* r, Vector* z) {
-  limber::detail::solveBandOrDiagonal(band, diagonal, r, z);
-}
+void JJtBandedPrecond::solve(const Vector* r, Vector* z) { solveBandOrDiagonal(band, diagonal, r, z); }

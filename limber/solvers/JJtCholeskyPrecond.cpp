@@ -6,10 +6,7 @@
 #include "limber/solvers/detail/BandFactor.h"
 #include "limber/solvers/detail/JJtDiagonal.h"
 
-using limber::detail::definizerShift;
-using limber::detail::dropFactor;
-using limber::detail::factorOrDiagonal;
-using limber::detail::shareFactor;
+using namespace limber::detail;
 
 JJtCholeskyPrecond::JJtCholeskyPrecond(HSpMat* J, int bandwidth, Vector* weights, Vector* damp)
     : band(buildJJtBand(J, bandwidth, nullptr, weights, damp, definizerShift())),
@@ -27,6 +24,4 @@ JJtCholeskyPrecond& JJtCholeskyPrecond::operator=(const JJtCholeskyPrecond& othe
 
 JJtCholeskyPrecond::~JJtCholeskyPrecond() { dropFactor(*this); }
 
-void JJtCholeskyPrecond::solve(const Vector* r, Vector* z) {
-  limber::detail::solveBandOrDiagonal(band, diagonal, r, z);
-}
+void JJtCholeskyPrecond::solve(const Vector* r, Vector* z) { solveBandOrDiagonal(band, diagonal, r, z); }

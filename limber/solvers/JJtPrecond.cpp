@@ -4,11 +4,10 @@
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/detail/JJtDiagonal.h"
 
-using limber::detail::copyShared;
-using limber::detail::dropShared;
+using namespace limber::detail;
 
 JJtPrecond::JJtPrecond(HSpMat* J, Vector* weights, Vector* damp)
-    : inverse(limber::detail::jjtInverseDiagonal(*J, weights, damp)) {}
+    : inverse(jjtInverseDiagonal(*J, weights, damp)) {}
 
 JJtPrecond::JJtPrecond(const JJtPrecond& other) : Preconditioner(other), inverse(nullptr) {
   copyShared(inverse, other.inverse);
@@ -23,7 +22,7 @@ JJtPrecond::~JJtPrecond() { dropShared(inverse); }
 
 void JJtPrecond::solve(const Vector* r, Vector* z) {
   if (inverse) {
-    limber::detail::scaleByDiagonal(*inverse, *r, *z);
+    scaleByDiagonal(*inverse, *r, *z);
   } else {
     Preconditioner::solve(r, z);
   }

@@ -6,6 +6,8 @@
 #include "limber/linalg/SpMat.h"
 #include "limber/linalg/Vector.h"
 
+using namespace limber::detail;
+
 namespace {
 
 constexpr int smallSize = 40;
@@ -75,7 +77,7 @@ void writeSparse(FILE* file, const char* name, const SpMat& m, int height, int w
 
 void writeMatLab(FILE* file, const char* name, SpMat* m) {
   if (!file || !m) return;
-  const limber::detail::CLocale cLocale;
+  const CLocale cLocale;
   const int height = m->height();
   const int width = m->width();
   if (height < smallSize && width < smallSize)
@@ -86,7 +88,7 @@ void writeMatLab(FILE* file, const char* name, SpMat* m) {
 
 void writeMatLab(FILE* file, const char* name, Vector* v) {
   if (!file || !v) return;
-  const limber::detail::CLocale cLocale;
+  const CLocale cLocale;
   std::fprintf(file, "clear %s;\n", name);
   for (int s = 0; s < v->count; s += vectorChunk) {
     const int end = std::min(s + vectorChunk, v->count);

@@ -36,8 +36,8 @@ bool solveByZero(Vector* x, Vector* b, double* rsqOut) {
   return true;
 }
 
-void warnOfShortVectors(const char* solver, const Vector* x, int unknowns, const Vector* b, int equations) {
-  limber::detail::warnOfShortVectors("NewCGrad", solver, x->count, unknowns, b->count, equations);
+void warnIfShort(const char* solver, const Vector* x, int unknowns, const Vector* b, int equations) {
+  warnOfShortVectors("NewCGrad", solver, x->count, unknowns, b->count, equations);
 }
 
 struct RightHandSide {
@@ -64,7 +64,7 @@ void checkSizes(const SolveOperator& M, const Vector* mass, const Vector* dampV)
 int ncgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   if (solveByZero(x, b, rsqOut)) return 0;
   const SolveOperator M(A, applyA);
-  warnOfShortVectors("ncgradA", x, M.width(), b, M.height());
+  warnIfShort("ncgradA", x, M.width(), b, M.height());
   const SolveOutcome outcome = solve(M, x, b, rsqOut, nullptr);
   // Contract: a singular system gives minus the iterations here, not -1.
   return outcome.status == CG_ACCEPT ? outcome.iterations : -outcome.iterations;
@@ -74,7 +74,7 @@ int ncgradAtA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   if (solveByZero(x, b, rsqOut)) return 0;
   const SolveOperator M(A, applyAtA);
   const int width = M.width();
-  warnOfShortVectors("ncgradAtA", x, width, b, width);
+  warnIfShort("ncgradAtA", x, width, b, width);
   return result(solve(M, x, b, rsqOut, nullptr));
 }
 
@@ -83,7 +83,7 @@ int ncgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   const SolveOperator M(A, applyAtA);
   M.matrix().multT(b, &t);
   if (solveByZero(x, &t, rsqOut)) return 0;
-  warnOfShortVectors("ncgrad", x, M.width(), b, M.height());
+  warnIfShort("ncgrad", x, M.width(), b, M.height());
   return result(solve(M, x, &t, rsqOut, nullptr));
 }
 
@@ -99,7 +99,7 @@ int ncgradJJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* dampV, Pre
   // Contract: this return leaves cgradDampV set.
   if (solveByZero(x, b, rsqOut)) return 0;
   const SolveOperator M(A, applyJJt);
-  warnOfShortVectors("ncgradJJt", x, M.height(), b, M.height());
+  warnIfShort("ncgradJJt", x, M.height(), b, M.height());
   const SolveOutcome outcome = solve(M, x, b, rsqOut, pre);
   cgradDampV = nullptr;
   return result(outcome);
@@ -113,7 +113,7 @@ int ncgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vec
   checkSizes(M, mass, dampV);
   // Contract: this return leaves cgradDampV and cgradMassVec set.
   if (solveByZero(x, b, rsqOut)) return 0;
-  warnOfShortVectors("ncgradJVJt", x, M.height(), b, M.height());
+  warnIfShort("ncgradJVJt", x, M.height(), b, M.height());
   const SolveOutcome outcome = solve(M, x, b, rsqOut, pre);
   cgradDampV = nullptr;
   cgradMassVec = nullptr;
@@ -122,6 +122,6 @@ int ncgradJVJt(SpMat* A, Vector* x, Vector* b, double* rsqOut, Vector* mass, Vec
 
 int ncgradAAt(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
   const SolveOperator M(A, applyAAt);
-  warnOfShortVectors("ncgradAAt", x, M.height(), b, M.height());
+  warnIfShort("ncgradAAt", x, M.height(), b, M.height());
   return result(solve(M, x, b, rsqOut, nullptr));
 }

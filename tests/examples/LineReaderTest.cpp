@@ -18,7 +18,7 @@ class Lines : public ::testing::Test {
  protected:
   std::string file(const std::string& text) { return directory.write("lines.txt", text); }
 
-  /// The words of each line that has some.
+  // The words of each line that has some.
   std::vector<std::vector<std::string>> words(const std::string& path, char comment = 0) {
     LineReader in(path.c_str(), nullptr, comment);
     std::vector<std::vector<std::string>> lines;
@@ -29,7 +29,7 @@ class Lines : public ::testing::Test {
     return lines;
   }
 
-  /// The message, without the directory, that reading `path` as `use` does ends in.
+  // The message, without the directory, that reading `path` as `use` does ends in.
   std::string problem(const std::string& path, const std::function<void(LineReader&)>& use) {
     try {
       LineReader in(path.c_str(), nullptr);
@@ -107,7 +107,7 @@ TEST_F(Lines, AZeroByteIsNoText) {
 
 TEST_F(Lines, ADamagedFileIsCalledThat) {
   std::string text;
-  for (int i = 0; i < 5000; i++) text += std::to_string(i * 7919) + "\n";
+  for (int i = 0; i < 5000; ++i) text += std::to_string(i * 7919) + "\n";
   const std::string path = directory.writeGz("lines.gz", text);
   const std::string whole = readFile(path);
   EXPECT_EQ(problem(path, readAll), "none");

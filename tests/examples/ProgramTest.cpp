@@ -21,7 +21,7 @@ using namespace limber::motion;
 
 const std::string data = sourceFile("examples/data");
 
-/// Every move and line of the drawing is on its page of 576 x 720 points; returns how many there are.
+// Every move and line of the drawing is on its page of 576 x 720 points; returns how many there are.
 int strokesOnThePage(const std::string& drawing) {
   std::istringstream words(drawing);
   int strokes = 0;
@@ -29,7 +29,7 @@ int strokesOnThePage(const std::string& drawing) {
   for (std::string word; words >> word;) {
     if (word == "m" || word == "L") {
       EXPECT_TRUE(x >= 0 && x <= 576 && y >= 0 && y <= 720) << x << " " << y;
-      strokes++;
+      ++strokes;
     }
     x = y;
     y = std::strtod(word.c_str(), nullptr);
@@ -39,12 +39,12 @@ int strokesOnThePage(const std::string& drawing) {
 
 class MotionEditProgram : public ::testing::Test {
  protected:
-  /// Runs it in the temporary directory.
+  // Runs it in the temporary directory.
   ProgramRun run(const std::vector<std::string>& arguments) const {
     return runProgram(MOTION_EDIT_PROGRAM, arguments, directory.path());
   }
 
-  /// What is in the directory now, names in order.
+  // What is in the directory now, names in order.
   std::set<std::string> files() const {
     std::set<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(directory.path())) {

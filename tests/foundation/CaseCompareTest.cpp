@@ -35,8 +35,8 @@ TEST(CaseCompare, LettersFoldToUpperCase) {
 }
 
 TEST(CaseCompare, OnlyAsciiLettersFold) {
-  for (int c = 1; c < 256; c++) {
-    for (int d = 1; d < 256; d++) {
+  for (int c = 1; c < 256; ++c) {
+    for (int d = 1; d < 256; ++d) {
       const char a[] = {static_cast<char>(c), 0}, b[] = {static_cast<char>(d), 0};
       const int fa = c >= 'a' && c <= 'z' ? c - 32 : c, fb = d >= 'a' && d <= 'z' ? d - 32 : d;
       const int sa = fa > 127 ? fa - 256 : fa, sb = fb > 127 ? fb - 256 : fb;

@@ -52,8 +52,8 @@ TEST(ListAllocation, OnlyRefillsAllocate) {
   int item = 0;
   List<int*> list;
   const long before = allocations::count();
-  for (int round = 0; round < 50; round++) {
-    for (int i = 0; i < 100; i++) list.add(&item);
+  for (int round = 0; round < 50; ++round) {
+    for (int i = 0; i < 100; ++i) list.add(&item);
     list.uncons();
   }
   EXPECT_EQ(allocations::count(), before + 1);
@@ -121,19 +121,19 @@ TEST(ClockAllocation, FailedCellLeavesTheClockUnlisted) {
 
 // Whichever allocation fails, one string is not added and all others stand in order.
 TEST(StringArrayAllocation, EachFailureLosesOneStringOnly) {
-  for (long k = 0;; k++) {
+  for (long k = 0;; ++k) {
     CapturedOutput captured;
     StringArray strings;
     int added = 0;
     bool happened;
     {
       allocations::FailAt trap(k);
-      for (int i = 0; i < 20; i++) {
+      for (int i = 0; i < 20; ++i) {
         const char text[] = {static_cast<char>('a' + i), '\0'};
         const char* const copy = strings.add(text);
         if (!copy) continue;
         EXPECT_STREQ(copy, text);
-        added++;
+        ++added;
       }
       happened = trap.happened();
     }
@@ -141,7 +141,7 @@ TEST(StringArrayAllocation, EachFailureLosesOneStringOnly) {
     EXPECT_EQ(added, happened ? 19 : 20);
     EXPECT_EQ(captured.err(), happened ? report : "");
     EXPECT_LE(strings.count, strings.capacity);
-    for (int i = 1; i < added; i++) EXPECT_LT(std::strcmp(strings.items[i - 1], strings.items[i]), 0);
+    for (int i = 1; i < added; ++i) EXPECT_LT(std::strcmp(strings.items[i - 1], strings.items[i]), 0);
     if (!happened) break;
   }
 }

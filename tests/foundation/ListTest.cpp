@@ -59,7 +59,7 @@ TEST(ConsPool, CellsAreLinkedInOrderOfTheirArray) {
   conspool_batchsize = 4;
   allocConsCells();
   const ConsCell* const first = consPool;
-  for (int i = 0; i < 4; i++) {
+  for (int i = 0; i < 4; ++i) {
     EXPECT_EQ(first[i].item, nullptr);
     EXPECT_EQ(first[i].next, i < 3 ? &first[i + 1] : nullptr);
   }

@@ -34,7 +34,7 @@ TEST(SampleNoise, FollowsTheStateOfRand) {
 }
 
 TEST(SampleNoise, ZeroScaleGivesTheOffsetExactly) {
-  for (int i = 0; i < 1000; i++) ASSERT_EQ(sampleNoise(0.0, 5.0), 5.0);
+  for (int i = 0; i < 1000; ++i) ASSERT_EQ(sampleNoise(0.0, 5.0), 5.0);
 }
 
 // Moments of 200000 samples; each bound is five standard errors of the moment.
@@ -43,7 +43,7 @@ TEST(SampleNoise, IsNormallyDistributed) {
   const int n = 200000;
   double sum = 0, squares = 0, cubes = 0, fourth = 0;
   int within = 0;
-  for (int i = 0; i < n; i++) {
+  for (int i = 0; i < n; ++i) {
     const double z = (sampleNoise(2.0, 1.0) - 1.0) / 2.0;
     sum += z;
     squares += z * z;

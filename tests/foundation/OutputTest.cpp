@@ -16,7 +16,7 @@ static_assert(std::is_same_v<decltype(stmStdOut), FILE*>);
 static_assert(std::is_same_v<decltype(numberPrintFormat), char*>);
 static_assert(std::is_same_v<decltype(errPtrZero), void*>);
 
-/// Opens a fully buffered file as the override stream of both default channels.
+// Opens a fully buffered file as the override stream of both default channels.
 class OverrideStream {
  public:
   explicit OverrideStream(const char* mode = "w") {
@@ -27,7 +27,7 @@ class OverrideStream {
     std::fclose(stmStdOut);
     stmStdOut = nullptr;
   }
-  /// What has reached the file so far.
+  // What has reached the file so far.
   std::string onDisk() const { return readFile(directory_ / "out"); }
 
  private:

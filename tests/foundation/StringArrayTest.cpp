@@ -21,7 +21,7 @@ TEST(StringArray, StartsEmpty) {
 
 TEST(StringArray, GrowsToSixThenEighteen) {
   StringArray strings;
-  for (int i = 0; i < 19; i++) {
+  for (int i = 0; i < 19; ++i) {
     const std::string text = "string " + std::to_string(i);
     const char* const copy = strings.add(text.c_str());
     EXPECT_NE(copy, text.c_str());
@@ -29,7 +29,7 @@ TEST(StringArray, GrowsToSixThenEighteen) {
     EXPECT_EQ(strings.count, i + 1);
     EXPECT_EQ(strings.capacity, i < 6 ? 6 : i < 18 ? 18 : 42);
   }
-  for (int i = 0; i < 19; i++) EXPECT_EQ(strings.items[i], "string " + std::to_string(i));
+  for (int i = 0; i < 19; ++i) EXPECT_EQ(strings.items[i], "string " + std::to_string(i));
 }
 
 TEST(StringArray, NullIsStoredAsTheEmptyString) {

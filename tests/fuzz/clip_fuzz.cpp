@@ -23,7 +23,7 @@ void checkWhole(const Clip& clip) {
     REQUIRE(joint.parent < j && (joint.parent >= 0) == (j > 0));
     REQUIRE(joint.firstChannel == channels);
     channels += static_cast<int>(joint.channels.size());
-    j++;
+    ++j;
   }
   REQUIRE(channels == clip.channels);
   const Skeleton skeleton(clip);
@@ -48,11 +48,11 @@ void checkContacts(const Clip& clip) {
 
 void checkSame(const Clip& a, const Clip& b) {
   REQUIRE(a.joints.size() == b.joints.size() && a.channels == b.channels && a.frames == b.frames);
-  for (std::size_t j = 0; j < a.joints.size(); j++) {
+  for (std::size_t j = 0; j < a.joints.size(); ++j) {
     REQUIRE(a.joints[j].name == b.joints[j].name && a.joints[j].parent == b.joints[j].parent);
     REQUIRE(close(a.joints[j].offset.y, b.joints[j].offset.y));
   }
-  for (std::size_t i = 0; i < a.values.size(); i++) REQUIRE(close(a.values[i], b.values[i]));
+  for (std::size_t i = 0; i < a.values.size(); ++i) REQUIRE(close(a.values[i], b.values[i]));
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     REQUIRE(std::isfinite(wish.target.x) && std::isfinite(wish.target.y) && std::isfinite(wish.target.z));
   }
   sortByFrame(&wishes);
-  for (std::size_t i = 1; i < wishes.size(); i++) {
+  for (std::size_t i = 1; i < wishes.size(); ++i) {
     const Constraint &a = wishes[i - 1], &b = wishes[i];
     REQUIRE(a.frame < b.frame || (a.frame == b.frame && a.joint < b.joint));
   }

@@ -15,7 +15,7 @@ namespace {
 
 int silent(const char*) { return 0; }
 
-/// Runs `read`; false when it ends in an error, which must name the file.
+// Runs `read`; false when it ends in an error, which must name the file.
 template <class Read>
 bool reads(const std::string& path, const Read& read) {
   try {
@@ -67,7 +67,7 @@ void checkReadsBack(const SparseProblem& problem) {
   const SparseProblem again = readMatrix(copy.path(), nullptr);
   REQUIRE(again.rows == problem.rows && again.columns == problem.columns);
   REQUIRE(again.entries.size() == problem.entries.size());
-  for (std::size_t k = 0; k < again.entries.size(); k++) {
+  for (std::size_t k = 0; k < again.entries.size(); ++k) {
     const Entry &a = problem.entries[k], &b = again.entries[k];
     REQUIRE(a.row == b.row && a.column == b.column && a.value == b.value);
   }

@@ -20,11 +20,11 @@ int collect(const char* text) {
   return 0;
 }
 
-/// Separators first, elements afterwards.
+// Separators first, elements afterwards.
 std::vector<std::string> split(const std::string& list, const std::string& separators) {
   std::vector<std::string> elements;
   std::size_t start = 0;
-  for (std::size_t i = 0; i <= list.size(); i++) {
+  for (std::size_t i = 0; i <= list.size(); ++i) {
     bool ends = i == list.size() || separators.find(list[i]) != std::string::npos;
     if (i < list.size() && list[i] == ':' && i == start + 1) ends = ends && list[start] == '.';
     if (!ends) continue;
@@ -47,9 +47,9 @@ void closeFound(void* stream) { gzclose(static_cast<gzFile>(stream)); }
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::string texts[3];
   int field = 0;
-  for (std::size_t i = 0; i < size && data[i]; i++) {
+  for (std::size_t i = 0; i < size && data[i]; ++i) {
     if (data[i] == '\n' && field < 2)
-      field++;
+      ++field;
     else
       texts[field] += static_cast<char>(data[i]);
   }

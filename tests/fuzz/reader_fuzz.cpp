@@ -19,7 +19,7 @@ namespace {
 
 int silent(const char*) { return 0; }
 
-/// A stream over a temporary file with the bytes.
+// A stream over a temporary file with the bytes.
 gzFile streamOf(const std::uint8_t* data, std::size_t size, bool compress) {
   std::FILE* const file = std::tmpfile();
   REQUIRE(file);
@@ -39,19 +39,19 @@ gzFile streamOf(const std::uint8_t* data, std::size_t size, bool compress) {
 
 bool isPrintable(std::uint8_t c) { return static_cast<std::int8_t>(c) > 32; }
 
-/// The reader's words are those of the text; where a line of 511 characters cuts a word, its pieces follow
-/// each other, so what is compared is all printable characters in order.
+// The reader's words are those of the text; where a line of 511 characters cuts a word, its pieces follow
+// each other, so what is compared is all printable characters in order.
 void compareWords(Reader& reader, const std::uint8_t* data, std::size_t size) {
   std::size_t at = 0;
   while (const char* word = reader.getWord()) {
     REQUIRE(*word);
-    for (; *word; word++) {
-      while (at < size && !isPrintable(data[at])) at++;
+    for (; *word; ++word) {
+      while (at < size && !isPrintable(data[at])) ++at;
       REQUIRE(at < size && static_cast<std::uint8_t>(*word) == data[at]);
-      at++;
+      ++at;
     }
   }
-  while (at < size && !isPrintable(data[at])) at++;
+  while (at < size && !isPrintable(data[at])) ++at;
   REQUIRE(at == size);
 }
 
@@ -59,7 +59,7 @@ void operate(Reader& reader, unsigned seed) {
   Reader copy(reader);
   char line[20];
   // Each step consumes at least one line or character, or finds the end: more steps than bytes are a hang.
-  for (long step = 0; reader.ok() && step < 1000000; step++) {
+  for (long step = 0; reader.ok() && step < 1000000; ++step) {
     seed = seed * 1103515245u + 12345u;
     int i = 7;
     double d = 7.0;

@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
   for (const auto& entry : std::filesystem::directory_iterator(argv[1], error)) {
     const std::string bytes = readFile(entry.path().string());
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-    files++;
+    ++files;
   }
   std::printf("%d files\n", files);
   return files > 0 ? 0 : 1;

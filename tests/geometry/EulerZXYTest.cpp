@@ -38,8 +38,8 @@ Matrix4x4 rotation(double x, double y, double z) {
   return m;
 }
 
-/// The steps as they are stated, every matrix built: the oracle of the short cut in the library. Prints the
-/// trace of the last two steps when verbose.
+// The steps as they are stated, every matrix built: the oracle of the short cut in the library. Prints the
+// trace of the last two steps when verbose.
 Angles literally(const Matrix4x4& M, int snapX, int zeroX, int verbose = 0) {
   Pnt3 X(M.m[0]), Y(M.m[1]), Z(M.m[2]);
   const auto outside = [](double length) { return !(length >= 0.9 && length <= 1.1); };
@@ -84,7 +84,7 @@ TEST(FactorZXY, RoundingNeverGivesNaNWithoutATurnAboutYOrWithHalfATurn) {
   // The cosine of y comes out a rounding above 1 or below -1 for some of these.
   constexpr double pi = 3.141592653589793;
   RandomGeometry random(97);
-  for (int i = 0; i < 20000; i++) {
+  for (int i = 0; i < 20000; ++i) {
     const double x = 1.5 * random.number(), z = 3.0 * random.number(), y = pi * (i % 3 - 1);
     Matrix4x4 m;
     makeRot(x, y, z, &m);
@@ -103,7 +103,7 @@ TEST(MakeRot, ZeroAnglesGiveTheIdentity) { EXPECT_TRUE(closeEntries(rotation(0, 
 
 TEST(MakeRot, IsTheColumnVectorProductZXY) {
   RandomGeometry dice(1);
-  for (int i = 0; i < 100; i++) {
+  for (int i = 0; i < 100; ++i) {
     const double zxy[3] = {3 * dice.number(), 3 * dice.number(), 3 * dice.number()};
     const Quat q("ZXY", zxy);
     const Matrix4x4 m = rotation(zxy[1], zxy[2], zxy[0]);
@@ -124,7 +124,7 @@ TEST(FactorZXY, IdentityGivesZerosAndNoProblem) {
 
 TEST(FactorZXY, AnglesComeBack) {
   RandomGeometry dice(2);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const double x = 1.4 * dice.number(), y = 3 * dice.number(), z = 3 * dice.number();
     const Angles a = factor(rotation(x, y, z));
     // asin loses 1/cos x, at most 6 here; acos 1/sin y, and as its argument is rounded half the digits near
@@ -152,8 +152,8 @@ TEST(FactorZXY, TakesTheStatedStepsToTheBit) {
   for (const double x : formats::criticalAngles())
     for (const double y : formats::criticalAngles())
       for (const double z : formats::criticalAngles()) compare(rotation(x, y, z));
-  for (int i = 0; i < 300; i++) compare(dice.matrix4());
-  for (int i = 0; i < 12; i++)
+  for (int i = 0; i < 300; ++i) compare(dice.matrix4());
+  for (int i = 0; i < 12; ++i)
     for (const double bad : {quietNaN, std::numeric_limits<double>::infinity(), 0.0, 1e200}) {
       Matrix4x4 m = dice.matrix4();
       m.m[i / 4][i % 4] = bad;
@@ -177,7 +177,7 @@ TEST(FactorZXY, TracesTheStatedImagesWithTheirSignsOfZero) {
   for (const double x : formats::criticalAngles())
     for (const double y : formats::criticalAngles())
       for (const double z : formats::criticalAngles()) compare(rotation(x, y, z));
-  for (int i = 0; i < 200; i++) compare(dice.matrix4());
+  for (int i = 0; i < 200; ++i) compare(dice.matrix4());
   Matrix4x4 flat;  // no x axis: only the first of the two lines
   flat.m[0][0] = 0;
   compare(flat);
@@ -185,7 +185,7 @@ TEST(FactorZXY, TracesTheStatedImagesWithTheirSignsOfZero) {
 
 TEST(FactorZXY, LongRowsAreCountedAndReportedWhenVerbose) {
   Matrix4x4 m;
-  for (int i = 0; i < 3; i++) m.m[i][i] = 2.0;
+  for (int i = 0; i < 3; ++i) m.m[i][i] = 2.0;
   CapturedOutput output;
   EXPECT_EQ(factor(m).problems, 3);
   EXPECT_EQ(output.err() + output.out(), "");
@@ -202,7 +202,7 @@ TEST(FactorZXY, LengthsOf0Point9To1Point1AreRotationsAndNaNIsNot) {
     int problems;
   } rows[] = {{0.9, 0}, {0.8999999, 1}, {1.1, 0}, {1.1000001, 1}, {quietNaN, 1}, {0.0, 1}};
   for (const auto& row : rows)
-    for (int i = 0; i < 3; i++) {
+    for (int i = 0; i < 3; ++i) {
       Matrix4x4 m;
       m.m[i][i] = row.length;
       EXPECT_EQ(factor(m).problems, row.problems) << row.length << " in row " << i;
@@ -211,7 +211,7 @@ TEST(FactorZXY, LengthsOf0Point9To1Point1AreRotationsAndNaNIsNot) {
 
 TEST(FactorZXY, VerbosePrintsEachStep) {
   Matrix4x4 m = rotation(0.5, 0.25, 0.125), scaled = m;
-  for (int j = 0; j < 3; j++) scaled.m[0][j] *= 1.05;
+  for (int j = 0; j < 3; ++j) scaled.m[0][j] *= 1.05;
   std::string wanted;
   {
     CapturedOutput output;
@@ -290,11 +290,11 @@ TEST(FactorZXY, AnglesBelow1e5AreExactlyZero) {
 
 TEST(FactorZXY, ShortRowsGiveTheirDefaults) {
   Matrix4x4 m = rotation(0.3, 0.4, 0.5);
-  for (int j = 0; j < 3; j++) m.m[0][j] = 0.0;
+  for (int j = 0; j < 3; ++j) m.m[0][j] = 0.0;
   EXPECT_EQ(factor(m).y, 0.0);
   EXPECT_EQ(factor(m).problems, 1);
   m = rotation(0.3, 0.4, 0.5);
-  for (int j = 0; j < 3; j++) m.m[1][j] *= 0.09;
+  for (int j = 0; j < 3; ++j) m.m[1][j] *= 0.09;
   EXPECT_EQ(factor(m).x, 0.0);
   EXPECT_EQ(factor(m).z, 0.0);
 }
@@ -346,14 +346,14 @@ TEST(FactorZXY, NaNSpreadsAndTheThirdRowIsOnlyCounted) {
   EXPECT_TRUE(std::isnan(b.y));
   m = rotation(0.3, 0.4, 0.5);
   const Angles clean = factor(m);
-  for (int j = 0; j < 3; j++) m.m[2][j] = -m.m[2][j];
+  for (int j = 0; j < 3; ++j) m.m[2][j] = -m.m[2][j];
   EXPECT_TRUE(sameBits(factor(m).y, clean.y));
   EXPECT_EQ(factor(m).problems, 0);
 }
 
 TEST(ComposeEulerAngles, FirstThenSecond) {
   RandomGeometry dice(31);
-  for (int i = 0; i < 200; i++) {
+  for (int i = 0; i < 200; ++i) {
     const Pnt3 a = dice.point(), b = dice.point();
     Pnt3 out;
     composeEulerAngles(a, b, out);
@@ -366,15 +366,15 @@ TEST(ComposeEulerAngles, FirstThenSecond) {
 
 TEST(ComputeEulerOffset, TakesTheSecondToTheFirst) {
   RandomGeometry dice(32);
-  for (int i = 0; i < 200; i++) {
+  for (int i = 0; i < 200; ++i) {
     const Pnt3 a = dice.point(), b = dice.point();
     Pnt3 out;
     computeEulerOffset(a, b, out);
     Matrix4x4 A = rotation(a.x, a.y, a.z), B = rotation(b.x, b.y, b.z),
               offset = rotation(out.x, out.y, out.z);
     Matrix4x4 transposedB, wanted;
-    for (int r = 0; r < 4; r++)
-      for (int c = 0; c < 4; c++) transposedB.m[r][c] = B.m[c][r];
+    for (int r = 0; r < 4; ++r)
+      for (int c = 0; c < 4; ++c) transposedB.m[r][c] = B.m[c][r];
     multMatrix(&transposedB, &A, &wanted);
     ASSERT_TRUE(closeEntries(offset, wanted, 4 * std::sqrt(epsilon)));
   }

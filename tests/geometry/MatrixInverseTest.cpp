@@ -24,15 +24,15 @@ double rowSumNorm(const Matrix4x4& a) {
   return norm;
 }
 
-/// The elimination as it is described, step by step, without anything clever: the bits to reproduce.
+// The elimination as it is described, step by step, without anything clever: the bits to reproduce.
 int plainInverse(Matrix4x4* M, int* pivots) {
   double(*a)[4] = M->m;
   int used[4] = {0, 0, 0, 0}, rows[4], columns[4], success = 1, r = 0, c = 0;
-  for (int step = 0; step < 4; step++) {
+  for (int step = 0; step < 4; ++step) {
     double big = 0.0;
-    for (int i = 0; i < 4; i++) {
+    for (int i = 0; i < 4; ++i) {
       if (used[i] == 1) continue;
-      for (int j = 0; j < 4; j++) {
+      for (int j = 0; j < 4; ++j) {
         if (used[j] == 0) {
           if (std::fabs(a[i][j]) >= big) big = std::fabs(a[i][j]), r = i, c = j;
         } else if (used[j] > 1) {
@@ -40,30 +40,30 @@ int plainInverse(Matrix4x4* M, int* pivots) {
         }
       }
     }
-    used[c]++;
+    ++used[c];
     if (r != c)
-      for (int j = 0; j < 4; j++) std::swap(a[r][j], a[c][j]);
+      for (int j = 0; j < 4; ++j) std::swap(a[r][j], a[c][j]);
     rows[step] = r, columns[step] = c;
     pivots[step] = 4 * r + c;
     if (a[c][c] == 0.0) success = 0;
     const double inverse = 1.0 / a[c][c];
     a[c][c] = 1.0;
-    for (int j = 0; j < 4; j++) a[c][j] *= inverse;
-    for (int i = 0; i < 4; i++) {
+    for (int j = 0; j < 4; ++j) a[c][j] *= inverse;
+    for (int i = 0; i < 4; ++i) {
       if (i == c) continue;
       const double multiple = a[i][c];
       a[i][c] = 0.0;
-      for (int j = 0; j < 4; j++) a[i][j] -= a[c][j] * multiple;
+      for (int j = 0; j < 4; ++j) a[i][j] -= a[c][j] * multiple;
     }
   }
-  for (int step = 3; step >= 0; step--)
+  for (int step = 3; step >= 0; --step)
     if (rows[step] != columns[step])
-      for (int i = 0; i < 4; i++) std::swap(a[i][rows[step]], a[i][columns[step]]);
+      for (int i = 0; i < 4; ++i) std::swap(a[i][rows[step]], a[i][columns[step]]);
   return success;
 }
 
 ::testing::AssertionResult sameOrBothNan(const Matrix4x4& a, const Matrix4x4& b) {
-  for (int i = 0; i < 16; i++) {
+  for (int i = 0; i < 16; ++i) {
     const double x = a.m[i / 4][i % 4], y = b.m[i / 4][i % 4];
     if (std::isnan(x) && std::isnan(y)) continue;
     if (!tolerance::sameBits(x, y)) return ::testing::AssertionFailure() << i << ": " << x << " and " << y;
@@ -86,7 +86,7 @@ TEST(InvertMatrix, InvertsExactly) {
 
 TEST(InvertMatrix, RandomMatricesTimesTheirInversesAreTheIdentity) {
   RandomGeometry random(21);
-  for (int n = 0; n < 2000; n++) {
+  for (int n = 0; n < 2000; ++n) {
     const Matrix4x4 a = random.matrix4();
     Matrix4x4 b = a, product;
     ASSERT_EQ(invertMatrix(&b, 1), 1);
@@ -101,7 +101,7 @@ TEST(InvertMatrix, RandomMatricesTimesTheirInversesAreTheIdentity) {
 TEST(InvertMatrix, HasTheBitsOfTheDescribedElimination) {
   RandomGeometry random(22);
   int pivots[4];
-  for (int n = 0; n < 2000; n++) {
+  for (int n = 0; n < 2000; ++n) {
     Matrix4x4 a = random.matrix4();
     if (n % 2) {  // small integers: many equal magnitudes, and singular ones
       for (auto& row : a.m)
@@ -119,7 +119,7 @@ struct Quiet : limber::detail::GaussJordanWatcher {
   bool singular = false;
 };
 
-/// Matrices of the kinds that are hard for a search of pivots, and the commonest ones.
+// Matrices of the kinds that are hard for a search of pivots, and the commonest ones.
 Matrix4x4 hardMatrix(int n, RandomGeometry& random) {
   Matrix4x4 a = random.matrix4();
   const int kind = n % 11;
@@ -148,7 +148,7 @@ Matrix4x4 hardMatrix(int n, RandomGeometry& random) {
 
 TEST(InvertMatrix, HasTheBitsOfTheSharedKernel) {
   RandomGeometry random(24);
-  for (int n = 0; n < 44000; n++) {
+  for (int n = 0; n < 44000; ++n) {
     Matrix4x4 a = hardMatrix(n, random), b = a;
     Quiet watcher;
     limber::detail::gaussJordanFixed<4>(&b.m[0][0], 4, watcher);
@@ -161,13 +161,13 @@ TEST(InvertMatrix, HasTheBitsOfTheSharedKernelWithWideVectors) {
   if (!limber::detail::useWideVectors()) GTEST_SKIP() << "this machine has no 256-bit vectors";
   RandomGeometry random(25);
   int taken[11] = {};
-  for (int n = 0; n < 44000; n++) {
+  for (int n = 0; n < 44000; ++n) {
     const Matrix4x4 original = hardMatrix(n, random);
     Matrix4x4 wide = original, plain = original;
     Quiet watcher;
     limber::detail::gaussJordanFixed<4>(&plain.m[0][0], 4, watcher);
     if (limber::detail::invertAvx2(&wide.m[0][0])) {
-      taken[n % 11]++;
+      ++taken[n % 11];
       EXPECT_FALSE(watcher.singular) << n;
       ASSERT_TRUE(sameOrBothNan(wide, plain)) << n;
     } else {
@@ -182,8 +182,8 @@ TEST(InvertMatrix, TheLastOfEqualMagnitudesIsThePivot) {
   Matrix4x4 a, first;
   const double entries[4][4] = {
       {3.0, 1.0, -1.0, 2.0}, {1.0, -3.0, 0.1, 1.0}, {0.3, 0.7, 3.0, 1.0}, {1.0, 0.2, 1.0, -3.0}};
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) a.m[i][j] = entries[i][j];
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) a.m[i][j] = entries[i][j];
   Matrix4x4 b = a;
   int pivots[4];
   plainInverse(&b, pivots);
@@ -220,7 +220,7 @@ TEST(InvertMatrix, ZeroMatrixReportsEachZeroPivot) {
 TEST(InvertMatrix, SingularMatrixReportsItsZeroPivot) {
   CapturedOutput captured;
   Matrix4x4 a;
-  for (int j = 0; j < 4; j++) a.m[2][j] = a.m[1][j] = j == 1 || j == 2 ? 2.0 : 0.0;
+  for (int j = 0; j < 4; ++j) a.m[2][j] = a.m[1][j] = j == 1 || j == 2 ? 2.0 : 0.0;
   Matrix4x4 silent = a;
   EXPECT_EQ(invertMatrix(&a, 7), 0);
   EXPECT_EQ(captured.err(), zeroPivot);
@@ -239,7 +239,7 @@ TEST(InvertMatrix, NanEverywhereUsesAColumnTwice) {
   // Steps 1 and 2 both take (0, 0), where the candidate starts; from step 3 on the search meets column 0
   // again in each of the four rows whose own count is not 1.
   std::string expected;
-  for (int i = 0; i < 8; i++) expected += usedTwice;
+  for (int i = 0; i < 8; ++i) expected += usedTwice;
   EXPECT_EQ(captured.err(), expected);
   EXPECT_TRUE(sameEntries(a[0], Matrix4x4()));
   EXPECT_TRUE(sameEntries(a[2], Matrix4x4()));
@@ -259,7 +259,7 @@ TEST(InvertMatrix, OneNanIsNeverAPivotWhileThereAreOthers) {
 
 TEST(InvertMatrix, RigidTransformsInvertToTheTransposedRotation) {
   RandomGeometry random(23);
-  for (int n = 0; n < 200; n++) {
+  for (int n = 0; n < 200; ++n) {
     const Quat q = random.quat();
     Matrix4x4 a, expected;
     quaternionMatrix(q.w, q.x, q.y, q.z, &a);

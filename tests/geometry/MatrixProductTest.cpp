@@ -10,18 +10,18 @@ TEST(MatrixProduct, EntriesAreRowsTimesColumns) {
   Matrix4x4 b = counting4(), c;
   b.m[0][1] = -3.0;
   multMatrix(&a, &b, &c);
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) {
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) {
       double sum = 0.0;
-      for (int k = 0; k < 4; k++) sum += a.m[i][k] * b.m[k][j];
+      for (int k = 0; k < 4; ++k) sum += a.m[i][k] * b.m[k][j];
       EXPECT_EQ(c.m[i][j], sum);
     }
   const Matrix3x3 d = counting3();
   Matrix3x3 e = counting3(), f;
   e.m[0][1] = -3.0;
   multMatrix(&d, &e, &f);
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++)
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j)
       EXPECT_EQ(f.m[i][j], d.m[i][0] * e.m[0][j] + d.m[i][1] * e.m[1][j] + d.m[i][2] * e.m[2][j]);
 }
 
@@ -29,11 +29,11 @@ TEST(MatrixProduct, SumsInAscendingOrder) {
   // 2^53 + 1 - 2^53 is 0 in this order and 1 in others.
   Matrix4x4 a, b, c;
   const double row[4] = {0x1p53, 1.0, -0x1p53, 0.0};
-  for (int k = 0; k < 4; k++) a.m[0][k] = row[k], b.m[k][0] = 1.0;
+  for (int k = 0; k < 4; ++k) a.m[0][k] = row[k], b.m[k][0] = 1.0;
   multMatrix(&a, &b, &c);
   EXPECT_EQ(c.m[0][0], 0.0);
   Matrix3x3 d, e, f;
-  for (int k = 0; k < 3; k++) d.m[0][k] = row[k], e.m[k][0] = 1.0;
+  for (int k = 0; k < 3; ++k) d.m[0][k] = row[k], e.m[k][0] = 1.0;
   multMatrix(&d, &e, &f);
   EXPECT_EQ(f.m[0][0], 0.0);
 }
@@ -70,7 +70,7 @@ TEST(MatrixProduct, TheLeftFactorActsFirst) {
   multMatrix(&t, &r, &c);
   EXPECT_EQ(transformMatrix(&c, Pnt3(10.0, 20.0, 30.0)), Pnt3(33.0, 11.0, 22.0));
   RandomGeometry random(4);
-  for (int i = 0; i < 200; i++) {
+  for (int i = 0; i < 200; ++i) {
     const Matrix4x4 a = random.matrix4(), b = random.matrix4();
     const double v[4] = {random.number(), random.number(), random.number(), random.number()};
     double va[4], vab[4], once[4];
@@ -113,7 +113,7 @@ TEST(MatrixProduct, ScalesEntryByEntry) {
   for (auto& row : c.m)
     for (double& x : row) x = 100.0;
   addinScale(&a, 3.0, &c);
-  for (int i = 0; i < 16; i++) {
+  for (int i = 0; i < 16; ++i) {
     EXPECT_EQ(b.m[i / 4][i % 4], -0.5 * (i + 1));
     EXPECT_EQ(c.m[i / 4][i % 4], 100.0 + 3.0 * (i + 1));
   }

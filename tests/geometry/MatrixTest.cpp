@@ -22,10 +22,10 @@ const Matrix4x4 identity4;
 const Matrix3x3 identity3;
 
 TEST(Matrix, ConstructorsMakeTheIdentity) {
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) EXPECT_TRUE(tolerance::sameBits(identity4.m[i][j], i == j ? 1.0 : 0.0));
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++) EXPECT_TRUE(tolerance::sameBits(identity3.m[i][j], i == j ? 1.0 : 0.0));
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) EXPECT_TRUE(tolerance::sameBits(identity4.m[i][j], i == j ? 1.0 : 0.0));
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) EXPECT_TRUE(tolerance::sameBits(identity3.m[i][j], i == j ? 1.0 : 0.0));
   const MatRow row;
   for (const Matrix3x3& m : row.m) EXPECT_TRUE(sameEntries(m, identity3));
 }
@@ -53,10 +53,10 @@ TEST(Matrix, CopiesAreMemberWise) {
   EXPECT_TRUE(sameEntries(b2, b));
   EXPECT_TRUE(sameEntries(Matrix3x3(b), b));
   MatRow row, row2;
-  for (int i = 0; i < 4; i++) row.m[i].m[2][1] = i + 5.0;
+  for (int i = 0; i < 4; ++i) row.m[i].m[2][1] = i + 5.0;
   EXPECT_EQ(&(row2 = row), &row2);
   const MatRow row3(row);
-  for (int i = 0; i < 4; i++) {
+  for (int i = 0; i < 4; ++i) {
     EXPECT_TRUE(sameEntries(row2.m[i], row.m[i]));
     EXPECT_TRUE(sameEntries(row3.m[i], row.m[i]));
   }
@@ -169,16 +169,16 @@ TEST(Matrix, RotMatrixOfABadAxisReportsAndLeavesTheIdentity) {
 TEST(Matrix, RotMatrixOfAnInfiniteAngleIsNanInItsFourEntries) {
   Matrix4x4 m;
   rotMatrix(&m, 'Z', std::numeric_limits<double>::infinity());
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) EXPECT_EQ(std::isnan(m.m[i][j]), i < 2 && j < 2);
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) EXPECT_EQ(std::isnan(m.m[i][j]), i < 2 && j < 2);
 }
 
 TEST(Matrix, As4x4FillsTheUpperLeftBlock) {
   Matrix4x4 m = counting4();
   const Matrix3x3 r = counting3();
   as4x4(&r, &m);
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++)
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j)
       EXPECT_TRUE(tolerance::sameBits(m.m[i][j], i < 3 && j < 3 ? r.m[i][j] : (i == j ? 1.0 : 0.0)));
   as4x4(&identity3, &m);
   EXPECT_TRUE(sameEntries(m, identity4));
@@ -189,10 +189,10 @@ TEST(Matrix, QuaternionMatrixOfExactQuaternions) {
   // (1, 1, 1, 1) takes x to y, y to z and z to x; its length does not matter.
   quaternionMatrix(2.0, 2.0, 2.0, 2.0, &m);
   Matrix4x4 expected;
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++) expected.m[i][j] = j == (i + 1) % 3 ? 1.0 : 0.0;
-  for (int i = 0; i < 4; i++)
-    for (int j = 0; j < 4; j++) EXPECT_EQ(m.m[i][j], expected.m[i][j]);
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) expected.m[i][j] = j == (i + 1) % 3 ? 1.0 : 0.0;
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) EXPECT_EQ(m.m[i][j], expected.m[i][j]);
   CapturedOutput captured;
   quaternionMatrix(2.0, 0.0, 0.0, 0.0, &m);
   EXPECT_TRUE(closeEntries(m, identity4, 0.0));
@@ -210,7 +210,7 @@ TEST(Matrix, QuaternionMatrixOfZeroWarnsAndGivesTheIdentity) {
 
 TEST(Matrix, QuaternionMatrixIsWhatRotateDoes) {
   RandomGeometry random(11);
-  for (int i = 0; i < 1000; i++) {
+  for (int i = 0; i < 1000; ++i) {
     const Quat q = random.quat();
     const Pnt3 p = random.point();
     Matrix4x4 m;

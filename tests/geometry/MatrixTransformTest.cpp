@@ -88,7 +88,7 @@ TEST(MatrixTransform, OutputsMayBeInputs) {
   EXPECT_EQ(Pnt3(own.m[0][0], own.m[1][0], own.m[2][0]), Pnt3(9.0, 29.0, 49.0));
 }
 
-/// Fills a row with (index, value) pairs.
+// Fills a row with (index, value) pairs.
 void fill(SpVec* row, std::initializer_list<std::pair<int, double>> entries) {
   row->zero();
   for (const auto& [index, value] : entries) row->ins(value, index);
@@ -102,7 +102,7 @@ void fill(SpVec* row, std::initializer_list<std::pair<int, double>> entries) {
     if (row.indices[k] != index || !(row.values[k] == value))
       return ::testing::AssertionFailure()
              << "entry " << k << " is (" << row.indices[k] << ", " << row.values[k] << ")";
-    k++;
+    ++k;
   }
   return ::testing::AssertionSuccess();
 }
@@ -198,11 +198,11 @@ TEST(TransformMatrixMatrix, SpaceRowsGoThroughLinComb) {
 TEST(TransformMatrixMatrix, DerivativeRowsFollowThePoint) {
   // The rows of a point p(v) = p0 + v0 d0 + v1 d1 transformed are the transformed d0 and d1.
   RandomGeometry random(8);
-  for (int i = 0; i < 100; i++) {
+  for (int i = 0; i < 100; ++i) {
     const Matrix4x4 m = random.matrix4();
     const Pnt3 d0 = random.point(), d1 = random.point();
     SpVec rows[3], out[3];
-    for (int k = 0; k < 3; k++) {
+    for (int k = 0; k < 3; ++k) {
       rows[k].ins(d0.v()[k], 4);
       rows[k].ins(d1.v()[k], 9);
     }
@@ -210,7 +210,7 @@ TEST(TransformMatrixMatrix, DerivativeRowsFollowThePoint) {
     Pnt3 t0, t1;
     transNH(&m, d0, t0);
     transNH(&m, d1, t1);
-    for (int k = 0; k < 3; k++) {
+    for (int k = 0; k < 3; ++k) {
       // The same three products in an order of linComb's choosing.
       EXPECT_TRUE(tolerance::close(out[k].v(4), t0.v()[k], 6 * tolerance::epsilon));
       EXPECT_TRUE(tolerance::close(out[k].v(9), t1.v()[k], 6 * tolerance::epsilon));

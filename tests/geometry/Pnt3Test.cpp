@@ -77,7 +77,7 @@ TEST(Pnt3, ProductOfTwoPointsIsTheCrossProduct) {
 TEST(Pnt3, CrossProductIsPerpendicularToBothFactors) {
   std::mt19937_64 random(1);
   std::uniform_real_distribution<double> uniform(-1.0, 1.0);
-  for (int i = 0; i < 1000; i++) {
+  for (int i = 0; i < 1000; ++i) {
     const Pnt3 a(uniform(random), uniform(random), uniform(random)),
         b(uniform(random), uniform(random), uniform(random));
     const Pnt3 c = a * b;
@@ -121,7 +121,7 @@ TEST(Pnt3, EqualityWantsAllComponents) {
   const Pnt3 p(1.0, 2.0, 3.0);
   EXPECT_EQ(p == Pnt3(1.0, 2.0, 3.0), 1);
   EXPECT_EQ(p != Pnt3(1.0, 2.0, 3.0), 0);
-  for (int i = 0; i < 3; i++)
+  for (int i = 0; i < 3; ++i)
     for (double d : {-1.0, 1.0}) {
       Pnt3 q(p);
       q.v()[i] += d;

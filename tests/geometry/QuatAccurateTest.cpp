@@ -44,11 +44,11 @@ double normError(const Quat& q) {
       std::fabs(Real(q.w) * q.w + Real(q.x) * q.x + Real(q.y) * q.y + Real(q.z) * q.z - 1));
 }
 
-/// The rotation matrix, in rows, of a quaternion given in long double, rounded once.
+// The rotation matrix, in rows, of a quaternion given in long double, rounded once.
 Matrix3x3 matrixOf(Real w, const Vec& v) {
   const Real n = w * w + v.x * v.x + v.y * v.y + v.z * v.z, q[3] = {v.x, v.y, v.z};
   Matrix3x3 m;
-  for (int i = 0; i < 3; i++) {
+  for (int i = 0; i < 3; ++i) {
     const int j = (i + 1) % 3, k = (i + 2) % 3;
     m.m[i][i] = static_cast<double>((w * w + q[i] * q[i] - q[j] * q[j] - q[k] * q[k]) / n);
     m.m[i][j] = static_cast<double>(2 * (q[i] * q[j] + w * q[k]) / n);
@@ -57,7 +57,7 @@ Matrix3x3 matrixOf(Real w, const Vec& v) {
   return m;
 }
 
-/// Whether q is the rotation of (w, v), in every component and in the direction of the axis.
+// Whether q is the rotation of (w, v), in every component and in the direction of the axis.
 ::testing::AssertionResult isRotation(const Quat& q, Real w, const Vec& v) {
   const Real n = std::sqrt(w * w + v.x * v.x + v.y * v.y + v.z * v.z);
   const Vec got(q.x, q.y, q.z);
@@ -74,7 +74,7 @@ bool finite(const Quat& q) {
 
 TEST(QuatFromRotation, IsRightForRandomRotations) {
   RandomGeometry random(71);
-  for (int i = 0; i < 20000; i++) {
+  for (int i = 0; i < 20000; ++i) {
     const Quat turn = random.quat();
     const Matrix3x3 m = matrixOf(turn.w, Vec(turn.x, turn.y, turn.z));
     Quat q;
@@ -87,7 +87,7 @@ TEST(QuatFromRotation, IsRightForRandomRotations) {
 
 TEST(QuatFromRotation, IsRightAtAndNextToHalfTurns) {
   RandomGeometry random(72);
-  for (int i = 0; i < 20000; i++) {
+  for (int i = 0; i < 20000; ++i) {
     const Pnt3 axis = random.point();
     const Vec v = unit(Vec(axis));
     const double w = i % 20 == 0 ? 0.0 : std::pow(10.0, -(i % 20));
@@ -100,9 +100,9 @@ TEST(QuatFromRotation, IsRightAtAndNextToHalfTurns) {
 }
 
 TEST(QuatFromRotation, HalfTurnsAboutTheCoordinateAxesAreExact) {
-  for (int axis = 0; axis < 3; axis++) {
+  for (int axis = 0; axis < 3; ++axis) {
     Matrix3x3 m;
-    for (int k = 0; k < 3; k++) m.m[k][k] = k == axis ? 1.0 : -1.0;
+    for (int k = 0; k < 3; ++k) m.m[k][k] = k == axis ? 1.0 : -1.0;
     Quat q;
     q.FromRotation(&m);
     EXPECT_EQ(q.w, 0.0);
@@ -112,7 +112,7 @@ TEST(QuatFromRotation, HalfTurnsAboutTheCoordinateAxesAreExact) {
 
 TEST(QuatFromRotation, KeepsTheAxisOfTinyAngles) {
   RandomGeometry random(73);
-  for (int exponent = -1; exponent > -300; exponent--) {
+  for (int exponent = -1; exponent > -300; --exponent) {
     const Vec v = std::pow(Real(10), exponent) * unit(Vec(random.point()));
     const Matrix3x3 m = matrixOf(1.0, v);
     Quat q;
@@ -138,7 +138,7 @@ TEST(QuatFromRotation, TakesTheLargestComponentOfEachKind) {
 
 TEST(QuatFromRotation, GivesAUnitQuaternionForAMatrixThatIsOffByRounding) {
   RandomGeometry random(74);
-  for (int i = 0; i < 1000; i++) {
+  for (int i = 0; i < 1000; ++i) {
     const Quat turn = random.quat();
     Matrix3x3 m = matrixOf(turn.w, Vec(turn.x, turn.y, turn.z));
     for (auto& row : m.m)
@@ -152,7 +152,7 @@ TEST(QuatFromRotation, GivesAUnitQuaternionForAMatrixThatIsOffByRounding) {
 }
 
 TEST(QuatFromRotation, ANanAnywhereGivesNan) {
-  for (int k = 0; k < 9; k++) {
+  for (int k = 0; k < 9; ++k) {
     Matrix3x3 m;
     m.m[k / 3][k % 3] = std::nan("");
     Quat q;
@@ -166,7 +166,7 @@ TEST(QuatFromRotation, TheFormatsConversionFailsForEveryHalfTurn) {
   RandomGeometry random(75);
   int notFinite = 0, wrong = 0, right = 0;
   CapturedOutput captured;
-  for (int i = 0; i < 20000; i++) {
+  for (int i = 0; i < 20000; ++i) {
     Quat turn = random.quat();
     turn.Set(0.0, turn.x, turn.y, turn.z);
     double params[4], back[4];
@@ -175,12 +175,12 @@ TEST(QuatFromRotation, TheFormatsConversionFailsForEveryHalfTurn) {
     qRot->toMatrix(params, &m);
     qRot->fromMatrix(&m, back);
     if (!finite(Quat(back[0], back[1], back[2], back[3]))) {
-      notFinite++;
+      ++notFinite;
       continue;
     }
     qRot->toMatrix(back, &again);
     double error = 0.0;
-    for (int k = 0; k < 9; k++)
+    for (int k = 0; k < 9; ++k)
       error = std::fmax(error, std::fabs(m.m[k / 3][k % 3] - again.m[k / 3][k % 3]));
     (error > 0.2 ? wrong : right)++;
   }
@@ -194,7 +194,7 @@ TEST(QuatFromRotation, TheFormatsConversionLosesDigitsNextToHalfTurns) {
   double worst = 0.0;
   int notFinite = 0;
   CapturedOutput captured;  // normals of length zero are reported
-  for (int i = 0; i < 2000; i++) {
+  for (int i = 0; i < 2000; ++i) {
     const Vec v = unit(Vec(random.point()));
     const Matrix3x3 m = matrixOf(1e-7, v);
     QuatTransform t;
@@ -204,14 +204,14 @@ TEST(QuatFromRotation, TheFormatsConversionLosesDigitsNextToHalfTurns) {
     worst = std::fmax(worst, static_cast<double>(std::fmin(length(got - v), length(Real(-1) * got - v))));
     const Matrix3x3 nearer = matrixOf(1e-10, v);
     t.fromMatrix(&nearer);
-    if (!finite(t.rotation)) notFinite++;
+    if (!finite(t.rotation)) ++notFinite;
   }
   EXPECT_GT(worst, 1e-10);
   EXPECT_LT(worst, 1e-8);
   EXPECT_GT(notFinite, 1800);
 }
 
-/// Checks image and axis; the exact axis is given where long double would lose it.
+// Checks image and axis; the exact axis is given where long double would lose it.
 ::testing::AssertionResult turnsShortest(const Pnt3& from, const Pnt3& to, const Vec& axis) {
   Quat q;
   q.FromDirections(&from, &to);
@@ -225,7 +225,7 @@ TEST(QuatFromRotation, TheFormatsConversionLosesDigitsNextToHalfTurns) {
 
 TEST(QuatFromDirections, IsTheShortestTurnOfRandomDirections) {
   RandomGeometry random(81);
-  for (int i = 0; i < 20000; i++) {
+  for (int i = 0; i < 20000; ++i) {
     const Pnt3 from = random.point() * std::pow(10.0, i % 7), to = random.point() * std::pow(10.0, -(i % 5));
     EXPECT_TRUE(turnsShortest(from, to, cross(Vec(from), Vec(to))));
   }
@@ -234,7 +234,7 @@ TEST(QuatFromDirections, IsTheShortestTurnOfRandomDirections) {
 #ifdef __SIZEOF_INT128__
 __extension__ typedef __int128 Wide;
 
-/// The cross product of points with integer components below 2^52, exactly, rounded once.
+// The cross product of points with integer components below 2^52, exactly, rounded once.
 Vec exactCross(const Pnt3& a, const Pnt3& b) {
   const auto component = [](double p, double q, double r, double s) {
     return static_cast<Real>(Wide(static_cast<long long>(p)) * static_cast<long long>(q) -
@@ -246,7 +246,7 @@ Vec exactCross(const Pnt3& a, const Pnt3& b) {
 TEST(QuatFromDirections, KeepsTheAxisNextToParallelAndOppositeDirections) {
   RandomGeometry random(82);
   const double size = std::ldexp(1.0, 51);
-  for (int i = 0; i < 20000; i++) {
+  for (int i = 0; i < 20000; ++i) {
     const double sign = i % 2 ? 1.0 : -1.0, step = std::ldexp(1.0, i % 50);
     const auto integer = [&](double x) { return std::trunc(x); };
     const Pnt3 p = random.point(), d = random.point();
@@ -263,7 +263,7 @@ TEST(QuatFromDirections, KeepsTheAxisNextToParallelAndOppositeDirections) {
 TEST(QuatFromDirections, OfOppositeDirectionsIsAHalfTurnAboutAnAxisAcross) {
   RandomGeometry random(83);
   CapturedOutput captured;
-  for (int i = 0; i < 5000; i++) {
+  for (int i = 0; i < 5000; ++i) {
     Pnt3 from = random.point();
     if (i < 27) from = Pnt3(i / 9 - 1, i / 3 % 3 - 1, i % 3 - 1);
     if (i == 13) continue;                               // the zero point
@@ -280,7 +280,7 @@ TEST(QuatFromDirections, OfOppositeDirectionsIsAHalfTurnAboutAnAxisAcross) {
 
 TEST(QuatFromDirections, OfParallelDirectionsIsExactlyTheIdentity) {
   RandomGeometry random(84);
-  for (int i = 0; i < 1000; i++) {
+  for (int i = 0; i < 1000; ++i) {
     const Pnt3 from = random.point(), to = from * std::ldexp(1.0, i % 9 - 4);
     Quat q;
     q.FromDirections(&from, &to);
@@ -322,7 +322,7 @@ TEST(QuatFromDirections, OfWhatIsNotFiniteIsNotFinite) {
   const double bad[] = {std::nan(""), std::numeric_limits<double>::infinity(),
                         -std::numeric_limits<double>::infinity()};
   for (double value : bad)
-    for (int k = 0; k < 3; k++) {
+    for (int k = 0; k < 3; ++k) {
       Pnt3 from(0.5, -0.25, 2.0);
       const Pnt3 to(1.0, 0.0, 0.0);
       from.v()[k] = value;
@@ -340,12 +340,12 @@ TEST(QuatFromDirections, OfWhatIsNotFiniteIsNotFinite) {
 TEST(QuatFromDirections, TheStatedFormulaFailsForEveryOppositeDirection) {
   RandomGeometry random(85);
   int notFinite = 0, nearZero = 0, unitLength = 0;
-  for (int i = 0; i < 20000; i++) {
+  for (int i = 0; i < 20000; ++i) {
     const Pnt3 from = random.point(), to = from * -1.0;
     Quat q;
     q.FromVectors(&from, &to);
     if (!finite(q))
-      notFinite++;
+      ++notFinite;
     else
       (normError(q) > 0.9 ? nearZero : unitLength)++;
   }
@@ -356,7 +356,7 @@ TEST(QuatFromDirections, TheStatedFormulaFailsForEveryOppositeDirection) {
 
 TEST(QuatFromRotationVector, TurnsByItsLengthAboutItself) {
   RandomGeometry random(91);
-  for (int i = 0; i < 20000; i++) {
+  for (int i = 0; i < 20000; ++i) {
     const Pnt3 v = random.point() * 3.5;  // up to 6: most of two turns of the quaternion
     const Real angle = length(Vec(v));
     Quat q;
@@ -368,7 +368,7 @@ TEST(QuatFromRotationVector, TurnsByItsLengthAboutItself) {
 
 TEST(QuatFromRotationVector, IsExactForTinyAngles) {
   RandomGeometry random(92);
-  for (int exponent = -1; exponent >= -307; exponent--) {
+  for (int exponent = -1; exponent >= -307; --exponent) {
     const Pnt3 v = random.point() * std::pow(10.0, exponent);
     const Real angle = length(Vec(v)),
                factor = exponent < -5 ? Real(0.5) - angle * angle / 48 : std::sin(angle / 2) / angle;
@@ -376,11 +376,11 @@ TEST(QuatFromRotationVector, IsExactForTinyAngles) {
     q.FromRotationVector(&v);
     EXPECT_TRUE(tolerance::close(q.w, static_cast<double>(std::cos(angle / 2)), 0.5 * tolerance::epsilon));
     const double vector[3] = {q.x, q.y, q.z};
-    for (int k = 0; k < 3; k++)
+    for (int k = 0; k < 3; ++k)
       EXPECT_TRUE(tolerance::relative(vector[k], static_cast<double>(factor * v.v()[k]), allowed))
           << exponent;
     const Pnt3 back = q.RotationVector();
-    for (int k = 0; k < 3; k++) EXPECT_TRUE(tolerance::relative(back.v()[k], v.v()[k], allowed)) << exponent;
+    for (int k = 0; k < 3; ++k) EXPECT_TRUE(tolerance::relative(back.v()[k], v.v()[k], allowed)) << exponent;
     if (exponent < -9 && exponent > -150) {
       Quat stated;
       stated.FromAxisAngle(&v, static_cast<double>(angle));  // no angle is left
@@ -400,7 +400,7 @@ TEST(QuatFromRotationVector, OfZeroIsTheIdentity) {
 
 TEST(QuatRotationVector, IsTheInverseUpToHalfATurn) {
   RandomGeometry random(93);
-  for (int i = 0; i < 20000; i++) {
+  for (int i = 0; i < 20000; ++i) {
     const Vec axis = unit(Vec(random.point()));
     const Real angle = i % 3 == 0 ? pi - std::pow(Real(10), -(i % 15)) : pi * (i % 1000) / Real(1001);
     const Pnt3 v(static_cast<double>(angle * axis.x), static_cast<double>(angle * axis.y),
@@ -427,7 +427,7 @@ TEST(QuatRotationVector, OfAQuaternionWithoutVectorPartIsZero) {
 
 TEST(QuatRotationVector, DoesNotDependOnTheNorm) {
   RandomGeometry random(94);
-  for (int i = 0; i < 1000; i++) {
+  for (int i = 0; i < 1000; ++i) {
     const Quat q = random.quat();
     const double s = std::ldexp(1.0, i - 500);
     EXPECT_TRUE(

@@ -65,7 +65,7 @@ TEST(QuatAngle, IsTheAngleOfTheRelativeRotation) {
 TEST(QuatAngle, OfAQuaternionWithItselfIsZeroAndNearItNeverNan) {
   // Normalizing leaves no scalar above 1, whatever the rounding of the product.
   RandomGeometry random(44);
-  for (int i = 0; i < 1000; i++) {
+  for (int i = 0; i < 1000; ++i) {
     const Quat q = random.quat();
     EXPECT_EQ(q.Angle(q), 0.0);
     const Quat near(q.w, q.x + 1e-9 * random.number(), q.y + 1e-12 * random.number(), q.z);
@@ -82,7 +82,7 @@ TEST(QuatAngle, TakesItsArgumentByValue) {
 
 TEST(QuatSlerp, BeginsAtAAndEndsAtB) {
   RandomGeometry random(41);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const Quat a = random.quat(), b = random.quat();
     const double d = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
     const double sign = d < 0.0 ? -1.0 : 1.0;  // on the weight of a
@@ -97,7 +97,7 @@ TEST(QuatSlerp, BeginsAtAAndEndsAtB) {
 
 TEST(QuatSlerp, MovesAtAConstantAngle) {
   RandomGeometry random(42);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const Quat a = random.quat(), b = random.quat();
     const double d = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
     const double theta = std::acos(std::fabs(d)), t = 0.5 * (random.number() + 1.0);
@@ -196,7 +196,7 @@ TEST(QuatEuler, TheLastLetterActsFirst) {
 TEST(QuatEuler, LettersMayRepeatInAnyNumber) {
   const double angles[5] = {0.1, 0.2, 0.3, 0.4, 0.5};
   Quat expected;
-  for (int i = 4; i >= 0; i--) expected = expected * about("XXYZX"[i], angles[i]);
+  for (int i = 4; i >= 0; --i) expected = expected * about("XXYZX"[i], angles[i]);
   EXPECT_TRUE(closeQuats(Quat("XXYZX", angles), expected, 64 * eps));
 }
 
@@ -238,7 +238,7 @@ TEST(QuatGetEulerZXY, GivesDegreesInTheOrderXYZ) {
 
 TEST(QuatGetEulerZXY, InvertsEulerZXY) {
   RandomGeometry random(43);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const double angles[3] = {3.1 * random.number(), 1.5 * random.number(), 3.1 * random.number()};
     double out[3];
     Quat("ZXY", angles).getEulerZXY(out);
@@ -392,7 +392,7 @@ TEST(QuatFromAxisCosAngle, TurnsByTheAngleOfTheCosine) {
 
 TEST(QuatFromAxisCosAngle, TakesTheSineFromTheScalar) {
   RandomGeometry random(45);
-  for (int i = 0; i < 200; i++) {
+  for (int i = 0; i < 200; ++i) {
     const Pnt3 axis = random.point();
     const double cosine = random.number();
     Pnt3 unit = axis;
@@ -434,7 +434,7 @@ TEST(QuatEuler, ANullOrderAnswersAsConvertDoes) {
   EXPECT_TRUE(sameQuats(Quat(nullptr, sameAngles), Quat()));
   const std::string warnings = captured.out();
   captured.clear();
-  for (int i = 0; i < 3; i++) RotHelper::Convert(nullptr, "X", angles, angles);
+  for (int i = 0; i < 3; ++i) RotHelper::Convert(nullptr, "X", angles, angles);
   EXPECT_EQ(warnings, captured.out());
 }
 

@@ -21,7 +21,7 @@ Pnt3 unit(Pnt3 p) {
 
 TEST(QuatFromVectors, IsTheShortestTurn) {
   RandomGeometry random(51);
-  for (int i = 0; i < 1000; i++) {
+  for (int i = 0; i < 1000; ++i) {
     const Pnt3 from = random.point(), to = random.point();
     Quat q;
     q.FromVectors(&from, &to);
@@ -46,12 +46,12 @@ TEST(QuatFromVectors, IsExactlyTheFormula) {
   // normalized.
   RandomGeometry random(54);
   int divided = 0;
-  for (int i = 0; i < 200; i++) {
+  for (int i = 0; i < 200; ++i) {
     const Pnt3 from = random.point(), to = random.point(), cross = unit(from) * unit(to);
     q.FromVectors(&from, &to);
     const double root = std::sqrt(2.0 * (1.0 + dot(unit(from), unit(to)))), r = 1.0 / root;
     EXPECT_TRUE(sameQuats(q, Quat(root * 0.5, cross.x * r, cross.y * r, cross.z * r)));
-    if (!sameQuats(q, Quat(root * 0.5, cross.x / root, cross.y / root, cross.z / root))) divided++;
+    if (!sameQuats(q, Quat(root * 0.5, cross.x / root, cross.y / root, cross.z / root))) ++divided;
   }
   EXPECT_GT(divided, 20);
 }
@@ -76,21 +76,21 @@ TEST(QuatFromVectors, OfOppositeVectorsIsNotFinite) {
 TEST(QuatFromVectors, OfOppositeVectorsHangsOnTheRoundingOfTheCosine) {
   RandomGeometry random(53);
   int zero = 0, below = 0, above = 0;
-  for (int i = 0; i < 1000; i++) {
+  for (int i = 0; i < 1000; ++i) {
     const Pnt3 a = random.point(), b = a * -1.0;
     Quat q;
     q.FromVectors(&a, &b);
     const Pnt3 u = unit(a);
     const double s2 = 1.0 - dot(u, u);  // each product is that of u with -u, negated
     if (s2 == 0.0) {
-      zero++;
+      ++zero;
       EXPECT_EQ(q.w, 0.0);
       EXPECT_FALSE(std::isfinite(q.x) || std::isfinite(q.y) || std::isfinite(q.z));
     } else if (s2 < 0.0) {
-      below++;
+      ++below;
       EXPECT_TRUE(std::isnan(q.w) && std::isnan(q.x) && std::isnan(q.y) && std::isnan(q.z));
     } else {
-      above++;
+      ++above;
       EXPECT_TRUE(sameQuats(q, Quat(std::sqrt(2.0 * s2) * 0.5, 0.0, 0.0, 0.0)));
       EXPECT_LT(q.w, 1e-7);
     }
@@ -114,7 +114,7 @@ TEST(QuatFromVectors, OfAZeroVectorReportsAndTakesUp) {
 
 TEST(QuatFromTwoPairs, TurnsOneVectorExactlyAndThePlaneWithIt) {
   RandomGeometry random(52);
-  for (int i = 0; i < 1000; i++) {
+  for (int i = 0; i < 1000; ++i) {
     const Quat turn = random.quat();
     const Pnt3 from1 = random.point(), from2 = random.point(), to1 = turn.Rotate(from1),
                to2 = turn.Rotate(from2);
@@ -134,7 +134,7 @@ TEST(QuatFromTwoPairs, TurnsOneVectorExactlyAndThePlaneWithIt) {
 
 TEST(QuatFromTwoPairs, IsTheProductOfTheTwoStatedTurns) {
   RandomGeometry random(55);
-  for (int i = 0; i < 200; i++) {
+  for (int i = 0; i < 200; ++i) {
     const Pnt3 from1 = random.point(), from2 = random.point(), to1 = random.point(), to2 = random.point();
     Quat first, second, q;
     first.FromVectors(&from1, &to1);

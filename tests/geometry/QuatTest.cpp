@@ -18,7 +18,7 @@ static_assert(offsetof(Quat, w) == 0 && offsetof(Quat, x) == 8 && offsetof(Quat,
 constexpr double eps = tolerance::epsilon;
 const double root = std::sqrt(0.5);
 
-/// The Hamilton product p q by its definition.
+// The Hamilton product p q by its definition.
 Quat hamilton(const Quat& p, const Quat& q) {
   return Quat(p.w * q.w - p.x * q.x - p.y * q.y - p.z * q.z, p.w * q.x + p.x * q.w + p.y * q.z - p.z * q.y,
               p.w * q.y - p.x * q.z + p.y * q.w + p.z * q.x, p.w * q.z + p.x * q.y - p.y * q.x + p.z * q.w);
@@ -82,7 +82,7 @@ TEST(Quat, NormalizeRoundsRootAndReciprocalNearOne) {
       const Quat expected(q.w * r, x * r, 0.0, 0.0);
       q.Normalize();
       ASSERT_TRUE(sameQuats(q, expected)) << k << ' ' << x;
-      if (n2 != 1.0 && std::fabs(n2 - 1.0) < 16 * eps) near++;
+      if (n2 != 1.0 && std::fabs(n2 - 1.0) < 16 * eps) ++near;
     }
   }
   EXPECT_GT(near, 100);
@@ -98,7 +98,7 @@ TEST(Quat, NormalizingZeroGivesTheIdentitySilently) {
 
 TEST(QuatProduct, IsTheHamiltonProductOfTheOtherOrderNormalized) {
   RandomGeometry random(31);
-  for (int i = 0; i < 2000; i++) {
+  for (int i = 0; i < 2000; ++i) {
     const Quat a = random.quat(), b = random.quat();
     Quat expected = hamilton(b, a);
     expected.Normalize();
@@ -121,7 +121,7 @@ TEST(QuatProduct, AddsTheFactoredProductsFromLeftToRight) {
   // The bits of the factored product, on numbers where the sixteen-product form has others.
   RandomGeometry random(32);
   int differ = 0;
-  for (int n = 0; n < 200; n++) {
+  for (int n = 0; n < 200; ++n) {
     const Quat a = random.quat(), b = random.quat();
     const double A = (a.w + a.x) * (b.w + b.x), B = (a.z - a.y) * (b.y - b.z), C = (b.w - b.x) * (a.y + a.z),
                  D = (b.y + b.z) * (a.w - a.x), E = (a.x + a.y) * (b.x + b.z), F = (a.x - a.y) * (b.x - b.z),
@@ -132,7 +132,7 @@ TEST(QuatProduct, AddsTheFactoredProductsFromLeftToRight) {
     EXPECT_TRUE(sameQuats(a * b, expected));
     Quat plain = hamilton(b, a);
     plain.Normalize();
-    if (!sameQuats(plain, expected)) differ++;
+    if (!sameQuats(plain, expected)) ++differ;
   }
   EXPECT_GT(differ, 100);
 }
@@ -147,7 +147,7 @@ TEST(QuatProduct, HasTheSameBitsWithAndWithoutPairsOfLanes) {
   const auto same = [](const Quat& p, const double* values) {
     double v[4];
     p.Get(v);
-    for (int i = 0; i < 4; i++)
+    for (int i = 0; i < 4; ++i)
       if (!(std::isnan(v[i]) && std::isnan(values[i])) && !tolerance::sameBits(v[i], values[i])) return false;
     return true;
   };
@@ -159,7 +159,7 @@ TEST(QuatProduct, HasTheSameBitsWithAndWithoutPairsOfLanes) {
     if (kind == 3) return x < -0.3 ? -0.0 : x < 0.3 ? 0.0 : x < 0.6 ? 1.0 : -1.0;
     return x;
   };
-  for (int n = 0; n < 20000; n++) {
+  for (int n = 0; n < 20000; ++n) {
     double a[4], b[4], product[4], unit[4];
     for (double& x : a) x = pick(n % 4);
     for (double& x : b) x = pick(n % 4);
@@ -187,7 +187,7 @@ TEST(QuatProduct, NormalizesItsResult) {
 
 TEST(QuatProduct, TimesTheInverseIsTheIdentity) {
   RandomGeometry random(33);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const Quat q = random.quat();
     Quat inverse(q);
     inverse.Invert();
@@ -220,7 +220,7 @@ TEST(QuatProduct, QuarterTurnsAboutZThenX) {
 
 TEST(Quat, DivUndoesANormalizedCopy) {
   RandomGeometry random(35);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const Quat a = random.quat(), q = random.quat();
     const Quat scaled(-3.0 * q.w, -3.0 * q.x, -3.0 * q.y, -3.0 * q.z);
     Quat conjugate(q);
@@ -245,7 +245,7 @@ TEST(QuatRotate, TurnsByTheRightHand) {
 
 TEST(QuatRotate, IsTheTwoHamiltonProducts) {
   RandomGeometry random(36);
-  for (int i = 0; i < 2000; i++) {
+  for (int i = 0; i < 2000; ++i) {
     // Any length up to 2.
     const Quat q(random.number(), random.number(), random.number(), random.number());
     const Pnt3 p = random.point();
@@ -266,7 +266,7 @@ TEST(QuatRotate, DoesNotNormalize) {
 
 TEST(QuatRotate, WhatIsNotFiniteGivesNan) {
   for (double bad : {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()})
-    for (int k = 0; k < 7; k++) {
+    for (int k = 0; k < 7; ++k) {
       Quat q(1.0, 0.0, 0.0, 0.0);
       Pnt3 p(0.0, 1.0, 0.0);
       (k < 4 ? (&q.w)[k] : p.v()[k - 4]) = bad;
@@ -291,7 +291,7 @@ TEST(QuatRotate, LengthsWhoseSquareIsInRangeOnlyScale) {
 TEST(QuatRotate, ByAProductIsByTheFirstAndThenTheSecond) {
   RandomGeometry random(37);
   const Quat z(root, 0.0, 0.0, root), x(root, root, 0.0, 0.0);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const Quat a = i ? random.quat() : z, b = i ? random.quat() : x;
     const Pnt3 p = random.point();
     EXPECT_TRUE(closePoints((a * b).Rotate(p), b.Rotate(a.Rotate(p)), 128.0 * eps));

@@ -64,7 +64,7 @@ TEST(QuatTransform, ProductChangesAndReturnsTheLeftOperand) {
 
 TEST(QuatTransform, ProductActsByTheLeftFirst) {
   RandomGeometry random(61);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const QuatTransform a(random.quat(), random.point()), b(random.quat(), random.point());
     const Pnt3 p = random.point();
     QuatTransform ab(a);
@@ -88,7 +88,7 @@ TEST(QuatTransform, InvertUndoes) {
   EXPECT_EQ(t.translation, Pnt3(-20.0, -30.0, -10.0));
   EXPECT_TRUE(sameQuats(t.rotation, Quat(0.5, -0.5, -0.5, -0.5)));
   RandomGeometry random(62);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const QuatTransform a(random.quat(), random.point());
     const Pnt3 p = random.point();
     QuatTransform inverse(a);
@@ -99,13 +99,13 @@ TEST(QuatTransform, InvertUndoes) {
 
 TEST(QuatTransform, ToMatIsTheSameTransform) {
   RandomGeometry random(63);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const QuatTransform t(random.quat(), random.point());
     const Pnt3 p = random.point();
     Matrix4x4 m = counting4();
     t.toMat(&m);
     EXPECT_TRUE(closePoints(transformMatrix(&m, p), t.transform(p), 4 * 64 * eps));
-    for (int k = 0; k < 4; k++) EXPECT_EQ(m.m[k][3], k == 3 ? 1.0 : 0.0);
+    for (int k = 0; k < 4; ++k) EXPECT_EQ(m.m[k][3], k == 3 ? 1.0 : 0.0);
     EXPECT_EQ(Pnt3(m.m[3]), t.translation);
   }
 }
@@ -132,7 +132,7 @@ TEST(QuatTransform, LengthCountsInInvertAndNotInToMat) {
 
 TEST(QuatTransform, FromA4x4IsTheInverseOfToMat) {
   RandomGeometry random(64);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const QuatTransform t(random.quat(), random.point());
     Matrix4x4 m, again;
     t.toMat(&m);
@@ -152,8 +152,8 @@ TEST(QuatTransform, FromA4x4IsTheInverseOfToMat) {
 
 TEST(QuatTransform, FromA3x3HasNoTranslation) {
   Matrix3x3 m;
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++) m.m[i][j] = j == (i + 1) % 3 ? 1.0 : 0.0;
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) m.m[i][j] = j == (i + 1) % 3 ? 1.0 : 0.0;
   QuatTransform t(Quat(), Pnt3(1.0, 2.0, 3.0));
   t.fromMatrix(&m);
   EXPECT_EQ(t.translation, Pnt3());
@@ -169,9 +169,9 @@ TEST(QuatTransform, FromMatrixLooksAtTheFirstTwoRowsOnly) {
 }
 
 TEST(QuatTransform, FromAHalfTurnAboutAnAxisIsNotFinite) {
-  for (int axis = 0; axis < 3; axis++) {
+  for (int axis = 0; axis < 3; ++axis) {
     Matrix3x3 m;
-    for (int i = 0; i < 3; i++) m.m[i][i] = i == axis ? 1.0 : -1.0;
+    for (int i = 0; i < 3; ++i) m.m[i][i] = i == axis ? 1.0 : -1.0;
     QuatTransform t;
     CapturedOutput captured;  // the turned normal may be reported as a zero point
     t.fromMatrix(&m);

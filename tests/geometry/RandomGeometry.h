@@ -46,12 +46,12 @@ class RandomGeometry {
 /// 1, 2, 3, ... row by row.
 inline Matrix4x4 counting4() {
   Matrix4x4 m;
-  for (int i = 0; i < 16; i++) m.m[i / 4][i % 4] = i + 1.0;
+  for (int i = 0; i < 16; ++i) m.m[i / 4][i % 4] = i + 1.0;
   return m;
 }
 inline Matrix3x3 counting3() {
   Matrix3x3 m;
-  for (int i = 0; i < 9; i++) m.m[i / 3][i % 3] = i + 1.0;
+  for (int i = 0; i < 9; ++i) m.m[i / 3][i % 3] = i + 1.0;
   return m;
 }
 

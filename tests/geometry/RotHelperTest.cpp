@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Tells which virtual operation a call reached.
+// Tells which virtual operation a call reached.
 class Recorder : public RotHelper {
  public:
   void toMatrix(double*, Matrix3x3*) const override { called = 0; }
@@ -27,7 +27,7 @@ static_assert(sizeof(RotHelper) == sizeof(void*), "a format is its operation tab
 static_assert(!std::has_virtual_destructor<RotHelper>::value, "slot 0 is the matrix, not a destructor");
 static_assert(!std::is_abstract<RotHelper>::value, "a plain RotHelper is the null format");
 
-/// Filled while the program's own statics are being made.
+// Filled while the program's own statics are being made.
 struct FromAnInitialiser {
   double angle = 0.25;
   Matrix3x3 matrix;
@@ -45,7 +45,7 @@ TEST(RotHelper, OperationTableIsInTheDocumentedOrder) {
   using Plain = void (*)(const RotHelper*, double*, double*);
   using WithAngle = void (*)(const RotHelper*, double*, double);
   using Name = const char* (*)(const RotHelper*);
-  for (int slot = 0; slot < 9; slot++) {
+  for (int slot = 0; slot < 9; ++slot) {
     recorder.called = -1;
     if (slot >= 3 && slot <= 5)
       reinterpret_cast<WithAngle>(slots[slot])(&recorder, nullptr, 0.0);
@@ -76,8 +76,8 @@ TEST(RotHelper, PointersServeStaticInitialisers) {
 
 TEST(RotHelper, EachFormatIsAnObjectOfItsOwn) {
   RotHelper* const all[] = {nullRot, qRot, xRot, yRot, zRot, zxRot, zyRot, xyRot, xyzRot, zxyRot};
-  for (int i = 0; i < 10; i++)
-    for (int j = 0; j < i; j++) EXPECT_NE(all[i], all[j]);
+  for (int i = 0; i < 10; ++i)
+    for (int j = 0; j < i; ++j) EXPECT_NE(all[i], all[j]);
 }
 
 TEST(RotHelper, CopiesAndAssignsWithoutEffect) {

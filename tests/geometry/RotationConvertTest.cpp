@@ -16,12 +16,12 @@ constexpr int targets = 11;
 const char* const targetNames[targets] = {"...", "QRST", "X",   "Y",   "Z",  "ZX",
                                           "ZY",  "XY",   "XYZ", "ZXY", "zxy"};
 
-/// What happens to each pair of formats:
-///   =  nothing        .  nothing at all, whatever the target
-///   Q  Quat(name, params)                      M  through the matrix
-///   R  "Can't get 'FROM' rotation in format"   U  "Can't get rotation in format"
-///   V  "Unknown rotation format"
-/// or the angles' new places, 0 1 the old parameters and - a zero.
+// What happens to each pair of formats:
+//   =  nothing        .  nothing at all, whatever the target
+//   Q  Quat(name, params)                      M  through the matrix
+//   R  "Can't get 'FROM' rotation in format"   U  "Can't get rotation in format"
+//   V  "Unknown rotation format"
+// or the angles' new places, 0 1 the old parameters and - a zero.
 struct Row {
   const char* from;
   const char* outcome[targets];
@@ -45,7 +45,7 @@ RotHelper* formatOf(const char* name) {
   return nullptr;
 }
 
-/// What `params` must hold afterwards, and what must be printed.
+// What `params` must hold afterwards, and what must be printed.
 void expectOutcome(const Row& row, int t, const std::array<double, 4>& before, const double* after,
                    const std::string& printed) {
   const std::string from = row.from, to = targetNames[t], outcome = row.outcome[t];
@@ -64,7 +64,7 @@ void expectOutcome(const Row& row, int t, const std::array<double, 4>& before, c
   } else if (outcome == "V") {
     warning = "WARNING: Unknown rotation format " + to + "\n";
   } else if (outcome != "=") {
-    for (std::size_t k = 0; k < outcome.size(); k++)
+    for (std::size_t k = 0; k < outcome.size(); ++k)
       wanted[k] = outcome[k] == '-' ? 0.0 : before[static_cast<std::size_t>(outcome[k] - '0')];
   }
   EXPECT_TRUE(tolerance::close(after, wanted.data(), 4, tol)) << from << " to " << to;
@@ -87,8 +87,8 @@ std::array<double, 4> somePose(RandomGeometry& dice, const char* from) {
 TEST(RotationConvert, ConvertToDoesWhatTheTableSaysForEveryPair) {
   RandomGeometry dice(3);
   for (const Row& row : table)
-    for (int t = 0; t < targets; t++)
-      for (int i = 0; i < 50; i++) {
+    for (int t = 0; t < targets; ++t)
+      for (int i = 0; i < 50; ++i) {
         std::array<double, 4> p = somePose(dice, row.from);
         const std::array<double, 4> before = p;
         CapturedOutput output;
@@ -102,7 +102,7 @@ TEST(RotationConvert, ConvertToDoesWhatTheTableSaysForEveryPair) {
 TEST(RotationConvert, ConvertCopiesAndDoesTheSame) {
   RandomGeometry dice(4);
   for (const Row& row : table)
-    for (int t = 0; t < targets; t++) {
+    for (int t = 0; t < targets; ++t) {
       std::array<double, 4> in = somePose(dice, row.from), out = {42, 42, 42, 42};
       const std::array<double, 4> before = in;
       CapturedOutput output;
@@ -147,7 +147,7 @@ TEST(RotationConvert, ZeroQuaternionBecomesZeroAnglesWithItsWarning) {
   CapturedOutput output;
   double q[4] = {0, 0, 0, 0};
   qRot->convertTo(q, "ZXY");
-  for (int k = 0; k < 3; k++) EXPECT_EQ(q[k], 0.0);
+  for (int k = 0; k < 3; ++k) EXPECT_EQ(q[k], 0.0);
   EXPECT_EQ(output.out(), "WARNING: 0,0,0,0 quaternion!!!\n");
 }
 
@@ -157,7 +157,7 @@ TEST(RotationConvert, UnknownSourceNamesWarnAndLeaveOut) {
     double in[4] = {1, 2, 3, 4}, out[4] = {5, 6, 7, 8};
     RotHelper::Convert(from, "X", in, out);
     EXPECT_EQ(output.out(), std::string("WARNING: Invalid rotation format ") + from + "\n");
-    for (int k = 0; k < 4; k++) EXPECT_EQ(out[k], k + 5.0);
+    for (int k = 0; k < 4; ++k) EXPECT_EQ(out[k], k + 5.0);
   }
 }
 

@@ -166,7 +166,7 @@ TEST(QuaternionFormat, DerivativeOfAPureScalarIsTakenAtTheIdentity) {
   // At the identity the matrix changes by twice the cross product with each axis, and not at all with w.
   EXPECT_EQ(atIdentity[9 + 5], 2.0);
   EXPECT_EQ(atIdentity[9 + 7], -2.0);
-  for (int e = 0; e < 9; e++) EXPECT_EQ(atIdentity[e], 0.0);
+  for (int e = 0; e < 9; ++e) EXPECT_EQ(atIdentity[e], 0.0);
   for (const double w : {5.0, -0.25, 0.0}) {
     CapturedOutput output;
     double q[4] = {w, 0, 0, 0};
@@ -185,7 +185,7 @@ TEST(QuaternionFormat, NormDoesNotMatterNotEvenWhereItsSquareLeavesTheRange) {
   qRot->matrixDeriv(copy, unit);
   for (const int exponent : {-1040, -700, -400, -150, -1, 1, 150, 400, 700, 1000}) {
     double scaled[4], d[36];
-    for (int k = 0; k < 4; k++) scaled[k] = std::ldexp(q[k], exponent);
+    for (int k = 0; k < 4; ++k) scaled[k] = std::ldexp(q[k], exponent);
     // Below the smallest normal number the components themselves lose digits.
     const double tol = exponent < -1021 ? std::ldexp(16.0, -1074 - exponent) : 0.0;
     EXPECT_TRUE(closeEntries(matrixOf(qRot, scaled), m, tol)) << exponent;
@@ -217,7 +217,7 @@ TEST(QuaternionFormat, HalfTurnAboutAnAxisFromItsMatrixIsNotFinite) {
   const double diagonals[3][3] = {{1, -1, -1}, {-1, 1, -1}, {-1, -1, 1}};
   for (const auto& a : diagonals) {
     Matrix3x3 m;
-    for (int k = 0; k < 3; k++) m.m[k][k] = a[k];
+    for (int k = 0; k < 3; ++k) m.m[k][k] = a[k];
     double q[4];
     qRot->fromMatrix(&m, q);
     EXPECT_FALSE(std::isfinite(q[0]) && std::isfinite(q[1]) && std::isfinite(q[2]) && std::isfinite(q[3]));

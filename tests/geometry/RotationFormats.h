@@ -44,10 +44,10 @@ inline Matrix3x3 singleAxis(char axis, double angle) {
 
 inline Matrix3x3 product(const Matrix3x3& a, const Matrix3x3& b) {
   Matrix3x3 c;
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++) {
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) {
       c.m[i][j] = 0.0;
-      for (int k = 0; k < 3; k++) c.m[i][j] += a.m[i][k] * b.m[k][j];
+      for (int k = 0; k < 3; ++k) c.m[i][j] += a.m[i][k] * b.m[k][j];
     }
   return c;
 }
@@ -56,7 +56,7 @@ inline Matrix3x3 product(const Matrix3x3& a, const Matrix3x3& b) {
 inline Matrix3x3 rotationOf(Quat q) {
   q.Normalize();
   Matrix3x3 m;
-  for (int i = 0; i < 3; i++) q.Rotate(Pnt3(i == 0, i == 1, i == 2)).toArray(m.m[i]);
+  for (int i = 0; i < 3; ++i) q.Rotate(Pnt3(i == 0, i == 1, i == 2)).toArray(m.m[i]);
   return m;
 }
 
@@ -65,7 +65,7 @@ inline Matrix3x3 rotationOf(Quat q) {
 inline Matrix3x3 expected(const std::string& name, const double* params) {
   if (name == "QRST") return rotationOf(Quat(params[0], params[1], params[2], params[3]));
   Matrix3x3 m = singleAxis(name[0], params[0]);
-  for (std::size_t k = 1; k < name.size(); k++) m = product(singleAxis(name[k], params[k]), m);
+  for (std::size_t k = 1; k < name.size(); ++k) m = product(singleAxis(name[k], params[k]), m);
   return m;
 }
 
@@ -97,7 +97,7 @@ inline std::vector<std::array<double, 4>> poses(const Format& format, int random
           const double c = norm * std::cos(angle / 2), s = norm * std::sin(angle / 2);
           all.push_back({c, s * axis.x, s * axis.y, s * axis.z});
         }
-    for (int i = 0; i < random; i++) {
+    for (int i = 0; i < random; ++i) {
       const Quat q = dice.quat();
       const double norm = 1.0 + 0.5 * dice.number();
       all.push_back({norm * q.w, norm * q.x, norm * q.y, norm * q.z});
@@ -105,15 +105,15 @@ inline std::vector<std::array<double, 4>> poses(const Format& format, int random
     return all;
   }
   std::size_t combinations = 1;
-  for (int k = 0; k < format.params; k++) combinations *= angles.size();
-  for (std::size_t n = 0; n < combinations; n++) {
+  for (int k = 0; k < format.params; ++k) combinations *= angles.size();
+  for (std::size_t n = 0; n < combinations; ++n) {
     std::array<double, 4> p{};
     std::size_t rest = n;
-    for (int k = 0; k < format.params; k++, rest /= angles.size())
+    for (int k = 0; k < format.params; ++k, rest /= angles.size())
       p[static_cast<std::size_t>(k)] = angles[rest % angles.size()];
     all.push_back(p);
   }
-  for (int i = 0; i < random; i++)
+  for (int i = 0; i < random; ++i)
     all.push_back({pi * dice.number(), pi * dice.number(), pi * dice.number(), 0.0});
   return all;
 }

@@ -10,11 +10,11 @@ using tolerance::epsilon;
 
 namespace {
 
-/// Entries are sums of at most four products of numbers of at most 1, each factor off by at most an ulp or
-/// two; products of two such matrices triple it.
+// Entries are sums of at most four products of numbers of at most 1, each factor off by at most an ulp or
+// two; products of two such matrices triple it.
 constexpr double matrixTolerance = 16 * epsilon;
 
-/// Calls `law` on all critical and random poses of all nine formats that have parameters.
+// Calls `law` on all critical and random poses of all nine formats that have parameters.
 template <class Law>
 void forAllPoses(Law law) {
   for (const Format& format : namedFormats())
@@ -35,8 +35,8 @@ double determinant(const Matrix3x3& a) {
 
 Matrix3x3 transposed(const Matrix3x3& a) {
   Matrix3x3 t;
-  for (int i = 0; i < 3; i++)
-    for (int j = 0; j < 3; j++) t.m[i][j] = a.m[j][i];
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) t.m[i][j] = a.m[j][i];
   return t;
 }
 
@@ -94,12 +94,12 @@ TEST(RotationLaws, DerivativeBlocksMatchCentralDifferences) {
     }
     format.rot->matrixDeriv(p, blocks);
     const double h = std::cbrt(3 * matrixTolerance / third);
-    for (int k = 0; k < format.params; k++) {
+    for (int k = 0; k < format.params; ++k) {
       double high[4] = {p[0], p[1], p[2], p[3]}, low[4] = {p[0], p[1], p[2], p[3]};
       high[k] += h, low[k] -= h;
       const Matrix3x3 above = matrixOf(format.rot, high), below = matrixOf(format.rot, low);
       const double tol = h * h / 6 * third + matrixTolerance / h;
-      for (int e = 0; e < 9; e++) {
+      for (int e = 0; e < 9; ++e) {
         const double slope = (above.m[e / 3][e % 3] - below.m[e / 3][e % 3]) / (high[k] - low[k]);
         ASSERT_TRUE(close(blocks[9 * k + e], slope, tol)) << "parameter " << k << " entry " << e;
       }
@@ -112,8 +112,8 @@ TEST(RotationLaws, DerivativesWriteNineDoublesAParameterAndNoMore) {
     double p[4] = {0.4, 0.3, -0.2, 0.1}, blocks[37];
     for (double& x : blocks) x = 77.0;
     format.rot->matrixDeriv(p, blocks);
-    for (int e = 9 * format.params; e < 37; e++) EXPECT_EQ(blocks[e], 77.0) << format.name << " " << e;
-    for (int e = 0; e < 9 * format.params; e++) EXPECT_NE(blocks[e], 77.0) << format.name << " " << e;
+    for (int e = 9 * format.params; e < 37; ++e) EXPECT_EQ(blocks[e], 77.0) << format.name << " " << e;
+    for (int e = 0; e < 9 * format.params; ++e) EXPECT_NE(blocks[e], 77.0) << format.name << " " << e;
   }
 }
 
@@ -136,7 +136,7 @@ TEST(RotationLaws, AnglesFromRandomMatricesAreStableAtGimbalLock) {
   RandomGeometry dice(5);
   for (const double off : {0.0, 1e-16, 1e-12, 1e-8, 1e-4})
     for (const double side : {-1.0, 1.0})
-      for (int i = 0; i < 100; i++) {
+      for (int i = 0; i < 100; ++i) {
         const double p[3] = {pi * dice.number(), side * (pi / 2 - off), pi * dice.number()};
         for (RotHelper* rot : {zxyRot, xyzRot}) {
           const Matrix3x3 m = matrixOf(rot, p);
@@ -149,7 +149,7 @@ TEST(RotationLaws, AnglesFromRandomMatricesAreStableAtGimbalLock) {
 
 TEST(RotationLaws, QuaternionFromAMatrixGivesThatMatrix) {
   RandomGeometry dice(17);
-  for (int i = 0; i < 500; i++) {
+  for (int i = 0; i < 500; ++i) {
     const Matrix3x3 m = rotationOf(dice.quat());
     // The shortest turn of a vector to itself reversed does not exist, and near it the digits go as 1/s.
     const double s1 = std::sqrt(2 * (1 + m.m[0][0]));
@@ -172,8 +172,8 @@ TEST(RotationLaws, ZeroIsTheIdentityAndWritesOnlyTheParameters) {
   for (const Format& format : namedFormats()) {
     double p[5] = {7, 7, 7, 7, 7};
     format.rot->zero(p);
-    for (int k = 0; k < format.params; k++) EXPECT_EQ(p[k], format.params == 4 && k == 0 ? 1.0 : 0.0);
-    for (int k = format.params; k < 5; k++) EXPECT_EQ(p[k], 7.0);
+    for (int k = 0; k < format.params; ++k) EXPECT_EQ(p[k], format.params == 4 && k == 0 ? 1.0 : 0.0);
+    for (int k = format.params; k < 5; ++k) EXPECT_EQ(p[k], 7.0);
     EXPECT_TRUE(closeEntries(matrixOf(format.rot, p), Matrix3x3(), 0.0));
   }
 }
@@ -202,7 +202,7 @@ TEST(RotationLaws, TheNullFormatTouchesAndPrintsNothing) {
     null->zero(p);
     null->Set('X', p, 9);
     EXPECT_STREQ(null->name(), "...");
-    for (int k = 0; k < 4; k++) EXPECT_EQ(p[k], k + 1.0);
+    for (int k = 0; k < 4; ++k) EXPECT_EQ(p[k], k + 1.0);
     for (const double x : blocks) EXPECT_EQ(x, 5.0);
     EXPECT_TRUE(sameEntries(m, counting3()));
   }

@@ -15,7 +15,7 @@ void setBySlot(const RotHelper* rot, char axis, double* p, double angle) {
   if (axis == 'Z') rot->setZ(p, angle);
 }
 
-/// The Z-X-Y angles of a format's rotation.
+// The Z-X-Y angles of a format's rotation.
 std::array<double, 3> zxyOf(const Format& format, const double* p) {
   const Matrix3x3 m = expected(format.name, p);
   std::array<double, 3> angles;
@@ -28,7 +28,7 @@ std::array<double, 3> zxyOf(const Format& format, const double* p) {
 TEST(RotationSet, AnglesOfTheFormatsOwnAxesAreStored) {
   for (const Format& format : angleFormats()) {
     if (std::string(format.name) == "XYZ") continue;
-    for (int k = 0; k < format.params; k++) {
+    for (int k = 0; k < format.params; ++k) {
       double bySet[4] = {1, 2, 3, 4}, bySlot[4] = {1, 2, 3, 4}, wanted[4] = {1, 2, 3, 4};
       wanted[k] = 0.7;
       CapturedOutput output;
@@ -67,7 +67,7 @@ TEST(RotationSet, AxesTheFormatHasNotWarnAndLeaveTheParameters) {
     setBySlot(row.rot, row.axis, p, 0.7);
     EXPECT_EQ(output.out(), row.text);
     EXPECT_EQ(output.err(), "");
-    for (int k = 0; k < 4; k++) EXPECT_EQ(p[k], k + 1.0);
+    for (int k = 0; k < 4; ++k) EXPECT_EQ(p[k], k + 1.0);
   }
 }
 
@@ -80,7 +80,7 @@ TEST(RotationSet, OtherCharactersWarnAndChangeNothingInEveryFormatTheNullFormatT
       double p[4] = {1, 2, 3, 4};
       format.rot->Set(axis, p, 0.7);
       EXPECT_EQ(output.out(), std::string("can't set rotation variable ") + axis + "\n");
-      for (int k = 0; k < 4; k++) EXPECT_EQ(p[k], k + 1.0);
+      for (int k = 0; k < 4; ++k) EXPECT_EQ(p[k], k + 1.0);
     }
 }
 

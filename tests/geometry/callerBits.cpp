@@ -29,11 +29,11 @@ M matrix() {
   return m;
 }
 
-/// Calls `compute`, which gives a plain object of doubles, many times.
+// Calls `compute`, which gives a plain object of doubles, many times.
 template <class Compute>
 void print(const char* name, Compute compute) {
   std::uint64_t all = 0;
-  for (int i = 0; i < 2000; i++) {
+  for (int i = 0; i < 2000; ++i) {
     const auto result = compute();
     std::uint64_t bits[sizeof result / 8];
     std::memcpy(bits, &result, sizeof result);

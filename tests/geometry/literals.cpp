@@ -13,19 +13,19 @@ namespace {
 
 int failures = 0;
 
-/// A few roundings apart at most: fused multiply-adds are allowed to differ.
+// A few roundings apart at most: fused multiply-adds are allowed to differ.
 bool close(double a, double b) { return std::fabs(a - b) <= 1e-14; }
 
 void expect(const char* what, const Quat& q, double w, double x, double y, double z) {
   if (close(q.w, w) && close(q.x, x) && close(q.y, y) && close(q.z, z)) return;
   std::printf("%s: (%g, %g, %g, %g), not (%g, %g, %g, %g)\n", what, q.w, q.x, q.y, q.z, w, x, y, z);
-  failures++;
+  ++failures;
 }
 
 void expect(const char* what, const Pnt3& p, double x, double y, double z) {
   if (close(p.x, x) && close(p.y, y) && close(p.z, z)) return;
   std::printf("%s: (%g, %g, %g), not (%g, %g, %g)\n", what, p.x, p.y, p.z, x, y, z);
-  failures++;
+  ++failures;
 }
 
 Quat hidden(double w, double x, double y, double z) {
@@ -33,7 +33,7 @@ Quat hidden(double w, double x, double y, double z) {
   return Quat(v[0], v[1], v[2], v[3]);
 }
 
-/// The Hamilton product b a of quaternions that nobody knows at compile time, by its definition.
+// The Hamilton product b a of quaternions that nobody knows at compile time, by its definition.
 Quat product(const Quat& a, const Quat& b) {
   volatile double w = b.w * a.w - b.x * a.x - b.y * a.y - b.z * a.z;
   volatile double x = b.w * a.x + b.x * a.w + b.y * a.z - b.z * a.y;

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The bytes that `draw` adds to a drawing whose box is (100, 200)-(300, 600).
+// The bytes that `draw` adds to a drawing whose box is (100, 200)-(300, 600).
 template <class Draw>
 std::string drawn(Draw draw) {
   CapturedOutput output;

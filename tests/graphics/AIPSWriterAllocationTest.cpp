@@ -13,7 +13,7 @@ namespace {
 int failures = 0;
 int counting(const char*) { return failures++; }
 
-/// Draws, copies and pops while the k-th allocation fails; returns whether one did.
+// Draws, copies and pops while the k-th allocation fails; returns whether one did.
 bool drawWithout(long k, const char* path) {
   const EmptyPool guard;  // the pool's refill is one of the allocations
   allocations::FailAt trap(k, true);
@@ -37,7 +37,7 @@ TEST(AIPSWriter, SurvivesEveryFailedAllocation) {
   const std::string path = directory / "alloc.ai";
   stderrF = stdoutF = counting;
   long k = 0;
-  for (; drawWithout(k, path.c_str()); k++) {
+  for (; drawWithout(k, path.c_str()); ++k) {
     EXPECT_GT(failures, 0) << "the failure of allocation " << k << " was not reported";
     failures = 0;
     ASSERT_LT(k, 100);
@@ -49,13 +49,13 @@ TEST(AIPSWriter, SurvivesEveryFailedAllocation) {
 TEST(AIPSWriter, ACopyThatCannotBeNotedLeavesTheOriginalWhole) {
   TemporaryDirectory directory;
   const std::string path = directory / "alloc.ai";
-  for (int depth = 1; depth <= 16; depth++) {
-    for (long k = 0;; k++) {
+  for (int depth = 1; depth <= 16; ++depth) {
+    for (long k = 0;; ++k) {
       CapturedOutput output;
       bool happened;
       {
         AIPSWriter writer(path.c_str());
-        for (int i = 1; i < depth; i++) writer.push();
+        for (int i = 1; i < depth; ++i) writer.push();
         {
           allocations::FailAt trap(k);
           const AIPSWriter copy(writer);

@@ -29,7 +29,7 @@ const std::string trailer =
     "Adobe_level2_AI5 /terminate get exec\n"
     "%%EOF\n";
 
-/// What `draw` writes between the first pen settings and the trailer; the file must have all three.
+// What `draw` writes between the first pen settings and the trailer; the file must have all three.
 template <class Draw>
 std::string drawn(Draw draw) {
   CapturedOutput output;
@@ -51,7 +51,7 @@ TEST(AIPSMatrix, HasTenDoublesInTheDocumentedOrderAndStartsAsIdentity) {
   const AIPSMatrix t;
   const double expected[] = {0, 0, 0, 0, 1, 0, 0, 1, 0, 0};
   const double* const fields[] = {&t.x0, &t.y0, &t.x1, &t.y1, &t.a, &t.b, &t.c, &t.d, &t.tx, &t.ty};
-  for (int i = 0; i < 10; i++) {
+  for (int i = 0; i < 10; ++i) {
     EXPECT_EQ(*fields[i], expected[i]) << i;
     EXPECT_EQ(fields[i], &t.x0 + i);
   }
@@ -60,11 +60,11 @@ TEST(AIPSMatrix, HasTenDoublesInTheDocumentedOrderAndStartsAsIdentity) {
 TEST(AIPSMatrix, CopiesAllTenValues) {
   AIPSMatrix t;
   double* const v = &t.x0;
-  for (int i = 0; i < 10; i++) v[i] = i + 0.5;
+  for (int i = 0; i < 10; ++i) v[i] = i + 0.5;
   const AIPSMatrix copy(t);
   AIPSMatrix assigned;
   assigned = t;
-  for (int i = 0; i < 10; i++) {
+  for (int i = 0; i < 10; ++i) {
     EXPECT_EQ((&copy.x0)[i], i + 0.5);
     EXPECT_EQ((&assigned.x0)[i], i + 0.5);
   }

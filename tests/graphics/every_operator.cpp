@@ -16,7 +16,7 @@ void cell(const char* name, double x0, double y0, double x1, double y1, double i
           double tolerance = 0.05) {
   left = 96 * (cells % 6);
   bottom = 624 - 96 * (cells / 6);
-  cells++;
+  ++cells;
   std::printf("%s %g %g %g %g %g %g %d %d %d\n", name, left + x0, bottom + y0, left + x1, bottom + y1,
               (1 - tolerance) * ink - 2, (1 + tolerance) * ink + 2, r, g, b);
 }

@@ -48,7 +48,7 @@ TEST(Reader, ACopyThatCannotBeNotedIsAtEndAndTakesNothingAway) {
 
 TEST(Reader, ReadingAllocatesNothing) {
   std::string text;
-  for (int i = 0; i < 5000; i++) text += "1.5 word 12\n";
+  for (int i = 0; i < 5000; ++i) text += "1.5 word 12\n";
   FileReader file(text);
   Reader& r = file.reader;
   double d;

@@ -19,7 +19,7 @@ constexpr int behindWord = 512;
 bool printable(int c) { return c > 32; }
 bool endsLine(int c) { return c >= 10 && c <= 20; }
 
-/// Reads as the reader should, one character at a time, from a text in memory.
+// Reads as the reader should, one character at a time, from a text in memory.
 struct Model {
   std::string text;
   std::size_t at = 0;
@@ -28,7 +28,7 @@ struct Model {
   std::array<signed char, 4096> buf{};
   std::string printed;
 
-  /// The output channels keep 499 characters of a message.
+  // The output channels keep 499 characters of a message.
   void print(const std::string& message) { printed += message.substr(0, 499); }
 
   explicit Model(const std::string& bytes) : text(bytes) { advance(); }
@@ -39,7 +39,7 @@ struct Model {
   void fill() {
     bufPos = 0;
     bufCount = 0;
-    for (; bufCount < 1024 && at < text.size(); at++) buf[bufCount++] = static_cast<signed char>(text[at]);
+    for (; bufCount < 1024 && at < text.size(); ++at) buf[bufCount++] = static_cast<signed char>(text[at]);
     if (bufCount < 1024) more = 0;  // asked for more than there is
   }
 
@@ -56,7 +56,7 @@ struct Model {
         c = buf[bufPos++];
         if (endsLine(c)) {
           c = 0;
-          if (endsLine(buf[bufPos])) bufPos++;
+          if (endsLine(buf[bufPos])) ++bufPos;
         }
       }
       *dst++ = static_cast<signed char>(c);
@@ -72,7 +72,7 @@ struct Model {
       line[0] = 0;
       return false;
     }
-    lineNo++;
+    ++lineNo;
     return bgets(line.data(), 512);
   }
 
@@ -80,12 +80,12 @@ struct Model {
     if (atEnd()) return 0;
     const int c = line[linePos];
     if (printable(c)) {
-      linePos++;
+      ++linePos;
       return c;
     }
     do {
       if (line[linePos])
-        linePos++;
+        ++linePos;
       else
         advance();
     } while (!atEnd() && !printable(line[linePos]));
@@ -173,7 +173,7 @@ void expectSameFields(const Reader& r, const Model& m) {
   ASSERT_EQ(r.getLastWord(), nullptr);
 }
 
-/// One operation on both; false when they differ.
+// One operation on both; false when they differ.
 void step(Reader& r, Model& m, unsigned which, int complain) {
   switch (which) {
     case 0:
@@ -219,7 +219,7 @@ void step(Reader& r, Model& m, unsigned which, int complain) {
   }
 }
 
-/// Text of words, numbers, white runs and lines of all lengths; zero and high bytes now and then.
+// Text of words, numbers, white runs and lines of all lengths; zero and high bytes now and then.
 std::string randomText(std::mt19937& random) {
   static const char* const pieces[] = {"end",    "END",   "foo",   "12",       "-",    "+3",   ".5",
                                        "-1.5e3", "0x1p3", "99abc", "1e999",    " ",    "  ",   "\t",
@@ -249,7 +249,7 @@ std::string randomText(std::mt19937& random) {
 
 TEST(ReaderModel, EveryFieldAgreesAfterEveryOperation) {
   std::mt19937 random(71);
-  for (int round = 0; round < 500; round++) {
+  for (int round = 0; round < 500; ++round) {
     const std::string text = randomText(random);
     CapturedOutput output;
     FileReader file(text, round % 2);

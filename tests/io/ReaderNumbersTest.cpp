@@ -153,7 +153,7 @@ TEST(ReaderNumbers, GetRealKeepsTheValueOfAtof) {
   }
 }
 
-/// Words of all forms that begin as a number may.
+// Words of all forms that begin as a number may.
 std::string randomWord(std::mt19937_64& random) {
   char text[64];
   double value;
@@ -183,7 +183,7 @@ std::string randomWord(std::mt19937_64& random) {
     case 6: {  // up to 22 digits, the point anywhere
       const int length = 1 + static_cast<int>(random() % 22), point = static_cast<int>(random() % 24);
       std::string digits = random() % 2 ? "-" : "";
-      for (int i = 0; i < length; i++) {
+      for (int i = 0; i < length; ++i) {
         if (i == point) digits += '.';
         digits += static_cast<char>('0' + random() % 10);
       }
@@ -199,7 +199,7 @@ std::string randomWord(std::mt19937_64& random) {
     default: {  // characters of numbers in no order
       static const char characters[] = "0123456789..--++eExXpPinfaNt";
       const int length = 1 + static_cast<int>(random() % 12);
-      for (int i = 0; i < length; i++) text[i] = characters[random() % (sizeof characters - 1)];
+      for (int i = 0; i < length; ++i) text[i] = characters[random() % (sizeof characters - 1)];
       text[length] = 0;
     }
   }
@@ -209,12 +209,12 @@ std::string randomWord(std::mt19937_64& random) {
 TEST(ReaderNumbers, GetRealKeepsTheValueOfAtofOverRandomWords) {
   std::mt19937_64 random(20);
   int compared = 0;
-  for (int i = 0; i < 300000; i++) {
+  for (int i = 0; i < 300000; ++i) {
     char padded[80] = "";
     const std::string word = randomWord(random);
     std::memcpy(padded, word.c_str(), word.size() + 1);
     if (!(word[0] >= '0' && word[0] <= '9') && word[0] != '-') continue;
-    compared++;
+    ++compared;
     ASSERT_TRUE(tolerance::sameBits(limber::detail::realWord(padded, padded + word.size(), padded),
                                     std::atof(word.c_str())))
         << word;

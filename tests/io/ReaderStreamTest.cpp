@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* noPath = nullptr;
 
-/// The words of `text` by the rule alone.
+// The words of `text` by the rule alone.
 Words split(const std::string& text) {
   Words words(1);
   for (const char c : text) {
@@ -61,7 +61,7 @@ TEST(ReaderStream, FilesAroundTheReadSizeGiveAllTheirWords) {
   for (const std::size_t size : {1022u, 1023u, 1024u, 1025u, 1026u, 2047u, 2048u, 2049u, 4096u, 8192u}) {
     for (const char* end : {"", "\n", "\r\n", " ", "\n\n\n"}) {
       std::string text;
-      for (int i = 0; text.size() < size; i++) text += "w" + std::to_string(i) + (i % 7 ? " " : "\r\n");
+      for (int i = 0; text.size() < size; ++i) text += "w" + std::to_string(i) + (i % 7 ? " " : "\r\n");
       text.resize(size - std::string(end).size());
       text += end;
       EXPECT_EQ(wordsOf(text), split(text)) << size;
@@ -81,7 +81,7 @@ TEST(ReaderStream, ALineEndPairAcrossTwoReadsGivesAnEmptyLine) {
 
 TEST(ReaderStream, RandomTextGivesTheSameWordsPlainAndCompressed) {
   std::mt19937 random(3);
-  for (int round = 0; round < 200; round++) {
+  for (int round = 0; round < 200; ++round) {
     std::string text;
     const std::size_t size = random() % 6000;
     int run = 0;
@@ -101,7 +101,7 @@ TEST(ReaderStream, RandomTextGivesTheSameWordsPlainAndCompressed) {
 TEST(ReaderStream, TruncatedCompressedFilesEnd) {
   TemporaryDirectory directory;
   std::string text;
-  for (int i = 0; i < 3000; i++) text += std::to_string(i * 7919) + "\n";
+  for (int i = 0; i < 3000; ++i) text += std::to_string(i * 7919) + "\n";
   const std::string whole = readFile(directory.writeGz("whole.gz", text));
   for (std::size_t size = 0; size < whole.size(); size += 1 + size / 20) {
     const std::string path = directory.write("cut.gz", whole.substr(0, size));
@@ -115,10 +115,10 @@ TEST(ReaderStream, TruncatedCompressedFilesEnd) {
 TEST(ReaderStream, CorruptedCompressedFilesEnd) {
   TemporaryDirectory directory;
   std::string text;
-  for (int i = 0; i < 3000; i++) text += std::to_string(i * 7919) + "\n";
+  for (int i = 0; i < 3000; ++i) text += std::to_string(i * 7919) + "\n";
   const std::string whole = readFile(directory.writeGz("whole.gz", text));
   std::mt19937 random(5);
-  for (int round = 0; round < 300; round++) {
+  for (int round = 0; round < 300; ++round) {
     std::string bytes = whole;
     bytes[2 + random() % (bytes.size() - 2)] ^= static_cast<char>(1 + random() % 255);
     const std::string path = directory.write("bad.gz", bytes);
@@ -129,7 +129,7 @@ TEST(ReaderStream, CorruptedCompressedFilesEnd) {
   }
 }
 
-/// The words that gzread gives with the buffer that it chooses itself, 1024 bytes at a time.
+// The words that gzread gives with the buffer that it chooses itself, 1024 bytes at a time.
 Words wordsOfGzread(const std::string& path) {
   const gzFile stream = gzopen(path.c_str(), "rb");
   std::string text;
@@ -139,11 +139,11 @@ Words wordsOfGzread(const std::string& path) {
   return split(text);
 }
 
-/// 60000 words in 400 KB; random, so that they do not compress to nothing.
+// 60000 words in 400 KB; random, so that they do not compress to nothing.
 std::string manyWords() {
   std::mt19937 random(11);
   std::string text;
-  for (int i = 0; i < 60000; i++) text += std::to_string(random() % 1000000) + (i % 8 == 7 ? "\n" : " ");
+  for (int i = 0; i < 60000; ++i) text += std::to_string(random() % 1000000) + (i % 8 == 7 ? "\n" : " ");
   return text;
 }
 
@@ -152,12 +152,12 @@ TEST(ReaderStream, DamageCostsNoMoreTextThanGzreadLoses) {
   const std::string whole = readFile(directory.writeGz("whole.gz", manyWords()));
   std::mt19937 random(6);
   std::size_t most = 0;
-  for (int round = 0; round < 16; round++) {
+  for (int round = 0; round < 16; ++round) {
     std::string bytes = whole;
     if (round % 2)
       bytes.resize(bytes.size() - 1 - random() % (bytes.size() - 20));
     else
-      for (int k = 0; k < 8; k++)
+      for (int k = 0; k < 8; ++k)
         bytes[bytes.size() - 20 - random() % 2000 * (round + 1u) % (bytes.size() / 2)] ^= 0x55;
     const std::string path = directory.write("bad.gz", bytes);
     const Words expected = wordsOfGzread(path);
@@ -176,7 +176,7 @@ TEST(ReaderStream, DamageCostsNoMoreTextThanGzreadLoses) {
 TEST(ReaderStream, AMissingOrWrongTrailerIsDamageThoughEveryWordArrives) {
   TemporaryDirectory directory;
   const std::string whole = readFile(directory.writeGz("whole.gz", "one two three\n"));
-  for (std::size_t missing = 1; missing <= 8; missing++) {
+  for (std::size_t missing = 1; missing <= 8; ++missing) {
     Reader r(directory.write("cut.gz", whole.substr(0, whole.size() - missing)).c_str(), noPath);
     EXPECT_EQ(r.damaged(), 0);  // words are left
     EXPECT_EQ(wordsOf(r), (Words{"one", "two", "three"}));
@@ -214,7 +214,7 @@ TEST(ReaderStream, ReadErrorsAreDamage) {
 
 TEST(ReaderStream, LinesAreCountedAsTheyAreCut) {
   std::string text;
-  for (int i = 0; i < 20000; i++) text += "word" + std::to_string(i) + "\r\n";
+  for (int i = 0; i < 20000; ++i) text += "word" + std::to_string(i) + "\r\n";
   // A pair that a read of 1024 bytes splits counts twice.
   int split = 0;
   for (std::size_t i = 1023; i + 1 < text.size(); i += 1024) split += text[i] == '\r' && text[i + 1] == '\n';
@@ -262,7 +262,7 @@ TEST(ReaderStream, AStreamOpenForWritingIsAtEnd) {
 
 TEST(ReaderStream, CopiesShareStreamAndName) {
   std::string text;
-  for (int i = 0; i < 1000; i++) text += "word" + std::to_string(i) + "\n";
+  for (int i = 0; i < 1000; ++i) text += "word" + std::to_string(i) + "\n";
   FileReader file(text);
   Reader copy(file.reader);
   EXPECT_EQ(copy.file, file.reader.file);
@@ -279,9 +279,9 @@ TEST(ReaderStream, CopiesShareStreamAndName) {
 
 TEST(ReaderStream, CopiesHoldEveryField) {
   std::string text;
-  for (int i = 0; i < 1000; i++) text += "word" + std::to_string(i) + "\n";
+  for (int i = 0; i < 1000; ++i) text += "word" + std::to_string(i) + "\n";
   FileReader file(text);
-  for (int i = 0; i < 200; i++) file.reader.getWord();
+  for (int i = 0; i < 200; ++i) file.reader.getWord();
   file.reader.lastWordValid = 1;
   Reader assigned(nullptr, "x");
   assigned = file.reader;

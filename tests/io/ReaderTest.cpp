@@ -26,7 +26,7 @@ static_assert(offsetof(Reader, bufCount) == 5156);
 static_assert(offsetof(Reader, bufPos) == 5160);
 static_assert(sizeof(Reader) == 5168);
 
-/// All characters that getc gives.
+// All characters that getc gives.
 std::string charactersOf(const std::string& bytes) {
   FileReader file(bytes);
   std::string all;
@@ -98,7 +98,7 @@ TEST(Reader, SearchPathsLongerThan512CharactersAreTriedWhole) {
   Reader r("found.txt", list.c_str());
   EXPECT_STREQ(r.getWord(), "here");
   std::string roundabout = directory.path();
-  for (int i = 0; i < 400; i++) roundabout += "/.";
+  for (int i = 0; i < 400; ++i) roundabout += "/.";
   Reader longest("found.txt", roundabout.c_str());
   EXPECT_EQ(std::string(longest.name), roundabout + "/found.txt");
   EXPECT_STREQ(longest.getWord(), "here");
@@ -123,7 +123,7 @@ TEST(Reader, AdoptsAStreamWithoutAName) {
 }
 
 TEST(Reader, EveryControlCharacterAndHighByteIsWhite) {
-  for (int c = 0; c < 256; c++) {
+  for (int c = 0; c < 256; ++c) {
     const std::string between = std::string("a") + static_cast<char>(c) + "b";
     if (c > 32 && c < 128)
       EXPECT_EQ(wordsOf(between), (Words{between})) << c;
@@ -137,7 +137,7 @@ TEST(Reader, HasNoCommentsAndNoQuotes) {
 }
 
 TEST(Reader, BytesFromLfToDc4EndALineAndOthersDoNot) {
-  for (int c = 1; c < 256; c++) {
+  for (int c = 1; c < 256; ++c) {
     FileReader file(std::string("a ") + static_cast<char>(c) + "b");
     while (file.reader.ok() && file.reader.peek() != 'b') file.reader.getc();
     EXPECT_EQ(file.reader.getLineNo(), c >= 10 && c <= 20 ? 2 : 1) << c;
@@ -146,7 +146,7 @@ TEST(Reader, BytesFromLfToDc4EndALineAndOthersDoNot) {
 
 TEST(Reader, EveryByteMeansTheSameInEachPlaceOfALongLine) {
   const std::string letters = "abcdefghijklmnopqrstuvwxy";
-  for (int c = 0; c < 256; c++) {
+  for (int c = 0; c < 256; ++c) {
     const bool printable = c > 32 && c < 128, ends = c == 0 || (c >= 10 && c <= 20);
     std::string text;
     for (std::size_t place = 1; place < 20; place += 3) {

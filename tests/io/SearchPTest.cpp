@@ -29,14 +29,14 @@ Elements elementsOf(const char* list, PathSyntax syntax = PathSyntax::Search) {
   return elements;
 }
 
-/// The candidate that remains when nothing opens.
+// The candidate that remains when nothing opens.
 std::string lastTried(const char* searchPath, const char* name) {
   char path[500] = "untouched";
   EXPECT_EQ(fopenp(searchPath, name, path, "rb"), nullptr);
   return path;
 }
 
-/// The stream holds "text"; closes it.
+// The stream holds "text"; closes it.
 void expectText(void* opened) {
   ASSERT_NE(opened, nullptr);
   const auto stream = static_cast<gzFile>(opened);

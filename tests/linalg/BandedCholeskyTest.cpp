@@ -15,11 +15,11 @@ using tolerance::small;
 
 namespace {
 
-/// A symmetric positive definite matrix with half bandwidth kd: G G^T of a random band G.
+// A symmetric positive definite matrix with half bandwidth kd: G G^T of a random band G.
 FullMatrix definite(Engine& engine, int n, int kd) {
   FullMatrix g(n, n);
-  for (int i = 0; i < n; i++) {
-    for (int j = std::max(0, i - kd); j <= i; j++) g.e(i, j) = normal(engine);
+  for (int i = 0; i < n; ++i) {
+    for (int j = std::max(0, i - kd); j <= i; ++j) g.e(i, j) = normal(engine);
     g.e(i, i) = 2.0 + kd;
   }
   return product(g, transposed(g));
@@ -34,7 +34,7 @@ FullMatrix band(FullMatrix full, int kd) {
 }  // namespace
 
 TEST(BandedCholesky, SolvesEverySizeToItsScaledResidual) {
-  for (int n = 1; n <= 60; n++) {
+  for (int n = 1; n <= 60; ++n) {
     for (int kd : {0, 1, 2, 7, 24, n - 1}) {
       if (kd >= n) continue;
       Engine engine(static_cast<unsigned>(100 * n + kd));
@@ -51,13 +51,13 @@ TEST(BandedCholesky, SolvesEverySizeToItsScaledResidual) {
 }
 
 TEST(BandedCholesky, SolvesIllConditionedSystemsToTheSameResidual) {
-  for (int trial = 0; trial < 6; trial++) {
+  for (int trial = 0; trial < 6; ++trial) {
     for (int n : {2, 15, 60}) {
       Engine engine(static_cast<unsigned>(n + trial));
       FullMatrix a = definite(engine, n, 3);
       // Scaled from both sides: the condition grows with the square of the smallest.
-      for (int i = 0; i < n; i++) {
-        for (int j = 0; j < n; j++) a.e(i, j) *= std::pow(conditionOf(trial), -0.5 * (i + j) / (n - 1));
+      for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < n; ++j) a.e(i, j) *= std::pow(conditionOf(trial), -0.5 * (i + j) / (n - 1));
       }
       FullMatrix factor = band(a, std::min(3, n - 1));
       Vector b(n);
@@ -86,7 +86,7 @@ TEST(BandedCholesky, HoldsTheUpperFactorInTheSameLayout) {
 TEST(BandedCholesky, NonDefiniteMatrixReturnsTheOrderOfTheMinor) {
   for (int bad : {1, 3, 5}) {
     FullMatrix b(5, 3);
-    for (int j = 0; j < 5; j++) b.e(j, 2) = j + 1 == bad ? -1.0 : 1.0;
+    for (int j = 0; j < 5; ++j) b.e(j, 2) = j + 1 == bad ? -1.0 : 1.0;
     EXPECT_EQ(cholFactorBanded(&b), bad);
   }
 }
@@ -113,7 +113,7 @@ TEST(BandedCholesky, ConditionEstimateTakesTheNormAsOneDeliberately) {
 TEST(BandedCholesky, EstimateOfALargeBandGrowsTheIntegers) {
   const int n = 200000;
   FullMatrix b(n, 1);
-  for (int j = 0; j < n; j++) b.e(j, 0) = 4.0;
+  for (int j = 0; j < n; ++j) b.e(j, 0) = 4.0;
   ASSERT_EQ(cholFactorBanded(&b), 0);
   EXPECT_DOUBLE_EQ(cholCondEst(&b), 4.0);
 }
@@ -138,7 +138,7 @@ TEST(BandedCholesky, DegenerateOperands) {
 
 TEST(CompactBanded, TakesTheUpperBandOnly) {
   FullMatrix full(4, 4), b(4, 3);
-  for (int k = 0; k < 16; k++) full.data[k] = k + 1.0;
+  for (int k = 0; k < 16; ++k) full.data[k] = k + 1.0;
   b.e(0, 0) = b.e(0, 1) = b.e(1, 0) = -7.0;
   compactBanded(&full, &b, 4, 2);
   const double expected[] = {-7, -7, 1, -7, 2, 6, 3, 7, 11, 8, 12, 16};
@@ -147,9 +147,9 @@ TEST(CompactBanded, TakesTheUpperBandOnly) {
 
 TEST(CompactBanded, StaysInsideBothMatrices) {
   FullMatrix full(3, 5), b(4, 2);
-  for (int k = 0; k < 15; k++) full.data[k] = k + 1.0;
+  for (int k = 0; k < 15; ++k) full.data[k] = k + 1.0;
   compactBanded(&full, &b, 9, 3);  // the last two columns of a band of 3 do not exist
-  for (int k = 0; k < 5; k++) EXPECT_EQ(b.data[k], 0.0) << k;
+  for (int k = 0; k < 5; ++k) EXPECT_EQ(b.data[k], 0.0) << k;
   EXPECT_EQ(b.e(2, 1), 3.0) << "(0, 2)";
   EXPECT_EQ(b.e(3, 0), 4.0) << "(0, 3)";
   EXPECT_EQ(b.e(3, 1), 9.0) << "(1, 3)";

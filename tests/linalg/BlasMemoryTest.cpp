@@ -14,7 +14,7 @@
 #include "limber/linalg/STMLapack.h"
 #include "limber/linalg/Vector.h"
 
-/// Present in OpenBLAS only, which is the one that takes memory of its own.
+// Present in OpenBLAS only, which is the one that takes memory of its own.
 extern "C" char* openblas_get_config() __attribute__((weak));
 
 namespace {
@@ -22,11 +22,11 @@ namespace {
 int failedAllocations = 0;
 
 int countReports(const char* text) {
-  if (std::strstr(text, "memory problem")) failedAllocations++;
+  if (std::strstr(text, "memory problem")) ++failedAllocations;
   return 0;
 }
 
-/// The address space in use.
+// The address space in use.
 rlim_t used() {
   long kilobytes = 0;
   char line[256];
@@ -38,8 +38,8 @@ rlim_t used() {
   return static_cast<rlim_t>(kilobytes) * 1024;
 }
 
-/// Calls what needs the BLAS with 16 MB left, in a process of its own that has not used it before; ends with
-/// the number of calls that did not say there is no memory.
+// Calls what needs the BLAS with 16 MB left, in a process of its own that has not used it before; ends with
+// the number of calls that did not say there is no memory.
 [[noreturn]] void factorWithoutMemory() {
   stderrF = countReports;
   FullMatrix A(2, 2), B(2, 2), C(2, 2);

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Row i holds `value` in columns 0 ... i.
+// Row i holds `value` in columns 0 ... i.
 class Triangle : public limber::detail::RowSource {
  public:
   explicit Triangle(double v) : value(v) {}

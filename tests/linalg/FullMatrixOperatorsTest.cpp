@@ -18,7 +18,7 @@ class Shifted : public FullMatrix {
  public:
   using FullMatrix::FullMatrix;
   double& operator()(int i, int j) const override {
-    calls++;
+    ++calls;
     shown = e(i, j) + 100.0;
     return shown;
   }

@@ -18,7 +18,7 @@ using tolerance::small;
 
 namespace {
 
-/// The elimination step by step as it is described, written for clarity: the reference for bits and events.
+// The elimination step by step as it is described, written for clarity: the reference for bits and events.
 struct Reference {
   FullMatrix a;
   std::vector<double> b;
@@ -32,51 +32,51 @@ struct Reference {
     const int n = std::min(a.rows(), a.columns());
     std::vector<int> used(n), rowsOf(n), columnsOf(n);
     int row = 0, column = 0;
-    for (int pass = 0; pass < n; pass++) {
+    for (int pass = 0; pass < n; ++pass) {
       double best = 0.0;
-      for (int i = 0; i < n; i++) {
+      for (int i = 0; i < n; ++i) {
         if (used[i] == 1) continue;
-        for (int j = 0; j < n; j++) {
+        for (int j = 0; j < n; ++j) {
           if (used[j] == 0) {
             if (std::fabs(a.e(i, j)) >= best) best = std::fabs(a.e(i, j)), row = i, column = j;
           } else if (used[j] > 1) {
-            first++;
+            ++first;
           }
         }
       }
-      used[column]++;
+      ++used[column];
       if (row != column) {
-        for (int j = 0; j < n; j++) std::swap(a.e(row, j), a.e(column, j));
+        for (int j = 0; j < n; ++j) std::swap(a.e(row, j), a.e(column, j));
         if (!b.empty()) std::swap(b[row], b[column]);
       }
       rowsOf[pass] = row, columnsOf[pass] = column;
-      if (a.e(column, column) == 0.0) second++;
+      if (a.e(column, column) == 0.0) ++second;
       const double factor = 1.0 / a.e(column, column);
       factors.push_back(factor);
       columns.push_back(column);
       a.e(column, column) = 1.0;
-      for (int j = 0; j < n; j++) a.e(column, j) *= factor;
+      for (int j = 0; j < n; ++j) a.e(column, j) *= factor;
       if (!b.empty() && column == 0) {
         for (double& x : b) x *= factor;
       }
-      for (int i = 0; i < n; i++) {
+      for (int i = 0; i < n; ++i) {
         if (i == column) continue;
         const double saved = a.e(i, column);
         a.e(i, column) = 0.0;
-        for (int j = 0; j < n; j++) a.e(i, j) -= a.e(column, j) * saved;
+        for (int j = 0; j < n; ++j) a.e(i, j) -= a.e(column, j) * saved;
         if (!b.empty()) b[i] -= b[column] * saved;
       }
     }
-    for (int pass = n - 1; pass >= 0; pass--) {
+    for (int pass = n - 1; pass >= 0; --pass) {
       if (rowsOf[pass] == columnsOf[pass]) continue;
-      for (int i = 0; i < n; i++) std::swap(a.e(i, rowsOf[pass]), a.e(i, columnsOf[pass]));
+      for (int i = 0; i < n; ++i) std::swap(a.e(i, rowsOf[pass]), a.e(i, columnsOf[pass]));
     }
   }
 };
 
 bool sameOrNaN(const FullMatrix& a, const FullMatrix& b) {
-  for (int i = 0; i < a.rows(); i++) {
-    for (int j = 0; j < a.columns(); j++) {
+  for (int i = 0; i < a.rows(); ++i) {
+    for (int j = 0; j < a.columns(); ++j) {
       if (std::isnan(a.e(i, j)) && std::isnan(b.e(i, j))) continue;
       if (!sameBits(a.e(i, j), b.e(i, j))) return false;
     }
@@ -84,24 +84,24 @@ bool sameOrNaN(const FullMatrix& a, const FullMatrix& b) {
   return true;
 }
 
-/// n vectors of n elements, one after another in memory.
+// n vectors of n elements, one after another in memory.
 struct Vectors {
   explicit Vectors(int n) : data(new Vector[static_cast<std::size_t>(std::max(n, 1))]) {
-    for (int k = 0; k < n; k++) {
+    for (int k = 0; k < n; ++k) {
       data[k].grow(n);
-      for (int i = 0; i < n; i++) data[k][i] = 1.0 + 10.0 * k + i;
+      for (int i = 0; i < n; ++i) data[k][i] = 1.0 + 10.0 * k + i;
     }
   }
   std::unique_ptr<Vector[]> data;
 };
 
-/// Matrices with equal magnitudes, zeros, ties, NaN and singular ones among the plain.
+// Matrices with equal magnitudes, zeros, ties, NaN and singular ones among the plain.
 FullMatrix trial(int n, int seed) {
   Engine engine(static_cast<unsigned>(100 * n + seed));
   FullMatrix a(n, n);
   fill(engine, a);
-  for (int i = 0; i < n; i++) {
-    for (int j = 0; j < n; j++) {
+  for (int i = 0; i < n; ++i) {
+    for (int j = 0; j < n; ++j) {
       if (seed % 4 == 1) a.e(i, j) = std::copysign(std::floor(std::fabs(a.e(i, j)) * 2), a.e(i, j));
       if (seed % 4 == 2 && j == n - 1) a.e(i, j) = a.e(i, 0);
     }
@@ -115,11 +115,11 @@ FullMatrix trial(int n, int seed) {
 
 TEST(GaussJordan, HasTheBitsAndTheReportsOfThePlainElimination) {
   for (int n : {1, 2, 3, 4, 7, 8, 9, 20}) {
-    for (int seed = 0; seed < 12; seed++) {
+    for (int seed = 0; seed < 12; ++seed) {
       const FullMatrix a = trial(n, seed);
       Reference expected(a);
       Vectors vectors(n);
-      for (int i = 0; i < n; i++) expected.b.push_back(vectors.data[0][i]);
+      for (int i = 0; i < n; ++i) expected.b.push_back(vectors.data[0][i]);
       expected.run();
       CapturedOutput output;
       FullMatrix result(a);
@@ -133,7 +133,7 @@ TEST(GaussJordan, HasTheBitsAndTheReportsOfThePlainElimination) {
       EXPECT_EQ(first, expected.first);
       EXPECT_EQ(second, expected.second);
       EXPECT_EQ(static_cast<int>(output.errCalls().size()), first + second);
-      for (int i = 0; i < n; i++) {
+      for (int i = 0; i < n; ++i) {
         const double got = vectors.data[0][i];
         const double wanted = expected.b[static_cast<std::size_t>(i)];
         EXPECT_TRUE((std::isnan(got) && std::isnan(wanted)) || sameBits(got, wanted))
@@ -169,7 +169,7 @@ TEST(GaussJordan, SolvesASystemOfOne) {
 TEST(GaussJordan, InvertsTheLeadingSquareOfARectangle) {
   for (auto [rows, columns] : {std::pair{2, 4}, std::pair{4, 2}}) {
     FullMatrix a(rows, columns);
-    for (int k = 0; k < 8; k++) a.data[k] = 9.0;
+    for (int k = 0; k < 8; ++k) a.data[k] = 9.0;
     a.e(0, 0) = 2, a.e(0, 1) = 0, a.e(1, 0) = 0, a.e(1, 1) = 4;
     Vectors vectors(2);
     gaussj(a, nullptr, vectors.data.get());
@@ -199,7 +199,7 @@ TEST(GaussJordan, GrowsBeyondAHundredAndShortVectorsArePassedOver) {
 TEST(GaussJordanKernel, FixedSizeHasTheBitsOfTheVariableOne) {
   struct Silent : limber::detail::GaussJordanWatcher {
   } watcher;
-  for (int seed = 0; seed < 200; seed++) {
+  for (int seed = 0; seed < 200; ++seed) {
     FullMatrix a = trial(4, seed);
     FullMatrix fixed(a);
     limber::detail::FixedGaussJordanScratch<4> scratch;
@@ -211,7 +211,7 @@ TEST(GaussJordanKernel, FixedSizeHasTheBitsOfTheVariableOne) {
 
 TEST(Invert, HasTheBitsOfThePlainElimination) {
   for (int n : {1, 2, 5, 8, 33}) {
-    for (int seed = 0; seed < 12; seed++) {
+    for (int seed = 0; seed < 12; ++seed) {
       FullMatrix a = trial(n, seed);
       Reference expected(a);
       expected.run();

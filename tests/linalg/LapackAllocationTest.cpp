@@ -44,7 +44,7 @@ TEST(LapackAllocation, NothingIsAllocatedBelowTheFixedLimits) {
   FullMatrix a(150, 150), band(300, 5), c(150, 150), u(150, 150), s(1, 150), vt(150, 150);
   Vector b(300), tau(150);
   long pivots[150];
-  for (int j = 0; j < 300; j++) band.e(j, 4) = 4.0;
+  for (int j = 0; j < 300; ++j) band.e(j, 4) = 4.0;
   CapturedOutput output;
   const long before = allocations::count();
   scaledIdentity(a, 2.0);
@@ -79,7 +79,7 @@ TEST(LapackAllocation, FailedPivotsReturnTheirArgument) {
 
 TEST(LapackAllocation, FailedTranspositionsLeaveWholeOrEmptyMatrices) {
   CapturedOutput restored;
-  for (int k = 0; k < 4; k++) {
+  for (int k = 0; k < 4; ++k) {
     FullMatrix a(3, 2);
     a.identity();
     Vector tau(2);
@@ -96,7 +96,7 @@ TEST(LapackAllocation, FailedTranspositionsLeaveWholeOrEmptyMatrices) {
   scaledIdentity(lu, 2.0);
   long pivots[3];
   luFactor(&lu, pivots);
-  for (int k = 0; k < 2; k++) {
+  for (int k = 0; k < 2; ++k) {
     FullMatrix b(3, 2);
     CapturedOutput output;
     {

@@ -25,8 +25,8 @@ struct Problem {
 }  // namespace
 
 TEST(Lu, SolvesEverySizeAndConditionToItsScaledResidual) {
-  for (int n = 1; n <= 60; n++) {
-    for (int trial = 0; trial < 6; trial++) {
+  for (int n = 1; n <= 60; ++n) {
+    for (int trial = 0; trial < 6; ++trial) {
       Problem p(n, trial);
       FullMatrix lu(p.a);
       Vector x(p.b);
@@ -90,13 +90,13 @@ TEST(Lu, LeavesRowsOfALongerMatrixAlone) {
   ASSERT_EQ(luFactor(&lu, p.pivots.data()), 0);
   ASSERT_EQ(luSolve(&lu, p.pivots.data(), &x), 0);
   FullMatrix top(3, 2), topB(3, 2);
-  for (int i = 0; i < 3; i++) {
-    for (int j = 0; j < 2; j++) top.e(i, j) = x.e(i, j), topB.e(i, j) = b.e(i, j);
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 2; ++j) top.e(i, j) = x.e(i, j), topB.e(i, j) = b.e(i, j);
   }
   EXPECT_TRUE(
       small(distance(product(p.a, top), topB) / (norm(p.a) * norm(top) + norm(topB)), residualBound(3)));
-  for (int i = 3; i < 5; i++) {
-    for (int j = 0; j < 2; j++) EXPECT_EQ(x.e(i, j), b.e(i, j));
+  for (int i = 3; i < 5; ++i) {
+    for (int j = 0; j < 2; ++j) EXPECT_EQ(x.e(i, j), b.e(i, j));
   }
 }
 
@@ -136,15 +136,15 @@ TEST(Lu, WideAndTallMatricesFactorWithTheSmallerNumberOfPivots) {
     EXPECT_EQ(pivots[2], -77);
     // P L U of the transpose, put together again.
     FullMatrix l(columns, 2), u(2, rows);
-    for (int i = 0; i < columns; i++) {
-      for (int k = 0; k < 2; k++) l.e(i, k) = i == k ? 1.0 : i > k ? lu.e(k, i) : 0.0;
+    for (int i = 0; i < columns; ++i) {
+      for (int k = 0; k < 2; ++k) l.e(i, k) = i == k ? 1.0 : i > k ? lu.e(k, i) : 0.0;
     }
-    for (int k = 0; k < 2; k++) {
-      for (int j = k; j < rows; j++) u.e(k, j) = lu.e(j, k);
+    for (int k = 0; k < 2; ++k) {
+      for (int j = k; j < rows; ++j) u.e(k, j) = lu.e(j, k);
     }
     FullMatrix p = product(l, u);
-    for (int k = 1; k >= 0; k--) {
-      for (int j = 0; j < rows; j++) std::swap(p.e(k, j), p.e(static_cast<int>(pivots[k]) - 1, j));
+    for (int k = 1; k >= 0; --k) {
+      for (int j = 0; j < rows; ++j) std::swap(p.e(k, j), p.e(static_cast<int>(pivots[k]) - 1, j));
     }
     EXPECT_TRUE(small(distance(p, transposed(a)), 1e-14));
   }
@@ -152,7 +152,7 @@ TEST(Lu, WideAndTallMatricesFactorWithTheSmallerNumberOfPivots) {
 
 TEST(Lu, InversionOfARectangleStaysInsideItsStorage) {
   FullMatrix a(2, 3);
-  for (int k = 0; k < 6; k++) a.data[k] = k + 1.0;
+  for (int k = 0; k < 6; ++k) a.data[k] = k + 1.0;
   long pivots[2] = {1, 2};
   EXPECT_EQ(luInvert(&a, pivots), 0);
   // The order and the leading dimension are both 2: the factors were [1 3; 2 4] by columns, the rest stays.

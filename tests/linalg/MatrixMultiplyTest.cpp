@@ -77,7 +77,7 @@ TEST(MatrixMultiply, ResultMayBePartOfAnOperandsStorage) {
   FullMatrix a(3, 3), b(3, 2), view(3, 2);
   fill(engine, b);
   double* const own = view.data;
-  for (int from = 1; from <= 3; from++) {
+  for (int from = 1; from <= 3; ++from) {
     fill(engine, a);
     const FullMatrix expected = product(a, b);
     view.data = a.data + from;
@@ -102,15 +102,15 @@ TEST(MatrixMultiply, ReportsTheThreeSizesInOrderAndMultipliesTheCommonParts) {
   FullMatrix a(3, 4), b(2, 5), c(2, 6);
   fill(engine, a);
   fill(engine, b);
-  for (int k = 0; k < 12; k++) c.data[k] = 9.0;
+  for (int k = 0; k < 12; ++k) c.data[k] = 9.0;
   CapturedOutput output;
   matrixMultiply(&a, &b, &c);
   ASSERT_EQ(output.errCalls().size(), 3u);
   EXPECT_EQ(output.errCalls()[0].find(report("ACols != BRows for lapack mult")), 0u);
   EXPECT_EQ(output.errCalls()[1].find(report("ARows != CRows for lapack mult")), 0u);
   EXPECT_EQ(output.errCalls()[2].find(report("BCols != CCols for lapack mult")), 0u);
-  for (int i = 0; i < 2; i++) {
-    for (int j = 0; j < 5; j++) {
+  for (int i = 0; i < 2; ++i) {
+    for (int j = 0; j < 5; ++j) {
       EXPECT_TRUE(tolerance::close(c.e(i, j), a.e(i, 0) * b.e(0, j) + a.e(i, 1) * b.e(1, j), 1e-14));
     }
     EXPECT_EQ(c.e(i, 5), 9.0) << "beyond the common part";
@@ -127,9 +127,9 @@ TEST(MatrixMultiply, ReportsOnlyWhatDiffers) {
 
 TEST(MatrixMultiply, EmptySumsAreZeroAndEmptyShapesNothing) {
   FullMatrix a(2, 0), b(0, 3), c(2, 3), none(0, 0);
-  for (int k = 0; k < 6; k++) c.data[k] = std::nan("");
+  for (int k = 0; k < 6; ++k) c.data[k] = std::nan("");
   matrixMultiply(&a, &b, &c);
-  for (int k = 0; k < 6; k++) EXPECT_EQ(c.data[k], 0.0);
+  for (int k = 0; k < 6; ++k) EXPECT_EQ(c.data[k], 0.0);
   matrixMultiply(&none, &none, &none);
   CapturedOutput output;
   matrixMultiply(&none, &b, &none);

@@ -19,16 +19,16 @@ namespace {
 
 FullMatrix upperTriangle(const FullMatrix& a) {
   FullMatrix r(std::min(a.rows(), a.columns()), a.columns());
-  for (int i = 0; i < r.rows(); i++) {
-    for (int j = i; j < r.columns(); j++) r.e(i, j) = a.e(i, j);
+  for (int i = 0; i < r.rows(); ++i) {
+    for (int j = i; j < r.columns(); ++j) r.e(i, j) = a.e(i, j);
   }
   return r;
 }
 
 FullMatrix leadingColumns(const FullMatrix& a, int count) {
   FullMatrix m(a.rows(), count);
-  for (int i = 0; i < a.rows(); i++) {
-    for (int j = 0; j < count; j++) m.e(i, j) = a.e(i, j);
+  for (int i = 0; i < a.rows(); ++i) {
+    for (int j = 0; j < count; ++j) m.e(i, j) = a.e(i, j);
   }
   return m;
 }
@@ -45,7 +45,7 @@ const Shape shapes[] = {{1, 1},  {2, 2},   {5, 5}, {60, 60}, {7, 3},
 TEST(Qr, FactorsMultiplyBackAndQIsOrthogonal) {
   CapturedOutput output;
   for (const Shape& shape : shapes) {
-    for (int trial = 0; trial < 6; trial++) {
+    for (int trial = 0; trial < 6; ++trial) {
       Engine engine(static_cast<unsigned>(100 * shape.rows + trial));
       FullMatrix a(shape.rows, shape.columns);
       fillConditioned(engine, a, conditionOf(trial));
@@ -74,7 +74,7 @@ TEST(Qr, AppliesTheTransposedFactorToVectorsAndColumns) {
     fill(engine, b);
     FullMatrix qr(a), qtb(b);
     Vector tau, column(shape.rows);
-    for (int i = 0; i < shape.rows; i++) column[i] = b.e(i, 2);
+    for (int i = 0; i < shape.rows; ++i) column[i] = b.e(i, 2);
     ASSERT_EQ(qrFactor(&qr, &tau), 0);
     const FullMatrix factored(qr);
     ASSERT_EQ(qtransTimes(&qr, &tau, &qtb), 0);
@@ -82,12 +82,12 @@ TEST(Qr, AppliesTheTransposedFactorToVectorsAndColumns) {
     EXPECT_TRUE(sameBits(qr.data, factored.data, shape.rows * shape.columns)) << "QR stays as it is";
     const double bound = residualBound(shape.rows) * norm(b);
     EXPECT_TRUE(small(std::fabs(norm(qtb) - norm(b)), bound));
-    for (int i = 0; i < shape.rows; i++) EXPECT_TRUE(tolerance::close(column[i], qtb.e(i, 2), bound));
+    for (int i = 0; i < shape.rows; ++i) EXPECT_TRUE(tolerance::close(column[i], qtb.e(i, 2), bound));
     // Q^T A = R: the transposed factor, not the factor.
     FullMatrix qta(a);
     ASSERT_EQ(qtransTimes(&qr, &tau, &qta), 0);
-    for (int i = 0; i < shape.rows; i++) {
-      for (int j = 0; j < shape.columns; j++) {
+    for (int i = 0; i < shape.rows; ++i) {
+      for (int j = 0; j < shape.columns; ++j) {
         const double r = i <= j && i < std::min(shape.rows, shape.columns) ? qr.e(i, j) : 0.0;
         EXPECT_TRUE(tolerance::close(qta.e(i, j), r, residualBound(shape.rows) * norm(a)));
       }
@@ -97,8 +97,8 @@ TEST(Qr, AppliesTheTransposedFactorToVectorsAndColumns) {
 
 TEST(Qr, PipelineSolvesSquareSystemsToTheirScaledResidual) {
   CapturedOutput output;
-  for (int n = 1; n <= 60; n++) {
-    for (int trial = 0; trial < 6; trial++) {
+  for (int n = 1; n <= 60; ++n) {
+    for (int trial = 0; trial < 6; ++trial) {
       Engine engine(static_cast<unsigned>(1000 * n + trial));
       FullMatrix a(n, n);
       fillConditioned(engine, a, conditionOf(trial));
@@ -129,12 +129,12 @@ TEST(Qr, PipelineGivesTheLeastSquaresSolution) {
     solveUTri(&qr, &x);
     // The residual is orthogonal to every column.
     Vector residual(b), normal(shape.columns);
-    for (int i = 0; i < shape.rows; i++) {
-      for (int j = 0; j < shape.columns; j++) residual[i] -= a.e(i, j) * x[j];
+    for (int i = 0; i < shape.rows; ++i) {
+      for (int j = 0; j < shape.columns; ++j) residual[i] -= a.e(i, j) * x[j];
     }
-    for (int j = 0; j < shape.columns; j++) {
+    for (int j = 0; j < shape.columns; ++j) {
       normal[j] = 0.0;
-      for (int i = 0; i < shape.rows; i++) normal[j] += a.e(i, j) * residual[i];
+      for (int i = 0; i < shape.rows; ++i) normal[j] += a.e(i, j) * residual[i];
     }
     EXPECT_TRUE(small(normal.mag(), residualBound(shape.rows) * norm(a) * (norm(a) * x.mag() + b.mag())));
   }
@@ -162,8 +162,8 @@ TEST(Qr, WideMatricesKeepTheColumnsBehindQ) {
   qrFactor(&a, &tau);
   const FullMatrix factored(a);
   qObtain(&a, &tau);
-  for (int i = 0; i < 2; i++) {
-    for (int j = 2; j < 4; j++) EXPECT_EQ(a.e(i, j), factored.e(i, j));
+  for (int i = 0; i < 2; ++i) {
+    for (int j = 2; j < 4; ++j) EXPECT_EQ(a.e(i, j), factored.e(i, j));
   }
 }
 
@@ -223,15 +223,15 @@ TEST(SolveUTri, SolvesEveryColumnForTheLeadingTriangleOfTheOrder) {
     FullMatrix r(n, n), b(n, 5);
     fill(engine, r);
     fill(engine, b);
-    for (int i = 0; i < n; i++) r.e(i, i) = 5.0 + i;
+    for (int i = 0; i < n; ++i) r.e(i, i) = 5.0 + i;
     for (int order : {-1, 0, 1, n, n + 3}) {
       const int used = order <= 0 || order > n ? n : order;
       FullMatrix x(b);
       solveUTri(&r, &x, order);
-      for (int i = 0; i < n; i++) {
-        for (int j = 0; j < 5; j++) {
+      for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < 5; ++j) {
           double sum = 0.0;
-          for (int k = i; k < used; k++) sum += r.e(i, k) * x.e(k, j);
+          for (int k = i; k < used; ++k) sum += r.e(i, k) * x.e(k, j);
           if (i >= used) {
             EXPECT_EQ(x.e(i, j), b.e(i, j)) << "rows beyond the order stay";
           } else {

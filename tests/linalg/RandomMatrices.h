@@ -16,12 +16,12 @@ using Engine = std::mt19937_64;
 inline double normal(Engine& engine) { return std::normal_distribution<double>()(engine); }
 
 inline void fill(Engine& engine, Vector& v) {
-  for (int i = 0; i < v.size(); i++) v[i] = normal(engine);
+  for (int i = 0; i < v.size(); ++i) v[i] = normal(engine);
 }
 
 inline void fill(Engine& engine, FullMatrix& m) {
-  for (int i = 0; i < m.rows(); i++) {
-    for (int j = 0; j < m.columns(); j++) m.e(i, j) = normal(engine);
+  for (int i = 0; i < m.rows(); ++i) {
+    for (int j = 0; j < m.columns(); ++j) m.e(i, j) = normal(engine);
   }
 }
 
@@ -32,10 +32,10 @@ inline void reflect(Engine& engine, FullMatrix& m, bool left) {
   Vector v(n);
   fill(engine, v);
   const double scale = 2.0 / v.magSq();
-  for (int k = 0; k < others; k++) {
+  for (int k = 0; k < others; ++k) {
     double sum = 0.0;
-    for (int i = 0; i < n; i++) sum += v[i] * (left ? m.e(i, k) : m.e(k, i));
-    for (int i = 0; i < n; i++) (left ? m.e(i, k) : m.e(k, i)) -= scale * sum * v[i];
+    for (int i = 0; i < n; ++i) sum += v[i] * (left ? m.e(i, k) : m.e(k, i));
+    for (int i = 0; i < n; ++i) (left ? m.e(i, k) : m.e(k, i)) -= scale * sum * v[i];
   }
 }
 
@@ -44,8 +44,8 @@ inline void reflect(Engine& engine, FullMatrix& m, bool left) {
 inline void fillConditioned(Engine& engine, FullMatrix& m, double condition) {
   m.zero();
   const int n = std::min(m.rows(), m.columns());
-  for (int i = 0; i < n; i++) m.e(i, i) = n > 1 ? std::pow(condition, -double(i) / (n - 1)) : 1.0;
-  for (int k = 0; k < 4; k++) {
+  for (int i = 0; i < n; ++i) m.e(i, i) = n > 1 ? std::pow(condition, -double(i) / (n - 1)) : 1.0;
+  for (int k = 0; k < 4; ++k) {
     reflect(engine, m, true);
     reflect(engine, m, false);
   }
@@ -57,8 +57,8 @@ inline double conditionOf(int trial) { return std::pow(10.0, 2 * (trial % 6)); }
 /// The Frobenius norm.
 inline double norm(const FullMatrix& m) {
   double sum = 0.0;
-  for (int i = 0; i < m.rows(); i++) {
-    for (int j = 0; j < m.columns(); j++) sum += m.e(i, j) * m.e(i, j);
+  for (int i = 0; i < m.rows(); ++i) {
+    for (int j = 0; j < m.columns(); ++j) sum += m.e(i, j) * m.e(i, j);
   }
   return std::sqrt(sum);
 }
@@ -66,9 +66,9 @@ inline double norm(const FullMatrix& m) {
 /// The plain triple loop, a reference that shares nothing with the library.
 inline FullMatrix product(const FullMatrix& a, const FullMatrix& b) {
   FullMatrix c(a.rows(), b.columns());
-  for (int i = 0; i < a.rows(); i++) {
-    for (int k = 0; k < a.columns(); k++) {
-      for (int j = 0; j < b.columns(); j++) c.e(i, j) += a.e(i, k) * b.e(k, j);
+  for (int i = 0; i < a.rows(); ++i) {
+    for (int k = 0; k < a.columns(); ++k) {
+      for (int j = 0; j < b.columns(); ++j) c.e(i, j) += a.e(i, k) * b.e(k, j);
     }
   }
   return c;
@@ -76,15 +76,15 @@ inline FullMatrix product(const FullMatrix& a, const FullMatrix& b) {
 
 inline FullMatrix transposed(const FullMatrix& a) {
   FullMatrix t(a.columns(), a.rows());
-  for (int i = 0; i < a.rows(); i++) {
-    for (int j = 0; j < a.columns(); j++) t.e(j, i) = a.e(i, j);
+  for (int i = 0; i < a.rows(); ++i) {
+    for (int j = 0; j < a.columns(); ++j) t.e(j, i) = a.e(i, j);
   }
   return t;
 }
 
 inline FullMatrix identity(int n) {
   FullMatrix m(n, n);
-  for (int i = 0; i < n; i++) m.e(i, i) = 1.0;
+  for (int i = 0; i < n; ++i) m.e(i, i) = 1.0;
   return m;
 }
 
@@ -92,8 +92,8 @@ inline FullMatrix identity(int n) {
 inline double distance(const FullMatrix& a, const FullMatrix& b) {
   if (a.rows() != b.rows() || a.columns() != b.columns()) return std::nan("");
   double sum = 0.0;
-  for (int i = 0; i < a.rows(); i++) {
-    for (int j = 0; j < a.columns(); j++) sum += (a.e(i, j) - b.e(i, j)) * (a.e(i, j) - b.e(i, j));
+  for (int i = 0; i < a.rows(); ++i) {
+    for (int j = 0; j < a.columns(); ++j) sum += (a.e(i, j) - b.e(i, j)) * (a.e(i, j) - b.e(i, j));
   }
   return std::sqrt(sum);
 }
@@ -103,13 +103,13 @@ inline double scaledResidual(const FullMatrix& a, const Vector& x, const Vector&
   double residual = 0.0;
   double xx = 0.0;
   double bb = 0.0;
-  for (int i = 0; i < a.rows(); i++) {
+  for (int i = 0; i < a.rows(); ++i) {
     double sum = -b[i];
-    for (int j = 0; j < a.columns(); j++) sum += a.e(i, j) * x[j];
+    for (int j = 0; j < a.columns(); ++j) sum += a.e(i, j) * x[j];
     residual += sum * sum;
     bb += b[i] * b[i];
   }
-  for (int j = 0; j < a.columns(); j++) xx += x[j] * x[j];
+  for (int j = 0; j < a.columns(); ++j) xx += x[j] * x[j];
   const double scale = norm(a) * std::sqrt(xx) + std::sqrt(bb);
   return scale > 0.0 ? std::sqrt(residual) / scale : std::sqrt(residual);
 }

@@ -29,7 +29,7 @@ namespace {
   return ::testing::AssertionSuccess();
 }
 
-/// Zeros, values around the limit of tiny ones, and others.
+// Zeros, values around the limit of tiny ones, and others.
 Vector operand(std::mt19937_64& random, int n) {
   const double odd[] = {0.0, -0.0, 1e-12, -1e-12, 1.1e-12, -5e-13};
   Vector v = randomVector(random, n);
@@ -40,7 +40,7 @@ Vector operand(std::mt19937_64& random, int n) {
   return v;
 }
 
-/// Both products of one matrix, with operands of full size, too short ones, and results that held something.
+// Both products of one matrix, with operands of full size, too short ones, and results that held something.
 void expectSameProducts(const SpMat& expected, const SpMat& found, std::mt19937_64& random) {
   const int h = expected.height(), w = expected.width();
   ASSERT_EQ(found.height(), h);
@@ -196,7 +196,7 @@ TEST(SlicedMatrix, TakesTheElementsOfAnyMatrix) {
   EXPECT_EQ(sliced.acc(6, 7), 1e-20);
 }
 
-/// Each place of a structured matrix, which answers to its own class only.
+// Each place of a structured matrix, which answers to its own class only.
 template <class Matrix>
 void expectElementsOf(Matrix& m) {
   CapturedOutput output;

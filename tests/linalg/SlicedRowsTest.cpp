@@ -20,7 +20,7 @@ namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-/// A matrix whose rows have up to `longest` entries, some of them none at all and some slots no row.
+// A matrix whose rows have up to `longest` entries, some of them none at all and some slots no row.
 struct Case {
   Case(unsigned seed, int height, int width, int longest) : engine(seed), matrix(height) {
     std::normal_distribution<double> normal;
@@ -67,7 +67,7 @@ struct Case {
   return ::testing::AssertionSuccess();
 }
 
-/// All three products against those of the rows themselves.
+// All three products against those of the rows themselves.
 void expectSameProducts(SlicedRows& sliced, Case& c, const Vector& x, const Vector& z) {
   const int height = c.matrix.height(), width = c.matrix.width();
   ASSERT_TRUE(sliced.copy(c.matrix.rows, height, width));

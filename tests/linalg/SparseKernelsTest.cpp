@@ -12,7 +12,7 @@
 
 namespace {
 
-/// out = sa a + sb b entry by entry, one insertion at a time, in the order and with the limits of ssum.
+// out = sa a + sb b entry by entry, one insertion at a time, in the order and with the limits of ssum.
 void plainSum(const SpVec& a, double sa, const SpVec& b, double sb, SpVec& out) {
   out.zero();
   int ka = 0, kb = 0;

@@ -14,12 +14,12 @@ using tolerance::small;
 
 namespace {
 
-/// U diag(S) Vt, of the leading parts.
+// U diag(S) Vt, of the leading parts.
 FullMatrix composed(const FullMatrix& u, const FullMatrix& s, const FullMatrix& vt, int m, int n) {
   FullMatrix a(m, n);
-  for (int i = 0; i < m; i++) {
-    for (int k = 0; k < std::min(m, n); k++) {
-      for (int j = 0; j < n; j++) a.e(i, j) += u.e(i, k) * s.e(0, k) * vt.e(k, j);
+  for (int i = 0; i < m; ++i) {
+    for (int k = 0; k < std::min(m, n); ++k) {
+      for (int j = 0; j < n; ++j) a.e(i, j) += u.e(i, k) * s.e(0, k) * vt.e(k, j);
     }
   }
   return a;
@@ -36,7 +36,7 @@ TEST(Svd, ComposesBackWithOrthogonalFactorsInEveryShape) {
       Engine engine(static_cast<unsigned>(100 * m + n));
       FullMatrix a(m, n), u(m, m), s(1, n), vt(n, n);
       fillConditioned(engine, a, conditionOf(trial));
-      for (int j = 0; j < n; j++) s.e(0, j) = 77.0;
+      for (int j = 0; j < n; ++j) s.e(0, j) = 77.0;
       FullMatrix destroyed(a);
       CapturedOutput output;
       ASSERT_EQ(svdDecomp(&destroyed, &u, &s, &vt), 0);
@@ -45,7 +45,7 @@ TEST(Svd, ComposesBackWithOrthogonalFactorsInEveryShape) {
       EXPECT_TRUE(small(distance(composed(u, s, vt, m, n), a), bound * norm(a))) << m << " x " << n;
       EXPECT_TRUE(small(distance(product(transposed(u), u), identity(m)), bound * m));
       EXPECT_TRUE(small(distance(product(vt, transposed(vt)), identity(n)), bound * n));
-      for (int j = 0; j < n; j++) {
+      for (int j = 0; j < n; ++j) {
         EXPECT_LE(s.e(0, j), s.e(0, std::max(j - 1, 0)));
         EXPECT_TRUE(j < m || s.e(0, j) == 0.0) << "beyond the number of rows";
       }
@@ -81,7 +81,7 @@ TEST(Svd, ReportsEachShapeInItsOrderAndFillsTheLeadingParts) {
       "Scolumns != Acolumns for lapack svdDecomp",  "SRows != 1 for lapack svdDecomp",
       "Vtcolumns != Acolumns for lapack svdDecomp", "Vtrows != Acolumns for lapack svdDecomp"};
   ASSERT_EQ(output.errCalls().size(), 6u);
-  for (std::size_t k = 0; k < 6; k++) EXPECT_EQ(output.errCalls()[k].find(report(expected[k])), 0u) << k;
+  for (std::size_t k = 0; k < 6; ++k) EXPECT_EQ(output.errCalls()[k].find(report(expected[k])), 0u) << k;
   EXPECT_TRUE(small(distance(composed(u, s, vt, 3, 2), original), 1e-14));
   EXPECT_EQ(u.e(4, 3), 55.0);
   EXPECT_EQ(vt.e(2, 3), 55.0);

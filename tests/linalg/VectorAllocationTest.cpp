@@ -14,8 +14,8 @@
 
 namespace {
 
-/// Runs `work` with its k-th allocation failing, for k = 0, 1, ... until none fails; `work` takes what it
-/// changes from scratch. Returns how many failed.
+// Runs `work` with its k-th allocation failing, for k = 0, 1, ... until none fails; `work` takes what it
+// changes from scratch. Returns how many failed.
 template <class Work>
 int failEach(Work work, bool andAllAfter = false) {
   for (int k = 0;; ++k) {
@@ -44,7 +44,7 @@ void expectEmpty(const Vector& v) {
   EXPECT_EQ(v.data, v.localData);
 }
 
-/// A row may be full or cut short, but what it says it holds must be there.
+// A row may be full or cut short, but what it says it holds must be there.
 void expectValid(const SpVec& row) {
   EXPECT_GE(row.numEntries, 0);
   EXPECT_LE(row.numEntries, row.values.maxSize());

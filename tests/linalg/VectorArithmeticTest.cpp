@@ -14,7 +14,7 @@ namespace {
 const double notANumber = std::numeric_limits<double>::quiet_NaN();
 const double inf = std::numeric_limits<double>::infinity();
 
-/// Each operation of a five-vector with a three-vector, by reference and by pointer, and the other way round.
+// Each operation of a five-vector with a three-vector, by reference and by pointer, and the other way round.
 struct Pair {
   Vector five = vectorOf({10, 20, 30, 40, 50});
   Vector three = vectorOf({1, 2, 4});

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// What printVectorResizeStats shows, which counts since the program began.
+// What printVectorResizeStats shows, which counts since the program began.
 struct Statistics {
   int total = -1;
   std::map<std::pair<int, int>, int> repeats;

@@ -52,7 +52,7 @@ double good() {
 TYPED_TEST(OdeAllocation, EachMissingVectorIsReportedOnce) {
   Decay decay;
   const double expected = good<TypeParam>();
-  for (long k = 0; k <= Facts<TypeParam>::vectors; k++) {
+  for (long k = 0; k <= Facts<TypeParam>::vectors; ++k) {
     CapturedOutput captured;
     allocations::FailAt* trap = new allocations::FailAt(k);
     TypeParam solver(&decay, 2);
@@ -82,7 +82,7 @@ TYPED_TEST(OdeAllocation, StepWithoutWorkLeavesTheState) {
 TYPED_TEST(OdeAllocation, EveryFailureLeavesAValidSolver) {
   Decay decay;
   const double expected = good<TypeParam>();
-  for (long k = 0;; k++) {
+  for (long k = 0;; ++k) {
     CapturedOutput captured;
     Vector x(500);
     x = 1.0;
@@ -94,7 +94,7 @@ TYPED_TEST(OdeAllocation, EveryFailureLeavesAValidSolver) {
       assigned = solver;
       assigned.step(&x, 0.0, 0.1);
       happened = trap.happened();
-      for (int i = 0; i < 500; i++) ASSERT_EQ(x[i], x[0]);
+      for (int i = 0; i < 500; ++i) ASSERT_EQ(x[i], x[0]);
       EXPECT_TRUE(x[0] == expected || (happened && x[0] == 1.0)) << k;
       EXPECT_EQ(stepped(copy), expected);
       EXPECT_EQ(stepped(solver), expected);
@@ -120,7 +120,7 @@ TYPED_TEST(OdeAllocation, StepsDoNotAllocate) {
   Vector x(100);
   x = 1.0;
   const long before = allocations::count();
-  for (int i = 0; i < 10; i++) solver.step(&x, 0.1 * i, 0.1);
+  for (int i = 0; i < 10; ++i) solver.step(&x, 0.1 * i, 0.1);
   EXPECT_EQ(allocations::count(), before);
 }
 

@@ -11,10 +11,10 @@ namespace {
 
 void integrate(OdeSolver& solver, Vector* x, double from, double to, int steps) {
   const double dt = (to - from) / steps;
-  for (int i = 0; i < steps; i++) solver.step(x, from + i * dt, dt);
+  for (int i = 0; i < steps; ++i) solver.step(x, from + i * dt, dt);
 }
 
-/// The distance between what `solver` reaches in so many steps and `exact`.
+// The distance between what `solver` reaches in so many steps and `exact`.
 double error(OdeSolver& solver, const Vector& start, double to, int steps, const Vector& exact) {
   Vector x(start);
   integrate(solver, &x, 0.0, to, steps);
@@ -22,8 +22,8 @@ double error(OdeSolver& solver, const Vector& start, double to, int steps, const
   return x.mag();
 }
 
-/// e(h) = C h^p (1 + O(h)): the observed order log2 e(h) / e(h/2) differs from p by O(h). The steps are small
-/// enough for 0.1 and large enough for the error to stay far above rounding.
+// e(h) = C h^p (1 + O(h)): the observed order log2 e(h) / e(h/2) differs from p by O(h). The steps are small
+// enough for 0.1 and large enough for the error to stay far above rounding.
 void expectOrder(OdeSolver& solver, int order, const Vector& start, double to, int steps,
                  const Vector& exact) {
   const double coarse = error(solver, start, to, steps, exact);
@@ -55,7 +55,7 @@ TEST(Order, OfOscillators) {
   const int pairs = 5;
   Vector start(2 * pairs), exact(2 * pairs);
   const double to = 3.0;
-  for (int i = 0; i < pairs; i++) {
+  for (int i = 0; i < pairs; ++i) {
     start[2 * i] = i + 1.0;
     start[2 * i + 1] = 0.5 * i - 1.0;
     exact[2 * i] = start[2 * i] * std::cos(to) + start[2 * i + 1] * std::sin(to);

@@ -104,7 +104,7 @@ TEST(RK4Solver, AsksAtTheClassicalFourPlaces) {
   const double times[] = {5.0, 5.25, 5.25, 5.5};
   Vector* const slopes[] = {solver.k1, solver.k2, solver.k3, solver.k4};
   const double scaled[] = {k1, k2, k3, k4};
-  for (int i = 0; i < 4; i++) {
+  for (int i = 0; i < 4; ++i) {
     const Recorder::Call& call = recorder.calls[static_cast<std::size_t>(i)];
     EXPECT_EQ(call.x, i == 0 ? &x : solver.stage);
     EXPECT_EQ(call.value, states[i]);
@@ -117,7 +117,7 @@ TEST(RK4Solver, AsksAtTheClassicalFourPlaces) {
 // A step over x' = t^p is a quadrature rule: left rectangles, midpoints, Simpson's.
 TEST(Solvers, StepsOverPowersOfTimeAreQuadratures) {
   const double exact[] = {1.0, 1.5, 7.0 / 3.0, 15.0 / 4.0};
-  for (int power = 0; power < 4; power++) {
+  for (int power = 0; power < 4; ++power) {
     Power right(power);
     EulerSolver euler(&right);
     RK2Solver rk2(&right);
@@ -138,7 +138,7 @@ TEST(RK2Solver, BitsAreThoseOfTheVectorOperations) {
   std::uniform_real_distribution<double> uniform(-2, 2);
   Coupled right;
   RK2Solver solver(&right);
-  for (int trial = 0; trial < 500; trial++) {
+  for (int trial = 0; trial < 500; ++trial) {
     Vector x(2), expected(2), k1(2), k2(2);
     x[0] = uniform(random);
     x[1] = uniform(random);
@@ -167,14 +167,14 @@ TEST(RK4Solver, BitsAreThoseOfTheVectorOperations) {
                              : size % 2 == 0 ? static_cast<Integrand*>(&oscillators)
                                              : &decay;
     RK4Solver solver(right);
-    for (int trial = 0; trial < 50; trial++) {
+    for (int trial = 0; trial < 50; ++trial) {
       Vector x(size), expected(size), stage(size),
           k[4] = {Vector(size), Vector(size), Vector(size), Vector(size)};
-      for (int i = 0; i < size; i++) x[i] = uniform(random);
+      for (int i = 0; i < size; ++i) x[i] = uniform(random);
       expected = x;
       const double t = uniform(random), dt = uniform(random);
       const double at[] = {t, t + 0.5 * dt, t + 0.5 * dt, t + dt}, weights[] = {0.0, 0.5, 0.5, 1.0};
-      for (int j = 0; j < 4; j++) {
+      for (int j = 0; j < 4; ++j) {
         stage = x;
         if (j > 0) stage.scaleAdd(weights[j], &k[j - 1]);
         right->fprime(&stage, at[j], &k[j]);

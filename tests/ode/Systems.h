@@ -10,7 +10,7 @@
 class Decay : public Integrand {
  public:
   int fprime(Vector* x, double, Vector* dxdt) override {
-    for (int i = 0; i < x->size(); i++) (*dxdt)[i] = -(*x)[i];
+    for (int i = 0; i < x->size(); ++i) (*dxdt)[i] = -(*x)[i];
     return 1;  // the solvers do not look at it
   }
 };
@@ -64,7 +64,7 @@ class Recorder : public Integrand {
 
   int fprime(Vector* x, double t, Vector* dxdt) override {
     calls.push_back({x, (*x)[0], t, dxdt, dxdt->size()});
-    for (int i = 0; i < x->size(); i++) (*dxdt)[i] = 3 * (*x)[i];
+    for (int i = 0; i < x->size(); ++i) (*dxdt)[i] = 3 * (*x)[i];
     return 0;
   }
 };

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Distance of a field from the start of its object.
+// Distance of a field from the start of its object.
 template <class Object, class Field>
 long at(const Object& object, const Field& field) {
   return static_cast<long>(reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&object));
@@ -36,7 +36,7 @@ TEST(OdeLayout, FieldsStandBehindTheTablePointerInOrder) {
 }
 
 #if defined(__GXX_ABI_VERSION) && !defined(_WIN32)
-/// The function in the first slot of the table that the object begins with.
+// The function in the first slot of the table that the object begins with.
 template <class Function>
 Function firstSlot(const void* object) {
   const void* table;
@@ -90,7 +90,7 @@ class EachSolver : public ::testing::Test {};
 using Solvers = ::testing::Types<EulerSolver, RK2Solver, RK4Solver>;
 TYPED_TEST_SUITE(EachSolver, Solvers);
 
-/// The value that one element of x' = -x has after one step from 1.
+// The value that one element of x' = -x has after one step from 1.
 template <class Solver>
 double decayed() {
   Decay decay;
@@ -112,7 +112,7 @@ TYPED_TEST(EachSolver, WorkFollowsTheSizeOfTheState) {
       x = 1.0;
       EXPECT_EQ(solver.step(&x, 0.0, 0.1), 0);
       ASSERT_EQ(x.size(), size);
-      for (int i = 0; i < size; i++) ASSERT_TRUE(tolerance::sameBits(x[i], expected)) << asked << " " << size;
+      for (int i = 0; i < size; ++i) ASSERT_TRUE(tolerance::sameBits(x[i], expected)) << asked << " " << size;
     }
   }
 }
@@ -139,13 +139,13 @@ TYPED_TEST(EachSolver, StepsWithoutIntegrandOrStateAreIgnored) {
   EXPECT_EQ(captured.err(), "");
 }
 
-/// x' = -x, with a size of its own for the result, whatever that of the state is.
+// x' = -x, with a size of its own for the result, whatever that of the state is.
 class SizeChanger : public Integrand {
  public:
   explicit SizeChanger(int size) : size_(size) {}
   int fprime(Vector* x, double, Vector* dxdt) override {
     dxdt->grow(size_);
-    for (int i = 0; i < size_; i++) (*dxdt)[i] = i < x->size() ? -(*x)[i] : 50.0;
+    for (int i = 0; i < size_; ++i) (*dxdt)[i] = i < x->size() ? -(*x)[i] : 50.0;
     return 0;
   }
 
@@ -162,7 +162,7 @@ TYPED_TEST(EachSolver, IntegrandThatChangesSizesMovesTheCommonPart) {
     x = 1.0;
     solver.step(&x, 0.0, 0.1);
     ASSERT_EQ(x.size(), 7);
-    for (int i = 0; i < 7; i++) {
+    for (int i = 0; i < 7; ++i) {
       EXPECT_TRUE(tolerance::sameBits(x[i], i < size ? decayed<TypeParam>() : 1.0)) << size << " " << i;
     }
   }

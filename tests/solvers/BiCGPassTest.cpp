@@ -16,7 +16,7 @@ namespace {
 
 using Elements = std::vector<double>;
 
-/// A 2 x 2 matrix that answers each product with the next line of its script; the last line stays.
+// A 2 x 2 matrix that answers each product with the next line of its script; the last line stays.
 class ScriptedMatrix : public SpMat {
  public:
   ScriptedMatrix(std::vector<Elements> products, std::vector<Elements> transposed)
@@ -34,7 +34,7 @@ class ScriptedMatrix : public SpMat {
   std::vector<Elements> products_, transposed_;
 };
 
-/// From x = 0 with b = (2, 0), so r = (2, 0) and rsq = 4.
+// From x = 0 with b = (2, 0), so r = (2, 0) and rsq = 4.
 struct Pass {
   ScriptedMatrix A;
   Vector x{2}, b = toVector({2, 0});
@@ -384,7 +384,7 @@ TEST(BiCGPass, BestIsJudgedByTheRecomputedSquare) {
   EXPECT_EQ(toElements(pass.best), (Elements{2, -2}));
 }
 
-/// The second difference on n points: far too slow for fifty iterations to solve it.
+// The second difference on n points: far too slow for fifty iterations to solve it.
 int linesOfALongSolve(int n) {
   SparseMatrix A;
   for (int i = 0; i < n; ++i) {

@@ -26,7 +26,7 @@ struct Solve {
   }
 };
 
-/// Well conditioned and not symmetric.
+// Well conditioned and not symmetric.
 FullMatrix skewed(int n) {
   FullMatrix A(n, n);
   for (int i = 0; i < n; ++i) {

@@ -19,7 +19,7 @@ namespace {
 
 using Made = std::unique_ptr<ResizeMatrix>;
 
-/// d(i) and the dots, straight from the row kernels.
+// d(i) and the dots, straight from the row kernels.
 double expected(const Jacobian& J, int i, int j, Vector* weights, Vector* damp, double shift) {
   SpVec* const a = J.matrix.row(std::min(i, j));
   SpVec* const b = J.matrix.row(std::max(i, j));
@@ -29,16 +29,16 @@ double expected(const Jacobian& J, int i, int j, Vector* weights, Vector* damp, 
   return d + shift;
 }
 
-/// Patterns that meet: dense blocks in frame order, scattered rows, empty rows, far columns, weights or not.
+// Patterns that meet: dense blocks in frame order, scattered rows, empty rows, far columns, weights or not.
 template <class Check>
 void forEachCase(Check check) {
-  for (unsigned seed = 0; seed < 12; seed++) {
+  for (unsigned seed = 0; seed < 12; ++seed) {
     for (bool weighted : {false, true}) {
-      for (int pattern = 0; pattern < 4; pattern++) {
+      for (int pattern = 0; pattern < 4; ++pattern) {
         const int rows = static_cast<int>(seed) * 3;  // 0, 3, ..., 33: panels that are full and that are not
         Jacobian J(seed);
         int width = 1;
-        for (int i = 0; i < rows; i++) {
+        for (int i = 0; i < rows; ++i) {
           if (pattern == 0) J.addRow(5 * (i / 4), 9, 1.0);
           if (pattern == 1) J.addRow(0, 60, 0.2);
           if (pattern == 2) J.addRow(3 * i, i % 3 ? 7 : 0, 1.0);
@@ -46,8 +46,8 @@ void forEachCase(Check check) {
           width = std::max(width, J.matrix.row(i)->width);
         }
         Vector weights(width), damp(rows);
-        for (int k = 0; k < width; k++) weights[k] = 0.5 + 0.01 * (k % 90);
-        for (int i = 0; i < rows; i++) damp[i] = 0.1 * i;
+        for (int k = 0; k < width; ++k) weights[k] = 0.5 + 0.01 * (k % 90);
+        for (int i = 0; i < rows; ++i) damp[i] = 0.1 * i;
         check(J, weighted ? &weights : nullptr, weighted ? &damp : nullptr, weighted ? 0.25 : 0.0);
       }
     }
@@ -62,8 +62,8 @@ TEST(BuildJJt, WholeMatrixHasTheBitsOfTheRowKernels) {
     const int n = J.matrix.height();
     ASSERT_EQ(out->rows(), n);
     ASSERT_EQ(out->columns(), n);
-    for (int i = 0; i < n; i++) {
-      for (int j = 0; j < n; j++) {
+    for (int i = 0; i < n; ++i) {
+      for (int j = 0; j < n; ++j) {
         ASSERT_TRUE(sameBits(out->e(i, j), expected(J, i, j, weights, damp, shift)))
             << i << " " << j << " of " << n;
       }
@@ -78,8 +78,8 @@ TEST(BuildJJt, BandHoldsEachDotInTheRowOfTheLaterAndZerosElsewhere) {
       const Made out(buildJJtBand(&J.matrix, bandwidth, nullptr, weights, damp, shift));
       ASSERT_EQ(out->rows(), n);
       ASSERT_EQ(out->columns(), bandwidth + 1);
-      for (int j = 0; j < n; j++) {
-        for (int t = 0; t <= bandwidth; t++) {
+      for (int j = 0; j < n; ++j) {
+        for (int t = 0; t <= bandwidth; ++t) {
           const int i = j - bandwidth + t;
           const double value = i < 0 ? 0.0 : expected(J, i, j, weights, damp, shift);
           ASSERT_TRUE(sameBits(out->e(j, t), value))
@@ -96,9 +96,9 @@ TEST(BuildJJt, BandedPutsTheDotsOfRowIDeliberatelyIntoTheNextRow) {
     for (int bandwidth : {0, 1, 2, 8, 40}) {
       const Made out(buildJJtBanded(&J.matrix, bandwidth, nullptr, weights, damp, shift));
       FullMatrix plain(n, bandwidth + 1);
-      for (int i = 0; i < n; i++) {
+      for (int i = 0; i < n; ++i) {
         plain.e(i, bandwidth) = expected(J, i, i, weights, damp, shift);
-        for (int k = 0; k < bandwidth && i + 1 + k < n; k++) {
+        for (int k = 0; k < bandwidth && i + 1 + k < n; ++k) {
           plain.e(i + 1, bandwidth - 1 - k) = expected(J, i, i + 1 + k, weights, damp, shift);
         }
       }
@@ -111,7 +111,7 @@ TEST(BuildJJt, BandedPutsTheDotsOfRowIDeliberatelyIntoTheNextRow) {
 
 TEST(BuildJJt, BandedIsTheBandAtBandwidthOneAndAnotherMatrixAtTwo) {
   Jacobian J(3);
-  for (int i = 0; i < 6; i++) J.addRow(0, 8, 1.0);
+  for (int i = 0; i < 6; ++i) J.addRow(0, 8, 1.0);
   const Made one(buildJJtBanded(&J.matrix, 1, nullptr, nullptr, nullptr, 0.0));
   const Made oneBand(buildJJtBand(&J.matrix, 1, nullptr, nullptr, nullptr, 0.0));
   EXPECT_TRUE(sameBits(one->data, oneBand->data, 12));
@@ -123,10 +123,10 @@ TEST(BuildJJt, BandedIsTheBandAtBandwidthOneAndAnotherMatrixAtTwo) {
 
 TEST(BuildJJt, AGivenMatrixTakesTheShapeAndIsOverwrittenWhole) {
   Jacobian J(4);
-  for (int i = 0; i < 5; i++) J.addRow(2 * i, 3, 1.0);
+  for (int i = 0; i < 5; ++i) J.addRow(2 * i, 3, 1.0);
   for (auto* build : {&buildJJtBand, &buildJJtBanded}) {
     ResizeMatrix out(20, 20);
-    for (int k = 0; k < 400; k++) out.data[k] = 77.0;
+    for (int k = 0; k < 400; ++k) out.data[k] = 77.0;
     double* const storage = out.data;
     EXPECT_EQ(build(&J.matrix, 3, &out, nullptr, nullptr, 0.5), &out);
     EXPECT_EQ(out.data, storage);
@@ -143,12 +143,12 @@ TEST(BuildJJt, AGivenMatrixTakesTheShapeAndIsOverwrittenWhole) {
 
 TEST(BuildJJt, InfinitiesAndNaNsStayInTheDotsTheyBelongTo) {
   Jacobian J(5);
-  for (int i = 0; i < 12; i++) J.addRow(2 * i, 4, 1.0);
+  for (int i = 0; i < 12; ++i) J.addRow(2 * i, 4, 1.0);
   J.matrix.row(5)->e(2) = std::numeric_limits<double>::infinity();
   J.matrix.row(9)->e(0) = std::nan("");
   const Made out(buildJJtBand(&J.matrix, 4, nullptr, nullptr, nullptr, 0.0));
-  for (int j = 0; j < 12; j++) {
-    for (int k = 0; k < 4 && j - 1 - k >= 0; k++) {
+  for (int j = 0; j < 12; ++j) {
+    for (int k = 0; k < 4 && j - 1 - k >= 0; ++k) {
       const double value = expected(J, j - 1 - k, j, nullptr, nullptr, 0.0);
       const double got = out->e(j, 3 - k);
       EXPECT_TRUE(std::isnan(value) ? std::isnan(got) : sameBits(got, value)) << j << " " << k;
@@ -196,7 +196,7 @@ TEST(BuildJJt, RowsListedTwiceAndRepeatedIndicesHaveTheirMergedDots) {
 
 TEST(BuildJJt, NegativeBandwidthGivesAMatrixWithoutColumns) {
   Jacobian J(6);
-  for (int i = 0; i < 3; i++) J.addRow(i, 2, 1.0);
+  for (int i = 0; i < 3; ++i) J.addRow(i, 2, 1.0);
   for (int bandwidth : {-1, -7}) {
     const Made out(buildJJtBand(&J.matrix, bandwidth, nullptr, nullptr, nullptr, 0.0));
     EXPECT_EQ(out->rows(), 3);
@@ -212,7 +212,7 @@ TEST(BuildJJt, TheWidestBandOfNoRowsKeepsAWidth) {
 
 TEST(BuildJJt, FullBandIsWhatTheBandedFactorizationTakes) {
   Jacobian J(7);
-  for (int i = 0; i < 20; i++) J.addRow(3 * (i / 4), 6, 1.0);
+  for (int i = 0; i < 20; ++i) J.addRow(3 * (i / 4), 6, 1.0);
   const Made band(buildJJtBand(&J.matrix, 7, nullptr, nullptr, nullptr, 1.0));
   const Made full(buildJJt(&J.matrix, nullptr, nullptr, nullptr, 1.0));
   FullMatrix copied(20, 8);
@@ -223,8 +223,8 @@ TEST(BuildJJt, FullBandIsWhatTheBandedFactorizationTakes) {
 TEST(BuildJJt, HalfBandwidthIsTheFurthestPairOfRowsWithACommonIndex) {
   forEachCase([](Jacobian& J, Vector*, Vector*, double) {
     int furthest = 0;
-    for (int i = 0; i < J.matrix.numRows; i++) {
-      for (int j = i; j < J.matrix.numRows; j++) {
+    for (int i = 0; i < J.matrix.numRows; ++i) {
+      for (int j = i; j < J.matrix.numRows; ++j) {
         for (const auto [index, value] : J.matrix.row(i)->entries()) {
           if (J.matrix.row(j)->v(index) != 0.0) furthest = std::max(furthest, j - i);
         }
@@ -259,8 +259,8 @@ TEST(BuildJJt, BandOfTheHalfBandwidthLeavesNothingOut) {
     const int n = J.matrix.numRows, bandwidth = halfBandwidth(&J.matrix);
     const Made full(buildJJt(&J.matrix, nullptr, weights, damp, shift));
     const Made band(buildJJtBand(&J.matrix, bandwidth, nullptr, weights, damp, shift));
-    for (int i = 0; i < n; i++) {
-      for (int j = i; j < n; j++) {
+    for (int i = 0; i < n; ++i) {
+      for (int j = i; j < n; ++j) {
         const double inBand = j - i <= bandwidth ? band->e(j, bandwidth - (j - i)) : 0.0;
         EXPECT_TRUE(sameBits(inBand, full->e(i, j)) || (inBand == 0.0 && full->e(i, j) == 0.0));
       }
@@ -271,18 +271,18 @@ TEST(BuildJJt, BandOfTheHalfBandwidthLeavesNothingOut) {
 // A run of rows with the same indices begins and ends anywhere in the groups of eight in which rows are
 // taken.
 TEST(BuildJJt, RunsOfEqualPatternsHaveTheBitsOfThePlainDotsWhereverTheyBegin) {
-  for (int lead = 0; lead <= 8; lead++) {
-    for (int run = 1; run <= 19; run++) {
+  for (int lead = 0; lead <= 8; ++lead) {
+    for (int run = 1; run <= 19; ++run) {
       Jacobian J(static_cast<unsigned>(100 * lead + run));
-      for (int i = 0; i < lead; i++) J.addRow(i, 3 + i % 2, 1.0);
-      for (int i = 0; i < run; i++) J.addRow(2, 9, 1.0);
-      for (int i = 0; i < 5; i++) J.addRow(1 + i, 4, 1.0);
+      for (int i = 0; i < lead; ++i) J.addRow(i, 3 + i % 2, 1.0);
+      for (int i = 0; i < run; ++i) J.addRow(2, 9, 1.0);
+      for (int i = 0; i < 5; ++i) J.addRow(1 + i, 4, 1.0);
       Vector weights(20);
-      for (int k = 0; k < 20; k++) weights[k] = 0.5 + 0.1 * k;
+      for (int k = 0; k < 20; ++k) weights[k] = 0.5 + 0.1 * k;
       for (Vector* const w : {static_cast<Vector*>(nullptr), &weights}) {
         const Made full(buildJJt(&J.matrix, nullptr, w, nullptr, 0.0));
-        for (int i = 0; i < J.matrix.numRows; i++) {
-          for (int j = 0; j < J.matrix.numRows; j++) {
+        for (int i = 0; i < J.matrix.numRows; ++i) {
+          for (int j = 0; j < J.matrix.numRows; ++j) {
             ASSERT_TRUE(sameBits(full->e(i, j), expected(J, i, j, w, nullptr, 0.0))) << lead << " " << run;
           }
         }

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// All tuning variables as text.
+// All tuning variables as text.
 std::string all() {
   std::string text;
   for (const double x : {cg_tol, cg_goNoWhereSc, cg_epsilon, cgradDefinizer, cgradEps, cgradTol, cgradNeptune,
@@ -98,7 +98,7 @@ TEST(CGTuning, WhatHasNoSquareCountsAsTheSmallestBound) {
   EXPECT_EQ(cg_tol, std::numeric_limits<double>::min());
 }
 
-/// tridiag(-1, 4, -1)
+// tridiag(-1, 4, -1)
 SparseMatrix chain(int n, double scale) {
   SparseMatrix A;
   for (int i = 0; i < n; ++i) {

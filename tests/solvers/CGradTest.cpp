@@ -17,7 +17,7 @@ std::vector<Elements> residuals, directions;
 std::size_t residualCall;
 double scriptedCurvature;
 
-/// Writes the next residual of the script (the last one stays) and returns its square.
+// Writes the next residual of the script (the last one stays) and returns its square.
 double scriptedResidual(SpMat*, Vector*, Vector*, Vector* r) {
   *r = toVector(residuals[std::min(residualCall++, residuals.size() - 1)]);
   return r->magSq();

@@ -21,8 +21,8 @@
 
 namespace {
 
-/// Symmetric and diagonally dominant, n by n, with an entry in the last column of most rows; its rows are
-/// compacted, so its width is n - 1.
+// Symmetric and diagonally dominant, n by n, with an entry in the last column of most rows; its rows are
+// compacted, so its width is n - 1.
 SparseMatrix compacted(int n) {
   SparseMatrix A;
   for (int i = 0; i < n; ++i) {
@@ -86,7 +86,7 @@ Answer solve(Solve f, SparseMatrix& A, int unknowns, int rightHandSides) {
   return {result, rsq, toElements(x)};
 }
 
-/// Leaves large numbers in the vectors that the solvers share.
+// Leaves large numbers in the vectors that the solvers share.
 void solveSomethingLarger(Solve f) {
   SparseMatrix A = compacted(150);
   for (auto& row : A.rows) row->scale(1e9);

@@ -160,7 +160,7 @@ TEST(MCGrad, StopsAfterTheLastRestart) {
             "  cg:FAILED  stop  (  2) because Too Many Iters\n");
 }
 
-/// A first step that makes everything worse.
+// A first step that makes everything worse.
 void worsening(SpMat*, const Vector* in, Vector* out) {
   const bool direction = in->data[0] == 4.0;
   *out = toVector(direction ? std::vector<double>{1, 10} : std::vector<double>{0.25, 0.5});

@@ -25,7 +25,7 @@ void expectNear(const Vector& x, const Elements& answer, const std::string& what
   }
 }
 
-/// One entry point applied to a matrix, start and right-hand side.
+// One entry point applied to a matrix, start and right-hand side.
 using Entry = std::function<int(SpMat*, Vector*, Vector*, double*)>;
 
 // The older family meets an exact solution with a direction of no curvature, and calls that singular.
@@ -351,7 +351,7 @@ TEST(CGMultiply, WeightsDivideTheProductOfMultFunJJtOnly) {
   EXPECT_EQ(toElements(w), (Elements{1, 1.5})) << "the last one has no weight";
 }
 
-/// Multiplies as its base does, but is another class.
+// Multiplies as its base does, but is another class.
 class Derived : public HSpMat {
  public:
   using HSpMat::HSpMat;

@@ -25,7 +25,7 @@ std::string octave() {
   const std::string name = octave(); \
   if (name.empty()) GTEST_SKIP() << "no octave here"
 
-/// Runs dumps, then prints numbers of Octave's variables.
+// Runs dumps, then prints numbers of Octave's variables.
 class Session {
  public:
   explicit Session(const std::string& program) : program_(program) {
@@ -37,7 +37,7 @@ class Session {
     writeMatLab(script_, name, what);
     std::fputs("\n", script_);
   }
-  /// Prints the size of `expression`, then its values row after row, with all digits.
+  // Prints the size of `expression`, then its values row after row, with all digits.
   void show(const std::string& expression) {
     std::fprintf(
         script_,

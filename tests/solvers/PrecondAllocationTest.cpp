@@ -16,14 +16,14 @@
 
 namespace {
 
-/// Makes, uses, copies and destroys the object with each of its allocations failing in turn.
+// Makes, uses, copies and destroys the object with each of its allocations failing in turn.
 template <class Make>
 void failEach(Make make) {
   Jacobian J(1);
   J.addFrames(5, 4, 6, 3);
   Vector r(J.matrix.height()), z(J.matrix.height());
   r = 1.0;
-  for (int k = 0;; k++) {
+  for (int k = 0;; ++k) {
     CapturedOutput output;
     bool happened = false;
     {
@@ -35,7 +35,7 @@ void failEach(Make make) {
       EXPECT_GT(k, 0);
       return;
     }
-    for (int i = 0; i < z.size(); i++) ASSERT_EQ(z[i], z[i]) << "a NaN after failed allocation " << k;
+    for (int i = 0; i < z.size(); ++i) ASSERT_EQ(z[i], z[i]) << "a NaN after failed allocation " << k;
   }
 }
 
@@ -70,7 +70,7 @@ TEST(PrecondAllocation, TheBandIsTheSameWithoutMemoryForItsScratch) {
   const int n = J.matrix.height();
   ResizeMatrix expected(n, 8), band(n, 8);
   buildJJtBand(&J.matrix, 7, &expected, nullptr, nullptr, 0.0);
-  for (int k = 0; k < 2; k++) {
+  for (int k = 0; k < 2; ++k) {
     {
       allocations::FailAt fail(k);
       buildJJtBand(&J.matrix, 7, &band, nullptr, nullptr, 0.0);

@@ -39,17 +39,17 @@ struct Restored {
 
 Vector filled(int n, double first, double step) {
   Vector v(n);
-  for (int i = 0; i < n; i++) v[i] = first + step * i;
+  for (int i = 0; i < n; ++i) v[i] = first + step * i;
   return v;
 }
 
-/// |M z - r| / |r| for the whole normal matrix M.
+// |M z - r| / |r| for the whole normal matrix M.
 double residual(const Jacobian& J, Vector* weights, Vector* damp, const Vector& z, const Vector& r) {
   const std::unique_ptr<ResizeMatrix> m(buildJJt(&J.matrix, nullptr, weights, damp, 0.0));
   double sum = 0.0;
-  for (int i = 0; i < m->rows(); i++) {
+  for (int i = 0; i < m->rows(); ++i) {
     double difference = -r[i];
-    for (int j = 0; j < m->columns(); j++) difference += m->e(i, j) * z[j];
+    for (int j = 0; j < m->columns(); ++j) difference += m->e(i, j) * z[j];
     sum += difference * difference;
   }
   return std::sqrt(sum) / r.mag();
@@ -61,11 +61,11 @@ const char* const notDefinite = "Banded preconditioner not positive definite, us
 
 TEST(JJtPrecond, DividesByTheWeightedDampedDiagonal) {
   Jacobian J(1);
-  for (int i = 0; i < 5; i++) J.addRow(i, 4, 1.0);
+  for (int i = 0; i < 5; ++i) J.addRow(i, 4, 1.0);
   Vector weights = filled(8, 0.5, 0.25), damp = filled(5, 0.0, 0.5), r = filled(5, 1.0, 1.0), z(5);
   JJtPrecond precond(&J.matrix, &weights, &damp);
   precond.solve(&r, &z);
-  for (int i = 0; i < 5; i++) {
+  for (int i = 0; i < 5; ++i) {
     const double d = J.matrix.row(i)->weightedL2(&weights) + damp[i];
     EXPECT_TRUE(sameBits(precond.inverse->e(i), 1.0 / d));
     EXPECT_TRUE(sameBits(z[i], 1.0 / d * r[i]));
@@ -105,7 +105,7 @@ TEST(JJtPrecond, KeepsADiagonalNextToZeroUninverted) {
 
 TEST(JJtPrecond, WritesTheCommonPartAndDoesNotGrowZ) {
   Jacobian J(3);
-  for (int i = 0; i < 6; i++) J.addRow(i, 2, 1.0);
+  for (int i = 0; i < 6; ++i) J.addRow(i, 2, 1.0);
   JJtPrecond precond(&J.matrix, nullptr, nullptr);
   Vector r = filled(8, 1.0, 1.0), z = filled(8, -5.0, 0.0);
   precond.solve(&r, &z);
@@ -131,12 +131,12 @@ TEST(JJtPrecond, OfNoRowsWritesNothing) {
   EXPECT_EQ(precond.inverse->size(), 0);
   Vector r = filled(3, 1.0, 0.0), z = filled(3, -5.0, 0.0);
   precond.solve(&r, &z);
-  for (int i = 0; i < 3; i++) EXPECT_EQ(z[i], -5.0);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(z[i], -5.0);
 }
 
 TEST(JJtPrecond, CopiesShareTheVector) {
   Jacobian J(4);
-  for (int i = 0; i < 9; i++) J.addRow(i, 2, 1.0);
+  for (int i = 0; i < 9; ++i) J.addRow(i, 2, 1.0);
   Vector r = filled(9, 1.0, 1.0), z(9), expected(9);
   auto first = std::make_unique<JJtPrecond>(&J.matrix, nullptr, nullptr);
   first->solve(&r, &expected);
@@ -158,7 +158,7 @@ TYPED_TEST_SUITE(BandPrecond, BandPreconds);
 
 TYPED_TEST(BandPrecond, SolvesTheTridiagonalMatrix) {
   Jacobian J(5);
-  for (int i = 0; i < 12; i++) J.addRow(2 * i, 4, 1.0);
+  for (int i = 0; i < 12; ++i) J.addRow(2 * i, 4, 1.0);
   Vector weights = filled(30, 0.5, 0.05), damp = filled(12, 0.1, 0.01), r = filled(12, 1.0, -0.3), z;
   CapturedOutput output;
   TypeParam precond(&J.matrix, 1, &weights, &damp);
@@ -173,11 +173,11 @@ TYPED_TEST(BandPrecond, SolvesTheTridiagonalMatrix) {
 
 TYPED_TEST(BandPrecond, OfBandwidthZeroIsTheDiagonal) {
   Jacobian J(6);
-  for (int i = 0; i < 7; i++) J.addRow(i, 4, 1.0);
+  for (int i = 0; i < 7; ++i) J.addRow(i, 4, 1.0);
   TypeParam precond(&J.matrix, 0, nullptr, nullptr);
   Vector r = filled(7, 1.0, 1.0), z;
   precond.solve(&r, &z);
-  for (int i = 0; i < 7; i++) EXPECT_TRUE(relative(z[i], r[i] / J.matrix.row(i)->magSq(), 1e-15 * 8));
+  for (int i = 0; i < 7; ++i) EXPECT_TRUE(relative(z[i], r[i] / J.matrix.row(i)->magSq(), 1e-15 * 8));
 }
 
 TYPED_TEST(BandPrecond, AddsAPositiveDefinizerAsTheShift) {
@@ -193,7 +193,7 @@ TYPED_TEST(BandPrecond, AddsAPositiveDefinizerAsTheShift) {
 
 TYPED_TEST(BandPrecond, ReportsAMatrixThatIsNotDefiniteAndUsesTheDiagonal) {
   Jacobian J(7);
-  for (int i = 0; i < 6; i++) J.addRow(i, 3, 1.0);
+  for (int i = 0; i < 6; ++i) J.addRow(i, 3, 1.0);
   Vector damp(6);
   damp[3] = -100.0;
   CapturedOutput output;
@@ -212,7 +212,7 @@ TYPED_TEST(BandPrecond, ReportsAMatrixThatIsNotDefiniteAndUsesTheDiagonal) {
 
 TYPED_TEST(BandPrecond, CopiesShareBandAndDiagonal) {
   Jacobian J(8);
-  for (int i = 0; i < 6; i++) J.addRow(i, 3, 1.0);
+  for (int i = 0; i < 6; ++i) J.addRow(i, 3, 1.0);
   Vector damp(6), r = filled(6, 1.0, 1.0), z, expected;
   for (double one : {0.0, -100.0}) {
     damp[3] = one;
@@ -243,7 +243,7 @@ TYPED_TEST(BandPrecond, OfNoRowsIsTheIdentity) {
 
 TYPED_TEST(BandPrecond, NegativeBandwidthUsesTheDiagonal) {
   Jacobian J(9);
-  for (int i = 0; i < 3; i++) J.addRow(i, 3, 1.0);
+  for (int i = 0; i < 3; ++i) J.addRow(i, 3, 1.0);
   CapturedOutput output;
   TypeParam precond(&J.matrix, -1, nullptr, nullptr);
   EXPECT_NE(output.err().find(notDefinite), std::string::npos);
@@ -254,7 +254,7 @@ TYPED_TEST(BandPrecond, NegativeBandwidthUsesTheDiagonal) {
 
 TEST(JJtBandedPrecond, OfAWiderBandFactorsWhatItsBuilderPlaced) {
   Jacobian J(10);
-  for (int i = 0; i < 10; i++) J.addRow(i, 4, 1.0);
+  for (int i = 0; i < 10; ++i) J.addRow(i, 4, 1.0);
   Vector damp = filled(10, 50.0, 0.0), r = filled(10, 1.0, 1.0), banded, cholesky;
   JJtBandedPrecond(&J.matrix, 3, nullptr, &damp).solve(&r, &banded);
   JJtCholeskyPrecond(&J.matrix, 3, nullptr, &damp).solve(&r, &cholesky);
@@ -265,7 +265,7 @@ TEST(JJtBandedPrecond, OfAWiderBandFactorsWhatItsBuilderPlaced) {
 TEST(JJtCholeskyPrecond, WithTheFullHalfBandwidthConvergesInOneOrTwoIterations) {
   Restored<double> keep(cg_tol), keepEpsilon(cg_epsilon);
   cg_epsilon = 1e-300;
-  for (unsigned seed = 0; seed < 10; seed++) {
+  for (unsigned seed = 0; seed < 10; ++seed) {
     Jacobian J(seed);
     J.addFrames(12, 4, 10, 5);
     const int n = J.matrix.height();
@@ -291,7 +291,7 @@ TEST(JJtCholeskyPrecond, WantsTheInverseOfTheMassThatTheSolveTakes) {
   J.addFrames(10, 4, 10, 5);
   const int n = J.matrix.height(), width = J.matrix.width();
   Vector mass(width), weights(width), damp = filled(n, 0.2, 0.01), b = filled(n, 1.0, 0.1), x(n);
-  for (int k = 0; k < width; k++) mass[k] = 0.01 + k % 17, weights[k] = 1.0 / mass[k];
+  for (int k = 0; k < width; ++k) mass[k] = 0.01 + k % 17, weights[k] = 1.0 / mass[k];
   cg_tol = 1e-16 * b.magSq();
   double rsq = -1.0;
   JJtCholeskyPrecond right(&J.matrix, 7, &weights, &damp), wrong(&J.matrix, 7, &mass, &damp);

@@ -16,7 +16,7 @@ using Elements = std::vector<double>;
 
 static_assert(sizeof(Preconditioner) == sizeof(void*), "nothing but the table");
 
-/// Divides by a diagonal.
+// Divides by a diagonal.
 class Scaling : public Preconditioner {
  public:
   explicit Scaling(const Elements& d) : d_(d) {}
@@ -200,7 +200,7 @@ TEST(MCGrad, PassThatImprovedIsFollowedFromWhereItEnded) {
   EXPECT_EQ(captured.out(), "") << "silent";
 }
 
-/// Never gets better: r = (1, 0) and q = (1, 2) make r (0, -2), and so on, without end.
+// Never gets better: r = (1, 0) and q = (1, 2) make r (0, -2), and so on, without end.
 void neverBetter(SpMat*, const Vector* in, Vector* out) {
   *out = toVector({in->data[0] + 2.0 * in->data[1], 2.0 * in->data[0] + in->data[1]});
 }

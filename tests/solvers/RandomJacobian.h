@@ -16,7 +16,7 @@ struct Jacobian {
     auto row = std::make_unique<SpVec>(count > 4 ? count : 4);
     std::normal_distribution<double> normal;
     std::uniform_real_distribution<double> uniform;
-    for (int j = first; j < first + count; j++) {
+    for (int j = first; j < first + count; ++j) {
       const double value = normal(engine);
       if (uniform(engine) < density) row->ins(value, j);
     }
@@ -27,8 +27,8 @@ struct Jacobian {
   /// `frames` frames of `constraints` rows; each touches the `own` columns of its frame and `next` of the
   /// next one.
   void addFrames(int frames, int constraints, int own, int next) {
-    for (int f = 0; f < frames; f++) {
-      for (int c = 0; c < constraints; c++) addRow(f * own, own + next, 1.0);
+    for (int f = 0; f < frames; ++f) {
+      for (int c = 0; c < constraints; ++c) addRow(f * own, own + next, 1.0);
     }
   }
 

@@ -30,12 +30,12 @@ Vector difference(SpMat& A, Vector& x, Vector& b) {
   return r;
 }
 
-/// |A x - b| / (|A| |x| + |b|).
+// |A x - b| / (|A| |x| + |b|).
 double scaledResidual(HSpMat& A, Vector& x, Vector& b) {
   return norm(difference(A, x, b)) / (frobenius(A) * norm(x) + norm(b));
 }
 
-/// |A^T (A x - b)| / (|A| (|A| |x| + |b|)).
+// |A^T (A x - b)| / (|A| (|A| |x| + |b|)).
 double scaledGradient(HSpMat& A, Vector& x, Vector& b) {
   Vector r = difference(A, x, b), g(A.width());
   A.multT(&r, &g);
@@ -43,7 +43,7 @@ double scaledGradient(HSpMat& A, Vector& x, Vector& b) {
   return norm(g) / (size * (size * norm(x) + norm(b)));
 }
 
-/// A right-hand side that no x meets exactly.
+// A right-hand side that no x meets exactly.
 Vector unevenRightHandSide(SpMat& A) {
   Vector ones(A.width()), b(A.height());
   ones = 1.0;
@@ -73,7 +73,7 @@ void leastSquares(const std::string& path) {
   }
 }
 
-/// D^-1/2 A D^-1/2 with the diagonal D of A.
+// D^-1/2 A D^-1/2 with the diagonal D of A.
 void scaleToUnitDiagonal(HSpMat& A) {
   std::vector<double> root;
   for (int i = 0; i < A.height(); ++i) root.push_back(std::sqrt(A.acc(i, i)));

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Iterations, squared residual and solution of one solve.
+// Iterations, squared residual and solution of one solve.
 struct Solved {
   int result;
   double rsq = -1.0;
@@ -22,7 +22,7 @@ struct Solved {
   }
 };
 
-/// A solve with the rows and one with their copy in a SlicedMatrix, bit for bit.
+// A solve with the rows and one with their copy in a SlicedMatrix, bit for bit.
 template <class Solve>
 void expectSameSolve(Solve solve, Jacobian& J, int equations, int unknowns) {
   SlicedMatrix sliced(J.matrix);

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Kilobytes. A leak of 24 bytes in each of 50000 solves is more.
+// Kilobytes. A leak of 24 bytes in each of 50000 solves is more.
 constexpr long allowedGrowth = 1000;
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -30,7 +30,7 @@ int times() {
   return factor ? std::atoi(factor) : 1;
 }
 
-/// Kilobytes of memory in use; 0 where the system does not say.
+// Kilobytes of memory in use; 0 where the system does not say.
 long memory() {
   long kilobytes = 0;
   char line[256];
@@ -42,19 +42,19 @@ long memory() {
   return kilobytes;
 }
 
-/// Memory that `once` leaves behind when it is called `count` times, after it was called often enough to have
-/// grown what is kept for reuse.
+// Memory that `once` leaves behind when it is called `count` times, after it was called often enough to have
+// grown what is kept for reuse.
 template <class Call>
 long growth(int count, const Call& once) {
-  for (int i = 0; i < 1000; i++) once();
+  for (int i = 0; i < 1000; ++i) once();
   const long before = memory();
-  for (int i = 0; i < count; i++) once();
+  for (int i = 0; i < count; ++i) once();
   return memory() - before;
 }
 
 struct Chain {
   Chain() : A(3) {
-    for (int i = 0; i < 3; i++) {
+    for (int i = 0; i < 3; ++i) {
       rows[i].ins(4.0, i);
       if (i > 0) rows[i].ins(-1.0, i - 1);
       if (i < 2) rows[i].ins(-1.0, i + 1);

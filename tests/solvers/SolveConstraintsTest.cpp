@@ -8,7 +8,7 @@
 
 namespace {
 
-/// A chain of n constraints, each of which shares columns with the next few.
+// A chain of n constraints, each of which shares columns with the next few.
 Entries chain(int n, int reach, Random* random) {
   Entries J(n, 2 * n + reach);
   for (int i = 0; i < n; ++i) {
@@ -17,7 +17,7 @@ Entries chain(int n, int reach, Random* random) {
   return J;
 }
 
-/// |c - (J V^-1 J^T + D) x| / |c| in long double.
+// |c - (J V^-1 J^T + D) x| / |c| in long double.
 double residual(const HSpMat& J, int width, const Vector* mass, const Vector* damp, const Vector& c,
                 const Vector& x) {
   std::vector<long double> multipliers, t;

@@ -11,7 +11,7 @@ namespace {
 
 enum Kind { definite, leastSquares, square };
 
-/// The solution by LU, or for least squares by QR; empty when a pivot is zero.
+// The solution by LU, or for least squares by QR; empty when a pivot is zero.
 Vector byLapack(const FullMatrix& A, const Vector& b, Kind kind) {
   FullMatrix copy(A);
   Vector x(b);

@@ -28,13 +28,13 @@
 
 namespace {
 
-/// Multiplies as its base does, but is another class, which is never copied.
+// Multiplies as its base does, but is another class, which is never copied.
 class Derived : public HSpMat {
  public:
   using HSpMat::HSpMat;
 };
 
-/// n by n, symmetric and diagonally dominant where asked for, rows of different lengths.
+// n by n, symmetric and diagonally dominant where asked for, rows of different lengths.
 SparseMatrix random(int n, bool symmetric) {
   std::mt19937 engine(3);
   std::vector<double> a(static_cast<std::size_t>(n * n));
@@ -115,13 +115,13 @@ TEST(SolveMatrix, EverySolveHasTheBitsOfTheRows) {
   }
 }
 
-/// Passes that go on to the end, also the first of the process.
+// Passes that go on to the end, also the first of the process.
 void strictPasses() {
   strict(1e-24);
   setStagnation(61, 10.0);
 }
 
-/// The identity as a preconditioner, which calls `action` with the number of each call, from 1.
+// The identity as a preconditioner, which calls `action` with the number of each call, from 1.
 class Meddler : public Preconditioner {
  public:
   explicit Meddler(std::function<void(int call, const Vector* r)> action) : action_(std::move(action)) {}
@@ -137,7 +137,7 @@ class Meddler : public Preconditioner {
   std::function<void(int call, const Vector* r)> action_;
 };
 
-/// pureCGrad with work vectors of its own.
+// pureCGrad with work vectors of its own.
 struct PassResult {
   CGIStatus status;
   int iterations = 0;
@@ -160,7 +160,7 @@ Vector ones(int n) {
 void plainProduct(SpMat* A, const Vector* v, Vector* w) { A->mult(v, w); }
 void ownProduct(SpMat* A, const Vector* v, Vector* w) { multFunA(A, v, w); }
 
-/// Whether a change of the matrix between two late iterations changes the solution.
+// Whether a change of the matrix between two late iterations changes the solution.
 bool followsTheMatrix(CGMultFun mult) {
   SparseMatrix sparse = random(61, true);
   double& entry = sparse.rows[60]->e(0);
@@ -253,7 +253,7 @@ TEST(SolveMatrix, ASolveWithinASolveLeavesItsNumbersAlone) {
 
 std::jmp_buf jumpedOut;
 
-/// Leaves the solve at its 15th call. It has no more to it, so that the jump skips no destructor.
+// Leaves the solve at its 15th call. It has no more to it, so that the jump skips no destructor.
 class Jumper : public Preconditioner {
  public:
   void solve(const Vector* r, Vector* z) override {
@@ -287,7 +287,7 @@ TEST(SolveMatrix, ASolveThatIsLeftByAJumpLeavesNothingBehind) {
   EXPECT_FALSE(followsTheMatrix(multFunA)) << "the storage of the copy is free again";
 }
 
-/// One solve of a thread: everything it needs has its size already.
+// One solve of a thread: everything it needs has its size already.
 struct OwnSolve {
   SparseMatrix sparse = random(61, true);
   Vector b{61}, x{61}, r{61}, p{61}, q{61}, z{61}, best{61};
@@ -354,7 +354,7 @@ void expectSolved(SpMat* A, SparseMatrix& same, const char* matrix) {
   }
 }
 
-/// The row-sparse matrix with the elements of a structured one.
+// The row-sparse matrix with the elements of a structured one.
 template <class Structured>
 SparseMatrix sparseImage(Structured& A) {
   SparseMatrix out;

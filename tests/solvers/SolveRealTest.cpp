@@ -10,8 +10,8 @@ namespace {
 
 enum Kind { definite, leastSquares, square };
 
-/// Solves for A times ones and for a right-hand side in all directions; the status is as good as the
-/// residual.
+// Solves for A times ones and for a right-hand side in all directions; the status is as good as the
+// residual.
 void expectSolved(const std::string& path, Kind kind) {
   MatrixMarket file(path);
   ASSERT_TRUE(file.error.empty()) << file.error;

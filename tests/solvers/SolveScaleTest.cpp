@@ -26,7 +26,7 @@ Entries scaled(const Entries& A, int k) {
 
 using Solve = std::function<SolveReport(const HSpMat&, const Vector&, Vector*)>;
 
-/// x is that of the unscaled system times 2^(right - matrix) / 2^(matrix power of the form).
+// x is that of the unscaled system times 2^(right - matrix) / 2^(matrix power of the form).
 void expectInvariance(const Entries& A, const Vector& b, const Solve& solve, int degree) {
   Vector x;
   const SolveReport first = solve(A.matrix(), b, &x);

@@ -320,7 +320,7 @@ TEST(Solve, TakesAPlainPreconditionerAsTheIdentity) {
   }
 }
 
-/// Only products, as a class of a caller may have.
+// Only products, as a class of a caller may have.
 class OnlyProducts : public SpMat {
  public:
   explicit OnlyProducts(const HSpMat& matrix) : matrix_(matrix) {}

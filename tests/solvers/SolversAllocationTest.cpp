@@ -16,7 +16,7 @@ namespace {
 
 int silent(const char*) { return 0; }
 
-/// Symmetric, diagonally dominant, three entries a row.
+// Symmetric, diagonally dominant, three entries a row.
 SparseMatrix chain(int n) {
   SparseMatrix A;
   for (int i = 0; i < n; ++i) {

@@ -5,7 +5,7 @@
 /// Number of cells in the pool.
 inline int poolSize() {
   int n = 0;
-  for (const ConsCell* cell = consPool; cell; cell = cell->next) n++;
+  for (const ConsCell* cell = consPool; cell; cell = cell->next) ++n;
   return n;
 }
 

@@ -37,7 +37,7 @@ AssertionResult relative(double a, double b, double tol) {
 AssertionResult small(double value, double tol) { return judged(std::fabs(value), tol, value, 0.0); }
 
 AssertionResult close(const double* a, const double* b, int n, double tol) {
-  for (int i = 0; i < n; i++) {
+  for (int i = 0; i < n; ++i) {
     const AssertionResult one = close(a[i], b[i], tol);
     if (!one) return AssertionFailure() << "element " << i << ": " << one.message();
   }
@@ -56,7 +56,7 @@ AssertionResult sameBits(double a, double b) {
 }
 
 AssertionResult sameBits(const double* a, const double* b, int n) {
-  for (int i = 0; i < n; i++) {
+  for (int i = 0; i < n; ++i) {
     const AssertionResult one = sameBits(a[i], b[i]);
     if (!one) return AssertionFailure() << "element " << i << ": " << one.message();
   }

@@ -185,7 +185,7 @@ void compareFile(Comparison* all, const std::string& kind, const std::string& pa
   compareBoth(all, name, kind, A, kind == "least-squares" ? A.width() : A.height());
 }
 
-/// m x n with so many entries a row, of sizes over so many decades.
+// m x n with so many entries a row, of sizes over so many decades.
 Entries scattered(int m, int n, int perRow, double decades) {
   Random random(7);
   Entries A(m, n);
@@ -197,7 +197,7 @@ Entries scattered(int m, int n, int perRow, double decades) {
   return A;
 }
 
-/// A network of n nodes whose branches have conductances over three decades.
+// A network of n nodes whose branches have conductances over three decades.
 Entries network(int n) {
   Random random(8);
   Entries A(n, n);

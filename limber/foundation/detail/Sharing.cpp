@@ -45,7 +45,7 @@ bool makeRoom() {
   const std::size_t larger = capacity ? 2 * capacity : 16;
   Entry* const moved = new (std::nothrow) Entry[larger]();
   if (!moved) return false;
-  for (std::size_t i = 0; i < capacity; i++) {
+  for (std::size_t i = 0; i < capacity; ++i) {
     if (table[i].pointer) slot(moved, larger, table[i].pointer) = table[i];
   }
   delete[] table;
@@ -66,7 +66,7 @@ void erase(Entry* entry) {
     }
   }
   table[hole] = Entry();
-  used--;
+  --used;
 }
 
 }  // namespace
@@ -74,7 +74,7 @@ void erase(Entry* entry) {
 bool share(const void* p) {
   if (!p) return true;
   if (Entry* const entry = find(p)) {
-    entry->others++;
+    ++entry->others;
     return true;
   }
   if (!makeRoom()) {
@@ -82,7 +82,7 @@ bool share(const void* p) {
     return false;
   }
   slot(table, capacity, p) = {p, 1};
-  used++;
+  ++used;
   return true;
 }
 

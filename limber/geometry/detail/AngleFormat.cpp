@@ -11,17 +11,17 @@ namespace limber::detail {
 
 namespace {
 
-/// Moves the angle of each letter of `from` to that letter's place in `to` and zeroes the rest. False, and
-/// params unchanged, if `to` does not have all the letters in the same order: rotations about different axes
-/// do not commute, so another order would be another rotation.
+// Moves the angle of each letter of `from` to that letter's place in `to` and zeroes the rest. False, and
+// params unchanged, if `to` does not have all the letters in the same order: rotations about different axes
+// do not commute, so another order would be another rotation.
 bool moveAngles(const char* from, const char* to, double* params) {
   double moved[3] = {0.0, 0.0, 0.0};
   int taken = 0;
   const int length = static_cast<int>(std::strlen(to));
-  for (int k = 0; k < length; k++)
+  for (int k = 0; k < length; ++k)
     if (to[k] == from[taken] && from[taken] != 0) moved[k] = params[taken++];
   if (from[taken] != 0) return false;
-  for (int k = 0; k < length; k++) params[k] = moved[k];
+  for (int k = 0; k < length; ++k) params[k] = moved[k];
   return true;
 }
 
@@ -65,7 +65,7 @@ void AngleFormat::convertTo(double* params, const char* toFormat) const {
 }
 
 void AngleFormat::zero(double* params) const {
-  for (size_t k = 0; k < std::strlen(name()); k++) params[k] = 0.0;
+  for (size_t k = 0; k < std::strlen(name()); ++k) params[k] = 0.0;
 }
 
 }  // namespace limber::detail

@@ -30,7 +30,7 @@ struct Turn {
 template <int axis>
 inline void differentiateFirst(const double (*m)[3], double* out) {
   constexpr int i = nextAxis<axis>, j = lastAxis<axis>;
-  for (int k = 0; k < 3; k++) {
+  for (int k = 0; k < 3; ++k) {
     out[3 * axis + k] = 0.0;
     out[3 * i + k] = m[j][k];
     out[3 * j + k] = 0.0 - m[i][k];
@@ -41,7 +41,7 @@ inline void differentiateFirst(const double (*m)[3], double* out) {
 template <int axis>
 inline void differentiateLast(const double (*m)[3], double* out) {
   constexpr int i = nextAxis<axis>, j = lastAxis<axis>;
-  for (int k = 0; k < 3; k++) {
+  for (int k = 0; k < 3; ++k) {
     out[3 * k + axis] = 0.0;
     out[3 * k + i] = 0.0 - m[k][j];
     out[3 * k + j] = m[k][i];

@@ -15,14 +15,14 @@ namespace limber::detail {
 
 namespace {
 
-/// A format of one axis. warnX, warnY and warnZ are the axes that the warnings of setX, setY and setZ name if
-/// the format does not have that axis.
+// A format of one axis. warnX, warnY and warnZ are the axes that the warnings of setX, setY and setZ name if
+// the format does not have that axis.
 template <int axis, char warnX, char warnY, char warnZ>
 class OneAxisFormat final : public AngleFormat {
  public:
   void toMatrix(double* params, Matrix3x3* out) const override {
     const Turn turn(params[0]);
-    for (int k = 0; k < 3; k++) out->m[axis][k] = out->m[k][axis] = k == axis ? 1.0 : 0.0;
+    for (int k = 0; k < 3; ++k) out->m[axis][k] = out->m[k][axis] = k == axis ? 1.0 : 0.0;
     out->m[i][i] = out->m[j][j] = turn.c;
     out->m[i][j] = turn.s;
     out->m[j][i] = -turn.s;

@@ -32,8 +32,8 @@ class QuaternionFormat final : public RotHelper {
     q.Get(params);
   }
 
-  /// With n = w^2 + x^2 + y^2 + z^2 and U the quadratic entries, M = I + (2 / n) U and
-  /// dM/dp = (2 / n) dU/dp - (4 p / n^2) U.
+  // With n = w^2 + x^2 + y^2 + z^2 and U the quadratic entries, M = I + (2 / n) U and
+  // dM/dp = (2 / n) dU/dp - (4 p / n^2) U.
   void matrixDeriv(double* params, double* out) const override {
     if (params[1] == 0.0 && params[2] == 0.0 && params[3] == 0.0) {
       if (params[0] == 0.0) warnZeroQuaternion();
@@ -52,19 +52,19 @@ class QuaternionFormat final : public RotHelper {
                              {-2.0 * y, x, -w, x, 0.0, z, w, z, -2.0 * y},
                              {-2.0 * z, w, x, -w, -2.0 * z, y, x, y, 0.0}};
     const double s2 = 2.0 * s;
-    for (int p = 0; p < 4; p++) {
+    for (int p = 0; p < 4; ++p) {
       const double c = 2.0 * s2 * s * q[p];
-      for (int e = 0; e < 9; e++) out[9 * p + e] = s2 * dU[p][e] - c * U[e];
+      for (int e = 0; e < 9; ++e) out[9 * p + e] = s2 * dU[p][e] - c * U[e];
     }
     if (scale != 1.0)
-      for (int e = 0; e < 36; e++) out[e] *= scale;
+      for (int e = 0; e < 36; ++e) out[e] *= scale;
   }
 
   void setX(double* params, double angle) const override { setInZXY(params, 1, angle); }
   void setY(double* params, double angle) const override { setInZXY(params, 2, angle); }
   void setZ(double* params, double angle) const override { setInZXY(params, 0, angle); }
 
-  /// Converts to "XYZ" and "ZXY" through the matrix. The shorter formats cannot represent every quaternion.
+  // Converts to "XYZ" and "ZXY" through the matrix. The shorter formats cannot represent every quaternion.
   void convertTo(double* params, const char* toFormat) const override {
     const RotHelper* const target = formatNamed(toFormat);
     if (target == this) return;
@@ -84,7 +84,7 @@ class QuaternionFormat final : public RotHelper {
   void zero(double* params) const override { Quat().Get(params); }
 
  private:
-  /// Sets one of the Z-X-Y angles of the same rotation.
+  // Sets one of the Z-X-Y angles of the same rotation.
   void setInZXY(double* params, int position, double angle) const {
     convertTo(params, "ZXY");
     params[position] = angle;

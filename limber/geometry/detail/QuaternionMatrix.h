@@ -14,14 +14,14 @@ inline void warnZeroQuaternion() { stdoutPrintf("WARNING: 0,0,0,0 quaternion!!!\
 /// Copies p to q and returns the scale. The scale is a power of two if the squared norm of p, or its square,
 /// could over- or underflow. Otherwise, and if p is not finite, the scale is 1 and no bit changes.
 inline double unscale(const double* p, double* q) {
-  for (int k = 0; k < 4; k++) q[k] = p[k];
+  for (int k = 0; k < 4; ++k) q[k] = p[k];
   const double n = q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3];
   if (n > 1e-100 && n < 1e100) return 1.0;
   const double largest = std::fmax(std::fmax(std::fabs(p[0]), std::fabs(p[1])),  //
                                    std::fmax(std::fabs(p[2]), std::fabs(p[3])));
   if (!(largest > 0.0) || std::isinf(largest)) return 1.0;
   const int exponent = std::min(-std::ilogb(largest), 1023);  // the factor itself must be finite
-  for (int k = 0; k < 4; k++) q[k] = std::ldexp(p[k], exponent);
+  for (int k = 0; k < 4; ++k) q[k] = std::ldexp(p[k], exponent);
   return std::ldexp(1.0, exponent);
 }
 

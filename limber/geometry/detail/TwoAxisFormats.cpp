@@ -9,7 +9,7 @@ namespace limber::detail {
 
 namespace {
 
-/// M = B(p1) A(p0) with A about the axis `inner`, B about `outer`. `Subclass::rows` writes the product.
+// M = B(p1) A(p0) with A about the axis `inner`, B about `outer`. `Subclass::rows` writes the product.
 template <class Subclass, int inner, int outer>
 class TwoAxisFormat : public AngleFormat {
  public:

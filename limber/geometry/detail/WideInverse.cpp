@@ -28,12 +28,12 @@ namespace limber::detail {
 
 namespace {
 
-/// Which original row each slot holds, and the pivot column of each slot that has been a pivot: four bits
-/// each, so that they stay in registers.
+// Which original row each slot holds, and the pivot column of each slot that has been a pivot: four bits
+// each, so that they stay in registers.
 struct Slots {
   unsigned rows = 0x3210, columns = 0;
-  /// For the permutation at the end: the 16 bits of row r hold the two halves 2c and 2c + 1 of the lane of
-  /// its pivot column c.
+  // For the permutation at the end: the 16 bits of row r hold the two halves 2c and 2c + 1 of the lane of
+  // its pivot column c.
   std::uint64_t halves = 0;
 
   int row(int slot) const { return static_cast<int>(rows >> (4 * slot) & 15); }
@@ -49,15 +49,15 @@ struct alignas(32) LaneMasks {
 };
 const LaneMasks masks = {{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {0, 0, 0, -1}}};
 
-/// slotAfterSwap[s][r][i]: the slot that becomes slot i when slots s and r are exchanged, for i > s.
+// slotAfterSwap[s][r][i]: the slot that becomes slot i when slots s and r are exchanged, for i > s.
 const unsigned char slotAfterSwap[3][4][4] = {{{0, 1, 2, 3}, {0, 0, 2, 3}, {0, 1, 0, 3}, {0, 1, 2, 0}},
                                               {{0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 1, 3}, {0, 1, 2, 1}},
                                               {{0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 2, 2}}};
 
-/// The row in which the plain elimination has each slot after `steps` steps, four bits per slot.
+// The row in which the plain elimination has each slot after `steps` steps, four bits per slot.
 inline unsigned plainRows(int steps, const Slots& slots) {
   unsigned rowAt = 0x3210, placeOf = 0x3210;  // inverse to each other
-  for (int s = 0; s < steps; s++) {
+  for (int s = 0; s < steps; ++s) {
     const int row = slots.row(s), to = slots.column(s);
     const int from = static_cast<int>(placeOf >> (4 * row) & 15),
               other = static_cast<int>(rowAt >> (4 * to) & 15);
@@ -66,22 +66,22 @@ inline unsigned plainRows(int steps, const Slots& slots) {
     placeOf ^= movedPlace << (4 * row) ^ movedPlace << (4 * other);
   }
   unsigned result = 0;
-  for (int slot = 0; slot < 4; slot++) result |= (placeOf >> (4 * slots.row(slot)) & 15) << (4 * slot);
+  for (int slot = 0; slot < 4; ++slot) result |= (placeOf >> (4 * slots.row(slot)) & 15) << (4 * slot);
   return result;
 }
 
-/// The place of the largest magnitude in the open slots and columns; among equals the last in the order of
-/// the plain elimination, by row and then by column.
+// The place of the largest magnitude in the open slots and columns; among equals the last in the order of
+// the plain elimination, by row and then by column.
 __attribute__((noinline, cold)) int lastOfLargest(const double* rows, int step, Slots slots) {
   bool used[4] = {};
-  for (int s = 0; s < step; s++) used[slots.column(s)] = true;
+  for (int s = 0; s < step; ++s) used[slots.column(s)] = true;
   const unsigned plain = plainRows(step, slots);
   double largest = 0.0;
   int place = 4 * step;
-  for (unsigned row = 0; row < 4; row++) {
+  for (unsigned row = 0; row < 4; ++row) {
     int slot = step;
-    while (slot < 4 && (plain >> (4 * slot) & 15) != row) slot++;
-    for (int column = 0; slot < 4 && column < 4; column++) {
+    while (slot < 4 && (plain >> (4 * slot) & 15) != row) ++slot;
+    for (int column = 0; slot < 4 && column < 4; ++column) {
       const double magnitude = std::fabs(rows[4 * slot + column]);
       if (used[column] || !(magnitude >= largest)) continue;
       largest = magnitude;
@@ -93,24 +93,24 @@ __attribute__((noinline, cold)) int lastOfLargest(const double* rows, int step, 
 
 #define LIMBER_WIDE_PART __attribute__((target("avx2"), always_inline)) inline
 
-/// Loads two halves: if the caller has just written the matrix in halves, one wide load would have to wait
-/// for both.
+// Loads two halves: if the caller has just written the matrix in halves, one wide load would have to wait
+// for both.
 template <int Step>
 LIMBER_WIDE_PART __m256d load(const double* row) {
   if constexpr (Step > 0) return _mm256_load_pd(row);
   return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(row)), _mm_loadu_pd(row + 2), 1);
 }
 
-/// The upper halves of two rows: columns 0 and 1 of both, then 2 and 3 of both.
+// The upper halves of two rows: columns 0 and 1 of both, then 2 and 3 of both.
 LIMBER_WIDE_PART __m256i upperHalves(__m256d first, __m256d second) {
   return _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castpd_ps(first), _mm256_castpd_ps(second), 0xdd));
 }
 
-/// The places of two slots, in the order of upperHalves().
+// The places of two slots, in the order of upperHalves().
 LIMBER_WIDE_PART __m256i placesAt(int slot) {
   return _mm256_add_epi32(_mm256_set1_epi32(4 * slot), _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7));
 }
-/// All ones in the lanes whose key agrees with `best` except in the bits of the place.
+// All ones in the lanes whose key agrees with `best` except in the bits of the place.
 LIMBER_WIDE_PART __m256i tiedLanes(__m256i keys, __m256i best) {
   const __m256i differ = _mm256_and_si256(_mm256_xor_si256(keys, best), _mm256_set1_epi32(magnitudeBits));
   return _mm256_cmpeq_epi32(differ, _mm256_setzero_si256());
@@ -119,15 +119,15 @@ LIMBER_WIDE_PART unsigned bitsOf(__m256i lanes) {
   return static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(lanes)));
 }
 
-/// The largest of eight numbers, in every lane.
+// The largest of eight numbers, in every lane.
 LIMBER_WIDE_PART __m128i largestLane(__m256i keys) {
   __m128i half = _mm_max_epi32(_mm256_castsi256_si128(keys), _mm256_extracti128_si256(keys, 1));
   half = _mm_max_epi32(half, _mm_shuffle_epi32(half, 0x4e));
   return _mm_max_epi32(half, _mm_shuffle_epi32(half, 0xb1));
 }
 
-/// Keys that sort the places of `slot` and the next one in the order of the plain elimination: plain row and
-/// column, above the place. `plainBytes` has 64 times the plain row of slot s in byte s.
+// Keys that sort the places of `slot` and the next one in the order of the plain elimination: plain row and
+// column, above the place. `plainBytes` has 64 times the plain row of slot s in byte s.
 LIMBER_WIDE_PART __m256i plainOrder(__m256i plainBytes, int slot) {
   const __m256i byteOfLane =
       _mm256_add_epi32(_mm256_set1_epi32(slot), _mm256_setr_epi32(0, 0, 1, 1, 0, 0, 1, 1));
@@ -137,8 +137,8 @@ LIMBER_WIDE_PART __m256i plainOrder(__m256i plainBytes, int slot) {
   return _mm256_or_si256(_mm256_or_si256(rows, columns), placesAt(slot));
 }
 
-/// If the magnitudes of the tied places are equal: the last of them in the order of the plain elimination.
-/// Otherwise the last of the largest.
+// If the magnitudes of the tied places are equal: the last of them in the order of the plain elimination.
+// Otherwise the last of the largest.
 template <int Step>
 LIMBER_WIDE_PART int lastOfTied(const double* rows, __m256d r0, __m256d r1, __m256d r2, __m256d r3,
                                 __m256i tied01, __m256i tied23, const Slots& slots) {
@@ -158,7 +158,7 @@ LIMBER_WIDE_PART int lastOfTied(const double* rows, __m256d r0, __m256d r1, __m2
         _mm256_movemask_pd(_mm256_cmp_pd(_mm256_andnot_pd(sign, row), magnitude, _CMP_EQ_OQ)));
   };
   unsigned openColumns = 15;
-  for (int s = 0; s < Step; s++) openColumns &= ~(1u << slots.column(s));
+  for (int s = 0; s < Step; ++s) openColumns &= ~(1u << slots.column(s));
   unsigned equals = equal(r3) << 12 | equal(r2) << 8, tied = bitsOf(tied23);
   if constexpr (Step < 2) equals |= equal(r1) << 4, tied |= bitsOf(tied01) << 8;
   if constexpr (Step == 0) equals |= equal(r0);
@@ -167,8 +167,8 @@ LIMBER_WIDE_PART int lastOfTied(const double* rows, __m256d r0, __m256d r1, __m2
   return __builtin_expect(allEqual, 1) ? place : lastOfLargest(rows, Step, slots);
 }
 
-/// The place of the pivot of step `Step` among the slots from `Step` on, -1 if the pivot is zero, infinite or
-/// a NaN.
+// The place of the pivot of step `Step` among the slots from `Step` on, -1 if the pivot is zero, infinite or
+// a NaN.
 template <int Step>
 LIMBER_WIDE_PART int findPivot(const double* rows, __m256d r0, __m256d r1, __m256d r2, __m256d r3,
                                __m256i open, const Slots& slots) {
@@ -193,8 +193,8 @@ LIMBER_WIDE_PART int findPivot(const double* rows, __m256d r0, __m256d r1, __m25
   return static_cast<int>(key & placeBits);
 }
 
-/// Step `Step` of the elimination: reads the rows (in memory, and in r0 ... r3), writes them to `to` and r0
-/// ... r3. `open` has the magnitude bits set in the lanes of the unused columns.
+// Step `Step` of the elimination: reads the rows (in memory, and in r0 ... r3), writes them to `to` and r0
+// ... r3. `open` has the magnitude bits set in the lanes of the unused columns.
 template <int Step>
 LIMBER_WIDE_PART bool eliminate(const double* from, double* to, __m256d& r0, __m256d& r1, __m256d& r2,
                                 __m256d& r3, __m256i& open, Slots& slots) {
@@ -254,7 +254,7 @@ LIMBER_WIDE bool invertAvx2(double* m) {
   // Slot s holds row column(s) of the inverse. Its element row(t) is in lane column(t).
   const __m256i order = _mm256_cvtepu8_epi32(_mm_cvtsi64_si128(static_cast<long long>(slots.halves)));
   const __m256d out[4] = {r0, r1, r2, r3};
-  for (int s = 0; s < 4; s++)
+  for (int s = 0; s < 4; ++s)
     _mm256_storeu_pd(m + 4 * slots.column(s),
                      _mm256_castsi256_pd(_mm256_permutevar8x32_epi32(_mm256_castpd_si256(out[s]), order)));
   return true;

@@ -41,7 +41,7 @@ class XYZFormat final : public AngleFormat {
     // Z Y'(y) X with Y' X = (a / 0 / b).
     const double a[3] = {-y.s, x.s * y.c, -x.c * y.c};
     const double b[3] = {y.c, x.s * y.s, -x.c * y.s};
-    for (int k = 0; k < 3; k++) {
+    for (int k = 0; k < 3; ++k) {
       out[9 + k] = z.c * a[k];
       out[12 + k] = -z.s * a[k];
       out[15 + k] = b[k];
@@ -56,7 +56,7 @@ class XYZFormat final : public AngleFormat {
   const char* name() const override { return "XYZ"; }
 
  private:
-  /// Contract: sets one of the Z-X-Y angles of the same rotation, not the angle of this format.
+  // Contract: sets one of the Z-X-Y angles of the same rotation, not the angle of this format.
   void setInZXY(double* params, int position, double angle) const {
     convertTo(params, "ZXY");
     params[position] = angle;

@@ -44,7 +44,7 @@ class ZXYFormat final : public AngleFormat {
     // Y X'(x) Z with X' Z = (0 / a / b).
     const double a[3] = {z.s * x.s, -z.c * x.s, x.c};
     const double b[3] = {z.s * x.c, -z.c * x.c, -x.s};
-    for (int k = 0; k < 3; k++) {
+    for (int k = 0; k < 3; ++k) {
       out[9 + k] = -y.s * b[k];
       out[12 + k] = a[k];
       out[15 + k] = y.c * b[k];

@@ -62,7 +62,7 @@ inline int copyLine(const char* from, char* to, int size) {
     store16(to + n, bytes);
   }
 #endif
-  for (; n < size && !endsLine(from[n]); n++) to[n] = from[n];
+  for (; n < size && !endsLine(from[n]); ++n) to[n] = from[n];
   return n;
 }
 

@@ -15,7 +15,7 @@ bool PathList::endsElement(const char* start) const {
 char* PathList::next(char* out) {
   const char* const start = rest_;
   while (*rest_ && !endsElement(start)) *out++ = *rest_++;
-  if (*rest_) rest_++;
+  if (*rest_) ++rest_;
   *out = 0;
   return out;
 }

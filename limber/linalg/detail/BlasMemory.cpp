@@ -9,7 +9,7 @@
 #include "limber/linalg/detail/LapackCalls.h"
 
 #if defined(__ELF__)
-/// Present in OpenBLAS only.
+// Present in OpenBLAS only.
 extern "C" char* openblas_get_config() __attribute__((weak));
 #endif
 
@@ -25,7 +25,7 @@ bool isOpenBlas() {
 #endif
 }
 
-/// True if that much can be allocated now. The memory is released untouched.
+// True if that much can be allocated now. The memory is released untouched.
 bool canAllocate(std::size_t bytes) {
   void* volatile const probe = std::malloc(bytes);  // volatile, or the compiler removes malloc and free
   const bool there = probe != nullptr;
@@ -33,7 +33,7 @@ bool canAllocate(std::size_t bytes) {
   return there;
 }
 
-/// A triangular solve with two unknowns: the smallest call for which OpenBLAS takes its buffer.
+// A triangular solve with two unknowns: the smallest call for which OpenBLAS takes its buffer.
 void takeBuffer() {
   const int two = 2;
   const double one = 1.0, identity[] = {1.0, 0.0, 0.0, 1.0};

@@ -53,16 +53,16 @@ inline double largestOpen(const double* __restrict row, const double* __restrict
   double best[8] = {-1.0, -1.0, -1.0, -1.0, -1.0, -1.0, -1.0, -1.0};
   int j = 0;
   for (; j + 8 <= n; j += 8) {
-    for (int k = 0; k < 8; k++) {
+    for (int k = 0; k < 8; ++k) {
       const double magnitude = std::fabs(row[j + k]) + closed[j + k];
       best[k] = magnitude > best[k] ? magnitude : best[k];
     }
   }
-  for (int k = 0; j < n; j++, k++) {
+  for (int k = 0; j < n; ++j, ++k) {
     const double magnitude = std::fabs(row[j]) + closed[j];
     best[k] = magnitude > best[k] ? magnitude : best[k];
   }
-  for (int k = 1; k < 8; k++) best[0] = best[k] > best[0] ? best[k] : best[0];
+  for (int k = 1; k < 8; ++k) best[0] = best[k] > best[0] ? best[k] : best[0];
   return best[0];
 }
 
@@ -71,14 +71,14 @@ inline double largestOpen(const double* __restrict row, const double* __restrict
 /// and `column` keep the valid values of the previous step.
 inline void findPivot(const double* a, int n, int ld, const GaussJordanScratch& s, int& row, int& column) {
   double best = 0.0;
-  for (int i = 0; i < n; i++) {
+  for (int i = 0; i < n; ++i) {
     if (s.uses[i] == 1) continue;
     const double* values = a + static_cast<std::ptrdiff_t>(i) * ld;
     const double inRow = largestOpen(values, s.closed, n);
     if (!(inRow >= best)) continue;
     best = inRow;
     row = i;
-    for (int j = n - 1; j >= 0; j--) {
+    for (int j = n - 1; j >= 0; --j) {
       if (std::fabs(values[j]) + s.closed[j] == inRow) {
         column = j;
         break;
@@ -93,7 +93,7 @@ inline void findPivot(const double* a, int n, int ld, const GaussJordanScratch& 
 template <int Size = 0, class Watcher>
 void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher& watcher) {
   const int size = Size > 0 ? Size : n;
-  for (int j = 0; j < size; j++) {
+  for (int j = 0; j < size; ++j) {
     s.uses[j] = 0;
     s.closed[j] = 0.0;
   }
@@ -101,21 +101,21 @@ void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher&
   int row = 0;
   int column = 0;
   int usedTwice = 0;
-  for (int step = 0; step < size; step++) {
+  for (int step = 0; step < size; ++step) {
     if (usedTwice > 0) {
-      for (int i = 0; i < size; i++) {
+      for (int i = 0; i < size; ++i) {
         if (s.uses[i] == 1) continue;
-        for (int k = 0; k < usedTwice; k++) watcher.columnUsedTwice();
+        for (int k = 0; k < usedTwice; ++k) watcher.columnUsedTwice();
       }
     }
     findPivot(a, size, ld, s, row, column);
-    s.uses[column]++;
+    ++s.uses[column];
     s.closed[column] = std::numeric_limits<double>::quiet_NaN();
-    if (s.uses[column] == 2) usedTwice++;
+    if (s.uses[column] == 2) ++usedTwice;
     double* const pivotRow = rowAt(column);
     if (row != column) {
       double* const other = rowAt(row);
-      for (int j = 0; j < size; j++) {
+      for (int j = 0; j < size; ++j) {
         const double value = other[j];
         other[j] = pivotRow[j];
         pivotRow[j] = value;
@@ -128,23 +128,23 @@ void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher&
 
     const double factor = 1.0 / pivotRow[column];
     pivotRow[column] = 1.0;
-    for (int j = 0; j < size; j++) pivotRow[j] *= factor;
+    for (int j = 0; j < size; ++j) pivotRow[j] *= factor;
     watcher.pivotRowScaled(column, factor);
-    for (int i = 0; i < size; i++) {
+    for (int i = 0; i < size; ++i) {
       if (i == column) continue;
       double* __restrict target = rowAt(i);
       const double* __restrict source = pivotRow;
       const double multiple = target[column];
       target[column] = 0.0;
-      for (int j = 0; j < size; j++) target[j] -= source[j] * multiple;
+      for (int j = 0; j < size; ++j) target[j] -= source[j] * multiple;
       watcher.rowReduced(i, column, multiple);
     }
   }
-  for (int step = size - 1; step >= 0; step--) {
+  for (int step = size - 1; step >= 0; --step) {
     const int first = s.pivotRow[step];
     const int second = s.pivotColumn[step];
     if (first == second) continue;
-    for (int i = 0; i < size; i++) {
+    for (int i = 0; i < size; ++i) {
       double* const values = rowAt(i);
       const double value = values[first];
       values[first] = values[second];

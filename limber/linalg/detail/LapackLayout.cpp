@@ -14,7 +14,7 @@ namespace limber::detail {
 
 namespace {
 
-/// An array that lives as long as the process. It is `fixed` until a caller needs more than that holds.
+// An array that lives as long as the process. It is `fixed` until a caller needs more than that holds.
 template <class T>
 class GrowingSpace {
  public:
@@ -60,7 +60,7 @@ int* lapackIntegers(int n) { return blasHasMemory() ? integers.reserve(n) : null
 const int* pivotsToLapack(const long* pivots, int n, int largest) {
   int* const converted = pivots ? lapackIntegers(n) : nullptr;
   if (!converted) return nullptr;
-  for (int i = 0; i < n; i++) {
+  for (int i = 0; i < n; ++i) {
     if (pivots[i] < 1 || pivots[i] > largest) return nullptr;
     converted[i] = static_cast<int>(pivots[i]);
   }

@@ -28,7 +28,7 @@ struct WorkVectors {
 
   /// Shares the vectors of another solver.
   void share(const Vector* const (&others)[N]) const {
-    for (int i = 0; i < N; i++) copyShared(*fields[i], const_cast<Vector*>(others[i]));
+    for (int i = 0; i < N; ++i) copyShared(*fields[i], const_cast<Vector*>(others[i]));
     if (!complete()) drop();
   }
 

@@ -36,8 +36,8 @@ TEST(Sharing, NullIsSharedFreely) {
 
 struct Counted {
   static int alive;
-  Counted() { alive++; }
-  ~Counted() { alive--; }
+  Counted() { ++alive; }
+  ~Counted() { --alive; }
 };
 int Counted::alive = 0;
 
@@ -65,7 +65,7 @@ TEST(Sharing, AgreesWithAMapOverManyOperations) {
   std::mt19937 random(11);
   std::vector<double> storage(300);
   std::map<const void*, int> counts;
-  for (int step = 0; step < 200000; step++) {
+  for (int step = 0; step < 200000; ++step) {
     const void* const p = &storage[random() % storage.size()];
     int& others = counts[p];
     if (random() % 2 == 0) {

@@ -13,7 +13,7 @@ int failures = 0;
 void check(bool condition, const char* what) {
   if (condition) return;
   std::fprintf(stdout, "failed: %s\n", what);
-  failures++;
+  ++failures;
 }
 
 std::string collected;
@@ -25,7 +25,7 @@ int collect(const char* text) {
 
 int poolSize() {
   int n = 0;
-  for (const ConsCell* cell = consPool; cell; cell = cell->next) n++;
+  for (const ConsCell* cell = consPool; cell; cell = cell->next) ++n;
   return n;
 }
 
@@ -43,7 +43,7 @@ void pool() {
   List<int*> list;
   list.add(&item);
   check(poolSize() == 99, "the first cell comes from a batch of 100");
-  for (int i = 0; i < 99; i++) list.add(&item);
+  for (int i = 0; i < 99; ++i) list.add(&item);
   check(poolSize() == 0, "the batch is used up");
   conspool_batchsize = 7;
   list.add(&item);

@@ -35,13 +35,13 @@ extern "C" {
 int gzread(gzFile, void* out, unsigned size) {
   requests.push_back(size);
   const Read& now = script[reads < script.size() ? reads : script.size() - 1];
-  reads++;
+  ++reads;
   if (now.result > 0) std::memset(out, 'a', size);
   return now.result;
 }
 int gzeof(gzFile) { return script[reads <= script.size() ? reads - 1 : script.size() - 1].eof; }
 int gzclose(gzFile) {
-  closed++;
+  ++closed;
   return 0;
 }
 }
