@@ -10,6 +10,7 @@
 #include "tests/solvers/TinyProblems.h"
 #include "tests/solvers/Tuning.h"
 #include "tests/support/CapturedOutput.h"
+#include "tests/support/OwnProcess.h"
 #include "tests/support/allocations/Allocations.h"
 
 namespace {
@@ -76,8 +77,9 @@ struct All {
 };
 
 // Each work vector that cannot be made is reported and left empty; the solve ends all the same, and the next
-// one has what it needs. Stands first: it must be the first use of the solvers in the process.
+// one has what it needs. This is the first use of the solvers in the process.
 TEST(SolversAllocation, FailuresOfTheFirstUseAreReportedAndSurvived) {
+  if (!inOwnProcess()) return;
   const CGTuning tuning;
   const CapturedOutput captured;
   FullMatrix A(12, 12);
@@ -158,6 +160,7 @@ TEST(SolversAllocation, NothingInALongSolveAfterAShortOne) {
 // Each solve is larger than all before it. First each work vector that has to grow fails to, which empties
 // it; then the k-th only. Whatever fails, the same solve has what it needs the next time.
 TEST(SolversAllocation, KthFailureOfGrowingWorkVectorsIsSurvived) {
+  if (!inOwnProcess()) return;
   const CGTuning tuning;
   CapturedOutput captured;
   cg_tol = 1e-12;

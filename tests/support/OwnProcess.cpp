@@ -1,0 +1,20 @@
+#include "tests/support/OwnProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/Program.h"
+
+bool inOwnProcess() {
+  static int calls = 0;
+  const testing::UnitTest& tests = *testing::UnitTest::GetInstance();
+  if (++calls == 1 && tests.test_to_run_count() == 1) return true;
+  const testing::TestInfo& test = *tests.current_test_info();
+  const std::string name = std::string(test.test_suite_name()) + "." + test.name();
+  const ProgramRun run =
+      runProgram("/proc/self/exe", {"--gtest_filter=" + name, "--gtest_repeat=1", "--gtest_brief=1"});
+  if (run.status == 127) return true;
+  EXPECT_EQ(run.status, 0) << run.out << run.err;
+  return false;
+}
