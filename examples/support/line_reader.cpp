@@ -41,7 +41,12 @@ int LineReader::refill() {
   if (!damage_.empty()) return endOfFile;
   const auto stream = static_cast<gzFile>(stream_);
   errno = 0;
-  const int count = gzread(stream, buffer_.data(), static_cast<unsigned>(buffer_.size()));
+  const auto read = [&] { return gzread(stream, buffer_.data(), static_cast<unsigned>(buffer_.size())); };
+  int count = read();
+  if (count == 0 && !gzdirect(stream)) {
+    gzclearerr(stream);  // a cut where zlib's buffer is just full shows only when zlib looks again
+    count = read();
+  }
   at_ = 0;
   end_ = count > 0 ? static_cast<std::size_t>(count) : 0;
   if (end_ > 0) return static_cast<unsigned char>(buffer_[0]);

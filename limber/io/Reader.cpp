@@ -200,13 +200,21 @@ int Reader::advance() {
 
 int Reader::ok() const { return !atEnd(); }
 
+// For gzread and gzeof, a file that is cut off ends like a complete one; only gzerror tells them apart. If
+// the text before the cut happens to fill zlib's buffer, gzerror does so only after another read. That read
+// is made for compressed files only: plain files cannot be cut off unnoticed, and a terminal would wait.
 int Reader::damaged() const {
   if (!file || !atEnd()) return 0;
   const auto stream = static_cast<gzFile>(file);
-  // For gzread and gzeof, a file that is cut off ends like a complete one; only gzerror tells them apart.
   int error = Z_OK;
   gzerror(stream, &error);
-  return error != Z_OK || !gzeof(stream);
+  if (error != Z_OK || !gzeof(stream)) return 1;
+  if (gzdirect(stream)) return 0;
+  gzclearerr(stream);
+  char next;
+  if (gzread(stream, &next, 1) == 1) gzungetc(next, stream);
+  gzerror(stream, &error);
+  return error != Z_OK;
 }
 
 // Advances to the next printable character, across line ends.

@@ -60,10 +60,7 @@ class LIMBER_API Reader {
   int ok() const;
   /// 1 if the reader is at its end because of damage or a read error, and not because the text is complete: a
   /// compressed file that is cut off or whose check sums are missing or wrong, a directory, a stream that
-  /// cannot be read. The last word may then be cut off. 0 before the end, and if no file was opened. One kind
-  /// of damage is not detected, because gzread takes it for the end: a compressed file that is cut off
-  /// exactly where the text so far fills zlib's buffer, at a multiple of 16 KB (for example, if only the
-  /// check sums of a text of that size are missing).
+  /// cannot be read. The last word may then be cut off. 0 before the end, and if no file was opened.
   int damaged() const;
   /// The next character; a run of whitespace and line ends counts as its first character (a line end as LF).
   /// 0 at the end.

@@ -59,7 +59,12 @@ void LineReader::load(const std::string& name, const char* searchPath) {
   file_ = path.data();
   std::vector<char> part(1 << 16);
   for (std::size_t lineBegun = 0; text_.size() - lineBegun <= longestLine;) {
-    const int got = gzread(in.file, part.data(), static_cast<unsigned>(part.size()));
+    const auto read = [&] { return gzread(in.file, part.data(), static_cast<unsigned>(part.size())); };
+    int got = read();
+    if (got == 0 && !gzdirect(in.file)) {
+      gzclearerr(in.file);  // a cut where zlib's buffer is just full shows only when zlib looks again
+      got = read();
+    }
     int problem = Z_OK;
     gzerror(in.file, &problem);
     if (got < 0 || problem != Z_OK) fail("the file is damaged or cut short");

@@ -138,6 +138,19 @@ TEST(ReaderNumbers, GetRealKeepsTheValueOfAtof) {
                            "1.7976931348623157e308",
                            "1.7976931348623159e308",
                            "9007199254740993",
+                           "9007199254740993.0",  // halves between two doubles, and next to them
+                           "-4503599627370497.5",
+                           "4503599627370497.500",
+                           "4503599627370497.499",
+                           "4503599627370497.501",
+                           "4503599627370498.50",
+                           "281474976710657.03125",
+                           "281474976710657.0312",
+                           "9223372036854775296.",
+                           "0.1000000000000000055",
+                           "0.5000000000000000000",
+                           "00000000000000000.00",
+                           "18014398509481985.1",
                            "0.1",
                            "123456789012345678901234567890",
                            "1,5",
@@ -210,12 +223,13 @@ TEST(ReaderNumbers, GetRealKeepsTheValueOfAtofOverRandomWords) {
   std::mt19937_64 random(20);
   int compared = 0;
   for (int i = 0; i < 300000; ++i) {
-    char padded[80] = "";
+    char padded[96] = "";
+    char* const text = padded + 8;
     const std::string word = randomWord(random);
-    std::memcpy(padded, word.c_str(), word.size() + 1);
+    std::memcpy(text, word.c_str(), word.size() + 1);
     if (!(word[0] >= '0' && word[0] <= '9') && word[0] != '-') continue;
     ++compared;
-    ASSERT_TRUE(tolerance::sameBits(limber::detail::realWord(padded, padded + word.size(), padded),
+    ASSERT_TRUE(tolerance::sameBits(limber::detail::realWord(text, text + word.size(), text),
                                     std::atof(word.c_str())))
         << word;
   }

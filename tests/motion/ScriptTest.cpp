@@ -204,6 +204,11 @@ TEST_F(Script, CompressedScriptsAreReadAndTruncatedOnesRefused) {
     EXPECT_NE(problem(packed.substr(0, length)), "") << length;
   }
   EXPECT_NE(problem(packed.substr(0, packed.size() - 4)).find("damaged or cut short"), std::string::npos);
+  // Nor where the text fills zlib's buffer.
+  const std::string full =
+      readFile(directory.writeGz("full.gz", text + std::string(16383 - text.size(), ' ') + "\n"));
+  EXPECT_EQ(read(full).size(), 2u);
+  EXPECT_NE(problem(full.substr(0, full.size() - 8)).find("damaged or cut short"), std::string::npos);
 }
 
 TEST(SortByFrame, LeavesEachJointItsLastWishOfAFrame) {

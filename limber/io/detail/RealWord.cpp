@@ -63,24 +63,47 @@ std::uint64_t joined(std::uint64_t digits) {
   return (digits * (UINT64_C(10000) << 32 | 1)) >> 32;
 }
 
-// The number with these `count` digits, 0 if there are none. Marks characters that are not digits in
-// `wrong`.
+// The number with these `count` digits, at most 8. Marks characters that are not digits in `wrong`.
+inline std::uint64_t upToEight(const char* at, int count, std::uint64_t& wrong) {
+  const std::uint64_t digits = (load8(at) ^ zeros) << (64 - 8 * count);
+  wrong |= wrongDigits(digits);
+  return joined(digits);
+}
+
+// The number with the `count` digits, 1 to 16, that end at `end`. The 16 bytes before `end` may be read.
+#ifdef __SSE2__
+inline std::uint64_t upToSixteen(const char* end, int count, std::uint64_t& wrong) {
+  static constexpr char zerosThenOnes[32] = {0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,
+                                             -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+  const __m128i digits =
+      _mm_and_si128(_mm_xor_si128(load16(end - 16), _mm_set1_epi8('0')), load16(zerosThenOnes + count));
+  // The comparison is signed, so bytes from 128 on would pass; they are white and so never part of a word.
+  wrong |= static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(digits, _mm_set1_epi8(9))));
+  // Neighbours are joined into eight numbers of two digits, these into four of four, these into two of eight.
+  const __m128i firsts = _mm_and_si128(digits, _mm_set1_epi16(255)), seconds = _mm_srli_epi16(digits, 8);
+  const __m128i twos = _mm_add_epi16(_mm_mullo_epi16(firsts, _mm_set1_epi16(10)), seconds);
+  const __m128i fours = _mm_madd_epi16(twos, _mm_set1_epi32(1 << 16 | 100));
+  const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(1 << 16 | 10000));
+  std::uint64_t both;
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(&both), eights);
+  return (both & 0xffffffff) * wholePowers[8] + (both >> 32);
+}
+#else
+inline std::uint64_t upToSixteen(const char* end, int count, std::uint64_t& wrong) {
+  if (count <= 8) return upToEight(end - count, count, wrong);
+  return upToEight(end - count, count - 8, wrong) * wholePowers[8] + upToEight(end - 8, 8, wrong);
+}
+#endif
+
+// The number with these `count` digits, at most 19; 0 if there are none.
 inline std::uint64_t number(const char* at, int count, std::uint64_t& wrong) {
-  if (count == 0) return 0;
-  const int head = (count - 1) % 8 + 1;
-  const std::uint64_t first = (load8(at) ^ zeros) << (64 - 8 * head);
-  wrong |= wrongDigits(first);
-  std::uint64_t value = joined(first);
-  for (int k = head; k < count; k += 8) {
-    const std::uint64_t next = load8(at + k) ^ zeros;
-    wrong |= wrongDigits(next);
-    value = value * wholePowers[8] + joined(next);
-  }
-  return value;
+  if (count <= 0) return 0;
+  if (count <= 8) return upToEight(at, count, wrong);
+  if (count <= 16) return upToSixteen(at + count, count, wrong);
+  return upToEight(at, count - 16, wrong) * wholePowers[16] + upToSixteen(at + count, 16, wrong);
 }
 
 constexpr double signs[] = {1.0, -1.0};
-constexpr std::int64_t wholeSigns[] = {1, -1};
 
 // +-integer / 10^power for an integer up to 2^53. Both are exact, so the division rounds once (Clinger
 // 1990). The sign is set before the division, so that every rounding mode works; a zero keeps its sign too.
@@ -89,20 +112,50 @@ double exactQuotient(bool negative, std::uint64_t integer, int power) {
 }
 
 #ifdef __SIZEOF_INT128__
-// +-integer / 10^power, rounded once: at least 62 bits of the quotient are computed, and the last one is
-// also set if there is a remainder, so that the conversion to a double rounds like the exact quotient.
-double quotient(bool negative, std::uint64_t integer, int power) {
-  __extension__ typedef unsigned __int128 Wide;
-  const int up = __builtin_clzll(integer), down = __builtin_clzll(wholePowers[power]);
-  const Wide dividend = static_cast<Wide>(integer << up) << 62;
-  const std::uint64_t divisor = wholePowers[power] << down;
-  auto bits = static_cast<std::int64_t>(dividend / divisor);
-  bits |= static_cast<Wide>(bits) * divisor != dividend;
-  // The power of two, 2^(down - up - 62).
-  const std::uint64_t scaleBits = static_cast<std::uint64_t>(1023 + down - up - 62) << 52;
+__extension__ typedef unsigned __int128 Wide;
+
+// dividend 2^62 / divisor, with the last bit set if there is a remainder.
+__attribute__((noinline)) std::int64_t exactBits(std::uint64_t dividend, std::uint64_t divisor) {
+  const Wide wide = Wide{dividend} << 62;
+  const auto bits = static_cast<std::uint64_t>(wide / divisor);
+  return static_cast<std::int64_t>(bits | (Wide{bits} * divisor != wide));
+}
+
+// A power of ten that is shifted up to fill 64 bits, and its reciprocal.
+struct Divisor {
+  std::uint64_t value;       // 10^power 2^shift
+  std::uint64_t reciprocal;  // 2^126 / value, rounded down
+  int shift;
+};
+struct Divisors {
+  Divisor of[longest + 1];
+  constexpr Divisors() : of() {
+    for (int power = 0; power <= longest; ++power) {
+      const int shift = __builtin_clzll(wholePowers[power]);
+      const std::uint64_t value = wholePowers[power] << shift;
+      of[power] = {value, static_cast<std::uint64_t>((Wide{1} << 126) / value), shift};
+    }
+  }
+};
+constexpr Divisors divisors;
+
+// +-integer / 10^power, rounded once, for an integer above 0: at least 62 bits of the quotient are computed,
+// and the last one is also set if there is a remainder, so that the conversion to a double rounds like the
+// exact quotient.
+inline double quotient(bool negative, std::uint64_t integer, int power) {
+  const Divisor& divisor = divisors.of[power];
+  const int shift = __builtin_clzll(integer);
+  const std::uint64_t dividend = integer << shift;
+  // The product with the reciprocal is less than 2 below the exact quotient. A double keeps none of its last
+  // eight bits and rounds all values between two multiples of 256 alike, so the division is needed only next
+  // to such a multiple.
+  auto bits = static_cast<std::int64_t>(Wide{dividend} * divisor.reciprocal >> 64);
+  bits = ((bits + 1) & 255) > 1 ? bits | 1 : exactBits(dividend, divisor.value);
+  // The power of two, 2^(divisor.shift - shift - 62).
+  const std::uint64_t scaleBits = static_cast<std::uint64_t>(1023 - 62 + divisor.shift - shift) << 52;
   double scale;
   std::memcpy(&scale, &scaleBits, sizeof scale);
-  return static_cast<double>(wholeSigns[negative] * bits) * scale;
+  return static_cast<double>(negative ? -bits : bits) * scale;
 }
 #endif
 
@@ -119,18 +172,8 @@ inline bool shortDecimal(bool negative, const char* first, int length, double& o
   return true;
 }
 
-// A word of 9 to 20 characters with or without a point, of which at most 19 are digits. False for all other
-// words.
-__attribute__((noinline)) bool longDecimal(bool negative, const char* first, int length, double& out) {
-  int point = before(pointMarks(load8(first) ^ zeros));
-  if (point == 8)
-    while (point < length && first[point] != '.') ++point;
-  const int behindPoint = std::max(length - point - 1, 0);
-  if (point + behindPoint > longest) return false;
-  std::uint64_t wrong = 0;
-  const std::uint64_t integer =
-      number(first, point, wrong) * wholePowers[behindPoint] + number(first + point + 1, behindPoint, wrong);
-  if (wrong) return false;
+// +-integer / 10^behindPoint. False if the compiler lacks the wide integers that this number needs.
+inline bool scaled(bool negative, std::uint64_t integer, int behindPoint, double& out) {
   if (integer <= exactIntegers) {
     out = exactQuotient(negative, integer, behindPoint);
     return true;
@@ -141,6 +184,29 @@ __attribute__((noinline)) bool longDecimal(bool negative, const char* first, int
 #else
   return false;
 #endif
+}
+
+// A word of 9 to 20 characters with or without a point, of which at most 19 are digits. False for all other
+// words.
+__attribute__((noinline)) bool anyDecimal(bool negative, const char* first, int length, double& out) {
+  int point = 0;
+  while (point < length && first[point] != '.') ++point;
+  const int behindPoint = std::max(length - point - 1, 0);
+  if (point + behindPoint > longest) return false;
+  std::uint64_t wrong = 0;
+  const std::uint64_t integer =
+      number(first, point, wrong) * wholePowers[behindPoint] + number(first + point + 1, behindPoint, wrong);
+  return !wrong && scaled(negative, integer, behindPoint, out);
+}
+
+// The same, faster for the most frequent words: one to seven digits, a point, and at most 16 digits.
+inline bool longDecimal(bool negative, const char* first, int length, double& out) {
+  const int point = before(pointMarks(load8(first) ^ zeros)), behindPoint = length - point - 1;
+  if (point == 0 || point == 8 || behindPoint > 16) return anyDecimal(negative, first, length, out);
+  std::uint64_t wrong = 0;
+  const std::uint64_t whole = upToEight(first, point, wrong);
+  const std::uint64_t fraction = upToSixteen(first + length, behindPoint, wrong);
+  return !wrong && scaled(negative, whole * wholePowers[behindPoint] + fraction, behindPoint, out);
 }
 
 // from_chars rounds as strtod does and is several times faster. Words that it reads differently go to strtod:
