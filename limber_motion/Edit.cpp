@@ -8,8 +8,10 @@
 #include "limber_motion/Error.h"
 #include "limber_motion/Quality.h"
 #include "limber_motion/Skeleton.h"
+#include "limber_motion/detail/GivingUp.h"
 #include "limber_motion/detail/Motion.h"
 #include "limber_motion/detail/Reach.h"
+#include "limber_motion/detail/Reasons.h"
 
 namespace limber::motion {
 
@@ -17,7 +19,9 @@ namespace {
 
 constexpr double longReach =
     0.25;  // seconds: what a hand does for a shorter time is a movement, not a contact
-constexpr double unchanged = 1e-9;  // radians or heights: less is no change at all
+constexpr double smoothEdge = 3.0, smoothBody = 1.7;  // largest ratios of jerk that an eye accepts
+constexpr double rounding = 1e-6;                     // heights: bones that fit as well as numbers can say
+constexpr double unchanged = 1e-9;                    // radians or heights: less is no change at all
 
 double secondsNow() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -42,36 +46,28 @@ void checkClip(const Clip& clip) {
     throw Error("the skeleton has no extent: all its bones have length zero");
 }
 
-/// The runs of consecutive frames in which a joint is held, ordered by joint and frame.
-std::vector<Stand> runsOf(std::vector<Constraint> wishes) {
-  std::sort(wishes.begin(), wishes.end(), [](const Constraint& a, const Constraint& b) {
-    return a.joint != b.joint ? a.joint < b.joint : a.frame < b.frame;
-  });
-  std::vector<Stand> runs;
-  for (const Constraint& wish : wishes) {
-    if (wish.weight < 1.0) continue;
-    if (!runs.empty() && runs.back().joint == wish.joint && runs.back().end == wish.frame) {
-      runs.back().end++;
-    } else {
-      runs.push_back({wish.joint, wish.frame, wish.frame + 1});
+/// How far joints are from their targets, in heights, over all that is held.
+struct Misses {
+  Misses(const std::vector<Constraint>& wishes, const Clip& clip, const Skeleton& skeleton) {
+    Pose pose;
+    for (std::size_t i = 0; i < wishes.size(); i++) {
+      const Constraint& wish = wishes[i];
+      if (i == 0 || wish.frame != wishes[i - 1].frame) skeleton.pose(clip.frame(wish.frame), &pose);
+      const Pnt3 at = pose.position[static_cast<std::size_t>(wish.joint)];
+      each.push_back(wish.weight < 1.0 ? 0.0 : (wish.target - at).length() / skeleton.height());
+      if (!(each[i] > largest)) continue;
+      largest = each[i];
+      worst = &wish;
     }
   }
-  return runs;
-}
 
-/// The largest distance of a joint from its target, in heights, over all that is held; where in `worst`.
-double largestMiss(const std::vector<Constraint>& wishes, const Clip& clip, const Skeleton& skeleton,
-                   const Constraint** worst) {
+  std::vector<double> each;  // one a wish; 0 for what only pulls
   double largest = 0.0;
-  for (const Constraint& wish : wishes) {
-    if (wish.weight < 1.0) continue;
-    const Pnt3 at = skeleton.position(wish.joint, clip.frame(wish.frame));
-    const double miss = (wish.target - at).length() / skeleton.height();
-    if (miss <= largest) continue;
-    largest = miss;
-    if (worst) *worst = &wish;
-  }
-  return largest;
+  const Constraint* worst = nullptr;
+};
+
+bool isSmooth(const Quality& quality) {
+  return quality.largestEdgeJerk <= smoothEdge && quality.bodyJerk <= smoothBody;
 }
 
 }  // namespace
@@ -125,6 +121,8 @@ std::vector<Constraint> Edit::allWishes(std::vector<int>* rank) {
 void Edit::take(const Clip& continuous, const Clip& edited, const Skeleton& skeleton, Report* report) {
   Clip wrapped = edited;
   wrapAngles(&wrapped, clip_);
+  report->turn = 0.0;
+  report->framesChanged = 0;
   for (int f = 0; f < clip_.frames; f++) {
     bool changed = false;
     for (int c = 0; c < clip_.channels; c++) {
@@ -161,25 +159,48 @@ Report Edit::solve() {
   Clip continuous = clip_;
   unwrapAngles(&continuous);
   const detail::Impossible impossible =
-      detail::findImpossible(clip_, wishes, rank, 2.0 * options_.goal * report.height);
-  detail::Motion motion(continuous, skeleton, wishes, impossible.wishes,
-                        detail::Floor(continuous, skeleton, feet_, options_.ground), options_);
-  report.missBefore = largestMiss(wishes, original, skeleton, nullptr);
-  motion.run();
-  report.steps = motion.steps();
-  take(continuous, motion.clip(), skeleton, &report);
-
-  const Constraint* worst = nullptr;
-  report.missAfter = largestMiss(wishes, clip_, skeleton, &worst);
-  if (worst) {
-    report.missJoint = nameOf(clip_, worst->joint);
-    report.missFrame = worst->frame + 1;
+      detail::ReachCheck(clip_, skeleton, wishes, rank, feet_.feet,
+                         std::max(2.0 * options_.goal, rounding) * report.height)
+          .find();
+  const detail::Floor floor(continuous, skeleton, feet_, options_.ground);
+  report.missBefore = Misses(wishes, original, skeleton).largest;
+  detail::GivingUp givingUp(wishes, rank, impossible.wishes);
+  detail::Hindrance hindrance = detail::Hindrance::Steps;
+  bool again = true, interrupted = false;
+  while (again) {
+    detail::Motion motion(continuous, skeleton, impossible.aims, givingUp.wishes(), givingUp.pull(), floor,
+                          options_);
+    motion.run();
+    report.steps = motion.steps();
+    clip_ = original;
+    take(continuous, motion.clip(), skeleton, &report);
+    const Misses misses(wishes, clip_, skeleton);
+    report.missAfter = misses.largest;
+    if (misses.worst) {
+      report.missJoint = nameOf(clip_, misses.worst->joint);
+      report.missFrame = misses.worst->frame + 1;
+    }
+    report.met = report.missAfter <= options_.goal && impossible.reasons.empty() && !motion.interrupted();
+    interrupted = motion.interrupted();
+    if (report.met || interrupted) break;
+    if (motion.turnedTooFar()) hindrance = detail::Hindrance::Turn;
+    if (motion.givenUp() != givingUp.wishes() && !motion.turnedTooFar()) hindrance = detail::Hindrance::Jump;
+    std::vector<bool> missed = motion.givenUp();
+    const bool smooth = isSmooth(measureQuality(original, clip_));
+    for (std::size_t i = 0; i < missed.size() && !smooth; i++) {
+      missed[i] = missed[i] || misses.each[i] > options_.goal;
+    }
+    again = givingUp.tryAgain(smooth, missed);
   }
-  measure(original, runsOf(wishes), &report);
-  report.impossible = !impossible.reasons.empty();
-  report.reasons = impossible.reasons;
-  if (!motion.stopped().empty()) report.reasons.push_back(motion.stopped());
-  report.met = report.missAfter <= options_.goal && report.reasons.empty();
+  measure(original, detail::runsOf(wishes), &report);
+  if (!report.met) {
+    report.reasons = impossible.reasons;
+    for (const std::string& r : detail::feetThatNeverLeave(wishes, original, skeleton))
+      report.reasons.push_back(r);
+    report.impossible = !report.reasons.empty();
+    if (interrupted) report.reasons.push_back("the edit was ended before it was done");
+    if (report.reasons.empty()) report.reasons.push_back(whyMissed(report, hindrance, options_.mostTurn));
+  }
   for (const GimbalLock& lock : findGimbalLock(original)) {
     report.notes.push_back(nameOf(clip_, lock.joint) + " is near gimbal lock in " +
                            std::to_string(lock.frames) + " frames, most in frame " +

@@ -24,8 +24,8 @@ struct EditOptions {
   double smooth = 0.16;  ///< the time constant of the change: what one frame asks for fades in about three
   double knots = 0.0;    ///< between the knots of coarse curves; 0: one unknown a frame
   double goal = 1e-4;    ///< largest miss allowed
-  int mostSteps = 8;     ///< Gauss-Newton steps
-  double mostTurn = 1.0472;  ///< no angle is changed by more
+  int mostSteps = 8;     ///< Gauss-Newton steps of one attempt; another is made where wishes cannot be met
+  double mostTurn = 1.0472;  ///< no angle is changed by more: other joints make up for one that would be
   bool ground = false;       ///< keep the feet above the ground; else only no deeper than they were
   std::map<std::string, double> stiffness;        ///< of joints by name, for the defaults of jointStiffness
   std::function<bool(const EditStep&)> observer;  ///< called after each step; false ends the edit there
@@ -53,8 +53,9 @@ class LIMBER_MOTION_API Edit {
   /// The same for each of them.
   void add(const std::vector<Constraint>& constraints);
 
-  /// Edits the clip and says how that went. What cannot be met is approached: the best motion that was found
-  /// stays in the clip, and the report says what is missing and why. To be called once.
+  /// Edits the clip and says how that went. What cannot be met is approached as far as the motion stays
+  /// smooth (largest edge jerk 3, body jerk 1.7 times that of the original) and everything else is met; the
+  /// report says what is missing and why. To be called once.
   Report solve();
 
  private:

@@ -6,9 +6,11 @@
 
 namespace limber::motion {
 
-StepSystem::StepSystem(const Smoothness& measure, const Holds& holds, double damping)
+StepSystem::StepSystem(const Smoothness& measure, const Holds& holds, double damping,
+                       const std::vector<Bound>& bounds)
     : measure_(measure),
       holds_(holds),
+      bounds_(bounds),
       band_(measure.height(), std::max(measure.halfBandwidth(), holds.halfBandwidth()) + 1) {
   if (band_.kind != 0) {
     factored_ = false;
@@ -18,6 +20,9 @@ StepSystem::StepSystem(const Smoothness& measure, const Holds& holds, double dam
   const int kd = band_.numColumns - 1;
   for (int i = 0; i < band_.numRows; i++)
     band_.data[static_cast<std::ptrdiff_t>(i) * (kd + 1) + kd] *= 1.0 + damping;
+  for (const Bound& bound : bounds_) {
+    band_.data[static_cast<std::ptrdiff_t>(bound.unknown) * (kd + 1) + kd] += bound.weight;
+  }
   holds.addSquareTo(&band_);
   factored_ = cholFactorBanded(&band_) == 0;
 }
@@ -36,6 +41,9 @@ void StepSystem::solve(const Vector& change, int rounds, Vector* step) {
     holds_.multT(&pulls, &gradient);
     measure_.mult(&moved, &size);
     gradient -= size;
+    for (const Bound& bound : bounds_) {
+      gradient[bound.unknown] += bound.weight * (bound.value - moved[bound.unknown]);
+    }
     cholSolveBanded(&band_, &gradient);
     *step += gradient;
     moved += gradient;

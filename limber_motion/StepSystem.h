@@ -3,6 +3,8 @@
 /// @file
 /// The linear system of one Gauss-Newton step of an edit.
 
+#include <vector>
+
 #include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/Vector.h"
 #include "limber_motion/Api.h"
@@ -11,10 +13,18 @@
 
 namespace limber::motion {
 
+/// An unknown that is kept near a value, because it would go too far.
+struct Bound {
+  int unknown;
+  double value;   ///< of d + x
+  double weight;  ///< of the distance's square
+};
+
 /// From the change d made so far, the step x that makes
 ///     (d + x)^T R (d + x) + (c - J x)^T W (c - J x)
 /// smallest, under the condition that the rows of exact holds are met, J x = c. (R the measure of smoothness,
-/// J and the misses c of the holds, W their weights.)
+/// J and the misses c of the holds, W their weights.) Each bound adds its weight times the square of the
+/// distance between its unknown of d + x and its value.
 ///
 /// Its matrix R + J^T W J is a band of half bandwidth 2 channels (or what the curves' overlap makes it),
 /// factored by Cholesky's method: its cost is linear in the frames, and no iteration has to converge. The
@@ -25,7 +35,8 @@ class LIMBER_MOTION_API StepSystem {
  public:
   /// Forms and factors the matrix. `damping` is added as damping times the measure's own diagonal (Levenberg
   /// 1944). The operands must outlive it. False from factored() where the matrix holds what is not finite.
-  StepSystem(const Smoothness& measure, const Holds& holds, double damping);
+  StepSystem(const Smoothness& measure, const Holds& holds, double damping,
+             const std::vector<Bound>& bounds = {});
 
   bool factored() const { return factored_; }
   /// `rounds` >= 1.
@@ -34,6 +45,7 @@ class LIMBER_MOTION_API StepSystem {
  private:
   const Smoothness& measure_;
   const Holds& holds_;
+  std::vector<Bound> bounds_;
   ResizeMatrix band_;
   bool factored_;
 };

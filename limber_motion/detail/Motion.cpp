@@ -5,8 +5,8 @@
 #include <cmath>
 #include <utility>
 
-#include "limber_motion/StepSystem.h"
 #include "limber_motion/Stiffness.h"
+#include "limber_motion/detail/GivingUp.h"
 
 namespace limber::motion::detail {
 
@@ -16,11 +16,17 @@ constexpr double shorter[] = {1.0, 0.3, 0.1};      // time constants of the stag
 constexpr double rounding = 0.75;                  // the third derivative's, in that of the stage
 constexpr double typicalChange = 0.006;            // heights: what a clip needs where its feet slide
 constexpr double typicalRest = 6.0;                // slow tremblings: what the first stage leaves over
+constexpr double typicalTrembling = 1e-3;          // heights: where no joint is held for long enough to tell
 constexpr double floorFirmness = 100.0;            // how much more than the targets the floor pushes
 constexpr double trembleSeconds = 1.0 / 30.0;      // between the frames that tell a slow trembling
 constexpr double leastPull = 1e2, mostPull = 1e8;  // of a miss^2 in heights
 constexpr double shortRun = 0.1;                   // seconds: what is held for a shorter time pulls harder
 constexpr double nothing = 5e-6;                   // heights: a miss that needs no further step
+constexpr double nearEnough = 0.01;                // heights: a miss that the next stage makes up for
+constexpr double tooFar[] = {0.1, 0.02};           // heights: a miss behind a stage that is given up
+constexpr double boundPart = 0.97;                 // of the largest turn: where what turns further is kept
+constexpr double boundFirmness = 10.0;             // how much more than what pulls it beyond the largest turn
+constexpr int boundRounds = 4;                     // of a step, to find what would turn too far
 
 double squared(double x) { return x * x; }
 
@@ -81,11 +87,12 @@ std::vector<double> urgencies(const Skeleton& skeleton, const std::vector<Constr
 }  // namespace
 
 Motion::Motion(const Clip& original, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
-               const std::vector<bool>& hopeless, Floor floor, const EditOptions& options)
+               const std::vector<bool>& givenUp, double pull, Floor floor, const EditOptions& options)
     : original_(original),
       skeleton_(skeleton),
       wishes_(wishes),
-      hopeless_(hopeless),
+      givenUp_(givenUp),
+      givenUpPull_(pull),
       options_(options),
       floor_(std::move(floor)),
       curves_(original.frames, spacingOf(original, options.knots)),
@@ -117,7 +124,7 @@ double Motion::trembling(int stride) const {
       count++;
     }
   }
-  return count ? std::sqrt(sum / count) / skeleton_.height() : 0.0;
+  return count ? std::sqrt(sum / count) / skeleton_.height() : typicalTrembling;
 }
 
 void Motion::run() {
@@ -132,36 +139,47 @@ void Motion::run() {
     return std::clamp(ratio, leastPull, mostPull) / squared(skeleton_.height());
   };
   const double firm = 1e4 * (1.0 + 6.0 * std::pow(shorter[2] * smooth / dt, 4)) / squared(skeleton_.height());
-  const Stage stages[] = {{wide, false, pull(wide, typicalChange, slow)},
-                          {narrow, false, pull(narrow, typicalRest * slow, fast)},
-                          {brief, true, firm}};
-  const int lastStep[] = {std::min(2, options_.mostSteps), std::min(3, options_.mostSteps),
-                          options_.mostSteps};
+  const double gentle = givenUpPull_ / wide.flexibility() / squared(skeleton_.height());
+  const Stage stages[] = {{wide, false, pull(wide, typicalChange, slow), gentle},
+                          {narrow, false, pull(narrow, typicalRest * slow, fast), 0.0},
+                          {brief, true, firm, 0.0}};
   for (int s = 0; s < 3; s++) {
-    double damping = 0.0;
-    while (static_cast<int>(steps_.size()) < lastStep[s] && !(stages[s].exact && finished(stages[s]))) {
-      const bool better = step(stages[s], damping);
-      if (options_.observer && !options_.observer(steps_.back())) {
-        stopped_ = "the edit was ended before it was done";
-        return;
-      }
-      if (!better) damping = damping == 0.0 ? 1.0 : 100.0 * damping;
-    }
+    if (!run(stages[s], s)) return;
     before_ += change_;
     change_ = 0.0;
-  }
-  if (largestMiss() <= options_.goal) return;
-  if (turnedTooFar_) {
-    char degrees[32];
-    std::snprintf(degrees, sizeof degrees, "%.4g", options_.mostTurn * 57.29577951308232);
-    stopped_ = std::string("the targets would turn a joint by more than the ") + degrees + " degrees allowed";
-  } else {
-    stopped_ = "the targets are not met after " + std::to_string(steps_.size()) + " steps";
+    if (s < 2 && static_cast<int>(steps_.size()) < options_.mostSteps) giveUpWhatStaysFar(tooFar[s]);
   }
 }
 
+// The steps of one stage; false when the observer ends the edit.
+bool Motion::run(const Stage& stage, int number) {
+  const int atLeast[] = {2, 3, 0}, atMost[] = {4, 5, options_.mostSteps};
+  double damping = 0.0;
+  while (static_cast<int>(steps_.size()) < std::min(atMost[number], options_.mostSteps)) {
+    const int done = static_cast<int>(steps_.size());
+    if (stage.exact && finished(stage)) break;
+    if (!stage.exact && done >= atLeast[number] && !getsNearer()) break;
+    const bool better = step(stage, damping);
+    if (options_.observer && !options_.observer(steps_.back())) {
+      interrupted_ = true;
+      return false;
+    }
+    if (!better) damping = damping == 0.0 ? 1.0 : 100.0 * damping;
+  }
+  return true;
+}
+
+// Whether another step of the same stage is worth while: the misses are large still and become smaller, or
+// targets out of reach pull, so that the change is large.
+bool Motion::getsNearer() const {
+  const EditStep& last = steps_.back();
+  const bool anyGivenUp = std::find(givenUp_.begin(), givenUp_.end(), true) != givenUp_.end();
+  if (anyGivenUp && givenUpPull_ > 0.0) return last.scale > 0.0;
+  return last.after > nearEnough && last.after < 0.8 * last.before;
+}
+
 bool Motion::finished(const Stage& stage) const {
-  if (!(largestMiss() <= nothing)) return false;
+  if (!(largestMiss() <= std::min(nothing, options_.goal))) return false;
   Floor floor = floor_;
   return !floor.watch(clip_, holds(stage));
 }
@@ -176,35 +194,91 @@ bool Motion::step(const Stage& stage, double damping) {
   floor_.watch(clip_, wanted);
   floor_.addTo(clip_, stage.exact ? stage.pull : floorFirmness * stage.pull, &wanted);
   holds_.linearize(wanted, clip_);
-  Vector step(0), trial(0);
-  StepSystem system(stage.measure, holds_, damping);
-  bool better = false;
-  if (system.factored()) {
-    system.solve(change_, stage.exact && damping == 0.0 ? 6 : 1, &step);
-    const double costBefore = cost(stage, change_, wanted);
-    for (done.scale = 1.0; done.scale > 0.05; done.scale *= 0.5) {
-      trial = change_;
-      trial.scaleAdd(done.scale, &step);
-      if (largestTurn(trial) > options_.mostTurn) {
-        turnedTooFar_ = true;
-        continue;
-      }
-      show(trial);
-      better = cost(stage, trial, wanted) < costBefore;
-      if (better) break;
-    }
-  }
-  if (better) {
-    change_ = trial;
-  } else {
-    done.scale = 0.0;
-    show(change_);
-  }
+  Vector way = direction(stage, damping);
+  done.scale = goAlong(stage, way, wanted);
   done.after = largestMiss();
   done.turn = largestTurn(change_);
   done.seconds = secondsNow() - begun;
   steps_.push_back(done);
-  return better;
+  return done.scale > 0.0;
+}
+
+// The Gauss-Newton step. What would turn too far is bound, and the others make up for it; what was bound and
+// has come back is released.
+Vector Motion::direction(const Stage& stage, double damping) {
+  Vector step(change_.size());
+  const auto cameBack = [&](const Bound& b) {
+    return (before_[b.unknown] + change_[b.unknown]) / b.value < 0.99;
+  };
+  bounds_.erase(std::remove_if(bounds_.begin(), bounds_.end(), cameBack), bounds_.end());
+  for (int round = 0; round < boundRounds; round++) {
+    StepSystem system(stage.measure, holds_, damping, boundsOf(stage));
+    if (!system.factored()) break;
+    system.solve(change_, stage.exact && damping == 0.0 ? 6 : 1, &step);
+    if (!bindWhatTurnsTooFar(step)) break;
+  }
+  return step;
+}
+
+bool Motion::bindWhatTurnsTooFar(const Vector& step) {
+  std::vector<bool> bound(static_cast<std::size_t>(step.size()), false);
+  for (const Bound& b : bounds_) bound[static_cast<std::size_t>(b.unknown)] = true;
+  bool news = false;
+  const int n = static_cast<int>(channels_.size());
+  for (int i = 0; i < step.size(); i++) {
+    const double turn = before_[i] + change_[i] + step[i];
+    if (!(std::fabs(turn) > options_.mostTurn) || bound[static_cast<std::size_t>(i)]) continue;
+    if (!skeleton_.isRotation(channels_[static_cast<std::size_t>(i % n)])) continue;
+    bounds_.push_back({i, std::copysign(boundPart * options_.mostTurn, turn), 0.0});
+    news = true;
+  }
+  turnedTooFar_ = turnedTooFar_ || news;
+  return news;
+}
+
+std::vector<Bound> Motion::boundsOf(const Stage& stage) const {
+  std::vector<Bound> bounds = bounds_;
+  const double pull = stage.pull * squared(skeleton_.height());
+  for (Bound& b : bounds) {
+    b.value -= before_[b.unknown];
+    b.weight = boundFirmness * (stage.measure.acc(b.unknown, b.unknown) + pull);
+  }
+  return bounds;
+}
+
+// Takes the step or the largest part of it that makes things better and turns no joint too far; its scale.
+double Motion::goAlong(const Stage& stage, Vector step, const std::vector<Hold>& wanted) {
+  const double costBefore = cost(stage, change_, wanted);
+  Vector trial(0);
+  for (double scale = 1.0; scale > 0.05; scale *= 0.5) {
+    trial = change_;
+    trial.scaleAdd(scale, &step);
+    if (!(largestTurn(trial) <= options_.mostTurn)) {
+      turnedTooFar_ = true;
+      continue;
+    }
+    show(trial);
+    if (!(cost(stage, trial, wanted) < costBefore)) continue;
+    change_ = trial;
+    return scale;
+  }
+  show(change_);
+  return 0.0;
+}
+
+// A run of frames in which a joint stays far from its targets would have to jump to them.
+void Motion::giveUpWhatStaysFar(double distance) {
+  Pose pose;
+  std::vector<std::size_t> far;
+  for (std::size_t i = 0; i < wishes_.size(); i++) {
+    if (i == 0 || wishes_[i].frame != wishes_[i - 1].frame)
+      skeleton_.pose(clip_.frame(wishes_[i].frame), &pose);
+    const Pnt3 at = pose.position[static_cast<std::size_t>(wishes_[i].joint)];
+    const double miss = (wishes_[i].target - at).length() / skeleton_.height();
+    if (isExact(i) && !(miss <= distance)) far.push_back(i);
+  }
+  for (const std::size_t i : far) givenUp_[i] = true;
+  if (!far.empty()) spreadOverRuns(wishes_, &givenUp_);
 }
 
 std::vector<Hold> Motion::holds(const Stage& stage) const {
@@ -212,7 +286,10 @@ std::vector<Hold> Motion::holds(const Stage& stage) const {
   for (std::size_t i = 0; i < wishes_.size(); i++) {
     const Constraint& wish = wishes_[i];
     if (stage.exact && !isExact(i)) continue;
-    const double weight = stage.exact ? stage.pull : stage.pull * urgency_[i] * squared(wish.weight);
+    double weight = stage.pull;
+    if (!stage.exact && givenUp_[i]) weight = stage.gentlePull * squared(std::min(wish.weight, 1.0));
+    if (!stage.exact && !givenUp_[i]) weight *= urgency_[i] * squared(wish.weight);
+    if (weight == 0.0) continue;
     list.push_back({wish.frame, wish.joint, wish.target, weight, stage.exact, false});
   }
   return list;
@@ -220,6 +297,7 @@ std::vector<Hold> Motion::holds(const Stage& stage) const {
 
 double Motion::cost(const Stage& stage, const Vector& change, const std::vector<Hold>& list) const {
   double sum = 0.0;
+  for (const Bound& b : boundsOf(stage)) sum += b.weight * squared(change[b.unknown] - b.value);
   if (!stage.exact) {
     Vector size(0);
     stage.measure.mult(&change, &size);

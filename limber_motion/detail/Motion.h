@@ -1,6 +1,5 @@
 #pragma once
 
-#include <string>
 #include <vector>
 
 #include "limber/linalg/Vector.h"
@@ -10,6 +9,7 @@
 #include "limber_motion/Holds.h"
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/Smoothness.h"
+#include "limber_motion/StepSystem.h"
 #include "limber_motion/detail/Floor.h"
 
 namespace limber::motion::detail {
@@ -22,18 +22,23 @@ namespace limber::motion::detail {
 /// linearized equations can do that, by turning joints far; the body cannot.)
 class Motion {
  public:
-  /// `original` has continuous angles. `wishes` are sorted by frame; those with true in `hopeless` only pull.
-  /// All operands must outlive the motion.
+  /// `original` has continuous angles. `wishes` are sorted by frame. What has true in `givenUp`, one a wish,
+  /// pulls gently in the first stage only, with `pull` as a factor from 0 to 1. The other operands must
+  /// outlive the motion.
   Motion(const Clip& original, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
-         const std::vector<bool>& hopeless, Floor floor, const EditOptions& options);
+         const std::vector<bool>& givenUp, double pull, Floor floor, const EditOptions& options);
 
   /// Takes the steps.
   void run();
 
   const Clip& clip() const { return clip_; }
   const std::vector<EditStep>& steps() const { return steps_; }
-  /// Why the steps ended before all was met, as a sentence; empty when they did not.
-  const std::string& stopped() const { return stopped_; }
+  /// What was given up in the end: also what stayed far from its target, one a wish.
+  const std::vector<bool>& givenUp() const { return givenUp_; }
+  /// A target would have turned a joint by more than is allowed.
+  bool turnedTooFar() const { return turnedTooFar_; }
+  /// The observer ended it.
+  bool interrupted() const { return interrupted_; }
   /// The largest distance of an exact wish from its target, in body heights, and which wish it is (-1: none).
   double largestMiss(int* wish = nullptr) const;
 
@@ -42,22 +47,31 @@ class Motion {
   struct Stage {
     const Smoothness& measure;
     bool exact;
-    double pull;  // weight of a miss^2, in the clip's unit
+    double pull;        // weight of a miss^2, in the clip's unit
+    double gentlePull;  // of what is given up
   };
 
+  bool run(const Stage& stage, int number);
+  bool getsNearer() const;
   bool finished(const Stage& stage) const;
   bool step(const Stage& stage, double damping);
   std::vector<Hold> holds(const Stage& stage) const;
   double cost(const Stage& stage, const Vector& change, const std::vector<Hold>& holds) const;
   void show(const Vector& change);
+  void giveUpWhatStaysFar(double distance);
+  Vector direction(const Stage& stage, double damping);
+  double goAlong(const Stage& stage, Vector step, const std::vector<Hold>& wanted);
+  bool bindWhatTurnsTooFar(const Vector& step);
+  std::vector<Bound> boundsOf(const Stage& stage) const;
   double largestTurn(const Vector& change) const;
   double trembling(int stride) const;
-  bool isExact(std::size_t wish) const { return wishes_[wish].weight >= 1.0 && !hopeless_[wish]; }
+  bool isExact(std::size_t wish) const { return wishes_[wish].weight >= 1.0 && !givenUp_[wish]; }
 
   const Clip& original_;
   const Skeleton& skeleton_;
   const std::vector<Constraint>& wishes_;
-  const std::vector<bool>& hopeless_;
+  std::vector<bool> givenUp_;
+  const double givenUpPull_;
   const EditOptions& options_;
   Floor floor_;
   Curves curves_;
@@ -66,10 +80,10 @@ class Motion {
   Clip clip_;
   Holds holds_;
   std::vector<double> masses_;
-  Vector before_, change_;  // the changes of the stages before, and of this one
-  bool turnedTooFar_ = false;
+  Vector before_, change_;     // the changes of the stages before, and of this one
+  std::vector<Bound> bounds_;  // of what would turn too far; values are those of the whole change
+  bool turnedTooFar_ = false, interrupted_ = false;
   std::vector<EditStep> steps_;
-  std::string stopped_;
 };
 
 }  // namespace limber::motion::detail

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <map>
 #include <utility>
 
+#include "limber_motion/detail/GivingUp.h"
 #include "limber_motion/detail/Numbers.h"
 
 namespace limber::motion::detail {
@@ -13,6 +13,12 @@ namespace limber::motion::detail {
 namespace {
 
 constexpr double unlimited = std::numeric_limits<double>::infinity();
+constexpr double carried = 0.3;       // heights: how far a reach may carry the root, as in a squat
+constexpr double leaned = 0.1;        // heights: how far it does so for a target that is out of reach
+constexpr double comfortable = 0.97;  // of the bones' length: a limb that is nearly straight
+constexpr double fastestReach = 6.0;  // heights a second: a quick punch
+constexpr double usual = 0.98;        // of the frames: they tell how fast a joint moves
+constexpr double aroundJump = 0.3;    // seconds before and after a jump in which its targets only pull
 
 /// The longest that the bone to a joint can be: its length, or any where a channel moves the joint.
 double boneLength(const Joint& joint) {
@@ -22,55 +28,163 @@ double boneLength(const Joint& joint) {
   return joint.offset.length();
 }
 
-/// How far two joints can be apart: the bones on the way from one to the other.
-struct Way {
-  double length;
-  bool rigid;  // a single bone: they are always that far apart
-};
+std::string inFrame(int frame) { return " in frame " + std::to_string(frame + 1); }
 
-Way wayBetween(const Clip& clip, int a, int b) {
-  Way way = {0.0, true};
+}  // namespace
+
+ReachCheck::ReachCheck(const Clip& clip, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
+                       const std::vector<int>& rank, const std::vector<int>& feet, double slack)
+    : clip_(clip),
+      skeleton_(skeleton),
+      wishes_(wishes),
+      rank_(rank),
+      feet_(feet),
+      slack_(slack),
+      ways_(clip.joints.size() * clip.joints.size(), Way{-1.0, false}),
+      fastest_(clip.joints.size(), -1.0),
+      worst_(clip.joints.size()) {
+  found_.wishes.assign(wishes.size(), false);
+  found_.aims = wishes;
+}
+
+Impossible ReachCheck::find() {
+  comparePairs();
+  compareWithRoot();
+  spreadOverRuns(wishes_, &found_.wishes);
+  compareTimes();
+  aimWithinReach();
+  for (const Worst& worst : worst_) {
+    if (worst.excess > 0.0) found_.reasons.push_back(worst.reason);
+  }
+  return std::move(found_);
+}
+
+bool ReachCheck::isFoot(int joint) const {
+  return std::find(feet_.begin(), feet_.end(), joint) != feet_.end();
+}
+
+const ReachCheck::Way& ReachCheck::way(int a, int b) {
+  Way& way = ways_[static_cast<std::size_t>(a) * clip_.joints.size() + static_cast<std::size_t>(b)];
+  if (way.length >= 0.0) return way;
+  way.length = 0.0;
   int bones = 0;
   while (a != b) {
     int& lower = a > b ? a : b;  // joints stand behind their parents
-    way.length += boneLength(clip.joints[static_cast<std::size_t>(lower)]);
-    lower = clip.joints[static_cast<std::size_t>(lower)].parent;
+    way.length += boneLength(clip_.joints[static_cast<std::size_t>(lower)]);
+    lower = clip_.joints[static_cast<std::size_t>(lower)].parent;
     bones++;
   }
   way.rigid = bones == 1 && std::isfinite(way.length);
   return way;
 }
 
-}  // namespace
+void ReachCheck::giveUp(std::size_t wish, double excess, const std::string& reason) {
+  found_.wishes[wish] = true;
+  Worst& worst = worst_[static_cast<std::size_t>(wishes_[wish].joint)];
+  if (excess > worst.excess) worst = {excess, reason};
+}
 
-Impossible findImpossible(const Clip& clip, const std::vector<Constraint>& wishes,
-                          const std::vector<int>& rank, double slack) {
-  Impossible found;
-  found.wishes.assign(wishes.size(), false);
-  std::map<std::pair<int, int>, Way> ways;
-  std::map<std::pair<int, int>, bool> told;
-  for (std::size_t i = 0, begin = 0; i < wishes.size(); i++) {
-    if (wishes[i].frame != wishes[begin].frame) begin = i;
+void ReachCheck::comparePairs() {
+  for (std::size_t i = 0, begin = 0; i < wishes_.size(); i++) {
+    if (wishes_[i].frame != wishes_[begin].frame) begin = i;
     for (std::size_t k = begin; k < i; k++) {
-      if (wishes[i].weight < 1.0 || wishes[k].weight < 1.0) continue;
-      const std::pair<int, int> pair(wishes[k].joint, wishes[i].joint);
-      auto way = ways.find(pair);
-      if (way == ways.end()) way = ways.emplace(pair, wayBetween(clip, pair.first, pair.second)).first;
-      const double apart = (wishes[i].target - wishes[k].target).length(), most = way->second.length;
-      const bool tooNear = way->second.rigid && apart < most - slack;
-      if (!(apart > most + slack) && !tooNear) continue;
-      found.wishes[rank[i] < rank[k] ? k : i] = true;
-      if (told[pair]) continue;
-      told[pair] = true;
-      const auto name = [&](int joint) { return clip.joints[static_cast<std::size_t>(joint)].name; };
-      found.reasons.push_back("the targets of " + name(pair.first) + " and " + name(pair.second) +
-                              " in frame " + std::to_string(wishes[i].frame + 1) + " are " +
-                              significant(apart, 4) + " apart, but the bones between them " +
-                              (tooNear ? "are " : "reach only ") + significant(most, 4) +
-                              (tooNear ? " long" : ""));
+      if (!counts(i) || !counts(k)) continue;
+      const Way& bones = way(wishes_[k].joint, wishes_[i].joint);
+      const double apart = (wishes_[i].target - wishes_[k].target).length();
+      const bool tooNear = bones.rigid && apart < bones.length - slack_;
+      if (!(apart > bones.length + slack_) && !tooNear) continue;
+      giveUp(rank_[i] < rank_[k] ? k : i, std::fabs(apart - bones.length),
+             "the targets of " + name(wishes_[k].joint) + " and " + name(wishes_[i].joint) +
+                 inFrame(wishes_[i].frame) + " are " + significant(apart, 4) +
+                 " apart, but the bones between them " + (tooNear ? "are " : "reach only ") +
+                 significant(bones.length, 4) + (tooNear ? " long" : ""));
     }
   }
-  return found;
+}
+
+// The root is not held where it was, but a reach of a hand is no reason for the body to fly. Who asks for a
+// place of the root or of a foot carries the body, and may put it anywhere.
+void ReachCheck::compareWithRoot() {
+  for (std::size_t begin = 0, end = 0; begin < wishes_.size(); begin = end) {
+    bool carriedThere = false;
+    for (end = begin; end < wishes_.size() && wishes_[end].frame == wishes_[begin].frame; end++) {
+      const bool carries = wishes_[end].joint == 0 || isFoot(wishes_[end].joint);
+      carriedThere = carriedThere || (carries && rank_[end] > 0);
+    }
+    if (carriedThere) continue;
+    const Pnt3 root = skeleton_.position(0, clip_.frame(wishes_[begin].frame));
+    for (std::size_t i = begin; i < end; i++) {
+      const double apart = (wishes_[i].target - root).length(), most = way(0, wishes_[i].joint).length;
+      if (!counts(i) || isFoot(wishes_[i].joint) || !(apart > most + carried * skeleton_.height())) continue;
+      giveUp(i, apart - most,
+             "the target of " + name(wishes_[i].joint) + inFrame(wishes_[i].frame) + " is " +
+                 significant(apart, 4) + " from " + name(0) + ", but the bones between them reach only " +
+                 significant(most, 4));
+    }
+  }
+}
+
+// All but a few frames: a pose of its own in the first frame is no movement.
+double ReachCheck::fastest(int joint) {
+  double& fastest = fastest_[static_cast<std::size_t>(joint)];
+  if (fastest >= 0.0) return fastest;
+  std::vector<double> speeds = {0.0};
+  for (int f = 0; f + 1 < clip_.frames; f++) {
+    const Pnt3 way =
+        skeleton_.position(joint, clip_.frame(f + 1)) - skeleton_.position(joint, clip_.frame(f));
+    speeds.push_back(way.length() / clip_.frameTime);
+  }
+  const auto most =
+      speeds.begin() + static_cast<std::ptrdiff_t>(usual * static_cast<double>(speeds.size() - 1));
+  std::nth_element(speeds.begin(), most, speeds.end());
+  return fastest = *most;
+}
+
+void ReachCheck::compareTimes() {
+  std::vector<int> last(clip_.joints.size(), -1);  // the latest wish of each joint
+  std::vector<std::size_t> late;                   // the second wish of each jump
+  for (std::size_t i = 0; i < wishes_.size(); i++) {
+    if (!counts(i) || found_.wishes[i]) continue;
+    const Constraint& wish = wishes_[i];
+    const int k = std::exchange(last[static_cast<std::size_t>(wish.joint)], static_cast<int>(i));
+    if (k < 0) continue;
+    const Constraint& earlier = wishes_[static_cast<std::size_t>(k)];
+    const double speed =
+        (wish.target - earlier.target).length() / ((wish.frame - earlier.frame) * clip_.frameTime);
+    const double most = fastestReach * skeleton_.height();
+    if (!(speed > most) || !(speed > 2.0 * fastest(wish.joint))) continue;
+    late.push_back(i);
+    giveUp(i, speed,
+           "the targets of " + name(wish.joint) + " in frames " + std::to_string(earlier.frame + 1) +
+               " and " + std::to_string(wish.frame + 1) + " are " +
+               significant((wish.target - earlier.target).length(), 4) +
+               " apart: no body moves that far in so short a time");
+  }
+  const int frames = static_cast<int>(aroundJump / clip_.frameTime);
+  for (const std::size_t jump : late) {
+    for (std::size_t i = 0; i < wishes_.size(); i++) {
+      if (wishes_[i].joint != wishes_[jump].joint) continue;
+      if (std::abs(wishes_[i].frame - wishes_[jump].frame) <= frames) found_.wishes[i] = true;
+    }
+  }
+}
+
+void ReachCheck::aimWithinReach() {
+  for (std::size_t i = 0, begin = 0; i < wishes_.size(); i++) {
+    if (wishes_[i].frame != wishes_[begin].frame) begin = i;
+    if (!found_.wishes[i] && counts(i)) continue;
+    Pnt3& aim = found_.aims[i].target;
+    const auto bringNearer = [&](const Pnt3& anchor, double most) {
+      const double apart = (aim - anchor).length();
+      if (apart > most) aim = anchor + (aim - anchor) * (most / apart);
+    };
+    bringNearer(skeleton_.position(0, clip_.frame(wishes_[i].frame)),
+                way(0, wishes_[i].joint).length + leaned * skeleton_.height());
+    for (std::size_t k = begin; k < wishes_.size() && wishes_[k].frame == wishes_[i].frame; k++) {
+      if (k == i || found_.wishes[k] || !counts(k)) continue;
+      bringNearer(wishes_[k].target, comfortable * way(wishes_[i].joint, wishes_[k].joint).length);
+    }
+  }
 }
 
 }  // namespace limber::motion::detail

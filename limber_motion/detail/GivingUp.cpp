@@ -1,0 +1,66 @@
+#include "limber_motion/detail/GivingUp.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace limber::motion::detail {
+
+namespace {
+
+constexpr double softer = 0.2, softest = 0.002;
+
+bool anyOf(const std::vector<bool>& flags) {
+  return std::find(flags.begin(), flags.end(), true) != flags.end();
+}
+
+std::vector<std::size_t> inOrderOfJoints(const std::vector<Constraint>& wishes) {
+  std::vector<std::size_t> order;
+  for (std::size_t i = 0; i < wishes.size(); i++) order.push_back(i);
+  std::stable_sort(order.begin(), order.end(),
+                   [&](std::size_t a, std::size_t b) { return wishes[a].joint < wishes[b].joint; });
+  return order;
+}
+
+}  // namespace
+
+void spreadOverRuns(const std::vector<Constraint>& wishes, std::vector<bool>* givenUp) {
+  const std::vector<std::size_t> order = inOrderOfJoints(wishes);
+  const auto spread = [&](std::size_t to, std::size_t from) {
+    const bool neighbours =
+        wishes[to].joint == wishes[from].joint && std::abs(wishes[to].frame - wishes[from].frame) == 1;
+    if ((*givenUp)[from] && neighbours) (*givenUp)[to] = true;
+  };
+  for (std::size_t i = 1; i < order.size(); i++) spread(order[i], order[i - 1]);
+  for (std::size_t i = order.size(); i-- > 1;) spread(order[i - 1], order[i]);
+}
+
+bool GivingUp::tryAgain(bool smooth, const std::vector<bool>& missed) {
+  bool suffers = false;  // something that was not given up
+  for (std::size_t i = 0; i < missed.size(); i++) suffers = suffers || (missed[i] && !wishesGivenUp_[i]);
+  if (smooth && !suffers) return false;
+  if (anyOf(wishesGivenUp_) && pull_ > softest) {
+    pull_ *= softer;
+    return true;
+  }
+  if (giveUpMore(missed)) {
+    pull_ = 1.0;
+    return true;
+  }
+  if (smooth || pull_ == 0.0) return false;
+  pull_ = 0.0;
+  return true;
+}
+
+bool GivingUp::giveUpMore(const std::vector<bool>& missed) {
+  for (const int rank : {1, 0}) {
+    std::vector<bool> more = wishesGivenUp_;
+    for (std::size_t i = 0; i < missed.size(); i++) more[i] = more[i] || (missed[i] && rank_[i] == rank);
+    if (more == wishesGivenUp_) continue;
+    spreadOverRuns(wishes_, &more);
+    wishesGivenUp_ = more;
+    return true;
+  }
+  return false;
+}
+
+}  // namespace limber::motion::detail

@@ -1,0 +1,68 @@
+#include "limber_motion/detail/Reasons.h"
+
+#include <algorithm>
+
+#include "limber_motion/detail/Numbers.h"
+
+namespace limber::motion::detail {
+
+namespace {
+
+constexpr double lifted = 0.1;  // heights: a foot that travels further in the clip is lifted on the way
+constexpr double degrees = 180.0 / 3.14159265358979323846;
+
+}  // namespace
+
+std::vector<Stand> runsOf(std::vector<Constraint> wishes) {
+  std::sort(wishes.begin(), wishes.end(), [](const Constraint& a, const Constraint& b) {
+    return a.joint != b.joint ? a.joint < b.joint : a.frame < b.frame;
+  });
+  std::vector<Stand> runs;
+  for (const Constraint& wish : wishes) {
+    if (wish.weight < 1.0) continue;
+    if (!runs.empty() && runs.back().joint == wish.joint && runs.back().end == wish.frame) {
+      runs.back().end++;
+    } else {
+      runs.push_back({wish.joint, wish.frame, wish.frame + 1});
+    }
+  }
+  return runs;
+}
+
+std::vector<std::string> feetThatNeverLeave(const std::vector<Constraint>& wishes, const Clip& original,
+                                            const Skeleton& skeleton) {
+  std::vector<std::string> sentences;
+  for (const Stand& run : runsOf(wishes)) {
+    if (run.first > 0 || run.end < original.frames || original.frames == 1) continue;
+    double travels = 0.0, asked = 0.0;  // how far from the first frame's place, and from the first target
+    const Constraint* first = nullptr;
+    for (const Constraint& wish : wishes) {
+      if (wish.joint != run.joint) continue;
+      if (!first) first = &wish;
+      const Pnt3 way = skeleton.position(run.joint, original.frame(wish.frame)) -
+                       skeleton.position(run.joint, original.frame(0));
+      travels = std::max(travels, way.length());
+      asked = std::max(asked, (wish.target - first->target).length());
+    }
+    if (travels < lifted * skeleton.height() || asked > 0.5 * travels) continue;
+    sentences.push_back(original.joints[static_cast<std::size_t>(run.joint)].name + " is held in all " +
+                        std::to_string(original.frames) + " frames, but it travels " +
+                        significant(travels / skeleton.height(), 2) +
+                        " heights in the clip: leave out the frames in which it moves on");
+  }
+  return sentences;
+}
+
+std::string whyMissed(const Report& report, Hindrance hindrance, double mostTurn) {
+  const std::string miss = report.missJoint + " stays " + significant(report.missAfter, 2) +
+                           " heights from its target in frame " + std::to_string(report.missFrame);
+  if (hindrance == Hindrance::Steps) {
+    return miss + " after " + std::to_string(report.steps.size()) + " steps; the goal is " +
+           significant(report.goal, 2);
+  }
+  if (hindrance == Hindrance::Jump) return miss + ": to come nearer, it would have to jump";
+  return miss + ": to come nearer, joints would turn by more than the " + significant(mostTurn * degrees, 4) +
+         " degrees allowed";
+}
+
+}  // namespace limber::motion::detail
