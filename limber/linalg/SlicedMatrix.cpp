@@ -1,7 +1,6 @@
 #include "limber/linalg/SlicedMatrix.h"
 
 #include <algorithm>
-#include <climits>
 #include <new>
 #include <utility>
 
@@ -18,10 +17,10 @@ using limber::detail::CompressedRows;
 using limber::detail::SlicedRows;
 
 struct SlicedMatrix::Layout {
-  SlicedRows rows{LLONG_MAX};
+  SlicedRows rows;
   /// The rows of A^T without entries outside the width. Each sum of a product with A^T runs over one of them
   /// in ascending row order of A, which is the order in which HSpMat adds its terms.
-  SlicedRows columns{LLONG_MAX};
+  SlicedRows columns;
   /// No value is infinite or a NaN: a row times 0.0 adds nothing, so rows that must be left out need no test.
   bool finite = false;
 };

@@ -159,6 +159,46 @@ TEST(SolversAllocation, NothingInALongSolveAfterAShortOne) {
 
 // Each solve is larger than all before it. First each work vector that has to grow fails to, which empties
 // it; then the k-th only. Whatever fails, the same solve has what it needs the next time.
+// Multiplied by its rows: a solve copies no class that it does not know.
+class RowsOnly : public HSpMat {
+ public:
+  explicit RowsOnly(const HSpMat& other) : HSpMat(other) {}
+};
+
+// 32 different rows of 4096 entries, each 129 times: a little more than 2^24 entries in little memory.
+TEST(SolversAllocation, TheCopyOfALargeMatrixIsMadeForEachSolveAndReleased) {
+  const CGTuning tuning;
+  cg_tol = cg_epsilon = 1e-300;
+  constexpr int different = 32, times = 129, entries = 4096;
+  SparseMatrix few;
+  for (int i = 0; i < different; ++i) {
+    SpVec& row = few.addRow();
+    for (int k = 0; k < entries; ++k) row.insEnd((k % different == i ? 3.0 : 0.5) + 0.001 * (k % 7), k);
+  }
+  HSpMat many(0);
+  for (int k = 0; k < times; ++k) {
+    for (int i = 0; i < different; ++i) many.add(few.m.rows[i]);
+  }
+  Vector b(many.numRows);
+  for (int i = 0; i < b.size(); ++i) b[i] = 1.0 + i % 5;
+  RowsOnly byRows(many);
+  const auto solve = [&b](SpMat& A, Vector& x) {
+    double rsq = 0.0;
+    cg_observer = [](int iteration, double, void*) { return static_cast<int>(iteration == 8); };
+    ncgrad(&A, &x, &b, &rsq);
+    cg_observer = nullptr;
+  };
+  Vector expected(entries);
+  solve(byRows, expected);
+  for (int repeat = 0; repeat < 2; ++repeat) {
+    Vector x(entries);
+    const long before = allocations::count();
+    solve(many, x);
+    EXPECT_GT(allocations::count(), before + 5) << repeat;
+    for (int j = 0; j < entries; ++j) ASSERT_EQ(x[j], expected[j]) << j;
+  }
+}
+
 TEST(SolversAllocation, KthFailureOfGrowingWorkVectorsIsSurvived) {
   if (!inOwnProcess()) return;
   const CGTuning tuning;

@@ -107,7 +107,7 @@ bool SlicedRows::reserveFor(int n, long long entries, int longest) {
 
 template <class RowAt>
 bool SlicedRows::reserveRows(RowAt rowAt, int n) {
-  if (n <= 0 || n > most_) return false;
+  if (n <= 0) return false;
   long long entries = 0;
   int longest = 0;
   for (int i = 0; i < n; ++i) {
@@ -115,7 +115,7 @@ bool SlicedRows::reserveRows(RowAt rowAt, int n) {
     entries += length;
     longest = std::max(longest, length);
   }
-  return entries <= most_ && reserveFor(n, entries, longest);
+  return reserveFor(n, entries, longest);
 }
 
 template <class RowAt>

@@ -18,11 +18,8 @@ class CompressedRows;
 /// by one. The copy does not follow later changes of the rows. Its storage is kept for the next matrix.
 class SlicedRows {
  public:
-  /// Refuses matrices of more than `most` rows or entries.
-  explicit SlicedRows(long long most = 1 << 24) : most_(most) {}
-
-  /// Makes room for a copy of n rows: what copy() does then allocates nothing. False for too many rows or
-  /// entries and when there is no memory.
+  /// Makes room for a copy of n rows: what copy() does then allocates nothing. False for no rows and when
+  /// there is no memory.
   bool reserve(const SpVec* const* rows, int n);
   /// Copies n rows with indices below `width`; null rows have no entries. False, and then without rows, where
   /// reserve() is false and when an index lies outside.
@@ -34,6 +31,7 @@ class SlicedRows {
   /// The sizes of the copied matrix.
   int height() const { return height_; }
   int width() const { return width_; }
+  long long entries() const { return height_ > 0 ? start_[blocks()] : 0; }
   /// The value of the first entry of row i with the index j; 0.0 without one.
   double at(int i, int j) const;
   /// Multiplies every value by s.
@@ -78,9 +76,7 @@ class SlicedRows {
   void addBlock(int block, const double* x, double* y) const;
   int blocks() const;
   int end(int block) const;
-  long long entries() const { return height_ > 0 ? start_[blocks()] : 0; }
 
-  long long most_;
   int height_ = 0, width_ = 0, slices_ = 0;
   GrowingArray<Place> place_;
   GrowingArray<Slice> slice_;

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "limber/linalg/HSpMat.h"
+#include "limber/linalg/SpVec.h"
 #include "limber/linalg/detail/SlicedRows.h"
 #include "limber/solvers/detail/CreatedOnFirstUse.h"
 
@@ -23,11 +24,23 @@ struct Storage {
   void release() { busy.clear(std::memory_order_release); }
 };
 
+// The storage of a larger copy is made when it is needed and released after the solve.
+constexpr long long mostKept = 1 << 24;
+
+long long entriesOf(const HSpMat& A) {
+  long long entries = 0;
+  for (int i = 0; i < A.numRows; ++i) {
+    if (A.rows[i]) entries += A.rows[i]->numEntries;
+  }
+  return entries;
+}
+
 Storage& storage() { return createdOnFirstUse<Storage>(); }
 
 }  // namespace
 
 bool LentCopy::reserve(const HSpMat& A) {
+  if (entriesOf(A) > mostKept) return true;
   Storage& s = storage();
   if (!s.take()) return true;
   const bool room = s.holder.load() != 0 || s.rows.reserve(A.rows, A.numRows);
@@ -44,7 +57,14 @@ unsigned long long LentCopy::make(const HSpMat& A) {
   return ticket;
 }
 
-void LentCopy::giveBack(unsigned long long ticket) { storage().holder.compare_exchange_strong(ticket, 0); }
+void LentCopy::giveBack(unsigned long long ticket) {
+  Storage& s = storage();
+  if (s.take()) {
+    if (s.holder.load() == ticket && s.rows.entries() > mostKept) s.rows = SlicedRows();
+    s.release();
+  }
+  s.holder.compare_exchange_strong(ticket, 0);
+}
 
 LentCopy::LentCopy(unsigned long long ticket) {
   if (ticket == 0 || !storage().take()) return;

@@ -9,14 +9,14 @@ namespace limber::detail {
 
 class SlicedRows;
 
-/// The storage for one copy of a row-sparse matrix. It is kept between solves and lent to one solve at a
-/// time, which presents its ticket for each product. If another solve has replaced the copy, or if another
-/// thread is multiplying, the solve uses the rows of its matrix instead. A solve that is left by a longjmp
-/// needs no clean-up: the next solve replaces its copy.
+/// The storage for one copy of a row-sparse matrix. It is kept between solves, unless the copy has more than
+/// 2^24 entries, and lent to one solve at a time, which presents its ticket for each product. If another
+/// solve has replaced the copy, or if another thread is multiplying, the solve uses the rows of its matrix
+/// instead. A solve that is left by a longjmp needs no clean-up: the next solve replaces its copy.
 class LentCopy {
  public:
-  /// Makes room for a copy of A, unless the storage already holds one. False if A has too many rows or
-  /// entries for a copy, or if there is no memory.
+  /// Makes room for a copy of A, unless the storage already holds one or will not be kept. False if A has no
+  /// rows, or if there is no memory.
   static bool reserve(const HSpMat& A);
   /// Copies A and returns the ticket, or 0 if there is no copy.
   static unsigned long long make(const HSpMat& A);

@@ -1,0 +1,125 @@
+// bench_distributed SIDE ITERATIONS: what an iteration of solvePositiveDefinite costs on a SIDE x SIDE
+// five-point stencil that is spread over the processes of the job. Process 0 prints one line with the number
+// of processes and, in this order: for an iteration the seconds, the messages, the bytes sent, the sums over
+// all processes and the processor seconds; the bytes of the rows and those of the solve beside them; the
+// seconds of one sum over all processes. Each is the largest of any process.
+#include <petsclog.h>
+#include <petscsys.h>
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <vector>
+
+#include "limber/limber.h"
+#include "limber_petsc/petsc.h"
+
+namespace {
+
+const MPI_Comm world = MPI_COMM_WORLD;
+
+double bytesAtMost() {
+  rusage usage = {};
+  getrusage(RUSAGE_SELF, &usage);
+  return 1024.0 * static_cast<double>(usage.ru_maxrss);
+}
+
+double processorTime() {
+  timespec now = {};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
+// This process's rows of the stencil.
+class Stencil {
+ public:
+  Stencil(int side, limber::petsc::Part part) : first_(part.first), columns_(side * side) {
+    rows_.reserve(static_cast<std::size_t>(part.count));
+    for (int i = part.first; i < part.first + part.count; ++i) {
+      rows_.push_back(std::make_unique<SpVec>(5));
+      SpVec& row = *rows_.back();
+      if (i >= side) row.insEnd(-1.0, i - side);
+      if (i % side > 0) row.insEnd(-1.0, i - 1);
+      row.insEnd(4.0, i);
+      if (i % side < side - 1) row.insEnd(-1.0, i + 1);
+      if (i + side < columns_) row.insEnd(-1.0, i + side);
+      matrix_.add(&row);
+    }
+  }
+  limber::petsc::Rows rows() const { return {&matrix_, first_, columns_}; }
+
+ private:
+  int first_, columns_;
+  std::vector<std::unique_ptr<SpVec>> rows_;
+  HSpMat matrix_{0};
+};
+
+// What a solve has cost this process so far.
+struct Cost {
+  double seconds, messages, bytes, sums, processor;
+
+  static Cost now() {
+    return {MPI_Wtime(), petsc_isend_ct + petsc_send_ct, petsc_isend_len + petsc_send_len, petsc_allreduce_ct,
+            processorTime()};
+  }
+  Cost operator-(const Cost& o) const {
+    return {seconds - o.seconds, messages - o.messages, bytes - o.bytes, sums - o.sums,
+            processor - o.processor};
+  }
+};
+
+Cost solve(const Stencil& A, const Vector& b, int iterations) {
+  SolveOptions options;
+  options.relative = 0.0;
+  options.maxIterations = iterations;
+  Vector x;
+  MPI_Barrier(world);
+  const Cost before = Cost::now();
+  const SolveReport report = limber::petsc::solvePositiveDefinite(world, A.rows(), b, &x, options);
+  const Cost cost = Cost::now() - before;
+  if (report.iterations != iterations) {
+    std::fprintf(stderr, "the solve made %d iterations of %d: %s\n", report.iterations, iterations,
+                 report.message);
+    MPI_Abort(world, 1);
+  }
+  return cost;
+}
+
+double secondsOfSum() {
+  const int times = 2000;
+  double x = 1.0, sum = 0.0;
+  MPI_Barrier(world);
+  const double begin = MPI_Wtime();
+  for (int i = 0; i < times; ++i) MPI_Allreduce(&x, &sum, 1, MPI_DOUBLE, MPI_SUM, world);
+  return (MPI_Wtime() - begin) / times;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const limber::petsc::Session session(&argc, &argv);
+  if (!session.ok() || argc < 3) return 1;
+  const int side = std::atoi(argv[1]), iterations = std::atoi(argv[2]);
+  const double before = bytesAtMost();
+  const limber::petsc::Part part = limber::petsc::evenPart(world, side * side);
+  const Stencil A(side, part);
+  const double withRows = bytesAtMost();
+  Vector b(part.count);
+  for (int i = 0; i < b.count; ++i) b[i] = 1.0 + 0.001 * ((part.first + i) % 997);
+
+  // The difference of two solves leaves the beginning and the end of a solve out.
+  const Cost few = solve(A, b, iterations), many = solve(A, b, 3 * iterations), cost = many - few;
+  const double n = 2.0 * iterations;
+  const double mine[] = {cost.seconds / n,   cost.messages / n, cost.bytes / n,           cost.sums / n,
+                         cost.processor / n, withRows - before, bytesAtMost() - withRows, secondsOfSum()};
+  double most[8];
+  MPI_Reduce(mine, most, 8, MPI_DOUBLE, MPI_MAX, 0, world);
+  if (session.rank() == 0) {
+    std::printf("result %d", session.size());
+    for (double value : most) std::printf(" %.9g", value);
+    std::printf("\n");
+  }
+  return 0;
+}
