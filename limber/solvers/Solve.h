@@ -79,8 +79,10 @@ struct SolveReport {
 
 /// min |A x - b| for a matrix of any shape and rank. The residual is |A^T (b - A x)| and the norm of the
 /// right-hand side |A^T b|. LSMR with scaled columns (Fong and Saunders 2011), then the same behind a sparse
-/// QR factor (Givens rotations; George and Heath 1980). Where the solution is not unique, one of them; for a
-/// wide matrix of full rank the one nearest to the start.
+/// QR factor (Givens rotations; George and Heath 1980), then a dense one that tells the rank (Businger and
+/// Golub 1965) where the matrix is small enough for it. Where the solution is not unique, one of them: the
+/// one nearest to the start where the message says so, as it does up to 40 columns, and for a wide matrix of
+/// full rank.
 LIMBER_API SolveReport solveLeastSquares(const SpMat& A, const Vector& b, Vector* x,
                                          const SolveOptions& options = SolveOptions());
 

@@ -10,7 +10,7 @@
 namespace limber::detail {
 namespace {
 
-/// How far |p^T A p| may be below |p| |A p| before its sign says nothing.
+/// How far |p^T A p| may be below |A| |p|^2 before its sign says nothing.
 constexpr double certain = 1e-13;
 
 /// The work of one run.
@@ -76,8 +76,9 @@ Outcome Run::curve(double* alpha) {
   if (!std::isfinite(curvature) || !std::isfinite(rz_)) return Outcome::overflow;
   if (!(rz_ > 0.0)) return rz_ < 0.0 ? Outcome::preconditioner : Outcome::stuck;
   if (!(curvature > 0.0)) {
-    const double product = std::sqrt(square) * fixedNorm(n_, q);
-    return curvature < -certain * n_ * product ? Outcome::indefinite : Outcome::stuck;
+    // |A| from below: along p, the steepest curvature met so far, and the scale of all maps
+    const double norm = std::max({steepest_, fixedNorm(n_, q) / std::sqrt(square), 0.25});
+    return curvature < -certain * n_ * norm * square ? Outcome::indefinite : Outcome::stuck;
   }
   flattest_ = std::min(flattest_, curvature / square);
   steepest_ = std::max(steepest_, curvature / square);

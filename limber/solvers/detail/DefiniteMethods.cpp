@@ -176,6 +176,7 @@ Outcome solveDefinite(LinearSystem& system) {
   if (!system.ended() && outcome != Outcome::indefinite && system.residual > 1e-6 * system.norm) {
     // singular: the nearest there is
     conditionedLsmr(system, Allowance{6e7, 1e9}, 50, &outcome);
+    if (!system.ended()) denseMethod(system, lastResort);
   }
   return outcome == Outcome::indefinite || !system.run.mustEnd() ? outcome : system.run.whyEnded();
 }

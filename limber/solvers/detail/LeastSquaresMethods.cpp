@@ -14,39 +14,6 @@
 namespace limber::detail {
 namespace {
 
-/// Per column, the exponent that brings its largest entry near 1, and one over its norm then.
-void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms) {
-  const int n = rows.width;
-  Doubles largest(n);
-  for (int k = 0; k < rows.entries(); ++k) {
-    largest[rows.index[k]] = std::max(largest[rows.index[k]], std::fabs(rows.value[k]));
-  }
-  powers->resize(n);
-  for (int j = 0; j < n; ++j) (*powers)[j] = -exponentOf(largest[j]);
-  inverseNorms->assign(n, 0.0);
-  for (int k = 0; k < rows.entries(); ++k) {
-    const int j = rows.index[k];
-    const double v = timesPowerOfTwo(rows.value[k], (*powers)[j]);
-    (*inverseNorms)[j] += v * v;
-  }
-  for (double& v : *inverseNorms) v = v > 0.0 ? 1.0 / std::sqrt(v) : 1.0;
-}
-
-bool moderate(const Ints& powers) {
-  bool small = true;
-  for (const int power : powers) small &= power >= -300 && power <= 300;
-  return small;
-}
-
-/// Per row, the exponent that brings its largest entry near 1.
-Ints rowPowers(const SparseRows& rows) {
-  Ints powers(rows.height);
-  for (int i = 0; i < rows.height; ++i) {
-    powers[i] = -largestExponent(rows.start[i + 1] - rows.start[i], rows.value.data() + rows.start[i]);
-  }
-  return powers;
-}
-
 /// Divides each row by its norm, and returns what it was multiplied by.
 Doubles normaliseRows(SparseRows* rows) {
   Doubles factors(rows->height, 1.0);
@@ -169,6 +136,50 @@ Outcome preconditionedNormal(LinearSystem& system, int iterations) {
 
 }  // namespace
 
+bool moderate(const Ints& powers) {
+  bool small = true;
+  for (const int power : powers) small &= power >= -300 && power <= 300;
+  return small;
+}
+
+void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms) {
+  const int n = rows.width, entries = rows.entries();
+  const int* const index = rows.index.data();
+  const double* const value = rows.value.data();
+  Doubles largest(n);
+  for (int k = 0; k < entries; ++k) {
+    double& most = largest[index[k]];
+    const double v = std::fabs(value[k]);
+    most = v > most ? v : most;
+  }
+  powers->resize(n);
+  for (int j = 0; j < n; ++j) (*powers)[j] = -exponentOf(largest[j]);
+  Doubles squares(n);
+  if (moderate(*powers)) {
+    Doubles factor(n);
+    for (int j = 0; j < n; ++j) factor[j] = powerOfTwo((*powers)[j]);
+    for (int k = 0; k < entries; ++k) {
+      const double v = value[k] * factor[index[k]];
+      squares[index[k]] += v * v;
+    }
+  } else {
+    for (int k = 0; k < entries; ++k) {
+      const double v = timesPowerOfTwo(value[k], (*powers)[index[k]]);
+      squares[index[k]] += v * v;
+    }
+  }
+  inverseNorms->resize(n);
+  for (int j = 0; j < n; ++j) (*inverseNorms)[j] = squares[j] > 0.0 ? 1.0 / std::sqrt(squares[j]) : 1.0;
+}
+
+Ints rowPowers(const SparseRows& rows) {
+  Ints powers(rows.height);
+  for (int i = 0; i < rows.height; ++i) {
+    powers[i] = -largestExponent(rows.start[i + 1] - rows.start[i], rows.value.data() + rows.start[i]);
+  }
+  return powers;
+}
+
 Preconditioner* foreignPreconditioner(const LinearSystem& system) {
   return wantsIdentity(system) ? nullptr : system.run.options.preconditioner;
 }
@@ -215,10 +226,17 @@ Outcome scaledLsmr(LinearSystem& system, int iterations) {
   return outcome;
 }
 
+bool farFromMinimum(const LinearSystem& system) {
+  // the entries of A and b are 1 at most
+  const double rest = safeNorm(system.height, system.r.data());
+  const double size = safeNorm(system.rows.entries(), system.rows.value.data());
+  return rest > 1e-7 * safeNorm(system.height, system.b.data()) && system.residual > 1e-6 * size * rest;
+}
+
 bool worthPolish(const LinearSystem& system, bool doubtful) {
   constexpr int small = 40;
   return system.converged() && system.haveRows && !system.run.mustEnd() && system.norm > 0.0 &&
-         system.run.iterations > 0 && (doubtful || system.width <= small);
+         system.run.iterations > 0 && !system.fullRank && (doubtful || system.width <= small);
 }
 
 Allowance polishAllowance(const LinearSystem& system, bool doubtful) {
@@ -273,6 +291,7 @@ Outcome solveByLeastSquares(LinearSystem& system) {
   const int budget = system.haveRows ? firstBudget(system, 200, 2000) : system.run.limit;
   Outcome outcome = Outcome::stuck;
   if (foreignPreconditioner(system)) outcome = preconditionedNormal(system, budget);
+  if (!system.ended() && !system.run.options.preconditioner) thinMethod(system);
   if (!system.ended()) {
     outcome = escalate(
         system, budget, [&](int iterations) { return scaledLsmr(system, iterations); },
@@ -280,9 +299,14 @@ Outcome solveByLeastSquares(LinearSystem& system) {
           return conditionedLsmr(system, allowance, 50, result);
         });
   }
-  if (worthPolish(system, system.condition > 1e4)) {
+  if (!system.ended() && denseMethod(system, lastResort)) outcome = Outcome::stuck;
+  const bool far = !system.fullRank && farFromMinimum(system), doubtful = far || system.condition > 1e4;
+  if (worthPolish(system, doubtful)) {
+    Allowance allowance = polishAllowance(system, doubtful);
+    if (far || system.width <= 40) allowance.operations = std::max(2e7, 10.0 * allowance.operations);
     system.beginPolish();
-    conditionedLsmr(system, polishAllowance(system, system.condition > 1e4), 8, &outcome);
+    const bool sparse = system.width > 40 && conditionedLsmr(system, allowance, 8, &outcome);
+    if (!sparse || farFromMinimum(system)) denseMethod(system, allowance);
     system.endPolish();
   }
   return system.run.mustEnd() ? system.run.whyEnded() : outcome;

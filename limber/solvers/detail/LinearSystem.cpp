@@ -40,7 +40,7 @@ double safeNorm(int n, const double* x) {
 }
 
 const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const Vector& start) {
-  Extent extent = extentOf(A, right.count);
+  Extent extent = extentOf(A, right.count, &rows);
   if (extent.damaged) return "The matrix has entries in negative columns, or too many of them.";
   complete(kind_, start.count, &extent);
   if (kind_ != Kind::leastSquares && extent.height != extent.width) return "The matrix is not square.";
@@ -79,24 +79,25 @@ const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) 
   scaleByPowerOfTwo(height, b.data(), -rightPower_);
   x.assign(width, 0.0);
   r.assign(height, 0.0);
-  g.assign(kind_ == Kind::leastSquares ? width : 0, 0.0);
-  run.unit = rightPower_ + (kind_ == Kind::leastSquares ? matrixPower_ : 0);
+  g.assign(leastSquares() ? width : 0, 0.0);
+  run.unit = rightPower_ + (leastSquares() ? matrixPower_ : 0);
 
   // x is zero
   r = b;
-  if (kind_ == Kind::leastSquares) map->multiplyTransposed(r.data(), g.data());
+  if (leastSquares()) map->multiplyTransposed(r.data(), g.data());
   norm = sizeOf(r.data(), g.data());
   goal = run.options.relative * norm;
   residual = startResidual_ = norm;
   if (start.count == 0) return nullptr;
   Doubles first(width);
   for (int j = 0; j < width; ++j) first[j] = timesPowerOfTwo(start.data[j], matrixPower_ - rightPower_);
-  const double begin = measure(first.data(), r.data(), g.data());
-  startResidual_ = begin;
+  const double itsResidual = measure(first.data(), r.data(), g.data());
+  startResidual_ = itsResidual;
   // zero solves a system with a right-hand side of zeros; any other start is where the caller wants to begin
-  if (std::isfinite(begin) && (norm > 0.0 || begin == 0.0)) {
+  if (std::isfinite(itsResidual) && (norm > 0.0 || itsResidual == 0.0)) {
+    begin = first;
     x.swap(first);
-    residual = begin;
+    residual = itsResidual;
   } else {
     moved_ = true;
     measure(x.data(), r.data(), g.data());
@@ -123,11 +124,11 @@ const char* LinearSystem::take(std::unique_ptr<LinearMap> scaledMap, int power, 
 double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
   if (!precise) {
     map->LinearMap::preciseResidual(b.data(), at, rOut);
-    if (kind_ == Kind::leastSquares) map->multiplyTransposed(rOut, gOut);
+    if (leastSquares()) map->multiplyTransposed(rOut, gOut);
     const double plain = sizeOf(rOut, gOut);
     if (!(plain <= 2.0 * goal) || !roundingMatters(at)) return plain;
   }
-  if (kind_ == Kind::leastSquares) {
+  if (leastSquares()) {
     map->preciseGradient(b.data(), at, rOut, gOut);
   } else {
     map->preciseResidual(b.data(), at, rOut);
@@ -136,13 +137,13 @@ double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
 }
 
 double LinearSystem::sizeOf(const double* itsR, const double* itsG) const {
-  return kind_ == Kind::leastSquares ? safeNorm(width, itsG) : safeNorm(height, itsR);
+  return leastSquares() ? safeNorm(width, itsG) : safeNorm(height, itsR);
 }
 
 /// Whether the rounding of a plain residual might be a good part of the goal: the entries of A and
 /// b are 1 at most.
 bool LinearSystem::roundingMatters(const double* at) const {
-  double largest = kind_ == Kind::leastSquares ? 1.0 : 0.0;
+  double largest = leastSquares() ? 1.0 : 0.0;
   for (int j = 0; j < width; ++j) largest = std::max(largest, std::fabs(at[j]));
   return !(1e-14 * largest < goal);
 }
@@ -157,12 +158,30 @@ bool LinearSystem::improve(const double* d) {
 }
 
 bool LinearSystem::adopt(Doubles* at, Doubles* itsR, Doubles* itsG, double itsResidual) {
-  if (!(itsResidual < residual)) return false;
+  // of two solutions of a least-squares problem the one with the smaller |b - A x| is better
+  const bool good = leastSquares() && itsResidual <= polished_ &&
+                    safeNorm(height, itsR->data()) < (1.0 - 1e-9) * safeNorm(height, r.data());
+  if (!(itsResidual < residual) && !good) return false;
   x.swap(*at);
   r.swap(*itsR);
   g.swap(*itsG);
   residual = itsResidual;
   return moved_ = true;
+}
+
+bool LinearSystem::replace(Doubles* at) {
+  tryR_.resize(height);
+  tryG_.resize(g.size());
+  const double tried = measure(at->data(), tryR_.data(), tryG_.data());
+  if (!(tried <= std::max({goal, polished_, 2.0 * residual}))) return false;
+  residual = HUGE_VAL;
+  return adopt(at, &tryR_, &tryG_, tried);
+}
+
+void LinearSystem::goBack() {
+  x.assign(width, 0.0);
+  if (begin.size() > 0) x = begin;
+  residual = measure(x.data(), r.data(), g.data());
 }
 
 void LinearSystem::keepBetter(State&& other) {
@@ -174,6 +193,11 @@ void LinearSystem::keepBetter(State&& other) {
 }
 
 SolveReport LinearSystem::finish(Outcome last, Vector* out) {
+  if (!converged() && !precise) {
+    // the residual that is reported is not one that was rounded in a product
+    precise = true;
+    residual = measure(x.data(), r.data(), g.data());
+  }
   SolveReport report{};
   report.iterations = run.iterations;
   report.products = map->products;
@@ -181,9 +205,11 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   report.relativeResidual = norm > 0.0 ? residual / norm : 0.0;
   if (converged()) {
     report.status = SOLVE_CONVERGED;
-    report.message = condition > 1e10 ? "The residual is as small as was asked for; the matrix is close to "
-                                        "singular (estimated condition above 1e10), so x is uncertain."
-                                      : "The residual is as small as was asked for.";
+    report.message = nearest ? "The residual is as small as was asked for; the columns of the matrix are "
+                               "dependent, and this is the solution nearest to the start."
+                     : condition > 1e10 ? "The residual is as small as was asked for; the matrix is close to "
+                                          "singular (estimated condition above 1e10), so x is uncertain."
+                                        : "The residual is as small as was asked for.";
   } else if (last == Outcome::stopped) {
     report.status = SOLVE_STOPPED;
     report.message = "The observer ended the solve; this is the best iterate so far.";

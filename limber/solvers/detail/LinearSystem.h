@@ -35,12 +35,16 @@ class LinearSystem {
   bool improve(const double* d);
   /// The same for an x that was measured already.
   bool adopt(Doubles* at, Doubles* itsR, Doubles* itsG, double itsResidual);
+  /// Takes an x instead that is about as good. Whether it is.
+  bool replace(Doubles* at);
   /// The state of the solution, to come back to.
   struct State {
     Doubles x, r, g;
     double residual;
   };
   State state() const { return {x, r, g, residual}; }
+  /// Goes back to the start.
+  void goBack();
   /// Takes that state back if its residual is smaller.
   void keepBetter(State&& other);
   void takeBack(const State& other) {
@@ -49,10 +53,15 @@ class LinearSystem {
   }
   /// From here on every method goes as far as it gets; the goal is the old one again after endPolish.
   void beginPolish() { polished_ = goal, goal = 0.0; }
-  void endPolish() { goal = polished_; }
+  void endPolish() { goal = polished_, polished_ = 0.0; }
   /// Operations that were spent on products so far, about.
   double spent() const { return 2.0 * map->products * rows.entries(); }
 
+  bool leastSquares() const { return kind_ == Kind::leastSquares; }
+  /// The columns of A are known to be independent.
+  bool fullRank = false;
+  /// A has dependent columns, and x is the solution nearest to the start.
+  bool nearest = false;
   /// The estimated condition of the scaled matrix, 0 where no method gave one.
   double condition = 0.0;
 
@@ -66,6 +75,8 @@ class LinearSystem {
   std::unique_ptr<LinearMap> map;
   int height = 0, width = 0;
   Doubles b, x;
+  /// The start; empty: zero.
+  Doubles begin;
   /// b - A x and, for least squares, A^T (b - A x).
   Doubles r, g;
   /// Residuals are computed in twice the precision from now on.

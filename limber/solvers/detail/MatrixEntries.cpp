@@ -31,29 +31,6 @@ const FullMatrix* dense(const SpMat& A) {
 
 int entriesOf(const SpVec* row) { return row ? std::max(row->numEntries, 0) : 0; }
 
-Extent extentOfRows(const HSpMat& A) {
-  Extent extent;
-  extent.height = std::max(A.numRows, 0);
-  extent.open = true;
-  long long entries = 0;
-  int least = 0, most = -1;
-  for (int i = 0; i < extent.height; ++i) {
-    const SpVec* const row = A.rows[i];
-    if (!row) continue;
-    const int n = entriesOf(row);
-    entries += n;
-    extent.width = std::max(extent.width, row->width);
-    for (int k = 0; k < n; ++k) {
-      const int j = row->indices.data[k];
-      least = std::min(least, j);
-      most = std::max(most, j);
-    }
-  }
-  extent.damaged = entries >= INT_MAX || least < 0 || most == INT_MAX;
-  if (!extent.damaged) extent.width = std::max(extent.width, most + 1);
-  return extent;
-}
-
 /// Writes a matrix row by row.
 class Writer {
  public:
@@ -75,25 +52,37 @@ class Writer {
   SparseRows& out_;
 };
 
-void copySparse(const HSpMat& A, const Extent& extent, SparseRows* out) {
+/// The rows as they stand, with the extent that their entries tell. Their indices are looked at in the copy:
+/// the rows themselves lie anywhere in memory.
+Extent copySparse(const HSpMat& A, SparseRows* out) {
+  Extent extent;
+  extent.height = std::max(A.numRows, 0);
+  extent.open = true;
   *out = SparseRows();
   out->height = extent.height;
-  out->width = extent.width;
   out->start.resize(extent.height + 1);
-  int entries = 0;
+  long long entries = 0;
   for (int i = 0; i < extent.height; ++i) {
-    out->start[i] = entries;
+    out->start[i] = static_cast<int>(std::min<long long>(entries, INT_MAX));
     entries += entriesOf(A.rows[i]);
+    if (A.rows[i]) extent.width = std::max(extent.width, A.rows[i]->width);
   }
-  out->start[extent.height] = entries;
-  out->index.resize(entries);
-  out->value.resize(entries);
+  extent.damaged = entries >= INT_MAX;
+  if (extent.damaged) return extent;
+  out->start[extent.height] = static_cast<int>(entries);
+  out->index.resize(static_cast<int>(entries));
+  out->value.resize(static_cast<int>(entries));
   for (int i = 0; i < extent.height; ++i) {
     const int n = entriesOf(A.rows[i]);
     if (n == 0) continue;
     std::copy_n(A.rows[i]->indices.data, n, out->index.data() + out->start[i]);
     std::copy_n(A.rows[i]->values.data, n, out->value.data() + out->start[i]);
   }
+  unsigned last = 0;  // column; a negative one counts as a large one
+  for (const int j : out->index) last = std::max(last, static_cast<unsigned>(j));
+  extent.damaged = last >= static_cast<unsigned>(INT_MAX);
+  if (!extent.damaged && entries > 0) extent.width = std::max(extent.width, static_cast<int>(last) + 1);
+  return extent;
 }
 
 void copyDense(const FullMatrix& A, const Extent& extent, SparseRows* out) {
@@ -130,8 +119,8 @@ void copyDiagonal(int n, const double* values, double all, const Extent& extent,
 /// | H + shift I, J^T; J, lower I |
 void copyBlocks(const SQPMatrix& A, const Extent& extent, SparseRows* out) {
   SparseRows H, J;
-  copyEntries(*A.H, extentOf(*A.H, 0), &H);
-  copyEntries(*A.J, extentOf(*A.J, 0), &J);
+  copyEntries(*A.H, extentOf(*A.H, 0, &H), &H);
+  copyEntries(*A.J, extentOf(*A.J, 0, &J), &J);
   const int n = H.height;
   J.width = std::max(J.width, n);
   const SparseRows Jt = J.transposed();
@@ -186,8 +175,8 @@ void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
 
 }  // namespace
 
-Extent extentOf(const SpMat& A, int rows) {
-  if (const auto* sparse = exactly<HSpMat>(A)) return extentOfRows(*sparse);
+Extent extentOf(const SpMat& A, int rows, SparseRows* copied) {
+  if (const auto* sparse = exactly<HSpMat>(A)) return copySparse(*sparse, copied);
   Extent extent;
   if (const FullMatrix* const full = dense(A)) {
     const bool stored = full->data != nullptr;
@@ -204,7 +193,8 @@ Extent extentOf(const SpMat& A, int rows) {
       extent.damaged = true;
       return extent;
     }
-    const Extent h = extentOf(*blocks->H, 0), j = extentOf(*blocks->J, 0);
+    SparseRows unused;
+    const Extent h = extentOf(*blocks->H, 0, &unused), j = extentOf(*blocks->J, 0, &unused);
     extent.damaged = h.damaged || j.damaged || (h.width != h.height && !(h.open && h.width < h.height)) ||
                      j.width > h.height || (!j.open && j.width != h.height);
     extent.height = extent.width = h.height + j.height;
@@ -218,8 +208,8 @@ Extent extentOf(const SpMat& A, int rows) {
 }
 
 void copyEntries(const SpMat& A, const Extent& extent, SparseRows* out) {
-  if (const auto* sparse = exactly<HSpMat>(A)) {
-    copySparse(*sparse, extent, out);
+  if (exactly<HSpMat>(A)) {
+    out->width = extent.width;
   } else if (const FullMatrix* const full = dense(A)) {
     copyDense(*full, extent, out);
   } else if (const auto* identity = exactly<IdentityMatrix>(A)) {

@@ -21,11 +21,11 @@ struct Extent {
 };
 
 /// The sizes; `rows` is the length of the right-hand side, which stands for a height that a foreign class
-/// does not tell.
-Extent extentOf(const SpMat& A, int rows);
+/// does not tell. The entries of a row-sparse matrix, which tell its width, are copied on the way.
+Extent extentOf(const SpMat& A, int rows, SparseRows* copied);
 
-/// Copies the entries, sorted, those at the same place added up. A foreign matrix is multiplied by the unit
-/// vectors. Throws std::bad_alloc.
+/// Copies the entries, or finishes the copy that extentOf began: sorted, those at the same place added up. A
+/// foreign matrix is multiplied by the unit vectors. Throws std::bad_alloc.
 void copyEntries(const SpMat& A, const Extent& extent, SparseRows* out);
 
 }  // namespace limber::detail

@@ -24,6 +24,22 @@ Outcome solveAnySquare(LinearSystem& system);
 Outcome scaledLsmr(LinearSystem& system, int iterations);
 bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int iterations, Outcome* outcome);
 
+/// Corrections behind the Cholesky factor of A^T A, for a least-squares matrix of few columns. False where
+/// there are too many, or where they may be dependent.
+bool thinMethod(LinearSystem& system);
+/// A dense QR factor with the solution refined behind it, for small systems of any rank. Where the columns of
+/// a least-squares matrix are dependent, x moves to the solution nearest to the start. False where it costs
+/// too much.
+bool denseMethod(LinearSystem& system, const Allowance& allowance);
+
+/// Per row, the exponent that brings its largest entry near 1.
+Ints rowPowers(const SparseRows& rows);
+/// Per column, the exponent that brings its largest entry near 1, and one over its norm then.
+void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms);
+
+/// Whether powers of two with these exponents can be multiplied without overflow.
+bool moderate(const Ints& powers);
+
 /// The caller's preconditioner, null where it is the identity or there is none.
 Preconditioner* foreignPreconditioner(const LinearSystem& system);
 /// Whether the caller asks for no preconditioner.
@@ -36,14 +52,16 @@ int firstBudget(const LinearSystem& system, int least, int most);
 /// cost a few times what was spent, or all that is allowed once the first method is stuck.
 template <class First, class Direct>
 Outcome escalate(LinearSystem& system, int iterations, First first, Direct direct) {
-  for (;; iterations = std::min(iterations, system.run.limit / 4) * 4) {
+  bool again = false;
+  for (;; iterations = again ? iterations : std::min(iterations, system.run.limit / 4) * 4) {
     const int begin = system.run.iterations;
     const double before = system.residual;
     Outcome outcome = first(iterations);
     if (system.ended() || outcome == Outcome::indefinite) return outcome;
     const bool stuck = system.run.iterations - begin < iterations;
-    // well on the way: a factorization would only take time
-    if (!stuck && std::log(before / system.residual) > 0.5 * std::log(before / system.goal)) continue;
+    // halfway at least: as many iterations again should do, without a factorization
+    again = !again && !stuck && std::log(before / system.residual) > 0.5 * std::log(before / system.goal);
+    if (again) continue;
     Allowance allowance;
     if (!stuck) allowance.operations = std::min(allowance.operations, 4.0 * system.spent() + 1e7);
     if (direct(allowance, &outcome)) return outcome;
@@ -51,6 +69,12 @@ Outcome escalate(LinearSystem& system, int iterations, First first, Direct direc
   }
 }
 
+/// What a dense factor may cost where nothing else has led to a solution.
+constexpr Allowance lastResort{3e7, 4e9};
+
+/// Whether |b - A x| of a least-squares solution is neither small nor, by what is left of A^T (b - A x), near
+/// the smallest there is: x may be far from it.
+bool farFromMinimum(const LinearSystem& system);
 /// Whether a factor should make a solution better whose residual is small enough already: where the residual
 /// is known to say little about x, and for a small system, where it costs next to nothing.
 bool worthPolish(const LinearSystem& system, bool doubtful);

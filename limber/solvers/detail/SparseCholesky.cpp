@@ -50,7 +50,9 @@ bool SparseCholesky::factor(const SparseRows& A, Elimination elimination) {
     work_[k] = 0.0;
     next[k] = start[k];
     if (!(pivot > unit * std::max(own, 1e-300))) {
-      if (!(pivot >= -1e4 * unit * std::max(own, 1.0))) return false;
+      // behind pivots next to zero the rounding has grown
+      const double rounding = defects_ > 0 ? 1e-6 : 1e4 * unit;
+      if (!(pivot >= -rounding * std::max(own, 1.0))) return false;
       ++defects_;
       diagonal_[k] = 1.0;
       for (int e = start[k]; e < start[k + 1]; ++e) work_[index[e]] = 0.0;

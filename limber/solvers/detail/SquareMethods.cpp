@@ -126,6 +126,7 @@ Outcome solveAnySquare(LinearSystem& system) {
         if (direct && !system.ended()) conditionedLsmr(system, allowance, 50, result);
         return direct;
       });
+  if (!system.ended()) denseMethod(system, lastResort);
   if (worthPolish(system, false)) {
     system.beginPolish();
     factoredBiCGStab(system, arranged, polishAllowance(system, false), 2, &outcome);

@@ -1,0 +1,122 @@
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <utility>
+
+#include "limber/solvers/detail/Corrections.h"
+#include "limber/solvers/detail/DenseQr.h"
+#include "limber/solvers/detail/FixedSums.h"
+#include "limber/solvers/detail/SolveMethods.h"
+
+namespace limber::detail {
+namespace {
+
+/// The matrix with its columns scaled to norms of 1, and for a square system its rows to largest entries near
+/// 1 before that.
+struct Scaled {
+  SparseRows rows;
+  Units units;
+  Doubles factors;
+
+  explicit Scaled(const LinearSystem& system) : rows(system.rows) {
+    if (!system.leastSquares()) {
+      units.rows = rowPowers(rows);
+      rows.scale(units.rows.data(), nullptr);
+    }
+    scaleColumns(rows, &units.columns, &factors);
+    rows.scale(nullptr, units.columns.data());
+    for (int k = 0; k < rows.entries(); ++k) rows.value[k] *= factors[rows.index[k]];
+  }
+  /// From the unknowns of the scaled system to those of the system.
+  void unscale(Doubles* d) const {
+    for (int j = 0; j < d->size(); ++j) {
+      (*d)[j] = timesPowerOfTwo(factors[j] * (*d)[j], units.columns[j]);
+    }
+  }
+};
+
+/// Makes v orthogonal to unit vectors, twice because once leaves rounding.
+void orthogonalise(const Array<Doubles>& units, Doubles* v) {
+  const int n = v->size();
+  for (int pass = 0; pass < 2; ++pass) {
+    for (int k = 0; k < units.size(); ++k) {
+      const double* const u = units[k].data();
+      const double along = fixedDot(n, u, v->data());
+      for (int j = 0; j < n; ++j) (*v)[j] -= along * u[j];
+    }
+  }
+}
+
+/// Takes from x what the matrix maps to zero, so that it is the solution nearest to the start.
+void moveToNearest(LinearSystem& system, const Scaled& scaled, const DenseQr& qr) {
+  const int n = system.width;
+  Array<Doubles> units;
+  for (int k = 0; k < n - qr.rank(); ++k) {
+    Doubles z(n);
+    qr.nullVector(k, z.data());
+    scaled.unscale(&z);
+    scaleByPowerOfTwo(n, z.data(), -largestExponent(n, z.data()));
+    const double before = fixedNorm(n, z.data());
+    orthogonalise(units, &z);
+    const double norm = fixedNorm(n, z.data());
+    if (!(norm > 1e-10 * before)) continue;
+    for (double& v : z) v /= norm;
+    units.push(z);
+  }
+  Doubles way = system.x;
+  for (int j = 0; j < system.begin.size(); ++j) way[j] -= system.begin[j];
+  const int power = largestExponent(n, way.data());
+  scaleByPowerOfTwo(n, way.data(), -power);
+  orthogonalise(units, &way);
+  scaleByPowerOfTwo(n, way.data(), power);
+  for (int j = 0; j < system.begin.size(); ++j) way[j] += system.begin[j];
+  system.nearest = system.replace(&way);
+}
+
+/// Solves behind the factor and adds corrections for as long as they at least halve the residual.
+void refine(LinearSystem& system, const Scaled& scaled, DenseQr& qr) {
+  const int m = system.height;
+  Doubles u(m), d(system.width);
+  for (int repeat = 0; repeat < 6 && !system.ended(); ++repeat) {
+    const double before = system.residual;
+    for (int i = 0; i < m; ++i) {
+      u[i] = scaled.units.rows.size() > 0 ? timesPowerOfTwo(system.r[i], scaled.units.rows[i]) : system.r[i];
+    }
+    const int power = largestExponent(m, u.data());
+    scaleByPowerOfTwo(m, u.data(), -power);
+    qr.solve(u.data(), d.data());
+    scaled.unscale(&d);
+    for (double& v : d) v = timesPowerOfTwo(v, power);
+    const bool better = system.improve(d.data());
+    system.run.step(system.residual);
+    if (!better || !(system.residual <= 0.5 * before)) break;
+  }
+}
+
+}  // namespace
+
+bool denseMethod(LinearSystem& system, const Allowance& allowance) {
+  const double m = system.height, n = system.width;
+  if (!system.haveRows || m * n > allowance.entries) return false;
+  if (DenseQr::operations(m, n) > allowance.operations) return false;
+  try {
+    const Scaled scaled(system);
+    DenseQr qr(scaled.rows);
+    system.precise = true;
+    refine(system, scaled, qr);
+    if (!system.converged() && system.goal > 0.0 && !system.run.mustEnd()) {
+      // once more from the start: what came before may have left an x so large that its rounding is in the
+      // way
+      LinearSystem::State first = system.state();
+      system.goBack();
+      refine(system, scaled, qr);
+      system.keepBetter(std::move(first));
+    }
+    if (system.leastSquares() && qr.rank() < system.width) moveToNearest(system, scaled, qr);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+}  // namespace limber::detail

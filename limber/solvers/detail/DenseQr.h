@@ -1,0 +1,40 @@
+#pragma once
+
+/// @file
+/// A dense QR factorization that tells the rank, for small matrices.
+
+#include "limber/solvers/detail/Array.h"
+
+namespace limber::detail {
+
+struct SparseRows;
+
+/// A P = Q (R S; 0 0) by Householder reflections with column pivoting (Businger and Golub 1965). R has the
+/// rank of A; what is left of the other columns is next to zero.
+class DenseQr {
+ public:
+  /// Takes m x n matrices whose columns have norms near 1 (or 0).
+  explicit DenseQr(const SparseRows& A);
+  int rank() const { return rank_; }
+  /// The solution d of min |A d - r| whose dependent unknowns are zero.
+  void solve(const double* r, double* d);
+  /// The k-th of n - rank vectors that A maps to (next to) zero.
+  void nullVector(int k, double* z) const;
+
+  /// About so many operations to factor m x n.
+  static double operations(double m, double n);
+
+ private:
+  const double* column(int j) const { return value_.data() + static_cast<std::ptrdiff_t>(j) * m_; }
+  double* column(int j) { return value_.data() + static_cast<std::ptrdiff_t>(j) * m_; }
+  void bringLargest(int k);
+  void reflect(int k);
+  void solveTriangle(double* y) const;
+
+  int m_, n_, rank_ = 0;
+  /// By columns: R and S on and above the diagonal, the reflections below it.
+  Doubles value_, diagonal_, work_;
+  Ints order_;
+};
+
+}  // namespace limber::detail

@@ -1,0 +1,134 @@
+// Systems without one clear solution: singular, rank-deficient and nearly so.
+#include <gtest/gtest.h>
+
+#include "limber/solvers/Solve.h"
+#include "tests/solvers/SolveSystems.h"
+
+namespace {
+
+/// m x n with so many random entries a row.
+FullMatrix sparseFactor(Random* random, int m, int n, int perRow) {
+  FullMatrix A(m, n);
+  for (int i = 0; i < m; ++i) {
+    for (int k = 0; k < perRow; ++k) A.e(i, random->below(n)) += random->value();
+  }
+  return A;
+}
+
+Entries product(const FullMatrix& A, const FullMatrix& B) {
+  FullMatrix C(A.numRows, B.numColumns);
+  for (int i = 0; i < A.numRows; ++i) {
+    for (int j = 0; j < B.numColumns; ++j) {
+      for (int k = 0; k < A.numColumns; ++k) C.e(i, j) += A.e(i, k) * B.e(k, j);
+    }
+  }
+  return Entries(C);
+}
+
+FullMatrix transposed(const FullMatrix& A) {
+  FullMatrix T(A.numColumns, A.numRows);
+  for (int i = 0; i < A.numRows; ++i) {
+    for (int j = 0; j < A.numColumns; ++j) T.e(j, i) = A.e(i, j);
+  }
+  return T;
+}
+
+double normOf(const Vector& v) {
+  double sum = 0.0;
+  for (int i = 0; i < v.count; ++i) sum += v[i] * v[i];
+  return std::sqrt(sum);
+}
+
+double restOf(const Entries& A, const Vector& b, const Vector& x) {
+  return static_cast<double>(longNorm(longResidual(A.matrix(), b, x)));
+}
+
+TEST(SolveRank, ASemidefiniteMatrixIsNotCalledIndefinite) {
+  for (unsigned seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    const int n = 5 + random.below(80), rank = 1 + random.below(n);
+    const FullMatrix B = sparseFactor(&random, n, rank, 3);
+    const Entries A = product(B, transposed(B));
+    const Vector b = random.vector(n);
+    Vector x;
+    const SolveReport report = solvePositiveDefinite(A.matrix(), b, &x);
+    EXPECT_NE(SOLVE_BREAKDOWN, report.status) << report.message;
+    if (report.status == SOLVE_CONVERGED) {
+      EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1.01e-10);
+    }
+  }
+}
+
+TEST(SolveRank, ConsistentSingularSquareSystemsAreSolved) {
+  for (unsigned seed = 1; seed <= 20; ++seed) {
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    const int n = 20 + random.below(80), rank = 5 + random.below(n - 5);
+    const Entries A = product(sparseFactor(&random, n, rank, 3), sparseFactor(&random, rank, n, 3));
+    const Vector wanted = random.vector(n);
+    Vector b(n), x;
+    A.matrix().mult(&wanted, &b);
+    const SolveReport report = solveSquare(A.matrix(), b, &x);
+    EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+    EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1e-8);
+  }
+}
+
+TEST(SolveRank, RankDeficientLeastSquaresProblemsAreSolved) {
+  for (unsigned seed = 1; seed <= 20; ++seed) {
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    const int m = 20 + random.below(100), n = 20 + random.below(100), rank = 5 + random.below(15);
+    const Entries A = product(sparseFactor(&random, m, rank, 3), sparseFactor(&random, rank, n, 3));
+    const Vector b = random.vector(m);
+    Vector x;
+    const SolveReport report = solveLeastSquares(A.matrix(), b, &x);
+    EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+    EXPECT_LE(relativeResidual(A.matrix(), n, b, x, true), 1e-8);
+  }
+}
+
+/// Of 30 x 8 columns, the last one is twice the first one less the second one: (2, -1, 0, ..., -1) is mapped
+/// to zero.
+TEST(SolveRank, ASmallLeastSquaresSolutionIsTheOneNearestToTheStart) {
+  Random random(3);
+  FullMatrix A(30, 8);
+  for (int i = 0; i < 30; ++i) {
+    for (int j = 0; j < 7; ++j) A.e(i, j) = random.value() * std::pow(10.0, j - 3);
+    A.e(i, 7) = 2.0 * A.e(i, 0) - A.e(i, 1);
+  }
+  const Entries entries(A);
+  const Vector b = random.vector(30), start = random.vector(8);
+  for (const bool fromStart : {false, true}) {
+    Vector x = fromStart ? start : Vector();
+    const SolveReport report = solveLeastSquares(entries.matrix(), b, &x);
+    EXPECT_EQ(SOLVE_CONVERGED, report.status);
+    EXPECT_STREQ(
+        "The residual is as small as was asked for; the columns of the matrix are dependent, and this "
+        "is the solution nearest to the start.",
+        report.message);
+    Vector way = x;
+    for (int j = 0; fromStart && j < 8; ++j) way[j] -= start[j];
+    EXPECT_LE(std::fabs(2.0 * way[0] - way[1] - way[7]), 1e-8 * normOf(way));
+  }
+}
+
+TEST(SolveRank, AConsistentNearlySingularProblemIsSolvedToASmallResidual) {
+  Random random(4);
+  Entries A(37, 20);
+  Vector b(37);
+  for (int i = 0; i < 37; ++i) {
+    const double t = std::fabs(random.value());
+    for (int j = 0; j < 20; ++j) {
+      A.add(i, j, std::pow(t, j));
+      b[i] += std::pow(t, j) * (j % 3 - 1);
+    }
+  }
+  Vector x;
+  const SolveReport report = solveLeastSquares(A.matrix(), b, &x);
+  EXPECT_EQ(SOLVE_CONVERGED, report.status);
+  EXPECT_LE(restOf(A, b, x), 1e-11 * normOf(b));
+}
+
+}  // namespace
