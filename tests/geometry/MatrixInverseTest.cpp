@@ -4,10 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "limber/foundation/detail/WideVectors.h"
 #include "limber/geometry/Matrix.h"
-#include "limber/geometry/detail/WideInverse.h"
-#include "limber/linalg/detail/GaussJordan.h"
 #include "tests/geometry/RandomGeometry.h"
 #include "tests/support/CapturedOutput.h"
 
@@ -62,15 +59,6 @@ int plainInverse(Matrix4x4* M, int* pivots) {
   return success;
 }
 
-::testing::AssertionResult sameOrBothNan(const Matrix4x4& a, const Matrix4x4& b) {
-  for (int i = 0; i < 16; ++i) {
-    const double x = a.m[i / 4][i % 4], y = b.m[i / 4][i % 4];
-    if (std::isnan(x) && std::isnan(y)) continue;
-    if (!tolerance::sameBits(x, y)) return ::testing::AssertionFailure() << i << ": " << x << " and " << y;
-  }
-  return ::testing::AssertionSuccess();
-}
-
 TEST(InvertMatrix, InvertsExactly) {
   Matrix4x4 a;
   a.m[0][0] = 0.0, a.m[0][1] = 2.0;
@@ -111,71 +99,6 @@ TEST(InvertMatrix, HasTheBitsOfTheDescribedElimination) {
     EXPECT_EQ(invertMatrix(&a, 0), plainInverse(&b, pivots));
     EXPECT_TRUE(sameOrBothNan(a, b)) << n;
   }
-}
-
-struct Quiet : limber::detail::GaussJordanWatcher {
-  void zeroPivot() { singular = true; }
-  void columnUsedTwice() { singular = true; }
-  bool singular = false;
-};
-
-// Matrices of the kinds that are hard for a search of pivots, and the commonest ones.
-Matrix4x4 hardMatrix(int n, RandomGeometry& random) {
-  Matrix4x4 a = random.matrix4();
-  const int kind = n % 11;
-  for (auto& row : a.m)
-    for (double& x : row) {
-      if (kind == 1) x = std::floor(3.0 * x);                       // ties
-      if (kind == 2) x *= std::pow(10.0, 300.0 * random.number());  // overflow and underflow
-      if (kind == 3 && random.number() > 0.9)
-        x = random.number() > 0.0 ? nan : -std::numeric_limits<double>::infinity();
-      if (kind == 4) x = std::copysign(x > 0.5 ? 1.0 : 0.0, random.number());  // signed zeros, permutations
-      if (kind == 5 && random.number() > 0.0) x = std::nextafter(random.number() > 0.0 ? 0.75 : -0.75, x);
-      if (kind == 6 && random.number() > -0.5) x = random.number() > 0.0 ? 0.75 : -0.75;
-    }
-  if (kind < 7) return a;
-  Matrix4x4 rotation, common;
-  rotMatrix(&rotation, "xyz"[n / 11 % 3], n / 11 % 7 == 0 ? 0.0 : 4.0 * random.number());
-  if (kind == 7) common = rotation;
-  if (kind == 8) transMatrix(&common, 3.0 * random.number(), random.number(), 2.0 * random.number());
-  if (kind == 9) common.m[0][0] = common.m[1][1] = common.m[2][2] = random.number();
-  if (kind == 10) {
-    transMatrix(&a, random.number(), random.number(), random.number());
-    multMatrix(&rotation, &a, &common);
-  }
-  return common;
-}
-
-TEST(InvertMatrix, HasTheBitsOfTheSharedKernel) {
-  RandomGeometry random(24);
-  for (int n = 0; n < 44000; ++n) {
-    Matrix4x4 a = hardMatrix(n, random), b = a;
-    Quiet watcher;
-    limber::detail::gaussJordanFixed<4>(&b.m[0][0], 4, watcher);
-    EXPECT_EQ(invertMatrix(&a, 0), watcher.singular ? 0 : 1) << n;
-    ASSERT_TRUE(sameOrBothNan(a, b)) << n;
-  }
-}
-
-TEST(InvertMatrix, HasTheBitsOfTheSharedKernelWithWideVectors) {
-  if (!limber::detail::useWideVectors()) GTEST_SKIP() << "this machine has no 256-bit vectors";
-  RandomGeometry random(25);
-  int taken[11] = {};
-  for (int n = 0; n < 44000; ++n) {
-    const Matrix4x4 original = hardMatrix(n, random);
-    Matrix4x4 wide = original, plain = original;
-    Quiet watcher;
-    limber::detail::gaussJordanFixed<4>(&plain.m[0][0], 4, watcher);
-    if (limber::detail::invertAvx2(&wide.m[0][0])) {
-      ++taken[n % 11];
-      EXPECT_FALSE(watcher.singular) << n;
-      ASSERT_TRUE(sameOrBothNan(wide, plain)) << n;
-    } else {
-      ASSERT_TRUE(sameOrBothNan(wide, original)) << n;
-    }
-  }
-  // The common kinds never need the plain elimination.
-  for (int kind : {0, 7, 8, 9, 10}) EXPECT_EQ(taken[kind], 4000) << kind;
 }
 
 TEST(InvertMatrix, TheLastOfEqualMagnitudesIsThePivot) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <random>
 
 #include "limber/geometry/Matrix.h"
@@ -71,4 +72,14 @@ inline ::testing::AssertionResult closeQuats(const Quat& a, const Quat& b, doubl
 }
 inline ::testing::AssertionResult sameQuats(const Quat& a, const Quat& b) {
   return tolerance::sameBits(&a.w, &b.w, 4);
+}
+
+/// The same bits; a NaN equals any NaN.
+inline ::testing::AssertionResult sameOrBothNan(const Matrix4x4& a, const Matrix4x4& b) {
+  for (int i = 0; i < 16; ++i) {
+    const double x = a.m[i / 4][i % 4], y = b.m[i / 4][i % 4];
+    if (std::isnan(x) && std::isnan(y)) continue;
+    if (!tolerance::sameBits(x, y)) return ::testing::AssertionFailure() << i << ": " << x << " and " << y;
+  }
+  return ::testing::AssertionSuccess();
 }

@@ -1,8 +1,8 @@
-# Builds callerBits.cpp as a caller does who asks for every speed-up and for fixed bits, and compares what it prints with
+# Builds CallerBits.cpp as a caller does who asks for every speed-up and for fixed bits, and compares what it prints with
 # what REFERENCE prints, which is built with the library's flags.
 separate_arguments(flags UNIX_COMMAND "${FLAGS}")
 execute_process(
-  COMMAND ${COMPILER} -std=c++17 ${flags} -I${SOURCE_DIR} ${SOURCE_DIR}/tests/geometry/callerBits.cpp -o ${PROGRAM}
+  COMMAND ${COMPILER} -std=c++17 ${flags} -I${SOURCE_DIR} ${SOURCE_DIR}/tests/geometry/CallerBits.cpp -o ${PROGRAM}
           ${LIBRARY} -Wl,-rpath,${LIBRARY_DIR} COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${PROGRAM} OUTPUT_VARIABLE got COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${REFERENCE} OUTPUT_VARIABLE expected COMMAND_ERROR_IS_FATAL ANY)

@@ -1,4 +1,4 @@
-# The inlined quaternion code at every level and for every machine that a caller may ask for: literals.cpp is built
+# The inlined quaternion code at every level and for every machine that a caller may ask for: Literals.cpp is built
 # at test time against the library, as a caller would, and run where this machine can.
 find_program(geometry_gxx g++)
 find_program(geometry_clangxx clang++)
@@ -24,7 +24,7 @@ endif()
 
 # Callers who link limber::fixed_bits get the library's bits from the inlined bodies too.
 if(NOT LIMBER_SANITIZE)
-  add_executable(test_geometry_caller_bits geometry/callerBits.cpp)
+  add_executable(test_geometry_caller_bits geometry/CallerBits.cpp)
   target_link_libraries(test_geometry_caller_bits PRIVATE limber::limber limber_numbers)
   get_target_property(fixed_bits limber_fixed_bits INTERFACE_COMPILE_OPTIONS)
   foreach(compiler IN ITEMS gxx clangxx)
@@ -37,7 +37,7 @@ if(NOT LIMBER_SANITIZE)
             ${CMAKE_COMMAND} -DCOMPILER=${geometry_${compiler}} "-DFLAGS=${level} ${fixed_bits}"
             -DREFERENCE=$<TARGET_FILE:test_geometry_caller_bits> -DSOURCE_DIR=${PROJECT_SOURCE_DIR}
             -DLIBRARY=$<TARGET_FILE:limber> -DLIBRARY_DIR=$<TARGET_FILE_DIR:limber>
-            -DPROGRAM=${CMAKE_CURRENT_BINARY_DIR}/callerBits.${suffix} -P ${CMAKE_CURRENT_LIST_DIR}/callerBits.cmake)
+            -DPROGRAM=${CMAKE_CURRENT_BINARY_DIR}/caller_bits.${suffix} -P ${CMAKE_CURRENT_LIST_DIR}/caller_bits.cmake)
       endforeach()
     endif()
   endforeach()
@@ -46,15 +46,9 @@ endif()
 # The quaternion as machines without SSE2 compile it.
 target_sources(test_geometry PRIVATE geometry/ScalarQuat.cpp)
 
-# The wide way to the 4x4 inverse once more, so that it can be called on its own, with the library's flags.
-set(wide_inverse ${PROJECT_SOURCE_DIR}/limber/geometry/detail/WideInverse.cpp)
-target_sources(test_geometry PRIVATE ${wide_inverse})
-set_source_files_properties(${wide_inverse} PROPERTIES COMPILE_OPTIONS
-                                                       "$<TARGET_PROPERTY:limber_numbers,INTERFACE_COMPILE_OPTIONS>")
-
 # The rotation formats are set before any code runs, also where the library's objects are linked into the program.
 add_executable(
-  test_geometry_early geometry/earlyInitialiser.cpp $<TARGET_OBJECTS:limber_foundation>
+  test_geometry_early geometry/EarlyInitialiser.cpp $<TARGET_OBJECTS:limber_foundation>
                       $<TARGET_OBJECTS:limber_linalg> $<TARGET_OBJECTS:limber_geometry>)
 target_include_directories(test_geometry_early PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(test_geometry_early PRIVATE limber_flags LAPACK::LAPACK ZLIB::ZLIB)

@@ -1,4 +1,4 @@
-# Builds literals.cpp with COMPILER and FLAGS and runs it. A machine that lacks the instructions, or a compiler
+# Builds Literals.cpp with COMPILER and FLAGS and runs it. A machine that lacks the instructions, or a compiler
 # that does not know them, skips by name.
 separate_arguments(flags UNIX_COMMAND "${FLAGS}")
 string(REGEX MATCH "-march=([^ ]*)" march "${FLAGS}")
@@ -33,7 +33,7 @@ endif()
 
 set(program ${OUT}/${NAME})
 execute_process(
-  COMMAND ${COMPILER} -std=c++17 ${flags} -I${SOURCE_DIR} ${SOURCE_DIR}/tests/geometry/literals.cpp -o ${program}
+  COMMAND ${COMPILER} -std=c++17 ${flags} -I${SOURCE_DIR} ${SOURCE_DIR}/tests/geometry/Literals.cpp -o ${program}
           ${LIBRARY} -Wl,-rpath,${LIBRARY_DIR} COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${program} RESULT_VARIABLE result)
 if(NOT result EQUAL 0)

@@ -1,5 +1,5 @@
 # Every operator rendered by Ghostscript.
-add_executable(every_operator graphics/every_operator.cpp)
+add_executable(every_operator graphics/EveryOperator.cpp)
 target_link_libraries(every_operator PRIVATE limber::limber limber_flags)
 add_test(NAME AIPSWriter.EveryOperatorRendersWhereItBelongs
          COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/graphics/rendering.py $<TARGET_FILE:every_operator>

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "limber/foundation/detail/Sharing.h"
 #include "tests/io/Readers.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/allocations/Allocations.h"

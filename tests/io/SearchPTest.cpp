@@ -7,27 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "limber/io/detail/PathList.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/TemporaryFile.h"
 
-using limber::detail::PathList;
-using limber::detail::PathSyntax;
-using Elements = std::vector<std::string>;
-
 namespace {
-
-Elements elementsOf(const char* list, PathSyntax syntax = PathSyntax::Search) {
-  Elements elements;
-  PathList walk(list, syntax);
-  char out[200];
-  do {
-    char* const end = walk.next(out);
-    EXPECT_EQ(*end, 0);
-    elements.push_back(out);
-  } while (!walk.used());
-  return elements;
-}
 
 // The candidate that remains when nothing opens.
 std::string lastTried(const char* searchPath, const char* name) {
@@ -44,32 +27,6 @@ void expectText(void* opened) {
   EXPECT_EQ(gzread(stream, text, 4), 4);
   EXPECT_STREQ(text, "text");
   EXPECT_EQ(gzclose(stream), Z_OK);
-}
-
-TEST(SearchP, SplitsAtSemicolonAndColon) {
-  EXPECT_EQ(elementsOf("aa;bb"), (Elements{"aa", "bb"}));
-  EXPECT_EQ(elementsOf("aa:bb;cc"), (Elements{"aa", "bb", "cc"}));
-  EXPECT_EQ(elementsOf("C:/data;."), (Elements{"C:/data", "."}));
-  EXPECT_EQ(elementsOf("C:/data:D:x"), (Elements{"C:/data", "D:x"}));
-  EXPECT_EQ(elementsOf("a:b"), (Elements{"a:b"}));
-  EXPECT_EQ(elementsOf("a::b"), (Elements{"a:", "b"}));
-  EXPECT_EQ(elementsOf(".:lib"), (Elements{".", "lib"}));
-  EXPECT_EQ(elementsOf("..:lib"), (Elements{"..", "lib"}));
-  EXPECT_EQ(elementsOf(":a"), (Elements{"", "a"}));
-}
-
-TEST(SearchP, GivesLeadingAndInnerEmptyElementsButNoTrailingOne) {
-  EXPECT_EQ(elementsOf(nullptr), (Elements{""}));
-  EXPECT_EQ(elementsOf(""), (Elements{""}));
-  EXPECT_EQ(elementsOf(";"), (Elements{""}));
-  EXPECT_EQ(elementsOf(";aa"), (Elements{"", "aa"}));
-  EXPECT_EQ(elementsOf("aa;;bb"), (Elements{"aa", "", "bb"}));
-  EXPECT_EQ(elementsOf("aa;"), (Elements{"aa"}));
-}
-
-TEST(SearchP, BasesAndSubPathsHaveSeparatorsOfTheirOwn) {
-  EXPECT_EQ(elementsOf("a,b;cc:dd", PathSyntax::Bases), (Elements{"a", "b", "cc:dd"}));
-  EXPECT_EQ(elementsOf("a,b;cc:dd", PathSyntax::SubPaths), (Elements{"a,b", "cc:dd"}));
 }
 
 TEST(SearchP, TriesEachElementInOrder) {

@@ -7,7 +7,6 @@
 #include <memory>
 #include <vector>
 
-#include "limber/linalg/detail/GaussJordan.h"
 #include "tests/linalg/RandomMatrices.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/Tolerance.h"
@@ -74,16 +73,6 @@ struct Reference {
   }
 };
 
-bool sameOrNaN(const FullMatrix& a, const FullMatrix& b) {
-  for (int i = 0; i < a.rows(); ++i) {
-    for (int j = 0; j < a.columns(); ++j) {
-      if (std::isnan(a.e(i, j)) && std::isnan(b.e(i, j))) continue;
-      if (!sameBits(a.e(i, j), b.e(i, j))) return false;
-    }
-  }
-  return true;
-}
-
 // n vectors of n elements, one after another in memory.
 struct Vectors {
   explicit Vectors(int n) : data(new Vector[static_cast<std::size_t>(std::max(n, 1))]) {
@@ -94,22 +83,6 @@ struct Vectors {
   }
   std::unique_ptr<Vector[]> data;
 };
-
-// Matrices with equal magnitudes, zeros, ties, NaN and singular ones among the plain.
-FullMatrix trial(int n, int seed) {
-  Engine engine(static_cast<unsigned>(100 * n + seed));
-  FullMatrix a(n, n);
-  fill(engine, a);
-  for (int i = 0; i < n; ++i) {
-    for (int j = 0; j < n; ++j) {
-      if (seed % 4 == 1) a.e(i, j) = std::copysign(std::floor(std::fabs(a.e(i, j)) * 2), a.e(i, j));
-      if (seed % 4 == 2 && j == n - 1) a.e(i, j) = a.e(i, 0);
-    }
-  }
-  if (seed % 4 == 3) a.e(n / 2, n / 3) = std::nan("");
-  if (seed == 7) a.zero();
-  return a;
-}
 
 }  // namespace
 
@@ -194,19 +167,6 @@ TEST(GaussJordan, GrowsBeyondAHundredAndShortVectorsArePassedOver) {
   FullMatrix again(original);
   gaussj(again, nullptr, nullptr);
   EXPECT_TRUE(sameBits(again.data, a.data, n * n));
-}
-
-TEST(GaussJordanKernel, FixedSizeHasTheBitsOfTheVariableOne) {
-  struct Silent : limber::detail::GaussJordanWatcher {
-  } watcher;
-  for (int seed = 0; seed < 200; ++seed) {
-    FullMatrix a = trial(4, seed);
-    FullMatrix fixed(a);
-    limber::detail::FixedGaussJordanScratch<4> scratch;
-    limber::detail::gaussJordan(a.data, 4, 4, scratch, watcher);
-    limber::detail::gaussJordanFixed<4>(fixed.data, 4, watcher);
-    EXPECT_TRUE(sameOrNaN(a, fixed)) << seed;
-  }
 }
 
 TEST(Invert, HasTheBitsOfThePlainElimination) {

@@ -7,6 +7,7 @@
 
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/Vector.h"
+#include "tests/support/Tolerance.h"
 
 /// Seeded random operands for the dense routines, and the norms that scale their residuals.
 namespace random_matrices {
@@ -116,5 +117,33 @@ inline double scaledResidual(const FullMatrix& a, const Vector& x, const Vector&
 
 /// The bound every solve must meet: 20 epsilon n.
 inline double residualBound(int n) { return 20.0 * 2.220446049250313e-16 * std::max(n, 1); }
+
+/// A random matrix, or one with equal magnitudes, ties, a NaN or no inverse: the hard cases of a search for
+/// pivots.
+inline FullMatrix trial(int n, int seed) {
+  Engine engine(static_cast<unsigned>(100 * n + seed));
+  FullMatrix a(n, n);
+  fill(engine, a);
+  for (int i = 0; i < n; ++i) {
+    for (int j = 0; j < n; ++j) {
+      if (seed % 4 == 1) a.e(i, j) = std::copysign(std::floor(std::fabs(a.e(i, j)) * 2), a.e(i, j));
+      if (seed % 4 == 2 && j == n - 1) a.e(i, j) = a.e(i, 0);
+    }
+  }
+  if (seed % 4 == 3) a.e(n / 2, n / 3) = std::nan("");
+  if (seed == 7) a.zero();
+  return a;
+}
+
+/// The same bits; a NaN equals any NaN.
+inline bool sameOrNaN(const FullMatrix& a, const FullMatrix& b) {
+  for (int i = 0; i < a.rows(); ++i) {
+    for (int j = 0; j < a.columns(); ++j) {
+      if (std::isnan(a.e(i, j)) && std::isnan(b.e(i, j))) continue;
+      if (!tolerance::sameBits(a.e(i, j), b.e(i, j))) return false;
+    }
+  }
+  return true;
+}
 
 }  // namespace random_matrices

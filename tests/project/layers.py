@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""No room of the library includes a room to its right, no public header a private one, and the motion component no
-private header of the library.
+"""No room of the library includes a room to its right, and no public header a private one. Components and
+examples include no private header of the library, and tests only those in a detail/ folder.
 
 usage: layers.py SOURCE_DIR
 """
@@ -21,7 +21,7 @@ source = pathlib.Path(sys.argv[1])
 complaints, seen = [], 0
 for room, allowed in may_see.items():
     for file in sorted((source / "limber" / room).rglob("*")):
-        if file.suffix not in (".h", ".cpp"):
+        if file.suffix not in (".h", ".inl", ".cpp"):
             continue
         private = "detail" in file.parts or file.suffix == ".cpp"
         for target in re.findall(r'#include "limber/([^"]+)"', file.read_text()):
@@ -33,15 +33,16 @@ for room, allowed in may_see.items():
                 complaints.append(f"{file.relative_to(source)} is public and includes the private limber/{target}")
             if target == "foundation/CaseCompare.h" and not private:
                 complaints.append(f"{file.relative_to(source)} is public and includes limber/{target}")
-# A component sees what every program sees.
-for file in sorted((source / "limber_motion").rglob("*")):
-    if file.suffix not in (".h", ".cpp"):
-        continue
-    for target in re.findall(r'#include "(limber[^"]*)"', file.read_text()):
-        seen += 1
-        if target.startswith("limber/") and "/detail/" in target:
-            complaints.append(f"{file.relative_to(source)} includes the private {target}")
-        if "/detail/" in target and file.suffix == ".h" and "detail" not in file.parts:
-            complaints.append(f"{file.relative_to(source)} is public and includes the private {target}")
+# Components, examples and the tests of public headers see what every program sees.
+for folder in ("limber_motion", "limber_petsc", "examples", "tests"):
+    for file in sorted((source / folder).rglob("*")):
+        if file.suffix not in (".h", ".cpp") or folder == "tests" and "detail" in file.parts:
+            continue
+        for target in re.findall(r'#include "(limber[^"]*)"', file.read_text()):
+            seen += 1
+            if target.startswith("limber/") and "/detail/" in target:
+                complaints.append(f"{file.relative_to(source)} includes the private {target}")
+            if "/detail/" in target and folder.startswith("limber_") and file.suffix == ".h" and "detail" not in file.parts:
+                complaints.append(f"{file.relative_to(source)} is public and includes the private {target}")
 print("\n".join(complaints) or f"{seen} includes go one way")
 sys.exit(bool(complaints) or not seen)

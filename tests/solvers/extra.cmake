@@ -1,5 +1,3 @@
-# A helper that the library does not export is compiled into the tests.
-target_sources(test_solvers PRIVATE ${PROJECT_SOURCE_DIR}/limber/solvers/detail/RowWalk.cpp)
 # A user's class from a program without type information. (The sanitizer of virtual calls needs it.)
 target_sources(test_solvers PRIVATE ${CMAKE_CURRENT_LIST_DIR}/NoTypeInformation.cpp)
 if(NOT LIMBER_SANITIZE)

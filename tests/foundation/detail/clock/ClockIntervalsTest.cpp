@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "limber/foundation/Clock.h"
-#include "tests/foundation/clock/FakePlatform.h"
+#include "tests/foundation/detail/clock/FakePlatform.h"
 #include "tests/support/CapturedOutput.h"
 
 namespace {

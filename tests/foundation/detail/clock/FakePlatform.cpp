@@ -1,4 +1,4 @@
-#include "tests/foundation/clock/FakePlatform.h"
+#include "tests/foundation/detail/clock/FakePlatform.h"
 
 #include "limber/foundation/detail/Platform.h"
 
