@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 
 #include "tests/io/Readers.h"
 #include "tests/support/CapturedOutput.h"
