@@ -1,9 +1,9 @@
-# Flags of everything built here. Kept apart from the library's own list so that a project that adds
-# Limber with add_subdirectory keeps its own.
+# The flags of everything that is built here. They belong to targets, so a project that adds Limber with
+# add_subdirectory keeps its own flags.
 add_library(limber_flags INTERFACE)
 target_compile_options(limber_flags INTERFACE -Wall -Wextra -Wshadow)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-  # Destructors are deliberately not virtual where the documented virtual tables have no place for one.
+  # Contract: some destructors are not virtual, because the documented virtual tables have no place for them.
   target_compile_options(limber_flags INTERFACE -Wno-delete-non-abstract-non-virtual-dtor)
 endif()
 if(LIMBER_WERROR)
@@ -16,14 +16,14 @@ if(LIMBER_SANITIZE)
 endif()
 
 # The numbers: contraction would let a compiler fuse a*b+c into one rounding where the machine has the instruction, so
-# the same solve would give other bits on another machine. Never -ffast-math for the same reason. Callers whose own
-# code inlines bodies from the headers link limber::fixed_bits to have the library's bits there too; the library does
-# not force it on them.
+# the same solve would give other bits on another machine. -ffast-math is not used for the same reason. Callers whose
+# code inlines functions of the headers can link limber::fixed_bits to get the library's bits there too; the library
+# does not force it on them.
 add_library(limber_fixed_bits INTERFACE)
 add_library(limber::fixed_bits ALIAS limber_fixed_bits)
 set_target_properties(limber_fixed_bits PROPERTIES EXPORT_NAME fixed_bits)
 target_compile_options(limber_fixed_bits INTERFACE -ffp-contract=off)
 
-# Two more flags that change no value: the library reads neither errno nor the trap flags.
+# Two more flags that change no value, because the library does not read errno or the trap flags.
 add_library(limber_numbers INTERFACE)
 target_compile_options(limber_numbers INTERFACE -ffp-contract=off -fno-math-errno -fno-trapping-math)

@@ -2,7 +2,7 @@
 include(CMakePackageConfigHelpers)
 set(limber_package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/limber)
 
-# A directory that stands under the prefix is written relative to it, so that the installed tree can be moved.
+# A directory below the prefix is written relative to it, so that the installed tree can be moved.
 function(limber_pc_directory variable directory)
   if(IS_ABSOLUTE ${directory})
     set(${variable} ${directory} PARENT_SCOPE)

@@ -1,4 +1,4 @@
-# Any LAPACK that CMake finds, as the target LAPACK::LAPACK also where CMake itself (before 3.18) makes none.
+# Any LAPACK that CMake finds, as the target LAPACK::LAPACK, which CMake before 3.18 does not create.
 find_package(LAPACK REQUIRED)
 if(NOT TARGET LAPACK::LAPACK)
   add_library(LAPACK::LAPACK INTERFACE IMPORTED)

@@ -1,6 +1,6 @@
-# How the libraries of the project are made: limber itself and one more a component.
+# How the libraries of the project are made: limber itself and one more for each component.
 
-# limber_compile(TARGET): the flags of a target whose sources are the library's own.
+# limber_compile(TARGET): sets the flags of a target whose sources belong to a library.
 function(limber_compile target)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   target_compile_features(${target} PRIVATE cxx_std_17)

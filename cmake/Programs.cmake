@@ -1,6 +1,6 @@
-# The programs under the names with which they are installed, each with a man page and bash completion made from what it
-# prints for --help, so that the three agree. A cross-built program cannot be asked: then there are neither.
-# limber_program(NAME COMMAND...): the target or the script as the program NAME.
+# The programs under their installed names, each with a man page and bash completion made from its --help output, so
+# that the three agree. A cross-built program cannot run here, so it has neither. limber_program(NAME COMMAND...): the
+# target or the script as the program NAME.
 function(limber_describe name summary)
   if(CMAKE_CROSSCOMPILING)
     return()

@@ -1,4 +1,4 @@
-# uninstall.cmake: removes what the last installation from BUILD_DIR put down, and the folders that are empty then.
+# uninstall.cmake: removes the files of the last installation from BUILD_DIR, and the folders that are then empty.
 file(GLOB manifests ${BUILD_DIR}/install_manifest*.txt)
 if(NOT manifests)
   message(FATAL_ERROR "Nothing was installed from ${BUILD_DIR}: it holds no install_manifest.txt.")
@@ -14,7 +14,7 @@ foreach(manifest IN LISTS manifests)
         message(FATAL_ERROR "${file} cannot be removed.")
       endif()
     endif()
-    # Only folders of Limber's own: others, like lib, belong to everybody.
+    # Only Limber's own folders: others, like lib, are shared.
     get_filename_component(folder ${file} DIRECTORY)
     while(folder MATCHES "/limber[^/]*(/|$)")
       file(GLOB rest ${folder}/* ${folder}/.*)

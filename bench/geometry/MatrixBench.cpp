@@ -1,5 +1,5 @@
-// Matrices: Limber beside Eigen, GLM and Imath on the same values. All but GLM store rows; Limber and Imath
-// act on row vectors.
+// Matrices: Limber and its peers Eigen, GLM and Imath on the same values. All except GLM store rows; Limber
+// and Imath act on row vectors.
 #include <benchmark/benchmark.h>
 
 #include <Eigen/LU>
@@ -69,7 +69,8 @@ void Product4Glm(benchmark::State& state) { productGlm(state, in4); }
 void Product4Imath(benchmark::State& state) { productImath(state, in4); }
 
 // A point through the first three columns of a general 4x4. Imath's product of a vector and a matrix divides
-// by w; its multDirMatrix does not translate: the sum of the two halves is what the others do.
+// by w, and its multDirMatrix does not translate. Adding the translation to the latter gives what the others
+// compute.
 void PointLimber(benchmark::State& state) {
   overArrays<Pnt3>(state, in4.a, points,
                    [](const Matrix4x4& m, const Pnt3& p, Pnt3& out) { out = transformMatrix(&m, p); });
@@ -101,7 +102,8 @@ void Inverse4Limber(benchmark::State& state) {
     benchmark::DoNotOptimize(invertMatrix(&out, 0));
   });
 }
-// The commonest matrices, whose pivots tie, by this machine's best way and by the plain elimination.
+// The most common matrices, whose pivots tie, inverted by the fastest way on this machine and by the plain
+// elimination.
 const Array<Matrix4x4>& commonMatrices(int kind) {
   static const auto all = [] {
     std::array<Array<Matrix4x4>, 6> kinds;
@@ -147,7 +149,7 @@ void Inverse4EigenUnpivoted(benchmark::State& state) {
   overArrays<EigenRow4>(state, in4.eigenA, in4.eigenA,
                         [](const EigenRow4& m, const EigenRow4&, EigenRow4& out) { out = m.inverse(); });
 }
-// The copy and the inversion in place that Limber's interface asks for.
+// A copy and an inversion in place, as Limber's interface requires.
 void Inverse4EigenUnpivotedInPlace(benchmark::State& state) {
   overArrays<EigenRow4>(state, in4.eigenA, in4.eigenA,
                         [](const EigenRow4& m, const EigenRow4&, EigenRow4& out) {

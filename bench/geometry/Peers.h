@@ -13,7 +13,7 @@
 #include "limber/geometry/Matrix.h"
 #include "limber/geometry/Quat.h"
 
-/// The work of every benchmark here: arrays of this many elements, the same numbers for each library.
+/// Every benchmark here works on arrays of this many elements, with the same numbers for each library.
 constexpr int count = 1000;
 
 using EigenQuat = Eigen::Quaterniond;
@@ -63,7 +63,7 @@ inline std::vector<double> randomTimes(unsigned seed) {
   return t;
 }
 
-// The same values in the peers' types. GLM stores columns, and Imath's matrices act on row vectors as ours
+// The same values in the peers' types. GLM stores columns. Imath's matrices act on row vectors, as Limber's
 // do.
 
 inline EigenQuat toEigen(const Quat& q) { return EigenQuat(q.w, q.x, q.y, q.z); }

@@ -1,12 +1,13 @@
-// Quaternions: Limber beside Eigen, GLM and Imath on the same values. Limber's product normalizes by
-// contract, so the peers' products are normalized too; "ProductPlain" rows are the peers without it.
+// Quaternions: Limber and its peers Eigen, GLM and Imath on the same values. Limber's product normalizes by
+// contract, so the peers' products are normalized too; the rows "ProductPlain" are the peers without
+// normalization.
 #include <benchmark/benchmark.h>
 
 #include "bench/geometry/Peers.h"
 
 namespace {
 
-// One element of the result from one element of each input, `count` times a pass.
+// Computes one element of the result from one element of each input, `count` times per pass.
 template <class Out, class A, class B, class F>
 void overArrays(benchmark::State& state, const A& a, const B& b, F f) {
   Out out(a.size());
@@ -68,7 +69,7 @@ void ProductPlainImath(benchmark::State& state) {
                          [](const Imath::Quatd& a, const Imath::Quatd& b, std::size_t) { return b * a; });
 }
 
-// Each product waits for the one before it, as down a chain of joints.
+// Each product waits for the previous one, as along a chain of joints.
 template <class Q, class Qs, class F>
 void downAChain(benchmark::State& state, const Q& identity, const Qs& turns, F f) {
   for (auto _ : state) {

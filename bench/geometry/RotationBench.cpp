@@ -1,4 +1,4 @@
-// Derivative blocks against formulas fused by hand, and Z-X-Y angles from a matrix against Imath's Euler
+// Compares derivative blocks with formulas fused by hand, and Z-X-Y angles from a matrix with Imath's Euler
 // extraction.
 #include <Imath/ImathEuler.h>
 #include <benchmark/benchmark.h>
@@ -77,7 +77,7 @@ void derivative(benchmark::State& state, RotHelper* format, int params, Fused fu
 void quaternionDerivative(benchmark::State& state) { derivative(state, qRot, 4, fusedQuaternion); }
 void zxyDerivative(benchmark::State& state) { derivative(state, zxyRot, 3, fusedZXY); }
 
-// The same rotations as Limber's and as Imath's matrices, which act on row vectors as ours do.
+// The same rotations as Limber's and as Imath's matrices. Both act on row vectors.
 template <class Ours, class Peer>
 void extraction(benchmark::State& state, Ours ours, Peer peer) {
   const std::vector<double> p = randomNumbers(3 * count, 2);

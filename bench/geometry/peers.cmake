@@ -1,4 +1,4 @@
-# GLM and Imath run beside Eigen.
+# The peers are Eigen, GLM and Imath.
 find_package(glm REQUIRED)
 find_package(Imath REQUIRED)
 target_link_libraries(bench_geometry PRIVATE glm::glm Imath::Imath)

@@ -1,5 +1,5 @@
-// Writing 100000 line segments, against plain fprintf of the same bytes. The ratio is bytes a second of the
-// writer over those of fprintf: at least 0.95 is wanted.
+// Writes 100000 line segments, and the same bytes by plain fprintf. The ratio is the writer's bytes per
+// second over those of fprintf. The goal is at least 0.95.
 #include <benchmark/benchmark.h>
 
 #include <cmath>

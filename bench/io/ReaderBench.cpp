@@ -1,6 +1,6 @@
-// 20 MB of reals separated by whitespace, of 6 and of 17 digits, read with getReal. Plain, the peer is
-// ifstream >> double (wanted: a ratio of at most 0.25); compressed, it is zlib inflating the same file with
-// large reads and nothing else (wanted: at most 1.8).
+// Reads 20 MB of reals with 6 and with 17 digits, separated by whitespace, with getReal. For a plain file the
+// peer is ifstream >> double (goal: a ratio of at most 0.25). For a compressed file it is zlib, which only
+// inflates the same file with large reads (goal: at most 1.8).
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t bytes = 20u << 20;
 
-// A file that is removed at the end.
+// A file that the destructor removes.
 struct File {
   std::string path;
   File(const std::string& text, bool compress) : path("/tmp/limber_reader_XXXXXX") {

@@ -1,5 +1,5 @@
-// The dense and banded factorizations against direct calls of the same BLAS and LAPACK (wanted: ratio at
-// most 1.05) and against Eigen (wanted: at most 1). `ratio` is our time over the peer's.
+// Compares the dense and banded factorizations with direct calls of the same BLAS and LAPACK (goal: a ratio
+// of at most 1.05) and with Eigen (goal: at most 1). `ratio` is Limber's time over the peer's.
 #include <benchmark/benchmark.h>
 
 #include <Eigen/Dense>
@@ -23,7 +23,7 @@ void fill(double* x, std::ptrdiff_t n) {
   for (std::ptrdiff_t i = 0; i < n; ++i) x[i] = normal(engine);
 }
 
-// Our time against both peers'; `scale` calls fill about 20 ms of the smallest work.
+// Compares Limber's time with both peers'. `scale` calls of the smallest work take about 20 ms.
 template <class Ours, class Direct, class EigenPeer>
 void race(benchmark::State& state, int calls, Ours ours, Direct direct, EigenPeer eigen) {
   Turns a{}, b{};
@@ -109,8 +109,7 @@ void svd(benchmark::State& state) {
 }
 BENCHMARK(svd)->Arg(100)->Iterations(1)->Unit(benchmark::kMillisecond);
 
-// Factor and solve. Eigen has no band of its own; its place holds the direct calls once more, a measure of
-// the noise.
+// Factor and solve. Eigen has no band matrices; its place repeats the direct calls, which shows the noise.
 void bandedCholesky(benchmark::State& state) {
   const int n = 12000, kd = 24, width = kd + 1, one = 1;
   FullMatrix original(n, width), band(n, width);

@@ -1,4 +1,5 @@
-// Products of row-sparse matrices with dense vectors, beside Eigen's row-major sparse matrix in the same run.
+// Products of row-sparse matrices with dense vectors, and those of Eigen's row-major sparse matrix in the
+// same run.
 #include <benchmark/benchmark.h>
 
 #include <Eigen/Sparse>
@@ -17,7 +18,7 @@ namespace {
 
 using Peer = Eigen::SparseMatrix<double, Eigen::RowMajor>;
 
-// The stored columns of all rows, and where each row's end.
+// The stored columns of all rows, and the end of each row.
 struct Pattern {
   std::vector<int> columns;
   std::vector<std::size_t> ends;
@@ -81,7 +82,7 @@ Pattern scattered(int h, int w, int perRow) {
   return pattern;
 }
 
-// Five-point stencil on a grid of `across` points a line.
+// A five-point stencil on a grid with `across` points per line.
 Pattern stencil(int n, int across) {
   Pattern pattern;
   for (int i = 0; i < n; ++i) {
@@ -104,7 +105,7 @@ Problem& problem(int which) {
   return *made[which];
 }
 
-// So many calls of each by turns; the counter "ratio" is ours / peer.
+// Calls both in turns, `calls` times each. The counter "ratio" is Limber's time over the peer's.
 template <class Ours, class Theirs>
 void beside(benchmark::State& state, Ours ours, Theirs theirs) {
   const int calls[] = {200, 40, 4, 1}, turnsOf[] = {101, 101, 101, 15};
@@ -116,7 +117,7 @@ void beside(benchmark::State& state, Ours ours, Theirs theirs) {
   state.counters["eigen_us"] = 1e-3 * turns.peer;
 }
 
-// By the rows of an HSpMat or by a SlicedMatrix made from them.
+// Multiplies by an HSpMat or by a SlicedMatrix made from it.
 template <class Matrix>
 void product(benchmark::State& state, Problem& p, const Matrix& ours) {
   beside(
@@ -165,7 +166,8 @@ void slicedTransposedByVector(benchmark::State& state) {
   transposed(state, p, *p.sliced);
 }
 
-// 0: 2000 x 2000, 30 a row; 1: 20000 x 30000, 12 a row; 2 and 3: five-point stencils of 200000 and 4000000.
+// 0: 2000 x 2000, 30 entries per row; 1: 20000 x 30000, 12 per row; 2 and 3: five-point stencils of 200000
+// and 4000000.
 BENCHMARK(productByVector)->DenseRange(0, 2)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(transposedByVector)->DenseRange(0, 2)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(slicedByVector)->DenseRange(0, 3)->Iterations(1)->Unit(benchmark::kMillisecond);

@@ -1,4 +1,4 @@
-// Dense and sparse kernels beside Eigen's on the same data.
+// Dense and sparse kernels, and Eigen's on the same data.
 
 #include <benchmark/benchmark.h>
 
@@ -28,8 +28,8 @@ struct Dense {
   }
 };
 
-// Rows of 50 entries at random places among `width`. With `shuffled` each merge takes others, in no order;
-// without it the same few come again and again, a pattern that the processor learns by heart.
+// Rows of 50 entries at random places among `width`. With `shuffled`, each merge takes other rows in random
+// order; without it the same few rows repeat, a pattern that the branch predictor learns.
 struct Sparse {
   static constexpr unsigned count = 256;
   std::vector<SpVec> rows;
@@ -57,7 +57,7 @@ struct Sparse {
   SparseVector& peer() { return peers[next()]; }
 };
 
-// One dense operation; `n` numbers are handled in each step.
+// One dense operation; each step processes `n` numbers.
 template <class F>
 void run(benchmark::State& state, F step) {
   Dense d(static_cast<int>(state.range(0)));
@@ -68,7 +68,7 @@ void run(benchmark::State& state, F step) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-// A tuple of operation name, Limber's statement and Eigen's.
+// The name of an operation, Limber's statement and Eigen's.
 #define DENSE(name, ours, theirs)                            \
   void name##_Limber(benchmark::State& state) {              \
     run(state, [](Dense& d) { ours; });                      \

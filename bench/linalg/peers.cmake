@@ -1,2 +1,2 @@
-# The direct calls go to the LAPACK that Limber uses.
+# The direct calls use the same LAPACK as Limber.
 target_link_libraries(bench_linalg PRIVATE LAPACK::LAPACK)

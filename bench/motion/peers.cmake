@@ -1,2 +1,2 @@
-# The component under test.
+# The component that is measured.
 target_link_libraries(bench_motion PRIVATE limber::motion)

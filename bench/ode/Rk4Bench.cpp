@@ -1,6 +1,6 @@
-// One step of the classical Runge-Kutta method against Boost.odeint's runge_kutta4 on a std::vector, the same
-// cheap right-hand side on both sides: what is compared is the stepping. The peer may inline its right-hand
-// side, ours is reached through the virtual operation. Wanted: a ratio of 1 or less.
+// Compares one step of the classical Runge-Kutta method with Boost.odeint's runge_kutta4 on a std::vector.
+// Both have the same cheap right-hand side, so this measures the stepping. The peer may inline its right-hand
+// side; Limber calls a virtual function. The goal is a ratio of at most 1.
 #include <benchmark/benchmark.h>
 
 #include <boost/numeric/odeint/stepper/runge_kutta4.hpp>
@@ -38,16 +38,16 @@ class PeerIntegrand {
 
 class PeerDecay : public PeerIntegrand {
  public:
-  // Not inlined: in this file the compiler sees that there is no other class, and would call none of it
-  // virtually.
+  // Not inlined: in this file the compiler sees that there is no other class, and would not make virtual
+  // calls.
   __attribute__((noinline)) void fprime(const State& x, double, State& dxdt) override {
     slopes(x.data(), dxdt.data(), static_cast<int>(x.size()));
   }
 };
 
-// The time of a pass depends on where malloc happens to put its arrays (a store and a later load of another
-// array that agree in their last 12 bits get in each other's way), so the ratio is the median over
-// placements: each has stray blocks of random sizes between the arrays of both sides.
+// The time of a pass depends on where malloc puts its arrays: a store delays a later load of another array if
+// their addresses agree in the last 12 bits. The ratio is therefore the median over placements, each with
+// blocks of random sizes between the arrays of both sides.
 constexpr int placements = 41;
 
 template <class Right>
@@ -94,7 +94,7 @@ void compare(benchmark::State& state, Right right) {
 void Rk4Step(benchmark::State& state) {
   PeerDecay decay;
   PeerIntegrand* right = &decay;
-  benchmark::DoNotOptimize(right);  // which integrand it is shows when the program runs
+  benchmark::DoNotOptimize(right);  // the compiler must not know which integrand it is
   compare(state, [right](const State& x, State& dxdt, double t) { right->fprime(x, t, dxdt); });
 }
 BENCHMARK(Rk4Step)->Arg(6)->Arg(30)->Arg(100)->Arg(1000)->Arg(10000)->Iterations(placements);

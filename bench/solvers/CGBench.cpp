@@ -1,6 +1,6 @@
-// One iteration of conjugate gradients against Eigen's, on the same matrices and right-hand sides: solves of
-// a fixed number of iterations from zero by turns, set-up and last check included. `ratio` is ours / peer,
-// wanted: 1 or less.
+// Compares one iteration of conjugate gradients with Eigen's on the same matrices and right-hand sides. Both
+// solve from zero with a fixed number of iterations in turns, including the set-up and the last check.
+// `ratio` is Limber's time over the peer's; the goal is at most 1.
 #include <benchmark/benchmark.h>
 
 #include <Eigen/IterativeLinearSolvers>
@@ -59,7 +59,7 @@ Problem& problem(int which) {
 
 int silent(const char*) { return 0; }
 
-// A pass of so many iterations: the limit of the entry points is a multiple of the size.
+// A pass with a given number of iterations. The entry points limit it only to a multiple of the size.
 class Pass {
  public:
   Pass(Problem& problem, CGMultFun mult) : p_(problem), mult_(mult) {
@@ -68,7 +68,7 @@ class Pass {
     } else {
       right_ = p_.b;
     }
-    // no passes: sets how long a pass may go without improvement
+    // runs no pass: sets how long a pass may go without improvement
     double first, last;
     int total;
     CGIStatus status = CGI_SOLVED;
@@ -129,8 +129,8 @@ using EigenCG = Eigen::ConjugateGradient<Sparse, Eigen::Lower | Eigen::Upper, Ei
 void leastSquares(benchmark::State& state) { race<EigenLeastSquares>(state, multFunAtA); }
 void symmetric(benchmark::State& state) { race<EigenCG>(state, multFunA); }
 
-// 0: 2000 x 2000, 30 a row; 1: 20000 x 30000, 12 a row; 2 and 3: symmetric ones of 2000 and 20000, which are
-// solved before 200 iterations.
+// 0: 2000 x 2000, 30 entries per row; 1: 20000 x 30000, 12 per row; 2 and 3: symmetric ones of 2000 and
+// 20000, which are solved in fewer than 200 iterations.
 BENCHMARK(leastSquares)
     ->ArgNames({"problem", "iterations"})
     ->ArgsProduct({{0, 1}, {40, 200}})

@@ -1,8 +1,8 @@
-// The normal equations of a motion: frames of constraints, each row touching the variables of its frame and
-// some of the next. Wanted: buildJJtBand 5 times as fast as Eigen's sparse J J^T, and the solve with
-// JJtCholeskyPrecond, from J to the multipliers, 4 times as fast as Eigen's SimplicialLDLT in natural
-// ordering and as CHOLMOD after cholmod_aat, what they assemble from the same stored J included. `ratio` is
-// the peer's time over ours.
+// The normal equations of a motion: frames of constraints, whose rows have entries at the variables of their
+// frame and at some of the next. Goals: buildJJtBand is 5 times as fast as Eigen's sparse J J^T, and the
+// solve with JJtCholeskyPrecond, from J to the multipliers, is 4 times as fast as Eigen's SimplicialLDLT in
+// natural ordering and as CHOLMOD after cholmod_aat, including their assembly from the same stored J. `ratio`
+// is the peer's time over Limber's.
 #include <benchmark/benchmark.h>
 
 #include <Eigen/SparseCholesky>
@@ -32,7 +32,7 @@ constexpr double damping = 1e-3;
 using Sparse = Eigen::SparseMatrix<double, Eigen::RowMajor>;
 
 struct Motion {
-  // With `density` below 1 each row has its own random part of those columns.
+  // With a `density` below 1, each row has its own random subset of those columns.
   explicit Motion(double density) : J(0), peer(rows, frames * own + next), damp(rows), b(rows), x(rows) {
     std::mt19937_64 engine(1);
     std::normal_distribution<double> normal;
@@ -120,7 +120,7 @@ void solveAgainstCholmod(benchmark::State& state) {
   common.nmethods = 1;
   common.method[0].ordering = CHOLMOD_NATURAL;
   common.postorder = 0;
-  // CHOLMOD stores columns, and our rows are the columns of J^T.
+  // CHOLMOD stores columns. The rows of J are the columns of J^T.
   cholmod_sparse jt{};
   jt.nrow = static_cast<std::size_t>(m.peer.cols());
   jt.ncol = rows;

@@ -11,14 +11,14 @@ inline double median(std::vector<double> values) {
   return *middle;
 }
 
-/// Medians over the rounds of byTurns: nanoseconds a call of each side, and ours over the peer's (below 1:
-/// ours is faster).
+/// Medians over the rounds of byTurns: nanoseconds per call of each side, and the ratio of Limber's time to
+/// the peer's (below 1: Limber is faster).
 struct Turns {
   double ours, peer, ratio;
 };
 
-/// Times two pieces of work by turns, so that both see the same machine: in each round so many calls of each,
-/// the one that goes first changing from round to round.
+/// Measures two pieces of work in turns, so that both run under the same conditions. Each round calls both
+/// `calls` times, and the one that goes first alternates.
 template <class Ours, class Peer>
 Turns byTurns(int rounds, int calls, Ours ours, Peer peer) {
   const auto nanoseconds = [calls](auto& work) {

@@ -17,7 +17,7 @@ namespace {
 // The residual of a family's start from zero, relative to which its default tolerance is set.
 constexpr double relativeTolerance = 1e-9;
 
-// As the other entry points: the iterations, or less than 0.
+// Like the other entry points, returns the iterations, or a negative number.
 int runBiCG(const Options& options, HSpMat* A, Vector* x, Vector* b, double* rsq) {
   int iterations = 0;
   const CGIStatus status = biCGrad(A, x, b, *rsq, iterations, options.shadowIsResidual);
@@ -79,8 +79,7 @@ class Observed {
 void setTolerances(const Options& options, double startSize) {
   const double relative = relativeTolerance * startSize;
   const double square = relative * relative;
-  // A start that squares to nothing, or to infinity, is beyond an absolute tolerance; the smallest one is
-  // left.
+  // If the square of the start is zero or infinite, no absolute tolerance fits; the smallest one is used.
   if (!options.hasTolerance) cg_tol = cgradEps = std::isfinite(square) ? std::max(square, 1e-300) : 1e300;
   if (!options.hasEpsilon) cg_epsilon = std::min(cg_epsilon, 1e-12 * cg_tol);
 }
@@ -103,10 +102,10 @@ void noteWhatIsDropped(const RowMatrix& rows, const Vector& b, Result& result) {
   }
 }
 
-// What the residual of the file's own entries says counts, not what the family believes.
+// The residual computed from the file's entries decides, not the family's own result.
 void describe(const Options& options, int returned, bool stopped, Result& result) {
-  // The newer family ends at the tolerance, but for rounding; the older one when the squared residual changes
-  // by less than the tolerance, which may leave a few times as much.
+  // The newer family ends at the tolerance, up to rounding. The older one ends when the squared residual
+  // changes by less than the tolerance, so its residual may be a few times larger.
   const double allowance = options.family == Family::Older ? 10.0 : 1.0 + 1e-6;
   const Residual& residual = result.residual;
   const bool small = options.hasTolerance ? residual.size <= std::sqrt(cg_tol) * allowance

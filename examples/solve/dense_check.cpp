@@ -15,7 +15,8 @@ namespace {
 
 constexpr double mostElements = 4e6;
 
-// The factorizations say on the standard-output channel that they begin; a report is no place for that.
+// Suppresses the lines that the factorizations print on the standard-output channel, which must not appear in
+// a report.
 class Quiet {
  public:
   Quiet() : channel_(stdoutF) {
@@ -36,7 +37,7 @@ class Quiet {
                        std::to_string(info) + ")");
 }
 
-// A system M x = c with M square, or for least squares with more rows than columns.
+// A system M x = c. M is square, or for least squares it has more rows than columns.
 struct DenseSystem {
   ResizeMatrix M;
   Vector c;
@@ -103,7 +104,7 @@ Vector byCholesky(const SparseProblem& problem, DenseSystem& system) {
   return system.c;
 }
 
-// The solution of least norm: singular values below epsilon times the largest count as zero.
+// The solution with the smallest norm. Singular values below epsilon times the largest count as zero.
 Vector bySvd(const SparseProblem& problem, DenseSystem& system) {
   const int m = system.M.rows(), n = system.M.columns();
   FullMatrix U(m, m), S(1, n), Vt(n, n);

@@ -43,8 +43,8 @@ bool hasPositiveDiagonal(const SparseProblem& problem) {
   return std::count_if(problem.entries.begin(), problem.entries.end(), positive) == problem.rows;
 }
 
-// The preconditioner that the command line names; null when the front door is to choose. Shared pointers
-// remember how to destroy what they were made for, because Preconditioner's destructor is not virtual.
+// The preconditioner that the command line names; null if the front door chooses. It is a shared pointer
+// because that remembers the class of the object, and Preconditioner's destructor is not virtual.
 std::shared_ptr<Preconditioner> preconditioner(const Options& options, HSpMat& A) {
   if (options.preconditioner == "none") return std::make_shared<Preconditioner>();
   if (options.preconditioner == "jacobi") return std::make_shared<JJtPrecond>(&A, nullptr, nullptr);
@@ -102,9 +102,9 @@ class Solver {
     throw InputError(problem_.path, 0, std::string("cannot be solved with: ") + message);
   }
 
-  // What the residual of the file's own entries says counts, not what the solver believes.
+  // The residual computed from the file's entries decides, not the solver's own result.
   void describe(const SolveReport& report, Result& result) const {
-    constexpr double rounding = 1.01;  // the two residuals are not rounded alike
+    constexpr double rounding = 1.01;  // the two residuals have different rounding errors
     if (result.residual.relative <= options_.relative * rounding) {
       result.status = exitSolved;
       result.outcome = "solved";
@@ -146,7 +146,7 @@ Result solveAutomatically(Solver& solver, const SparseProblem& problem) {
   Result square = solver.solve(Method::Square);
   square.notes.push_back("chosen because A is square; as symmetric positive definite it is " +
                          definite.outcome);
-  // Only a residual that is smaller, and a number, beats the first answer.
+  // Only a smaller residual that is not a NaN replaces the first result.
   return square.residual.relative < definite.residual.relative || square.status != exitNotSolved ? square
                                                                                                  : definite;
 }

@@ -2,6 +2,6 @@
 
 #include "result.h"
 
-/// Solves from zero by the front door: what the options name, or what suits the matrix. Throws std::bad_alloc
-/// when memory ends and InputError for numbers that the solvers refuse.
+/// Solves from zero by the front door, with the method that the options name or that suits the matrix. Throws
+/// std::bad_alloc if there is no memory and InputError for numbers that the solvers refuse.
 Result solveByFrontDoor(const Options& options, const SparseProblem& problem, const Vector& b);

@@ -19,7 +19,7 @@ namespace {
 
 int printOnStandardError(const char* text) { return std::fputs(text, stderr); }
 
-// b as the command line asks for it; `file` receives the name of the file that was read.
+// The right-hand side b that the command line asks for; `file` receives the name of the file that was read.
 Vector rightHandSide(const Options& options, const SparseProblem& problem, std::string* file) {
   if (options.rightHandSide.empty()) return rightHandSideOfOnes(systemOf(options.method), problem);
   const std::vector<double> values = readVector(options.rightHandSide, options.path(), problem.rows, file);
@@ -91,8 +91,7 @@ bool isFinite(const Vector& x) {
   return std::all_of(x.data, x.data + x.size(), [](double value) { return std::isfinite(value); });
 }
 
-// What is done with a result. Something that goes wrong is said and remembered, because the rest is still
-// worth having.
+// Prints and writes a result. An error is printed and remembered, and the other outputs are still made.
 class Delivery {
  public:
   template <class Step>
@@ -103,7 +102,7 @@ class Delivery {
       status_ = reportException("solve");
     }
   }
-  // Writes a file by `write`, whole or not at all.
+  // Writes a complete file by `write`, or none.
   template <class Write>
   void file(const std::string& path, const Write& write) {
     if (path.empty()) return;

@@ -39,7 +39,7 @@ std::string lower(std::string text) {
   return text;
 }
 
-// The next word of the banner, one of `allowed`, as its position there.
+// Reads the next word of the banner and returns its position in `allowed`.
 int bannerWord(LineReader& in, const char* expected, std::initializer_list<const char*> allowed) {
   const std::string word = in.next(expected);
   const auto found = std::find(allowed.begin(), allowed.end(), lower(word));
@@ -76,7 +76,7 @@ Banner readBanner(LineReader& in) {
   return banner;
 }
 
-// How many numbers an array lists.
+// How many numbers an array file contains.
 long long listed(const Banner& banner, long long rows, long long columns) {
   if (banner.symmetry == Symmetry::General) return rows * columns;
   return banner.symmetry == Symmetry::Symmetric ? rows * (rows + 1) / 2 : rows * (rows - 1) / 2;
@@ -100,7 +100,7 @@ Size readSize(LineReader& in, const Banner& banner) {
   return size;
 }
 
-// The most characters that the file can hold; infinite when only reading tells.
+// The largest number of characters that the file can contain; infinite if only reading can tell.
 double mostCharacters(const std::string& file) {
   constexpr double bestCompression = 1032.0;  // of gzip's method
   std::error_code error;
@@ -126,16 +126,16 @@ Run kept(const RowSelection& keep, int rows) {
   return {first, end};
 }
 
-// Holds the declared sizes against the file and the memory before anything of that size is allocated.
-// `share` is the part of the rows that is kept.
+// Compares the declared sizes with the file and the memory before anything of that size is allocated. `share`
+// is the fraction of the rows that is kept.
 void check(LineReader& in, const Banner& banner, const Size& size, double share) {
   const double entries = static_cast<double>(size.entries);
-  // "1 1", "1 1 5" or "5", each with a line end, but for the last.
+  // "1 1", "1 1 5" or "5", each with a line end except the last.
   const double shortest = banner.format == Format::Array ? 2.0 : banner.field == Field::Pattern ? 4.0 : 6.0;
   if (entries * shortest > mostCharacters(in.file()) + 1.0) {
     in.fail("declares " + to_string(size.entries) + " entries, but the file is too short for them");
   }
-  // A matrix that large and that empty is a slip or damage, and its vectors alone would fill the memory.
+  // A matrix that large and that empty is a mistake or damage, and its vectors alone would fill the memory.
   constexpr double large = 1e6, mostPerEntry = 100.0;
   for (const auto& [count, name] : {std::pair(size.rows, "rows"), std::pair(size.columns, "columns")}) {
     if (count > large && count > mostPerEntry * entries) {
@@ -157,7 +157,7 @@ class EntryReader {
       : in_(in), banner_(banner), size_(size), kept_(kept), entries_(entries) {}
 
   void read() {
-    constexpr long long most = 1 << 20;  // the rest is allocated when it is there
+    constexpr long long most = 1 << 20;  // more is allocated when more entries are read
     entries_.reserve(static_cast<std::size_t>(std::min(size_.entries, most)));
     banner_.format == Format::Array ? readArray() : readCoordinates();
     if (in_.nextLine()) in_.unexpected("the end of the file behind " + last(), in_.peek());
@@ -191,8 +191,8 @@ class EntryReader {
     }
   }
 
-  // Column by column; of a symmetric matrix the diagonal and what is below it, of a skew-symmetric one only
-  // what is below. Zeros are not stored.
+  // The file lists a matrix column by column: the diagonal and the elements below it if it is symmetric, only
+  // the elements below it if it is skew-symmetric. Zeros are not stored.
   void readArray() {
     long long k = 0;
     for (int j = 0; j < size_.columns; ++j) {
@@ -230,7 +230,7 @@ class EntryReader {
   std::vector<Entry>& entries_;
 };
 
-// The rest of the file behind a banner that was read.
+// Reads the rest of the file after the banner.
 void readBody(LineReader& in, const Banner& banner, const RowSelection& keep, SparseProblem& problem) {
   const Size size = readSize(in, banner);
   const Run rows = kept(keep, size.rows);
@@ -252,7 +252,7 @@ void readBody(LineReader& in, const Banner& banner, const RowSelection& keep, Sp
                           " added to another one at the same place");
 }
 
-// The first line with a word was begun; it may be a comment.
+// The first line with a word has been begun; it may be a comment.
 std::vector<double> readPlainNumbers(LineReader& in, int size, Run kept) {
   in.setComment('%');
   if (in.peek() && *in.peek() == '%') in.nextLine();

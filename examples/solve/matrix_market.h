@@ -7,18 +7,19 @@
 
 #include "problem.h"
 
-/// Of so many rows, the first one that is kept and the one behind the last that is. Empty: all are kept.
+/// For a number of rows, returns the first one to keep and one past the last. Empty: all are kept.
 using RowSelection = std::function<std::pair<int, int>(int rows)>;
 
 /// Reads a matrix from a Matrix Market file, plain or gzip-compressed: coordinate or array; real, integer or
 /// pattern (every entry is 1); general, symmetric or skew-symmetric. Explicit zeros of a coordinate file are
-/// entries. Entries may come in any order; those of one place are added up, with a note. The sizes that the
-/// file declares are held against its length and the memory at hand before anything is allocated.
-/// `searchPath` may be null. Entries of rows that are not kept are read and forgotten; the rows keep their
-/// numbers. Throws InputError, and std::bad_alloc when memory ends.
+/// entries. Entries may be in any order; those of the same place are added up, with a note. The declared
+/// sizes are compared with the length of the file and the available memory before anything is allocated.
+/// `searchPath` may be null. Entries of rows that are not kept are read and dropped; the rows keep their
+/// numbers. Throws InputError, and std::bad_alloc if there is no memory.
 SparseProblem readMatrix(const std::string& file, const char* searchPath, const RowSelection& keep = {});
 
 /// Reads `size` numbers: words separated by white space, or a Matrix Market file of one column, coordinate or
-/// array. `found` receives the name of the file that was opened. The result holds the numbers that are kept.
+/// array. `found` receives the name of the file that was opened. The result contains the numbers that are
+/// kept.
 std::vector<double> readVector(const std::string& file, const char* searchPath, int size, std::string* found,
                                const RowSelection& keep = {});

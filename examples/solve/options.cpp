@@ -73,7 +73,7 @@ namespace {
   throw InputError("solve: " + option + ": expected " + expected + " (see solve --help)");
 }
 
-// Who an option is for.
+// The solvers that use an option.
 enum Users : unsigned { FrontDoor = 1, Newer = 2, Older = 4, BiCG = 8, Everybody = 15 };
 
 Users userOf(const Options& options) {
@@ -128,7 +128,7 @@ class CommandLine {
     }
   }
 
-  // The value of the option at hand.
+  // The value of the current option.
   std::string value(const std::string& option, const std::string& expected) {
     if (++at_ >= count_) complain(option, expected);
     return arguments_[at_];
@@ -257,7 +257,7 @@ class CommandLine {
     if (users != Everybody) special_.push_back({option, users});
   }
 
-  // Refuses what cannot apply, now that everything is known.
+  // Refuses options that do not apply, once all are known.
   void combine() {
     const Method method = options_.method;
     if (method == Method::BiCG && options_.family != Family::FrontDoor) {
@@ -294,7 +294,7 @@ class CommandLine {
   char** arguments_;
   int at_ = 0;
   Options& options_;
-  std::vector<Special> special_;  // the options given that are not for everybody
+  std::vector<Special> special_;  // the given options that only some solvers use
 };
 
 }  // namespace

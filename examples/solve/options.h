@@ -5,9 +5,9 @@
 #include "failure.h"
 #include "residual.h"
 
-/// What is to be solved. Automatic: what the matrix suggests.
+/// The kind of problem. Automatic: the kind that suits the matrix.
 enum class Method { Automatic, LeastSquares, Spd, Square, JJt, BiCG };
-/// Who solves it: the front door, or one of the two families of conjugate gradients with their own rules.
+/// The solver: the front door, or one of the two families of conjugate gradients with their own rules.
 enum class Family { FrontDoor, Newer, Older };
 
 struct Options {
@@ -33,13 +33,13 @@ struct Options {
   const char* path() const { return hasSearchPath ? searchPath.c_str() : nullptr; }
 };
 
-/// The exit statuses of the program, beside exitNoMemory.
+/// The exit statuses of the program, in addition to exitNoMemory.
 enum ExitStatus { exitSolved = 0, exitBadInput = 1, exitNotSolved = 2, exitStopped = 4 };
 
 enum class Command { Solve, Help, Version };
 
 /// Reads the command line, and sets the library's tuning variables as it asks. Throws InputError, also for an
-/// option that cannot apply to what is to be solved.
+/// option that does not apply to the problem.
 Command readOptions(int argc, char** argv, Options& options);
 
 extern const char help[];

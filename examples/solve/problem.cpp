@@ -44,7 +44,7 @@ RowMatrix::RowMatrix(const SparseProblem& problem, Rule rule) : matrix_(problem.
       row.width = first->column + 1;
     }
   }
-  // The matrix is as wide as its widest row, also when its last columns have no entry.
+  // The matrix must have its full width even if its last columns have no entries.
   if (problem.rows == 0) return;
   if (!matrix_.rows[0]) addRow(0, 1);
   matrix_.rows[0]->width = problem.columns;

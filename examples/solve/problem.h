@@ -14,28 +14,28 @@ struct Entry {
   double value;
 };
 
-/// A sparse matrix as its file has it: the data that every statement about a result is checked against.
+/// A sparse matrix with the entries of its file. Every statement about a result is checked with these.
 struct SparseProblem {
   std::string path;  ///< the file that was opened
   int rows = 0, columns = 0;
-  std::vector<Entry> entries;  ///< by row, then by column, each place once; mirrored where the file says so
+  std::vector<Entry> entries;      ///< by row, then by column, each place once; mirrored if the file says so
   std::vector<std::string> notes;  ///< what the user should know about the file
 };
 
 /// Sorts the entries by row and column and adds up those of one place, in the order in which they came;
-/// returns how many there were beyond the first of each place. Takes n log n steps.
+/// returns how many there were in addition to the first of each place. Takes n log n steps.
 std::size_t sortAndAddUp(std::vector<Entry>* entries);
 
-/// The rows of a problem as Limber's row-sparse matrix. A row without entries takes no memory.
+/// The rows of a problem as Limber's row-sparse matrix. A row without entries needs no memory.
 class RowMatrix {
  public:
-  /// All stores every entry. Contract stores them as SpVec::ins does, which drops those within 1e-12.
+  /// All stores every entry. Contract stores them like SpVec::ins, which drops those within 1e-12.
   enum Rule { All, Contract };
-  /// Throws std::bad_alloc when memory ends.
+  /// Throws std::bad_alloc if there is no memory.
   RowMatrix(const SparseProblem& problem, Rule rule);
 
   HSpMat& matrix() { return matrix_; }
-  /// Entries other than zero that were dropped.
+  /// The number of non-zero entries that were dropped.
   std::size_t dropped() const { return dropped_; }
 
  private:

@@ -44,7 +44,7 @@ std::string number(double value) {
   return text;
 }
 
-// The members of a JSON object, one a line.
+// The members of a JSON object, one per line.
 class JsonObject {
  public:
   explicit JsonObject(std::FILE* out) : out_(out) { std::fputs("{", out); }

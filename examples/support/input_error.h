@@ -11,6 +11,6 @@ class InputError : public std::runtime_error {
   InputError(const std::string& file, int line, const std::string& message);
 };
 
-/// The word in quotes, shortened when very long, bytes that do not print replaced; "the end of the file" for
-/// null.
+/// The word in quotes, shortened if it is very long, with unprintable bytes replaced; "the end of the file"
+/// for null.
 std::string quoted(const char* word);

@@ -14,8 +14,8 @@
 namespace {
 
 constexpr std::size_t longestWord = 1 << 20;
-// What is read at once; of a damaged file the last such piece is lost, so that small ones name the place
-// better.
+// The number of bytes read at once. Of a damaged file the last piece is lost, so small pieces locate the
+// damage better.
 constexpr std::size_t bufferSize = 1 << 12;
 constexpr double largest = 1e15;
 
@@ -36,7 +36,7 @@ LineReader::~LineReader() {
   if (stream_) gzclose(static_cast<gzFile>(stream_));
 }
 
-// Reads more of the file; returns its next byte, or endOfFile.
+// Reads more of the file. Returns its next byte, or endOfFile.
 int LineReader::refill() {
   if (!damage_.empty()) return endOfFile;
   const auto stream = static_cast<gzFile>(stream_);
@@ -44,7 +44,7 @@ int LineReader::refill() {
   const auto read = [&] { return gzread(stream, buffer_.data(), static_cast<unsigned>(buffer_.size())); };
   int count = read();
   if (count == 0 && !gzdirect(stream)) {
-    gzclearerr(stream);  // a cut where zlib's buffer is just full shows only when zlib looks again
+    gzclearerr(stream);  // a cut exactly where zlib's buffer is full is detected only by another read
     count = read();
   }
   at_ = 0;
@@ -61,7 +61,7 @@ int LineReader::refill() {
   return endOfFile;
 }
 
-// The next byte, which stays; endOfFile when there is none.
+// The next byte, without consuming it; endOfFile if there is none.
 int LineReader::look() {
   const int c = at_ < end_ ? static_cast<unsigned char>(buffer_[at_]) : refill();
   if (c == 0) fail("a zero byte: this is not a text file");

@@ -3,42 +3,44 @@
 #include <string>
 #include <vector>
 
-/// Reads the words of a text file, plain or gzip-compressed, and knows the line of each one. Lines may have
-/// any length, because only one word is kept at a time. A line ends with LF, CR LF or CR; a byte-order mark
-/// at the start is skipped; all other characters up to the blank are white space, except the zero byte, which
-/// no text has. What cannot be used ends in an InputError that names the file, the line and the word.
+/// Reads the words of a text file, plain or gzip-compressed, and counts its lines. A line ends with LF, CR LF
+/// or CR; a byte-order mark at the start is skipped; all other characters up to the blank are white space,
+/// except the zero byte, which no text contains. Anything that cannot be used throws an InputError that names
+/// the file, the line and the word. It keeps only one word at a time, because a matrix file may be larger
+/// than the memory and its lines may have any length. The reader of limber_motion keeps the whole text,
+/// because names in clips contain blanks; it is private to that component, which this example does not need.
 class LineReader {
  public:
-  /// Opens `name` along `searchPath` (null: `name` as it stands). A word that begins with `comment` is
-  /// skipped together with the rest of its line; 0: there are no comments.
+  /// Opens `name` along `searchPath` (null: only `name` itself). A word that begins with `comment` is skipped
+  /// together with the rest of its line; 0: there are no comments.
   LineReader(const char* name, const char* searchPath, char comment = 0);
   ~LineReader();
   LineReader(const LineReader&) = delete;
   LineReader& operator=(const LineReader&) = delete;
 
-  /// Changes the character that begins a comment, for the words that were not looked at yet.
+  /// Changes the character that begins a comment, for the words that have not been read yet.
   void setComment(char comment) { comment_ = comment; }
-  /// Goes to the next line that has a word; false at the end of the file.
+  /// Moves to the next line that has a word; false at the end of the file.
   bool nextLine();
-  /// The next word of the line without taking it; null at the end of the line. A word is valid until the
-  /// reader is asked for another one.
+  /// The next word of the line, without consuming it; null at the end of the line. A word is valid until the
+  /// next one is read.
   const char* peek();
-  /// Takes the next word of the line. `wanted` says in the message what stands there in a good file.
+  /// Consumes the next word of the line. For the message, `wanted` names what a correct file has there.
   const char* next(const char* wanted);
-  /// Takes the next word, from a later line when this one is used up.
+  /// Consumes the next word, from a later line if this one is used up.
   const char* nextAnywhere(const char* wanted);
-  /// Takes the next word anywhere, which must be this one.
+  /// Consumes the next word on any line, which must be this one.
   void expect(const char* word);
   /// The line must be used up.
   void expectLineEnd();
 
-  /// Take a number from the line: finite, and at most 1e15 in size, so that squares and sums of them stay
-  /// finite.
+  /// Consume a number of the line. It must be finite and at most 1e15 in magnitude, so that squares and sums
+  /// stay finite.
   double real(const char* wanted);
   int integer(const char* wanted);
-  /// Takes any finite number from the line.
+  /// Consumes any finite number of the line.
   double finite(const char* wanted);
-  /// Takes a whole number between `least` and `most` from the line.
+  /// Consumes an integer between `least` and `most` of the line.
   long long whole(long long least, long long most, const char* wanted);
 
   /// "FILE:LINE: message".
@@ -61,10 +63,10 @@ class LineReader {
   std::string file_;
   char comment_;
   void* stream_ = nullptr;    // a gzFile
-  std::vector<char> buffer_;  // bytes of the file: those from at_ to end_ are not used yet
+  std::vector<char> buffer_;  // bytes of the file: those from at_ to end_ have not been used yet
   std::size_t at_ = 0, end_ = 0;
-  int line_ = 0;        // 0: no line was begun
+  int line_ = 0;        // 0: no line has been begun
   std::string word_;    // the word that peek found
-  bool found_ = false;  // word_ is found and not taken
-  std::string damage_;  // why reading ended before the end of the file; empty: it did not
+  bool found_ = false;  // word_ has been found and not consumed
+  std::string damage_;  // why reading ended before the end of the file; empty if it did not
 };

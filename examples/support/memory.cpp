@@ -12,7 +12,7 @@ namespace {
 
 constexpr double unlimited = std::numeric_limits<double>::infinity();
 
-// The number behind `key` in a file of the system, in bytes; infinite when there is none.
+// The number after `key` in a file of the system, in bytes; infinite if there is none.
 double systemValue(const char* file, const char* key, double unit) {
   std::FILE* const in = std::fopen(file, "r");
   if (!in) return unlimited;
@@ -26,7 +26,7 @@ double systemValue(const char* file, const char* key, double unit) {
   return value * unit;
 }
 
-// What a limit leaves; nothing is known when the limit or the use is unknown.
+// The difference of a limit and its use; infinite if one of them is unknown.
 double left(double limit, double used) { return used < unlimited ? std::max(limit - used, 0.0) : unlimited; }
 
 double controlGroup() {

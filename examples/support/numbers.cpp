@@ -23,7 +23,8 @@ std::errc parse(const char* word, Number* out) {
 
 bool parseReal(const char* word, double* out) {
   const std::errc problem = parse(word, out);
-  // Too large or too small, which only strtod tells; programs that never leave the "C" locale may ask it.
+  // Too large or too small: only strtod tells which. It depends on the locale, but these programs never
+  // change that.
   if (problem == std::errc::result_out_of_range) *out = std::strtod(word, nullptr);
   return problem != std::errc::invalid_argument && std::isfinite(*out);
 }

@@ -20,7 +20,7 @@ namespace {
   throw InputError(path, 0, std::string("cannot be written: ") + std::strerror(errno));
 }
 
-// Whether the bytes are safe on the disk, as far as the system can tell.
+// True if the bytes are on the disk, as far as the system can tell.
 bool isStored(std::FILE* stream) {
   if (std::fflush(stream) != 0 || std::ferror(stream) != 0) return false;
 #if !defined(_WIN32)

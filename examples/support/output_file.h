@@ -3,13 +3,13 @@
 #include <cstdio>
 #include <string>
 
-/// A file that appears under its name only when it is complete: it is written under a temporary name beside
-/// it, and finish() renames it. Without finish() nothing is left behind. A symbolic link stays, and the file
-/// that it leads to is replaced. A pipe or a device cannot be replaced and is written directly; so is
-/// standard output, under whatever name.
+/// A file that appears under its name only when it is complete: it is written under a temporary name in the
+/// same folder, and finish() renames it. Without finish() no file remains. A symbolic link is kept, and the
+/// file that it points to is replaced. A pipe or a device cannot be replaced and is written directly, and so
+/// is standard output under any name.
 class OutputFile {
  public:
-  /// Throws InputError when the file cannot be made.
+  /// Throws InputError if the file cannot be created.
   explicit OutputFile(const std::string& path);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
@@ -17,23 +17,22 @@ class OutputFile {
 
   std::FILE* stream() const { return stream_; }
   const std::string& path() const { return path_; }
-  /// Closes it; throws InputError when not all could be written. Several files that belong together are
-  /// completed before the first is finished.
+  /// Closes the file; throws InputError if not everything could be written. Complete all files that belong
+  /// together before you finish the first.
   void complete();
-  /// Completes and renames; throws InputError when the name cannot be taken.
+  /// Completes and renames the file; throws InputError if it cannot be renamed.
   void finish();
 
  private:
   std::string path_;
-  std::string target_;     // what temporary_ becomes: path_, or the file that a link of this name leads to
+  std::string target_;  // the final name of temporary_: path_, or the file that a link of this name points to
   std::string temporary_;  // empty: written directly
   std::FILE* stream_;
 };
 
-/// Whether both names lead to the same file, which need not exist.
+/// True if both names denote the same file, which need not exist.
 bool sameFile(const std::string& a, const std::string& b);
-/// Whether the name leads to what the process writes its standard output to.
+/// True if the name denotes the standard output of the process.
 bool isStandardOutput(const std::string& path);
-/// Throws InputError, which names `program`, when something that was printed on standard output was not
-/// written.
+/// Throws InputError, which names `program`, if something printed on standard output could not be written.
 void requireStandardOutput(const std::string& program);

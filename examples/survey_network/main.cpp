@@ -2,8 +2,8 @@
 // levelling network: stations on a jittered grid, height differences observed between neighbours and along
 // some longer lines, each weighted by the inverse of its standard error, and a few stations tied to known
 // heights. The rows are the observations, the columns the unknown heights; the right-hand side holds the
-// observed differences, with errors. The same bytes on every machine: integers for chance, and no function
-// but the square root.
+// observed differences, with errors. The output has the same bytes on every machine, because the random
+// numbers come from integers and the square root is the only function.
 #include <zlib.h>
 
 #include <cmath>
@@ -24,12 +24,12 @@ constexpr int stations = side * side;
 constexpr double kilometresApart = 1.5;
 
 std::uint64_t state = 2024;
-// Uniform in [0, 1).
+// Uniformly distributed in [0, 1).
 double chance() {
   state = state * 6364136223846793005u + 1442695040888963407u;
   return static_cast<double>(state >> 40) / 16777216.0;
 }
-// About normal: twelve uniform deviates added.
+// Nearly normally distributed: the sum of twelve uniform deviates.
 double deviate() {
   double sum = -6.0;
   for (int i = 0; i < 12; ++i) sum += chance();

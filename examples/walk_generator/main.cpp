@@ -1,6 +1,6 @@
-// Makes the walking clip of the demo: 120 frames of 20 joints whose feet slide while they should stand,
-// because the body moves faster than the legs carry it. Standard output receives the clip as BVH: lengths in
-// centimetres, y upwards, z ahead, x to the left; rotations in Z X Y order, degrees.
+// Makes the walking clip of the demo: 120 frames of 20 joints. Its feet slide when they should stand, because
+// the body moves faster than the legs. The clip is written to standard output as BVH: lengths in centimetres,
+// y upwards, z forwards, x to the left; rotations in Z X Y order, in degrees.
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -15,16 +15,17 @@ constexpr double degrees = 180.0 / pi;
 constexpr int frames = 120;
 constexpr double frameTime = 1.0 / 30.0;
 constexpr double cycle = 1.2;      // seconds for a left and a right step
-constexpr double standing = 0.62;  // the part of the cycle that a foot is on the ground
+constexpr double standing = 0.62;  // the fraction of the cycle in which a foot is on the ground
 constexpr double stride = 52.0;    // how far a standing foot moves back under the hips
-constexpr double slide = 1.35;     // how much faster than the legs the body goes: the fault to be repaired
+constexpr double slide =
+    1.35;  // how much faster than the legs the body moves: the fault that the demo repairs
 constexpr double thigh = 42.0, shank = 40.0, ankleHeight = 8.0, hipHeight = 87.0, hipHalfWidth = 9.0;
 
 struct Joint {
   const char* name;
   int parent;
   double x, y, z;           // offset from the parent
-  double endX, endY, endZ;  // end site, where there is no child
+  double endX, endY, endZ;  // end site, if there is no child
 };
 
 const std::vector<Joint> joints = {
@@ -76,8 +77,8 @@ struct Angles {
   double z = 0, x = 0, y = 0;  // radians
 };
 
-// Hip, knee and ankle about the x axis that put the ankle `ahead` of the hip and `below` it, the sole turned
-// by `pitch`: the two-link triangle.
+// The angles of hip, knee and ankle about the x axis that put the ankle `ahead` of the hip and `below` it,
+// with the sole turned by `pitch`. They follow from a triangle with two known sides.
 void bendLeg(double ahead, double below, double pitch, Angles* leg) {
   const double reach = std::fmin(std::hypot(ahead, below), 0.999 * (thigh + shank));
   const double atHip = std::acos((thigh * thigh + reach * reach - shank * shank) / (2 * thigh * reach));

@@ -1,4 +1,4 @@
-// Both headers in one file, the C library's first: the two pairs of functions must not become one.
+// Includes both headers, the C library's first: the two pairs of functions must stay separate.
 #include <strings.h>
 
 #include "limber/foundation/CaseCompare.h"
@@ -13,7 +13,7 @@ namespace {
 
 int sign(int x) { return (x > 0) - (x < 0); }
 
-// The sign is the opposite of the usual one, deliberately: 1 when the first sorts before the second.
+// Contract: the sign is the opposite of the usual one: 1 if the first sorts before the second.
 TEST(CaseCompare, SignIsTurnedRound) {
   EXPECT_EQ(limber::strcasecmp("abc", "ABC"), 0);
   EXPECT_EQ(limber::strcasecmp("abc", "abd"), 1);
@@ -51,7 +51,7 @@ TEST(CaseCompare, HighCharactersSortBeforeAscii) {
   EXPECT_EQ(limber::strcasecmp("\xe4", "\xc4"), -1);  // no folding of accented letters
 }
 
-// Although these are negative numbers beside the terminating zero.
+// As signed values, these characters are less than the terminating zero.
 TEST(CaseCompare, APrefixSortsBeforeHighCharactersToo) {
   EXPECT_EQ(limber::strcasecmp("", "\xe9"), 1);
   EXPECT_EQ(limber::strcasecmp("\xe9", ""), -1);

@@ -20,7 +20,7 @@ static_assert(offsetof(Clock, name) == 40 && offsetof(Clock, maxTicks) == 48 &&
               offsetof(Clock, minTicks) == 56);
 static_assert(sizeof(ClockPtr) == sizeof(Clock*) && offsetof(ClockPtr, clock) == 0);
 
-// On the machine's own counter; exact intervals are tested on a counter of the test's.
+// Uses the counter of the machine. Exact intervals are tested with a fake counter.
 TEST(Clock, MeasuresWithTheMonotonicCounter) {
   Clock clock("sleep");
   using std::chrono::steady_clock;
@@ -145,7 +145,7 @@ TEST(ClockPtr, InitMakesAClockOnce) {
   delete made;
 }
 
-// The push happens on every call, also when the clock existed already.
+// Every call adds to the list, even if the clock already exists.
 TEST(ClockPtr, RepeatedInitListsTheClockAgain) {
   ClockPtr handle, other;
   List<Clock*> clocks;

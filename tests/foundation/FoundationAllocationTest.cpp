@@ -119,7 +119,7 @@ TEST(ClockAllocation, FailedCellLeavesTheClockUnlisted) {
   delete handle.clock;
 }
 
-// Whichever allocation fails, one string is not added and all others stand in order.
+// Whichever allocation fails, one string is missing and all others are in order.
 TEST(StringArrayAllocation, EachFailureLosesOneStringOnly) {
   for (long k = 0;; ++k) {
     CapturedOutput captured;

@@ -66,7 +66,7 @@ TEST(ConsPool, CellsAreLinkedInOrderOfTheirArray) {
   EXPECT_EQ(poolSize(), 4);
 }
 
-// It is for an empty pool: what the pool still holds is not linked in.
+// The refill is meant for an empty pool: cells that are still in the pool are not linked in.
 TEST(ConsPool, RefillReplacesTheHead) {
   const EmptyPool guard;
   conspool_batchsize = 3;
@@ -212,7 +212,7 @@ TEST(List, DelStartsAtTheFollowingCell) {
   EXPECT_EQ(list.cell, nullptr);
 }
 
-// In list order, so that the former last cell ends in front of the pool.
+// In list order, so the former last cell becomes the first of the pool.
 TEST(List, UnconsGivesAllCellsBackInListOrder) {
   Ints list = listOf({a, b, c});
   ConsCell *const first = list.cell, *const second = first->next, *const third = second->next;

@@ -27,7 +27,7 @@ class OverrideStream {
     std::fclose(stmStdOut);
     stmStdOut = nullptr;
   }
-  // What has reached the file so far.
+  // What has been written to the file so far.
   std::string onDisk() const { return readFile(directory_ / "out"); }
 
  private:
@@ -109,7 +109,7 @@ ssize_t switchStreams(void*, const char*, size_t size) {
   return static_cast<ssize_t>(size);
 }
 
-// The stream is looked up again for the flush: a write that changes it gets the new one flushed.
+// stmStdOut is read again for the flush: if a write changes it, the new stream is flushed.
 TEST(Output, FlushLooksTheStreamUpAgain) {
   const TemporaryDirectory directory;
   switchTo = std::fopen((directory / "second").c_str(), "w");

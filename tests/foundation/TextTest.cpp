@@ -30,7 +30,7 @@ TEST(NameString, NothingGivesTheEmptyString) {
   EXPECT_STREQ(Owned(nameString("")).get(), "");
 }
 
-// The ninth and tenth arguments are counted like the others: an address sanitizer sees it where they are not.
+// The ninth and tenth arguments count for the size too. If they did not, the address sanitizer would find it.
 TEST(NameString, LongLastArgumentsFit) {
   const std::string long1(100, 'p'), long2(200, 'q');
   const Owned joined(nameString("a", "", "", "", "", "", "", "", long1.c_str(), long2.c_str()));

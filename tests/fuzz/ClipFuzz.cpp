@@ -1,5 +1,5 @@
-// Any bytes are a clip or an error that names the file; a clip is whole, its poses are finite, its contacts
-// are in it, and what is written of it reads back as the same clip.
+// Any bytes are either a clip or an error that names the file. A clip is complete, its poses are finite, its
+// contacts lie inside it, and after writing it reads back as the same clip.
 #include <cmath>
 #include <cstdint>
 #include <cstring>

@@ -1,5 +1,5 @@
-// Any bytes are a script or an error that names the file; its wishes are ones that the clip can have, and two
-// steps towards a few of them leave finite numbers.
+// Any bytes are either a script or an error that names the file. The constraints of a script fit the clip,
+// and two steps of an edit with a few of them give finite numbers.
 #include <cmath>
 #include <cstdint>
 #include <cstring>

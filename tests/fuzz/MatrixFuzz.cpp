@@ -1,6 +1,6 @@
-// Any bytes are a matrix, or an error that names the file; a matrix is whole, its rows hold what its file
-// says, and what is written of it reads back as the same matrix. The same bytes are a right-hand side, or an
-// error.
+// Any bytes are either a matrix or an error that names the file. A matrix is complete, its rows hold what its
+// file says, and after writing it reads back as the same matrix. The same bytes are also read as a right-hand
+// side.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -15,7 +15,7 @@ namespace {
 
 int silent(const char*) { return 0; }
 
-// Runs `read`; false when it ends in an error, which must name the file.
+// Runs `read`. False if it throws an error, which must name the file.
 template <class Read>
 bool reads(const std::string& path, const Read& read) {
   try {
@@ -81,8 +81,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   SparseProblem problem;
   if (reads(file.path(), [&] { problem = readMatrix(file.path(), nullptr); })) {
     checkWhole(problem);
-    // Large tables of empty rows only slow the fuzzer down; a matrix with few entries would be refused when
-    // it is large.
+    // Large tables of empty rows only slow down the fuzzer, and a large matrix with few entries would be
+    // refused.
     if (problem.rows <= 10000 && problem.entries.size() <= 2000) checkRows(problem);
     if (problem.rows <= 1000000 && problem.columns <= 1000000) checkReadsBack(problem);
   }

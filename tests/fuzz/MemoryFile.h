@@ -8,7 +8,7 @@
 
 #include "tests/fuzz/Require.h"
 
-/// A file without a place on disk, that routines can open by its path.
+/// A file in memory that routines can open by its path.
 class MemoryFile {
  public:
   MemoryFile(const void* bytes, std::size_t size) : MemoryFile() {

@@ -1,6 +1,6 @@
-// Three texts separated by line feeds: a list, sub-paths, a name. What the openers leave in their buffer and
-// print is compared with a splitter written another way. Nothing is found unless the text happens to name a
-// file.
+// The input is three texts separated by line feeds: a list, sub-paths and a name. The paths that the openers
+// write to their buffer and print are compared with those of another splitter. Nothing is found unless the
+// text happens to name a file.
 #include <zlib.h>
 
 #include <cstdint>
@@ -20,7 +20,7 @@ int collect(const char* text) {
   return 0;
 }
 
-// Separators first, elements afterwards.
+// Finds the separators first and the elements afterwards.
 std::vector<std::string> split(const std::string& list, const std::string& separators) {
   std::vector<std::string> elements;
   std::size_t start = 0;
@@ -57,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (name.find("dev") != std::string::npos) return 0;  // no terminals, no endless devices
   stdoutF = stderrF = collect;
 
-  // Exactly the room that is asked for, so that the sanitizer sees one byte more.
+  // Exactly the documented room, so that the sanitizer finds a single byte too many.
   std::vector<char> path(list.size() + subs.size() + name.size() + 3);
   const auto lastCandidate = [&](auto opened) {
     if (opened) closeFound(opened);
@@ -79,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!found && list.size() + subs.size() + name.size() < 400) {
     std::size_t from = 0;
     for (const std::string& base : split(list, ";,")) {
-      // Whether it is a directory is for the system to say; the lines that follow must agree with it.
+      // The system decides whether it is a directory; the lines that follow must agree.
       const std::string is = base + " IS a directory!\n", isNot = base + " is NOT a directory!\n";
       const bool directory = printed.compare(from, is.size(), is) == 0;
       expected = directory ? is : isNot;

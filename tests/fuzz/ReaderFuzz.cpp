@@ -1,6 +1,6 @@
-// The first byte says how the rest is handed over: as it stands (the stream sees by itself whether it is
-// compressed) or compressed first. The next one seeds the choice of operations. Without operations mixed in,
-// the words are compared with a plain split of the text.
+// The first byte says whether the rest is passed to the reader unchanged (it may be compressed already) or
+// compressed first. The second byte seeds the choice of operations. Without other operations, the words are
+// compared with a plain split of the text.
 #include <unistd.h>
 #include <zlib.h>
 
@@ -19,7 +19,7 @@ namespace {
 
 int silent(const char*) { return 0; }
 
-// A stream over a temporary file with the bytes.
+// A stream over a temporary file with these bytes.
 gzFile streamOf(const std::uint8_t* data, std::size_t size, bool compress) {
   std::FILE* const file = std::tmpfile();
   REQUIRE(file);
@@ -39,8 +39,8 @@ gzFile streamOf(const std::uint8_t* data, std::size_t size, bool compress) {
 
 bool isPrintable(std::uint8_t c) { return static_cast<std::int8_t>(c) > 32; }
 
-// The reader's words are those of the text; where a line of 511 characters cuts a word, its pieces follow
-// each other, so what is compared is all printable characters in order.
+// The reader's words must be those of the text. A line of 511 characters may cut a word into pieces that
+// follow each other, so this compares all printable characters in order.
 void compareWords(Reader& reader, const std::uint8_t* data, std::size_t size) {
   std::size_t at = 0;
   while (const char* word = reader.getWord()) {
@@ -58,7 +58,8 @@ void compareWords(Reader& reader, const std::uint8_t* data, std::size_t size) {
 void operate(Reader& reader, unsigned seed) {
   Reader copy(reader);
   char line[20];
-  // Each step consumes at least one line or character, or finds the end: more steps than bytes are a hang.
+  // Each step consumes at least one line or character, or finds the end, so more steps than bytes mean a
+  // hang.
   for (long step = 0; reader.ok() && step < 1000000; ++step) {
     seed = seed * 1103515245u + 12345u;
     int i = 7;

@@ -1,5 +1,5 @@
-// Runs a fuzz target over the files of a folder. An empty or missing folder is an error: a replay of nothing
-// would pass for a test.
+// Runs a fuzz target over the files of a folder. An empty or missing folder is an error, because a replay of
+// nothing tests nothing.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the process when a property does not hold, whatever NDEBUG says.
+/// Ends the process if a property does not hold, also with NDEBUG.
 #define REQUIRE(condition)                                                 \
   do {                                                                     \
     if (!(condition)) {                                                    \

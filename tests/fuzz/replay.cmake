@@ -1,4 +1,4 @@
-# Every fuzz target runs over its corpus, without a fuzzer, in the ordinary tests.
+# In the ordinary tests, every fuzz target runs over its corpus without a fuzzer.
 set(fuzz ${CMAKE_CURRENT_LIST_DIR})
 file(GLOB fuzz_sources CONFIGURE_DEPENDS ${fuzz}/*Fuzz.cpp)
 foreach(source IN LISTS fuzz_sources)

@@ -1,5 +1,5 @@
-// Prints, for each inline function of the geometry headers, a number made of all bits of many results. A
-// caller's program must print what the library's own flags give, whatever it is optimised for.
+// Prints a number for each inline function of the geometry headers, computed from all bits of many results. A
+// caller's program must print the same numbers as one with the library's flags, whatever its optimisations.
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -29,7 +29,7 @@ M matrix() {
   return m;
 }
 
-// Calls `compute`, which gives a plain object of doubles, many times.
+// Calls `compute`, which returns a plain object of doubles, many times.
 template <class Compute>
 void print(const char* name, Compute compute) {
   std::uint64_t all = 0;
@@ -46,7 +46,8 @@ void print(const char* name, Compute compute) {
 
 int main() {
   print("product", [] {
-    const Quat a = quat(), b = quat();  // in this order, which one expression would leave open
+    const Quat a = quat(),
+               b = quat();  // two statements, because the order inside one expression is not specified
     return a * b;
   });
   print("Normalize", [] {

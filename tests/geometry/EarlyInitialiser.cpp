@@ -1,5 +1,5 @@
-// The library's own objects linked into a program whose initialiser runs before all others of that program:
-// were any exported format set by an initialiser, it would still be null here.
+// The library's objects are linked into this program, whose initialiser runs before all others. If any
+// exported format were set by an initialiser, it would still be null here.
 #include <initializer_list>
 
 #include "limber/geometry/Matrix3x3.h"

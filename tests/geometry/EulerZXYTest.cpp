@@ -38,8 +38,8 @@ Matrix4x4 rotation(double x, double y, double z) {
   return m;
 }
 
-// The steps as they are stated, every matrix built: the oracle of the short cut in the library. Prints the
-// trace of the last two steps when verbose.
+// The documented steps with every matrix built explicitly, to check the short cut in the library. Prints the
+// trace of the last two steps if verbose.
 Angles literally(const Matrix4x4& M, int snapX, int zeroX, int verbose = 0) {
   Pnt3 X(M.m[0]), Y(M.m[1]), Z(M.m[2]);
   const auto outside = [](double length) { return !(length >= 0.9 && length <= 1.1); };
@@ -81,7 +81,7 @@ Angles literally(const Matrix4x4& M, int snapX, int zeroX, int verbose = 0) {
 }
 
 TEST(FactorZXY, RoundingNeverGivesNaNWithoutATurnAboutYOrWithHalfATurn) {
-  // The cosine of y comes out a rounding above 1 or below -1 for some of these.
+  // For some of these, rounding makes the cosine of y slightly larger than 1 or smaller than -1.
   constexpr double pi = 3.141592653589793;
   RandomGeometry random(97);
   for (int i = 0; i < 20000; ++i) {
@@ -90,7 +90,7 @@ TEST(FactorZXY, RoundingNeverGivesNaNWithoutATurnAboutYOrWithHalfATurn) {
     makeRot(x, y, z, &m);
     double gotZ, gotX, gotY;
     EXPECT_EQ(factorZXY(&m, 0, 0, gotZ, gotX, gotY, 0), 0);
-    // Where the cosine is next to 1 the angle is good to the root of a rounding.
+    // If the cosine is near 1, the error of the angle is the square root of a rounding error.
     EXPECT_TRUE(tolerance::close(std::fabs(gotY), std::fabs(y), 1e-7)) << x << " " << z;
     EXPECT_TRUE(tolerance::close(gotX, x, 1e-5));
     EXPECT_TRUE(tolerance::close(gotZ, z, 1e-5));
@@ -127,8 +127,8 @@ TEST(FactorZXY, AnglesComeBack) {
   for (int i = 0; i < 500; ++i) {
     const double x = 1.4 * dice.number(), y = 3 * dice.number(), z = 3 * dice.number();
     const Angles a = factor(rotation(x, y, z));
-    // asin loses 1/cos x, at most 6 here; acos 1/sin y, and as its argument is rounded half the digits near
-    // 0.
+    // asin multiplies errors by 1/cos x, at most 6 here; acos by 1/sin y, and near 0 it loses half the digits
+    // because its argument is rounded.
     ASSERT_TRUE(close(a.x, x, 6 * 16 * epsilon));
     ASSERT_TRUE(close(a.z, z, 6 * 16 * epsilon));
     ASSERT_TRUE(close(a.y, y, std::fmin(16 * epsilon / std::fabs(std::sin(y)) * 6, 1e-7)));
@@ -310,7 +310,7 @@ TEST(FactorZXY, RowsOfATenthAreShortAndTheSnapIsBelowAFiftieth) {
   EXPECT_EQ(factor(m).y, 0.0);
   m.m[0][0] = std::nextafter(-0.1, -1.0);
   EXPECT_TRUE(close(std::fabs(factor(m).y), pi, epsilon));
-  // A row of length 1 exactly, so that the division leaves its entries.
+  // A row with exactly the length 1, so that the division does not change its entries.
   m = Matrix4x4();
   m.m[1][0] = 0.02, m.m[1][1] = std::sqrt(1.0 - 0.02 * 0.02);
   ASSERT_EQ(Pnt3(m.m[1]).length(), 1.0);
@@ -327,7 +327,7 @@ TEST(FactorZXY, GimbalLockPutsTheWholeTurnIntoY) {
   EXPECT_EQ(a.z, 0.0);
   EXPECT_TRUE(close(a.x, pi / 2, epsilon));
   EXPECT_EQ(a.y, 0.0);
-  m.m[1][1] = -0.0;  // the other half turn about z, taken back by y
+  m.m[1][1] = -0.0;  // the other half turn about z, which y undoes
   const Angles b = factor(m);
   EXPECT_TRUE(close(b.z, -pi, epsilon));
   EXPECT_TRUE(close(b.x, pi / 2, epsilon));
@@ -359,7 +359,7 @@ TEST(ComposeEulerAngles, FirstThenSecond) {
     composeEulerAngles(a, b, out);
     Matrix4x4 A = rotation(a.x, a.y, a.z), B = rotation(b.x, b.y, b.z), C;
     multMatrix(&A, &B, &C);
-    // Half the digits, by the arc sine and cosine.
+    // The arc sine and the arc cosine lose half the digits.
     ASSERT_TRUE(closeEntries(rotation(out.x, out.y, out.z), C, 4 * std::sqrt(epsilon)));
   }
 }

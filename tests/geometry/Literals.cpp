@@ -1,7 +1,7 @@
-// Built by a test at many optimisation levels and for many machines against the same library. Quaternions
-// that a compiler knows are folded and vectorized in ways that those in arrays are not: some compilers have
-// got the inlined product of literals wrong. Each literal result must be that of the same numbers hidden from
-// the compiler behind a volatile.
+// A test builds this at many optimisation levels and for many machines with the same library. Compilers fold
+// and vectorize constant quaternions in other ways than those in arrays, and some have computed the inlined
+// product of literals wrongly. Each result of literals must equal that of the same numbers read from a
+// volatile.
 #include <cmath>
 #include <cstdio>
 
@@ -13,7 +13,7 @@ namespace {
 
 int failures = 0;
 
-// A few roundings apart at most: fused multiply-adds are allowed to differ.
+// Allows a few roundings of difference, because of fused multiply-adds.
 bool close(double a, double b) { return std::fabs(a - b) <= 1e-14; }
 
 void expect(const char* what, const Quat& q, double w, double x, double y, double z) {
@@ -33,7 +33,7 @@ Quat hidden(double w, double x, double y, double z) {
   return Quat(v[0], v[1], v[2], v[3]);
 }
 
-// The Hamilton product b a of quaternions that nobody knows at compile time, by its definition.
+// The Hamilton product b a by its definition, of quaternions that are not known at compile time.
 Quat product(const Quat& a, const Quat& b) {
   volatile double w = b.w * a.w - b.x * a.x - b.y * a.y - b.z * a.z;
   volatile double x = b.w * a.x + b.x * a.w + b.y * a.z - b.z * a.y;
@@ -46,7 +46,7 @@ Quat product(const Quat& a, const Quat& b) {
 
 constexpr double h = 0.70710678118654757;
 
-// Each pair stands in a function of its own, so that each is folded on its own.
+// Each pair is in a separate function, so that each is folded separately.
 #define PAIR(aw, ax, ay, az, bw, bx, by, bz)                                                              \
   {                                                                                                       \
     const Quat expected = product(hidden(aw, ax, ay, az), hidden(bw, bx, by, bz));                        \

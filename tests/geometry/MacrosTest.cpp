@@ -1,4 +1,4 @@
-// Windows' own headers define these words as macros. Everything public compiles beside them.
+// The headers of Windows define these words as macros. All public headers must compile with them.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -21,7 +21,7 @@ double rowSumNorm(const Matrix4x4& a) {
   return norm;
 }
 
-// The elimination as it is described, step by step, without anything clever: the bits to reproduce.
+// The documented elimination, step by step. The library must reproduce its bits.
 int plainInverse(Matrix4x4* M, int* pivots) {
   double(*a)[4] = M->m;
   int used[4] = {0, 0, 0, 0}, rows[4], columns[4], success = 1, r = 0, c = 0;
@@ -154,7 +154,7 @@ TEST(InvertMatrix, SingularMatrixReportsItsZeroPivot) {
 
 TEST(InvertMatrix, NanEverywhereUsesAColumnTwice) {
   CapturedOutput captured;
-  // A guard on both sides: indices that are not valid would show under the sanitizers.
+  // Matrices on both sides, so that the sanitizers find invalid indices.
   Matrix4x4 a[3];
   for (auto& row : a[1].m)
     for (double& x : row) x = nan;

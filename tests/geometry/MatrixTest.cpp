@@ -142,7 +142,7 @@ TEST(Matrix, RotMatrixFoldsTheAxisToUpperCase) {
 }
 
 TEST(Matrix, RotMatrixTurnsXAndZBackwardsAndYForwards) {
-  // Deliberate: a quarter turn takes y to -z, z to x and x to -y.
+  // Contract: a quarter turn takes y to -z, z to x and x to -y.
   const double quarter = std::acos(-1.0) / 2.0;
   Matrix4x4 m;
   rotMatrix(&m, 'X', quarter);

@@ -82,7 +82,7 @@ TEST(MatrixTransform, OutputsMayBeInputs) {
   p.set(2.0, 3.0, -1.0);
   transNH(&M, p, p);
   EXPECT_EQ(p, Pnt3(8.0, 12.0, 16.0));
-  // Entries of the matrix itself as output.
+  // The outputs are entries of the matrix itself.
   Matrix4x4 own = counting4();
   transformTransposeMatrix(&own, 2.0, 3.0, -1.0, own.m[0][0], own.m[1][0], own.m[2][0]);
   EXPECT_EQ(Pnt3(own.m[0][0], own.m[1][0], own.m[2][0]), Pnt3(9.0, 29.0, 49.0));
@@ -211,7 +211,7 @@ TEST(TransformMatrixMatrix, DerivativeRowsFollowThePoint) {
     transNH(&m, d0, t0);
     transNH(&m, d1, t1);
     for (int k = 0; k < 3; ++k) {
-      // The same three products in an order of linComb's choosing.
+      // linComb adds the same three products in another order.
       EXPECT_TRUE(tolerance::close(out[k].v(4), t0.v()[k], 6 * tolerance::epsilon));
       EXPECT_TRUE(tolerance::close(out[k].v(9), t1.v()[k], 6 * tolerance::epsilon));
     }

@@ -201,7 +201,7 @@ TEST(Pnt3, BoxesGrowComponentByComponent) {
 }
 
 TEST(Pnt3, BoxesGrowOnlyByStrictlyOutlyingComponents) {
-  // Zeros of the other sign are equal, and a NaN is neither above nor below.
+  // Zeros with opposite signs are equal, and a NaN is neither greater nor less.
   Pnt3 high(0.0, 1.0, 2.0), low(0.0, 1.0, 2.0);
   high.includeMax(Pnt3(-0.0, nan, 2.0));
   low.includeMin(Pnt3(-0.0, nan, 2.0));

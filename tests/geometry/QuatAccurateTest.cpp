@@ -1,5 +1,5 @@
-// The rotations that are right for every input, and what the stated formulas make of the same input.
-// References are computed in long double or with exact integers.
+// The rotations that are accurate for every input, and the results of the documented formulas for the same
+// input. References are computed in long double or with exact integers.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -57,7 +57,7 @@ Matrix3x3 matrixOf(Real w, const Vec& v) {
   return m;
 }
 
-// Whether q is the rotation of (w, v), in every component and in the direction of the axis.
+// Checks that q is the rotation of (w, v), in every component and in the direction of the axis.
 ::testing::AssertionResult isRotation(const Quat& q, Real w, const Vec& v) {
   const Real n = std::sqrt(w * w + v.x * v.x + v.y * v.y + v.z * v.z);
   const Vec got(q.x, q.y, q.z);
@@ -118,7 +118,7 @@ TEST(QuatFromRotation, KeepsTheAxisOfTinyAngles) {
     Quat q;
     q.FromRotation(&m);
     EXPECT_TRUE(isRotation(q, 1.0, v)) << exponent;
-    // Tiny components are right to their own last digits.
+    // Tiny components are accurate to their last digits.
     EXPECT_LE(std::fabs(q.x - v.x / std::sqrt(1 + v.x * v.x + v.y * v.y + v.z * v.z)),
               allowed * std::fabs(v.x));
   }
@@ -161,7 +161,7 @@ TEST(QuatFromRotation, ANanAnywhereGivesNan) {
   }
 }
 
-// What the stated formula makes of half turns. Users are told these figures.
+// The results of the documented formula for half turns. The documentation quotes these figures.
 TEST(QuatFromRotation, TheFormatsConversionFailsForEveryHalfTurn) {
   RandomGeometry random(75);
   int notFinite = 0, wrong = 0, right = 0;
@@ -292,7 +292,7 @@ TEST(QuatFromDirections, ServesVectorsOfEverySize) {
   const double tiny = 1e-300, huge = 1e300, least = std::numeric_limits<double>::denorm_min();
   EXPECT_TRUE(turnsShortest(Pnt3(tiny, 2 * tiny, 3 * tiny), Pnt3(huge, -huge, huge), Vec(5, 2, -3)));
   EXPECT_TRUE(turnsShortest(Pnt3(least, 0, 0), Pnt3(0, 1.7e308, 0), Vec(0, 0, 1)));
-  // Angles far below the rounding of 1, next to none and to half a turn.
+  // Angles far below the rounding of 1, and angles that differ from half a turn by as little.
   EXPECT_TRUE(turnsShortest(Pnt3(3, 0, 0), Pnt3(5, 2 * tiny, tiny), Vec(0, -1, 2)));
   EXPECT_TRUE(turnsShortest(Pnt3(3, 0, 0), Pnt3(-5, 2 * tiny, tiny), Vec(0, -1, 2)));
   Quat q;
@@ -336,7 +336,7 @@ TEST(QuatFromDirections, OfWhatIsNotFiniteIsNotFinite) {
     }
 }
 
-// What the stated formula makes of opposite directions. Users are told these figures.
+// The results of the documented formula for opposite directions. The documentation quotes these figures.
 TEST(QuatFromDirections, TheStatedFormulaFailsForEveryOppositeDirection) {
   RandomGeometry random(85);
   int notFinite = 0, nearZero = 0, unitLength = 0;

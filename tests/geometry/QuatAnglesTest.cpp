@@ -63,7 +63,7 @@ TEST(QuatAngle, IsTheAngleOfTheRelativeRotation) {
 }
 
 TEST(QuatAngle, OfAQuaternionWithItselfIsZeroAndNearItNeverNan) {
-  // Normalizing leaves no scalar above 1, whatever the rounding of the product.
+  // After normalizing, w is never above 1, whatever the rounding of the product.
   RandomGeometry random(44);
   for (int i = 0; i < 1000; ++i) {
     const Quat q = random.quat();
@@ -266,7 +266,7 @@ TEST(QuatGetEulerZXY, AtGimbalLockXIsAQuarterTurn) {
   if (!std::isnan(out[0])) {
     EXPECT_TRUE(tolerance::close(out[0], 90.0, 57.3 * 2.0 * std::sqrt(2.0 * eps)));
   }
-  // The other two are whatever rounding leaves: 0 or half a turn here.
+  // The other two depend on rounding errors: they are 0 or half a turn here.
   EXPECT_TRUE(std::fabs(out[1]) < 1e-6 || std::fabs(std::fabs(out[1]) - 180.0) < 1e-4) << out[1];
   EXPECT_TRUE(std::fabs(out[2]) < 1e-6 || std::fabs(std::fabs(out[2]) - 180.0) < 1e-4) << out[2];
 }
@@ -285,7 +285,7 @@ TEST(QuatFromAxisAngle, TheSineComesFromTheCosine) {
   const Pnt3 z(0.0, 0.0, 1.0);
   q.FromAxisAngle(&z, 1.0);
   EXPECT_TRUE(tolerance::sameBits(q.z, std::sqrt(1.0 - q.w * q.w)));
-  // So angles below about 2e-8 are lost.
+  // Angles below about 2e-8 are therefore lost.
   q.FromAxisAngle(&z, 1e-9);
   EXPECT_TRUE(sameQuats(q, Quat()));
 }
@@ -332,7 +332,7 @@ TEST(QuatFromAxisAngle, TakesTurnsAwayOneByOneUpToAMillion) {
     q.FromAxisAngle(&z, angle);
     EXPECT_TRUE(tolerance::close(q.w, std::cos(std::fabs(wrapped) * 0.5), eps)) << angle;
     EXPECT_EQ(std::signbit(q.z), wrapped < 0.0) << angle;
-    // The rounding of each turn, which one division would not leave.
+    // Subtracting the turns one by one leaves rounding errors that one division would not.
     if (std::fabs(angle) > 1e4) {
       EXPECT_GT(std::fabs(q.w - std::fabs(std::cos(angle * 0.5))), 16 * eps) << angle;
     }
@@ -379,7 +379,7 @@ TEST(QuatFromAxisCosAngle, TurnsByTheAngleOfTheCosine) {
   const Pnt3 axis(3.0, 0.0, 4.0);
   for (double angle : {0.5, 1.5, 3.0}) {
     q.FromAxisCosAngle(&axis, std::cos(angle));
-    // cos + 1 loses to its square root near pi.
+    // Near pi, cos + 1 loses half its digits.
     const double tol = 16 * eps / std::cos(angle / 2);
     EXPECT_TRUE(closeQuats(
         q, Quat(std::cos(angle / 2), 0.6 * std::sin(angle / 2), 0.0, 0.8 * std::sin(angle / 2)), tol));

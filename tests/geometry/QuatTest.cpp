@@ -71,7 +71,7 @@ TEST(Quat, NormalizeMultipliesByTheReciprocal) {
 }
 
 TEST(Quat, NormalizeRoundsRootAndReciprocalNearOne) {
-  // Squared lengths at every distance from 1, where there is a short way to the same two roundings.
+  // Squared lengths at every distance from 1. Near 1 the library takes a short cut to the same two roundings.
   int near = 0;
   for (int k = -1100000; k <= 1100000; k += (k > -3000 && k < 3000) ? 1 : 97) {
     for (const double x : {0.0, 0x1p-27, 0x1.8p-27, 0x1p-26}) {
@@ -118,7 +118,7 @@ TEST(QuatProduct, UnitVectorsMultiplyAsIJK) {
 }
 
 TEST(QuatProduct, AddsTheFactoredProductsFromLeftToRight) {
-  // The bits of the factored product, on numbers where the sixteen-product form has others.
+  // The bits of the factored product, for numbers where the form with sixteen products has other bits.
   RandomGeometry random(32);
   int differ = 0;
   for (int n = 0; n < 200; ++n) {
@@ -143,7 +143,7 @@ TEST(QuatProduct, HasTheSameBitsWithAndWithoutPairsOfLanes) {
                                        -0x1p1023, 1e-160,    -3e150,     0.1,      -0.1};
   constexpr double infinity = std::numeric_limits<double>::infinity();
   constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-  // Whether a NaN has its sign bit set, nobody says.
+  // The sign bit of a NaN is not specified.
   const auto same = [](const Quat& p, const double* values) {
     double v[4];
     p.Get(v);

@@ -17,7 +17,7 @@ class RandomGeometry {
     const double x = number(), y = number(), z = number();
     return Pnt3(x, y, z);
   }
-  /// A unit quaternion, evenly over all rotations (a normalized normal deviate).
+  /// A unit quaternion, uniformly distributed over all rotations (a normalized normal deviate).
   Quat quat() {
     const double w = normal_(generator_), x = normal_(generator_), y = normal_(generator_),
                  z = normal_(generator_);

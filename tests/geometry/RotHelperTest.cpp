@@ -8,7 +8,7 @@
 
 namespace {
 
-// Tells which virtual operation a call reached.
+// Records which virtual operation was called.
 class Recorder : public RotHelper {
  public:
   void toMatrix(double*, Matrix3x3*) const override { called = 0; }
@@ -27,7 +27,7 @@ static_assert(sizeof(RotHelper) == sizeof(void*), "a format is its operation tab
 static_assert(!std::has_virtual_destructor<RotHelper>::value, "slot 0 is the matrix, not a destructor");
 static_assert(!std::is_abstract<RotHelper>::value, "a plain RotHelper is the null format");
 
-// Filled while the program's own statics are being made.
+// Filled during the static initialisation of this program.
 struct FromAnInitialiser {
   double angle = 0.25;
   Matrix3x3 matrix;

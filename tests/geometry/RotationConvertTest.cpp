@@ -17,7 +17,7 @@ const char* const targetNames[targets] = {"...", "QRST", "X",   "Y",   "Z",  "ZX
                                           "ZY",  "XY",   "XYZ", "ZXY", "zxy"};
 
 // What happens to each pair of formats:
-//   =  nothing        .  nothing at all, whatever the target
+//   =  no change      .  no change, whatever the target
 //   Q  Quat(name, params)                      M  through the matrix
 //   R  "Can't get 'FROM' rotation in format"   U  "Can't get rotation in format"
 //   V  "Unknown rotation format"
@@ -70,7 +70,8 @@ void expectOutcome(const Row& row, int t, const std::array<double, 4>& before, c
   EXPECT_TRUE(tolerance::close(after, wanted.data(), 4, tol)) << from << " to " << to;
   EXPECT_EQ(printed, warning) << from << " to " << to;
   if (warning.empty()) {
-    // Whatever way it took, the rotation is the same. Through Quat at most four roundings an element more.
+    // The rotation is the same, whichever way it was converted. Through Quat there are at most four more
+    // roundings per element.
     EXPECT_TRUE(closeEntries(expected(to, after), expected(from, before.data()), 64 * epsilon))
         << from << " to " << to;
   }
@@ -112,7 +113,7 @@ TEST(RotationConvert, ConvertCopiesAndDoesTheSame) {
       const std::string printed = output.out();
       expectOutcome(row, t, inPlace, out.data(), printed);
       EXPECT_TRUE(sameBits(in.data(), before.data(), 4));
-      // The same array for both, and one overlapping by one.
+      // The same array for both, and two that overlap by one element.
       std::array<double, 5> shared = {7, before[0], before[1], before[2], before[3]};
       RotHelper::Convert(row.from, targetNames[t], &shared[1], &shared[0]);
       EXPECT_TRUE(sameBits(shared.data(), out.data(), static_cast<int>(std::strlen(row.from))));
@@ -125,7 +126,7 @@ TEST(RotationConvert, ConvertCopiesAndDoesTheSame) {
 
 TEST(RotationConvert, RefusalIsByFormatNeverByValue) {
   CapturedOutput output;
-  // The identity could be had in any format.
+  // Every format could represent the identity.
   double identity[4] = {1, 0, 0, 0}, zero[4] = {0, 0, 0, 0};
   qRot->convertTo(identity, "X");
   zxyRot->convertTo(zero, "X");

@@ -1,4 +1,5 @@
-// What single formats promise beyond the laws of all of them: stated values, degenerate input.
+// What single formats promise in addition to the laws for all formats: documented values and degenerate
+// input.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -213,7 +214,7 @@ TEST(QuaternionFormat, NotFiniteComponentsGiveNotFiniteEntries) {
 }
 
 TEST(QuaternionFormat, HalfTurnAboutAnAxisFromItsMatrixIsNotFinite) {
-  // Deliberately so: the way through the shortest turn has no answer here.
+  // Contract: the shortest turn is not defined here.
   const double diagonals[3][3] = {{1, -1, -1}, {-1, 1, -1}, {-1, -1, 1}};
   for (const auto& a : diagonals) {
     Matrix3x3 m;

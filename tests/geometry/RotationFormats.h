@@ -11,7 +11,7 @@
 #include "limber/geometry/Rotation.h"
 #include "tests/geometry/RandomGeometry.h"
 
-/// The ten formats and rotation matrices worked out from nothing but the three single-axis tables.
+/// The ten formats, and rotation matrices computed only from the three single-axis matrices.
 namespace formats {
 
 constexpr double pi = 3.141592653589793;
@@ -77,13 +77,13 @@ inline Matrix3x3 matrixOf(const RotHelper* rot, const double* params) {
   return m;
 }
 
-/// Angles where formulas break: none, tiny, right angles, nearly and exactly half turns.
+/// Angles that are hard for formulas: zero, tiny, right angles, near half turns and exact half turns.
 inline std::vector<double> criticalAngles() {
   return {0.0, 1e-8, -1e-8, pi / 2, -pi / 2, pi - 1e-6, 1e-6 - pi, pi, -pi};
 }
 
-/// Parameters of a format: every combination of critical angles (for quaternions the turns by them about the
-/// axes and about a slanted one, of norms 1, 0.5 and 2), then random ones.
+/// Parameters of a format: every combination of critical angles, then random ones. For quaternions the
+/// critical angles are turns about the axes and about an oblique axis, with the norms 1, 0.5 and 2.
 inline std::vector<std::array<double, 4>> poses(const Format& format, int random = 200) {
   std::vector<std::array<double, 4>> all;
   RandomGeometry dice(4711);

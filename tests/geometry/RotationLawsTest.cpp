@@ -151,7 +151,7 @@ TEST(RotationLaws, QuaternionFromAMatrixGivesThatMatrix) {
   RandomGeometry dice(17);
   for (int i = 0; i < 500; ++i) {
     const Matrix3x3 m = rotationOf(dice.quat());
-    // The shortest turn of a vector to itself reversed does not exist, and near it the digits go as 1/s.
+    // There is no shortest turn of a vector to its negative, and near that case errors grow as 1/s.
     const double s1 = std::sqrt(2 * (1 + m.m[0][0]));
     if (s1 < 0.2) continue;
     double q[4];

@@ -49,7 +49,7 @@ TEST(RotationSet, AxesTheFormatHasNotWarnAndLeaveTheParameters) {
   } rows[] = {
       {xRot, 'Y', "WARNING:  Setting y-axis rotation on 'X' joint type\n"},
       {xRot, 'Z', "WARNING:  Setting z-axis rotation on 'X' joint type\n"},
-      // Deliberately the y-axis.
+      // Contract: the y-axis.
       {yRot, 'X', "WARNING:  Setting y-axis rotation on 'Y' joint type\n"},
       {yRot, 'Z', "WARNING:  Setting z-axis rotation on 'Y' joint type\n"},
       {zRot, 'X', "WARNING:  Setting x-axis rotation on 'Z' joint type\n"},
@@ -90,7 +90,7 @@ TEST(RotationSet, QuaternionAndXYZSetTheAngleOfTheZXYDecomposition) {
     for (const std::array<double, 4>& pose : poses(format, 100))
       for (const char axis : {'X', 'Y', 'Z'}) {
         std::array<double, 3> angles = zxyOf(format, pose.data());
-        // At gimbal lock the decomposition is arbitrary, and rounding picks which one is changed.
+        // At gimbal lock the decomposition is not unique, and it depends on rounding which angle is changed.
         if (std::fabs(std::fabs(angles[1]) - pi / 2) < 1e-3) continue;
         const double angle = 3 * dice.number();
         angles[axis == 'Z' ? 0 : axis == 'X' ? 1 : 2] = angle;
@@ -98,7 +98,8 @@ TEST(RotationSet, QuaternionAndXYZSetTheAngleOfTheZXYDecomposition) {
         CapturedOutput output;
         format.rot->Set(axis, p.data(), angle);
         EXPECT_EQ(output.out(), "");
-        // Angles are good to a rounding over the cosine of the X angle, at least 1e-3 here.
+        // The error of an angle is a rounding error over the cosine of the X angle, which is at least 1e-3
+        // here.
         ASSERT_TRUE(closeEntries(expected(format.name, p.data()), expected("ZXY", angles.data()),
                                  64 * epsilon / 1e-3))
             << format.name << " " << axis;

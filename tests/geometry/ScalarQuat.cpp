@@ -1,4 +1,4 @@
-// The quaternion once more, in a namespace of its own, as a machine without SSE2 would compile it.
+// Compiles the quaternion again, in another namespace, as on a machine without SSE2.
 #include "tests/geometry/ScalarQuat.h"
 
 #include <cmath>

@@ -1,5 +1,5 @@
 #pragma once
 
-/// The product a * b, and `a` normalized, of w, x, y, z by the form for machines without pairs of lanes.
+/// The product a * b, and `a` normalized, computed by the form for machines without SSE2.
 void scalarProduct(const double* a, const double* b, double* out);
 void scalarNormalize(const double* a, double* out);

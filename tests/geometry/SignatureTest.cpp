@@ -1,4 +1,4 @@
-// Callers take these functions by pointers of exactly these types, and call them with const objects, too.
+// Callers use pointers of exactly these types to these functions, and also call them with const objects.
 #include <gtest/gtest.h>
 
 #include "limber/geometry/Matrix.h"
@@ -27,7 +27,7 @@ TEST(Signature, MatrixFunctionsArePointedTo) {
   preMultiply(in, &same, expected);
   EXPECT_TRUE(tolerance::sameBits(out, expected, 4));
   EXPECT_EQ(out[3], 180.0);
-  // One of the two const.
+  // One of the two arguments is const.
   postMultiply(&m, in, out);
   EXPECT_EQ(out[3], 189.0);
   preMultiply(v, &same, out);

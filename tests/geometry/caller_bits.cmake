@@ -1,5 +1,5 @@
-# Builds CallerBits.cpp as a caller does who asks for every speed-up and for fixed bits, and compares what it prints with
-# what REFERENCE prints, which is built with the library's flags.
+# Builds CallerBits.cpp like a caller who turns on every optimisation and asks for fixed bits, and compares its output
+# with that of REFERENCE, which is built with the library's flags.
 separate_arguments(flags UNIX_COMMAND "${FLAGS}")
 execute_process(
   COMMAND ${COMPILER} -std=c++17 ${flags} -I${SOURCE_DIR} ${SOURCE_DIR}/tests/geometry/CallerBits.cpp -o ${PROGRAM}

@@ -1,5 +1,5 @@
-# The inlined quaternion code at every level and for every machine that a caller may ask for: Literals.cpp is built
-# at test time against the library, as a caller would, and run where this machine can.
+# The inlined quaternion code at every optimisation level and for every machine that a caller may choose. Literals.cpp
+# is built at test time, like a caller's program, and run if this machine can.
 find_program(geometry_gxx g++)
 find_program(geometry_clangxx clang++)
 if(NOT LIMBER_SANITIZE)
@@ -43,10 +43,10 @@ if(NOT LIMBER_SANITIZE)
   endforeach()
 endif()
 
-# The quaternion as machines without SSE2 compile it.
+# The quaternion compiled as on machines without SSE2.
 target_sources(test_geometry PRIVATE geometry/ScalarQuat.cpp)
 
-# The rotation formats are set before any code runs, also where the library's objects are linked into the program.
+# The rotation formats are set before any code runs, even if the library's objects are linked into the program.
 add_executable(
   test_geometry_early geometry/EarlyInitialiser.cpp $<TARGET_OBJECTS:limber_foundation>
                       $<TARGET_OBJECTS:limber_linalg> $<TARGET_OBJECTS:limber_geometry>)

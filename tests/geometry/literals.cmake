@@ -1,5 +1,5 @@
-# Builds Literals.cpp with COMPILER and FLAGS and runs it. A machine that lacks the instructions, or a compiler
-# that does not know them, skips by name.
+# Builds Literals.cpp with COMPILER and FLAGS and runs it. The test is skipped by name if the machine lacks the
+# instructions or the compiler does not know them.
 separate_arguments(flags UNIX_COMMAND "${FLAGS}")
 string(REGEX MATCH "-march=([^ ]*)" march "${FLAGS}")
 set(machine "${CMAKE_MATCH_1}")

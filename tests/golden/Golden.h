@@ -3,15 +3,15 @@
 #include <cstdint>
 #include <string>
 
-/// The golden numbers: fixed inputs, and results as hexadecimal doubles, one a line. Every build of the
+/// The golden numbers: fixed inputs, and results as hexadecimal doubles, one per line. Every build of the
 /// library must print the same bits, whatever the compiler, the optimisation level and the machine.
 ///
-/// Each contributor has a file here with one function that prints and one static Part:
+/// Each group of results has a file here with one function that prints and one static Part:
 ///
 ///   void run() { ... golden::print("dot", dot(&a, &b)); ... }
 ///   const golden::Part part("vectors", run);
 ///
-/// bits.txt is what is expected; golden.py compares, and with --update writes it anew.
+/// bits.txt holds the expected output. golden.py compares it, and with --update writes it again.
 namespace golden {
 
 /// A fixed sequence of numbers in [-1, 1), exact in any arithmetic of doubles (no library distribution is the
@@ -33,7 +33,7 @@ void print(const std::string& name, double value);
 /// Prints "part.name[i] ..." for each of n values.
 void print(const std::string& name, const double* values, int n);
 
-/// A contributor's function; the parts run in the order of their names.
+/// A function that prints results. The parts run in the order of their names.
 class Part {
  public:
   Part(const char* name, void (*run)());

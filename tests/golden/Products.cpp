@@ -1,4 +1,4 @@
-// Sparse and dense matrices by vectors: each sum in its own documented order.
+// Products of sparse and dense matrices with vectors: each sum in its documented order.
 #include <memory>
 #include <vector>
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int height = 37;  // no multiple of any number of rows that are taken side by side
+constexpr int height = 37;  // not a multiple of any number of rows that are processed side by side
 constexpr int width = 53;
 
 void fill(golden::Numbers& numbers, Vector& v) {

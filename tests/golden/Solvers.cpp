@@ -16,7 +16,8 @@ void run() {
   for (int i = 0; i < height; ++i) {
     rows.push_back(std::make_unique<SpVec>(1));
     for (int k = 0; k < 8; ++k) {
-      const double value = numbers.next();  // apart: compilers order the evaluation of arguments as they like
+      const double value =
+          numbers.next();  // a separate statement, because the evaluation order of arguments is not specified
       rows.back()->ins(value, numbers.below(width));
     }
     rows.back()->ins(1.5, i % width);

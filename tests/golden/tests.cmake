@@ -1,4 +1,5 @@
-# Golden numbers: of the library as built here, and of its sources built again by each compiler at each level.
+# Golden numbers of the library as built here, and of its sources built again by each compiler at each optimisation
+# level.
 set(golden ${CMAKE_CURRENT_SOURCE_DIR}/golden)
 file(GLOB golden_sources CONFIGURE_DEPENDS ${golden}/*.cpp)
 add_executable(golden_bits ${golden_sources})

@@ -13,7 +13,7 @@ namespace {
 int failures = 0;
 int counting(const char*) { return failures++; }
 
-// Draws, copies and pops while the k-th allocation fails; returns whether one did.
+// Draws, copies and pops while the k-th allocation fails. Returns true if one failed.
 bool drawWithout(long k, const char* path) {
   const EmptyPool guard;  // the pool's refill is one of the allocations
   allocations::FailAt trap(k, true);
@@ -45,7 +45,7 @@ TEST(AIPSWriter, SurvivesEveryFailedAllocation) {
   EXPECT_GE(k, 4) << "a name, a cell batch and matrices are allocated";
 }
 
-// The sixteen pushes fill the table of sharers at different places in the copying of the stack.
+// The sixteen pushes make the table of holders grow at different moments of copying the stack.
 TEST(AIPSWriter, ACopyThatCannotBeNotedLeavesTheOriginalWhole) {
   TemporaryDirectory directory;
   const std::string path = directory / "alloc.ai";

@@ -29,7 +29,8 @@ const std::string trailer =
     "Adobe_level2_AI5 /terminate get exec\n"
     "%%EOF\n";
 
-// What `draw` writes between the first pen settings and the trailer; the file must have all three.
+// The text that `draw` writes between the first pen settings and the trailer. The file must contain all
+// three.
 template <class Draw>
 std::string drawn(Draw draw) {
   CapturedOutput output;
@@ -183,7 +184,7 @@ TEST(AIPSWriter, UnbalancedGroupsAreWarnedOfAtTheEnd) {
     EXPECT_EQ(writer.groupCount, 1);
   }
   EXPECT_EQ(readFile(path), header + pen + "u\nu\nU\n" + trailer);
-  // The message has no place for the count: it prints as it stands.
+  // The message has no placeholder for the count, so it is printed unchanged.
   const std::vector<std::string> expected = {"WARNING @ (AIPS:69) :", "Bogus group count at AIPS close!",
                                              "\n"};
   EXPECT_EQ(output.errCalls(), expected);
@@ -271,7 +272,7 @@ TEST(AIPSWriter, AprFormatsToTheStream) {
   EXPECT_EQ(drawn([](AIPSWriter& w) { w.apr("%% %s %d\n", "note", 7); }), "% note 7\n");
 }
 
-// A second init completes the first drawing. The stream and the name it gets may be the writer's own.
+// A second init completes the first drawing. Its stream and name may be those of the writer.
 TEST(AIPSWriter, InitGoesOnInItsOwnStream) {
   CapturedOutput output;
   TemporaryDirectory directory;
@@ -380,7 +381,7 @@ TEST(AIPSWriter, RemovesOnlyRegularFiles) {
     { AIPSWriter writer(path.c_str()); }  // a FIFO that is opened would wait for its reader
     EXPECT_EQ(output.err(), "ERR: Bad file to AIPSWriter @ (AIPS:28)\n");
     EXPECT_EQ(stat(path.c_str(), &info), 0) << path;
-    // With a stream of its own the writer needs no file, and still removes nothing else.
+    // If it gets a stream, the writer needs no file and removes nothing.
     output.clear();
     { AIPSWriter writer(std::tmpfile(), path.c_str(), 0, 0, 1, 1); }
     EXPECT_EQ(output.err(), "");

@@ -1,7 +1,7 @@
-// Draws every operator of the Illustrator writer, one a cell, to the file named by the first argument, and
-// prints for each cell where its ink must be: "name x0 y0 x1 y1 least most r g b", a box in page points, the
-// least and the most ink it holds in square points, and the colour of most of it (-1 where there are
-// several).
+// Draws every operator of the Illustrator writer, one per cell, to the file named by the first argument, and
+// prints for each cell where its ink must be: "name x0 y0 x1 y1 least most r g b". These are a box in page
+// points, the least and the most ink in it in square points, and the colour of most of the ink (-1 if there
+// are several).
 #include <cstdio>
 
 #include "limber/geometry/Pnt3.h"

@@ -1,4 +1,4 @@
-# Every operator rendered by Ghostscript.
+# Ghostscript renders every operator.
 add_executable(every_operator graphics/EveryOperator.cpp)
 target_link_libraries(every_operator PRIVATE limber::limber limber_flags)
 add_test(NAME AIPSWriter.EveryOperatorRendersWhereItBelongs

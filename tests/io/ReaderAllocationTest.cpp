@@ -23,7 +23,8 @@ TEST(Reader, ReportsAFailedAllocationOfTheName) {
     EXPECT_EQ(report.rfind(searched ? "FATAL ERROR@(Reader:" : "FATAL ERROR:", 0), 0u) << report;
     EXPECT_NE(report.find(":NEW fails - memory problem\n"), std::string::npos) << report;
     EXPECT_EQ(output.errCalls().size(), 1u);
-    EXPECT_EQ(ok, !searched);  // without a place for the path it does not open; without a name it reads on
+    EXPECT_EQ(ok, !searched);  // without memory for the path it does not open the file; without memory for
+                               // the name it still reads
   }
 }
 

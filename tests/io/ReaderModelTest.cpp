@@ -1,5 +1,5 @@
-// The reader beside a slow one written byte by byte, over random text and random operations: every result and
-// every field must agree after every step.
+// Compares the reader with a slow one that works byte by byte, on random text with random operations. Every
+// result and every field must agree after every step.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -163,7 +163,7 @@ void expectSameFields(const Reader& r, const Model& m) {
   ASSERT_EQ(r.lastWordValid, m.lastWordValid);
   ASSERT_EQ(r.bufCount, m.bufCount);
   ASSERT_EQ(r.bufPos, m.bufPos);
-  // Behind the terminators too: gets looks there.
+  // The bytes after the terminators too, because gets reads them.
   ASSERT_EQ(std::memcmp(r.line, m.line.data(), sizeof r.line), 0);
   ASSERT_EQ(std::memcmp(r.word, m.word.data(), sizeof r.word), 0);
   ASSERT_EQ(std::memcmp(r.buf, m.buf.data(), sizeof r.buf), 0);
@@ -173,7 +173,7 @@ void expectSameFields(const Reader& r, const Model& m) {
   ASSERT_EQ(r.getLastWord(), nullptr);
 }
 
-// One operation on both; false when they differ.
+// Applies one operation to both and compares the results.
 void step(Reader& r, Model& m, unsigned which, int complain) {
   switch (which) {
     case 0:
@@ -255,7 +255,7 @@ TEST(ReaderModel, EveryFieldAgreesAfterEveryOperation) {
     FileReader file(text, round % 2);
     Model model(text);
     expectSameFields(file.reader, model);
-    // Some rounds mostly read words, so that they get far; every round goes on a little behind the end.
+    // Some rounds mostly read words, so that they get far. Every round continues a little after the end.
     const unsigned kinds = round % 3 ? 9 : 40;
     for (int behind = 0; behind < 4; behind += model.atEnd()) {
       step(file.reader, model, random() % kinds, static_cast<int>(random() % 2));

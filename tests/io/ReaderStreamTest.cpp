@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* noPath = nullptr;
 
-// The words of `text` by the rule alone.
+// The words of `text`, split by the documented rule.
 Words split(const std::string& text) {
   Words words(1);
   for (const char c : text) {
@@ -129,7 +129,7 @@ TEST(ReaderStream, CorruptedCompressedFilesEnd) {
   }
 }
 
-// The words that gzread gives with the buffer that it chooses itself, 1024 bytes at a time.
+// The words that gzread returns with its default buffer, 1024 bytes at a time.
 Words wordsOfGzread(const std::string& path) {
   const gzFile stream = gzopen(path.c_str(), "rb");
   std::string text;
@@ -164,7 +164,7 @@ TEST(ReaderStream, DamageCostsNoMoreTextThanGzreadLoses) {
     Reader byName(path.c_str(), noPath), searched("bad.gz", directory.path().c_str()),
         adopted(gzopen(path.c_str(), "rb"), "bad.gz");
     for (Reader* r : {&byName, &searched, &adopted}) {
-      EXPECT_EQ(r->damaged(), r->ok() ? 0 : 1);  // nothing may be left of a file that is cut early
+      EXPECT_EQ(r->damaged(), r->ok() ? 0 : 1);  // a file that is cut off early may give no text at all
       EXPECT_EQ(wordsOf(*r), expected);
       EXPECT_EQ(r->damaged(), 1);
     }
@@ -178,7 +178,7 @@ TEST(ReaderStream, AMissingOrWrongTrailerIsDamageThoughEveryWordArrives) {
   const std::string whole = readFile(directory.writeGz("whole.gz", "one two three\n"));
   for (std::size_t missing = 1; missing <= 8; ++missing) {
     Reader r(directory.write("cut.gz", whole.substr(0, whole.size() - missing)).c_str(), noPath);
-    EXPECT_EQ(r.damaged(), 0);  // words are left
+    EXPECT_EQ(r.damaged(), 0);  // there are more words
     EXPECT_EQ(wordsOf(r), (Words{"one", "two", "three"}));
     EXPECT_EQ(r.damaged(), 1) << missing;
   }
@@ -314,8 +314,8 @@ TEST(ReaderStream, CopiesShareStreamAndName) {
   EXPECT_EQ(copy.name, file.reader.name);
   EXPECT_STREQ(copy.getWord(), "word0");
   EXPECT_STREQ(file.reader.getWord(), "word0");
-  // Each goes through its own copy of the first 1024 bytes; what lies behind is read once, by the first to
-  // come.
+  // Each copy has its own first 1024 bytes. The bytes after that are read only once, by the first copy that
+  // gets there.
   const Words rest = wordsOf(copy);
   EXPECT_EQ(rest.back(), "word999");
   const Words own = wordsOf(file.reader);
@@ -376,7 +376,7 @@ TEST(ReaderStream, AssignmentLetsGoOfTheOldFile) {
   EXPECT_STREQ(a.getWord(), "2");
 }
 
-// What callers may write is compiled here.
+// Compiles the forms that callers may write.
 TEST(ReaderStream, NullIsAReaderAtEndHoweverItIsSpelled) {
   Reader null(NULL, "x"), pointer(nullptr, "x");
   EXPECT_EQ(null.ok(), 0);

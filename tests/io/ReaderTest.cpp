@@ -26,7 +26,7 @@ static_assert(offsetof(Reader, bufCount) == 5156);
 static_assert(offsetof(Reader, bufPos) == 5160);
 static_assert(sizeof(Reader) == 5168);
 
-// All characters that getc gives.
+// All characters that getc returns.
 std::string charactersOf(const std::string& bytes) {
   FileReader file(bytes);
   std::string all;
@@ -83,7 +83,7 @@ TEST(Reader, OpensAlongASearchPathAndKeepsThePathItFound) {
   Reader r("found.txt", list.c_str());
   EXPECT_EQ(std::string(r.name), directory / "found.txt");
   EXPECT_STREQ(r.getWord(), "here");
-  std::memset(r.name, 'n', 511);  // the caller's to use, up to 512 bytes
+  std::memset(r.name, 'n', 511);  // callers may use up to 512 bytes
   r.name[511] = 0;
 
   Reader missing("missing.txt", list.c_str());
@@ -226,7 +226,7 @@ TEST(Reader, GetNonWSSkipsWhiteAndGivesZeroAtEnd) {
   EXPECT_EQ(file.reader.getNonWS(), 'a');
   EXPECT_EQ(file.reader.getNonWS(), 'b');
   EXPECT_EQ(file.reader.ok(), 1);
-  EXPECT_EQ(file.reader.getNonWS(), 0);  // not the blank before the end
+  EXPECT_EQ(file.reader.getNonWS(), 0);  // it does not return the blank before the end
   EXPECT_EQ(file.reader.ok(), 0);
 }
 
@@ -283,10 +283,10 @@ TEST(Reader, GetsReturnsABlankLineOverWhatAnEarlierWordLeft) {
   two.reader.getWord();  // leaves "w" in word, and the last line as the current one
   EXPECT_STREQ(two.reader.line, "last");
   FileReader three("x \n\n\n  \n  \nlast\n");
-  three.reader.word[511] = '!';  // the last byte that is looked at
+  three.reader.word[511] = '!';  // the last byte that is read
   EXPECT_STREQ(three.reader.gets(), "");
   three.reader.word[511] = 0;
-  three.reader.buf[0] = '!';  // beyond what is looked at
+  three.reader.buf[0] = '!';  // after the last byte that is read
   EXPECT_STREQ(three.reader.gets(), "last");
 }
 
@@ -322,7 +322,7 @@ TEST(Reader, BgetsCutsAtItsSizeAndGoesOnWithTheRemainder) {
   EXPECT_EQ(line[4], '#');
   EXPECT_STREQ(file.reader.bgets(line, 10), "def");
   EXPECT_STREQ(file.reader.bgets(line, 3), "gh");
-  EXPECT_STREQ(file.reader.bgets(line, 10), "");  // the line end of a line that was cut at its end
+  EXPECT_STREQ(file.reader.bgets(line, 10), "");  // the line end after a line that was cut exactly at its end
   EXPECT_EQ(file.reader.bgets(line, 10), nullptr);
   EXPECT_STREQ(line, "");
   EXPECT_EQ(file.reader.lineNo, 1);

@@ -6,7 +6,7 @@
 #include "limber/io/Reader.h"
 #include "tests/support/TemporaryFile.h"
 
-/// A file of its own with `bytes`, and a reader on it.
+/// A temporary file with `bytes`, and a reader of it.
 struct FileReader {
   TemporaryDirectory directory;
   std::string path;

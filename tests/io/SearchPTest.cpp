@@ -12,14 +12,14 @@
 
 namespace {
 
-// The candidate that remains when nothing opens.
+// The last candidate, when no file can be opened.
 std::string lastTried(const char* searchPath, const char* name) {
   char path[500] = "untouched";
   EXPECT_EQ(fopenp(searchPath, name, path, "rb"), nullptr);
   return path;
 }
 
-// The stream holds "text"; closes it.
+// Checks that the stream contains "text", and closes it.
 void expectText(void* opened) {
   ASSERT_NE(opened, nullptr);
   const auto stream = static_cast<gzFile>(opened);

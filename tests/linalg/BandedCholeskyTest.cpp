@@ -55,7 +55,7 @@ TEST(BandedCholesky, SolvesIllConditionedSystemsToTheSameResidual) {
     for (int n : {2, 15, 60}) {
       Engine engine(static_cast<unsigned>(n + trial));
       FullMatrix a = definite(engine, n, 3);
-      // Scaled from both sides: the condition grows with the square of the smallest.
+      // Scaled from both sides: the condition grows with the inverse square of the smallest factor.
       for (int i = 0; i < n; ++i) {
         for (int j = 0; j < n; ++j) a.e(i, j) *= std::pow(conditionOf(trial), -0.5 * (i + j) / (n - 1));
       }

@@ -44,8 +44,8 @@ TEST(BandedMatrix, BandReachesFurtherLeftThanRight) {
   EXPECT_EQ(m.acc(4, 0), 0.0);
 }
 
-// One test, because what was reported before counts for the whole process: positions here are the first
-// right of a band by 6 and more.
+// This is a single test, because earlier reports count for the whole process: the positions here are the
+// first ones that lie 6 or more places right of a band.
 TEST(BandedMatrix, WritesOutsideTheBandAreReportedOnlyFurtherRightThanBefore) {
   if (!inOwnProcess()) return;
   BandedMatrix m(2000, 6);
@@ -143,7 +143,7 @@ TEST(BandedMatrix, GrowBeyondTheRowsKeepsThemAndAddsTenMore) {
   EXPECT_EQ(m.rows, 12);
   EXPECT_EQ(m.bw, 2);
   EXPECT_EQ(m.data[3], third);
-  EXPECT_EQ(m.acc(3, 4), 4.0);  // values stay where they are: one place right of what was the diagonal
+  EXPECT_EQ(m.acc(3, 4), 4.0);  // values keep their places, which are now one place right of the diagonal
   for (int i = 5; i < 22; ++i)
     for (int k = 0; k < 6; ++k) EXPECT_EQ(m.data[i][k], 0.0);
 }

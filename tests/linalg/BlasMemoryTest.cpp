@@ -1,4 +1,4 @@
-// The factorizations end with a report when there is no memory for the BLAS.
+// The factorizations end with a report if there is no memory for the BLAS.
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@
 #include "limber/linalg/STMLapack.h"
 #include "limber/linalg/Vector.h"
 
-// Present in OpenBLAS only, which is the one that takes memory of its own.
+// Only OpenBLAS has this function, and only OpenBLAS allocates its own memory.
 extern "C" char* openblas_get_config() __attribute__((weak));
 
 namespace {
@@ -38,8 +38,8 @@ rlim_t used() {
   return static_cast<rlim_t>(kilobytes) * 1024;
 }
 
-// Calls what needs the BLAS with 16 MB left, in a process of its own that has not used it before; ends with
-// the number of calls that did not say there is no memory.
+// Calls everything that needs the BLAS with 16 MB left, in a separate process that has not used it before.
+// The exit status is the number of calls that did not report missing memory.
 [[noreturn]] void factorWithoutMemory() {
   stderrF = countReports;
   FullMatrix A(2, 2), B(2, 2), C(2, 2);

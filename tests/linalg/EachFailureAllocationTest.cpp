@@ -1,5 +1,5 @@
-// Every constructor and function of the room that allocates, with its k-th allocation failing for every k
-// until none does: it reports, nothing crashes, and what comes next works.
+// Calls every constructor and function of the room that allocates, with its k-th allocation failing, for
+// every k until none fails. It must report, nothing may crash, and the next call must work.
 #include <gtest/gtest.h>
 
 #include <functional>

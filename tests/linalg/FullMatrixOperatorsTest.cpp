@@ -13,7 +13,7 @@ namespace {
 
 using Rows = std::vector<std::vector<double>>;
 
-// A matrix whose elements read as their storage plus 100, to show who goes through operator().
+// A matrix whose operator() returns the stored value plus 100, to show which functions call it.
 class Shifted : public FullMatrix {
  public:
   using FullMatrix::FullMatrix;

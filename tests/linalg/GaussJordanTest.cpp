@@ -17,7 +17,7 @@ using tolerance::small;
 
 namespace {
 
-// The elimination step by step as it is described, written for clarity: the reference for bits and events.
+// The documented elimination step by step, written for clarity: the reference for bits and events.
 struct Reference {
   FullMatrix a;
   std::vector<double> b;
@@ -123,7 +123,7 @@ TEST(GaussJordan, ScalesTheVectorAtTheColumnsPlaceOfTheArrayDeliberately) {
   gaussj(a, nullptr, vectors.data.get());
   EXPECT_EQ(a.e(0, 0), 0.5);
   EXPECT_EQ(a.e(1, 1), 0.25);
-  // Column 1 is first: vector 1 as a whole is divided by 4. Then column 0: vector 0 as a whole by 2.
+  // Column 1 is first: the whole vector 1 is divided by 4. Then column 0: the whole vector 0 is divided by 2.
   EXPECT_EQ(vectors.data[1][0], 11.0 * 0.25);
   EXPECT_EQ(vectors.data[1][1], 12.0 * 0.25);
   EXPECT_EQ(vectors.data[0][0], 0.5);
@@ -218,7 +218,7 @@ TEST(Invert, ReachesElementsThroughTheVirtualAccess) {
     explicit Halved(int n) : FullMatrix(n, n) {}
     double& operator()(int i, int j) const override { return FullMatrix::operator()(i, rows() - 1 - j); }
   } a(2);
-  a.e(0, 0) = 1.0, a.e(0, 1) = 2.0, a.e(1, 0) = 4.0;  // shows itself as [2 1; 0 4]
+  a.e(0, 0) = 1.0, a.e(0, 1) = 2.0, a.e(1, 0) = 4.0;  // its operator() returns [2 1; 0 4]
   EXPECT_EQ(a.invert(), 1);
   EXPECT_EQ(a(0, 0), 0.5);
   EXPECT_EQ(a(0, 1), -0.125);

@@ -193,8 +193,8 @@ TEST(HSpMat, EntriesOutsideTheVectorsStorageAreLeftOut) {
   expectElements(y, {1, 2, 6, 7, 2});
 }
 
-// Rows of every length from 0 to 40, some missing, some with an entry outside, more of them than any stretch
-// that is asked for ahead.
+// Rows of every length from 0 to 40, some null, some with an entry outside the vector. There are more rows
+// than are ever prefetched.
 TEST(HSpMat, ProductsOfManyRowsKeepEachSumsOrder) {
   std::mt19937_64 random(29);
   for (const int h : {4095, 4096, 5001, 65537}) {
@@ -230,7 +230,7 @@ TEST(HSpMat, ProductsOfManyRowsKeepEachSumsOrder) {
   }
 }
 
-// The widest row stands first, in the middle or last; the vector has values for some of the rows only.
+// The widest row is first, in the middle or last. The vector has values for only some of the rows.
 TEST(HSpMat, MultTFindsTheWidthWhereverTheWidestRowIs) {
   for (const int widest : {0, 1, 30, 58, 59}) {
     for (const int values : {0, 5, 31, 60}) {
@@ -248,7 +248,7 @@ TEST(HSpMat, MultTFindsTheWidthWhereverTheWidestRowIs) {
         expected[i / 2] += x[i] * (1.0 + i);
         expected[i == widest ? 99 : 40] += x[i] * (0.1 * (1 + i));
       }
-      // what lies between the size and the capacity of x has no rows of its own
+      // no rows correspond to the elements between the size and the capacity of x
       for (int i = values; i < x.capacity; ++i) x.data[i] = 0.0;
       matrix.multT(&x, &y);
       matrix.multT(&x, &roomy);
@@ -262,7 +262,7 @@ TEST(HSpMat, MultTFindsTheWidthWhereverTheWidestRowIs) {
   }
 }
 
-// SpVec::compact leaves the width one short, so the last entry has no place in the result.
+// SpVec::compact makes the width one smaller, so the last entry has no place in the result.
 TEST(HSpMat, MultTAfterCompactKeepsToTheWidth) {
   OwnRows m({{{0, 1.0}, {39, 2.0}}});
   m.rows[0]->compact(0.5);
@@ -271,7 +271,7 @@ TEST(HSpMat, MultTAfterCompactKeepsToTheWidth) {
   m.matrix.multT(&x, &y);
   EXPECT_EQ(y.size(), 39);
   EXPECT_EQ(y[0], 1.0);
-  // A wider row that follows brings the place into view, with what was added to it.
+  // A wider row that follows makes the place visible, with the value that was added to it.
   m.add(rowOf({{49, 1.0}}));
   Vector x2 = vectorOf({1, 1}), bare, roomy(60);
   roomy = 5.0;
@@ -285,8 +285,8 @@ TEST(HSpMat, MultTAfterCompactKeepsToTheWidth) {
   }
 }
 
-// A product with compacted rows reads the slot behind its operand. Here the operand is what the transposed
-// product has left, in storage that was longer before.
+// A product with compacted rows reads the slot after its operand. Here the operand is the result of the
+// transposed product, in storage that used to be longer.
 TEST(HSpMat, ProductsAfterCompactDoNotSeeWhatTheStorageHeldBefore) {
   std::mt19937_64 random(77);
   for (int trial = 0; trial < 60; ++trial) {
@@ -310,7 +310,7 @@ TEST(HSpMat, ProductsAfterCompactDoNotSeeWhatTheStorageHeldBefore) {
   }
 }
 
-// Each entry at random anywhere, so that the width of a row says little about its indices.
+// Entries at random places, so that the width of a row says little about its indices.
 TEST(HSpMat, ProductsWithUnsortedRowsTakeEveryEntryInsideTheWidth) {
   std::mt19937_64 random(78);
   for (int trial = 0; trial < 200; ++trial) {

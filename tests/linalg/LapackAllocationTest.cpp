@@ -1,4 +1,5 @@
-// Allocations of the dense routines: none below the fixed limits, and what stands after a failed one.
+// Allocations of the dense routines: there are none below the fixed limits, and a failed one leaves valid
+// objects.
 #include <gtest/gtest.h>
 
 #include "limber/linalg/FullMatrix.h"
@@ -18,7 +19,7 @@ void scaledIdentity(FullMatrix& a, double s) {
 
 }  // namespace
 
-// The bookkeeping is allocated by the first call that has the memory.
+// The first successful call allocates the bookkeeping.
 TEST(GaussJordanAllocation, FailedFirstCallIsFatalAtItsLineAndLeavesAllAlone) {
   if (!inOwnProcess()) return;
   FullMatrix a(2, 2);

@@ -35,8 +35,8 @@ std::vector<SpVec> threeRows() {
   return {rowOf({{0, 1.0}, {4, 2.0}}), rowOf({{1, 10.0}, {4, 20.0}}), rowOf({{4, 200.0}, {6, 300.0}})};
 }
 
-// Three terms or more, one insertion at a time: the terms in use stay in order but that the last one takes
-// the slot of one that has run out.
+// Three terms or more, one insertion at a time. The active terms stay in order, except that the last one
+// replaces a term that has run out.
 void plainMerge(const std::vector<double>& coefficients, const std::vector<SpVec>& rows, SpVec& out) {
   struct Cursor {
     double coefficient;

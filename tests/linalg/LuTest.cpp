@@ -120,7 +120,7 @@ TEST(Lu, SingularMatrixGivesThePivotThatIsZero) {
   long pivots[3];
   EXPECT_EQ(luFactor(&a, pivots), 3);
   EXPECT_EQ(luInvert(&a, pivots), 3);
-  // The one-argument form has the INFO of the inversion, which meets the same zero.
+  // The form with one argument returns the INFO of the inversion, which finds the same zero.
   EXPECT_EQ(luInvert(&again), 3);
   EXPECT_TRUE(tolerance::sameBits(a.data, again.data, 9));
 }
@@ -134,7 +134,7 @@ TEST(Lu, WideAndTallMatricesFactorWithTheSmallerNumberOfPivots) {
     long pivots[3] = {-1, -1, -77};
     ASSERT_EQ(luFactor(&lu, pivots), 0);
     EXPECT_EQ(pivots[2], -77);
-    // P L U of the transpose, put together again.
+    // Multiplies P L U of the transpose.
     FullMatrix l(columns, 2), u(2, rows);
     for (int i = 0; i < columns; ++i) {
       for (int k = 0; k < 2; ++k) l.e(i, k) = i == k ? 1.0 : i > k ? lu.e(k, i) : 0.0;
@@ -155,7 +155,8 @@ TEST(Lu, InversionOfARectangleStaysInsideItsStorage) {
   for (int k = 0; k < 6; ++k) a.data[k] = k + 1.0;
   long pivots[2] = {1, 2};
   EXPECT_EQ(luInvert(&a, pivots), 0);
-  // The order and the leading dimension are both 2: the factors were [1 3; 2 4] by columns, the rest stays.
+  // The order and the leading dimension are both 2: the factors were [1 3; 2 4] by columns, and the rest does
+  // not change.
   EXPECT_EQ(a.data[4], 5.0);
   EXPECT_EQ(a.data[5], 6.0);
 }

@@ -34,7 +34,7 @@ inline FullMatrix randomMatrix(std::mt19937_64& random, int r, int c) {
   return m;
 }
 
-/// A row-sparse matrix with rows of its own.
+/// A row-sparse matrix that owns its rows.
 struct OwnRows {
   std::vector<std::unique_ptr<SpVec>> rows;
   HSpMat matrix{0};
@@ -54,7 +54,7 @@ struct OwnRows {
   }
 };
 
-/// Deletes the image that FullMatrix::compact hands to its caller.
+/// Deletes the image that FullMatrix::compact returns.
 inline void deleteImage(SpMat* image) {
   HSpMat* const sparse = static_cast<HSpMat*>(image);
   for (int i = 0; i < sparse->height(); ++i) delete sparse->row(i);

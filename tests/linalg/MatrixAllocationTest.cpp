@@ -15,8 +15,8 @@ namespace {
 
 using Rows = std::vector<std::vector<double>>;
 
-// Makes what `work` wants, then runs it with its k-th allocation failing, for k = 0, 1, ... until none does;
-// `check` sees every one that failed. Returns how many allocations there were.
+// Calls `make` for the operands of `work`, then runs `work` with its k-th allocation failing, for k = 0, 1,
+// ... until none fails. `check` is called after each failure. Returns how many allocations there were.
 template <class Make, class Work, class Check>
 int failEachInTurn(Make make, Work work, Check check) {
   for (int k = 0;; ++k) {
@@ -123,7 +123,7 @@ TEST(MatrixAllocation, GrowWithinTheCapacityAllocatesNothing) {
   EXPECT_EQ(allocations::count(), before);
 }
 
-// n bytes, not n doubles: deliberate.
+// Contract: n bytes, not n doubles.
 TEST(MatrixAllocation, StorageOnlyClearsItsFirstNBytesOnly) {
   const FullMatrix m(6);
   const ResizeMatrix r(6);
@@ -134,7 +134,7 @@ TEST(MatrixAllocation, StorageOnlyClearsItsFirstNBytesOnly) {
 }
 
 TEST(MatrixAllocation, PoolOfCompactedRowsGrowsByTwiceWhatIsMissing) {
-  // The other tests here take far fewer rows than 500.
+  // The other tests here use far fewer rows than 500.
   ResizeMatrix tall(3000, 1);
   naiveCompact(&tall, 0.0, 0, 1);
   tall.grow(5500, 1);
@@ -219,7 +219,7 @@ TEST(MatrixAllocation, DenseImageAfterAFailureHasTheRowsThatFit) {
 }
 
 TEST(MatrixAllocation, NaiveImageAfterAFailureHasTheRowsThatFit) {
-  FullMatrix tall(9000, 1);  // more rows than any test here has asked for
+  FullMatrix tall(9000, 1);  // more rows than any test here has used
   for (int k : {0, 1, 2, 100, 5000}) {
     CapturedOutput output;
     {

@@ -106,7 +106,7 @@ TEST(SparseProducts, MultTFillsAnyShapeWithoutLeavingTheOperands) {
   EXPECT_EQ(elementsOf(out), (Rows{{12, 0}, {0, 0}}));
 }
 
-// Says of itself that it is smaller than its storage, and reads as its storage turned round.
+// A matrix that returns smaller sizes than its storage has, and its elements in the opposite order.
 class Corner : public FullMatrix {
  public:
   Corner() : FullMatrix(2, 2) {}

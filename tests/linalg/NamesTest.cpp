@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-// A program with a class of one of the library's names says which one it means.
+// A program that has a class with the same name as one of the library's must say which one it means.
 namespace program {
 
 struct Vector {

@@ -1,4 +1,4 @@
-// Functions that take a null operand do nothing, or what is stated for one.
+// Functions with a null operand do nothing, or what their documentation says.
 #include <gtest/gtest.h>
 
 #include "limber/linalg/GaussJordan.h"

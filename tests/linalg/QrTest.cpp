@@ -296,8 +296,8 @@ TEST(SolveUTri, OfOrderZeroTouchesNothing) {
   EXPECT_EQ(right.e(0, 0), 5.0);
 }
 
-// From about 632 x 632 on the reflectors alone are longer than the fixed workspace. Q^T A = R to the rounding
-// of a sum of n terms, for one column and for many.
+// From about 632 x 632 on, the reflectors alone are longer than the fixed workspace. Q^T A = R up to the
+// rounding of a sum of n terms, for one column and for many.
 TEST(Qr, FactorsThatFillTheWorkspaceAreAppliedWhole) {
   for (const int n : {631, 640, 700}) {
     for (const int columns : {1, 90}) {

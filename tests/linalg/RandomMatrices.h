@@ -40,8 +40,8 @@ inline void reflect(Engine& engine, FullMatrix& m, bool left) {
   }
 }
 
-/// Fills m with a matrix of the given 2-norm condition: singular values evenly spaced in their logarithms
-/// from 1 down to 1 / condition, turned from both sides.
+/// Fills m with a matrix of the given 2-norm condition: singular values from 1 down to 1 / condition with
+/// evenly spaced logarithms, multiplied by rotations from both sides.
 inline void fillConditioned(Engine& engine, FullMatrix& m, double condition) {
   m.zero();
   const int n = std::min(m.rows(), m.columns());
@@ -52,7 +52,7 @@ inline void fillConditioned(Engine& engine, FullMatrix& m, double condition) {
   }
 }
 
-/// 1, 1e2, ..., 1e10 by turns.
+/// 1, 1e2, ..., 1e10 in turn.
 inline double conditionOf(int trial) { return std::pow(10.0, 2 * (trial % 6)); }
 
 /// The Frobenius norm.
@@ -89,7 +89,7 @@ inline FullMatrix identity(int n) {
   return m;
 }
 
-/// The Frobenius norm of a - b, NaN where they differ in shape.
+/// The Frobenius norm of a - b, NaN if their shapes differ.
 inline double distance(const FullMatrix& a, const FullMatrix& b) {
   if (a.rows() != b.rows() || a.columns() != b.columns()) return std::nan("");
   double sum = 0.0;

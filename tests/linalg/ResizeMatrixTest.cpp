@@ -87,7 +87,7 @@ TEST(ResizeMatrix, GrownOneHasItsSpareElement) {
   EXPECT_EQ(m(2, 3), 1.0);
 }
 
-// Rows behind the shape that the storage still holds are reached by what is not checked, and no others.
+// Unchecked operations reach rows outside the shape that the storage still holds, and no others.
 TEST(ResizeMatrix, PlacesBehindTheShapeAreReachedWhereTheStorageHoldsThem) {
   ResizeMatrix m(3, 2);
   m.grow(1, 2);
@@ -105,7 +105,7 @@ TEST(ResizeMatrix, PlacesBehindTheShapeAreReachedWhereTheStorageHoldsThem) {
   EXPECT_EQ(m.data[2], a.acc(1, 0) * b.acc(0, 0) + a.acc(1, 1) * b.acc(1, 0));
 }
 
-// A capacity that lies would make the next grow write outside the array.
+// A wrong capacity would make the next grow write outside the array.
 void expectTrueCapacity(ResizeMatrix& m, int capacity) {
   EXPECT_EQ(m.allocated, capacity);
   m.grow(1, capacity);

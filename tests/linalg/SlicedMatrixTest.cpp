@@ -40,7 +40,8 @@ Vector operand(std::mt19937_64& random, int n) {
   return v;
 }
 
-// Both products of one matrix, with operands of full size, too short ones, and results that held something.
+// Both products of one matrix, with operands of full size, with operands that are too short, and with results
+// that had values before.
 void expectSameProducts(const SpMat& expected, const SpMat& found, std::mt19937_64& random) {
   const int h = expected.height(), w = expected.width();
   ASSERT_EQ(found.height(), h);
@@ -196,7 +197,7 @@ TEST(SlicedMatrix, TakesTheElementsOfAnyMatrix) {
   EXPECT_EQ(sliced.acc(6, 7), 1e-20);
 }
 
-// Each place of a structured matrix, which answers to its own class only.
+// Reads each place of a structured matrix through its own class.
 template <class Matrix>
 void expectElementsOf(Matrix& m) {
   CapturedOutput output;

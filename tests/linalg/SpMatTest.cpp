@@ -30,7 +30,7 @@ class Slots : public SpMat {
   void scalar(double) override { last = 8; }
 };
 
-// The warning arrives in three writes; its line number is free.
+// The warning consists of three writes. Its line number may be any.
 void expectWarning(const CapturedOutput& output, const std::string& operation) {
   ASSERT_EQ(output.errCalls().size(), 3u);
   EXPECT_EQ(output.errCalls()[0].rfind("WARNING @ (Vectors:", 0), 0u);

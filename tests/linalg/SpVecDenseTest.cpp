@@ -54,7 +54,7 @@ TEST(SpVecDense, DotWithAVector) {
 TEST(SpVecDense, IndicesReachTheWholeStorageAndNoFurther) {
   SpVec row = rowOf({{-1, 7.0}, {1, 2.0}, {4, 3.0}, {9, 5.0}, {2000000000, 5.0}});
   Vector v = vectorOf({1, 1, 1, 1, 1, 1});
-  v.grow(2);  // the slot at 4 is behind the size, but stored
+  v.grow(2);  // the slot at 4 is after the last element, but in the storage
   EXPECT_EQ(dot(row, &v), 5.0);
   EXPECT_EQ(row.weightedL2(&v), 13.0);
   row.scatterAdd(&v, 10.0);
@@ -135,7 +135,7 @@ TEST(SpVecText, SprintWritesTheNumbersOnly) {
   char text[100];
   rowOf({{2, 2.0}, {15, -4.0}}).sprint(text);
   EXPECT_STREQ(text, "SpVec [2 of 4] width [16]");
-  rowOf({{2, 2.0}}).sprint(nullptr);  // nowhere to write
+  rowOf({{2, 2.0}}).sprint(nullptr);  // there is nowhere to write
 }
 
 TEST(SpVecText, PortrayIsDense) {

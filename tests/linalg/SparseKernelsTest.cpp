@@ -72,7 +72,7 @@ TEST(SparseDot, WeightsByIndex) {
 }
 
 TEST(SparseDot, WeightTimesSecondTimesFirst) {
-  // (0.1 * 0.7) * 0.3 and the other groupings differ in the last bit.
+  // (0.1 * 0.7) * 0.3 and the other groupings have different last bits.
   SpVec a = rowOf({{0, 0.3}}), b = rowOf({{0, 0.7}});
   Vector w = vectorOf({0.1});
   EXPECT_TRUE(tolerance::sameBits(sdot(&a, &b, &w), 0.1 * 0.7 * 0.3));

@@ -129,7 +129,7 @@ TEST(Svd, OfNothingIsNoError) {
 }
 
 TEST(Svd, ALargeProblemGrowsTheWorkspace) {
-  const int m = 3200, n = 60;  // DGESVD likes more than the fixed workspace here
+  const int m = 3200, n = 60;  // the optimal workspace of DGESVD is larger than the fixed one here
   Engine engine(1);
   FullMatrix a(n, m), u(n, n), s(1, m), vt(m, m);
   fill(engine, a);

@@ -14,8 +14,8 @@
 
 namespace {
 
-// Runs `work` with its k-th allocation failing, for k = 0, 1, ... until none fails; `work` takes what it
-// changes from scratch. Returns how many failed.
+// Runs `work` with its k-th allocation failing, for k = 0, 1, ... until none fails. `work` creates everything
+// that it changes. Returns how many failed.
 template <class Work>
 int failEach(Work work, bool andAllAfter = false) {
   for (int k = 0;; ++k) {
@@ -44,7 +44,7 @@ void expectEmpty(const Vector& v) {
   EXPECT_EQ(v.data, v.localData);
 }
 
-// A row may be full or cut short, but what it says it holds must be there.
+// A row may be complete or cut short, but all entries that it counts must exist.
 void expectValid(const SpVec& row) {
   EXPECT_GE(row.numEntries, 0);
   EXPECT_LE(row.numEntries, row.values.maxSize());
@@ -56,7 +56,7 @@ void expectValid(const SpVec& row) {
 }  // namespace
 
 TEST(VectorAllocation, ShortVectorsAllocateNothing) {
-  Vector(4).push(1.0);  // from now on the statistics know the pair
+  Vector(4).push(1.0);  // from now on the statistics contain the pair
   const long before = allocations::count();
   Vector v(4), w(2, 3), x;
   x = v;
@@ -137,7 +137,7 @@ TEST(VectorAllocation, TheResizeTableMayFailInSilence) {
   Vector v(0, 7001);
   CapturedOutput output;
   {
-    allocations::FailAt trap(0);  // the table's new pair; the array that follows is there
+    allocations::FailAt trap(0);  // the new pair of the table fails; the array that follows does not
     v.grow(7002);
   }
   EXPECT_EQ(output.err(), "");

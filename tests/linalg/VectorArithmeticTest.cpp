@@ -231,7 +231,7 @@ TEST(VectorSearch, ShortVectorsAreDecidedByTheirEnds) {
   EXPECT_EQ(Vector().closestToInSorted(1.0), 0);
 }
 
-// Among equal elements the one that the search probes first, not the last one.
+// Among equal elements, the result is the one that the search probes first, not the last one.
 TEST(VectorSearch, AnExactHitIsGivenWhereItIsProbed) {
   const Vector middle = vectorOf({0, 1, 1, 1, 2}), front = vectorOf({0, 0, 0, 1});
   EXPECT_EQ(middle.closestToInSorted(1), 2);
@@ -280,7 +280,7 @@ TEST(VectorLerp, FormulasHoldBitForBit) {
   EXPECT_EQ(v.lerp(2.3), 0.7 + (0.3 - 0.7) * (2.3 - 3 + 2.0));
 }
 
-// The ends themselves belong to the extrapolations, which round and overflow in their own way.
+// The ends belong to the extrapolations, which round and overflow differently.
 TEST(VectorLerp, TheEndsAreExtrapolated) {
   EXPECT_TRUE(std::isnan(vectorOf({1e308, -1e308}).lerp(0.0)));
   const double last = vectorOf({0, 1e16, 1}).lerp(2.0);

@@ -12,7 +12,7 @@
 
 namespace {
 
-// What printVectorResizeStats shows, which counts since the program began.
+// The numbers that printVectorResizeStats prints, which count since the program began.
 struct Statistics {
   int total = -1;
   std::map<std::pair<int, int>, int> repeats;

@@ -22,7 +22,7 @@ static_assert(std::is_same<decltype(std::declval<Vector&>() = 1.0), void>::value
 
 namespace {
 
-// A number on the right of -= and /= would be a vector of that many zeros, so it is refused.
+// A number on the right of -= and /= would be converted to a vector of that many zeros, so it is refused.
 template <class Right, class = void>
 struct Subtracts : std::false_type {};
 template <class Right>
@@ -312,7 +312,7 @@ TEST(Vector, ElementAccessIsToTheSameElement) {
   EXPECT_EQ(v[0], 1.0);
 }
 
-// The object at address 0 is what the message is about, so the sanitizer must not stop the test at the call.
+// This tests the message about an object at address 0, so the sanitizer must not stop the test at the call.
 #if defined(__SANITIZE_ADDRESS__)
 #define LIMBER_SANITIZED 1
 #elif defined(__has_feature)

@@ -29,7 +29,7 @@ static_assert(offsetof(SQPMatrix, hessianShift) == 3 * sizeof(void*));
 static_assert(offsetof(SQPMatrix, lowerDiagonal) == 3 * sizeof(void*) + sizeof(double));
 #pragma GCC diagnostic pop
 
-// On a const matrix the three do not compile, where they could only be the interface's.
+// On a const matrix the three do not compile, because they would call the interface's operations.
 template <class M, class = void>
 constexpr bool hasSizes = false;
 template <class M>
@@ -41,7 +41,7 @@ static_assert(hasSizes<DiagonalMatrix> && !hasSizes<const DiagonalMatrix>);
 static_assert(hasSizes<BandedMatrix> && !hasSizes<const BandedMatrix>);
 static_assert(hasSizes<SQPMatrix> && !hasSizes<const SQPMatrix>);
 
-// Who holds one as an SpMat gets the interface's answer to height, width and acc.
+// Through an SpMat&, height, width and acc are the operations of the interface.
 void expectInterfaceWarnings(SpMat& m) {
   CapturedOutput output;
   EXPECT_EQ(m.height(), 0);
@@ -54,7 +54,7 @@ void expectInterfaceWarnings(SpMat& m) {
 }
 
 #if !defined(_WIN32)
-// The operations of its own stand in the slots behind the interface's eight.
+// The new operations are in the slots after the eight of the interface.
 template <class M>
 void expectSlots(M& m, int size) {
   void** const table = *reinterpret_cast<void***>(static_cast<SpMat*>(&m));
@@ -150,7 +150,7 @@ TEST(DiagonalMatrix, MultReadsTheSlotsBehindTheShorterOperand) {
   Vector d = vectorOf({1, 2, 3, 4, 5});
   DiagonalMatrix m(&d);
   Vector x = vectorOf({1, 1, 7, 8});
-  x.grow(2);  // the slots still hold 7 and 8; there is none at 4
+  x.grow(2);  // the storage still holds 7 and 8; it ends before slot 4
   Vector y[5] = {vectorOf({9}), vectorOf({9}), vectorOf({9}), vectorOf({9}), vectorOf({9})};
   m.mult(&x, y);
   expectElements(y[2], {21});
@@ -160,7 +160,7 @@ TEST(DiagonalMatrix, MultReadsTheSlotsBehindTheShorterOperand) {
 
 TEST(DiagonalMatrix, MultWritesAsManyVectorsAsTheLongerOperand) {
   Vector d = vectorOf({2, 9});
-  d.grow(1);  // the slot still holds 9
+  d.grow(1);  // the storage still holds 9
   DiagonalMatrix m(&d);
   Vector x = vectorOf({10, 100, 1, 1, 1});
   Vector y[5] = {vectorOf({7}), vectorOf({7}), vectorOf({7}), vectorOf({7}), vectorOf({7})};
@@ -180,7 +180,7 @@ TEST(DiagonalMatrix, CopiesShareTheVectorAndTheFlag) {
   EXPECT_EQ(assigned.diag, m->diag);
   EXPECT_EQ(copy.owns, 1);
   m.reset();
-  copy.diag->e(8) = 4.0;  // still there: two others hold it
+  copy.diag->e(8) = 4.0;  // the vector still exists: two others hold it
   EXPECT_EQ(assigned.acc(8, 8), 4.0);
 }
 
@@ -296,8 +296,7 @@ TEST(SQPMatrix, StatisticsPrintFiveLines) {
                                       "   \\\\    max row mag=10\n"}));
 }
 
-// 4 and 5 entries: 4 + 2 * 5 is neither 4 * 5 nor 4 + 5. Every other figure differs from every other one as
-// well.
+// 4 and 5 entries: 4 + 2 * 5 is neither 4 * 5 nor 4 + 5. All other numbers differ from each other too.
 TEST(SQPMatrix, StatisticsCountTheJacobianTwice) {
   FullMatrix h = matrixOf({{3, 0, -1}, {0, 8, 0}, {0.5, 0, 0}});
   OwnRows j({{{0, 2.0}, {1, 1.0}, {2, -2.0}}, {{0, 6.0}, {2, 8.0}}});

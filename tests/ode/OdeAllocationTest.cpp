@@ -47,8 +47,8 @@ double good() {
   return stepped(solver);
 }
 
-// Work vectors of up to three entries need one allocation each: each failure is the solver's own, and the
-// solver that is left tries again at its next step.
+// Work vectors of up to three elements need one allocation each, so every failure is reported by the solver,
+// which tries again at its next step.
 TYPED_TEST(OdeAllocation, EachMissingVectorIsReportedOnce) {
   Decay decay;
   const double expected = good<TypeParam>();
@@ -78,7 +78,8 @@ TYPED_TEST(OdeAllocation, StepWithoutWorkLeavesTheState) {
   EXPECT_EQ(captured.err(), std::string(Facts<TypeParam>::report) + Facts<TypeParam>::report);
 }
 
-// Larger vectors allocate twice, and grow: whichever allocation fails, the state either advances or stays.
+// Larger vectors allocate twice, and grow. Whichever allocation fails, the state either advances or does not
+// change.
 TYPED_TEST(OdeAllocation, EveryFailureLeavesAValidSolver) {
   Decay decay;
   const double expected = good<TypeParam>();
@@ -105,7 +106,8 @@ TYPED_TEST(OdeAllocation, EveryFailureLeavesAValidSolver) {
   }
 }
 
-// Euler's one more than asked has no room there. (No memory, so that nobody fills gigabytes with zeros.)
+// The size plus one that Euler stores does not fit. (Allocations fail, so that the test does not fill
+// gigabytes with zeros.)
 TYPED_TEST(OdeAllocation, TheLargestSizeIsKept) {
   Decay decay;
   CapturedOutput captured;

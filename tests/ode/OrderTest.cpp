@@ -1,4 +1,4 @@
-// The order of a method is what it promises: halving the step divides the error by 2, 4 or 16.
+// Checks the order of each method: halving the step divides the error by 2, 4 or 16.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -14,7 +14,7 @@ void integrate(OdeSolver& solver, Vector* x, double from, double to, int steps) 
   for (int i = 0; i < steps; ++i) solver.step(x, from + i * dt, dt);
 }
 
-// The distance between what `solver` reaches in so many steps and `exact`.
+// The distance between `exact` and the result of `solver` after this many steps.
 double error(OdeSolver& solver, const Vector& start, double to, int steps, const Vector& exact) {
   Vector x(start);
   integrate(solver, &x, 0.0, to, steps);
@@ -66,8 +66,8 @@ TEST(Order, OfOscillators) {
   expectOrder(rk4, 4, start, to, 64, exact);
 }
 
-// Time enters the right-hand side, and no closed solution is known: the reference takes 4096 steps of fourth
-// order.
+// The right-hand side depends on time, and no closed solution is known. The reference takes 4096 steps of
+// fourth order.
 TEST(Order, OfACoupledSystemThatDependsOnTime) {
   Coupled coupled;
   EulerSolver euler(&coupled);

@@ -1,5 +1,5 @@
-// Each solver's step by example, by its calls of the integrand, and bit for bit against the same sums in
-// Vector operations.
+// Checks the step of each solver with examples, by its calls of the integrand, and bit for bit with the same
+// sums in Vector operations.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -85,7 +85,7 @@ TEST(RK2Solver, AsksAtTheStartAndTheMidpoint) {
   EXPECT_EQ(recorder.calls[0].x, &x);
   EXPECT_EQ(recorder.calls[0].t, 5.0);
   EXPECT_EQ(recorder.calls[0].dxdt, solver.k1);
-  EXPECT_EQ(recorder.calls[1].x, solver.k1);  // by then it holds the midpoint state
+  EXPECT_EQ(recorder.calls[1].x, solver.k1);  // at that time it holds the midpoint state
   EXPECT_EQ(recorder.calls[1].value, 2.0 + 0.25 * 6.0);
   EXPECT_EQ(recorder.calls[1].t, 5.25);
   EXPECT_EQ(recorder.calls[1].dxdt, solver.k2);
@@ -110,7 +110,7 @@ TEST(RK4Solver, AsksAtTheClassicalFourPlaces) {
     EXPECT_EQ(call.value, states[i]);
     EXPECT_EQ(call.t, times[i]);
     EXPECT_EQ(call.dxdt, slopes[i]);
-    EXPECT_EQ((*slopes[i])[0], scaled[i]);  // each slope is scaled by dt once it is there
+    EXPECT_EQ((*slopes[i])[0], scaled[i]);  // each slope is scaled by dt as soon as it is computed
   }
 }
 
@@ -154,8 +154,8 @@ TEST(RK2Solver, BitsAreThoseOfTheVectorOperations) {
   }
 }
 
-// x += k1/6 + k2/3 + k3/3 + k4/6, added one after the other. Long states are stepped with wider registers
-// where the machine has them: the sizes lie on both sides of that, with all remainders.
+// x += k1/6 + k2/3 + k3/3 + k4/6, added one after the other. Long states use wider registers if the machine
+// has them. The sizes are below and above that length, with all remainders.
 TEST(RK4Solver, BitsAreThoseOfTheVectorOperations) {
   std::mt19937 random(4);
   std::uniform_real_distribution<double> uniform(-2, 2);

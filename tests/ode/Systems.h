@@ -11,7 +11,7 @@ class Decay : public Integrand {
  public:
   int fprime(Vector* x, double, Vector* dxdt) override {
     for (int i = 0; i < x->size(); ++i) (*dxdt)[i] = -(*x)[i];
-    return 1;  // the solvers do not look at it
+    return 1;  // the solvers ignore it
   }
 };
 
@@ -27,7 +27,7 @@ class Oscillators : public Integrand {
   }
 };
 
-/// x' = x cos t + sin(x y), y' = x - t y: no symmetry to hide behind.
+/// x' = x cos t + sin(x y), y' = x - t y: it has no symmetry that could hide errors.
 class Coupled : public Integrand {
  public:
   int fprime(Vector* x, double t, Vector* dxdt) override {
@@ -38,7 +38,7 @@ class Coupled : public Integrand {
   }
 };
 
-/// x' = t^power, whatever x is: a solver's step is then a quadrature rule.
+/// x' = t^power for every x, so a solver's step is a quadrature rule.
 class Power : public Integrand {
  public:
   explicit Power(int power) : power_(power) {}
@@ -51,7 +51,7 @@ class Power : public Integrand {
   int power_;
 };
 
-/// x' = 3x, noting every call.
+/// x' = 3x. Records every call.
 class Recorder : public Integrand {
  public:
   struct Call {

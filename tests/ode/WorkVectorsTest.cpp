@@ -1,4 +1,4 @@
-// What the solvers hold: sizes asked for, growth with the state, copies that share.
+// The work vectors of the solvers: their sizes, their growth with the state, and sharing between copies.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Distance of a field from the start of its object.
+// The offset of a field in its object.
 template <class Object, class Field>
 long at(const Object& object, const Field& field) {
   return static_cast<long>(reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&object));
@@ -71,7 +71,7 @@ TEST(OdeSizes, HundredUnlessAsked) {
   EXPECT_EQ(RK4Solver(&decay).k4->size(), 100);
 }
 
-// Deliberate: Euler's solver, and it alone, stores one more than asked.
+// Contract: only Euler's solver stores one more than the requested size.
 TEST(OdeSizes, AsAskedButOneMoreForEuler) {
   Decay decay;
   EXPECT_EQ(EulerSolver(&decay, 7).n, 8);
@@ -101,7 +101,8 @@ double decayed() {
   return x[0];
 }
 
-// The size asked for is only where the work vectors start; no element depends on it, or on steps before.
+// The requested size is only the initial size of the work vectors. No element depends on it or on earlier
+// steps.
 TYPED_TEST(EachSolver, WorkFollowsTheSizeOfTheState) {
   Decay decay;
   const double expected = decayed<TypeParam>();
@@ -139,7 +140,7 @@ TYPED_TEST(EachSolver, StepsWithoutIntegrandOrStateAreIgnored) {
   EXPECT_EQ(captured.err(), "");
 }
 
-// x' = -x, with a size of its own for the result, whatever that of the state is.
+// x' = -x, with a result whose size differs from that of the state.
 class SizeChanger : public Integrand {
  public:
   explicit SizeChanger(int size) : size_(size) {}
@@ -153,7 +154,7 @@ class SizeChanger : public Integrand {
   int size_;
 };
 
-// Nothing is checked, and nothing outside the vectors is touched: the common part advances.
+// Nothing is checked, and no memory outside the vectors is accessed: the common part advances.
 TYPED_TEST(EachSolver, IntegrandThatChangesSizesMovesTheCommonPart) {
   for (const int size : {0, 1, 6, 8, 57}) {
     SizeChanger right(size);
@@ -176,7 +177,7 @@ void expectSameFields(const Solver& a, const Solver& b) {
   EXPECT_EQ(std::memcmp(vectors(a), vectors(b), sizeof(Solver) - static_cast<std::size_t>(3 * word)), 0);
 }
 
-// Copies hold the same work vectors; whoever goes last releases them, in whatever order they go.
+// Copies hold the same work vectors. The last one releases them, in any order of destruction.
 TYPED_TEST(EachSolver, CopiesShareTheWork) {
   Decay decay, other;
   const double expected = decayed<TypeParam>();

@@ -16,7 +16,7 @@ namespace {
 
 using Elements = std::vector<double>;
 
-// A 2 x 2 matrix that answers each product with the next line of its script; the last line stays.
+// A 2 x 2 matrix that returns the next line of its script for each product. The last line repeats.
 class ScriptedMatrix : public SpMat {
  public:
   ScriptedMatrix(std::vector<Elements> products, std::vector<Elements> transposed)
@@ -176,7 +176,8 @@ TEST(BiCGPass, SecondStepTakesTheShadowDirection) {
   EXPECT_EQ(pass.rsq, 1.25);
 }
 
-// |r . rr| / rsq = |(1, -0.5) . (1, 1)| / 1.25 = 0.4: above half of the limit it is told, above it it ends.
+// |r . rr| / rsq = |(1, -0.5) . (1, 1)| / 1.25 = 0.4: above half of the limit it is printed, above the limit
+// the pass ends.
 TEST(BiCGPass, LossOfConjugacyIsToldAtHalfTheLimitAndEndsAboveIt) {
   const CGTuning tuning;
   const char* const line = "  bi-cg(2): bi-conjugacy condition violated! 40.00% 0.5\n";
@@ -198,7 +199,7 @@ TEST(BiCGPass, LossOfConjugacyIsToldAtHalfTheLimitAndEndsAboveIt) {
   }
 }
 
-// 4 -> 3.980025 takes 0.499 % off, less than the 1 % that counts.
+// 4 -> 3.980025 is a reduction by 0.499 %, less than the 1 % that counts.
 TEST(BiCGPass, SmallImprovementsCountAsNone) {
   const CGTuning tuning;
   bicg_numZeroSteps = 0;
@@ -212,7 +213,7 @@ TEST(BiCGPass, SmallImprovementsCountAsNone) {
   EXPECT_EQ(enough.run(), CGI_TOO_MANY_ITERS);
 }
 
-// The best is of iteration 1; the second step is worse, and one such step is allowed or not.
+// Iteration 1 is the best. The second step is worse, and one such step is allowed or not.
 TEST(BiCGPass, StepsAreCountedFromTheBestIterate) {
   const CGTuning tuning;
   const CapturedOutput captured;
@@ -223,7 +224,7 @@ TEST(BiCGPass, StepsAreCountedFromTheBestIterate) {
   EXPECT_NE(captured.out().find("  bi-cg(2): things got worse 1 (1) went to 1.25 (1), -25% improvement\n"),
             std::string::npos)
       << captured.out();
-  // a third step as bad as that is one too many, and what the second one did to x is taken back
+  // a third step that is as bad is one too many, and the change of x by the second one is undone
   Pass tooMany({none, firstProduct, {0.5, 0.25}, {0, 0.25}}, {{1, -1}, {1, 0}});
   EXPECT_EQ(tooMany.run(4), CGI_NO_IMPROVEMENT);
   EXPECT_EQ(tooMany.iter, 3);
@@ -231,8 +232,8 @@ TEST(BiCGPass, StepsAreCountedFromTheBestIterate) {
   EXPECT_EQ(toElements(tooMany.x), (Elements{2, 0}));
 }
 
-// The recurrence has 1; from scratch r = (2, 0) - (2, 2) = (0, -2). Then p = r, and A p is compared with the
-// product of the direction before: |(2, 1)|^2 = 5, |(3, 4)|^2 = 25.
+// The recurrence has 1; recomputed, r = (2, 0) - (2, 2) = (0, -2). Then p = r, and A p is compared with the
+// product of the previous direction: |(2, 1)|^2 = 5, |(3, 4)|^2 = 25.
 TEST(BiCGPass, RoundoffErrorsAreTold) {
   const CGTuning tuning;
   cg_reset_resid = 1;
@@ -278,7 +279,7 @@ TEST(BiCGPass, RoundoffErrorsAreToldFromHalfAPercent) {
   }
 }
 
-// q = (2, 0) leaves r = 0; from scratch it is (2, 0) - (1, 3) = (1, -3).
+// q = (2, 0) gives r = 0; recomputed it is (2, 0) - (1, 3) = (1, -3).
 TEST(BiCGPass, SmallResidualIsBelievedOnlyWhenRecomputed) {
   const CGTuning tuning;
   cg_reset_resid = 0;
@@ -305,7 +306,7 @@ TEST(BiCGPass, RebuiltShadowIsOfTheKindOfTheFirst) {
   EXPECT_EQ(toElements(pass.pp), (Elements{5, 6}));
 }
 
-// r = (2, 2), A r = (2, -2) at a right angle to it. From x = r: r = (0, 4), and one step solves the system.
+// r = (2, 2) and A r = (2, -2) are orthogonal. From x = r: r = (0, 4), and one step solves the system.
 TEST(BiCGPass, PerturbedStartGoesOn) {
   const CGTuning tuning;
   const CapturedOutput captured;
@@ -322,8 +323,8 @@ TEST(BiCGPass, PerturbedStartGoesOn) {
             "  cg:ACCEPT  after (  1) because Solved\n");
 }
 
-// r . r = 8 is below this epsilon; after the move r = (0, 4), and the shadow is A r = (0, -4) although r
-// itself was asked for.
+// r . r = 8 is below this epsilon; after the move r = (0, 4), and the shadow residual is A r = (0, -4)
+// although r itself was requested.
 TEST(BiCGPass, PerturbedStartTakesTheProductAsItsShadow) {
   const CGTuning tuning;
   cg_epsilon = 10.0;
@@ -361,7 +362,7 @@ TEST(BiCGPass, NumbersThatAreNotFiniteAnywhere) {
   EXPECT_EQ(toElements(shadow.x), (Elements{2, 0}));
 }
 
-// Iteration 2 is worse than iteration 1, and its residual from scratch is no number.
+// Iteration 2 is worse than iteration 1, and its recomputed residual is a NaN.
 TEST(BiCGPass, ResidualThatIsNotFiniteGoesBackToTheBest) {
   const CGTuning tuning;
   cg_reset_resid = 2;
@@ -373,7 +374,7 @@ TEST(BiCGPass, ResidualThatIsNotFiniteGoesBackToTheBest) {
   EXPECT_EQ(pass.rsq, 1.0);
 }
 
-// The recurrence has 1 for the best iterate, from scratch it is 4, so the 2.25 of the next step are better:
+// The recurrence has 1 for the best iterate, but recomputed it is 4, so the 2.25 of the next step are better:
 // q = (-1.5, -2), d = 4, alpha = 1 and r = (1.5, 0).
 TEST(BiCGPass, BestIsJudgedByTheRecomputedSquare) {
   const CGTuning tuning;

@@ -209,7 +209,7 @@ TEST(BiCGrad, LostConjugacyEndsThePassOnlyWhenTested) {
   Solve untested(Elements(6, 0.0), rhs);
   EXPECT_EQ(untested.pass(A, 1), CGI_SOLVED);
   EXPECT_EQ(captured.out().find("violated"), std::string::npos);
-  // below rounding: the first step already has more than this
+  // below rounding errors: the first step already exceeds this
   bicg_checkBiCG = 1e-30;
   Solve tested(Elements(6, 0.0), rhs);
   EXPECT_EQ(tested.pass(A, 1), CGI_BICG_ROUNDOFF);

@@ -19,7 +19,7 @@ namespace {
 
 using Made = std::unique_ptr<ResizeMatrix>;
 
-// d(i) and the dots, straight from the row kernels.
+// d(i) and the dot products, computed by the row kernels.
 double expected(const Jacobian& J, int i, int j, Vector* weights, Vector* damp, double shift) {
   SpVec* const a = J.matrix.row(std::min(i, j));
   SpVec* const b = J.matrix.row(std::max(i, j));
@@ -29,7 +29,8 @@ double expected(const Jacobian& J, int i, int j, Vector* weights, Vector* damp, 
   return d + shift;
 }
 
-// Patterns that meet: dense blocks in frame order, scattered rows, empty rows, far columns, weights or not.
+// Many patterns: dense blocks in frame order, scattered rows, empty rows, far columns, with and without
+// weights.
 template <class Check>
 void forEachCase(Check check) {
   for (unsigned seed = 0; seed < 12; ++seed) {
@@ -253,7 +254,7 @@ TEST(BuildJJt, HalfBandwidthTakesAnyRows) {
   EXPECT_EQ(halfBandwidth(&J), 2);
 }
 
-// With it the band is the whole matrix, so the factor solves the system.
+// With this bandwidth the band is the whole matrix, so the factor solves the system.
 TEST(BuildJJt, BandOfTheHalfBandwidthLeavesNothingOut) {
   forEachCase([](Jacobian& J, Vector* weights, Vector* damp, double shift) {
     const int n = J.matrix.numRows, bandwidth = halfBandwidth(&J.matrix);
@@ -269,7 +270,7 @@ TEST(BuildJJt, BandOfTheHalfBandwidthLeavesNothingOut) {
 }
 
 // A run of rows with the same indices begins and ends anywhere in the groups of eight in which rows are
-// taken.
+// processed.
 TEST(BuildJJt, RunsOfEqualPatternsHaveTheBitsOfThePlainDotsWhereverTheyBegin) {
   for (int lead = 0; lead <= 8; ++lead) {
     for (int run = 1; run <= 19; ++run) {

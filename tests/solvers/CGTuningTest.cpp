@@ -132,8 +132,8 @@ TEST(CGTuning, SolvesWhatFailsWithTheToleranceAlone) {
   EXPECT_LE(std::sqrt(rsq), 1e-10 * b.mag());
 }
 
-// The matrix and the right-hand side may be large or small, but for what the contracts of the product with
-// A^T and of the older family leave out.
+// The matrix and the right-hand side may be large or small, within the limits that the contracts of the
+// product with A^T and of the older family set.
 TEST(CGTuning, SolvesAtManyScales) {
   struct {
     const char* name;

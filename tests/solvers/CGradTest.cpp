@@ -17,7 +17,7 @@ std::vector<Elements> residuals, directions;
 std::size_t residualCall;
 double scriptedCurvature;
 
-// Writes the next residual of the script (the last one stays) and returns its square.
+// Writes the next residual of the script and returns its square. The last one repeats.
 double scriptedResidual(SpMat*, Vector*, Vector*, Vector* r) {
   *r = toVector(residuals[std::min(residualCall++, residuals.size() - 1)]);
   return r->magSq();
@@ -222,8 +222,8 @@ TEST(CGrad, ExactSolutionIsCalledSingularInTheNextIteration) {
   EXPECT_EQ(toElements(x), (Elements{1, 2}));
 }
 
-// Two steps solve a system of two unknowns but for rounding, and no less is left to say so than in a system
-// that is singular: only the squared residual tells them apart.
+// Two steps solve a system of two unknowns up to rounding. The result looks like that of a singular system;
+// only the squared residual distinguishes them.
 TEST(CGrad, ExactSolutionAndSingularSystemDifferInTheResidual) {
   const CGTuning tuning;
   const CapturedOutput captured;
@@ -258,8 +258,8 @@ TEST(CGrad, NormalFormsOfTwoConstraints) {
   EXPECT_EQ(toElements(damped), (Elements{0.75, 0.75}));
 }
 
-// A V^-1 A^T + D = [0.75 0.25; 0.25 1.25] + [1 0; 0 0]: what has no weight counts once, what has no damping
-// is not damped.
+// A V^-1 A^T + D = [0.75 0.25; 0.25 1.25] + [1 0; 0 0]: columns without a weight have the weight 1, and rows
+// without damping are not damped.
 TEST(CGrad, ShorterWeightsAndDampingEndWhereTheyEnd) {
   const CGTuning tuning;
   const CapturedOutput captured;

@@ -1,5 +1,6 @@
-// SpVec::compact leaves a row's width at its last index, so a product reads one element behind the end of a
-// vector. What an earlier solve, an earlier product or the growth of a vector left there enters no sum.
+// SpVec::compact sets the width of a row to its last index, so a product reads one element after the end of a
+// vector. Values that an earlier solve, an earlier product or the growth of a vector left there must not
+// enter any sum.
 
 #include <gtest/gtest.h>
 
@@ -86,7 +87,7 @@ Answer solve(Solve f, SparseMatrix& A, int unknowns, int rightHandSides) {
   return {result, rsq, toElements(x)};
 }
 
-// Leaves large numbers in the vectors that the solvers share.
+// Fills the vectors that the solvers share with large numbers.
 void solveSomethingLarger(Solve f) {
   SparseMatrix A = compacted(150);
   for (auto& row : A.rows) row->scale(1e9);
@@ -125,7 +126,7 @@ TEST(CompactedSystems, AreSolvedAlikeBeforeAndAfterALargerSolve) {
   }
 }
 
-// The caller's vectors may have held more before.
+// The caller's vectors may have been longer before.
 TEST(CompactedSystems, AreSolvedAlikeWithVectorsThatWereLonger) {
   const CapturedOutput captured;
   constexpr int n = 40;

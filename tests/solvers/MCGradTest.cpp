@@ -106,7 +106,7 @@ TEST(MCGrad, EmptyMatrixIsSolvedUnlessNothingIsGoodEnough) {
   EXPECT_EQ(strict.total, 10);
 }
 
-// One iteration is allowed, so no pass ever moves: all but the first start from 0.5 x + 0.5 b.
+// One iteration is allowed, so no pass moves x: all passes except the first start from 0.5 x + 0.5 b.
 TEST(MCGrad, PassWithoutImprovementMovesTheStartTowardsTheRightHandSide) {
   const CGTuning tuning;
   const CapturedOutput captured;
@@ -166,7 +166,7 @@ void worsening(SpMat*, const Vector* in, Vector* out) {
   *out = toVector(direction ? std::vector<double>{1, 10} : std::vector<double>{0.25, 0.5});
 }
 
-// The store of the best iterate is the trace's scratch vector as well, so a traced solve goes back to M x.
+// The vector of the best iterate is also the scratch vector of the trace, so a traced solve restores M x.
 TEST(MCGrad, TracedSolveGoesBackToTheProductInsteadOfTheBest) {
   const CGTuning tuning;
   cg_maxRestarts = 1;

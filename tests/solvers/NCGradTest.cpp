@@ -28,7 +28,8 @@ void expectNear(const Vector& x, const Elements& answer, const std::string& what
 // One entry point applied to a matrix, start and right-hand side.
 using Entry = std::function<int(SpMat*, Vector*, Vector*, double*)>;
 
-// The older family meets an exact solution with a direction of no curvature, and calls that singular.
+// After an exact solution the older family finds a direction without curvature, and reports a singular
+// system.
 void expectSolves(const TinyProblem& t, const char* what, const Entry& entry, const Elements& answer) {
   const bool older = what[0] == 'c';
   const CapturedOutput captured;
@@ -94,7 +95,7 @@ TEST(NCGrad, NormalFormsOfTwoConstraints) {
   };
   EXPECT_EQ(solved(undamped), (Elements{1, 1}));
   EXPECT_EQ(solved(damped), (Elements{0.75, 0.75}));
-  // neither damped nor weighted, whatever is left in the variables
+  // neither damped nor weighted, whatever the variables hold
   cgradDampV = &ones;
   cgradDefinizer = 5.0;
   cgradMassVec = &ones;
@@ -132,8 +133,8 @@ TEST(NCGrad, DampAddsAConstantToTheProduct) {
   EXPECT_EQ(w[0], 4.0) << "the damping term is 0 again";
 }
 
-// A = 2, b = 10, d = 3 from x = 0: r = 20 - 6 = 14, and the constant is in q = 2 (2 14 + 3) = 62 as well, so
-// alpha = 196 / 868 and x = 98 / 31. By the recurrence r is 0 then; from scratch it is 14 - 4 x = 42 / 31.
+// A = 2, b = 10, d = 3 from x = 0: r = 20 - 6 = 14, and q = 2 (2 14 + 3) = 62 contains the constant too, so
+// alpha = 196 / 868 and x = 98 / 31. By the recurrence r is then 0; recomputed it is 14 - 4 x = 42 / 31.
 TEST(NCGrad, DampAddsTheConstantInEveryProduct) {
   const CGTuning tuning;
   cg_maxRestarts = 1;
@@ -203,7 +204,7 @@ TEST(NCGrad, ZeroRightHandSideZeroesTheSolution) {
     EXPECT_NE(x[0], 0.0);
     cgradDampV = nullptr;
   }
-  // no such answer here: the residual of the start is what counts
+  // not handled specially here: the residual of the start counts
   Vector x = toVector({3, 4}), b = toVector({0, 0});
   EXPECT_GT(ncgradAAt(&A, &x, &b, nullptr), 0);
 }
@@ -236,7 +237,7 @@ TEST(NCGrad, SingularSystems) {
   FullMatrix none(2, 2);
   Vector b = toVector({3, 4});
   Vector x(2);
-  // one iteration was begun: minus that, where the others have their -1
+  // one iteration was begun, so the result is minus one iteration, where the others return -1
   cg_maxRestarts = 3;
   EXPECT_EQ(ncgradA(&none, &x, &b, nullptr), -1);
   FullMatrix half = toDense(2, 2, {1, 0, 0, 0});
@@ -327,7 +328,7 @@ TEST(CGMultiply, DampingOfMultFunJJtReachesAsFarAsTheProduct) {
   cgradDampV = &damp;
   multFunJJt(&A, &v, &w);
   EXPECT_EQ(toElements(w), (Elements{3, 40}));
-  // unlike multFunA, it does not ask how long the damping is: the second element still lies in its storage
+  // unlike multFunA, it ignores the length of the damping: the second element is still in the storage
   damp.grow(1);
   multFunJJt(&A, &v, &w);
   EXPECT_EQ(toElements(w), (Elements{3, 40}));

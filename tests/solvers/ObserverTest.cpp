@@ -18,7 +18,7 @@
 
 namespace {
 
-// What the observer was told; it asks for the end at iteration `last`.
+// The arguments that the observer received. It ends the solve at iteration `last`.
 struct Seen {
   std::vector<int> iterations;
   std::vector<double> rsq;
@@ -34,7 +34,7 @@ int observe(int iteration, double rsq, void* data) {
   return iteration == seen.last;
 }
 
-// Observes while it lives.
+// Sets the observer while it exists.
 class Observed {
  public:
   explicit Observed(Seen& seen) {
@@ -52,7 +52,7 @@ class Observed {
 
 constexpr int n = 40;
 
-// Symmetric positive definite ; every solver needs many iterations for it.
+// Symmetric positive definite. Every solver needs many iterations for it.
 SparseMatrix springs() {
   SparseMatrix A;
   for (int i = 0; i < n; ++i) {
@@ -68,7 +68,7 @@ SparseMatrix springs() {
 struct Entry {
   const char* name;
   std::function<int(SpMat*, Vector*, Vector*, double*)> solve;
-  // What it returns when its restarts or iterations are used up after k iterations.
+  // The result when the restarts or iterations are used up after k iterations.
   std::function<int(int k)> used;
 };
 

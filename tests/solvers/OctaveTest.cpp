@@ -25,7 +25,7 @@ std::string octave() {
   const std::string name = octave(); \
   if (name.empty()) GTEST_SKIP() << "no octave here"
 
-// Runs dumps, then prints numbers of Octave's variables.
+// Executes dumps and then prints variables of Octave.
 class Session {
  public:
   explicit Session(const std::string& program) : program_(program) {
@@ -126,7 +126,7 @@ TEST(Octave, VectorsComeBackAsPrinted) {
     for (int i = 0; i < v.count; ++i) values.push_back(printed(v[i]));
     expectNumbers(in, 1, v.count, values);
   }
-  // nothing is assigned: the variable is gone
+  // nothing is assigned: the variable does not exist any more
   expectNumbers(in, 1, 1, {0.0});
 }
 

@@ -11,7 +11,7 @@
 inline std::vector<std::vector<double>> script;
 inline std::size_t scriptCall;
 
-/// Answers with the next line of the script, whatever is multiplied; the last line stays.
+/// Returns the next line of the script for any operand. The last line repeats.
 inline void scripted(SpMat*, const Vector*, Vector* out) {
   const std::vector<double>& line = script[std::min(scriptCall++, script.size() - 1)];
   *out = toVector(line);
@@ -24,7 +24,7 @@ inline void diagonalMult(SpMat*, const Vector* in, Vector* out) {
   for (int i = 0; i < in->count; ++i) out->data[i] = diagonal[static_cast<std::size_t>(i)] * in->data[i];
 }
 
-/// pureCGrad on vectors of its own.
+/// pureCGrad with its own vectors.
 struct OnePass {
   Vector x, b, r, p, q, z, best;
   int iter = -7, bestIter = -7;
@@ -44,7 +44,7 @@ struct OnePass {
   }
 };
 
-/// The stagnation limit belongs to the last mcgradI call: this makes it `n` times cg_goNoWhereSc.
+/// The last call of mcgradI sets the stagnation limit. This sets it to `n` times cg_goNoWhereSc.
 inline void setStagnation(int n, double scale) {
   const CGTuning tuning;
   cg_goNoWhereSc = scale;

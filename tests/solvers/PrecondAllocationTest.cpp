@@ -1,4 +1,4 @@
-// Allocations of the preconditioners: none while they solve, and what stands after a failed one.
+// Allocations of the preconditioners: there are none during solve(), and a failed one leaves valid objects.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// Makes, uses, copies and destroys the object with each of its allocations failing in turn.
+// Constructs, uses, copies and destroys the object with each of its allocations failing in turn.
 template <class Make>
 void failEach(Make make) {
   Jacobian J(1);

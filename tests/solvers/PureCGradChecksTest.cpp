@@ -8,7 +8,7 @@
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/Tolerance.h"
 
-// The thresholds of a pass, the order of its checks, and what a preconditioner takes part in.
+// The thresholds of a pass, the order of its checks, and the use of a preconditioner.
 
 namespace {
 
@@ -45,8 +45,8 @@ TEST(Preconditioner, SolveIsItsFirstVirtualOperation) {
   EXPECT_EQ(halves.calls, 1);
 }
 
-// M = diag(1, 4), b = (1, 2), x = 0. By M itself: z = (1, 0.5), rz = 2, q = (1, 2), pq = 2, alpha = 1 and
-// x = (1, 0.5). With r in the place of z anywhere it takes two iterations.
+// M = diag(1, 4), b = (1, 2), x = 0. By M itself: z = (1, 0.5), rz = 2, q = (1, 2), pq = 2, alpha = 1 and x =
+// (1, 0.5). If r replaced z anywhere, it would take two iterations.
 TEST(PureCGrad, ExactPreconditionerSolvesInOneStep) {
   const CGTuning tuning;
   diagonal = {1, 4};
@@ -147,7 +147,7 @@ TEST(PureCGrad, SolutionIsAcceptedBeforeAReset) {
   EXPECT_EQ(trace.text().find("roundoff"), std::string::npos);
 }
 
-// By the recurrence r is 0, from scratch 2, and the reset that follows finds 3.
+// By the recurrence r is 0, recomputed it is 2, and the reset that follows finds 3.
 TEST(PureCGrad, FalseSolutionIsReportedBeforeTheReset) {
   const CGTuning tuning;
   setStagnation(1, 5.0);
@@ -165,8 +165,8 @@ TEST(PureCGrad, FalseSolutionIsReportedBeforeTheReset) {
             "roundoff error (1), rmag 9, should be 9, 0% difference\n");
 }
 
-// The check for a solution comes before the reset, so what the reset finds small waits for the next
-// iteration: q = (1, 1) makes r (0, -4), and from scratch it is (0, 0.25).
+// The check for a solution precedes the reset, so a residual that the reset finds small is accepted only in
+// the next iteration: q = (1, 1) makes r (0, -4), and recomputed it is (0, 0.25).
 TEST(PureCGrad, ResetBelowTheToleranceIsNotAcceptedAtOnce) {
   const CGTuning tuning;
   setStagnation(1, 5.0);
@@ -179,8 +179,8 @@ TEST(PureCGrad, ResetBelowTheToleranceIsNotAcceptedAtOnce) {
   EXPECT_EQ(toElements(run.r), (Elements{0, 0.25}));
 }
 
-// M = diag(1, 3), b = (3, 3), one step a pass: x = (1.5, 1.5), then (2.25, 0.75). A blend with b between the
-// passes would show.
+// M = diag(1, 3), b = (3, 3), one step a pass: x = (1.5, 1.5), then (2.25, 0.75). Mixing b into x between the
+// passes would change the result.
 TEST(MCGrad, PassThatImprovedIsFollowedFromWhereItEnded) {
   const CGTuning tuning;
   const CapturedOutput captured;
@@ -200,7 +200,7 @@ TEST(MCGrad, PassThatImprovedIsFollowedFromWhereItEnded) {
   EXPECT_EQ(captured.out(), "") << "silent";
 }
 
-// Never gets better: r = (1, 0) and q = (1, 2) make r (0, -2), and so on, without end.
+// Never improves: r = (1, 0) and q = (1, 2) make r (0, -2), and so on.
 void neverBetter(SpMat*, const Vector* in, Vector* out) {
   *out = toVector({in->data[0] + 2.0 * in->data[1], 2.0 * in->data[0] + in->data[1]});
 }

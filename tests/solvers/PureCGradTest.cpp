@@ -160,7 +160,7 @@ TEST(PureCGrad, NegativeCurvatureIsJudgedByMagnitude) {
   EXPECT_EQ(run.x[0], -2.0);
 }
 
-// r = 4; q = 4 makes alpha 1 and r 0: solved by the recurrence. From scratch it is b - 2 = 2.
+// r = 4; q = 4 makes alpha 1 and r 0: solved by the recurrence. Recomputed it is b - 2 = 2.
 TEST(PureCGrad, FalseSolutionIsReportedAndGoesOn) {
   const CGTuning tuning;
   setStagnation(1, 5.0);

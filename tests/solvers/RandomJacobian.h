@@ -24,8 +24,8 @@ struct Jacobian {
     rows.push_back(std::move(row));
   }
 
-  /// `frames` frames of `constraints` rows; each touches the `own` columns of its frame and `next` of the
-  /// next one.
+  /// Adds `frames` frames of `constraints` rows. Each row has entries in the `own` columns of its frame and
+  /// in `next` columns of the next one.
   void addFrames(int frames, int constraints, int own, int next) {
     for (int f = 0; f < frames; ++f) {
       for (int c = 0; c < constraints; ++c) addRow(f * own, own + next, 1.0);

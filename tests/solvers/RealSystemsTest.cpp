@@ -43,7 +43,7 @@ double scaledGradient(HSpMat& A, Vector& x, Vector& b) {
   return norm(g) / (size * (size * norm(x) + norm(b)));
 }
 
-// A right-hand side that no x meets exactly.
+// A right-hand side for which no x solves the system exactly.
 Vector unevenRightHandSide(SpMat& A) {
   Vector ones(A.width()), b(A.height());
   ones = 1.0;
@@ -61,7 +61,7 @@ void leastSquares(const std::string& path) {
   ASSERT_EQ(file.error, "");
   HSpMat& A = file.matrix();
   strict(1e-16);
-  // the older family goes back to the residual so often that it needs many small steps
+  // the older family restarts from the residual so often that it needs many small steps
   cgradEps = 1e-14;
   maxCGradPasses = 1000;
   for (const Entry entry : {ncgrad, cgrad}) {
@@ -129,8 +129,8 @@ TEST(RealSystems, PositiveDefinite494Bus) {
   positiveDefinite(path, {ncgradA});
 }
 
-// The older family starts again whenever the residual grows, and with a condition of 4e6 that is every other
-// iteration: it takes a million of them, cheap ones, where the newer takes a thousand.
+// The older family restarts whenever the residual grows, and with a condition of 4e6 that is every other
+// iteration. It takes a million cheap iterations, and the newer family a thousand.
 TEST(RealSystems, PositiveDefinite494BusInTheOlderFamily) {
   LIMBER_NEEDS_DATA(path, "494_bus.mtx");
   const CGTuning tuning;
@@ -192,14 +192,14 @@ void nonSymmetric(const std::string& path, int shadowIsResidual, bool mustSolve)
     EXPECT_FALSE(mustSolve) << cgiToString(status);
 }
 
-// Too far from symmetric without a preconditioner: what counts is that the solve says so and ends.
+// Too far from symmetric without a preconditioner: the solve must say so and end.
 TEST(RealSystems, NonSymmetricWest0067) {
   LIMBER_NEEDS_DATA(path, "west0067.mtx");
   nonSymmetric(path, 0, false);
   nonSymmetric(path, 1, false);
 }
 
-// With steps that do not improve ending a pass, x is never worse than where it began.
+// If steps without improvement end a pass, x is never worse than the start.
 TEST(RealSystems, UnsolvedWest0067KeepsTheBestIterate) {
   LIMBER_NEEDS_DATA(path, "west0067.mtx");
   const CGTuning tuning;
@@ -217,7 +217,7 @@ TEST(RealSystems, UnsolvedWest0067KeepsTheBestIterate) {
   }
 }
 
-// Allowed to get worse for ever, the iterates grow until their residual has no finite square.
+// If steps may get worse without limit, the iterates grow until the square of the residual is not finite.
 TEST(RealSystems, DivergingWest0067EndsAsSingularWithFiniteNumbers) {
   LIMBER_NEEDS_DATA(path, "west0067.mtx");
   const CGTuning tuning;

@@ -1,4 +1,4 @@
-// Vectors that are too short for the matrix are warned of once a call, and the solve goes on.
+// If a vector is too short for the matrix, each call warns once and the solve continues.
 
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ int bicg(SpMat* A, Vector* x, Vector* b, double* r) {
 const struct {
   const char* name;
   int (*solve)(SpMat*, Vector*, Vector*, double*);
-  // What a 3 x 2 matrix needs, or a 3 x 3 one where the system is square.
+  // The sizes that a 3 x 2 matrix needs, or a 3 x 3 matrix if the system is square.
   int width, unknowns, equations;
 } entries[] = {
     {"ncgradA", ncgradA, 3, 3, 3},     {"ncgradAtA", ncgradAtA, 2, 2, 2}, {"ncgrad", ncgrad, 2, 2, 3},
@@ -74,8 +74,8 @@ TEST(ShortVectors, AreWarnedOfOnceACall) {
   }
 }
 
-// What a solve writes to either channel for an x and a b of zeros, with a matrix that has no sizes and so
-// reports every question.
+// The text that a solve writes to either channel for zero vectors x and b, with a matrix that overrides
+// nothing and so reports every call.
 std::string told(int (*solve)(SpMat*, Vector*, Vector*, double*), int x, int b) {
   SpMat unasked;
   Vector unknowns(x), right(b);

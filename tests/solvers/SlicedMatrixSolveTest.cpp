@@ -22,7 +22,7 @@ struct Solved {
   }
 };
 
-// A solve with the rows and one with their copy in a SlicedMatrix, bit for bit.
+// Compares a solve with the rows and one with their copy in a SlicedMatrix, bit for bit.
 template <class Solve>
 void expectSameSolve(Solve solve, Jacobian& J, int equations, int unknowns) {
   SlicedMatrix sliced(J.matrix);

@@ -1,5 +1,5 @@
-// Many small solves and many opened files in one process: memory stays flat. LIMBER_SOAK=100 in the
-// environment makes a million solves and a hundred thousand files of it.
+// Many small solves and many opened files in one process must not increase its memory. With LIMBER_SOAK=100
+// in the environment these are a million solves and a hundred thousand files.
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ namespace {
 constexpr long allowedGrowth = 1000;
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr bool memoryTells = false;  // the sanitizer keeps what is released
+constexpr bool memoryTells = false;  // the sanitizer keeps released memory
 #else
 constexpr bool memoryTells = true;
 #endif
@@ -30,7 +30,7 @@ int times() {
   return factor ? std::atoi(factor) : 1;
 }
 
-// Kilobytes of memory in use; 0 where the system does not say.
+// Kilobytes of memory in use; 0 if the system does not tell.
 long memory() {
   long kilobytes = 0;
   char line[256];
@@ -42,8 +42,8 @@ long memory() {
   return kilobytes;
 }
 
-// Memory that `once` leaves behind when it is called `count` times, after it was called often enough to have
-// grown what is kept for reuse.
+// The memory that `count` calls of `once` leave allocated, after enough calls that all storage kept for reuse
+// has grown.
 template <class Call>
 long growth(int count, const Call& once) {
   for (int i = 0; i < 1000; ++i) once();

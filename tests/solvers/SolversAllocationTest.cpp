@@ -76,8 +76,8 @@ struct All {
   }
 };
 
-// Each work vector that cannot be made is reported and left empty; the solve ends all the same, and the next
-// one has what it needs. This is the first use of the solvers in the process.
+// Each work vector that cannot be allocated is reported and left empty. The solve ends nevertheless, and the
+// next one has all its vectors. This is the first use of the solvers in the process.
 TEST(SolversAllocation, FailuresOfTheFirstUseAreReportedAndSurvived) {
   if (!inOwnProcess()) return;
   const CGTuning tuning;
@@ -157,9 +157,9 @@ TEST(SolversAllocation, NothingInALongSolveAfterAShortOne) {
   EXPECT_EQ(allocations::count() - before, 0);
 }
 
-// Each solve is larger than all before it. First each work vector that has to grow fails to, which empties
-// it; then the k-th only. Whatever fails, the same solve has what it needs the next time.
-// Multiplied by its rows: a solve copies no class that it does not know.
+// Each solve is larger than all before it. First every work vector that must grow fails to grow, which
+// empties it; then only the k-th one. Whatever fails, the same solve succeeds the next time. Multiplied by
+// its rows: a solve copies no class that it does not know.
 class RowsOnly : public HSpMat {
  public:
   explicit RowsOnly(const HSpMat& other) : HSpMat(other) {}
@@ -232,7 +232,7 @@ TEST(SolversAllocation, KthFailureOfGrowingWorkVectorsIsSurvived) {
       solveAll(&A.m);
       more = kth.happened();
     }
-    // (what only counts reallocations may fail in silence)
+    // (the statistics of reallocations may fail silently)
     reported += captured.err().find("NEW fails - memory problem") != std::string::npos;
     const double middle = 1.0 / (2.5 - 2.0);
     for (const auto entry : {ncgrad, ncgradA, cgrad, cgradA}) {

@@ -17,9 +17,9 @@ struct TinyProblem {
   std::vector<double> a, b;
   /// Weights V of the columns and damping D of the rows.
   std::vector<double> mass, damp;
-  /// A x = b, for the symmetric positive definite ones, else empty.
+  /// The x of A x = b if A is symmetric positive definite, else empty.
   std::vector<double> direct;
-  /// The x of least |A x - b|, and of those the shortest.
+  /// The shortest x that minimises |A x - b|.
   std::vector<double> leastSquares;
   /// (A V^-1 A^T + D) y = b.
   std::vector<double> dual;
@@ -99,7 +99,7 @@ struct SparseMatrix {
   HSpMat m{0};
 
   SparseMatrix() = default;
-  /// One of each row of a dense one, zeros left out.
+  /// Takes the rows of a dense matrix, without zeros.
   SparseMatrix(int height, int width, const std::vector<double>& a) {
     for (int i = 0; i < height; ++i) {
       SpVec& row = addRow();

@@ -5,7 +5,7 @@
 
 #include "limber/solvers/CGTuning.h"
 
-/// Solves to about `tol` in the squared residual, in both families.
+/// Makes both families solve to about `tol` in the squared residual.
 inline void strict(double tol) {
   cg_tol = tol;
   cg_epsilon = 1e-300;
@@ -16,7 +16,7 @@ inline void strict(double tol) {
   maxCGradPasses = 30;
 }
 
-/// A trace file for as long as it lives.
+/// Sets a trace file while it exists.
 class Trace {
  public:
   Trace() : file_(std::tmpfile()) { cgradDribble = file_; }
@@ -26,7 +26,7 @@ class Trace {
   }
   Trace(const Trace&) = delete;
   Trace& operator=(const Trace&) = delete;
-  /// All that was written so far.
+  /// All text that has been written so far.
   std::string text() const {
     std::string all(static_cast<std::size_t>(std::ftell(file_)), '\0');
     std::rewind(file_);

@@ -13,8 +13,8 @@
 
 namespace {
 
-// The texts of one channel, one behind the other, each with its terminator. Kept in malloc's storage: tests
-// that count or fail the library's allocations must not see those of the collector.
+// The texts of one channel, one after the other, each with its terminator. They are stored with malloc, so
+// that tests that count or fail the library's allocations do not see these.
 struct Texts {
   char* bytes = nullptr;
   std::size_t size = 0;

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-/// Collects what the library writes on its two output channels while it lives; the channels are put back at
-/// the end. One at a time.
+/// Collects the library's output on its two channels while it exists, and restores the channels at the end.
+/// Only one may exist at a time.
 class CapturedOutput {
  public:
   CapturedOutput();
@@ -12,7 +12,7 @@ class CapturedOutput {
   CapturedOutput(const CapturedOutput&) = delete;
   CapturedOutput& operator=(const CapturedOutput&) = delete;
 
-  /// The calls of each channel, one string a call.
+  /// The calls of each channel, one string per call.
   const std::vector<std::string>& outCalls() const;
   const std::vector<std::string>& errCalls() const;
   /// All text of a channel.
@@ -21,8 +21,8 @@ class CapturedOutput {
   void clear();
 };
 
-/// What the runtime's own stdout (file descriptor 1) receives while `f` runs, for the few routines that print
-/// past the channels.
+/// The text that stdout (file descriptor 1) receives while `f` runs, for the few routines that do not print
+/// through the channels.
 template <class F>
 std::string capturedStdout(F f);
 /// The same for stderr (file descriptor 2).

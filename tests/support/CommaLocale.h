@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// While it lives, the process runs in a locale whose decimal separator is a comma, made for the purpose.
-/// Tests begin with: CommaLocale comma; if (!comma.active()) GTEST_SKIP() << "cannot make a locale here";
+/// While it exists, the process uses a locale with a comma as the decimal separator. Tests begin with:
+/// CommaLocale comma; if (!comma.active()) GTEST_SKIP() << "cannot make a locale here";
 class CommaLocale {
  public:
   CommaLocale();

@@ -2,15 +2,15 @@
 
 #include "limber/foundation/ConsCell.h"
 
-/// Number of cells in the pool.
+/// The number of cells in the pool.
 inline int poolSize() {
   int n = 0;
   for (const ConsCell* cell = consPool; cell; cell = cell->next) ++n;
   return n;
 }
 
-/// The pool is empty and the batch size as at load when this begins; at the end the cells that were there are
-/// put behind those there are by then.
+/// Empties the pool and sets the initial batch size. The destructor appends the previous cells to those that
+/// the pool then has.
 class EmptyPool {
  public:
   EmptyPool() : cells_(consPool) {

@@ -11,7 +11,7 @@
 /// real, integer or pattern.
 class MatrixMarket {
  public:
-  /// Leaves `error` empty when all went well.
+  /// `error` is empty if the file was read.
   explicit MatrixMarket(const std::string& path);
   HSpMat& matrix() { return matrix_; }
   int entries() const;

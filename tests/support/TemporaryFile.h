@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-/// A directory of its own that is removed, with all it holds, at the end.
+/// A new directory, which the destructor removes with its contents.
 class TemporaryDirectory {
  public:
   TemporaryDirectory();
@@ -22,14 +22,14 @@ class TemporaryDirectory {
   std::string path_;
 };
 
-/// The bytes of a file; empty when it cannot be read.
+/// The bytes of a file; empty if it cannot be read.
 std::string readFile(const std::string& path);
 
 /// The path of a file of this checkout, for instance "examples/data/walk.bvh".
 std::string sourceFile(const std::string& name);
 
-/// The path of a file of the real input data that lies beside some checkouts, empty where it does not.
-/// Tests that need one begin with LIMBER_NEEDS_DATA(path, "name").
+/// The path of a file of the real input data that is beside some checkouts, empty if it is absent. Tests that
+/// need one begin with LIMBER_NEEDS_DATA(path, "name").
 std::string sharedData(const std::string& name);
 
 #define LIMBER_NEEDS_DATA(path, name)        \

@@ -49,7 +49,7 @@ TEST(CLocale, TheProcessesLocaleIsBackAfterwardsAlsoWhenNested) {
     { const limber::detail::CLocale inner; }
     std::snprintf(text, sizeof text, "%g", 1.5);
     EXPECT_STREQ(text, "1.5");
-    EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before);  // the process's own is not touched
+    EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before);  // the locale of the process does not change
   }
   std::snprintf(text, sizeof text, "%g", 1.5);
   EXPECT_STREQ(text, "1,5");

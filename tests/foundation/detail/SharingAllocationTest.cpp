@@ -12,7 +12,7 @@ using limber::detail::unshare;
 
 namespace {
 
-// A pointer that cannot be noted is not shared; all noted before keep their counts.
+// A pointer that cannot be counted is not shared. All pointers counted before keep their counts.
 TEST(SharingAllocation, FailedNoteIsReportedAndLosesNothing) {
   const std::vector<int> storage(1000);
   for (long k = 0;; ++k) {

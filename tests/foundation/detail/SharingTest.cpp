@@ -45,14 +45,14 @@ TEST(Sharing, PointersLetGoOnceTheLastOneDoes) {
   Counted *one = new Counted, *two = nullptr, *three = new Counted;
   Counted* const object = one;
   limber::detail::copyShared(two, one);
-  limber::detail::copyShared(three, two);  // what it held had no other holder
+  limber::detail::copyShared(three, two);  // the object that `three` held had no other holder
   EXPECT_EQ(Counted::alive, 1);
   EXPECT_TRUE(two == object && three == object);
-  limber::detail::copyShared(three, one);  // it holds that already
+  limber::detail::copyShared(three, one);  // `three` already holds it
   EXPECT_EQ(holders(object), 3);
   limber::detail::dropShared(one);
   EXPECT_EQ(one, nullptr);
-  limber::detail::copyShared(two, one);  // holding nothing is a letting go
+  limber::detail::copyShared(two, one);  // sharing null releases the object
   EXPECT_EQ(two, nullptr);
   EXPECT_EQ(Counted::alive, 1);
   limber::detail::dropShared(three);
@@ -60,7 +60,8 @@ TEST(Sharing, PointersLetGoOnceTheLastOneDoes) {
   limber::detail::dropShared(three);
 }
 
-// Random operations against a map, over few enough addresses that slots collide and holes are closed.
+// Compares random operations with a map. There are few enough addresses that slots collide and holes are
+// closed.
 TEST(Sharing, AgreesWithAMapOverManyOperations) {
   std::mt19937 random(11);
   std::vector<double> storage(300);

@@ -1,5 +1,5 @@
-// A program of its own that a user could have written: it finds the exported variables as they are at load,
-// puts its own values into them and sees the library use them.
+// A program as a user could write it: it checks the exported variables at load, sets them, and checks that
+// the library uses the new values.
 #include <cstdio>
 #include <cstring>
 #include <string>

@@ -20,7 +20,7 @@ struct Quiet : GaussJordanWatcher {
   bool singular = false;
 };
 
-// Matrices of the kinds that are hard for a search of pivots, and the most common ones.
+// Kinds of matrices that are hard for the search for pivots, and the most common kinds.
 Matrix4x4 hardMatrix(int n, RandomGeometry& random) {
   Matrix4x4 a = random.matrix4();
   const int kind = n % 11;

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Words of all forms that begin as a number may.
+// Words of all forms that begin like a number.
 std::string randomWord(std::mt19937_64& random) {
   char text[64];
   double value;
@@ -49,14 +49,14 @@ std::string randomWord(std::mt19937_64& random) {
       }
       return digits;
     }
-    case 7: {  // next to the middle of two doubles: the nearest is hard to tell
+    case 7: {  // near the middle of two doubles: the nearest one is hard to find
       const auto odd = (UINT64_C(1) << 53 | random() >> 11) << 1 | 1;
       std::snprintf(text, sizeof text, "%llu", static_cast<unsigned long long>(odd + random() % 3 - 1));
       std::string digits = text;
       digits.insert(1 + random() % (digits.size() - 1), random() % 2 ? "." : "");
       return digits;
     }
-    default: {  // characters of numbers in no order
+    default: {  // characters of numbers in random order
       static const char characters[] = "0123456789..--++eExXpPinfaNt";
       const int length = 1 + static_cast<int>(random() % 12);
       for (int i = 0; i < length; ++i) text[i] = characters[random() % (sizeof characters - 1)];

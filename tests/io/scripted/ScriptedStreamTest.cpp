@@ -1,4 +1,4 @@
-// The reader over a stream whose reads are scripted: this program's gz functions stand before zlib's.
+// The reader over a stream with scripted reads: the gz functions of this program replace those of zlib.
 #include <gtest/gtest.h>
 #include <zlib.h>
 
@@ -76,7 +76,7 @@ TEST(ReaderScripted, MoreBytesThanTheBufferHoldsAreReported) {
   CapturedOutput output;
   Reader r(scripted({{5000, true}, {0, true}}), "x");
   EXPECT_EQ(output.err(), "ERR: Read too many bytes from gunzip - overflowed buffer! @ (Reader:234)\n");
-  EXPECT_EQ(r.bufCount, 4096);  // nothing behind the buffer is taken for text
+  EXPECT_EQ(r.bufCount, 4096);  // nothing after the buffer counts as text
   while (r.getWord()) {
   }
   EXPECT_EQ(r.ok(), 0);

@@ -18,7 +18,7 @@ class Triangle : public limber::detail::RowSource {
   double value;
 };
 
-// This program's own copy of the conversion. Its state is the process's.
+// The process has only one state of the conversion.
 TEST(CompactRows, CountsEntriesSinceTheLastResetIntoAMatrixMadeWithRoom) {
   if (!inOwnProcess()) return;
   using limber::detail::compactedEntries;

@@ -20,7 +20,7 @@ namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-// A matrix whose rows have up to `longest` entries, some of them none at all and some slots no row.
+// A matrix whose rows have up to `longest` entries. Some rows are empty and some are null.
 struct Case {
   Case(unsigned seed, int height, int width, int longest) : engine(seed), matrix(height) {
     std::normal_distribution<double> normal;
@@ -67,7 +67,7 @@ struct Case {
   return ::testing::AssertionSuccess();
 }
 
-// All three products against those of the rows themselves.
+// Compares all three products with those of the rows.
 void expectSameProducts(SlicedRows& sliced, Case& c, const Vector& x, const Vector& z) {
   const int height = c.matrix.height(), width = c.matrix.width();
   ASSERT_TRUE(sliced.copy(c.matrix.rows, height, width));
@@ -90,7 +90,7 @@ void expectSameProducts(SlicedRows& sliced, Case& c, const Vector& x, const Vect
   }
 }
 
-// One copy for all: its storage goes from matrix to matrix, larger and smaller ones.
+// Uses one copy for all, so its storage is reused for larger and smaller matrices.
 TEST(SlicedRows, ProductsHaveTheBitsOfTheRows) {
   SlicedRows sliced;
   unsigned seed = 0;

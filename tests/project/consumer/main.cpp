@@ -1,4 +1,4 @@
-// A program of somebody else's: solves a small least-squares problem with an installed Limber.
+// A user's program: it solves a small least-squares problem with an installed Limber.
 #include <cmath>
 #include <cstdio>
 #include <cstring>

@@ -1,4 +1,4 @@
-// A program of somebody else's: counts the frames and joints of a clip with an installed motion component.
+// A user's program: it counts the frames and joints of a clip with an installed motion component.
 #include <cstdio>
 
 #include "limber_motion/Clip.h"

@@ -16,7 +16,7 @@ constexpr int lanes = RowWalk::lanes;
 constexpr int columns = 40;
 constexpr int lowest = 7;
 
-// A panel of columns 7 ... 46 and rows whose entries are spread over some of them.
+// A panel of the columns 7 ... 46, and rows with entries in some of them.
 struct Case {
   Case(unsigned seed, bool weighted) : panel(columns * lanes), weights(20), values(RowWalk::most) {
     std::mt19937_64 random(seed);

@@ -46,7 +46,7 @@ TEST_F(ClockIntervals, KeepsShortestAndLongest) {
   EXPECT_EQ(clock.maxTicks, 70000000);
 }
 
-// Deliberate: until a reset, an interval longer than 60000000 never becomes the minimum.
+// Contract: until a reset, an interval longer than 60000000 never becomes the minimum.
 TEST_F(ClockIntervals, LongSingleIntervalLeavesTheInitialMinimum) {
   Clock clock;
   interval(clock, 70000000);
@@ -73,7 +73,7 @@ TEST_F(ClockIntervals, ResetKeepsStopReadingFrequencyAndName) {
   EXPECT_STREQ(clock.name, "kept");
 }
 
-// 0 means none yet, so an interval of no length is forgotten by the next one.
+// 0 means that there is no minimum yet, so the next interval replaces an interval of length 0.
 TEST_F(ClockIntervals, MinimumOfZeroCountsAsUnset) {
   Clock clock;
   interval(clock, 0);

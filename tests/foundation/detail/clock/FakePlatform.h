@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// The platform under the clocks of this program: its counter's frequency (0: none), the counter and the
-/// runtime clock read what a test puts here.
+/// Replaces the platform of the clocks in this program. The test sets the frequency of the counter (0: no
+/// counter), the counter and the runtime clock.
 struct FakePlatform {
   std::int64_t frequency;
   std::int64_t counter;
