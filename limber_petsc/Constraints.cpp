@@ -13,16 +13,16 @@ namespace {
 
 using namespace detail;
 
-/// Every element of `v` is acceptable on every process; reports what is not.
+// Every element of `v` is acceptable on every process; reports what is not.
 template <class Accept>
 bool each(MPI_Comm comm, const Vector* v, const char* problem, Accept accept) {
   bool wrong = false;
-  for (int i = 0; v && i < v->count; i++) wrong = wrong || !accept(v->e(i));
+  for (int i = 0; v && i < v->count; ++i) wrong = wrong || !accept(v->e(i));
   if (wrong) report(comm, problem, __LINE__);
   return agree(comm, wrong) == 0;
 }
 
-/// A vector that all processes leave out, or none: it has `count` finite elements.
+// A vector that all processes leave out, or none: it has `count` finite elements.
 bool optionalFits(MPI_Comm comm, const Vector* v, int count, const char* name) {
   if (!agree(comm, v != nullptr)) return true;
   const bool missing = v == nullptr;
@@ -34,10 +34,10 @@ bool optionalFits(MPI_Comm comm, const Vector* v, int count, const char* name) {
   return agree(comm, missing) == 0 && vectorFits(comm, *v, count, name);
 }
 
-/// 2^exponent / mass, spread like the columns; ones without masses.
+// 2^exponent / mass, spread like the columns; ones without masses.
 PetscErrorCode inverseMasses(MPI_Comm comm, const Vector* mass, int count, int exponent, Vec* weights) {
   Vector w(count);
-  for (int i = 0; i < count; i++) w[i] = mass ? std::ldexp(1.0, exponent) / mass->e(i) : 1.0;
+  for (int i = 0; i < count; ++i) w[i] = mass ? std::ldexp(1.0, exponent) / mass->e(i) : 1.0;
   return assemble(comm, w, 0, weights);
 }
 
@@ -50,7 +50,7 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector* mass, const 
   const int own = part.rows->numRows, ownColumns = evenPart(comm, part.columns).count;
   Vector start(own), damping(own);
   if (lambda->count == own) start = *lambda;
-  for (int i = 0; damp && i < own; i++) damping[i] = std::ldexp(damp->e(i), -unit);
+  for (int i = 0; damp && i < own; ++i) damping[i] = std::ldexp(damp->e(i), -unit);
 
   Matrix J, shell;
   Array right, unknowns, weights, dampingArray, columns;

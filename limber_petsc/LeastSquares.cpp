@@ -11,17 +11,17 @@ namespace {
 
 using namespace detail;
 
-/// scales = powers of two near 1 / |column|, 1 for an empty column; inverse = 1 / scales. Exact to divide by.
+// scales = powers of two near 1 / |column|, 1 for an empty column; inverse = 1 / scales. Exact to divide by.
 PetscErrorCode columnScales(Mat A, Vec scales, Vec inverse) {
   PetscInt rows = 0, first = 0, last = 0;
   PetscCall(MatGetOwnershipRange(A, &first, &last));
   PetscCall(VecSet(scales, 0.0));
-  for (rows = first; rows < last; rows++) {
+  for (rows = first; rows < last; ++rows) {
     PetscInt count = 0;
     const PetscInt* columns = nullptr;
     const PetscScalar* values = nullptr;
     PetscCall(MatGetRow(A, rows, &count, &columns, &values));
-    for (PetscInt k = 0; k < count; k++)
+    for (PetscInt k = 0; k < count; ++k)
       PetscCall(VecSetValue(scales, columns[k], values[k] * values[k], ADD_VALUES));
     PetscCall(MatRestoreRow(A, rows, &count, &columns, &values));
   }
@@ -32,7 +32,7 @@ PetscErrorCode columnScales(Mat A, Vec scales, Vec inverse) {
   PetscCall(VecGetLocalSize(scales, &own));
   PetscCall(VecGetArray(scales, &s));
   PetscCall(VecGetArrayWrite(inverse, &i));
-  for (PetscInt k = 0; k < own; k++) {
+  for (PetscInt k = 0; k < own; ++k) {
     int exponent = 0;
     if (s[k] > 0.0) std::frexp(std::sqrt(s[k]), &exponent);
     s[k] = std::ldexp(1.0, -exponent);

@@ -36,7 +36,7 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector& b, Vector* x
   return 0;
 }
 
-/// The matrix is as wide as it is high, on every process.
+// The matrix is as wide as it is high, on every process.
 bool square(MPI_Comm comm, const Rows& A) {
   int total = 0;
   const int own = A.rows->numRows;

@@ -27,7 +27,7 @@ int gather(MPI_Comm comm, const Vector& part, Vector* all) {
   int* starts = counts + size;
   MPI_Allgather(&part.count, 1, MPI_INT, counts, 1, MPI_INT, comm);
   long long total = 0;
-  for (int i = 0; i < size; i++) {
+  for (int i = 0; i < size; ++i) {
     starts[i] = static_cast<int>(total);
     total += counts[i];
   }

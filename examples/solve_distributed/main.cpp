@@ -27,7 +27,10 @@ const char help[] =
     "  -b FILE       the right-hand side; without it b = A 1, so that x is all ones\n"
     "  -x FILE       writes the solution as a Matrix Market array, whole or not at all\n"
     "  --relative R  the residual asked for, relative to the right-hand side's (1e-10)\n"
-    "Options that begin with -limber_ go to PETSc, for example -limber_ksp_type pipecg.\n"
+    "Options that begin with -limber_ go to PETSc, for example -limber_ksp_type pipecg. PETSc takes the "
+    "word\n"
+    "after them as their value, so one without a value, like -limber_ksp_monitor, stands before another "
+    "option.\n"
     "Exit status: 0 solved, 1 the input cannot be used, 2 not solved, 3 not enough memory.\n";
 
 enum ExitStatus { exitSolved = 0, exitBadInput = 1, exitNotSolved = 2, exitNoMemory = 3 };

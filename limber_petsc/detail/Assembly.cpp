@@ -13,16 +13,16 @@ namespace {
 
 int rowsOf(const Rows& part) { return part.rows ? part.rows->numRows : 0; }
 
-/// Calls use(row, index, value) for each entry.
+// Calls use(row, index, value) for each entry.
 template <class Use>
 void forEachEntry(const Rows& part, Use use) {
-  for (int i = 0; i < rowsOf(part); i++) {
+  for (int i = 0; i < rowsOf(part); ++i) {
     const SpVec* row = part.rows->rows[i];
-    for (int k = 0; row && k < row->numEntries; k++) use(i, row->indices.data[k], row->values.data[k]);
+    for (int k = 0; row && k < row->numEntries; ++k) use(i, row->indices.data[k], row->values.data[k]);
   }
 }
 
-/// Raises `largest` to the magnitude of x.
+// Raises `largest` to the magnitude of x.
 void take(double x, double& largest) {
   if (std::fabs(x) > largest) largest = std::fabs(x);
 }
@@ -35,7 +35,7 @@ int exponentOfLargest(MPI_Comm comm, double largest) {
   return all > 0.0 ? exponent : 0;
 }
 
-/// What is wrong with this process's rows taken alone; null when nothing is.
+// What is wrong with this process's rows taken alone; null when nothing is.
 const char* problemOf(const Rows& part) {
   if (!part.rows) return "there is no matrix";
   if (part.columns < 0) return "the matrix has a negative width";
@@ -83,7 +83,7 @@ bool vectorFits(MPI_Comm comm, const Vector& v, int count, const char* name) {
     std::snprintf(text, sizeof text, "%s has %d elements, expected %d", name, v.count, count);
     report(comm, text, __LINE__);
   }
-  for (int i = 0; !wrong && i < count; i++)
+  for (int i = 0; !wrong && i < count; ++i)
     if (!std::isfinite(v[i])) {
       std::snprintf(text, sizeof text, "element %d of %s is not finite", i, name);
       report(comm, text, __LINE__);
@@ -105,7 +105,7 @@ Scale scaleOf(MPI_Comm comm, const Rows& part, const Vector& b) {
 
 int exponentOf(MPI_Comm comm, const Vector& v) {
   double largest = 0.0;
-  for (int i = 0; i < v.count; i++) take(v[i], largest);
+  for (int i = 0; i < v.count; ++i) take(v[i], largest);
   return exponentOfLargest(comm, largest);
 }
 
@@ -130,11 +130,11 @@ PetscErrorCode assemble(MPI_Comm comm, const Rows& part, int ownColumns, int exp
   PetscCall(MatMPIAIJSetPreallocation(*matrix, 0, here.data(), 0, elsewhere.data()));
 
   std::vector<PetscScalar> values;
-  for (int i = 0; i < count; i++) {
+  for (int i = 0; i < count; ++i) {
     const SpVec* row = part.rows->rows[i];
     if (!row || row->numEntries == 0) continue;
     values.resize(static_cast<std::size_t>(row->numEntries));
-    for (int k = 0; k < row->numEntries; k++)
+    for (int k = 0; k < row->numEntries; ++k)
       values[static_cast<std::size_t>(k)] = std::ldexp(row->values.data[k], -exponent);
     const PetscInt global = part.first + i;
     PetscCall(
@@ -149,7 +149,7 @@ PetscErrorCode assemble(MPI_Comm comm, const Vector& v, int exponent, Vec* out) 
   PetscCall(VecCreateMPI(comm, v.count, PETSC_DETERMINE, out));
   PetscScalar* to = nullptr;
   PetscCall(VecGetArrayWrite(*out, &to));
-  for (int i = 0; i < v.count; i++) to[i] = std::ldexp(v[i], -exponent);
+  for (int i = 0; i < v.count; ++i) to[i] = std::ldexp(v[i], -exponent);
   PetscCall(VecRestoreArrayWrite(*out, &to));
   return 0;
 }
@@ -160,7 +160,7 @@ PetscErrorCode extract(Vec v, int exponent, Vector* out) {
   PetscCall(VecGetLocalSize(v, &count));
   PetscCall(VecGetArrayRead(v, &from));
   out->grow(count);
-  for (int i = 0; i < out->count; i++) out->e(i) = std::ldexp(from[i], exponent);
+  for (int i = 0; i < out->count; ++i) out->e(i) = std::ldexp(from[i], exponent);
   PetscCall(VecRestoreArrayRead(v, &from));
   return 0;
 }

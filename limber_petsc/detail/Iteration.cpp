@@ -7,7 +7,7 @@ namespace limber::petsc::detail {
 
 namespace {
 
-/// What the convergence test of one run needs.
+// What the convergence test of one run needs.
 struct Watch {
   const Iteration* problem;
   double goal;   ///< the run ends when its own residual is this small
@@ -17,7 +17,7 @@ struct Watch {
   bool stopped = false, flat = false;
 };
 
-/// The residual that the method has updated, in the measure of the problem as far as it knows it.
+// The residual that the method has updated, in the measure of the problem as far as it knows it.
 PetscErrorCode updatedResidual(KSP solver, const Watch& watch, double norm, double* residual) {
   *residual = norm;
   if (!watch.lsqr) return 0;
@@ -52,7 +52,7 @@ PetscErrorCode test(KSP solver, PetscInt iteration, PetscReal norm, KSPConverged
   return 0;
 }
 
-/// The residual of x, from scratch.
+// The residual of x, from scratch.
 PetscErrorCode residualOf(const Iteration& problem, Vec x, double* norm) {
   Array r;
   PetscCall(VecDuplicate(problem.b, &r));

@@ -21,7 +21,7 @@ PetscErrorCode multiplyTransposed(Mat shell, Vec x, Vec y) {
 PetscErrorCode Operator::apply(Vec x, Vec y) {
   if (!weights) {
     PetscCall(MatMult(matrix, x, y));
-    products++;
+    ++products;
     return 0;
   }
   PetscCall(MatMultTranspose(matrix, x, columns));
@@ -36,7 +36,7 @@ PetscErrorCode Operator::apply(Vec x, Vec y) {
     PetscCall(VecGetArrayRead(damping, &d));
     PetscCall(VecGetArrayRead(x, &from));
     PetscCall(VecGetArray(y, &to));
-    for (PetscInt i = 0; i < count; i++) to[i] += d[i] * from[i];
+    for (PetscInt i = 0; i < count; ++i) to[i] += d[i] * from[i];
     PetscCall(VecRestoreArray(y, &to));
     PetscCall(VecRestoreArrayRead(x, &from));
     PetscCall(VecRestoreArrayRead(damping, &d));
@@ -46,7 +46,7 @@ PetscErrorCode Operator::apply(Vec x, Vec y) {
 
 PetscErrorCode Operator::applyTransposed(Vec x, Vec y) {
   PetscCall(MatMultTranspose(matrix, x, y));
-  products++;
+  ++products;
   return 0;
 }
 

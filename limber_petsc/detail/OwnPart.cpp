@@ -22,15 +22,15 @@ PetscErrorCode applyOwnPart(PC pc, Vec r, Vec z) {
   if (from.count > 0) preconditioner->solve(&from, &to);
   PetscScalar* out = nullptr;
   PetscCall(VecGetArrayWrite(z, &out));
-  for (int i = 0; i < from.count; i++) out[i] = i < to.count ? to[i] : 0.0;
+  for (int i = 0; i < from.count; ++i) out[i] = i < to.count ? to[i] : 0.0;
   PetscCall(VecRestoreArrayWrite(z, &out));
   return 0;
 }
 
-/// The ascending column indices that occur in the rows.
+// The ascending column indices that occur in the rows.
 std::vector<int> touchedColumns(const HSpMat& J) {
   std::vector<int> columns;
-  for (int i = 0; i < J.numRows; i++)
+  for (int i = 0; i < J.numRows; ++i)
     if (const SpVec* row = J.rows[i])
       columns.insert(columns.end(), row->indices.data, row->indices.data + row->numEntries);
   std::sort(columns.begin(), columns.end());
@@ -38,7 +38,7 @@ std::vector<int> touchedColumns(const HSpMat& J) {
   return columns;
 }
 
-/// The elements of `spread` at the given columns, on this process. Collective.
+// The elements of `spread` at the given columns, on this process. Collective.
 PetscErrorCode fetch(Vec spread, const std::vector<int>& columns, Vec* here) {
   const PetscInt count = static_cast<PetscInt>(columns.size());
   Indices from;
@@ -83,10 +83,10 @@ PetscErrorCode OwnBand::build(const Rows& part, int exponent, Vec weights, const
   std::vector<std::unique_ptr<SpVec>> rows;
   HSpMat J(0);
   long long entries = 0;
-  for (int i = 0; i < part.rows->numRows; i++) {
+  for (int i = 0; i < part.rows->numRows; ++i) {
     rows.push_back(std::make_unique<SpVec>());
     const SpVec* row = part.rows->rows[i];
-    for (int k = 0; row && k < row->numEntries; k++) {
+    for (int k = 0; row && k < row->numEntries; ++k) {
       const auto at = std::lower_bound(columns.begin(), columns.end(), row->indices.data[k]);
       rows.back()->insEnd(std::ldexp(row->values.data[k], -exponent), static_cast<int>(at - columns.begin()));
     }

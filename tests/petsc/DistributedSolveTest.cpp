@@ -25,7 +25,7 @@ int collectReports(const char* text) {
   return 0;
 }
 
-/// Collects what this process reports.
+// Collects what this process reports.
 class Reports {
  public:
   Reports() : before_(stderrF) {
@@ -38,44 +38,53 @@ class Reports {
   OutputFunction before_;
 };
 
-/// |x - y| <= tolerance |y|, for parts of vectors that are put together; NaN fails.
-::testing::AssertionResult agrees(const Vector& part, const Vector& whole, double tolerance) {
+// As accurate as the conditions of the real matrices need for eight digits of the solution.
+SolveOptions accurate() {
+  SolveOptions options;
+  options.relative = 1e-12;
+  return options;
+}
+
+// |x - y| <= 1e-8 |y|, for parts of vectors that are put together; NaN fails.
+::testing::AssertionResult agrees(const Vector& part, const Vector& whole) {
+  constexpr double tolerance = 1e-8;
   Vector x;
   if (limber::petsc::gather(MPI_COMM_WORLD, part, &x) != 0 || x.count != whole.count)
     return ::testing::AssertionFailure() << "sizes " << x.count << " and " << whole.count;
   double error = 0.0;
-  for (int i = 0; i < x.count; i++) error = std::hypot(error, x[i] - whole[i]);
+  for (int i = 0; i < x.count; ++i) error = std::hypot(error, x[i] - whole[i]);
   if (!(error <= tolerance * whole.mag()))
     return ::testing::AssertionFailure() << "error " << error << " beside " << whole.mag();
   return ::testing::AssertionSuccess();
 }
 
-void expectLeastSquaresAsSerial(Spread& A, int columns, double tolerance) {
+void expectLeastSquaresAsSerial(Spread& A, int columns) {
   const Vector b = random(A.whole().numRows, 5);
   Vector serial, x;
-  const SolveReport one = solveLeastSquares(A.whole(), b, &serial);
+  const SolveReport one = solveLeastSquares(A.whole(), b, &serial, accurate());
   const SolveReport many =
-      limber::petsc::solveLeastSquares(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &x);
+      limber::petsc::solveLeastSquares(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &x, accurate());
   EXPECT_EQ(one.status, SOLVE_CONVERGED);
   EXPECT_EQ(many.status, SOLVE_CONVERGED) << many.message << " " << many.relativeResidual;
   EXPECT_EQ(x.count, evenPart(MPI_COMM_WORLD, columns).count);
   EXPECT_GT(many.products, many.iterations);
-  EXPECT_TRUE(agrees(x, serial, tolerance));
+  EXPECT_TRUE(agrees(x, serial));
 }
 
-void expectPositiveDefiniteAsSerial(Spread& A, double tolerance) {
+void expectPositiveDefiniteAsSerial(Spread& A) {
   const Vector b = random(A.whole().numRows, 6);
   Vector serial, x;
-  solvePositiveDefinite(A.whole(), b, &serial);
+  const SolveReport one = solvePositiveDefinite(A.whole(), b, &serial, accurate());
   const SolveReport many =
-      limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &x);
+      limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &x, accurate());
+  EXPECT_EQ(one.status, SOLVE_CONVERGED);
   EXPECT_EQ(many.status, SOLVE_CONVERGED) << many.message << " " << many.relativeResidual;
-  EXPECT_TRUE(agrees(x, serial, tolerance));
+  EXPECT_TRUE(agrees(x, serial));
 }
 
 std::vector<std::unique_ptr<SpVec>> rowsOf(MatrixMarket& file) {
   std::vector<std::unique_ptr<SpVec>> rows;
-  for (int i = 0; i < file.matrix().numRows; i++)
+  for (int i = 0; i < file.matrix().numRows; ++i)
     rows.push_back(std::make_unique<SpVec>(*file.matrix().rows[i]));
   return rows;
 }
@@ -84,7 +93,7 @@ std::vector<std::unique_ptr<SpVec>> rowsOf(MatrixMarket& file) {
 
 TEST(DistributedLeastSquares, AgreesWithTheSerialSolve) {
   Spread A(randomRows(300, 80, 12, 1), 80);
-  expectLeastSquaresAsSerial(A, 80, 1e-8);
+  expectLeastSquaresAsSerial(A, 80);
 }
 
 TEST(DistributedLeastSquares, SolvesTheSurveyOf1033Equations) {
@@ -92,12 +101,12 @@ TEST(DistributedLeastSquares, SolvesTheSurveyOf1033Equations) {
   MatrixMarket file(path);
   ASSERT_EQ(file.error, "");
   Spread A(rowsOf(file), 320);
-  expectLeastSquaresAsSerial(A, 320, 1e-7);
+  expectLeastSquaresAsSerial(A, 320);
 }
 
 TEST(DistributedPositiveDefinite, AgreesWithTheSerialSolve) {
   Spread A(laplacian(30), 900);
-  expectPositiveDefiniteAsSerial(A, 1e-8);
+  expectPositiveDefiniteAsSerial(A);
 }
 
 TEST(DistributedPositiveDefinite, SolvesRealMatrices) {
@@ -107,13 +116,13 @@ TEST(DistributedPositiveDefinite, SolvesRealMatrices) {
     ASSERT_EQ(file.error, "") << name;
     Spread A(rowsOf(file), file.matrix().width());
     SCOPED_TRACE(name);
-    expectPositiveDefiniteAsSerial(A, 1e-6);
+    expectPositiveDefiniteAsSerial(A);
   }
 }
 
 TEST(DistributedPositiveDefinite, AnIndefiniteMatrixIsABreakdown) {
   auto rows = laplacian(6);
-  for (int i = 0; i < 36; i++) rows[static_cast<std::size_t>(i)]->ins(-4.0, i);  // the diagonal vanishes
+  for (int i = 0; i < 36; ++i) rows[static_cast<std::size_t>(i)]->ins(-4.0, i);  // the diagonal vanishes
   Spread A(std::move(rows), 36);
   Vector x;
   const SolveReport report =
@@ -126,29 +135,45 @@ TEST(DistributedConstraints, AgreesWithTheSerialSolveWithMassesAndDamping) {
   Spread J(randomRows(rows, columns, 9, 3), columns);
   const Vector c = random(rows, 7);
   Vector mass = random(columns, 8), damp = random(rows, 9);
-  for (int i = 0; i < columns; i++) mass[i] = 1.5 + mass[i];
-  for (int i = 0; i < rows; i++) damp[i] = 0.01 * (1.0 + damp[i]);
+  for (int i = 0; i < columns; ++i) mass[i] = 1.5 + mass[i];
+  for (int i = 0; i < rows; ++i) damp[i] = 0.01 * (1.0 + damp[i]);
   const Vector ownMass = partOf(mass, evenPart(MPI_COMM_WORLD, columns)), ownDamp = partOf(damp, J.part());
   Vector serial, lambda;
   solveConstraints(J.whole(), &mass, &damp, c, &serial);
   const SolveReport many = limber::petsc::solveConstraints(MPI_COMM_WORLD, J.rows(), &ownMass, &ownDamp,
                                                            partOf(c, J.part()), &lambda);
   EXPECT_EQ(many.status, SOLVE_CONVERGED) << many.message << " " << many.relativeResidual;
-  EXPECT_TRUE(agrees(lambda, serial, 1e-8));
+  EXPECT_TRUE(agrees(lambda, serial));
 
   Vector plainSerial, plain;
   solveConstraints(J.whole(), nullptr, nullptr, c, &plainSerial);
   const SolveReport bare = limber::petsc::solveConstraints(MPI_COMM_WORLD, J.rows(), nullptr, nullptr,
                                                            partOf(c, J.part()), &plain);
   EXPECT_EQ(bare.status, SOLVE_CONVERGED) << bare.message;
-  EXPECT_TRUE(agrees(plain, plainSerial, 1e-8));
+  EXPECT_TRUE(agrees(plain, plainSerial));
+}
+
+TEST(DistributedConstraints, AMotionsConstraintsAgreeWithTheSerialSolve) {
+  MotionSystem motion(24);
+  const Vector c = motion.misses, mass = motion.mass, damp = motion.damp;
+  Spread J(std::move(motion.rows), motion.columns);
+  ASSERT_GT(c.mag(), 0.0);
+  const Vector ownMass = partOf(mass, evenPart(MPI_COMM_WORLD, motion.columns)),
+               ownDamp = partOf(damp, J.part());
+  Vector serial, lambda;
+  const SolveReport one = solveConstraints(J.whole(), &mass, &damp, c, &serial, accurate());
+  const SolveReport many = limber::petsc::solveConstraints(MPI_COMM_WORLD, J.rows(), &ownMass, &ownDamp,
+                                                           partOf(c, J.part()), &lambda, accurate());
+  EXPECT_EQ(one.status, SOLVE_CONVERGED) << one.message << " " << one.relativeResidual;
+  EXPECT_EQ(many.status, SOLVE_CONVERGED) << many.message << " " << many.relativeResidual;
+  EXPECT_TRUE(agrees(lambda, serial));
 }
 
 TEST(DistributedSolve, ScaleDoesNotMatter) {
   for (const int exponent : {-600, -100, 100, 600}) {
     auto rows = laplacian(12);
     for (auto& row : rows)
-      for (int k = 0; k < row->numEntries; k++) row->values[k] = std::ldexp(row->values[k], exponent);
+      for (int k = 0; k < row->numEntries; ++k) row->values[k] = std::ldexp(row->values[k], exponent);
     Spread A(std::move(rows), 144);
     Spread plain(laplacian(12), 144);
     const Vector b = random(144, 4);
@@ -158,7 +183,7 @@ TEST(DistributedSolve, ScaleDoesNotMatter) {
     const SolveReport two =
         limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, A.rows(), partOf(b, A.part()), &y);
     EXPECT_EQ(one.iterations, two.iterations) << exponent;
-    for (int i = 0; i < x.count; i++) EXPECT_EQ(std::ldexp(x[i], -exponent), y[i]) << exponent;
+    for (int i = 0; i < x.count; ++i) EXPECT_EQ(std::ldexp(x[i], -exponent), y[i]) << exponent;
   }
 }
 
@@ -191,44 +216,127 @@ TEST(DistributedSolve, ZeroRightHandSideGivesZero) {
       limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, A.rows(), Vector(A.part().count), &x);
   EXPECT_EQ(report.status, SOLVE_CONVERGED);
   EXPECT_EQ(report.iterations, 0);
-  for (int i = 0; i < x.count; i++) EXPECT_EQ(x[i], 0.0);
+  for (int i = 0; i < x.count; ++i) EXPECT_EQ(x[i], 0.0);
 }
 
-TEST(DistributedSolve, BadInputIsReportedWhereItIsAndFailsEverywhere) {
+// A solve that is refused on all processes, with `text` reported on the processes where it is `here`.
+template <class Solve>
+void expectRefused(Solve solve, const char* text, bool here) {
+  const Reports reports;
+  Vector x;
+  EXPECT_EQ(solve(&x).status, SOLVE_BAD_INPUT) << text;
+  EXPECT_EQ(x.count, 0) << text;
+  EXPECT_EQ(reported.find(text) != std::string::npos, here) << text << ": " << reported;
+}
+
+void expectRefused(const limber::petsc::Rows& rows, const Vector& b, const char* text, bool here) {
+  expectRefused([&](Vector* x) { return limber::petsc::solveLeastSquares(MPI_COMM_WORLD, rows, b, x); }, text,
+                here);
+  expectRefused([&](Vector* x) { return limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, rows, b, x); },
+                text, here);
+  const auto constraints = [&](Vector* x) {
+    return limber::petsc::solveConstraints(MPI_COMM_WORLD, rows, nullptr, nullptr, b, x);
+  };
+  expectRefused(constraints, text, here);
+}
+
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
+TEST(DistributedSolve, PartsThatDoNotFitAreReportedWhereTheyAreAndRefusedEverywhere) {
   int rank = 0, size = 1;
   MPI_Comm_rank(MPI_COMM_WORLD, &rank);
   MPI_Comm_size(MPI_COMM_WORLD, &size);
   const bool last = rank == size - 1;
-  const auto expectRefused = [&](const limber::petsc::Rows& rows, const Vector& b, const char* text,
-                                 bool here) {
-    const Reports reports;
-    Vector x;
-    const SolveReport report = limber::petsc::solveLeastSquares(MPI_COMM_WORLD, rows, b, &x);
-    EXPECT_EQ(report.status, SOLVE_BAD_INPUT) << text;
-    EXPECT_EQ(x.count, 0);
-    EXPECT_EQ(reported.find(text) != std::string::npos, here) << reported;
-  };
-  Spread A(randomRows(40, 10, 4, 1), 10);
-  const Vector b = partOf(random(40, 1), A.part());
+  Spread A(laplacian(6), 36);
+  const Vector b = partOf(random(36, 1), A.part());
+  for (const int shift : {-1, 1}) {  // an overlap, a gap
+    limber::petsc::Rows rows = A.rows();
+    if (last) rows.first += shift;
+    expectRefused(rows, b, "the rows begin at", last);
+  }
   limber::petsc::Rows rows = A.rows();
-  if (last) rows.first += 1;
-  expectRefused(rows, b, "the rows begin at", last);
-  rows = A.rows();
-  if (last && size > 1) rows.columns = 9;
   if (size > 1) {
-    const Reports reports;
-    Vector x;
-    EXPECT_EQ(limber::petsc::solveLeastSquares(MPI_COMM_WORLD, rows, b, &x).status, SOLVE_BAD_INPUT);
+    if (rank > 0) rows.columns += 1;
+    expectRefused(rows, b, "the matrix is 36 wide here and 37 elsewhere", rank == 0);
   }
   rows = A.rows();
-  rows.columns = 8;
-  expectRefused(rows, b, "a column index lies outside the matrix", last || A.own().width() > 8);
-  Vector short_ = b;
-  if (last) short_.grow(b.count - 1);
-  expectRefused(A.rows(), short_, "the right-hand side has", last);
-  Vector nan = b;
-  if (last) nan[0] = std::numeric_limits<double>::quiet_NaN();
-  expectRefused(A.rows(), nan, "is not finite", last);
+  rows.columns = -1;
+  expectRefused(rows, b, "the matrix has a negative width", true);
+  rows = A.rows();
+  if (last) rows.rows = nullptr;
+  expectRefused(rows, b, "there is no matrix", last);
+}
+
+TEST(DistributedSolve, EntriesThatCannotBeAreReportedWhereTheyAreAndRefusedEverywhere) {
+  int rank = 0, size = 1;
+  MPI_Comm_rank(MPI_COMM_WORLD, &rank);
+  MPI_Comm_size(MPI_COMM_WORLD, &size);
+  const bool last = rank == size - 1;
+  Spread A(laplacian(6), 36);
+  const Vector b = partOf(random(36, 1), A.part());
+  SpVec& row = A.row(35);
+  for (const int index : {-1, 36, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+    const int before = row.indices[0];
+    row.indices[0] = index;
+    expectRefused(A.rows(), b, "a column index lies outside the matrix", last);
+    row.indices[0] = before;
+  }
+  for (const double value : {notANumber, HUGE_VAL}) {
+    const double before = row.values[1];
+    row.values[1] = value;
+    expectRefused(A.rows(), b, "an entry of the matrix is not finite", last);
+    row.values[1] = before;
+    Vector wrong = b;
+    if (last) wrong[wrong.count - 1] = value;
+    expectRefused(A.rows(), wrong, "of the right-hand side is not finite", last);
+  }
+  Vector shorter = b;
+  if (last) shorter.grow(b.count - 1);
+  expectRefused(A.rows(), shorter, "the right-hand side has", last);
+}
+
+TEST(DistributedConstraints, MassesAndDampingThatCannotBeAreReportedWhereTheyAre) {
+  int rank = 0, size = 1;
+  MPI_Comm_rank(MPI_COMM_WORLD, &rank);
+  MPI_Comm_size(MPI_COMM_WORLD, &size);
+  const bool last = rank == size - 1;
+  Spread J(randomRows(40, 60, 4, 1), 60);
+  const Vector c = partOf(random(40, 1), J.part());
+  Vector mass(evenPart(MPI_COMM_WORLD, 60).count), damp(J.part().count);
+  mass = 1.0;
+  const auto refused = [&](const Vector* m, const Vector* d, const char* text, bool here) {
+    const auto solve = [&](Vector* x) {
+      return limber::petsc::solveConstraints(MPI_COMM_WORLD, J.rows(), m, d, c, x);
+    };
+    expectRefused(solve, text, here);
+  };
+  Vector wrong = mass;
+  if (last) wrong[0] = 0.0;
+  refused(&wrong, nullptr, "a mass is not positive", last);
+  if (last) wrong[0] = notANumber;
+  refused(&wrong, nullptr, "of the vector of masses is not finite", last);
+  wrong = damp;
+  if (last) wrong[0] = -1.0;
+  refused(&mass, &wrong, "a damping is negative", last);
+  if (last) wrong[0] = notANumber;
+  refused(&mass, &wrong, "of the damping is not finite", last);
+  if (size > 1) refused(last ? nullptr : &mass, &damp, "the vector of masses is missing here", last);
+}
+
+TEST(DistributedSolve, AStartThatDoesNotFitIsReportedWhereItIsAndStays) {
+  int rank = 0, size = 1;
+  MPI_Comm_rank(MPI_COMM_WORLD, &rank);
+  MPI_Comm_size(MPI_COMM_WORLD, &size);
+  const bool last = rank == size - 1;
+  Spread A(laplacian(6), 36);
+  const Vector b = partOf(random(36, 1), A.part());
+  const Reports reports;
+  Vector x(A.part().count);
+  x = 1.0;
+  if (last) x[0] = notANumber;
+  EXPECT_EQ(limber::petsc::solvePositiveDefinite(MPI_COMM_WORLD, A.rows(), b, &x).status, SOLVE_BAD_INPUT);
+  EXPECT_EQ(reported.find("of the start is not finite") != std::string::npos, last) << reported;
+  for (int i = last; i < x.count; ++i) EXPECT_EQ(x[i], 1.0);
 }
 
 TEST(DistributedSolve, TheObserverSeesEveryIterationAndEndsTheSolve) {
@@ -260,7 +368,7 @@ TEST(Gather, PutsThePartsTogetherInOrder) {
   Vector all;
   ASSERT_EQ(limber::petsc::gather(MPI_COMM_WORLD, partOf(whole, evenPart(MPI_COMM_WORLD, 17)), &all), 0);
   ASSERT_EQ(all.count, 17);
-  for (int i = 0; i < 17; i++) EXPECT_EQ(all[i], whole[i]);
+  for (int i = 0; i < 17; ++i) EXPECT_EQ(all[i], whole[i]);
 }
 
 int main(int argc, char** argv) {

@@ -8,7 +8,7 @@ add_test(NAME Project.RoomsSeeOnlyRoomsToTheirLeft COMMAND Python3::Interpreter 
 add_test(NAME Project.EveryPublicClassHasItsNameInNamespaceLimber COMMAND Python3::Interpreter ${here}/names.py
                                                                           ${PROJECT_SOURCE_DIR})
 file(GLOB export_lists CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*/exports.txt)
-list(FILTER export_lists EXCLUDE REGEX "/motion/")
+list(FILTER export_lists EXCLUDE REGEX "/(motion|petsc)/")
 add_test(NAME Project.ExportsEveryDocumentedSignature COMMAND Python3::Interpreter ${here}/exports.py
                                                               $<TARGET_FILE:limber> ${export_lists})
 add_test(NAME Project.WrongProgramsAreRefused COMMAND sh ${here}/refused.sh ${CMAKE_CXX_COMPILER}
