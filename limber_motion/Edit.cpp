@@ -168,8 +168,8 @@ Report Edit::solve() {
   detail::Hindrance hindrance = detail::Hindrance::Steps;
   bool again = true, interrupted = false;
   while (again) {
-    detail::Motion motion(continuous, skeleton, impossible.aims, givingUp.wishes(), givingUp.pull(), floor,
-                          options_);
+    detail::Motion motion(continuous, skeleton, impossible.aims, rank, givingUp.wishes(), givingUp.pull(),
+                          floor, options_);
     motion.run();
     report.steps = motion.steps();
     clip_ = original;

@@ -28,7 +28,8 @@ double meanResponse(double w2, double w3) {
 
 }  // namespace
 
-Smoothness::Smoothness(int times, const std::vector<double>& masses, double dt, double smooth, double round)
+Smoothness::Smoothness(int times, const std::vector<double>& masses, double dt, double smooth, double round,
+                       int first)
     : times_(times), reach_(round > 0.0 ? 3 : 2), masses_(masses) {
   const double difference[2][4] = {{1.0, -2.0, 1.0, 0.0}, {1.0, -3.0, 3.0, -1.0}};
   const double weight[2] = {std::pow(smooth / dt, 4), std::pow(round / dt, 6)};
@@ -38,7 +39,7 @@ Smoothness::Smoothness(int times, const std::vector<double>& masses, double dt, 
   }
   for (int order = 2; order <= reach_; order++) {
     const double* const d = difference[order - 2];
-    for (int t = 0; t + order < times; t++) {
+    for (int t = std::max(first, 0); t + order < times; t++) {
       for (int a = 0; a <= order; a++) {
         for (int b = a; b <= order; b++) {
           diagonals_[b - a][static_cast<std::size_t>(t + a)] += weight[order - 2] * d[a] * d[b];

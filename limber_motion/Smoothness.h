@@ -27,11 +27,15 @@ LIMBER_FIXED_TABLE_BEGIN
 /// only.
 class LIMBER_MOTION_API Smoothness : public SpMat {
  public:
-  /// Masses above 0, one a channel; `dt` > 0, `smooth` (s) >= 0 and `round` (r) >= 0 in seconds.
-  Smoothness(int times, const std::vector<double>& masses, double dt, double smooth, double round = 0.0);
+  /// Masses above 0, one a channel; `dt` > 0, `smooth` (s) >= 0 and `round` (r) >= 0 in seconds. What happens
+  /// at times before `first` does not have to go on smoothly: only its size counts.
+  Smoothness(int times, const std::vector<double>& masses, double dt, double smooth, double round = 0.0,
+             int first = 0);
 
   int times() const { return times_; }
   int channels() const { return static_cast<int>(masses_.size()); }
+  /// The mass of a channel.
+  double massOf(int channel) const { return masses_[static_cast<std::size_t>(channel)]; }
   int height() const override { return times_ * channels(); }
   int width() const override { return height(); }
   /// y = R x, overwriting y, which gets height() elements. x and y are different vectors.

@@ -14,26 +14,44 @@ constexpr double shortReach = 0.07;    // heights: of toes and fingers
 constexpr double boneStiffness = 1e4;  // against becoming longer, times that of the joint
 constexpr double lever = 0.2;          // heights: how far from a joint its rotation counts as a movement
 
+/// What hangs on each joint of a skeleton.
+struct Branches {
+  std::vector<double> reach;  // the longest way down from the joint along the bones
+  std::vector<int> limbs;     // that begin at the joint or below it
+};
+
+Branches branchesOf(const Clip& clip, const Skeleton& skeleton) {
+  const std::size_t n = clip.joints.size();
+  const double limb = 0.12 * skeleton.height();  // what is shorter is a finger or a toe
+  Branches found = {std::vector<double>(n, 0.0), std::vector<int>(n, 0)};
+  for (std::size_t j = n; j-- > 1;) {
+    const Joint& joint = clip.joints[j];
+    const std::size_t up = static_cast<std::size_t>(joint.parent);
+    const double way = found.reach[j] + joint.offset.length();
+    found.reach[up] = std::max(found.reach[up], way);
+    found.limbs[up] += found.limbs[j] > 0 ? found.limbs[j] : way > limb ? 1 : 0;
+    // A limb begins above its first joint: joints along it count it once.
+  }
+  return found;
+}
+
 }  // namespace
+
+std::vector<bool> trunkJoints(const Clip& clip, const Skeleton& skeleton) {
+  const Branches branches = branchesOf(clip, skeleton);
+  std::vector<bool> trunk;
+  for (const int limbs : branches.limbs) trunk.push_back(trunk.empty() || limbs > 1);
+  return trunk;
+}
 
 std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
                                    const std::map<std::string, double>& byName) {
   const std::size_t n = clip.joints.size();
-  const double limb = 0.12 * skeleton.height();  // what is shorter is a finger or a toe
-  std::vector<double> reach(n, 0.0);             // the longest way down from a joint along the bones
-  std::vector<int> limbs(n, 0);                  // that begin at the joint or below it
-  for (std::size_t j = n; j-- > 1;) {
-    const Joint& joint = clip.joints[j];
-    const std::size_t up = static_cast<std::size_t>(joint.parent);
-    const double way = reach[j] + joint.offset.length();
-    reach[up] = std::max(reach[up], way);
-    limbs[up] += limbs[j] > 0 ? limbs[j] : way > limb ? 1 : 0;
-    // A limb begins above its first joint: joints along it count it once.
-  }
+  const Branches branches = branchesOf(clip, skeleton);
   std::vector<double> stiffness(n, 1.0);
   for (std::size_t j = 0; j < n; j++) {
-    if (limbs[j] > 1) stiffness[j] = spineStiffness;
-    if (reach[j] < shortReach * skeleton.height()) stiffness[j] = shortStiffness;
+    if (branches.limbs[j] > 1) stiffness[j] = spineStiffness;
+    if (branches.reach[j] < shortReach * skeleton.height()) stiffness[j] = shortStiffness;
   }
   if (n > 0) stiffness[0] = rootStiffness;
   for (const auto& [name, value] : byName) {

@@ -20,6 +20,9 @@ namespace limber::motion {
 LIMBER_MOTION_API std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
                                                      const std::map<std::string, double>& byName = {});
 
+/// True for the joints that carry the body: the root and those that two limbs or more hang on.
+LIMBER_MOTION_API std::vector<bool> trunkJoints(const Clip& clip, const Skeleton& skeleton);
+
 /// The masses of the measure of smoothness, one a channel of a frame, in body heights: a translation has the
 /// mass stiffness / height^2, a rotation that of the arc at a fifth of the height, stiffness / 25. Where
 /// joints other than the one that carries the body have position channels too, those weigh ten thousand times

@@ -20,9 +20,9 @@ bool isHeld(const std::vector<Hold>& holds, std::size_t* next, int frame, int jo
 }  // namespace
 
 Floor::Floor(const Clip& original, const Skeleton& skeleton, const Contacts& feet, bool strict)
-    : skeleton_(skeleton), feet_(feet.feet), least_(feet_.size(), feet.ground) {
+    : skeleton_(skeleton), first_(feet.first), feet_(feet.feet), least_(feet_.size(), feet.ground) {
   Pose pose;
-  for (int f = 0; f < original.frames && !strict; f++) {
+  for (int f = first_; f < original.frames && !strict; f++) {
     skeleton.pose(original.frame(f), &pose);
     for (std::size_t i = 0; i < feet_.size(); i++) {
       least_[i] = std::min(least_[i], pose.position[static_cast<std::size_t>(feet_[i])].y);
@@ -36,7 +36,7 @@ bool Floor::watch(const Clip& clip, const std::vector<Hold>& holds) {
   bool news = false;
   std::size_t next = 0;
   Pose pose;
-  for (int f = 0; f < clip.frames; f++) {
+  for (int f = first_; f < clip.frames; f++) {
     skeleton_.pose(clip.frame(f), &pose);
     for (std::size_t i = 0; i < feet_.size(); i++) {
       const double height = pose.position[static_cast<std::size_t>(feet_[i])].y;

@@ -23,9 +23,12 @@ class Floor {
   /// Adds a hold of the height for what is watched and not held already, keeping the order.
   void addTo(const Clip& clip, double weight, std::vector<Hold>* holds) const;
   const std::vector<int>& feet() const { return feet_; }
+  /// The first frame of the motion, behind poses of their own.
+  int first() const { return first_; }
 
  private:
   const Skeleton& skeleton_;
+  int first_;
   std::vector<int> feet_;
   std::vector<double> least_;  // one a foot joint
   std::vector<bool> watched_;  // frame after frame, one a foot joint

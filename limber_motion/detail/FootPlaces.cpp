@@ -4,6 +4,8 @@
 #include <cmath>
 #include <map>
 
+#include "limber_motion/detail/SmoothPlaces.h"
+
 namespace limber::motion::detail {
 
 namespace {
@@ -99,6 +101,13 @@ bool wouldJump(const Clip& clip, const Tracks& tracks, const Contact& a, const C
   return 60.0 * (a.place - b.place).length() > abrupt * jerk * seconds * seconds * seconds;
 }
 
+/// Whether no other joint of the same foot stands.
+bool standsAlone(const std::vector<Contact*>& own, const std::vector<Contact>& contacts) {
+  return !own.empty() && std::all_of(contacts.begin(), contacts.end(), [&](const Contact& c) {
+    return c.foot != own.front()->foot || c.joint == own.front()->joint;
+  });
+}
+
 std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, std::vector<Contact>* contacts) {
   std::vector<Bone> bones;
   for (Contact& a : *contacts) {
@@ -117,16 +126,19 @@ std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, std::vect
   return bones;
 }
 
-/// Moves the ends of the bones in the ground's plane until each lies as it lay in the mean: joints of a foot
-/// that slides were not at their own mean places at the same time.
-void align(const std::vector<Bone>& bones) {
+/// Moves the ends of the bones until each lies as it lay in the mean: joints of a foot that slides or tips
+/// were not at their own mean places at the same time. Short bones would turn far between two such places.
+void align(double ground, const std::vector<Bone>& bones) {
   for (int sweep = 0; sweep < alignSweeps; sweep++) {
     for (const Bone& bone : bones) {
-      Pnt3 off = bone.b->place - bone.a->place - bone.way;
-      off.y = 0.0;
+      const Pnt3 off = bone.b->place - bone.a->place - bone.way;
       bone.a->place += off * 0.5;
       bone.b->place -= off * 0.5;
     }
+  }
+  for (const Bone& bone : bones) {
+    bone.a->place.y = std::max(bone.a->place.y, ground);
+    bone.b->place.y = std::max(bone.b->place.y, ground);
   }
 }
 
@@ -168,11 +180,12 @@ void choosePlaces(const Clip& clip, const Tracks& tracks, double height, const s
       contact.place = stillestPlace(tracks, height, contact.joint, contact.first, contact.last);
       own.push_back(&contact);
     }
+    if (standsAlone(own, *contacts)) smoothPlaces(tracks, own);
     usual[foot.joint] = usualHeight(own);
   }
   putOnTheGround(height, ground, usual, contacts);
   const std::vector<Bone> bones = bonesBetween(clip, tracks, contacts);
-  align(bones);
+  align(ground, bones);
   double off = bones.empty() ? 0.0 : height;
   for (int sweep = 0; sweep < mostSweeps && off > 1e-10 * height; sweep++) {
     off = 0.0;

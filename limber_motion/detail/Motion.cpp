@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "limber_motion/Stiffness.h"
@@ -13,9 +14,10 @@ namespace limber::motion::detail {
 namespace {
 
 constexpr double shorter[] = {1.0, 0.3, 0.1};      // time constants of the stages, in that of the edit
+constexpr double firmTrunk[] = {1.0, 4.0, 16.0};   // times the trunk's mass, in the stages
 constexpr double rounding = 0.75;                  // the third derivative's, in that of the stage
-constexpr double typicalChange = 0.006;            // heights: what a clip needs where its feet slide
-constexpr double typicalRest = 6.0;                // slow tremblings: what the first stage leaves over
+constexpr double typicalChange = 0.012;            // heights: what a clip needs where its feet slide
+constexpr double typicalRest = 12.0;               // slow tremblings: what the first stage leaves over
 constexpr double typicalTrembling = 1e-3;          // heights: where no joint is held for long enough to tell
 constexpr double floorFirmness = 100.0;            // how much more than the targets the floor pushes
 constexpr double trembleSeconds = 1.0 / 30.0;      // between the frames that tell a slow trembling
@@ -24,9 +26,15 @@ constexpr double shortRun = 0.1;                   // seconds: what is held for 
 constexpr double nothing = 5e-6;                   // heights: a miss that needs no further step
 constexpr double nearEnough = 0.01;                // heights: a miss that the next stage makes up for
 constexpr double tooFar[] = {0.1, 0.02};           // heights: a miss behind a stage that is given up
+constexpr double tremblings = 6.0;                 // no nearer can it be where a clip trembles
 constexpr double boundPart = 0.97;                 // of the largest turn: where what turns further is kept
 constexpr double boundFirmness = 10.0;             // how much more than what pulls it beyond the largest turn
-constexpr int boundRounds = 4;                     // of a step, to find what would turn too far
+constexpr double plantTurn = 0.34;                 // radians: feet are held with less, if they can be,
+constexpr double ofPlantTurn = 0.88;               // of which the stages before the last one use this part;
+constexpr double plantFirmness = 4.0;  // how much more than one unknown's own what turns further is kept
+constexpr int boundRounds = 4;         // of a step, to find what would turn too far
+
+constexpr double unlimited = std::numeric_limits<double>::infinity();
 
 double squared(double x) { return x * x; }
 
@@ -84,10 +92,23 @@ std::vector<double> urgencies(const Skeleton& skeleton, const std::vector<Constr
   return urgency;
 }
 
+/// How far each channel of a clip should turn: not far where it only helps to hold feet, any angle where a
+/// joint shall reach for something else.
+std::vector<double> plantTurns(const Skeleton& skeleton, const std::vector<Constraint>& wishes,
+                               const std::vector<int>& rank) {
+  std::vector<double> turns(static_cast<std::size_t>(skeleton.channels()), plantTurn);
+  for (std::size_t i = 0; i < wishes.size(); i++) {
+    if (rank[i] == 0) continue;
+    for (const int c : skeleton.chain(wishes[i].joint)) turns[static_cast<std::size_t>(c)] = unlimited;
+  }
+  return turns;
+}
+
 }  // namespace
 
 Motion::Motion(const Clip& original, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
-               const std::vector<bool>& givenUp, double pull, Floor floor, const EditOptions& options)
+               const std::vector<int>& rank, const std::vector<bool>& givenUp, double pull, Floor floor,
+               const EditOptions& options)
     : original_(original),
       skeleton_(skeleton),
       wishes_(wishes),
@@ -102,8 +123,19 @@ Motion::Motion(const Clip& original, const Skeleton& skeleton, const std::vector
       holds_(skeleton, curves_, channels_),
       masses_(pick(channelMasses(original, skeleton, jointStiffness(original, skeleton, options.stiffness)),
                    channels_)),
+      plantTurns_(pick(plantTurns(skeleton, wishes, rank), channels_)),
       before_(curves_.times() * static_cast<int>(channels_.size())),
       change_(before_) {}
+
+// Trembling feet are stilled by their own limbs: a trunk that followed them would make the hands tremble.
+std::vector<double> Motion::massesWith(double trunk) const {
+  const std::vector<bool> carries = trunkJoints(original_, skeleton_);
+  std::vector<double> masses = masses_;
+  for (std::size_t c = 0; c < masses.size(); c++) {
+    if (carries[static_cast<std::size_t>(skeleton_.owner(channels_[c]))]) masses[c] *= trunk;
+  }
+  return masses;
+}
 
 // What a held joint trembles by from frame to frame, in heights and in each direction: the third difference
 // of its place over sqrt(20), were the errors of its frames independent. `stride` frames apart, it is what
@@ -131,9 +163,12 @@ void Motion::run() {
   const double dt = original_.frameTime * curves_.spacing(), smooth = options_.smooth;
   const int stride = std::max(1, static_cast<int>(std::lrint(trembleSeconds / original_.frameTime)));
   const double slow = std::max(trembling(stride), 1e-9), fast = std::max(trembling(1), 1e-9);
-  const Smoothness wide(curves_.times(), masses_, dt, shorter[0] * smooth, rounding * shorter[0] * smooth);
-  const Smoothness narrow(curves_.times(), masses_, dt, shorter[1] * smooth, rounding * shorter[1] * smooth);
-  const Smoothness brief(curves_.times(), masses_, dt, shorter[2] * smooth);
+  const int first = curves_.spacing() == 1 ? floor_.first() : 0;
+  const Smoothness wide(curves_.times(), massesWith(firmTrunk[0]), dt, shorter[0] * smooth,
+                        rounding * shorter[0] * smooth, first);
+  const Smoothness narrow(curves_.times(), massesWith(firmTrunk[1]), dt, shorter[1] * smooth,
+                          rounding * shorter[1] * smooth, first);
+  const Smoothness brief(curves_.times(), massesWith(firmTrunk[2]), dt, shorter[2] * smooth, 0.0, first);
   const auto pull = [&](const Smoothness& measure, double change, double noise) {
     const double ratio = squared(change / noise) / measure.flexibility();
     return std::clamp(ratio, leastPull, mostPull) / squared(skeleton_.height());
@@ -147,7 +182,8 @@ void Motion::run() {
     if (!run(stages[s], s)) return;
     before_ += change_;
     change_ = 0.0;
-    if (s < 2 && static_cast<int>(steps_.size()) < options_.mostSteps) giveUpWhatStaysFar(tooFar[s]);
+    if (s < 2 && static_cast<int>(steps_.size()) < options_.mostSteps)
+      giveUpWhatStaysFar(std::max(tooFar[s], tremblings * fast));
   }
 }
 
@@ -164,6 +200,7 @@ bool Motion::run(const Stage& stage, int number) {
       interrupted_ = true;
       return false;
     }
+    if (!better && stage.exact && largestMiss() <= options_.goal) break;
     if (!better) damping = damping == 0.0 ? 1.0 : 100.0 * damping;
   }
   return true;
@@ -208,40 +245,58 @@ bool Motion::step(const Stage& stage, double damping) {
 Vector Motion::direction(const Stage& stage, double damping) {
   Vector step(change_.size());
   const auto cameBack = [&](const Bound& b) {
-    return (before_[b.unknown] + change_[b.unknown]) / b.value < 0.99;
+    return b.value * (before_[b.unknown] + change_[b.unknown]) < 0.99 * keptAt(stage, b);
   };
   bounds_.erase(std::remove_if(bounds_.begin(), bounds_.end(), cameBack), bounds_.end());
   for (int round = 0; round < boundRounds; round++) {
     StepSystem system(stage.measure, holds_, damping, boundsOf(stage));
     if (!system.factored()) break;
     system.solve(change_, stage.exact && damping == 0.0 ? 6 : 1, &step);
-    if (!bindWhatTurnsTooFar(step)) break;
+    if (!bindWhatTurnsTooFar(stage, step)) break;
   }
   return step;
 }
 
-bool Motion::bindWhatTurnsTooFar(const Vector& step) {
-  std::vector<bool> bound(static_cast<std::size_t>(step.size()), false);
-  for (const Bound& b : bounds_) bound[static_cast<std::size_t>(b.unknown)] = true;
+bool Motion::bindWhatTurnsTooFar(const Stage& stage, const Vector& step) {
+  std::vector<bool> bound[2];  // by firmness
+  for (std::vector<bool>& some : bound) some.assign(static_cast<std::size_t>(step.size()), false);
+  for (const Bound& b : bounds_) bound[b.weight > 0.0][static_cast<std::size_t>(b.unknown)] = true;
   bool news = false;
-  const int n = static_cast<int>(channels_.size());
   for (int i = 0; i < step.size(); i++) {
+    const std::size_t unknown = static_cast<std::size_t>(i), c = unknown % channels_.size();
+    if (!skeleton_.isRotation(channels_[c])) continue;
     const double turn = before_[i] + change_[i] + step[i];
-    if (!(std::fabs(turn) > options_.mostTurn) || bound[static_cast<std::size_t>(i)]) continue;
-    if (!skeleton_.isRotation(channels_[static_cast<std::size_t>(i % n)])) continue;
-    bounds_.push_back({i, std::copysign(boundPart * options_.mostTurn, turn), 0.0});
-    news = true;
+    for (const bool firm : {false, true}) {
+      if (!(std::fabs(turn) > mostTurn(stage, c, firm)) || bound[firm][unknown]) continue;
+      bounds_.push_back({i, std::copysign(1.0, turn), firm ? 1.0 : 0.0});
+      news = true;
+      turnedTooFar_ = turnedTooFar_ || firm;
+    }
   }
-  turnedTooFar_ = turnedTooFar_ || news;
   return news;
+}
+
+// How far a channel is allowed to turn, or should.
+double Motion::mostTurn(const Stage& stage, std::size_t channel, bool allowed) const {
+  if (allowed) return options_.mostTurn;
+  return std::min(plantTurns_[channel] * (stage.exact ? 1.0 : ofPlantTurn), options_.mostTurn);
+}
+
+double Motion::keptAt(const Stage& stage, const Bound& bound) const {
+  const bool firm = bound.weight > 0.0;
+  const std::size_t channel = static_cast<std::size_t>(bound.unknown) % channels_.size();
+  return (firm ? boundPart : 1.0) * mostTurn(stage, channel, firm);
 }
 
 std::vector<Bound> Motion::boundsOf(const Stage& stage) const {
   std::vector<Bound> bounds = bounds_;
   const double pull = stage.pull * squared(skeleton_.height());
+  const int n = static_cast<int>(channels_.size());
   for (Bound& b : bounds) {
-    b.value -= before_[b.unknown];
-    b.weight = boundFirmness * (stage.measure.acc(b.unknown, b.unknown) + pull);
+    b.value = b.value * keptAt(stage, b) - before_[b.unknown];
+    b.weight = b.weight > 0.0
+                   ? boundFirmness * (stage.measure.acc(b.unknown, b.unknown) + pull)
+                   : plantFirmness * stage.measure.massOf(b.unknown % n) / stage.measure.flexibility();
   }
   return bounds;
 }
@@ -249,8 +304,10 @@ std::vector<Bound> Motion::boundsOf(const Stage& stage) const {
 // Takes the step or the largest part of it that makes things better and turns no joint too far; its scale.
 double Motion::goAlong(const Stage& stage, Vector step, const std::vector<Hold>& wanted) {
   const double costBefore = cost(stage, change_, wanted);
+  // What is good enough already is not made worse elsewhere by a step that goes wrong.
+  const double least = stage.exact && largestMiss() <= options_.goal ? 0.75 : 0.05;
   Vector trial(0);
-  for (double scale = 1.0; scale > 0.05; scale *= 0.5) {
+  for (double scale = 1.0; scale > least; scale *= 0.5) {
     trial = change_;
     trial.scaleAdd(scale, &step);
     if (!(largestTurn(trial) <= options_.mostTurn)) {

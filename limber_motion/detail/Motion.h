@@ -26,7 +26,8 @@ class Motion {
   /// pulls gently in the first stage only, with `pull` as a factor from 0 to 1. The other operands must
   /// outlive the motion.
   Motion(const Clip& original, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
-         const std::vector<bool>& givenUp, double pull, Floor floor, const EditOptions& options);
+         const std::vector<int>& rank, const std::vector<bool>& givenUp, double pull, Floor floor,
+         const EditOptions& options);
 
   /// Takes the steps.
   void run();
@@ -61,9 +62,12 @@ class Motion {
   void giveUpWhatStaysFar(double distance);
   Vector direction(const Stage& stage, double damping);
   double goAlong(const Stage& stage, Vector step, const std::vector<Hold>& wanted);
-  bool bindWhatTurnsTooFar(const Vector& step);
+  bool bindWhatTurnsTooFar(const Stage& stage, const Vector& step);
+  double mostTurn(const Stage& stage, std::size_t channel, bool allowed) const;
+  double keptAt(const Stage& stage, const Bound& bound) const;
   std::vector<Bound> boundsOf(const Stage& stage) const;
   double largestTurn(const Vector& change) const;
+  std::vector<double> massesWith(double trunk) const;
   double trembling(int stride) const;
   bool isExact(std::size_t wish) const { return wishes_[wish].weight >= 1.0 && !givenUp_[wish]; }
 
@@ -80,8 +84,10 @@ class Motion {
   Clip clip_;
   Holds holds_;
   std::vector<double> masses_;
-  Vector before_, change_;     // the changes of the stages before, and of this one
-  std::vector<Bound> bounds_;  // of what would turn too far; values are those of the whole change
+  std::vector<double> plantTurns_;  // how far each channel should turn
+  Vector before_, change_;          // the changes of the stages before, and of this one
+  std::vector<Bound> bounds_;       // of what would turn too far: values are the signs of the turns,
+                                    // weights 1 where more is not allowed and 0 where less were better
   bool turnedTooFar_ = false, interrupted_ = false;
   std::vector<EditStep> steps_;
 };

@@ -14,6 +14,7 @@ class Tracks {
   Tracks(const Clip& clip, const Skeleton& skeleton);
 
   int frames() const { return frames_; }
+  double frameTime() const { return frameTime_; }
   /// The first frame of the motion: 1 or 2 where the clip begins with poses from which the body jumps away,
   /// further than it moves from frame to frame elsewhere.
   int first() const { return first_; }
