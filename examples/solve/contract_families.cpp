@@ -121,9 +121,9 @@ void describe(const Options& options, int returned, bool stopped, Result& result
   } else if (options.family == Family::Older) {
     result.outcome = returned == -1 ? "singular" : "iteration limit reached";
   } else if (options.method == Method::Spd) {
-    result.outcome = "not solved: singular, or all restarts used";
+    result.outcome = "not solved: singular, or all restarts are used up";
   } else {
-    result.outcome = returned == -1 ? "singular" : "not solved: all restarts used";
+    result.outcome = returned == -1 ? "singular" : "not solved: all restarts are used up";
   }
 }
 

@@ -90,7 +90,7 @@ Size readSize(LineReader& in, const Banner& banner) {
   size.rows = static_cast<int>(in.whole(1, INT_MAX, wanted));
   size.columns = static_cast<int>(in.whole(1, INT_MAX, wanted));
   if (banner.symmetry != Symmetry::General && size.columns != size.rows) {
-    in.fail("expected as many columns as rows, the matrix being symmetric, found " + to_string(size.columns));
+    in.fail("expected as many columns as rows, because the matrix is symmetric, found " + to_string(size.columns));
   }
   size.entries = listed(banner, size.rows, size.columns);
   if (!array) {
@@ -160,7 +160,7 @@ class EntryReader {
     constexpr long long most = 1 << 20;  // more is allocated when more entries are read
     entries_.reserve(static_cast<std::size_t>(std::min(size_.entries, most)));
     banner_.format == Format::Array ? readArray() : readCoordinates();
-    if (in_.nextLine()) in_.unexpected("the end of the file behind " + last(), in_.peek());
+    if (in_.nextLine()) in_.unexpected("the end of the file after " + last(), in_.peek());
   }
 
  private:
@@ -181,10 +181,10 @@ class EntryReader {
       const int j = static_cast<int>(in_.whole(1, size_.columns, columnRange.c_str())) - 1;
       const double value = banner_.field == Field::Pattern ? 1.0 : number();
       if (banner_.symmetry == Symmetry::Symmetric && j > i) {
-        refuseColumn("a column on or left of the diagonal, the matrix being symmetric", j);
+        refuseColumn("a column on or left of the diagonal, because the matrix is symmetric", j);
       }
       if (banner_.symmetry == Symmetry::Skew && j >= i && (j > i || value != 0.0)) {
-        refuseColumn("a column left of the diagonal, the matrix being skew-symmetric", j);
+        refuseColumn("a column left of the diagonal, because the matrix is skew-symmetric", j);
       }
       in_.expectLineEnd();
       add(i, j, value);
@@ -260,7 +260,7 @@ std::vector<double> readPlainNumbers(LineReader& in, int size, Run kept) {
   int read = 0;
   for (; in.peek() || in.nextLine(); ++read) {
     if (read == size) {
-      in.unexpected("the end of the file behind number " + to_string(size), in.peek());
+      in.unexpected("the end of the file after number " + to_string(size), in.peek());
     }
     const double value = in.finite("a finite real number");
     if (kept.has(read)) values.push_back(value);

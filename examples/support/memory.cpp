@@ -68,5 +68,5 @@ void requireMemory(const std::string& file, double bytes) {
   const double most = memoryAtHand();
   if (bytes <= most) return;
   throw OutOfMemory(file + ": needs about " + inWords(bytes) + " of memory, but " + inWords(most) +
-                    " are at hand");
+                    " are available");
 }

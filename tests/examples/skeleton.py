@@ -1,4 +1,4 @@
-"""Runs the skeleton program and compares its table with positions worked out here from the clip's text alone.
+"""Runs the skeleton program and compares its table with positions that this test computes from the text of the clip.
 
 usage: skeleton.py PROGRAM CLIP_OF_THE_PROJECT [SHARED_DATA_DIRECTORY]
 """
@@ -53,7 +53,7 @@ def run(*arguments, **options):
 
 
 def table(out):
-    """Name and position of each row, behind the title and the heads of the columns."""
+    """Name and position of each row after the title and the column heads."""
     rows = [line.split() for line in out.splitlines()[2:]]
     return [(row[0], [float(x) for x in row[2:]]) for row in rows]
 
@@ -77,7 +77,7 @@ def apply(m, v):
 
 
 def positions(text, frame):
-    """World positions by column vectors and recursion, from nothing but the words of the clip."""
+    """World positions, computed from the words of the clip with column vectors and recursion."""
     words = text.split()
     motion = words.index("MOTION")
     frames = int(words[motion + 2])

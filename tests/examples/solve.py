@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The example `solve`, run on files made for the purpose and on the network that ships with it.
+"""Runs the example `solve` on small files and on the network that comes with it.
 
 usage: solve.py SOLVE SURVEY_NETWORK EXAMPLES_DATA [TEST...]
 The real matrices lie beside some checkouts only; their tests are skipped elsewhere.
@@ -36,7 +36,7 @@ class Solve(SolveRunner):
             report = self.report(method, "--family", "newer", spd)
             self.assertRegex(report["squared residual"], r"^\S+ +of the system solved$")
             self.assertLess(float(report["scaled residual"].split()[0]), 1e-9, method)
-            # The older family reports on the other channel that no direction is left of an exact solution.
+            # After an exact solution the older family reports on the other channel that there is no direction.
             status, out, _ = self.run_solve(method, "--old", spd)
             self.assertEqual(status, 0, out)
             self.assertLess(float(re.search(r"scaled residual +(\S+)", out)[1]), 1e-8, method + " --old")
@@ -90,7 +90,7 @@ class Solve(SolveRunner):
         for text, message in (
             ("3", "1: expected number 2 of 2, found the end of the file"),
             ("3\nfour", "2: expected a finite real number, found 'four'"),
-            ("3\n4\n5", "3: expected the end of the file behind number 2, found '5'"),
+            ("3\n4\n5", "3: expected the end of the file after number 2, found '5'"),
             ("%%MatrixMarket matrix array real general\n3 1\n1\n2\n3", " expected a right-hand side of 2 x 1, found 3 x 1"),
             ("%%MatrixMarket matrix array real general\n2 1\n1\n", "3: expected entry 2 of 2, found the end of the file"),
         ):
@@ -133,7 +133,7 @@ class Solve(SolveRunner):
         self.refused(BANNER + "2 2 -1\n", "2: " + size + "'-1'")
         self.refused(BANNER + "2 2 1 9\n", "2: expected the end of the line, found '9'")
         self.refused("%%MatrixMarket matrix coordinate real symmetric\n2 3 1\n1 1 1\n",
-                     "2: expected as many columns as rows, the matrix being symmetric, found 3")
+                     "2: expected as many columns as rows, because the matrix is symmetric, found 3")
 
     def test_declared_sizes_that_the_file_cannot_have(self):
         self.refused(BANNER + "2 2 50\n1 1 1\n", "2: declares 50 entries, but the file is too short for them")
@@ -164,10 +164,10 @@ class Solve(SolveRunner):
             self.refused(BANNER + f"2 2 1\n{word} 1 5\n", f"3: expected a row from 1 to 2, found '{word}'")
         self.refused(BANNER + "2 4 1\n2 5 5\n", "3: expected a column from 1 to 4, found '5'")
         self.refused("%%MatrixMarket matrix coordinate real symmetric\n2 2 1\n1 2 5\n",
-                     "3: expected a column on or left of the diagonal, the matrix being symmetric, found '2'")
+                     "3: expected a column on or left of the diagonal, because the matrix is symmetric, found '2'")
         for entry in ("1 2 5", "2 2 5"):
             self.refused(f"%%MatrixMarket matrix coordinate real skew-symmetric\n2 2 1\n{entry}\n",
-                         "3: expected a column left of the diagonal, the matrix being skew-symmetric, found '2'")
+                         "3: expected a column left of the diagonal, because the matrix is skew-symmetric, found '2'")
 
     def test_words_that_are_no_numbers(self):
         for word in ("x", "12abc", "1,5", "inf", "-inf", "nan", "-nan", "infinity", "1e999", "0x10", "+-1", "+", "-",
@@ -180,11 +180,11 @@ class Solve(SolveRunner):
     def test_trailing_text(self):
         self.refused(BANNER + "2 2 1\n1 1 5 6\n", "3: expected the end of the line, found '6'")
         self.refused(BANNER + "2 2 1\n1 1 5\n2 2 6\n",
-                     "4: expected the end of the file behind entry 1 of 1, found '2'")
+                     "4: expected the end of the file after entry 1 of 1, found '2'")
         self.refused("%%MatrixMarket matrix coordinate pattern general\n2 2 1\n1 1 5\n",
                      "3: expected the end of the line, found '5'")
         self.refused(BANNER + "2 2 1\n1 1 5\nend\n",
-                     "4: expected the end of the file behind entry 1 of 1, found 'end'", squeeze=True)
+                     "4: expected the end of the file after entry 1 of 1, found 'end'", squeeze=True)
 
     def test_spd_wants_a_square_matrix(self):
         for method in ("--spd", "--square", "--bicg"):
@@ -341,7 +341,7 @@ REAL = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", ".."
 
 
 class RealData(SolveRunner):
-    """To a scaled residual of 1e-8 or better, by both families where the older one gets there in seconds."""
+    """To a scaled residual of 1e-8 or better, by both families if the older one needs only seconds."""
 
     def solved(self, name, *options):
         path = os.path.join(REAL, name)
@@ -381,7 +381,7 @@ class RealData(SolveRunner):
         self.within(1e-8, "nos3.mtx", "--spd", "--old", "--old-passes", "100", "--tol", "1e-8")
 
     def test_494_bus(self):
-        # Badly conditioned: the residual rises for long before it falls.
+        # Badly conditioned: the residual rises for a long time before it falls.
         report = self.solved("494_bus.mtx", "--family", "newer", "--spd", "--stagnation", "5")
         self.assertEqual((report["size"], report["entries"]), ("494 x 494", "1666"))
         self.within(1e-8, "494_bus.mtx", "--family", "newer", "--spd", "--stagnation", "5")

@@ -33,14 +33,14 @@ def coordinate(rows, scale=1.0):
 
 
 def read_solution(path):
-    """The numbers of a Matrix Market array, behind its size line."""
+    """The numbers of a Matrix Market array, after its size line."""
     with open(path) as file:
         lines = [line for line in file if not line.startswith("%")]
     return [float(line) for line in lines[1:]]
 
 
 class Files(SolveRunner):
-    """What is read, and what is written."""
+    """The files that are read and written."""
 
     def solution(self, *arguments):
         x = os.path.join(self.folder, "x.mtx")
@@ -169,7 +169,7 @@ class Files(SolveRunner):
 
 
 class Truth(SolveRunner):
-    """Never "solved" over a wrong answer, whatever the size of the numbers."""
+    """Never reports "solved" for a wrong solution, whatever the size of the numbers."""
 
     TALL = [[3, 1, 0], [0, 2, 1], [1, 0, 4], [1, 1, 1], [2, 0, -1]]
 
@@ -248,7 +248,7 @@ class Truth(SolveRunner):
 
 
 class Faults(SolveRunner):
-    """Faults on purpose: a message, an exit status, nothing half-written."""
+    """Faults must give a message and an exit status, and no incomplete file."""
 
     @unittest.skipUnless(os.path.exists("/dev/full"), "no /dev/full")
     def test_full_disks(self):
@@ -290,7 +290,7 @@ class Faults(SolveRunner):
     LONG = 300000
 
     def long_problem(self):
-        """One that takes seconds at least: a chain of unknowns with a random right-hand side."""
+        """A system that takes at least seconds: a chain of unknowns with a random right-hand side."""
         n = self.LONG
         path, b = os.path.join(self.folder, "chain.mtx"), os.path.join(self.folder, "b")
         if not os.path.exists(b):
@@ -301,7 +301,7 @@ class Faults(SolveRunner):
         return path, b
 
     def interrupted(self, *options):
-        """Ends a long solve at its progress line: exit status, standard output, what the terminal showed."""
+        """Interrupts a long solve at its progress line. Returns the exit status, the standard output and the text on the terminal."""
         path, b = self.long_problem()
         x = os.path.join(self.folder, "x.mtx")
         controller, terminal = pty.openpty()
@@ -350,7 +350,7 @@ class Faults(SolveRunner):
 
 
 class Memory(SolveRunner):
-    """Little memory: the result, or one message and exit status 3; never a crash, never a hang."""
+    """With little memory there is a result, or one message and exit status 3, but never a crash or a hang."""
 
     def limited(self, limit, command):
         def limits():
@@ -414,7 +414,7 @@ class Memory(SolveRunner):
         path = self.write("large.mtx", f"{BANNER}10000000 10000000 200000\n{entries}")
         done = self.limited(300 * MEGABYTE, [SOLVE, path])
         self.assertEqual((done.returncode, done.stdout), (3, ""))
-        self.assertRegex(done.stderr, r"large.mtx: needs about [0-9.]+ [MG]B of memory, but [0-9.]+ MB are at hand\n$")
+        self.assertRegex(done.stderr, r"large.mtx: needs about [0-9.]+ [MG]B of memory, but [0-9.]+ MB are available\n$")
 
     @unittest.skipUnless(os.environ.get("SKELETON"), "no skeleton program")
     def test_skeleton(self):

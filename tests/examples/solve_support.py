@@ -1,4 +1,4 @@
-"""What the tests of the example `solve` share: files made for the purpose, and the program run on them."""
+"""Shared by the tests of the example `solve`: writes small files and runs the program on them."""
 import gzip
 import os
 import re

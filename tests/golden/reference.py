@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The part "vectors" of the golden numbers a second time, by plain loops over doubles.
+"""Computes the part "vectors" of the golden numbers again, by plain loops over doubles.
 
 usage: reference.py BITS      compares with the lines of the file
 """
@@ -47,7 +47,7 @@ for n in (3, 100, 1013):
     check(f"dot({n})", dot(a, b))
     check(f"magSq({n})", dot(a, a))
     check(f"mag({n})", math.sqrt(dot(a, a)))
-    # Three elements leave a slot behind the last, which is zero and comes first.
+    # With three elements there is a slot after the last one, which is zero and is added first.
     check(f"addElems({n})", chain(reversed(a)))
     a = [0.3 * y + x for x, y in zip(a, b)]
     check(f"scaleAdd.magSq({n})", dot(a, a))
@@ -76,7 +76,7 @@ for k, i in enumerate(sorted(a.keys() | b.keys())):
     check(f"ssum[{k}]", 0.3 * a[i] + -0.7 * b[i] if i in a and i in b else 0.3 * a[i] if i in a else -0.7 * b[i])
 terms = list(zip([numbers.next() for _ in range(3)], (a, b, c)))
 for k, i in enumerate(sorted(a.keys() | b.keys() | c.keys())):
-    # A row that has run out leaves its place to the last one.
+    # The last row replaces a row that has run out.
     j = 0
     while j < len(terms):
         if max(terms[j][1]) < i:

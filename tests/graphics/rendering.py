@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Renders a drawing of every operator and looks at its pixels: ink of the expected amount and colour in each expected
+"""Renders a drawing of every operator and checks its pixels: ink of the expected amount and colour in each expected
 box, none outside; the drawing's bytes are those of the golden file.
 
 usage: rendering.py PROGRAM AI2PNG GOLDEN
@@ -81,7 +81,7 @@ def main(program, ai2png, golden):
                     votes[pixel] = votes.get(pixel, 0) + 1
                     rows[y][3 * x:3 * x + 3] = b"\xff\xff\xff"
                 amount += pixel != b"\xff\xff\xff"
-        # A pixel that is half covered counts whole: up to one more for each pixel of outline.
+        # A pixel that is half covered counts fully, so there may be one more for each pixel of the outline.
         if not least <= amount <= most + 2 * (x1 - x0 + y1 - y0):
             complaints.append(f"{name}: {amount:.0f} dots of ink, not {least:.0f} to {most:.0f}")
         main_colour = list(max(votes, key=votes.get)) if votes else None

@@ -1,7 +1,7 @@
-# Sourced by the scripts that build programs of somebody else's against Limber. Needs: source, compiler, work.
+# Sourced by the scripts that build users' programs with Limber. Needs the variables source, compiler and work.
 clip=$source/examples/data/walk.bvh
 
-# run_consumers FOLDER: the two programs of tests/project/consumer do what they should.
+# run_consumers FOLDER: checks that the two programs of tests/project/consumer work.
 run_consumers() {
   "$1/consumer"
   "$1/motion_consumer" "$clip"
@@ -15,7 +15,7 @@ build_consumer() {
     cmake --build "$folder" --target consumer motion_consumer >>"$work/log" 2>&1 || { cat "$work/log"; return 1; }
 }
 
-# use_package PREFIX [CMAKE-ARGUMENT...]: find_package finds the installed Limber, and the programs run.
+# use_package PREFIX [CMAKE-ARGUMENT...]: checks that find_package finds the installed Limber, and that the programs run.
 use_package() {
   prefix=$1
   shift
@@ -24,7 +24,7 @@ use_package() {
   run_consumers "$work/consumer"
 }
 
-# use_pkg_config LIBDIR: the same programs by pkg-config.
+# use_pkg_config LIBDIR: the same with pkg-config.
 use_pkg_config() {
   export PKG_CONFIG_PATH="$1/pkgconfig"
   for module in limber limber_motion; do pkg-config --validate "$module"; done

@@ -10,7 +10,7 @@ import sys
 library, lists = sys.argv[1], sys.argv[2:]
 table = subprocess.run(["nm", "-DC", "--defined-only", library], check=True, capture_output=True, text=True).stdout
 symbols = [line.split(" ", 2)[1:] for line in table.splitlines()]
-# The names of symbol versions stand in the table as absolute symbols.
+# The table contains the names of symbol versions as absolute symbols.
 exported = {re.sub(r"@@?\w+$", "", name.strip()): kind for kind, name in symbols if kind != "A"}
 documented = set()
 for path in lists:

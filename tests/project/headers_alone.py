@@ -17,7 +17,7 @@ headers = sorted(header for room in source.glob("limber*") if room.is_dir() for 
 
 
 def engine_includes():
-    """Where the headers of MPI and PETSc stand, as arguments; None where one of them is missing."""
+    """The include directories of MPI and PETSc, as arguments; None if one of them is missing."""
     commands = (["mpicxx", "--showme:compile"], ["pkg-config", "--cflags-only-I", "PETSc"])
     if not all(shutil.which(command[0]) for command in commands):
         return None
@@ -28,7 +28,7 @@ def engine_includes():
     return [f"-isystem{word[2:]}" for word in words if word.startswith("-I")]
 
 
-# The headers of the component for many machines need those of its engine.
+# The headers of limber_petsc need those of PETSc and MPI.
 ENGINE = engine_includes()
 if ENGINE is None:
     print("limber_petsc is left out: MPI or PETSc is not installed")
@@ -47,7 +47,7 @@ def syntax_errors(compiler, standard, text, warnings=()):
 def check(job):
     header, compiler, standard = job
     name = header.relative_to(source).as_posix()
-    # Twice: a header without a guard shows itself.
+    # Included twice, to find a header without a guard.
     warnings = ["-Wnon-virtual-dtor"] if header in public else []
     errors = syntax_errors(compiler, standard, f'#include "{name}"\n' * 2, warnings)
     return errors and f"{name} with {compiler} as {standard}:\n{errors}"

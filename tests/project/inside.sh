@@ -1,5 +1,5 @@
 #!/bin/sh
-# inside.sh subdirectory|fetch SOURCE_DIR COMPILER: a project that takes Limber into its own build, from a copy of the
+# inside.sh subdirectory|fetch SOURCE_DIR COMPILER: a project that builds Limber as a part of itself, from a copy of the
 # sources, builds and runs. It gets neither Limber's tests nor its examples nor its installation, and keeps its own
 # settings: without a build type, in C++20, static for the second.
 set -eu

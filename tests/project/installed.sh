@@ -1,5 +1,5 @@
 #!/bin/sh
-# installed.sh BUILD_DIR SOURCE_DIR COMPILER: installs Limber to a prefix of its own and moves it; a program builds and runs
+# installed.sh BUILD_DIR SOURCE_DIR COMPILER: installs Limber to a temporary prefix and moves it; a program builds and runs
 # against the moved tree through CMake's package and through pkg-config, and all examples build. Then the installation is
 # undone.
 set -eu
@@ -13,7 +13,7 @@ if find "$work/first" -path '*detail*' | grep -q .; then
   echo "private headers were installed"
   exit 1
 fi
-# The exact list, but for the component that is not built everywhere, with one name for every library folder and build type.
+# The exact list except limber_petsc, which is not built everywhere, with one name for every library folder and build type.
 (cd "$work/first" && find . -not -type d) | grep -v petsc | sed 's|^\./||; s|^lib/[a-z0-9_]*-linux-[a-z0-9]*/|lib/|
   s/Targets-[a-z]*\.cmake$/Targets-CONFIG.cmake/' | LC_ALL=C sort >"$work/files"
 diff "$source/tests/project/installed_files.txt" "$work/files" || {

@@ -8,7 +8,7 @@ import re
 import sys
 
 source = pathlib.Path(sys.argv[1]) / "limber"
-# A definition at the start of a line stands in the global namespace; a declaration ends with a semicolon.
+# A definition at the start of a line is in the global namespace; a declaration ends with a semicolon.
 definition = re.compile(r"^(?:class|struct|enum)(?: LIMBER_API)? (\w+)(?: final)?(?: : [^;{]*)? \{", re.MULTILINE)
 public = {name for header in source.rglob("*.h") if "detail" not in header.parts and header.parent != source
           for name in definition.findall(header.read_text())}

@@ -1,5 +1,5 @@
 #!/bin/sh
-# packaged.sh: where the Debian packages are installed, programs are built against them and the installed programs run.
+# packaged.sh: if the Debian packages are installed, builds programs with them and runs the installed programs.
 set -eu
 source=$(cd "$(dirname "$0")/../.." && pwd) compiler=c++
 work=$(mktemp -d)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds the reference pages of the guide against the code.
+"""Compares the reference pages of the guide with the code.
 
 reference_pages.py SOURCE-DIR
 

@@ -1,5 +1,5 @@
 #!/bin/sh
-# refused.sh COMPILER SOURCE_DIR: programs that must not compile do not, and each is refused for its one wrong line.
+# refused.sh COMPILER SOURCE_DIR: wrong programs do not compile, and each is refused because of its one wrong line.
 set -eu
 compiler=$1 source=$2
 status=0
