@@ -90,7 +90,8 @@ Size readSize(LineReader& in, const Banner& banner) {
   size.rows = static_cast<int>(in.whole(1, INT_MAX, wanted));
   size.columns = static_cast<int>(in.whole(1, INT_MAX, wanted));
   if (banner.symmetry != Symmetry::General && size.columns != size.rows) {
-    in.fail("expected as many columns as rows, because the matrix is symmetric, found " + to_string(size.columns));
+    in.fail("expected as many columns as rows, because the matrix is symmetric, found " +
+            to_string(size.columns));
   }
   size.entries = listed(banner, size.rows, size.columns);
   if (!array) {

@@ -1,6 +1,5 @@
 #include "limber/graphics/AIPSWriter.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <new>

@@ -2,7 +2,6 @@
 
 #include <zlib.h>
 
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>

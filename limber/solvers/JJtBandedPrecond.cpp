@@ -1,7 +1,6 @@
 #include "limber/solvers/JJtBandedPrecond.h"
 
 #include "limber/foundation/Clock.h"
-#include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/BuildJJt.h"
 #include "limber/solvers/detail/BandFactor.h"

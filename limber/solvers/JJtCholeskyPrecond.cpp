@@ -1,6 +1,5 @@
 #include "limber/solvers/JJtCholeskyPrecond.h"
 
-#include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/BuildJJt.h"
 #include "limber/solvers/detail/BandFactor.h"

@@ -1,7 +1,6 @@
 #include "limber/foundation/detail/Platform.h"
 
 #include <sys/stat.h>
-#include <sys/types.h>
 
 #include <ctime>
 

@@ -10,8 +10,6 @@
 //                                           wrong (by 0.3 to 2). Contract: Quat::FromRotation is right
 //     row 2 in fromMatrix                   is not read
 
-#include <cmath>
-
 #include "limber/foundation/Output.h"
 #include "limber/geometry/Matrix3x3.h"
 #include "limber/geometry/Quat.h"

@@ -1,17 +1,17 @@
 #pragma once
 
 #include "limber/foundation/detail/Sharing.h"
+#include "limber/linalg/ResizeMatrix.h"
+#include "limber/linalg/Vector.h"
 
 class HSpMat;
-class ResizeMatrix;
-class Vector;
 
 namespace limber::detail {
 
-// What the two band preconditioners share: a factored band, or the diagonal of a matrix that has no factor.
+// The two band preconditioners share a factored band, or the diagonal of a matrix that has no factor.
 
-/// Factors the band in place and returns null. A failure is reported, and the inverse diagonal is returned,
-/// to solve with instead; null when there is no memory for that either.
+/// Factors the band in place and returns null. After a failure, which is reported, returns the inverse
+/// diagonal to solve with instead, or null if there is no memory for it.
 Vector* factorOrDiagonal(ResizeMatrix* band, const HSpMat& J, const Vector* weights, const Vector* damp);
 
 /// `to` releases its band and diagonal and shares those of `from`.
@@ -27,7 +27,8 @@ void dropFactor(Precond& p) {
   dropShared(p.diagonal);
 }
 
-/// z = r, then its leading part is replaced by the solution with the diagonal, if there is one, or the band.
+/// z = r; then the leading part of z is replaced by the solution with the diagonal, if there is one, or else
+/// with the band.
 void solveBandOrDiagonal(ResizeMatrix* band, const Vector* diagonal, const Vector* r, Vector* z);
 
 }  // namespace limber::detail
