@@ -30,21 +30,6 @@ Outcome correctByCG(LinearSystem& system, const Units& units, ConstraintMap& map
   return outcome;
 }
 
-/// The elimination of a band in its own order.
-Elimination bandElimination(int n, int halfBandwidth) {
-  Elimination band;
-  band.order.resize(n);
-  band.start.resize(n + 1);
-  for (int k = 0; k < n; ++k) {
-    band.order[k] = k;
-    band.start[k] = band.index.size();
-    for (int j = k + 1; j <= std::min(k + halfBandwidth, n - 1); ++j) band.index.push(j);
-  }
-  band.start[n] = band.index.size();
-  band.position = band.order;
-  return band;
-}
-
 /// Conjugate gradients behind the factor of the band where that is narrow enough, else behind the diagonal.
 Outcome firstMethod(LinearSystem& system, ConstraintMap& scaled, const Units& units, int iterations) {
   const int n = scaled.height();

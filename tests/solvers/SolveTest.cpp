@@ -413,4 +413,38 @@ TEST(Solve, ReadsAndChangesNoTuningVariable) {
   cgradDefinizer = -1.0;
 }
 
+/// A chain needs about as many iterations as it has links; its factor costs a few.
+TEST(Solve, TakesTheFactorOfANarrowBandBeforeManyIterations) {
+  constexpr int n = 5000;
+  Entries A(n, n);
+  for (int i = 0; i < n; ++i) {
+    if (i > 0) A.add(i, i - 1, -1.0);
+    A.add(i, i, 2.0);
+    if (i + 1 < n) A.add(i, i + 1, -1.0);
+  }
+  const Vector b = Random(31).vector(n);
+  Vector x;
+  const SolveReport report = solvePositiveDefinite(A.matrix(), b, &x);
+  EXPECT_EQ(SOLVE_CONVERGED, report.status);
+  EXPECT_LE(report.iterations, 50);
+  EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1e-8);
+}
+
+/// No incomplete factor helps here, and the columns of the factor share most of their rows.
+TEST(Solve, SolvesRandomSquareSystemsByTheirFactor) {
+  for (const unsigned seed : {1u, 2u, 3u}) {
+    Random random(seed);
+    constexpr int n = 300;
+    Entries A(n, n);
+    for (int i = 0; i < n; ++i) {
+      for (int k = 0; k < 5; ++k) A.add(i, random.below(n), random.value());
+      A.add(i, i, 0.1);
+    }
+    const Vector b = random.vector(n);
+    Vector x;
+    EXPECT_EQ(SOLVE_CONVERGED, solveSquare(A.matrix(), b, &x).status);
+    EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1e-8);
+  }
+}
+
 }  // namespace

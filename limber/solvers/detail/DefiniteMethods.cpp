@@ -29,6 +29,8 @@ struct Equilibrated {
   Doubles inverseDiagonal;
   /// The diagonal has elements of very different sizes.
   bool graded = false;
+  /// Row i has no entries left of column i - halfBandwidth.
+  int halfBandwidth = 0;
 
   explicit Equilibrated(const LinearSystem& system) : rows(system.rows), inverseDiagonal(diagonalOf(rows)) {
     const int n = rows.height;
@@ -45,7 +47,13 @@ struct Equilibrated {
     graded = most - least > 18;
     units.columns = units.rows;
     rows.scale(units.rows.data(), units.rows.data());
+    for (int i = 0; i < n; ++i) {
+      if (rows.start[i] < rows.start[i + 1])
+        halfBandwidth = std::max(halfBandwidth, i - rows.index[rows.start[i]]);
+    }
   }
+  /// The band can be factored in the time of a few products.
+  bool narrow() const { return 1.0 * rows.height * halfBandwidth * halfBandwidth <= 10.0 * rows.entries(); }
 };
 
 Outcome correctByCG(LinearSystem& system, const Units& units, LinearMap& map, Inverse* inverse,
@@ -68,7 +76,11 @@ bool choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowanc
                 Outcome* outcome) {
   try {
     Elimination elimination;
-    if (!eliminateSymmetric(scaled.rows, allowance, &elimination)) return false;
+    if (scaled.narrow()) {
+      elimination = bandElimination(scaled.rows.height, scaled.halfBandwidth);
+    } else if (!eliminateSymmetric(scaled.rows, allowance, &elimination)) {
+      return false;
+    }
     SparseCholesky cholesky;
     if (!cholesky.factor(scaled.rows, std::move(elimination))) {
       *outcome = Outcome::indefinite;
@@ -151,7 +163,7 @@ Outcome solveDefinite(LinearSystem& system) {
     outcome = inspect(*scaled);
     if (outcome != Outcome::done) return outcome;
   }
-  const int budget = firstBudget(system, 200, 1000);
+  const int budget = scaled && scaled->narrow() ? 20 : std::clamp(system.width / 4, 200, 400);
   if (foreignPreconditioner(system) || wantsIdentity(system) || !scaled) {
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     Inverse* const inverse = foreignPreconditioner(system) ? &foreign : nullptr;

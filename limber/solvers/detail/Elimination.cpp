@@ -218,6 +218,20 @@ bool eliminateSymmetric(const SparseRows& A, const Allowance& allowance, Elimina
   return out->operations <= allowance.operations;
 }
 
+Elimination bandElimination(int n, int halfBandwidth) {
+  Elimination band;
+  band.order.resize(n);
+  band.start.resize(n + 1);
+  for (int k = 0; k < n; ++k) {
+    band.order[k] = k;
+    band.start[k] = band.index.size();
+    for (int j = k + 1; j <= std::min(k + halfBandwidth, n - 1); ++j) band.index.push(j);
+  }
+  band.start[n] = band.index.size();
+  band.position = band.order;
+  return band;
+}
+
 void orderColumns(const SparseRows& A, Ints* order) {
   const double full = std::max(16.0, 10.0 * std::sqrt(static_cast<double>(A.width)));
   QuotientGraph graph(A.width, A.height);

@@ -34,6 +34,8 @@ struct Elimination {
 bool eliminateColumns(const SparseRows& A, const Allowance& allowance, Elimination* out);
 /// Orders the unknowns of a symmetric A for its Cholesky factor. False where that costs more than allowed.
 bool eliminateSymmetric(const SparseRows& A, const Allowance& allowance, Elimination* out);
+/// The elimination of a band in its own order.
+Elimination bandElimination(int n, int halfBandwidth);
 /// Only the order of the columns for an LU factor with row exchanges; nearly full rows are left out.
 void orderColumns(const SparseRows& A, Ints* order);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "limber/solvers/detail/SolveRun.h"
 #include "limber/solvers/detail/SparseRows.h"
@@ -22,7 +23,7 @@ void SparseLu::reach(const SparseRows& columns, int j) {
         mark_[i] = j;
         next_[depth] = k < 0 ? 0 : lowerStart_[k];
       }
-      const int end = k < 0 ? 0 : lowerStart_[k + 1];
+      const int end = k < 0 ? 0 : searchEnd_[k];
       bool deeper = false;
       while (next_[depth] < end && !deeper) {
         const int below = lowerIndex_[next_[depth]++];
@@ -53,6 +54,25 @@ int SparseLu::pivotRow(int j) const {
   return largest > 0.0 ? best : -1;
 }
 
+/// Column k has all rows of a column of L that it met in U and that has k's pivot row: from now on the search
+/// passes through k to those of them that are not chosen yet.
+void SparseLu::prune(int k, int pivotRow) {
+  for (int u = upperStart_[k]; u < upperStart_[k + 1]; ++u) {
+    const int c = upperIndex_[u];
+    const int begin = lowerStart_[c], end = lowerStart_[c + 1];
+    if (searchEnd_[c] != end) continue;
+    const int* const rows = lowerIndex_.data();
+    if (std::find(rows + begin, rows + end, pivotRow) == rows + end) continue;
+    int chosen = begin;
+    for (int e = begin; e < end; ++e) {
+      if (position_[lowerIndex_[e]] < 0) continue;
+      std::swap(lowerIndex_[e], lowerIndex_[chosen]);
+      std::swap(lower_[e], lower_[chosen++]);
+    }
+    searchEnd_[c] = chosen;
+  }
+}
+
 bool SparseLu::factor(const SparseRows& A, const Allowance& allowance) {
   n_ = A.height;
   const SparseRows columns = A.transposed();
@@ -60,6 +80,7 @@ bool SparseLu::factor(const SparseRows& A, const Allowance& allowance) {
   position_.assign(n_, -1);
   lowerStart_.assign(n_ + 1, 0);
   upperStart_.assign(n_ + 1, 0);
+  searchEnd_.assign(n_, 0);
   pivot_.assign(n_, 1.0);
   work_.assign(n_, 0.0);
   found_.assign(n_, 0);
@@ -98,13 +119,14 @@ bool SparseLu::factor(const SparseRows& A, const Allowance& allowance) {
     position_[chosen] = k;
     for (int t = top_; t < n_; ++t) {
       const int i = found_[t];
-      if (position_[i] < 0 && work_[i] != 0.0) {
+      if (position_[i] < 0) {
         lowerIndex_.push(i);
         lower_.push(work_[i] / pivot_[k]);
       }
       work_[i] = 0.0;
     }
-    lowerStart_[k + 1] = lower_.size();
+    lowerStart_[k + 1] = searchEnd_[k] = lower_.size();
+    prune(k, chosen);
     if (lower_.size() + static_cast<double>(upper_.size()) > allowance.entries) return false;
     if (operations > allowance.operations) return false;
   }
