@@ -12,6 +12,7 @@
 #include "options.h"
 #include "output_file.h"
 #include "pictures.h"
+#include "program_name.h"
 #include "progress.h"
 
 namespace {
@@ -37,30 +38,45 @@ class Outputs {
     for (std::size_t i = 0; i < files_.size(); i++) {
       names += (i == 0 ? "" : i + 1 == files_.size() ? " and " : ", ") + files_[i]->path();
     }
-    std::printf("wrote %s\n", names.c_str());
+    if (!names.empty()) std::printf("wrote %s\n", names.c_str());
   }
 
  private:
   std::vector<std::unique_ptr<OutputFile>> files_;
 };
 
-void requireOtherNames(const Options& options) {
-  std::vector<std::string> outputs = {options.output + ".bvh", options.plantScript, options.report};
-  if (options.pictures) {
-    for (const char* end : {".ai", "-speed.ai", "-convergence.ai"}) outputs.push_back(options.output + end);
-  }
+void complain(const std::string& sentence) {
+  std::fprintf(stderr, "%s: %s\n", programName().c_str(), sentence.c_str());
+}
+
+/// The files that the options ask for.
+std::vector<std::string> outputsOf(const Options& options) {
+  std::vector<std::string> outputs;
+  if (!options.plantScript.empty()) outputs.push_back(options.plantScript);
+  if (options.listPlants) return outputs;
+  outputs.push_back(options.output + ".bvh");
+  if (!options.report.empty()) outputs.push_back(options.report);
+  if (!options.pictures) return outputs;
+  for (const char* end : {".ai", "-speed.ai", "-convergence.ai"}) outputs.push_back(options.output + end);
+  return outputs;
+}
+
+// Before anything is computed: nobody wants to wait for what cannot be written.
+void checkOutputs(const Options& options) {
+  const std::vector<std::string> outputs = outputsOf(options);
   for (std::size_t i = 0; i < outputs.size(); i++) {
     for (const std::string& input : {options.clip, options.script}) {
-      if (!input.empty() && !outputs[i].empty() && sameFile(outputs[i], input)) {
-        throw InputError("motion_edit: " + outputs[i] + " is read, and must not be written over");
+      if (!input.empty() && sameFile(outputs[i], input)) {
+        throw InputError(programName() + ": " + outputs[i] + " is read, and must not be written over");
       }
     }
     for (std::size_t j = 0; j < i; j++) {
-      if (!outputs[i].empty() && !outputs[j].empty() && sameFile(outputs[i], outputs[j])) {
-        throw InputError("motion_edit: " + outputs[i] + " would be written twice");
+      if (sameFile(outputs[i], outputs[j])) {
+        throw InputError(programName() + ": " + outputs[i] + " would be written twice");
       }
     }
   }
+  for (const std::string& output : outputs) OutputFile::requireWritable(output);
 }
 
 void describe(const Options& options, const Clip& clip, double height) {
@@ -75,7 +91,7 @@ void describe(const Options& options, const Clip& clip, double height) {
   }
 }
 
-int listPlants(const Clip& clip, const Contacts& contacts, double height) {
+void listPlants(const Clip& clip, const Contacts& contacts, double height) {
   std::printf("%-24s %13s %15s   %-36s %s\n", "joint", "frames", "seconds", "place (clip's unit)",
               "above ground (heights)");
   for (const Contact& c : contacts.list) {
@@ -84,10 +100,9 @@ int listPlants(const Clip& clip, const Contacts& contacts, double height) {
                 c.first * clip.frameTime, (c.last + 1) * clip.frameTime, c.place.x, c.place.y, c.place.z,
                 (c.place.y - contacts.ground) / height);
   }
-  return contacts.list.empty() ? BadInput : Met;
 }
 
-/// What is held: the script's wishes and, without a script or with its line "plants", the contacts beside
+/// What is held: the script's targets and, without a script or with its line "plants", the contacts beside
 /// them.
 struct Wishes {
   Contacts plants;
@@ -102,29 +117,38 @@ struct Wishes {
 };
 
 Wishes wishesOf(const Options& options, const Clip& clip, const Contacts& found) {
-  Wishes wishes;
-  bool plants = true;
-  if (!options.script.empty()) {
-    const Script script = readScript(options.script, options.path(), clip);
-    wishes.targets = script.constraints;
-    plants = script.plants;
-    if (wishes.targets.empty() && !plants)
-      throw InputError(options.script + ": no constraints in the script");
+  Wishes wishes = {found, {}};
+  if (options.script.empty()) return wishes;
+  const Script script = readScript(options.script, options.path(), clip);
+  if (script.constraints.empty() && !script.plants) {
+    throw InputError(options.script + ": no constraints in the script");
   }
-  if (plants) wishes.plants = contactsBeside(found, wishes.targets);
+  wishes.targets = script.constraints;
+  if (script.plants) {
+    wishes.plants = contactsBeside(found, wishes.targets);
+  } else {
+    wishes.plants.list.clear();
+  }
   return wishes;
 }
 
-int edit(const Options& options) {
-  requireOtherNames(options);
+int statusOf(const Report& report) { return report.met ? Met : report.impossible ? BadInput : NotMet; }
+
+int run(const Options& options) {
+  checkOutputs(options);
   Clip clip = readClip(options.clip, options.path());
   const Clip before = clip;
   const double height = Skeleton(clip).height();
   describe(options, clip, height);
   const Contacts found = findContacts(clip);
   if (!found.note.empty()) std::printf("note: %s\n", found.note.c_str());
-  if (!options.plantScript.empty()) writeScript(found, clip, options.plantScript);
-  if (options.listPlants) return listPlants(clip, found, height);
+  Outputs outputs;
+  if (!options.plantScript.empty()) outputs.add(options.plantScript, scriptOf(found, clip));
+  if (options.listPlants) {
+    listPlants(clip, found, height);
+    outputs.finish();
+    return found.list.empty() ? BadInput : Met;
+  }
 
   const Wishes wishes = wishesOf(options, clip, found);
   const std::vector<Constraint> all = wishes.all();
@@ -133,19 +157,13 @@ int edit(const Options& options) {
   Progress progress;
   EditOptions how = options.edit;
   how.observer = [&](const EditStep& step) { return progress.goesOn(step); };
-  Report report;
-  if (all.empty()) {
-    report.reasons.push_back(found.note);
-  } else {
-    Edit edit(clip, how);
-    if (!wishes.plants.list.empty()) edit.plant(wishes.plants);
-    edit.add(wishes.targets);
-    report = edit.solve();
-  }
+  Edit edit(clip, how);
+  edit.plant(wishes.plants);
+  edit.add(wishes.targets);
+  const Report report = edit.solve();
   if (QuietAllocations::failed()) throw std::bad_alloc();
   if (!all.empty()) std::fputs(textOf(report).c_str(), stdout);
 
-  Outputs outputs;
   outputs.add(options.output + ".bvh", textOf(clip));
   if (options.pictures) {
     const Scene scene(before, clip, found, all);
@@ -155,28 +173,21 @@ int edit(const Options& options) {
   }
   if (!options.report.empty()) outputs.add(options.report, jsonOf(report));
   outputs.finish();
-  if (progress.stopped())
-    std::fprintf(stderr, "motion_edit: stopped by Ctrl-C; the best motion so far was written\n");
-  if (report.met) return Met;
-  for (const std::string& reason : report.reasons) std::fprintf(stderr, "motion_edit: %s\n", reason.c_str());
-  if (report.reasons.empty()) {
-    std::fprintf(
-        stderr,
-        "motion_edit: the goal was not met: %s is still %.2g heights from where it shall be in frame %d\n",
-        report.missJoint.c_str(), report.missAfter, report.missFrame);
-  }
-  return all.empty() || report.impossible ? BadInput : NotMet;
+  if (progress.stopped()) complain("stopped by Ctrl-C; the best motion so far was written");
+  for (const std::string& reason : report.reasons) complain(reason);
+  return statusOf(report);
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
+  setProgramName(arguments[0], "limber-motion-edit");
   const QuietAllocations quiet;
   try {
-    const int status = edit(readOptions(count, arguments));
-    requireStandardOutput("motion_edit");
+    const int status = run(readOptions(count, arguments));
+    requireStandardOutput(programName());
     return status;
   } catch (...) {
-    return reportException("motion_edit");
+    return reportException(programName().c_str());
   }
 }

@@ -1,20 +1,63 @@
 #include "page.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <new>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <stdexcept>
 
-// Into memory first: the writer closes its stream, and says nothing of a full disk.
+namespace files = std::filesystem;
+
+namespace {
+
+const std::string lastLine = "%%EOF\n";
+
+/// A file of its own in the folder for temporary files, which goes with the object.
+class ScratchFile {
+ public:
+  ScratchFile() {
+    std::random_device random;
+    const files::path folder = files::temp_directory_path();
+    for (int attempt = 0; attempt < 100 && !stream_; attempt++) {
+      path_ = folder / ("limber-picture-" + std::to_string(random()) + std::to_string(random()));
+      stream_ = std::fopen(path_.string().c_str(), "wbx");
+    }
+    if (!stream_)
+      throw std::runtime_error("no picture can be drawn: " + folder.string() + " cannot be written");
+  }
+  ~ScratchFile() {
+    std::error_code ignored;
+    files::remove(path_, ignored);
+  }
+  ScratchFile(const ScratchFile&) = delete;
+  ScratchFile& operator=(const ScratchFile&) = delete;
+
+  /// Whoever takes it closes it.
+  std::FILE* stream() const { return stream_; }
+  std::string text() const {
+    std::ifstream in(path_, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  }
+
+ private:
+  files::path path_;
+  std::FILE* stream_ = nullptr;
+};
+
+}  // namespace
+
+// Through a file of its own: the writer closes its stream, and does not say whether the disk was full.
 std::string drawnPage(const std::function<void(AIPSWriter*)>& draw) {
-  char* text = nullptr;
-  std::size_t length = 0;
-  std::FILE* const memory = open_memstream(&text, &length);
-  if (!memory) throw std::bad_alloc();
+  const ScratchFile file;
   {
-    AIPSWriter writer(memory, nullptr, 0, 0, static_cast<int>(pageWidth), static_cast<int>(pageHeight));
+    AIPSWriter writer(file.stream(), nullptr, 0, 0, static_cast<int>(pageWidth),
+                      static_cast<int>(pageHeight));
     draw(&writer);
   }
-  const std::string drawn(text ? text : "", length);
-  std::free(text);
+  const std::string drawn = file.text();
+  const bool whole = drawn.size() >= lastLine.size() &&
+                     drawn.compare(drawn.size() - lastLine.size(), lastLine.size(), lastLine) == 0;
+  if (!whole) throw std::runtime_error("a picture could not be written completely to the temporary folder");
   return drawn;
 }

@@ -13,7 +13,8 @@ constexpr double pageWidth = 576.0, pageHeight = 720.0;  // points
 const Pnt3 grey(0.68, 0.68, 0.68), dark(0.25, 0.25, 0.28), red(0.85, 0.10, 0.12), earth(0.45, 0.36, 0.22);
 const Pnt3 leftColour(0.09, 0.38, 0.78), rightColour(0.93, 0.50, 0.05);
 
-/// The text of an Illustrator file of one page, drawn by `draw`. Throws std::bad_alloc without memory.
+/// The text of an Illustrator file of one page, drawn by `draw`. Throws std::runtime_error when it cannot be
+/// written to the folder for temporary files.
 std::string drawnPage(const std::function<void(AIPSWriter*)>& draw);
 
 /// A polyline through points that are given one by one; a gap begins another.

@@ -8,6 +8,7 @@
 #include "input_error.h"
 #include "limber_motion/motion.h"
 #include "options.h"
+#include "program_name.h"
 
 namespace {
 
@@ -29,8 +30,8 @@ void printTable(const Clip& clip, const std::vector<Pnt3>& at) {
 }
 
 int show(const Options& options) {
-  if (options.help) return std::fputs(usage, stdout) < 0;
-  if (options.version) return std::printf("skeleton (Limber %s)\n", limberVersion()) < 0;
+  if (options.help) return std::printf("usage: %s%s", programName().c_str(), usage) < 0;
+  if (options.version) return std::printf("%s (Limber %s)\n", programName().c_str(), limberVersion()) < 0;
   const Clip clip =
       limber::motion::readClip(options.clip, options.searched ? options.searchPath.c_str() : nullptr);
   if (options.frame < 1 || options.frame > clip.frames) {
@@ -41,17 +42,18 @@ int show(const Options& options) {
               (options.frame - 1) * clip.frameTime);
   printTable(clip, Skeleton(clip).positions(clip.frame(options.frame - 1)));
   if (std::fflush(stdout) != 0 || std::ferror(stdout))
-    throw InputError("skeleton: the table cannot be written");
+    throw InputError(programName() + ": the table cannot be written");
   return 0;
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
+  setProgramName(arguments[0], "limber-skeleton");
   const QuietAllocations quiet;
   try {
     return show(readOptions(count, arguments));
   } catch (...) {
-    return reportException("skeleton");
+    return reportException(programName().c_str());
   }
 }

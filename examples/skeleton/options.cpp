@@ -2,9 +2,10 @@
 
 #include "input_error.h"
 #include "numbers.h"
+#include "program_name.h"
 
 const char usage[] =
-    "usage: skeleton [-p PATH] CLIP.bvh [FRAME]\n"
+    " [-p PATH] CLIP.bvh [FRAME]\n"
     "\n"
     "Prints the world position of every joint and end site of a motion clip (BVH, plain or gzip-compressed)\n"
     "in one frame, the first when none is named. Frames count from 1; lengths are in the clip's unit.\n"
@@ -29,22 +30,23 @@ Options readOptions(int count, char** arguments) {
       return options;
     }
     if (word == "-p") {
-      if (++i == count) throw InputError("skeleton: -p needs a search path");
+      if (++i == count) throw InputError(programName() + ": -p needs a search path");
       options.searchPath = arguments[i];
       options.searched = true;
     } else if (word.size() > 1 && word[0] == '-' && options.clip.empty()) {
-      throw InputError("skeleton: unknown option " + quoted(word.c_str()) + "; --help shows all");
+      throw InputError(programName() + ": unknown option " + quoted(word.c_str()) + "; --help shows all");
     } else if (options.clip.empty()) {
       options.clip = word;
     } else if (!frameGiven) {
       if (!parseInt(word.c_str(), &options.frame)) {
-        throw InputError("skeleton: expected a frame number, found " + quoted(word.c_str()));
+        throw InputError(programName() + ": expected a frame number, found " + quoted(word.c_str()));
       }
       frameGiven = true;
     } else {
-      throw InputError("skeleton: expected nothing behind the frame, found " + quoted(word.c_str()));
+      throw InputError(programName() + ": expected nothing behind the frame, found " + quoted(word.c_str()));
     }
   }
-  if (options.clip.empty()) throw InputError("skeleton: no clip named; --help shows what can be said");
+  if (options.clip.empty())
+    throw InputError(programName() + ": no clip named; --help shows what can be said");
   return options;
 }

@@ -12,6 +12,7 @@ struct Options {
   bool version = false;
 };
 
+/// What --help prints behind "usage:" and the program's name.
 extern const char usage[];
 
 /// Throws InputError for what is not understood.

@@ -13,6 +13,7 @@
 #include "matrix_market.h"
 #include "memory.h"
 #include "output_file.h"
+#include "program_name.h"
 #include "report.h"
 
 namespace {
@@ -42,7 +43,7 @@ void requireDistinctFiles(const Options& options, const std::string& matrix, con
     return !one.empty() && !other.empty() && one != "/dev/null" && sameFile(one, other);
   };
   for (const auto& output : outputs) {
-    const std::string complaint = std::string("solve: ") + output.option + ": expected another file than ";
+    const std::string complaint = programName() + ": " + output.option + ": expected another file than ";
     if (same(output.file, matrix)) throw InputError(complaint + "the matrix, " + quoted(matrix.c_str()));
     if (same(output.file, b)) throw InputError(complaint + "the right-hand side, " + quoted(b.c_str()));
     for (const auto* other = outputs; other != &output; ++other) {
@@ -99,7 +100,7 @@ class Delivery {
     try {
       step();
     } catch (...) {
-      status_ = reportException("solve");
+      status_ = reportException(programName().c_str());
     }
   }
   // Writes a complete file by `write`, or none.
@@ -158,10 +159,10 @@ int start(int argc, char** argv) {
   const QuietAllocations quiet;
   switch (readOptions(argc, argv, options)) {
     case Command::Help:
-      std::fputs(help, stdout);
+      std::printf("usage: %s%s", programName().c_str(), help);
       return exitSolved;
     case Command::Version:
-      std::printf("solve (Limber %s)\n", limberVersion());
+      std::printf("%s (Limber %s)\n", programName().c_str(), limberVersion());
       return exitSolved;
     default:
       if (isStandardOutput(options.solution)) stdoutF = printOnStandardError;
@@ -172,11 +173,12 @@ int start(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  setProgramName(argv[0], "limber-solve");
   try {
     const int status = start(argc, argv);
-    requireStandardOutput("solve");
+    requireStandardOutput(programName());
     return status;
   } catch (...) {
-    return reportException("solve");
+    return reportException(programName().c_str());
   }
 }

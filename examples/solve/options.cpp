@@ -6,9 +6,10 @@
 #include "input_error.h"
 #include "limber/solvers/CGTuning.h"
 #include "numbers.h"
+#include "program_name.h"
 
 const char help[] =
-    "usage: solve [OPTION...] MATRIX\n"
+    " [OPTION...] MATRIX\n"
     "Solves with the matrix A of a Matrix Market file (coordinate or array), plain or gzip-compressed.\n"
     "\n"
     "Kinds of problems (default: the kind that suits the matrix, which the report names):\n"
@@ -70,7 +71,8 @@ const char help[] =
 namespace {
 
 [[noreturn]] void complain(const std::string& option, const std::string& expected) {
-  throw InputError("solve: " + option + ": expected " + expected + " (see solve --help)");
+  throw InputError(programName() + ": " + option + ": expected " + expected + " (see " + programName() +
+                   " --help)");
 }
 
 // The solvers that use an option.

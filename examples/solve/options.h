@@ -42,6 +42,7 @@ enum class Command { Solve, Help, Version };
 /// option that does not apply to the problem.
 Command readOptions(int argc, char** argv, Options& options);
 
+/// What --help prints behind "usage:" and the name of the program.
 extern const char help[];
 
 /// The system that a method solves.

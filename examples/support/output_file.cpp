@@ -29,7 +29,38 @@ bool isStored(std::FILE* stream) {
   return true;
 }
 
+const char part[] = ".part";
+
+// Pipes and devices are not: they are written directly.
+bool isReplaced(const files::file_status& status) {
+  return files::is_regular_file(status) || !files::exists(status);
+}
+
+// What a finished file takes the place of.
+std::string targetOf(const std::string& path, const files::file_status& status) {
+  std::error_code error;
+  const files::path resolved = files::weakly_canonical(path, error);
+  return files::is_regular_file(status) && !error ? resolved.string() : path;
+}
+
 }  // namespace
+
+// A temporary file that is there already belongs to another run, and is left alone.
+void OutputFile::requireWritable(const std::string& path) {
+  std::error_code error;
+  const files::file_status status = files::status(path, error);
+  if (files::is_directory(status)) {
+    errno = EISDIR;
+    cannotWrite(path);
+  }
+  if (isStandardOutput(path) || !isReplaced(status)) return;
+  const std::string temporary = targetOf(path, status) + part;
+  std::FILE* const tried = std::fopen(temporary.c_str(), "wbx");
+  if (!tried && errno != EEXIST) cannotWrite(path);
+  if (!tried) return;
+  std::fclose(tried);
+  std::remove(temporary.c_str());
+}
 
 OutputFile::OutputFile(const std::string& path) : path_(path), target_(path) {
   if (isStandardOutput(path)) {
@@ -39,10 +70,9 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_(path) {
   std::error_code error;
   const files::file_status status = files::status(path, error);
   const bool replaces = files::is_regular_file(status);
-  if (replaces || !files::exists(status)) {
-    const files::path resolved = files::weakly_canonical(path, error);
-    if (replaces && !error) target_ = resolved.string();
-    temporary_ = target_ + ".part";
+  if (isReplaced(status)) {
+    target_ = targetOf(path, status);
+    temporary_ = target_ + part;
   }
   stream_ = std::fopen((temporary_.empty() ? path_ : temporary_).c_str(), "wb");
   if (!stream_) {

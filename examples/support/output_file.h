@@ -15,6 +15,9 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
+  /// Throws InputError when the file could not be made; writes nothing. For programs that compute for long.
+  static void requireWritable(const std::string& path);
+
   std::FILE* stream() const { return stream_; }
   const std::string& path() const { return path_; }
   /// Closes the file; throws InputError if not everything could be written. Complete all files that belong

@@ -152,20 +152,22 @@ TEST_F(MotionEditProgram, NeverWritesOverWhatItReads) {
   directory.write("walk.bvh", readFile(data + "/walk.bvh"));
   directory.write("wishes.txt", "60 LeftHand 34 128 216\n");
   ASSERT_EQ(symlink("walk.bvh", (directory / "link.bvh").c_str()), 0);
-  expectRefused({"-o", "walk", "walk.bvh"}, "motion_edit: walk.bvh is read, and must not be written over");
+  expectRefused({"-o", "walk", "walk.bvh"},
+                "limber-motion-edit: walk.bvh is read, and must not be written over");
   expectRefused({"-o", "./walk", "walk.bvh"},
-                "motion_edit: ./walk.bvh is read, and must not be written over");
-  expectRefused({"-o", "walk", "link.bvh"}, "motion_edit: walk.bvh is read, and must not be written over");
+                "limber-motion-edit: ./walk.bvh is read, and must not be written over");
+  expectRefused({"-o", "walk", "link.bvh"},
+                "limber-motion-edit: walk.bvh is read, and must not be written over");
   expectRefused({"--report", "wishes.txt", "walk.bvh", "wishes.txt"},
-                "motion_edit: wishes.txt is read, and must not be written over");
+                "limber-motion-edit: wishes.txt is read, and must not be written over");
   expectRefused({"--report", "x", "--write-constraints", "x", "walk.bvh"},
-                "motion_edit: x would be written twice");
+                "limber-motion-edit: x would be written twice");
 }
 
 TEST_F(MotionEditProgram, NeedsAStemForTheFilesItWrites) {
   directory.write("walk.bvh", readFile(data + "/walk.bvh"));
-  expectRefused({"-o", "", "walk.bvh"}, "motion_edit: -o needs the stem of file names, found ''");
-  expectRefused({"-o", "./", "walk.bvh"}, "motion_edit: -o needs the stem of file names, found './'");
+  expectRefused({"-o", "", "walk.bvh"}, "limber-motion-edit: -o needs the stem of file names, found ''");
+  expectRefused({"-o", "./", "walk.bvh"}, "limber-motion-edit: -o needs the stem of file names, found './'");
 }
 
 TEST_F(MotionEditProgram, FindsACompressedClipAlongASearchPath) {
@@ -196,7 +198,7 @@ TEST_F(MotionEditProgram, SaysSoWhenTheGoalIsNotMet) {
   directory.write("much.txt", "plants\n60 LeftHand 34 128 216\n");
   const ProgramRun result = run({"--steps", "1", "-o", "out", data + "/walk.bvh", "much.txt"});
   EXPECT_EQ(result.status, 2);
-  EXPECT_TRUE(says(result.err, "motion_edit: ")) << result.err;
+  EXPECT_TRUE(says(result.err, "limber-motion-edit: ")) << result.err;
   EXPECT_EQ(files().size(), 5u) << "what was reached is written all the same";
 }
 
@@ -204,7 +206,7 @@ TEST_F(MotionEditProgram, WritesTheClipAsItIsWhereNoFeetAreFound) {
   directory.write("small.bvh", smallClip);
   const ProgramRun result = run({"small.bvh"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_TRUE(says(result.err, "motion_edit: no feet found: ")) << result.err;
+  EXPECT_TRUE(says(result.err, "limber-motion-edit: no feet found: ")) << result.err;
   EXPECT_EQ(readFile(directory / "edited.bvh"), smallClip);
 }
 
@@ -217,7 +219,7 @@ TEST_F(MotionEditProgram, RefusesWhatItCannotUse) {
   directory.write("empty.txt", "# nothing\n");
   directory.write("bad.txt", "1 Arm 1 2\n");
   directory.write("good.txt", "1 Arm 1 2 3\n");
-  expectRefused({}, "motion_edit: no clip named; --help shows what can be said");
+  expectRefused({}, "limber-motion-edit: no clip named; --help shows what can be said");
   expectRefused({"none.bvh"}, "none.bvh: cannot be opened");
   expectRefused({"-p", "a;b", "none.bvh"}, "none.bvh: not found along a;b");
   expectRefused({"bad.bvh"}, "bad.bvh:19: expected a number, found 'nan'");
@@ -226,15 +228,65 @@ TEST_F(MotionEditProgram, RefusesWhatItCannotUse) {
   expectRefused({"small.bvh", "none.txt"}, "none.txt: cannot be opened");
   expectRefused({"flat.bvh", "good.txt"}, "the skeleton has no extent: all its bones have length zero");
   expectRefused({"small.bvh", "good.txt", "more"},
-                "motion_edit: one clip and one script at most, found also 'more'");
-  expectRefused({"--fast", "small.bvh"}, "motion_edit: unknown option '--fast'; --help shows all");
-  expectRefused({"small.bvh", "-o"}, "motion_edit: -o needs a value");
-  expectRefused({"--knots", "-1"}, "motion_edit: --knots needs a number from 0, found '-1'");
-  expectRefused({"--steps", "0"}, "motion_edit: --steps needs a whole number from 1, found '0'");
+                "limber-motion-edit: one clip and one script at most, found also 'more'");
+  expectRefused({"--fast", "small.bvh"}, "limber-motion-edit: unknown option '--fast'; --help shows all");
+  expectRefused({"small.bvh", "-o"}, "limber-motion-edit: -o needs a value");
+  expectRefused({"--knots", "-1"}, "limber-motion-edit: --knots needs a number from 0, found '-1'");
+  expectRefused({"--steps", "0"}, "limber-motion-edit: --steps needs a whole number from 1, found '0'");
   expectRefused({"--stiff", "Hips"},
-                "motion_edit: --stiff needs a joint and a number above 0 as in Hips=4, found 'Hips'");
-  expectRefused({"--goal", "nan"}, "motion_edit: --goal needs a number above 0, found 'nan'");
-  expectRefused({"--smooth", "-1"}, "motion_edit: --smooth needs a number above 0, found '-1'");
+                "limber-motion-edit: --stiff needs a joint and a number above 0 as in Hips=4, found 'Hips'");
+  expectRefused({"--goal", "nan"}, "limber-motion-edit: --goal needs a number above 0, found 'nan'");
+  expectRefused({"--smooth", "-1"}, "limber-motion-edit: --smooth needs a number above 0, found '-1'");
+}
+
+TEST_F(MotionEditProgram, EndsWithOneForWhatNobodyCanMeetAndWithTwoForWhatItDidNotReach) {
+  const std::string walk = data + "/walk.bvh";
+  const struct {
+    const char* script;
+    std::vector<std::string> options;
+    int status;
+    const char* message;
+  } cases[] = {
+      {"60 LeftHand 34 9000 216\n", {}, 1, "bones between them reach only"},
+      {"60 LeftHand 34 128 216\n61 LeftHand 34 28 216\n", {}, 1, "no body moves that far"},
+      {"hold 1-120 LeftFoot\nhold 1-120 RightFoot\n", {}, 1, "is held in all 120 frames"},
+      {"40-60 LeftFoot 0 10 100\n40-60 LeftLeg 0 150 100\n", {}, 1, "bones between them"},
+      {"plants\n60 LeftHand 34 128 216\n", {"--goal", "1e-30"}, 2, "the goal is 1e-30"},
+      {"plants\n60 LeftHand 34 128 216\n", {"--most-turn", "1"}, 2, "more than the 1 degrees allowed"},
+      {"plants\n60 LeftHand 34 128 216\n", {"--steps", "1"}, 2, "after 1 steps"},
+      {"plants\n60 LeftHand 34 128 216\n", {}, 0, ""},
+  };
+  for (const auto& one : cases) {
+    directory.write("script.txt", one.script);
+    std::vector<std::string> arguments = {"--no-pictures", "-o", "out", walk, "script.txt"};
+    arguments.insert(arguments.begin(), one.options.begin(), one.options.end());
+    const ProgramRun result = run(arguments);
+    EXPECT_EQ(result.status, one.status) << one.script << result.out << result.err;
+    EXPECT_TRUE(says(result.err, one.message)) << one.script << result.err;
+    const Quality quality = measureQuality(readClip(walk), readClip(directory / "out.bvh"));
+    EXPECT_TRUE(quality.largestEdgeJerk <= 3.01 && quality.bodyJerk <= 1.71)
+        << one.script << quality.largestEdgeJerk << " " << quality.bodyJerk;
+  }
+}
+
+TEST_F(MotionEditProgram, NamesWhatItCannotWriteBeforeItReadsTheClip) {
+  std::filesystem::create_directory(directory / "folder.bvh");
+  for (const std::vector<std::string>& options :
+       {std::vector<std::string>{"-o", "no/out"}, {"--report", "no/out.json"}, {"-o", "folder"}}) {
+    std::vector<std::string> arguments = options;
+    arguments.push_back("none.bvh");
+    const ProgramRun result = run(arguments);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(says(result.err, "cannot be written: ")) << result.err;
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(files(), std::set<std::string>{"folder.bvh"});
+  }
+}
+
+TEST_F(MotionEditProgram, CallsItselfByTheNameByWhichItIsCalled) {
+  ASSERT_EQ(symlink(MOTION_EDIT_PROGRAM, (directory / "my-editor").c_str()), 0);
+  const ProgramRun result = runProgram(directory / "my-editor", {}, directory.path());
+  EXPECT_EQ(result.err, "my-editor: no clip named; --help shows what can be said\n");
 }
 
 TEST_F(MotionEditProgram, LeavesEarlierResultsWhenItFails) {
@@ -264,19 +316,19 @@ TEST_F(MotionEditProgram, LeavesNothingHalfWrittenOnAFullDisk) {
 TEST_F(MotionEditProgram, NamesItsVersion) {
   const ProgramRun result = run({"--version"});
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.out, std::string("motion_edit (Limber ") + limberVersion() + ")\n");
+  EXPECT_EQ(result.out, std::string("limber-motion-edit (Limber ") + limberVersion() + ")\n");
 }
 
 TEST_F(MotionEditProgram, HelpsWithStatusZero) {
   const ProgramRun result = run({"--help"});
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.out.compare(0, 19, "usage: motion_edit "), 0);
+  EXPECT_EQ(result.out.compare(0, 26, "usage: limber-motion-edit "), 0);
   for (const char* option :
        {"-o ", "-p ", "--list-plants ", "--write-constraints ", "--smooth ", "--knots ", "--stiff ",
         "--most-turn ", "--ground ", "--goal ", "--steps ", "--report ", "--figures ", "--no-pictures "}) {
     EXPECT_TRUE(says(result.out, std::string("\n  ") + option)) << option;
   }
-  EXPECT_TRUE(says(result.out, "Exit status: 0 all is met; 1 bad input")) << result.out;
+  EXPECT_TRUE(says(result.out, "Exit status:\n  0  met: ")) << result.out;
 }
 
 }  // namespace

@@ -253,7 +253,7 @@ class Skeleton(unittest.TestCase):
         self.assertIn("/no/such.bvh", self.refused("/no/such.bvh"))
         status, out, err = run("--help")
         self.assertEqual((status, err), (0, ""))
-        self.assertTrue(out.startswith("usage: skeleton"))
+        self.assertTrue(out.startswith("usage: limber-skeleton"))
 
 
 if __name__ == "__main__":

@@ -302,12 +302,12 @@ class Solve(SolveRunner):
             (("--precond", "banded:-1"), "--precond: expected none, jacobi or banded:N"),
             (("--shadow", "none"), "--shadow: expected residual or product"),
         ):
-            self.assertEqual(self.run_solve(*options, path), (1, "", f"solve: {what} (see solve --help)\n"))
+            self.assertEqual(self.run_solve(*options, path), (1, "", f"limber-solve: {what} (see limber-solve --help)\n"))
 
     def test_command_lines(self):
         status, out, err = self.run_solve("--help")
         self.assertEqual((status, err), (0, ""))
-        self.assertTrue(out.startswith("usage: solve "))
+        self.assertTrue(out.startswith("usage: limber-solve "))
         for arguments, what in (
             ((), "MATRIX: expected the file of a matrix"),
             (("a", "b"), "b: expected one matrix"),
@@ -321,7 +321,7 @@ class Solve(SolveRunner):
             (("--epsilon", "nan", "a"), "--epsilon: expected a number"),
             (("a", "-b"), "-b: expected an argument"),
         ):
-            self.assertEqual(self.run_solve(*arguments), (1, "", f"solve: {what} (see solve --help)\n"))
+            self.assertEqual(self.run_solve(*arguments), (1, "", f"limber-solve: {what} (see limber-solve --help)\n"))
 
     def test_the_network_that_ships_is_what_its_program_writes(self):
         subprocess.run([GENERATOR, self.folder], check=True)

@@ -148,7 +148,7 @@ class Files(SolveRunner):
                                "--report: expected another file than that of -x")):
             status, printed, err = self.run_solve(*options, "-b", b, path)
             self.assertEqual((status, printed), (1, ""))
-            self.assertTrue(err.startswith("solve: " + what), err)
+            self.assertTrue(err.startswith("limber-solve: " + what), err)
         with open(path) as file:
             self.assertEqual(file.read(), BANNER + SMALL)
 
@@ -165,7 +165,7 @@ class Files(SolveRunner):
         self.assertLess(report["denseDifference"], 1e-9)
 
     def test_the_version(self):
-        self.assertRegex(self.run_solve("--version")[1], r"^solve \(Limber [0-9.]+\)\n$")
+        self.assertRegex(self.run_solve("--version")[1], r"^limber-solve \(Limber [0-9.]+\)\n$")
 
 
 class Truth(SolveRunner):
@@ -261,7 +261,7 @@ class Faults(SolveRunner):
             with open("/dev/full", "w") as full:
                 done = subprocess.run([SOLVE, *options], stdout=full, stderr=subprocess.PIPE, text=True, timeout=60)
             self.assertEqual((done.returncode, done.stderr),
-                             (1, "solve: standard output could not be written completely\n"))
+                             (1, "limber-solve: standard output could not be written completely\n"))
 
     def test_nothing_half_written(self):
         x = self.write("x.mtx", "earlier")
