@@ -13,7 +13,7 @@ list(REMOVE_DUPLICATES options)
 string(REPLACE ";" " " options "${options}")
 file(WRITE ${COMPLETION} "complete -o default -W '${options}' ${NAME}\n")
 
-# The first lines of the text, up to an empty one, are the synopsis; all of it is shown as it stands.
+# The first lines of the text, up to an empty one, are the synopsis; all of it is shown unchanged.
 string(REPLACE "\\" "\\e" text "${help}")
 string(REPLACE "-" "\\-" text "${text}")
 string(REGEX REPLACE "(^|\n)([.'])" "\\1\\\\&\\2" text "${text}")

@@ -2,7 +2,7 @@
 
 /// @file
 /// Every public class under its name in namespace limber, for programs that have a Vector or a Reader in a
-/// namespace of their own: limber::Vector says which one is meant. The names in the global namespace stay.
+/// namespace of their own: limber::Vector says which one is meant. The names in the global namespace remain.
 /// Not part of limber.h: include it where it is wanted.
 
 #include "limber/limber.h"

@@ -107,7 +107,7 @@ Problem& problem(int which) {
 
 // Calls both in turns, `calls` times each. The counter "ratio" is Limber's time over the peer's.
 template <class Ours, class Theirs>
-void beside(benchmark::State& state, Ours ours, Theirs theirs) {
+void inTurns(benchmark::State& state, Ours ours, Theirs theirs) {
   const int calls[] = {200, 40, 4, 1}, turnsOf[] = {101, 101, 101, 15};
   const auto which = state.range(0);
   Turns turns{};
@@ -120,7 +120,7 @@ void beside(benchmark::State& state, Ours ours, Theirs theirs) {
 // Multiplies by an HSpMat or by a SlicedMatrix made from it.
 template <class Matrix>
 void product(benchmark::State& state, Problem& p, const Matrix& ours) {
-  beside(
+  inTurns(
       state, [&] { ours.mult(&p.x, &p.y); },
       [&p] {
         p.py.noalias() = p.peer * p.px;
@@ -133,7 +133,7 @@ void product(benchmark::State& state, Problem& p, const Matrix& ours) {
 
 template <class Matrix>
 void transposed(benchmark::State& state, Problem& p, const Matrix& ours) {
-  beside(
+  inTurns(
       state, [&] { ours.multT(&p.xT, &p.yT); },
       [&p] {
         p.pyT.noalias() = p.peer.transpose() * p.pxT;

@@ -1,4 +1,4 @@
-# CHOLMOD stands in the benchmark of the preconditioners where it is installed.
+# The benchmark of the preconditioners includes CHOLMOD if it is installed.
 find_path(CHOLMOD_INCLUDE cholmod.h PATH_SUFFIXES suitesparse)
 find_library(CHOLMOD_LIBRARY cholmod)
 if(CHOLMOD_INCLUDE AND CHOLMOD_LIBRARY)
@@ -6,7 +6,7 @@ if(CHOLMOD_INCLUDE AND CHOLMOD_LIBRARY)
   target_link_libraries(bench_solvers PRIVATE ${CHOLMOD_LIBRARY})
   target_compile_definitions(bench_solvers PRIVATE LIMBER_BENCH_CHOLMOD)
 endif()
-# The front door beside Eigen on real systems: a program of its own, build/bench/bench/solvers/real.
+# Compares the front door with Eigen on real systems: a separate program, build/bench/bench/solvers/real.
 find_package(GTest REQUIRED)  # the macros of the test support's header
 add_executable(bench_real solvers/real/real.cpp ${PROJECT_SOURCE_DIR}/tests/support/MatrixMarket.cpp
                           ${PROJECT_SOURCE_DIR}/tests/support/TemporaryFile.cpp)

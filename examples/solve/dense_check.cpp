@@ -49,7 +49,7 @@ void addToDiagonal(double shift, FullMatrix& M) {
 }
 
 // M = A, or A A^T for constraints, with the multiple of the identity that --definizer adds; c = b. For least
-// squares with a factorization that wants a square matrix, M = A^T A and c = A^T b.
+// squares with a factorization that needs a square matrix, M = A^T A and c = A^T b.
 DenseSystem assemble(const Options& options, System kind, const SparseProblem& problem, const Vector& b) {
   DenseSystem system{ResizeMatrix(problem.rows, problem.columns), b};
   for (const Entry& entry : problem.entries) system.M.e(entry.row, entry.column) = entry.value;

@@ -3,7 +3,7 @@
 #include "limber/linalg/Vector.h"
 #include "problem.h"
 
-/// The systems that can be asked for.
+/// The kinds of systems.
 enum class System {
   LeastSquares,  ///< min |A x - b|, which is A^T A x = A^T b
   Square,        ///< A x = b

@@ -11,7 +11,7 @@ class Watch {
   Watch(const Watch&) = delete;
   Watch& operator=(const Watch&) = delete;
 
-  /// The library's observer; `watch` is the Watch. 0: the solve goes on.
+  /// The library's observer; `watch` is the Watch. It returns 0 to continue the solve.
   static int observe(int iteration, double rsq, void* watch);
   /// A solve was ended.
   bool stopped() const { return stopped_; }

@@ -20,7 +20,7 @@ extern LIMBER_API OutputFunction stderrF;
 extern LIMBER_API FILE* stmStdOut;
 /// The printf format of each element when vectors and points print their numbers; initially "%g ".
 extern LIMBER_API char* numberPrintFormat;
-/// A null pointer, kept for callers; the library neither reads nor writes it.
+/// A null pointer, kept for callers; the library does not use it.
 extern LIMBER_API void* errPtrZero;
 
 /// Formats at most 499 characters (the rest is cut off), passes them to the channel and returns the channel's

@@ -19,7 +19,7 @@ void Pnt3::normalize() {
   const double l = length();
   if (!(l > 0.0)) {
     ReportSite{"Pnt3", 236}.error("Normalizing Zero Point!");
-    y = 1.0;  // "up" is the default direction; x and z stay deliberately
+    y = 1.0;  // Contract: "up" is the default direction; x and z do not change
     return;
   }
   *this /= l;

@@ -100,9 +100,9 @@ void Quat::FromRotation(const Matrix3x3* in) {
   }
 }
 
-// With c and s the cosine and sine of the angle, the quaternion is a multiple of (1 + c, s axis) and of (s,
-// (1 - c) axis); the one without cancellation is used. Both c and s axis keep the common factor |from|
-// |to|.
+// With c and s the cosine and sine of the angle, the quaternion is a multiple of (1 + c, s axis) and of
+// (s, (1 - c) axis); the one without cancellation is used. Both c and s axis have the common factor
+// |from| |to|.
 void Quat::FromDirections(const Pnt3* from, const Pnt3* to) {
   const Pnt3 a = direction(*from), b = direction(*to), normal = cross(a, b);
   const Pnt3 s = scaled(normal, -2 * workingExponent);

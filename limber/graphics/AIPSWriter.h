@@ -54,8 +54,8 @@ class LIMBER_API AIPSWriter {
   void push();
   /// Removes the current matrix; an empty stack stays empty.
   void pop();
-  /// User to page coordinates: X = a x + b y + tx, Y = (c + d) y + ty; below 0.001 in magnitude they become
-  /// 0. Y deliberately adds c and d and leaves x out: drawings are scaled and flipped, never turned.
+  /// User to page coordinates: X = a x + b y + tx, Y = (c + d) y + ty. A coordinate below 0.001 in magnitude
+  /// becomes zero. Contract: Y adds c and d and leaves out x; drawings are scaled and flipped, never rotated.
   void transform(double x, double y, double& X, double& Y) const;
   /// The box becomes the user rectangle at (x, y) of size w by h, and its first corner becomes the origin.
   void setBox(double x, double y, double w, double h);

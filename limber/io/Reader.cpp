@@ -24,7 +24,7 @@ constexpr int wordSize = sizeof(Reader::word);
 constexpr std::size_t leastNameSize = 512;
 
 // The terminator of a word of 512 characters is in the next field, which getWord has cleared.
-static_assert(offsetof(Reader, lastWordValid) == offsetof(Reader, word) + wordSize, "no gap behind word");
+static_assert(offsetof(Reader, lastWordValid) == offsetof(Reader, word) + wordSize, "no gap after word");
 static_assert(offsetof(Reader, linePos) == offsetof(Reader, line) + sizeof(Reader::line), "no gap");
 static_assert(offsetof(Reader, word) == offsetof(Reader, linePos) + sizeof(Reader::linePos), "no gap");
 

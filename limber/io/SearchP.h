@@ -18,13 +18,13 @@
 /// first is '.'. A name that begins with '/' is tried once, unchanged; so is any name if `searchPath` is
 /// null.
 LIMBER_API FILE* fopenp(const char* searchPath, const char* name, char* pathOut, const char* mode);
-/// The same through gzopen; the result is a gzFile. A mode without 'b' is reported and used all the same.
+/// The same through gzopen; the result is a gzFile. A mode without 'b' is reported and still used.
 LIMBER_API void* gzopenp(const char* searchPath, const char* name, char* pathOut, const char* mode);
 
 /// Tries `name` in each sub-path (separated by ';') of each base directory (separated by ';' or ','), and
 /// prints a trace of it on the standard-output channel. With null `baseDirs`, fopenp along `subPaths`.
 LIMBER_API FILE* findPath(const char* baseDirs, const char* subPaths, const char* name, char* pathOut,
                           const char* mode);
-/// The same through gzopen; the result is a gzFile. A mode without 'b' is reported and used all the same.
+/// The same through gzopen; the result is a gzFile. A mode without 'b' is reported and still used.
 LIMBER_API void* gzFindPath(const char* baseDirs, const char* subPaths, const char* name, char* pathOut,
                             const char* mode);

@@ -30,12 +30,12 @@ class LIMBER_API HSpMat : public SpMat {
   /// The largest width of all rows, 0 for no rows.
   int width() const override;
   /// y = A x: y grows to the number of rows, y_i = sum of x[index] value over the entries of row i, from 0.0
-  /// in entry order. Entries whose index lies outside the storage of x are skipped. The slot behind the last
+  /// in entry order. Entries whose index lies outside the storage of x are skipped. The slot after the last
   /// element of y becomes 0.0, if its storage has one.
   void mult(const Vector* x, Vector* y) const override;
   /// y = A^T x: y grows to the width and is cleared, then, row by row, y[index] += x_i value. Rows with x_i
   /// in [-1e-12, 1e-12] are skipped, and so are entries outside the width (SpVec::compact leaves a width that
-  /// excludes the last index; SpVec::drop does not). The slot behind the last element of y becomes 0.0, if
+  /// excludes the last index; SpVec::drop does not). The slot after the last element of y becomes 0.0, if
   /// its storage has one.
   void multT(const Vector* x, Vector* y) const override;
   /// The value at column j of row i, 0.0 for an absent entry or row.

@@ -25,7 +25,7 @@ int applyQTransposed(const FullMatrix* QR, const Vector* tau, double* c, int row
   const int reflectors = std::min(qr.m, qr.n);
   if (!tau || tau->count < reflectors) return -8;
   if (!c || rows < height) return -9;
-  // LWORK: the rest of the shared workspace behind the copied reflectors, or DORMQR's optimal size if larger.
+  // LWORK: the rest of the shared workspace after the copied reflectors, or DORMQR's optimal size if larger.
   const long long copied = static_cast<long long>(height) * reflectors;
   const int length = static_cast<int>(
       std::min<long long>(std::max(lapackWorkspaceLength - copied, 64LL * columns + 65 * 64), INT_MAX));

@@ -1,4 +1,4 @@
-// Words of text files and the lines they stand in.
+// Words of text files and their lines.
 
 #include "line_reader.h"
 

@@ -139,7 +139,7 @@ TEST(Pnt3, NanNeverCountsAsADifference) {
 TEST(Pnt3, Lengths) {
   EXPECT_EQ(Pnt3(2.0, 3.0, 6.0).lengthSq(), 49.0);
   EXPECT_EQ(Pnt3(2.0, 3.0, 6.0).length(), 7.0);
-  // The squares are summed in the order x, y, z: 1 is lost beside 2^53 each time.
+  // The squares are summed in the order x, y, z: 1 is lost next to 2^53 each time.
   EXPECT_EQ(Pnt3(0x1p27, 1.0, 1.0).lengthSq(), 0x1p54);
   EXPECT_EQ(Pnt3(1.5, 1.5, 0x1p27).lengthSq(), 0x1p54 + 4.0);
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The golden numbers have the same bits in every build.
 
-usage: golden.py [--update] BITS PROGRAM...                  runs a program that is there, behind its emulator if any
+usage: golden.py [--update] BITS PROGRAM...                  runs an existing program, by its emulator if there is one
        golden.py --build SOURCE-DIR BINARY-DIR BITS COMPILER -- FLAG... [-- LIBRARY...]
                                                              builds the library and the program again
 

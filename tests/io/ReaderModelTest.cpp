@@ -40,7 +40,7 @@ struct Model {
     bufPos = 0;
     bufCount = 0;
     for (; bufCount < 1024 && at < text.size(); ++at) buf[bufCount++] = static_cast<signed char>(text[at]);
-    if (bufCount < 1024) more = 0;  // asked for more than there is
+    if (bufCount < 1024) more = 0;  // requested more than there is
   }
 
   bool bgets(signed char* dst, int size) {

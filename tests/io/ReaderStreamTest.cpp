@@ -189,7 +189,7 @@ TEST(ReaderStream, AMissingOrWrongTrailerIsDamageThoughEveryWordArrives) {
   EXPECT_EQ(r.damaged(), 1);
 }
 
-/// What gzread delivers of a file, 1024 bytes at a time, and whether the file then looks complete.
+// The text that gzread returns of a file, 1024 bytes at a time, and whether the file then seems complete.
 struct Delivered {
   std::size_t bytes = 0;
   bool looksComplete;

@@ -271,7 +271,7 @@ TEST(Reader, GetsSkipsBlankLinesWhileNothingPrintableIsLeftOfEarlierText) {
 
 TEST(Reader, GetsReturnsABlankLineOverWhatAnEarlierLineLeft) {
   FileReader file("a long line\n \nnext\n");
-  EXPECT_STREQ(file.reader.gets(), " ");  // "long line" is still behind its terminator
+  EXPECT_STREQ(file.reader.gets(), " ");  // "long line" is still after its terminator
   EXPECT_STREQ(file.reader.gets(), "next");
 }
 

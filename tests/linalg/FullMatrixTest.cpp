@@ -79,7 +79,7 @@ TEST(FullMatrix, ColumnEqualToTheWidthIsAccepted) {
   FullMatrix m = matrixOf({{1, 2}, {3, 4}});
   EXPECT_EQ(capturedStderr([&] {
               EXPECT_EQ(&m(0, 2), &m.e(1, 0));
-              m(1, 2) = 7.0;  // the spare element behind the storage
+              m(1, 2) = 7.0;  // the spare element after the storage
               EXPECT_EQ(m(1, 2), 7.0);
             }),
             "");

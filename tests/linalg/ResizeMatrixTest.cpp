@@ -99,7 +99,7 @@ TEST(ResizeMatrix, PlacesBehindTheShapeAreReachedWhereTheStorageHoldsThem) {
   EXPECT_EQ(m.data[5], 8.0);
   EXPECT_EQ(m.acc(2, 1), 8.0);
   EXPECT_EQ(m.acc(4, 0), 0.0);
-  // c is 1 x 2: r runs below 2, s below 1, so the second place is in the row behind the only one.
+  // c is 1 x 2: r runs below 2, s below 1, so the second place is in the row after the only one.
   FullMatrix a = matrixOf({{3}, {4}}), b = matrixOf({{5}, {6}});
   nmult(a, b, m);
   EXPECT_EQ(m.data[2], a.acc(1, 0) * b.acc(0, 0) + a.acc(1, 1) * b.acc(1, 0));

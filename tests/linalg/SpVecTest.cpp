@@ -16,8 +16,8 @@ static_assert(offsetof(SpVec, maxEntries) == 0 && offsetof(SpVec, numEntries) ==
               "leading fields");
 static_assert(offsetof(SpVec, width) == 2 * sizeof(int), "third field");
 static_assert(offsetof(SpVec, values) == 16, "values follow, aligned for their pointer");
-static_assert(offsetof(SpVec, indices) == 16 + sizeof(Vector), "indices stand last");
-static_assert(sizeof(SpVec) == 16 + sizeof(Vector) + sizeof(IntVec), "nothing behind");
+static_assert(offsetof(SpVec, indices) == 16 + sizeof(Vector), "indices are last");
+static_assert(sizeof(SpVec) == 16 + sizeof(Vector) + sizeof(IntVec), "nothing after them");
 
 TEST(SpVec, BeginsEmptyWithRoom) {
   const SpVec row, ten(10);

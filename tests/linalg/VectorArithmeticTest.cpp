@@ -171,7 +171,7 @@ TEST(VectorArithmetic, DotIsOfTheCommonPart) {
 }
 
 TEST(VectorArithmetic, SumsRunInAscendingOrderFromZero) {
-  // Each 1 is lost beside 2^53 when added one by one after it, and kept when added before it.
+  // Each 1 is lost next to 2^53 when added one by one after it, and kept when added before it.
   const double big = 9007199254740992.0;
   Vector late = vectorOf({big, 1, 1, 1, 1, 1, 1, 1}), early = vectorOf({1, 1, 1, 1, 1, 1, 1, big});
   Vector ones(8);

@@ -17,7 +17,7 @@ static_assert(std::is_standard_layout<Vector>::value && !std::is_polymorphic<Vec
 static_assert(offsetof(Vector, count) == 0 && offsetof(Vector, capacity) == sizeof(int), "leading fields");
 static_assert(offsetof(Vector, data) == 2 * sizeof(int), "the elements follow both counts");
 static_assert(offsetof(Vector, localData) == 2 * sizeof(int) + sizeof(double*), "in-object storage");
-static_assert(sizeof(Vector) == 2 * sizeof(int) + sizeof(double*) + 4 * sizeof(double), "nothing behind");
+static_assert(sizeof(Vector) == 2 * sizeof(int) + sizeof(double*) + 4 * sizeof(double), "nothing after them");
 static_assert(std::is_same<decltype(std::declval<Vector&>() = 1.0), void>::value, "assignment gives nothing");
 
 namespace {

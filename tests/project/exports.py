@@ -19,8 +19,8 @@ for path in lists:
 
 
 def follows_from_another(name):
-    """The description of a class at run time comes with the class's virtual table. Whether inline members of a component
-    stand in its library is the compiler's choice; those of the core are all emitted on purpose."""
+    """True for the type information of a class, which accompanies its virtual table, and for inline members of a component,
+    which its library contains if the compiler chooses so. The core library emits all its inline members."""
     return re.match(r"typeinfo (name )?for ", name) or exported[name] == "W" and name.startswith("limber::")
 
 

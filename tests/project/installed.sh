@@ -45,7 +45,7 @@ cmake --build "$work/examples" >/dev/null
 cmake --install "$build" --prefix "$work/again" >/dev/null
 cmake --build "$build" --target uninstall >/dev/null
 if find "$work/again" -not -type d | grep . || find "$work/again" -name 'limber*' | grep .; then
-  echo "uninstall left these behind"
+  echo "uninstall did not remove these"
   exit 1
 fi
 echo "the installed package serves programs and the examples, and can be moved and removed"

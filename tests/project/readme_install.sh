@@ -1,14 +1,14 @@
 #!/bin/sh
-# readme_install.sh [BUILD_DIR]: does what the section "Install" of README.md says, line by line, in a folder of its own:
+# readme_install.sh [BUILD_DIR]: does what the section "Install" of README.md says, line by line, in a temporary folder:
 # builds and installs Limber, compiles the program of the README by pkg-config and by CMake, and runs it. Without an argument
-# the lines are taken as they stand and install to /usr/local. With one they install what BUILD_DIR holds already, to a prefix
-# of its own.
+# the lines are executed unchanged and install to /usr/local. With one they install the existing build in BUILD_DIR to a
+# temporary prefix.
 set -eu
 here=$(cd "$(dirname "$0")/../.." && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 section() { awk '/^## / { on = ($0 == "## Install") } on' "$here/README.md"; }
-# block LANGUAGE NUMBER: that block of code of what stands on the input.
+# block LANGUAGE NUMBER: prints that block of code of the input.
 block() { awk -v fence="\`\`\`$1" -v wanted="$2" '$0 == fence { on = ++n == wanted; next } /^```/ { on = 0 } on'; }
 
 block cpp 1 <"$here/README.md" >"$work/line.cpp"

@@ -192,7 +192,7 @@ TEST(BuildJJt, RowsListedTwiceAndRepeatedIndicesHaveTheirMergedDots) {
   EXPECT_EQ(out->e(1, 0), dot(disordered, disordered)) << "not the squared norm";
   EXPECT_EQ(out->e(1, 0), 0.0);
   EXPECT_EQ(out->e(2, 1), 5.0);
-  EXPECT_EQ(out->e(3, 0), 5.0) << "1 x 5: the second entry at 9 meets no partner";
+  EXPECT_EQ(out->e(3, 0), 5.0) << "1 x 5: the second entry at 9 has no partner";
 }
 
 TEST(BuildJJt, NegativeBandwidthGivesAMatrixWithoutColumns) {

@@ -182,7 +182,7 @@ TEST(MCGrad, TracedSolveGoesBackToTheProductInsteadOfTheBest) {
     cg_verbosity = 1;
     Solve verbose(start, rhs);
     verbose.run(&shape, worsening);
-    EXPECT_EQ(toElements(verbose.x), start) << "no line an iteration, no product";
+    EXPECT_EQ(toElements(verbose.x), start) << "no line per iteration, no product";
     cg_verbosity = 2;
     Solve wordy(start, rhs);
     wordy.run(&shape, worsening);

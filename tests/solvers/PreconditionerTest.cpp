@@ -259,7 +259,7 @@ TEST(JJtBandedPrecond, OfAWiderBandFactorsWhatItsBuilderPlaced) {
   JJtBandedPrecond(&J.matrix, 3, nullptr, &damp).solve(&r, &banded);
   JJtCholeskyPrecond(&J.matrix, 3, nullptr, &damp).solve(&r, &cholesky);
   EXPECT_TRUE(tolerance::small(residual(J, nullptr, &damp, cholesky, r), 1e-13));
-  EXPECT_GT(residual(J, nullptr, &damp, banded, r), 1e-4) << "another matrix, deliberately";
+  EXPECT_GT(residual(J, nullptr, &damp, banded, r), 1e-4) << "another matrix, by contract";
 }
 
 TEST(JJtCholeskyPrecond, WithTheFullHalfBandwidthConvergesInOneOrTwoIterations) {

@@ -11,7 +11,7 @@
 // gains were measured on an AMD EPYC with 2 MB of second-level cache:
 // - RowPrefetcher asks for later rows: 20 % for products of 200000 rows of 5 entries (it costs 7 % for 20000
 // rows).
-// - The width of a transposed product is found while its rows are added, because a pass of its own would
+// - The width of a transposed product is found while its rows are added, because a separate pass would
 // fetch each
 //   row twice: 27 % for 200000 rows.
 // - Entries of transposed products are added in unrolled blocks (UnrolledLoop.h): 8 % for 30 entries a row.
@@ -32,7 +32,7 @@ class RowPrefetcher {
   // Always inlined: g++ considers a function that only prefetches to have no effects, and drops its calls.
   [[gnu::always_inline]] inline void fetch(int i) const {
     if (i >= last_) return;
-    // no pointer arithmetic: the lines may lie behind the object
+    // no pointer arithmetic: the lines may be outside the object
     const auto object = reinterpret_cast<std::uintptr_t>(rows_[i + distance]);
     __builtin_prefetch(reinterpret_cast<const void*>(object));
     __builtin_prefetch(reinterpret_cast<const void*>(object + 64));

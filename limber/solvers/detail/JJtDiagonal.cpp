@@ -40,7 +40,7 @@ Vector* jjtInverseDiagonal(const HSpMat& J, const Vector* weights, const Vector*
   const double shift = definizerShift();
   for (int i = 0; i < std::min(n, inverse->count); ++i) {
     const double d = jjtDiagonal(J, i, weights, damp, shift);
-    // Contract: a diagonal next to zero is neither inverted nor clamped.
+    // Contract: a diagonal near zero is not inverted or clamped.
     inverse->data[i] = std::fabs(d) >= cg_epsilon ? 1.0 / d : d;
   }
   return inverse;

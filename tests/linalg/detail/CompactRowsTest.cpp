@@ -31,7 +31,7 @@ TEST(CompactRows, CountsEntriesSinceTheLastResetIntoAMatrixMadeWithRoom) {
   EXPECT_GE(image->row(0)->values.capacity, 200);
   EXPECT_EQ(compactedEntries(), 6);
   compactRows(2, Triangle(2.0), 0);
-  EXPECT_EQ(compactedEntries(), 9) << "goes on without a reset";
+  EXPECT_EQ(compactedEntries(), 9) << "continues without a reset";
   compactRows(1, Triangle(0.9e-12), 1);
   EXPECT_EQ(compactedEntries(), 0);
   compactRows(1, Triangle(-1e-12), 1);
