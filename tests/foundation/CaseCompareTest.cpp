@@ -3,13 +3,26 @@
 
 #include "limber/foundation/CaseCompare.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
 
 #include <climits>
 #include <cstring>
 
 namespace {
+
+/// What the library exports under this name.
+void* exported(const char* name) {
+#if defined(_WIN32)
+  return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("liblimber.dll"), name));
+#else
+  return dlsym(RTLD_DEFAULT, name);
+#endif
+}
 
 int sign(int x) { return (x > 0) - (x < 0); }
 
@@ -96,8 +109,8 @@ TEST(CaseCompare, TheCLibraryKeepsItsOwn) {
 TEST(CaseCompare, ExportedUnderTheirPlainNames) {
   using Compare = int (*)(const char*, const char*);
   using Limited = int (*)(const char*, const char*, int);
-  const auto compare = reinterpret_cast<Compare>(dlsym(RTLD_DEFAULT, "_Z10strcasecmpPKcS0_"));
-  const auto limited = reinterpret_cast<Limited>(dlsym(RTLD_DEFAULT, "_Z11strncasecmpPKcS0_i"));
+  const auto compare = reinterpret_cast<Compare>(exported("_Z10strcasecmpPKcS0_"));
+  const auto limited = reinterpret_cast<Limited>(exported("_Z11strncasecmpPKcS0_i"));
   ASSERT_NE(compare, nullptr);
   ASSERT_NE(limited, nullptr);
   EXPECT_EQ(compare, &limber::strcasecmp);

@@ -16,10 +16,10 @@ std::string drawn(Draw draw) {
   const std::string path = directory / "drawing.ai";
   AIPSWriter writer(nullptr, path.c_str(), 100, 200, 300, 600);
   std::fflush(writer.stream);
-  const std::size_t before = readFile(path).size();
+  const std::size_t before = readText(path).size();
   draw(writer);
   std::fflush(writer.stream);
-  return readFile(path).substr(before);
+  return readText(path).substr(before);
 }
 
 TEST(AIPSWriter, MoveAndLineWriteNoLineEnd) {

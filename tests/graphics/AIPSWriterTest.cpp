@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cstddef>
+#include <filesystem>
 #include <string>
 #include <type_traits>
 
@@ -11,6 +12,8 @@
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/CommaLocale.h"
 #include "tests/support/TemporaryFile.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -40,7 +43,7 @@ std::string drawn(Draw draw) {
     AIPSWriter writer(path.c_str());
     draw(writer);
   }
-  const std::string bytes = readFile(path), before = header + pen;
+  const std::string bytes = readText(path), before = header + pen;
   EXPECT_EQ(bytes.substr(0, before.size()), before);
   if (bytes.size() < before.size() + trailer.size()) return "(short file)";
   EXPECT_EQ(bytes.substr(bytes.size() - trailer.size()), trailer);
@@ -84,7 +87,7 @@ TEST(AIPSWriter, WritesHeaderPenAndTrailerAroundNothing) {
   TemporaryDirectory directory;
   const std::string path = directory / "empty.ai";
   { AIPSWriter writer(path.c_str()); }
-  EXPECT_EQ(readFile(path), header + pen + trailer);
+  EXPECT_EQ(readText(path), header + pen + trailer);
   EXPECT_EQ(output.out(), "AIPS finished file " + path + "\n");
   EXPECT_EQ(output.err(), "");
 }
@@ -114,7 +117,7 @@ TEST(AIPSWriter, TheBoundingBoxIsThePageWhateverTheBox) {
     EXPECT_EQ(writer.top()->x0, 10);
     EXPECT_EQ(writer.top()->y1, 50);
   }
-  EXPECT_EQ(readFile(path), header + pen + trailer);
+  EXPECT_EQ(readText(path), header + pen + trailer);
 }
 
 TEST(AIPSWriter, RemovesAnExistingFileEvenWhenAStreamIsGiven) {
@@ -124,7 +127,7 @@ TEST(AIPSWriter, RemovesAnExistingFileEvenWhenAStreamIsGiven) {
   FILE* const stream = std::fopen((directory / "other.ai").c_str(), "w");
   { AIPSWriter writer(stream, old.c_str(), 0, 0, 1, 1); }
   EXPECT_EQ(std::fopen(old.c_str(), "r"), nullptr);
-  EXPECT_EQ(readFile(directory / "other.ai"), header + pen + trailer);
+  EXPECT_EQ(readText(directory / "other.ai"), header + pen + trailer);
   EXPECT_EQ(output.out(), "AIPS finished file " + old + "\n");
 }
 
@@ -134,7 +137,7 @@ TEST(AIPSWriter, DoesNotRemoveTheFileThatIsTheGivenStream) {
   const std::string path = directory / "same.ai";
   FILE* const stream = std::fopen(path.c_str(), "w");
   { AIPSWriter writer(stream, path.c_str(), 0, 0, 1, 1); }
-  EXPECT_EQ(readFile(path), header + pen + trailer);
+  EXPECT_EQ(readText(path), header + pen + trailer);
 }
 
 TEST(AIPSWriter, ANullNameWithAStreamRemovesNothingAndSaysNothing) {
@@ -146,7 +149,7 @@ TEST(AIPSWriter, ANullNameWithAStreamRemovesNothingAndSaysNothing) {
     AIPSWriter writer(stream, nullptr, 0, 0, 1, 1);
     EXPECT_EQ(writer.name, nullptr);
   }
-  EXPECT_EQ(readFile(path), header + pen + trailer);
+  EXPECT_EQ(readText(path), header + pen + trailer);
   EXPECT_EQ(output.out(), "");
   EXPECT_EQ(output.err(), "");
 }
@@ -183,7 +186,7 @@ TEST(AIPSWriter, UnbalancedGroupsAreWarnedOfAtTheEnd) {
     writer.endGroup();
     EXPECT_EQ(writer.groupCount, 1);
   }
-  EXPECT_EQ(readFile(path), header + pen + "u\nu\nU\n" + trailer);
+  EXPECT_EQ(readText(path), header + pen + "u\nu\nU\n" + trailer);
   // The message has no placeholder for the count, so it is printed unchanged.
   const std::vector<std::string> expected = {"WARNING @ (AIPS:69) :", "Bogus group count at AIPS close!",
                                              "\n"};
@@ -284,7 +287,7 @@ TEST(AIPSWriter, InitGoesOnInItsOwnStream) {
     EXPECT_EQ(writer.stack.count(), 1);
     EXPECT_EQ(writer.top()->y1, 20);
   }
-  EXPECT_EQ(readFile(path), header + pen + trailer + header + pen + trailer);
+  EXPECT_EQ(readText(path), header + pen + trailer + header + pen + trailer);
   EXPECT_EQ(output.out(), "AIPS finished file " + path + "\nAIPS finished file " + second + "\n");
 }
 
@@ -298,7 +301,7 @@ TEST(AIPSWriter, InitTakesItsOwnName) {
     writer.init(nullptr, writer.name, 0, 0, 10, 20);
     writer.setWidth(8);
   }
-  EXPECT_EQ(readFile(path), header + pen + "8 w\n" + trailer);
+  EXPECT_EQ(readText(path), header + pen + "8 w\n" + trailer);
   EXPECT_EQ(output.out(), "AIPS finished file " + path + "\nAIPS finished file " + path + "\n");
 }
 
@@ -312,7 +315,7 @@ TEST(AIPSWriter, InitInAStreamThatACopyStillHoldsClosesItOnce) {
       AIPSWriter second(first);
       second.init(second.stream, named ? other.c_str() : nullptr, 0, 0, 10, 20);
     }
-    EXPECT_EQ(readFile(path), header + pen + header + pen + trailer + trailer) << named;
+    EXPECT_EQ(readText(path), header + pen + header + pen + trailer + trailer) << named;
   }
 }
 
@@ -336,7 +339,7 @@ TEST(AIPSWriter, CopiesShareAndTheLastOneWritesTheTrailer) {
     EXPECT_EQ(first.stack.count(), 1);
     first.setWidth(3);
   }
-  EXPECT_EQ(readFile(path), header + pen + "2 w\n3 w\n" + trailer);
+  EXPECT_EQ(readText(path), header + pen + "2 w\n3 w\n" + trailer);
   EXPECT_EQ(output.out(), "AIPS finished file " + path + "\n");
 }
 
@@ -359,44 +362,53 @@ TEST(AIPSWriter, AssignmentFinishesTheOldDrawingAndSharesTheNew) {
   {
     AIPSWriter first(one.c_str()), second(two.c_str());
     second = first;
-    EXPECT_EQ(readFile(two), header + pen + trailer);
+    EXPECT_EQ(readText(two), header + pen + trailer);
     EXPECT_EQ(second.stream, first.stream);
     EXPECT_EQ(second.groupCount, first.groupCount);
     const AIPSWriter& self = second;
     second = self;
     EXPECT_EQ(second.stream, first.stream);
   }
-  EXPECT_EQ(readFile(one), header + pen + trailer);
+  EXPECT_EQ(readText(one), header + pen + trailer);
+}
+
+/// Writers of this name, with and without a stream of their own, leave what has it alone.
+void expectLeftAlone(const std::string& path) {
+  CapturedOutput output;
+  { AIPSWriter writer(path.c_str()); }  // a FIFO that is opened would wait for its reader
+  EXPECT_EQ(output.err(), "ERR: Bad file to AIPSWriter @ (AIPS:28)\n");
+  EXPECT_TRUE(fs::exists(path)) << path;
+  output.clear();
+  { AIPSWriter writer(std::tmpfile(), path.c_str(), 0, 0, 1, 1); }
+  EXPECT_EQ(output.err(), "");
+  EXPECT_TRUE(fs::exists(path)) << path;
 }
 
 TEST(AIPSWriter, RemovesOnlyRegularFiles) {
-  TemporaryDirectory directory;
-  const std::string fifo = directory / "fifo", inside = directory / "directory",
-                    file = directory.write("file", "old");
-  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  ASSERT_EQ(mkdir(inside.c_str(), 0700), 0);
-  struct stat info;
-  for (const std::string& path : {fifo, inside}) {
-    CapturedOutput output;
-    { AIPSWriter writer(path.c_str()); }  // a FIFO that is opened would wait for its reader
-    EXPECT_EQ(output.err(), "ERR: Bad file to AIPSWriter @ (AIPS:28)\n");
-    EXPECT_EQ(stat(path.c_str(), &info), 0) << path;
-    // If it gets a stream, the writer needs no file and removes nothing.
-    output.clear();
-    { AIPSWriter writer(std::tmpfile(), path.c_str(), 0, 0, 1, 1); }
-    EXPECT_EQ(output.err(), "");
-    EXPECT_EQ(stat(path.c_str(), &info), 0) << path;
-  }
+  const TemporaryDirectory directory;
+  const std::string inside = directory / "directory", file = directory.write("file", "old");
+  ASSERT_TRUE(fs::create_directory(inside));
+  expectLeftAlone(inside);
   CapturedOutput output;
   { AIPSWriter writer(nullptr, file.c_str(), 0, 0, 1, 1); }
-  EXPECT_EQ(readFile(file).substr(0, 4), "%!PS");
+  EXPECT_EQ(readText(file).substr(0, 4), "%!PS");
   { AIPSWriter writer(std::tmpfile(), file.c_str(), 0, 0, 1, 1); }
-  EXPECT_NE(stat(file.c_str(), &info), 0);
-  output.clear();
+  EXPECT_FALSE(fs::exists(file));
+}
+
+TEST(AIPSWriter, LeavesFifosAndDevicesAlone) {
+#if defined(_WIN32)
+  GTEST_SKIP() << "Windows has neither here";
+#else
+  const TemporaryDirectory directory;
+  const std::string fifo = directory / "fifo";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  expectLeftAlone(fifo);
+  CapturedOutput output;
   { AIPSWriter writer("/dev/null"); }
   EXPECT_EQ(output.err(), "");
-  ASSERT_EQ(stat("/dev/null", &info), 0);
-  EXPECT_TRUE(S_ISCHR(info.st_mode));
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+#endif
 }
 
 }  // namespace

@@ -199,7 +199,7 @@ void step(Reader& r, Model& m, unsigned which, int complain) {
       double value = 7.0;
       const bool number = m.number("Real", complain);
       ASSERT_EQ(r.getReal(value, complain), number);
-      ASSERT_TRUE(tolerance::sameBits(value, number ? std::atof(m.wordText().c_str()) : 0.0));
+      ASSERT_TRUE(tolerance::sameBits(value, number ? standardAtof(m.wordText().c_str()) : 0.0));
       break;
     }
     case 6:

@@ -158,7 +158,7 @@ TEST(ReaderNumbers, GetRealKeepsTheValueOfAtof) {
     FileReader file(word);
     double value = 99.0;
     EXPECT_EQ(file.reader.getReal(value, 1), 1) << word;
-    EXPECT_TRUE(tolerance::sameBits(value, std::atof(word))) << word << " gave " << value;
+    EXPECT_TRUE(tolerance::sameBits(value, standardAtof(word))) << word << " gave " << value;
   }
 }
 

@@ -251,8 +251,10 @@ TEST(ReaderStream, CompleteFilesAreNotDamaged) {
 
 TEST(ReaderStream, ReadErrorsAreDamage) {
   TemporaryDirectory directory;
+#if !defined(_WIN32)  // there a directory cannot be opened
   Reader r(directory.path().c_str(), noPath);
   EXPECT_EQ(r.damaged(), 1);
+#endif
   Reader written(gzopen((directory / "out.gz").c_str(), "wb"), "out.gz");
   EXPECT_EQ(written.damaged(), 1);
 }

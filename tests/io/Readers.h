@@ -1,10 +1,14 @@
 #pragma once
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "limber/io/Reader.h"
 #include "tests/support/TemporaryFile.h"
+
+/// atof as the C standard has it; that of older Windows knows neither hexadecimal numbers nor infinities.
+inline double standardAtof(const char* word) { return std::strtod(word, nullptr); }
 
 /// A temporary file with `bytes`, and a reader of it.
 struct FileReader {

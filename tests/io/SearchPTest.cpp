@@ -1,9 +1,9 @@
 #include "limber/io/SearchP.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <zlib.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -32,8 +32,8 @@ void expectText(void* opened) {
 TEST(SearchP, TriesEachElementInOrder) {
   TemporaryDirectory directory;
   const std::string a = directory / "a", b = directory / "b";
-  mkdir(a.c_str(), 0777);
-  mkdir(b.c_str(), 0777);
+  std::filesystem::create_directory(a);
+  std::filesystem::create_directory(b);
   const std::string list = a + ";" + b;
   char path[500];
   EXPECT_EQ(fopenp(list.c_str(), "x.txt", path, "r"), nullptr);
@@ -83,9 +83,9 @@ TEST(SearchP, MissingArgumentsGiveNull) {
 TEST(SearchP, ADirectoryIsNotAFileThatWasFound) {
   TemporaryDirectory directory;
   const std::string a = directory / "a", b = directory / "b";
-  mkdir(a.c_str(), 0777);
-  mkdir(b.c_str(), 0777);
-  mkdir((a + "/x").c_str(), 0777);
+  std::filesystem::create_directory(a);
+  std::filesystem::create_directory(b);
+  std::filesystem::create_directory(a + "/x");
   directory.write("b/x", "file");
   const std::string list = a + ";" + b;
   char path[500];
@@ -184,8 +184,8 @@ TEST(SearchP, GzFindPathReadsPlainAndCompressed) {
 TEST(SearchP, FindPathTriesEverySubPathOfEveryBase) {
   TemporaryDirectory directory;
   const std::string d1 = directory / "d1", d2 = directory / "d2", none = directory / "none";
-  mkdir(d1.c_str(), 0777);
-  mkdir(d2.c_str(), 0777);
+  std::filesystem::create_directory(d1);
+  std::filesystem::create_directory(d2);
   const std::string bases = d1 + "," + none + ";" + d2;
   char path[500];
   CapturedOutput output;

@@ -14,7 +14,7 @@ std::string printed(const FullMatrix& m) {
   std::FILE* const file = std::fopen(path.c_str(), "w");
   m.print(file);
   std::fclose(file);
-  return readFile(path);
+  return readText(path);
 }
 
 TEST(FullMatrixPrint, OneLineARowWithZerosAsIntegers) {

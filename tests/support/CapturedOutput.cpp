@@ -1,5 +1,6 @@
 #include "tests/support/CapturedOutput.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include <sstream>
 
 #include "limber/foundation/Output.h"
+#include "tests/support/TemporaryFile.h"
 
 namespace {
 
@@ -79,9 +81,8 @@ namespace capture_detail {
 
 int redirect(int fd, std::string& path) {
   std::fflush(nullptr);
-  char name[] = "/tmp/limber_capture_XXXXXX";
-  const int file = mkstemp(name);
-  path = name;
+  path = temporaryName();
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
   const int saved = dup(fd);
   dup2(file, fd);
   close(file);
@@ -92,7 +93,7 @@ std::string restore(int fd, int saved, const std::string& path) {
   std::fflush(nullptr);
   dup2(saved, fd);
   close(saved);
-  std::ifstream in(path, std::ios::binary);
+  std::ifstream in(path);
   std::stringstream text;
   text << in.rdbuf();
   std::remove(path.c_str());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <string>
+#include "tests/support/TemporaryFile.h"
 
 /// While it exists, the process uses a locale with a comma as the decimal separator. Tests begin with:
 /// CommaLocale comma; if (!comma.active()) GTEST_SKIP() << "cannot make a locale here";
@@ -13,6 +13,6 @@ class CommaLocale {
   bool active() const { return active_; }
 
  private:
-  std::string directory_;
+  TemporaryDirectory directory_;
   bool active_;
 };

@@ -1,5 +1,14 @@
 #include "tests/support/Program.h"
 
+#if defined(_WIN32)
+
+// Only tests for other systems run programs.
+ProgramRun runProgram(const std::string&, const std::vector<std::string>&, const std::string&) {
+  return {127, "", "cannot start programs on Windows"};
+}
+
+#else
+
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -27,3 +36,5 @@ ProgramRun runProgram(const std::string& path, const std::vector<std::string>& a
   if (waitpid(child, &status, 0) != child) return {127, "", "waitpid failed"};
   return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), readFile(out), readFile(err)};
 }
+
+#endif

@@ -2,16 +2,22 @@
 
 #include <zlib.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 
 namespace fs = std::filesystem;
 
+std::string temporaryName() {
+  std::random_device random;
+  const std::string digits = std::to_string(random()) + "_" + std::to_string(random());
+  return (fs::temp_directory_path() / ("limber_test_" + digits)).generic_string();
+}
+
 TemporaryDirectory::TemporaryDirectory() {
-  char name[] = "/tmp/limber_test_XXXXXX";
-  path_ = mkdtemp(name);
+  do path_ = temporaryName();
+  while (!fs::create_directory(path_));
 }
 
 TemporaryDirectory::~TemporaryDirectory() {
@@ -33,12 +39,19 @@ std::string TemporaryDirectory::writeGz(const std::string& name, const std::stri
   return file;
 }
 
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
+namespace {
+
+std::string readAs(const std::string& path, std::ios::openmode mode) {
+  std::ifstream in(path, mode);
   std::stringstream bytes;
   bytes << in.rdbuf();
   return bytes.str();
 }
+
+}  // namespace
+
+std::string readFile(const std::string& path) { return readAs(path, std::ios::in | std::ios::binary); }
+std::string readText(const std::string& path) { return readAs(path, std::ios::in); }
 
 std::string sourceFile(const std::string& name) { return std::string(LIMBER_SOURCE_DIR) + "/" + name; }
 

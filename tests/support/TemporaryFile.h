@@ -3,6 +3,9 @@
 #include <cstddef>
 #include <string>
 
+/// A new name below the system's folder for temporary files, with '/' between its parts.
+std::string temporaryName();
+
 /// A new directory, which the destructor removes with its contents.
 class TemporaryDirectory {
  public:
@@ -24,6 +27,8 @@ class TemporaryDirectory {
 
 /// The bytes of a file; empty if it cannot be read.
 std::string readFile(const std::string& path);
+/// The same for a text file; its lines end in '\n' here, whatever the system ends them with.
+std::string readText(const std::string& path);
 
 /// The path of a file of this checkout, for instance "examples/data/walk.bvh".
 std::string sourceFile(const std::string& name);

@@ -44,9 +44,10 @@ FileKind fileKind(const char* path) {
                             : FileKind::Other;
 }
 
+// _stat does not know a directory whose path ends in a separator.
 bool isDirectory(const char* path) {
-  struct _stat info;
-  return _stat(path, &info) == 0 && (info.st_mode & _S_IFMT) == _S_IFDIR;
+  const DWORD attributes = GetFileAttributesA(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
 // Always false. That does no harm, because an open file cannot be removed on Windows.
