@@ -1,5 +1,6 @@
 // Curves over time and over steps.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <string>

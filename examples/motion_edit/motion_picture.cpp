@@ -1,5 +1,6 @@
 // Stick figures, and the paths of hands and feet.
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 

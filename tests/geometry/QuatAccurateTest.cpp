@@ -2,6 +2,7 @@
 // input. References are computed in long double or with exact integers.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string>

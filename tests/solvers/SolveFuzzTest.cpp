@@ -3,6 +3,7 @@
 // LIMBER_SOLVE_FUZZ_SECONDS=600 test_solvers --gtest_filter='SolveFuzz.*' goes on for so long.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <limits>
