@@ -3,7 +3,7 @@
 namespace limber::motion {
 
 int Clip::find(const std::string& name) const {
-  for (std::size_t j = 0; j < joints.size(); j++) {
+  for (std::size_t j = 0; j < joints.size(); ++j) {
     if (joints[j].name == name) return static_cast<int>(j);
   }
   return -1;
@@ -11,7 +11,7 @@ int Clip::find(const std::string& name) const {
 
 int Clip::owner(int c) const {
   std::size_t j = joints.size() - 1;
-  while (joints[j].firstChannel > c || joints[j].channels.empty()) j--;
+  while (joints[j].firstChannel > c || joints[j].channels.empty()) --j;
   return static_cast<int>(j);
 }
 

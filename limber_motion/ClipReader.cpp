@@ -16,7 +16,7 @@ constexpr int deepest = 200;         // joints in one chain
 constexpr int mostChannels = 10000;  // sums of Limber's sparse rows, which carry the derivatives, end there
 constexpr int mostDecimals = 15;
 
-/// Digits behind the point of a number.
+// Digits behind the point of a number.
 int decimals(std::string_view word) {
   const std::size_t point = word.find('.');
   if (point == std::string_view::npos) return 0;
@@ -95,7 +95,7 @@ void ClipReader::readChannels(Joint* joint) {
   if (!sameWord(word, "CHANNELS")) return in_.putBack(word);
   const int count = in_.integer("the number of channels");
   if (count < 0 || count > 6) in_.fail("expected 0 to 6 channels, found " + std::to_string(count));
-  for (int i = 0; i < count; i++) {
+  for (int i = 0; i < count; ++i) {
     const std::string_view name = in_.next("a channel");
     const char axis = static_cast<char>(name[0] >= 'a' ? name[0] - 32 : name[0]);
     const bool rotation = sameWord(name.substr(1), "rotation");
@@ -159,11 +159,11 @@ void ClipReader::readFrames(ClipText* text) {
     for (const Channel& channel : joint.channels) turns.push_back(channel.rotation);
   }
   int frame = 0;
-  for (; in_.nextLine(); frame++) {
+  for (; in_.nextLine(); ++frame) {
     if (frame == clip_.frames) {
       in_.unexpected("the end of the file after " + std::to_string(frame) + " frames", in_.peek());
     }
-    for (std::size_t c = 0; c < turns.size(); c++) {
+    for (std::size_t c = 0; c < turns.size(); ++c) {
       const std::string_view word = in_.peek();
       if (word.empty()) in_.fail("expected " + numbers + ", found " + std::to_string(c));
       const double value = in_.real("a number");

@@ -23,15 +23,15 @@ bool same(const Joint& a, const Joint& b) {
   if (a.name != b.name || a.parent != b.parent || a.endSite != b.endSite || a.offset != b.offset)
     return false;
   if (a.channels.size() != b.channels.size()) return false;
-  for (std::size_t c = 0; c < a.channels.size(); c++) {
+  for (std::size_t c = 0; c < a.channels.size(); ++c) {
     if (a.channels[c].axis != b.channels[c].axis || a.channels[c].rotation != b.channels[c].rotation)
       return false;
   }
   return true;
 }
 
-/// The decimals that give a position to a millionth of the body's height, at most 15: few decimals of a unit
-/// that is larger than the body would move the joints away from where they were put.
+// The decimals that give a position to a millionth of the body's height, at most 15: few decimals of a unit
+// that is larger than the body would move the joints away from where they were put.
 int decimalsOfHeight(const Clip& clip) {
   const double height = clip.joints.empty() ? 0.0 : Skeleton(clip).height();
   return height > 0.0 && height < 1.0 ? std::min(15, static_cast<int>(std::ceil(6.0 - std::log10(height))))
@@ -55,19 +55,19 @@ class ClipWriter {
     }
     out_ += "MOTION" + lineEnd_ + "Frames: " + std::to_string(clip_.frames) + lineEnd_;
     out_ += "Frame Time: " + frameTime() + lineEnd_;
-    for (int f = 0; f < clip_.frames; f++) writeFrame(f);
+    for (int f = 0; f < clip_.frames; ++f) writeFrame(f);
     return out_;
   }
 
  private:
-  /// Whether the text that the clip was read from still says what its joints are.
+  // Whether the text that the clip was read from still says what its joints are.
   bool keepsHierarchy() const {
     if (text_.hierarchy.empty()) return false;
     try {
       detail::ClipReader reader(detail::LineReader::ofText("", text_.hierarchy));
       const std::vector<Joint> joints = reader.readHierarchy();
       if (joints.size() != clip_.joints.size()) return false;
-      for (std::size_t j = 0; j < joints.size(); j++) {
+      for (std::size_t j = 0; j < joints.size(); ++j) {
         if (!same(joints[j], clip_.joints[j])) return false;
       }
       return true;
@@ -95,7 +95,7 @@ class ClipWriter {
       }
       out_ += "\n";
     }
-    for (std::size_t child = j + 1; child < clip_.joints.size(); child++) {
+    for (std::size_t child = j + 1; child < clip_.joints.size(); ++child) {
       if (clip_.joints[child].parent == static_cast<int>(j)) writeJoint(child, depth + 1);
     }
     out_ += indent + "}\n";

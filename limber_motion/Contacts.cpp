@@ -23,7 +23,7 @@ constexpr double sliding = 3.0;  // times the speeds and distances of the option
 
 constexpr double elsewhere = 0.1;  // heights: a joint that is so far away after a short gap has jumped
 
-/// A run of frames, both ends included.
+// A run of frames, both ends included.
 struct Run {
   int first, last;
 };
@@ -60,10 +60,10 @@ class ContactFinder {
     }
   }
 
-  /// The frames in which one joint stands.
+  // The frames in which one joint stands.
   std::vector<Run> runs(const FootJoint& foot) const {
     std::vector<Run> certain;
-    for (int f = tracks_.first(); f < clip_.frames; f++) {
+    for (int f = tracks_.first(); f < clip_.frames; ++f) {
       if (!within(foot, f, options_.low, options_.slow)) continue;
       if (!certain.empty() && f - certain.back().last - 1 <= frames(options_.longestGap) &&
           !jumps(foot, certain.back().last, f)) {
@@ -81,7 +81,7 @@ class ContactFinder {
         found.push_back(run);
       }
     }
-    for (std::size_t i = 0; i < found.size(); i++) {
+    for (std::size_t i = 0; i < found.size(); ++i) {
       const int begin = i == 0 ? tracks_.first() : found[i - 1].last + 1;
       const int end = i + 1 == found.size() ? clip_.frames : found[i + 1].first;
       extend(foot, begin, end, &found[i]);
@@ -94,7 +94,7 @@ class ContactFinder {
     return tracks_.at(foot.joint, f).y < foot.low + high * height &&
            tracks_.speed(foot.joint, f) < slide_ * fast * height;
   }
-  /// Whether a joint is somewhere else after a gap between two frames in which it stands.
+  // Whether a joint is somewhere else after a gap between two frames in which it stands.
   bool jumps(const FootJoint& foot, int a, int b) const {
     const double way = (tracks_.at(foot.joint, b) - tracks_.at(foot.joint, a)).length();
     return b > a + 1 && way > slide_ * elsewhere * skeleton_.height();
@@ -106,26 +106,26 @@ class ContactFinder {
     return detail::stillestPlace(tracks_, skeleton_.height(), foot.joint, run.first, run.last);
   }
 
-  /// Whether two runs are one contact: the joint soon stands again and stays where it was in between.
+  // Whether two runs are one contact: the joint soon stands again and stays where it was in between.
   bool isOne(const FootJoint& foot, const Run& a, const Run& b) const {
     if (b.first - a.last - 1 > frames(options_.soon)) return false;
     const Pnt3 place = placeOf(foot, a);
-    for (int f = a.last + 1; f <= b.first; f++) {
+    for (int f = a.last + 1; f <= b.first; ++f) {
       if ((tracks_.at(foot.joint, f) - place).length() > slide_ * options_.near * skeleton_.height())
         return false;
     }
     return true;
   }
 
-  /// Takes in the frames on both sides, from `begin` to before `end`, in which the contact lasts.
+  // Takes in the frames on both sides, from `begin` to before `end`, in which the contact lasts.
   void extend(const FootJoint& foot, int begin, int end, Run* run) const {
     const Pnt3 place = placeOf(foot, *run);
     const double stray = slide_ * options_.stray * skeleton_.height();
     const auto belongs = [&](int f) {
       return lasts(foot, f) && (tracks_.at(foot.joint, f) - place).length() <= stray;
     };
-    while (run->first > begin && belongs(run->first - 1)) run->first--;
-    while (run->last + 1 < end && belongs(run->last + 1)) run->last++;
+    while (run->first > begin && belongs(run->first - 1)) --run->first;
+    while (run->last + 1 < end && belongs(run->last + 1)) ++run->last;
   }
 
   std::string note(const Contacts& found) const {
@@ -179,7 +179,7 @@ Contacts contactsBeside(const Contacts& contacts, const std::vector<Constraint>&
   left.list.clear();
   for (const Contact& contact : contacts.list) {
     Contact part = contact;
-    for (part.last = contact.first; part.last <= contact.last; part.last++) {
+    for (part.last = contact.first; part.last <= contact.last; ++part.last) {
       if (asked.count({contact.foot, part.last}) == 0) continue;
       if (part.first < part.last)
         left.list.push_back({part.joint, part.first, part.last - 1, part.place, part.foot});
@@ -194,7 +194,7 @@ Contacts contactsBeside(const Contacts& contacts, const std::vector<Constraint>&
 std::vector<Constraint> constraintsOf(const Contacts& contacts) {
   std::vector<Constraint> wishes;
   for (const Contact& contact : contacts.list) {
-    for (int f = contact.first; f <= contact.last; f++)
+    for (int f = contact.first; f <= contact.last; ++f)
       wishes.push_back({f, contact.joint, contact.place, 1.0});
   }
   sortByFrame(&wishes);

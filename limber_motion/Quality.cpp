@@ -11,12 +11,12 @@ namespace limber::motion {
 
 namespace {
 
-/// The places of all joints in all frames, in body heights.
+// The places of all joints in all frames, in body heights.
 class Places {
  public:
   Places(const Clip& clip, const Skeleton& skeleton) : joints_(clip.joints.size()) {
     const double height = skeleton.height() > 0.0 ? skeleton.height() : 1.0;
-    for (int f = 0; f < clip.frames; f++) {
+    for (int f = 0; f < clip.frames; ++f) {
       for (const Pnt3& p : skeleton.positions(clip.frame(f))) at_.push_back(p * (1.0 / height));
     }
   }
@@ -26,10 +26,10 @@ class Places {
   double third(int joint, int f) const {
     return (at(joint, f + 3) - at(joint, f + 2) * 3.0 + at(joint, f + 1) * 3.0 - at(joint, f)).length();
   }
-  /// The largest third difference from frame `first` to `last`.
+  // The largest third difference from frame `first` to `last`.
   double largestThird(int joint, int first, int last) const {
     double largest = 0.0;
-    for (int f = first; f <= last; f++) largest = std::max(largest, third(joint, f));
+    for (int f = first; f <= last; ++f) largest = std::max(largest, third(joint, f));
     return largest;
   }
 
@@ -38,14 +38,14 @@ class Places {
   std::vector<Pnt3> at_;
 };
 
-/// Frames in a time, rounded to the nearest number (halves to the even one).
+// Frames in a time, rounded to the nearest number (halves to the even one).
 int framesIn(double seconds, const Clip& clip) {
   return static_cast<int>(std::nearbyint(std::min(seconds / clip.frameTime, 1e8)));
 }
 
 std::vector<int> footJoints(const Clip& clip) {
   std::vector<int> feet;
-  for (std::size_t j = 0; j < clip.joints.size(); j++) {
+  for (std::size_t j = 0; j < clip.joints.size(); ++j) {
     if (!clip.joints[j].endSite) continue;
     feet.push_back(static_cast<int>(j));
     if (clip.joints[j].parent >= 0) feet.push_back(clip.joints[j].parent);
@@ -57,7 +57,7 @@ std::vector<int> footJoints(const Clip& clip) {
 
 double lowPlace(const Clip& clip, const Places& places, int joint) {
   std::vector<double> heights;
-  for (int f = clip.frames > 1 ? 1 : 0; f < clip.frames; f++) heights.push_back(places.at(joint, f).y);
+  for (int f = clip.frames > 1 ? 1 : 0; f < clip.frames; ++f) heights.push_back(places.at(joint, f).y);
   const auto low = heights.begin() + (clip.frames - 1) / 20;
   std::nth_element(heights.begin(), low, heights.end());
   return *low;
@@ -74,7 +74,7 @@ std::vector<Stand> standsOf(const Clip& clip, const Places& places, double* grou
     *ground = std::min(*ground, low.back());
   }
   std::vector<Stand> stands;
-  for (std::size_t i = 0; i < feet.size(); i++) {
+  for (std::size_t i = 0; i < feet.size(); ++i) {
     if (low[i] > *ground + 0.1) continue;
     const int j = feet[i];
     const auto rests = [&](int f) {
@@ -84,7 +84,7 @@ std::vector<Stand> standsOf(const Clip& clip, const Places& places, double* grou
              (places.at(j, b) - places.at(j, a)).length() / seconds < 0.1;
     };
     std::vector<Stand> runs;
-    for (int f = 0; f < clip.frames; f++) {
+    for (int f = 0; f < clip.frames; ++f) {
       if (!rests(f)) continue;
       if (!runs.empty() && f - runs.back().end <= gap) {
         runs.back().end = f + 1;
@@ -99,13 +99,13 @@ std::vector<Stand> standsOf(const Clip& clip, const Places& places, double* grou
   return stands;
 }
 
-/// Mean and largest horizontal speed in the stands.
+// Mean and largest horizontal speed in the stands.
 void measureSkate(const Places& places, const std::vector<Stand>& stands, double dt, double* mean,
                   double* fastest) {
   double sum = 0.0;
   int count = 0;
   for (const Stand& stand : stands) {
-    for (int f = stand.first; f + 1 < stand.end; f++, count++) {
+    for (int f = stand.first; f + 1 < stand.end; ++f, ++count) {
       const Pnt3 step = places.at(stand.joint, f + 1) - places.at(stand.joint, f);
       const double speed = std::hypot(step.x, step.z) / dt;
       sum += speed;
@@ -119,9 +119,9 @@ double wander(const Places& places, const std::vector<Stand>& stands) {
   double farthest = 0.0;
   for (const Stand& stand : stands) {
     Pnt3 mean;
-    for (int f = stand.first; f < stand.end; f++) mean += places.at(stand.joint, f);
+    for (int f = stand.first; f < stand.end; ++f) mean += places.at(stand.joint, f);
     mean *= 1.0 / (stand.end - stand.first);
-    for (int f = stand.first; f < stand.end; f++) {
+    for (int f = stand.first; f < stand.end; ++f) {
       farthest = std::max(farthest, (places.at(stand.joint, f) - mean).length());
     }
   }
@@ -130,9 +130,9 @@ double wander(const Places& places, const std::vector<Stand>& stands) {
 
 double below(const Clip& clip, const Places& places, const std::vector<Stand>& stands, double ground) {
   double deepest = 0.0;
-  for (std::size_t i = 0; i < stands.size(); i++) {
+  for (std::size_t i = 0; i < stands.size(); ++i) {
     if (i > 0 && stands[i].joint == stands[i - 1].joint) continue;
-    for (int f = 0; f < clip.frames; f++) {
+    for (int f = 0; f < clip.frames; ++f) {
       deepest = std::max(deepest, ground - places.at(stands[i].joint, f).y);
     }
   }
@@ -152,14 +152,14 @@ void measureJerk(const Clip& clip, const Places& before, const Places& after,
       const double ratio = after.largestThird(stand.joint, first, last) /
                            std::max(before.largestThird(stand.joint, first, last), least);
       sum += ratio;
-      count++;
+      ++count;
       quality->largestEdgeJerk = std::max(quality->largestEdgeJerk, ratio);
     }
   }
   quality->edgeJerk = count ? sum / count : 0.0;
   double squares[2] = {0.0, 0.0};
-  for (int j = 0; j < static_cast<int>(clip.joints.size()); j++) {
-    for (int f = 0; f + 3 < clip.frames; f++) {
+  for (int j = 0; j < static_cast<int>(clip.joints.size()); ++j) {
+    for (int f = 0; f + 3 < clip.frames; ++f) {
       const double b = before.third(j, f), a = after.third(j, f);
       squares[0] += b * b;
       squares[1] += a * a;
@@ -172,9 +172,9 @@ void measureJerk(const Clip& clip, const Places& before, const Places& after,
 
 double largestTurn(const Clip& before, const Clip& after) {
   double turn = 0.0;
-  for (int c = 0; c < before.channels; c++) {
+  for (int c = 0; c < before.channels; ++c) {
     if (!before.channel(c).rotation) continue;
-    for (int f = 0; f < before.frames; f++) {
+    for (int f = 0; f < before.frames; ++f) {
       const double change = after.frame(f)[c] - before.frame(f)[c];
       turn = std::max(turn, std::fabs(std::remainder(change, 2.0 * 3.14159265358979323846)));
     }

@@ -9,14 +9,14 @@ namespace {
 
 constexpr double degrees = 180.0 / 3.14159265358979323846;
 
-/// At most four significant digits.
+// At most four significant digits.
 std::string number(double x) {
   char text[32];
   std::snprintf(text, sizeof text, "%.4g", x);
   return text;
 }
 
-/// A length in heights and in the clip's unit.
+// A length in heights and in the clip's unit.
 std::string length(double heights, const Report& report) {
   return number(heights) + " heights (" + number(heights * report.height) + " in the clip's unit)";
 }
@@ -25,7 +25,7 @@ std::string place(const std::string& joint, int frame) {
   return joint.empty() ? "" : ", " + joint + " in frame " + std::to_string(frame);
 }
 
-/// A JSON string.
+// A JSON string.
 std::string quoted(const std::string& text) {
   std::string out = "\"";
   for (const char c : text) {
@@ -43,7 +43,7 @@ std::string quoted(const std::string& text) {
   return out + "\"";
 }
 
-/// A JSON number; JSON has no infinity.
+// A JSON number; JSON has no infinity.
 std::string real(double x) {
   if (!std::isfinite(x)) return "null";
   char text[40];

@@ -14,11 +14,11 @@ namespace limber::motion {
 
 namespace {
 
-/// Frames over which a weight rises at the beginning of a range and falls at its end.
+// Frames over which a weight rises at the beginning of a range and falls at its end.
 struct Ramps {
   int in = 0, out = 0;
 
-  /// The part of the weight that frame i of a range of n has.
+  // The part of the weight that frame i of a range of n has.
   double at(int i, int n) const {
     const double u = std::min(rise(i, in), rise(n - 1 - i, out));
     return u * u * (3.0 - 2.0 * u);
@@ -65,12 +65,12 @@ class ScriptReader {
     if (*last < *first) in_.fail("the range " + detail::quoted(word) + " ends before it begins");
   }
 
-  /// The joint with the longest name that the rest of the line begins with.
+  // The joint with the longest name that the rest of the line begins with.
   int joint() {
     const std::string_view rest = in_.rest();
     int found = -1;
     std::size_t longest = 0;
-    for (std::size_t j = 0; j < clip_.joints.size(); j++) {
+    for (std::size_t j = 0; j < clip_.joints.size(); ++j) {
       const std::string& name = clip_.joints[j].name;
       if (name.size() <= longest || rest.substr(0, name.size()) != name) continue;
       if (rest.size() > name.size() && static_cast<unsigned char>(rest[name.size()]) > ' ') continue;
@@ -130,7 +130,7 @@ class ScriptReader {
     const int length = last - first + 1;
     const Ramps eased = ramps(length);
     in_.expectLineEnd();
-    for (wish.frame = first; wish.frame <= last; wish.frame++) {
+    for (wish.frame = first; wish.frame <= last; ++wish.frame) {
       refuseSecond(wish);
       const double part = eased.at(wish.frame - first, length);
       wish.weight = part < 1.0 ? std::min(full, 1.0) * part : full;

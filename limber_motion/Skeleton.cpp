@@ -9,12 +9,12 @@ namespace limber::motion {
 
 namespace {
 
-/// A joint's axes in the world: the images of x, y and z.
+// A joint's axes in the world: the images of x, y and z.
 struct Axes {
   Pnt3 of[3] = {Pnt3(1, 0, 0), Pnt3(0, 1, 0), Pnt3(0, 0, 1)};
 
   Pnt3 image(const Pnt3& p) const { return of[0] * p.x + of[1] * p.y + of[2] * p.z; }
-  /// The axes times the rotation by `angle` about their axis `k`: it turns the other two in their plane.
+  // The axes times the rotation by `angle` about their axis `k`: it turns the other two in their plane.
   void turn(int k, double angle) {
     const double c = std::cos(angle), s = std::sin(angle);
     Pnt3 &a = of[(k + 1) % 3], &b = of[(k + 2) % 3];
@@ -38,7 +38,7 @@ double extent(const std::vector<Pnt3>& at) {
 
 Skeleton::Skeleton(const Clip& clip) {
   std::vector<Pnt3> rest;
-  for (std::size_t j = 0; j < clip.joints.size(); j++) {
+  for (std::size_t j = 0; j < clip.joints.size(); ++j) {
     const Joint& joint = clip.joints[j];
     const int last = joint.firstChannel + static_cast<int>(joint.channels.size());
     Part part = {joint.parent, joint.firstChannel, last, joint.offset, {}};
@@ -47,7 +47,7 @@ Skeleton::Skeleton(const Clip& clip) {
       part.chain = joints_[static_cast<std::size_t>(joint.parent)].chain;
       at += rest[static_cast<std::size_t>(joint.parent)];
     }
-    for (int c = part.firstChannel; c < last; c++) part.chain.push_back(c);
+    for (int c = part.firstChannel; c < last; ++c) part.chain.push_back(c);
     for (const Channel& c : joint.channels)
       channels_.push_back({static_cast<int>(j), c.axis - 'X', c.rotation});
     joints_.push_back(part);
@@ -61,13 +61,13 @@ void Skeleton::pose(const double* frame, Pose* out) const {
   std::vector<Axes> axes(joints_.size());
   out->position.resize(joints_.size());
   out->axis.resize(channels_.size());
-  for (std::size_t j = 0; j < joints_.size(); j++) {
+  for (std::size_t j = 0; j < joints_.size(); ++j) {
     const Part& joint = joints_[j];
     const std::size_t up = static_cast<std::size_t>(std::max(joint.parent, 0));
     const Axes parent = joint.parent < 0 ? Axes() : axes[up];
     Axes own = parent;
     Pnt3 place = joint.offset;
-    for (int c = joint.firstChannel; c < joint.lastChannel; c++) {
+    for (int c = joint.firstChannel; c < joint.lastChannel; ++c) {
       const Motion& channel = channels_[static_cast<std::size_t>(c)];
       Pnt3& axis = out->axis[static_cast<std::size_t>(c)];
       if (channel.rotation) {
@@ -104,7 +104,7 @@ Pnt3 Skeleton::position(int last, const double* frame) const {
     const Part& joint = joints_[static_cast<std::size_t>(j)];
     Axes turned;
     Pnt3 place = joint.offset;
-    for (int c = joint.firstChannel; c < joint.lastChannel; c++) {
+    for (int c = joint.firstChannel; c < joint.lastChannel; ++c) {
       const Motion& channel = channels_[static_cast<std::size_t>(c)];
       if (channel.rotation) {
         turned.turn(channel.axis, frame[c]);
@@ -120,10 +120,10 @@ Pnt3 Skeleton::position(int last, const double* frame) const {
 Pnt3 Skeleton::position(int joint, const double* frame, SpVec rows[3]) const {
   Pose now;
   pose(frame, &now);
-  for (int i = 0; i < 3; i++) rows[i].zero();
+  for (int i = 0; i < 3; ++i) rows[i].zero();
   for (const int c : chain(joint)) {
     const Pnt3 slope = derivative(now, joint, c);
-    for (int i = 0; i < 3; i++) rows[i].insEnd(slope.v()[i], c);
+    for (int i = 0; i < 3; ++i) rows[i].insEnd(slope.v()[i], c);
   }
   return now.position[static_cast<std::size_t>(joint)];
 }

@@ -18,7 +18,7 @@ StepSystem::StepSystem(const Smoothness& measure, const Holds& holds, double dam
   }
   measure.addTo(1.0, &band_);
   const int kd = band_.numColumns - 1;
-  for (int i = 0; i < band_.numRows; i++)
+  for (int i = 0; i < band_.numRows; ++i)
     band_.data[static_cast<std::ptrdiff_t>(i) * (kd + 1) + kd] *= 1.0 + damping;
   for (const Bound& bound : bounds_) {
     band_.data[static_cast<std::ptrdiff_t>(bound.unknown) * (kd + 1) + kd] += bound.weight;
@@ -32,10 +32,10 @@ void StepSystem::solve(const Vector& change, int rounds, Vector* step) {
   Vector multipliers(holds_.height());
   *step = change;
   *step = 0.0;
-  for (int round = 0; round < rounds; round++) {
+  for (int round = 0; round < rounds; ++round) {
     holds_.mult(step, &reached);
     pulls = multipliers;
-    for (int i = 0; i < holds_.height(); i++) {
+    for (int i = 0; i < holds_.height(); ++i) {
       pulls[i] += holds_.list()[static_cast<std::size_t>(i / 3)].weight * (holds_.misses()[i] - reached[i]);
     }
     holds_.multT(&pulls, &gradient);
@@ -49,7 +49,7 @@ void StepSystem::solve(const Vector& change, int rounds, Vector* step) {
     moved += gradient;
     if (round + 1 == rounds) break;
     holds_.mult(step, &reached);
-    for (int i = 0; i < holds_.height(); i++) {
+    for (int i = 0; i < holds_.height(); ++i) {
       const Hold& hold = holds_.list()[static_cast<std::size_t>(i / 3)];
       if (hold.exact) multipliers[i] += hold.weight * (holds_.misses()[i] - reached[i]);
     }

@@ -14,7 +14,7 @@ constexpr double shortReach = 0.07;    // heights: of toes and fingers
 constexpr double boneStiffness = 1e4;  // against becoming longer, times that of the joint
 constexpr double lever = 0.2;          // heights: how far from a joint its rotation counts as a movement
 
-/// What hangs on each joint of a skeleton.
+// What hangs on each joint of a skeleton.
 struct Branches {
   std::vector<double> reach;  // the longest way down from the joint along the bones
   std::vector<int> limbs;     // that begin at the joint or below it
@@ -49,7 +49,7 @@ std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
   const std::size_t n = clip.joints.size();
   const Branches branches = branchesOf(clip, skeleton);
   std::vector<double> stiffness(n, 1.0);
-  for (std::size_t j = 0; j < n; j++) {
+  for (std::size_t j = 0; j < n; ++j) {
     if (branches.limbs[j] > 1) stiffness[j] = spineStiffness;
     if (branches.reach[j] < shortReach * skeleton.height()) stiffness[j] = shortStiffness;
   }
@@ -70,7 +70,7 @@ std::vector<double> channelMasses(const Clip& clip, const Skeleton& skeleton,
   const double height = skeleton.height();
   int mover = -1;  // the joint that carries the body through the world: the first that can be moved
   std::vector<double> masses;
-  for (int c = 0; c < clip.channels; c++) {
+  for (int c = 0; c < clip.channels; ++c) {
     const int joint = skeleton.owner(c);
     const bool rotation = skeleton.isRotation(c);
     if (!rotation && mover < 0) mover = joint;

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// 1, 2 or 5 times a power of ten, about a sixth of the range.
+// 1, 2 or 5 times a power of ten, about a sixth of the range.
 double roundStep(double range) {
   const double rough = range / 6.0, power = std::pow(10.0, std::floor(std::log10(rough)));
   for (const double digit : {1.0, 2.0, 5.0}) {
@@ -15,12 +15,12 @@ double roundStep(double range) {
   return 10.0 * power;
 }
 
-/// The multiples of `step` from low to high. Counted: where the step is below the numbers' last digit, adding
-/// it would not get on.
+// The multiples of `step` from low to high. Counted: where the step is below the numbers' last digit, adding
+// it would not get on.
 std::vector<double> roundNumbers(double low, double high, double step) {
   std::vector<double> numbers;
   const double first = std::ceil(low / step), last = std::floor(high / step);
-  for (int i = 0; i <= 20 && first + i <= last; i++) numbers.push_back((first + i) * step);
+  for (int i = 0; i <= 20 && first + i <= last; ++i) numbers.push_back((first + i) * step);
   return numbers;
 }
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// A line of the legend: a stroke in the current colour and what it means.
+// A line of the legend: a stroke in the current colour and what it means.
 void legend(AIPSWriter* writer, Chart* chart, int row, const std::string& text) {
   const double unitX = (chart->x1() - chart->x0()) / chart->width(),
                unitY = (chart->y1() - chart->y0()) / chart->height();
@@ -35,11 +35,11 @@ std::string drawSpeeds(const Scene& scene) {
     if (target.stands && target.held)
       standing[static_cast<std::size_t>(target.frame)].push_back(target.joint);
   }
-  for (int f = 0; f + 1 < scene.frames(); f++) {
+  for (int f = 0; f + 1 < scene.frames(); ++f) {
     const std::vector<int>& next = standing[static_cast<std::size_t>(f + 1)];
     for (const int j : standing[static_cast<std::size_t>(f)]) {
       if (!std::count(next.begin(), next.end(), j)) continue;
-      steps++;
+      ++steps;
       for (const bool after : {false, true}) {
         const Pnt3 way = scene.at(after, f + 1, j) - scene.at(after, f, j);
         const double speed = std::hypot(way.x, way.z) / scene.frameTime();
@@ -62,7 +62,7 @@ std::string drawSpeeds(const Scene& scene) {
       };
       pen();
       Polyline line(writer);
-      for (int f = 0; f + 1 < scene.frames(); f++) {
+      for (int f = 0; f + 1 < scene.frames(); ++f) {
         const double speed = speeds[after][static_cast<std::size_t>(f)];
         if (speed < 0.0) {
           line.gap();
@@ -101,10 +101,10 @@ std::string drawConvergence(const limber::motion::Report& report) {
     writer->setWidth(1.4);
     {
       Polyline line(writer);
-      for (std::size_t i = 0; i < misses.size(); i++)
+      for (std::size_t i = 0; i < misses.size(); ++i)
         line.to(chart.x(static_cast<double>(i)), chart.y(logOf(misses[i])));
     }
-    for (std::size_t i = 0; i < misses.size(); i++) {
+    for (std::size_t i = 0; i < misses.size(); ++i) {
       writer->fillRGB(leftColour);
       writer->dot(chart.x(static_cast<double>(i)), chart.y(logOf(misses[i])), 2);
     }

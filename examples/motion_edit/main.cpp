@@ -23,7 +23,7 @@ enum Status { Met = 0, BadInput = 1, NotMet = 2 };  // and exitNoMemory
 
 constexpr double degrees = 180.0 / 3.14159265358979323846;
 
-/// The files of one run, which appear all together or not at all.
+// The files of one run, which appear all together or not at all.
 class Outputs {
  public:
   void add(const std::string& path, const std::string& text) {
@@ -35,7 +35,7 @@ class Outputs {
     for (const auto& file : files_) file->complete();
     for (const auto& file : files_) file->finish();
     std::string names;
-    for (std::size_t i = 0; i < files_.size(); i++) {
+    for (std::size_t i = 0; i < files_.size(); ++i) {
       names += (i == 0 ? "" : i + 1 == files_.size() ? " and " : ", ") + files_[i]->path();
     }
     if (!names.empty()) std::printf("wrote %s\n", names.c_str());
@@ -49,7 +49,7 @@ void complain(const std::string& sentence) {
   std::fprintf(stderr, "%s: %s\n", programName().c_str(), sentence.c_str());
 }
 
-/// The files that the options ask for.
+// The files that the options ask for.
 std::vector<std::string> outputsOf(const Options& options) {
   std::vector<std::string> outputs;
   if (!options.plantScript.empty()) outputs.push_back(options.plantScript);
@@ -64,13 +64,13 @@ std::vector<std::string> outputsOf(const Options& options) {
 // Before anything is computed: nobody wants to wait for what cannot be written.
 void checkOutputs(const Options& options) {
   const std::vector<std::string> outputs = outputsOf(options);
-  for (std::size_t i = 0; i < outputs.size(); i++) {
+  for (std::size_t i = 0; i < outputs.size(); ++i) {
     for (const std::string& input : {options.clip, options.script}) {
       if (!input.empty() && sameFile(outputs[i], input)) {
         throw InputError(programName() + ": " + outputs[i] + " is read, and must not be written over");
       }
     }
-    for (std::size_t j = 0; j < i; j++) {
+    for (std::size_t j = 0; j < i; ++j) {
       if (sameFile(outputs[i], outputs[j])) {
         throw InputError(programName() + ": " + outputs[i] + " would be written twice");
       }
@@ -102,8 +102,8 @@ void listPlants(const Clip& clip, const Contacts& contacts, double height) {
   }
 }
 
-/// What is held: the script's targets and, without a script or with its line "plants", the contacts beside
-/// them.
+// What is held: the script's targets and, without a script or with its line "plants", the contacts beside
+// them.
 struct Wishes {
   Contacts plants;
   std::vector<Constraint> targets;

@@ -16,10 +16,10 @@ const Pnt3& colourOf(Side side) {
   return side == Side::Left ? leftColour : side == Side::Right ? rightColour : dark;
 }
 
-/// Frames that are spread evenly; the ones next to a reach move to its middle.
+// Frames that are spread evenly; the ones next to a reach move to its middle.
 std::vector<int> chosenFrames(const Scene& scene, int figures) {
   std::vector<int> chosen;
-  for (int i = 0; i < figures; i++) {
+  for (int i = 0; i < figures; ++i) {
     const int last = scene.frames() - 1, way = last - scene.first();
     chosen.push_back(figures == 1 ? scene.frames() / 2 : scene.first() + i * way / (figures - 1));
   }
@@ -42,7 +42,7 @@ std::vector<int> chosenFrames(const Scene& scene, int figures) {
   return chosen;
 }
 
-/// One figure of the drawing: a frame, and how far it is moved along the ground.
+// One figure of the drawing: a frame, and how far it is moved along the ground.
 struct Figure {
   int frame;
   double shift;
@@ -66,7 +66,7 @@ class Figures {
     }
   }
 
-  /// Draws the panel below `top`; the lower edge of its frame.
+  // Draws the panel below `top`; the lower edge of its frame.
   double draw(double top) {
     Range across, up;
     up.include(-0.05);
@@ -102,7 +102,7 @@ class Figures {
 
   void include(const Figure& figure, Range* across, Range* up) const {
     for (const bool after : {false, true}) {
-      for (int j = 0; j < static_cast<int>(scene_.joints().size()); j++) {
+      for (int j = 0; j < static_cast<int>(scene_.joints().size()); ++j) {
         const Pnt3 p = place(figure, after, j);
         across->include(p.x);
         up->include(p.y);
@@ -112,7 +112,7 @@ class Figures {
 
   void line(const Pnt3& a, const Pnt3& b) { chart_->line(a.x, a.y, b.x, b.y); }
 
-  /// The ground, and on it, thick, where feet stand.
+  // The ground, and on it, thick, where feet stand.
   void drawGround() {
     writer_->strokeRGB(earth);
     writer_->setWidth(0.7);
@@ -145,7 +145,7 @@ class Figures {
     for (const Side side : {Side::Right, Side::Middle, Side::Left}) {
       if (after) writer_->strokeRGB(colourOf(side));
       writer_->beginGroup();
-      for (int j = 1; j < static_cast<int>(scene_.joints().size()); j++) {
+      for (int j = 1; j < static_cast<int>(scene_.joints().size()); ++j) {
         if (!scene_.isDrawn(j) || scene_.side(j) != side) continue;
         line(place(figure, after, scene_.joints()[static_cast<std::size_t>(j)].parent),
              place(figure, after, j));
@@ -157,7 +157,7 @@ class Figures {
     }
   }
 
-  /// From the ankle to the heel, along the sole to the tip of the toes and back over the instep.
+  // From the ankle to the heel, along the sole to the tip of the toes and back over the instep.
   void drawFoot(const Figure& figure, const Scene::Foot& foot, bool after) {
     const Pnt3 ankle = place(figure, after, foot.ankle), heel = place(figure, after, foot.heel);
     const Pnt3 tip = place(figure, after, foot.sole.back());
@@ -213,7 +213,7 @@ class Figures {
   Chart* chart_ = nullptr;
 };
 
-/// A path that is drawn: of a hand, or of an ankle.
+// A path that is drawn: of a hand, or of an ankle.
 std::vector<int> pathJoints(const Scene& scene) {
   std::vector<int> joints = scene.hands();
   for (const Scene::Foot& foot : scene.feet()) joints.push_back(foot.ankle);
@@ -224,13 +224,13 @@ std::vector<int> pathJoints(const Scene& scene) {
   return joints;
 }
 
-/// The paths seen from the side (x and y) or from above (x and z), in a panel between `bottom` and `top`.
+// The paths seen from the side (x and y) or from above (x and z), in a panel between `bottom` and `top`.
 void drawPaths(AIPSWriter* writer, const Scene& scene, bool above, double bottom, double top) {
   const std::vector<int> joints = pathJoints(scene);
   const auto up = [&](const Pnt3& p) { return above ? -p.z : p.y; };
   Range across, upward;
   for (const int j : joints) {
-    for (int f = scene.first(); f < scene.frames(); f++) {
+    for (int f = scene.first(); f < scene.frames(); ++f) {
       for (const bool after : {false, true}) {
         across.include(scene.at(after, f, j).x);
         upward.include(up(scene.at(after, f, j)));
@@ -250,7 +250,7 @@ void drawPaths(AIPSWriter* writer, const Scene& scene, bool above, double bottom
       writer->setWidth(after ? 1.1 : 0.8);
       writer->strokeRGB(after ? colourOf(scene.side(j)) : grey);
       Polyline line(writer);
-      for (int f = scene.first(); f < scene.frames(); f++) {
+      for (int f = scene.first(); f < scene.frames(); ++f) {
         const Pnt3& p = scene.at(after, f, j);
         line.to(chart.x(p.x), chart.y(up(p)));
       }

@@ -59,7 +59,7 @@ class ArgumentReader {
   ArgumentReader(int count, char** arguments) : count_(count), arguments_(arguments) {}
 
   Options read() {
-    for (at_ = 1; at_ < count_; at_++) readOne(arguments_[at_]);
+    for (at_ = 1; at_ < count_; ++at_) readOne(arguments_[at_]);
     if (options_.clip.empty())
       throw InputError(programName() + ": no clip named; --help shows what can be said");
     return options_;

@@ -13,13 +13,13 @@ namespace {
 
 const std::string lastLine = "%%EOF\n";
 
-/// A file of its own in the folder for temporary files, which goes with the object.
+// A file of its own in the folder for temporary files, which goes with the object.
 class ScratchFile {
  public:
   ScratchFile() {
     std::random_device random;
     const files::path folder = files::temp_directory_path();
-    for (int attempt = 0; attempt < 100 && !stream_; attempt++) {
+    for (int attempt = 0; attempt < 100 && !stream_; ++attempt) {
       path_ = folder / ("limber-picture-" + std::to_string(random()) + std::to_string(random()));
       stream_ = std::fopen(path_.string().c_str(), "wbx");
     }
@@ -33,7 +33,7 @@ class ScratchFile {
   ScratchFile(const ScratchFile&) = delete;
   ScratchFile& operator=(const ScratchFile&) = delete;
 
-  /// Whoever takes it closes it.
+  // Whoever takes it closes it.
   std::FILE* stream() const { return stream_; }
   std::string text() const {
     std::ifstream in(path_, std::ios::binary);

@@ -16,7 +16,7 @@ using limber::motion::Skeleton;
 
 std::size_t index(int i) { return static_cast<std::size_t>(i); }
 
-/// The joints put together by their offsets alone.
+// The joints put together by their offsets alone.
 std::vector<Pnt3> restPose(const std::vector<Joint>& joints) {
   std::vector<Pnt3> rest;
   for (const Joint& joint : joints) {
@@ -29,7 +29,7 @@ double dot(const Pnt3& a, const Pnt3& b) { return a.x * b.x + a.y * b.y + a.z * 
 
 Pnt3 flat(const Pnt3& p) { return Pnt3(p.x, 0.0, p.z); }
 
-/// The horizontal direction along which points lie most: the first axis of their covariance.
+// The horizontal direction along which points lie most: the first axis of their covariance.
 Pnt3 mainDirection(const std::vector<Pnt3>& points) {
   Pnt3 mean;
   for (const Pnt3& p : points) mean += p;
@@ -101,7 +101,7 @@ void Scene::findSides(const std::vector<Pnt3>& rest) {
   if (!(forward.length() > 1e-6 * height_)) forward = Pnt3(0, 0, 1);
   forward /= forward.length();
   const Pnt3 left = Pnt3(0, 1, 0) * forward;
-  for (std::size_t j = 0; j < clip_.joints.size(); j++) {
+  for (std::size_t j = 0; j < clip_.joints.size(); ++j) {
     const int parent = clip_.joints[j].parent;
     const double aside = j < rest.size() ? dot(rest[j] - rest[0], left) / height_ : 0.0;
     Side side = parent < 0 ? Side::Middle : sides_[index(parent)];
@@ -113,10 +113,10 @@ void Scene::findSides(const std::vector<Pnt3>& rest) {
 void Scene::findHandsAndHead(const std::vector<Pnt3>& rest) {
   std::map<Side, double> farthest;
   std::map<Side, int> ends;
-  for (std::size_t j = 0; j < rest.size(); j++) {
+  for (std::size_t j = 0; j < rest.size(); ++j) {
     const int joint = static_cast<int>(j);
     bool isEnd = true, isFoot = false;
-    for (std::size_t k = j + 1; k < rest.size(); k++) isEnd = isEnd && clip_.joints[k].parent != joint;
+    for (std::size_t k = j + 1; k < rest.size(); ++k) isEnd = isEnd && clip_.joints[k].parent != joint;
     for (const Foot& foot : feet_)
       isFoot = isFoot || std::count(foot.sole.begin(), foot.sole.end(), joint) > 0;
     if (!isEnd || isFoot) continue;
@@ -151,7 +151,7 @@ void Scene::track(const Clip& before, const Clip& after, double ground) {
     clip.joints = clip_.joints;
     const Skeleton skeleton(clip);
     limber::motion::Pose pose;
-    for (int f = 0; f < clip.frames; f++) {
+    for (int f = 0; f < clip.frames; ++f) {
       skeleton.pose(clip.frame(f), &pose);
       places[edited].insert(places[edited].end(), pose.position.begin(), pose.position.end());
       if (!edited && f >= first_) roots.push_back(flat(pose.position[0]));
@@ -164,7 +164,7 @@ void Scene::track(const Clip& before, const Clip& after, double ground) {
   if (travel_ < 0.5) {  // one who stays in place is seen from the side
     const std::size_t middle = index(before.frames / 2) * clip_.joints.size();
     Pnt3 left;
-    for (std::size_t j = 0; j < clip_.joints.size(); j++) {
+    for (std::size_t j = 0; j < clip_.joints.size(); ++j) {
       if (sides_[j] != Side::Middle)
         left += flat(places[0][middle + j] - places[0][middle]) * (sides_[j] == Side::Left ? 1.0 : -1.0);
     }

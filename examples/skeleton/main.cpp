@@ -20,7 +20,7 @@ void printTable(const Clip& clip, const std::vector<Pnt3>& at) {
   int width = 5;
   for (const Joint& joint : clip.joints) width = std::max(width, static_cast<int>(joint.name.size()));
   std::printf("%-*s  %-*s  %15s  %15s  %15s\n", width, "joint", width, "parent", "x", "y", "z");
-  for (std::size_t j = 0; j < at.size(); j++) {
+  for (std::size_t j = 0; j < at.size(); ++j) {
     const Joint& joint = clip.joints[j];
     const char* const parent =
         joint.parent < 0 ? "-" : clip.joints[static_cast<std::size_t>(joint.parent)].name.c_str();

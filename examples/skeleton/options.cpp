@@ -19,7 +19,7 @@ const char usage[] =
 Options readOptions(int count, char** arguments) {
   Options options;
   bool frameGiven = false;
-  for (int i = 1; i < count; i++) {
+  for (int i = 1; i < count; ++i) {
     const std::string word = arguments[i];
     if (word == "--help") {
       options.help = true;

@@ -8,10 +8,10 @@ namespace {
 
 constexpr double margin = 2e-5, tolerance = 1e-5, clear = 1e-4;  // heights
 
-/// The joints held in a frame; `next` moves on to that frame's first hold.
+// The joints held in a frame; `next` moves on to that frame's first hold.
 bool isHeld(const std::vector<Hold>& holds, std::size_t* next, int frame, int joint) {
   while (*next < holds.size() && holds[*next].frame < frame) ++*next;
-  for (std::size_t i = *next; i < holds.size() && holds[i].frame == frame; i++) {
+  for (std::size_t i = *next; i < holds.size() && holds[i].frame == frame; ++i) {
     if (holds[i].joint == joint) return true;
   }
   return false;
@@ -22,9 +22,9 @@ bool isHeld(const std::vector<Hold>& holds, std::size_t* next, int frame, int jo
 Floor::Floor(const Clip& original, const Skeleton& skeleton, const Contacts& feet, bool strict)
     : skeleton_(skeleton), first_(feet.first), feet_(feet.feet), least_(feet_.size(), feet.ground) {
   Pose pose;
-  for (int f = first_; f < original.frames && !strict; f++) {
+  for (int f = first_; f < original.frames && !strict; ++f) {
     skeleton.pose(original.frame(f), &pose);
-    for (std::size_t i = 0; i < feet_.size(); i++) {
+    for (std::size_t i = 0; i < feet_.size(); ++i) {
       least_[i] = std::min(least_[i], pose.position[static_cast<std::size_t>(feet_[i])].y);
     }
   }
@@ -36,9 +36,9 @@ bool Floor::watch(const Clip& clip, const std::vector<Hold>& holds) {
   bool news = false;
   std::size_t next = 0;
   Pose pose;
-  for (int f = first_; f < clip.frames; f++) {
+  for (int f = first_; f < clip.frames; ++f) {
     skeleton_.pose(clip.frame(f), &pose);
-    for (std::size_t i = 0; i < feet_.size(); i++) {
+    for (std::size_t i = 0; i < feet_.size(); ++i) {
       const double height = pose.position[static_cast<std::size_t>(feet_[i])].y;
       const std::size_t k = static_cast<std::size_t>(f) * feet_.size() + i;
       if (height > least_[i] + clear * skeleton_.height()) watched_[k] = false;
@@ -54,7 +54,7 @@ bool Floor::watch(const Clip& clip, const std::vector<Hold>& holds) {
 void Floor::addTo(const Clip& clip, double weight, std::vector<Hold>* holds) const {
   std::vector<Hold> low;
   std::size_t next = 0;
-  for (std::size_t k = 0; k < watched_.size(); k++) {
+  for (std::size_t k = 0; k < watched_.size(); ++k) {
     if (!watched_[k]) continue;
     const int f = static_cast<int>(k / feet_.size());
     const int joint = feet_[k % feet_.size()];

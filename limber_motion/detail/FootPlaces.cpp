@@ -18,15 +18,15 @@ constexpr int mostSweeps = 20000, alignSweeps = 50;
 constexpr double again = 0.2;   // seconds: a joint that comes back after less stands where it stood,
 constexpr double abrupt = 4.0;  // if the way there would be so many times more abrupt than it was
 
-/// Two contacts that overlap in time and whose joints a rigid bone holds apart; or two of one joint that
-/// shall have one place, which is a bone of length 0.
+// Two contacts that overlap in time and whose joints a rigid bone holds apart; or two of one joint that
+// shall have one place, which is a bone of length 0.
 struct Bone {
   Contact *a, *b;
   double length;
   Pnt3 way;  // from a to b, in the mean of the frames that they share
 };
 
-/// The height at which most frames of these contacts stand: the median over frames.
+// The height at which most frames of these contacts stand: the median over frames.
 double usualHeight(const std::vector<Contact*>& contacts) {
   std::vector<Contact*> sorted = contacts;
   std::sort(sorted.begin(), sorted.end(), [](Contact* a, Contact* b) { return a->place.y < b->place.y; });
@@ -39,14 +39,14 @@ double usualHeight(const std::vector<Contact*>& contacts) {
   return 0.0;
 }
 
-/// How far a contact stands below the height that its joint usually stands at; 0 where that is another level.
+// How far a contact stands below the height that its joint usually stands at; 0 where that is another level.
 double sunk(double height, double usual, const Contact& contact) {
   const double depth = usual - contact.place.y;
   return std::fabs(depth) <= level * height ? depth : 0.0;
 }
 
-/// A foot is lifted or lowered as a whole, all joints that stand at overlapping times by the same, so that it
-/// keeps its tilt; then nothing stays below the ground.
+// A foot is lifted or lowered as a whole, all joints that stand at overlapping times by the same, so that it
+// keeps its tilt; then nothing stays below the ground.
 void putOnTheGround(double height, double ground, const std::map<int, double>& usual,
                     std::vector<Contact>* contacts) {
   std::vector<double> lifts;
@@ -60,14 +60,14 @@ void putOnTheGround(double height, double ground, const std::map<int, double>& u
     }
     lifts.push_back(sum / frames);
   }
-  for (std::size_t i = 0; i < contacts->size(); i++) {
+  for (std::size_t i = 0; i < contacts->size(); ++i) {
     Contact& contact = (*contacts)[i];
     contact.place.y = std::max(contact.place.y + lifts[i], ground);
   }
 }
 
-/// The joints whose axes a joint's origin is fixed in: its own, its parent's and, past joints that do not
-/// turn, those above.
+// The joints whose axes a joint's origin is fixed in: its own, its parent's and, past joints that do not
+// turn, those above.
 std::vector<int> holders(const Clip& clip, int joint) {
   const auto turns = [&](int j) {
     const std::vector<Channel>& channels = clip.joints[static_cast<std::size_t>(j)].channels;
@@ -87,13 +87,13 @@ bool rigid(const Clip& clip, int a, int b) {
   return std::find_first_of(ofA.begin(), ofA.end(), ofB.begin(), ofB.end()) != ofA.end();
 }
 
-/// Whether a joint would have to jump from one contact to the next: the jerk of the smoothest way from rest
-/// to rest (Flash and Hogan 1985: 60 distances over time^3 at its ends) against what it was in that time.
+// Whether a joint would have to jump from one contact to the next: the jerk of the smoothest way from rest
+// to rest (Flash and Hogan 1985: 60 distances over time^3 at its ends) against what it was in that time.
 bool wouldJump(const Clip& clip, const Tracks& tracks, const Contact& a, const Contact& b) {
   const double dt = clip.frameTime, seconds = (b.first - a.last) * dt;
   if (a.joint != b.joint || a.last >= b.first || seconds > again) return false;
   double jerk = 0.0;
-  for (int f = std::max(a.last - 3, 0); f + 3 <= std::min(b.first + 3, clip.frames - 1); f++) {
+  for (int f = std::max(a.last - 3, 0); f + 3 <= std::min(b.first + 3, clip.frames - 1); ++f) {
     const Pnt3 third = tracks.at(a.joint, f + 3) - tracks.at(a.joint, f + 2) * 3.0 +
                        tracks.at(a.joint, f + 1) * 3.0 - tracks.at(a.joint, f);
     jerk = std::max(jerk, third.length() / (dt * dt * dt));
@@ -101,7 +101,7 @@ bool wouldJump(const Clip& clip, const Tracks& tracks, const Contact& a, const C
   return 60.0 * (a.place - b.place).length() > abrupt * jerk * seconds * seconds * seconds;
 }
 
-/// Whether no other joint of the same foot stands.
+// Whether no other joint of the same foot stands.
 bool standsAlone(const std::vector<Contact*>& own, const std::vector<Contact>& contacts) {
   return !own.empty() && std::all_of(contacts.begin(), contacts.end(), [&](const Contact& c) {
     return c.foot != own.front()->foot || c.joint == own.front()->joint;
@@ -118,7 +118,7 @@ std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, std::vect
       if (a.foot != b.foot || !rigid(clip, a.joint, b.joint)) continue;
       Bone bone = {&a, &b, (tracks.at(a.joint, first) - tracks.at(b.joint, first)).length(), Pnt3()};
       const int last = std::min(a.last, b.last);
-      for (int f = first; f <= last; f++) bone.way += tracks.at(b.joint, f) - tracks.at(a.joint, f);
+      for (int f = first; f <= last; ++f) bone.way += tracks.at(b.joint, f) - tracks.at(a.joint, f);
       bone.way *= 1.0 / (last - first + 1);
       bones.push_back(bone);
     }
@@ -126,10 +126,10 @@ std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, std::vect
   return bones;
 }
 
-/// Moves the ends of the bones until each lies as it lay in the mean: joints of a foot that slides or tips
-/// were not at their own mean places at the same time. Short bones would turn far between two such places.
+// Moves the ends of the bones until each lies as it lay in the mean: joints of a foot that slides or tips
+// were not at their own mean places at the same time. Short bones would turn far between two such places.
 void align(double ground, const std::vector<Bone>& bones) {
-  for (int sweep = 0; sweep < alignSweeps; sweep++) {
+  for (int sweep = 0; sweep < alignSweeps; ++sweep) {
     for (const Bone& bone : bones) {
       const Pnt3 off = bone.b->place - bone.a->place - bone.way;
       bone.a->place += off * 0.5;
@@ -142,8 +142,8 @@ void align(double ground, const std::vector<Bone>& bones) {
   }
 }
 
-/// Moves both ends of a bone, mostly in the ground's plane, until it has its length to first order; how far
-/// off it was.
+// Moves both ends of a bone, mostly in the ground's plane, until it has its length to first order; how far
+// off it was.
 double stretch(const Bone& bone) {
   const Pnt3 way = bone.b->place - bone.a->place;
   const double excess = way.lengthSq() - bone.length * bone.length;
@@ -161,7 +161,7 @@ double stretch(const Bone& bone) {
 Pnt3 stillestPlace(const Tracks& tracks, double height, int joint, int first, int last) {
   Pnt3 sum;
   double weights = 0.0;
-  for (int f = first; f <= last; f++) {
+  for (int f = first; f <= last; ++f) {
     const double speed = tracks.speed(joint, f) / height;
     const double weight = 1.0 / (speed * speed + still * still);
     sum += tracks.at(joint, f) * weight;
@@ -187,7 +187,7 @@ void choosePlaces(const Clip& clip, const Tracks& tracks, double height, const s
   const std::vector<Bone> bones = bonesBetween(clip, tracks, contacts);
   align(ground, bones);
   double off = bones.empty() ? 0.0 : height;
-  for (int sweep = 0; sweep < mostSweeps && off > 1e-10 * height; sweep++) {
+  for (int sweep = 0; sweep < mostSweeps && off > 1e-10 * height; ++sweep) {
     off = 0.0;
     for (const Bone& bone : bones) off = std::max(off, stretch(bone));
   }

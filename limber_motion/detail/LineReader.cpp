@@ -24,7 +24,7 @@ bool startsWith(const std::string& text, const char* bytes) {
   return text.compare(0, std::strlen(bytes), bytes) == 0;
 }
 
-/// Closes the stream however the function that opened it ends.
+// Closes the stream however the function that opened it ends.
 struct OpenFile {
   gzFile file;
   ~OpenFile() {
@@ -80,10 +80,10 @@ void LineReader::load(const std::string& name, const char* searchPath) {
 void LineReader::advance() {
   start_ = at_ = next_;
   end_ = start_;
-  while (end_ < text_.size() && !endsLine(text_[end_])) end_++;
+  while (end_ < text_.size() && !endsLine(text_[end_])) ++end_;
   next_ = end_;
   if (next_ < text_.size()) next_ += text_[next_] == '\r' && text_[next_ + 1] == '\n' ? 2 : 1;
-  line_++;
+  ++line_;
   if (end_ - start_ > longestLine) fail("a line of more than " + std::to_string(longestLine) + " characters");
 }
 
@@ -97,26 +97,26 @@ bool LineReader::nextLine() {
 }
 
 void LineReader::skipBlanks() {
-  while (at_ < end_ && blank(text_[at_])) at_++;
+  while (at_ < end_ && blank(text_[at_])) ++at_;
   if (comment_ && at_ < end_ && text_[at_] == comment_) at_ = end_;
 }
 
 std::string_view LineReader::peek() {
   skipBlanks();
   std::size_t to = at_;
-  while (to < end_ && !blank(text_[to])) to++;
+  while (to < end_ && !blank(text_[to])) ++to;
   return std::string_view(text_).substr(at_, to - at_);
 }
 
 std::string_view LineReader::rest() const {
   std::size_t from = at_, to = end_;
-  while (from < to && blank(text_[from])) from++;
+  while (from < to && blank(text_[from])) ++from;
   if (comment_) {
-    for (std::size_t i = from; i < to; i++) {
+    for (std::size_t i = from; i < to; ++i) {
       if (text_[i] == comment_ && (i == from || blank(text_[i - 1]))) to = i;
     }
   }
-  while (to > from && blank(text_[to - 1])) to--;
+  while (to > from && blank(text_[to - 1])) --to;
   return std::string_view(text_).substr(from, to - from);
 }
 
@@ -186,7 +186,7 @@ std::string quoted(std::string_view word) {
 bool sameWord(std::string_view a, std::string_view b) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
   if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); i++) {
+  for (std::size_t i = 0; i < a.size(); ++i) {
     if (lower(a[i]) != lower(b[i])) return false;
   }
   return true;

@@ -48,7 +48,7 @@ std::vector<int> movingChannels(const Skeleton& skeleton, const std::vector<Cons
   for (const Constraint& wish : wishes) held[static_cast<std::size_t>(wish.joint)] = true;
   for (const int j : feet) held[static_cast<std::size_t>(j)] = true;
   std::vector<int> channels;
-  for (int j = 0; j < skeleton.joints(); j++) {
+  for (int j = 0; j < skeleton.joints(); ++j) {
     if (!held[static_cast<std::size_t>(j)]) continue;
     channels.insert(channels.end(), skeleton.chain(j).begin(), skeleton.chain(j).end());
   }
@@ -67,11 +67,11 @@ std::vector<double> pick(const std::vector<double>& all, const std::vector<int>&
   return picked;
 }
 
-/// The wishes for each joint, in frame order, as places in the list.
+// The wishes for each joint, in frame order, as places in the list.
 std::vector<std::vector<std::size_t>> byJoint(const Skeleton& skeleton,
                                               const std::vector<Constraint>& wishes) {
   std::vector<std::vector<std::size_t>> places(static_cast<std::size_t>(skeleton.joints()));
-  for (std::size_t i = 0; i < wishes.size(); i++)
+  for (std::size_t i = 0; i < wishes.size(); ++i)
     places[static_cast<std::size_t>(wishes[i].joint)].push_back(i);
   return places;
 }
@@ -81,23 +81,23 @@ std::vector<double> urgencies(const Skeleton& skeleton, const std::vector<Constr
   std::vector<double> urgency(wishes.size(), 1.0);
   for (const std::vector<std::size_t>& own : byJoint(skeleton, wishes)) {
     for (std::size_t begin = 0, end = 0; begin < own.size(); begin = end) {
-      for (end = begin + 1; end < own.size(); end++) {
+      for (end = begin + 1; end < own.size(); ++end) {
         if (wishes[own[end]].frame != wishes[own[end - 1]].frame + 1) break;
       }
       const double seconds = static_cast<double>(end - begin) * dt;
-      for (std::size_t i = begin; i < end && seconds < shortRun; i++)
+      for (std::size_t i = begin; i < end && seconds < shortRun; ++i)
         urgency[own[i]] = 10.0 * shortRun / seconds;
     }
   }
   return urgency;
 }
 
-/// How far each channel of a clip should turn: not far where it only helps to hold feet, any angle where a
-/// joint shall reach for something else.
+// How far each channel of a clip should turn: not far where it only helps to hold feet, any angle where a
+// joint shall reach for something else.
 std::vector<double> plantTurns(const Skeleton& skeleton, const std::vector<Constraint>& wishes,
                                const std::vector<int>& rank) {
   std::vector<double> turns(static_cast<std::size_t>(skeleton.channels()), plantTurn);
-  for (std::size_t i = 0; i < wishes.size(); i++) {
+  for (std::size_t i = 0; i < wishes.size(); ++i) {
     if (rank[i] == 0) continue;
     for (const int c : skeleton.chain(wishes[i].joint)) turns[static_cast<std::size_t>(c)] = unlimited;
   }
@@ -131,7 +131,7 @@ Motion::Motion(const Clip& original, const Skeleton& skeleton, const std::vector
 std::vector<double> Motion::massesWith(double trunk) const {
   const std::vector<bool> carries = trunkJoints(original_, skeleton_);
   std::vector<double> masses = masses_;
-  for (std::size_t c = 0; c < masses.size(); c++) {
+  for (std::size_t c = 0; c < masses.size(); ++c) {
     if (carries[static_cast<std::size_t>(skeleton_.owner(channels_[c]))]) masses[c] *= trunk;
   }
   return masses;
@@ -145,15 +145,15 @@ double Motion::trembling(int stride) const {
   double sum = 0.0;
   int count = 0;
   for (const std::vector<std::size_t>& own : byJoint(skeleton_, wishes_)) {
-    for (std::size_t i = 0; i + last < own.size(); i++) {
+    for (std::size_t i = 0; i + last < own.size(); ++i) {
       const Constraint& first = wishes_[own[i]];
       if (wishes_[own[i + last]].frame != first.frame + 3 * stride) continue;
       Pnt3 at[4];
-      for (int k = 0; k < 4; k++) {
+      for (int k = 0; k < 4; ++k) {
         at[k] = skeleton_.position(first.joint, original_.frame(first.frame + k * stride));
       }
       sum += (at[3] - at[2] * 3.0 + at[1] * 3.0 - at[0]).lengthSq() / 60.0;
-      count++;
+      ++count;
     }
   }
   return count ? std::sqrt(sum / count) / skeleton_.height() : typicalTrembling;
@@ -178,7 +178,7 @@ void Motion::run() {
   const Stage stages[] = {{wide, false, pull(wide, typicalChange, slow), gentle},
                           {narrow, false, pull(narrow, typicalRest * slow, fast), 0.0},
                           {brief, true, firm, 0.0}};
-  for (int s = 0; s < 3; s++) {
+  for (int s = 0; s < 3; ++s) {
     if (!run(stages[s], s)) return;
     before_ += change_;
     change_ = 0.0;
@@ -248,7 +248,7 @@ Vector Motion::direction(const Stage& stage, double damping) {
     return b.value * (before_[b.unknown] + change_[b.unknown]) < 0.99 * keptAt(stage, b);
   };
   bounds_.erase(std::remove_if(bounds_.begin(), bounds_.end(), cameBack), bounds_.end());
-  for (int round = 0; round < boundRounds; round++) {
+  for (int round = 0; round < boundRounds; ++round) {
     StepSystem system(stage.measure, holds_, damping, boundsOf(stage));
     if (!system.factored()) break;
     system.solve(change_, stage.exact && damping == 0.0 ? 6 : 1, &step);
@@ -262,7 +262,7 @@ bool Motion::bindWhatTurnsTooFar(const Stage& stage, const Vector& step) {
   for (std::vector<bool>& some : bound) some.assign(static_cast<std::size_t>(step.size()), false);
   for (const Bound& b : bounds_) bound[b.weight > 0.0][static_cast<std::size_t>(b.unknown)] = true;
   bool news = false;
-  for (int i = 0; i < step.size(); i++) {
+  for (int i = 0; i < step.size(); ++i) {
     const std::size_t unknown = static_cast<std::size_t>(i), c = unknown % channels_.size();
     if (!skeleton_.isRotation(channels_[c])) continue;
     const double turn = before_[i] + change_[i] + step[i];
@@ -327,7 +327,7 @@ double Motion::goAlong(const Stage& stage, Vector step, const std::vector<Hold>&
 void Motion::giveUpWhatStaysFar(double distance) {
   Pose pose;
   std::vector<std::size_t> far;
-  for (std::size_t i = 0; i < wishes_.size(); i++) {
+  for (std::size_t i = 0; i < wishes_.size(); ++i) {
     if (i == 0 || wishes_[i].frame != wishes_[i - 1].frame)
       skeleton_.pose(clip_.frame(wishes_[i].frame), &pose);
     const Pnt3 at = pose.position[static_cast<std::size_t>(wishes_[i].joint)];
@@ -340,7 +340,7 @@ void Motion::giveUpWhatStaysFar(double distance) {
 
 std::vector<Hold> Motion::holds(const Stage& stage) const {
   std::vector<Hold> list;
-  for (std::size_t i = 0; i < wishes_.size(); i++) {
+  for (std::size_t i = 0; i < wishes_.size(); ++i) {
     const Constraint& wish = wishes_[i];
     if (stage.exact && !isExact(i)) continue;
     double weight = stage.pull;
@@ -358,10 +358,10 @@ double Motion::cost(const Stage& stage, const Vector& change, const std::vector<
   if (!stage.exact) {
     Vector size(0);
     stage.measure.mult(&change, &size);
-    for (int i = 0; i < change.size(); i++) sum += change[i] * size[i];
+    for (int i = 0; i < change.size(); ++i) sum += change[i] * size[i];
   }
   Pose pose;
-  for (std::size_t i = 0; i < list.size(); i++) {
+  for (std::size_t i = 0; i < list.size(); ++i) {
     if (i == 0 || list[i].frame != list[i - 1].frame) skeleton_.pose(clip_.frame(list[i].frame), &pose);
     const Pnt3 miss = list[i].target - pose.position[static_cast<std::size_t>(list[i].joint)];
     sum += list[i].weight * (list[i].heightOnly ? miss.y * miss.y : miss.lengthSq());
@@ -371,11 +371,11 @@ double Motion::cost(const Stage& stage, const Vector& change, const std::vector<
 
 void Motion::show(const Vector& change) {
   const int n = static_cast<int>(channels_.size());
-  for (int f = 0; f < clip_.frames; f++) {
+  for (int f = 0; f < clip_.frames; ++f) {
     const Curves::Basis basis = curves_.at(f);
-    for (int c = 0; c < n; c++) {
+    for (int c = 0; c < n; ++c) {
       double sum = 0.0;
-      for (int k = 0; k < basis.count; k++) {
+      for (int k = 0; k < basis.count; ++k) {
         const int i = (basis.first + k) * n + c;
         sum += basis.weight[k] * (before_[i] + change[i]);
       }
@@ -388,7 +388,7 @@ void Motion::show(const Vector& change) {
 double Motion::largestTurn(const Vector& change) const {
   const int n = static_cast<int>(channels_.size());
   double largest = 0.0;
-  for (int i = 0; i < change.size(); i++) {
+  for (int i = 0; i < change.size(); ++i) {
     if (!skeleton_.isRotation(channels_[static_cast<std::size_t>(i % n)])) continue;
     largest = std::max(largest, std::fabs(before_[i] + change[i]));
   }
@@ -400,7 +400,7 @@ double Motion::largestMiss(int* wish) const {
   if (wish) *wish = -1;
   Pose pose;
   int frame = -1;
-  for (std::size_t i = 0; i < wishes_.size(); i++) {
+  for (std::size_t i = 0; i < wishes_.size(); ++i) {
     if (!isExact(i)) continue;
     if (wishes_[i].frame != frame) skeleton_.pose(clip_.frame(frame = wishes_[i].frame), &pose);
     const Pnt3 at = pose.position[static_cast<std::size_t>(wishes_[i].joint)];

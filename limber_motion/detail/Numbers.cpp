@@ -19,8 +19,8 @@ std::errc parse(std::string_view word, Number* out) {
   return result.ptr == end ? result.ec : std::errc::invalid_argument;
 }
 
-/// Whether a number outside the range of doubles is one below the smallest: its exponent is negative, or it
-/// begins with zeros behind the point.
+// Whether a number outside the range of doubles is one below the smallest: its exponent is negative, or it
+// begins with zeros behind the point.
 bool tooSmall(std::string_view word) {
   const std::size_t exponent = word.find_first_of("eE");
   if (exponent != std::string_view::npos) return word.find('-', exponent) != std::string_view::npos;

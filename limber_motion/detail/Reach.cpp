@@ -20,7 +20,7 @@ constexpr double fastestReach = 6.0;  // heights a second: a quick punch
 constexpr double usual = 0.98;        // of the frames: they tell how fast a joint moves
 constexpr double aroundJump = 0.3;    // seconds before and after a jump in which its targets only pull
 
-/// The longest that the bone to a joint can be: its length, or any where a channel moves the joint.
+// The longest that the bone to a joint can be: its length, or any where a channel moves the joint.
 double boneLength(const Joint& joint) {
   for (const Channel& c : joint.channels) {
     if (!c.rotation) return unlimited;
@@ -72,7 +72,7 @@ const ReachCheck::Way& ReachCheck::way(int a, int b) {
     int& lower = a > b ? a : b;  // joints stand behind their parents
     way.length += boneLength(clip_.joints[static_cast<std::size_t>(lower)]);
     lower = clip_.joints[static_cast<std::size_t>(lower)].parent;
-    bones++;
+    ++bones;
   }
   way.rigid = bones == 1 && std::isfinite(way.length);
   return way;
@@ -85,9 +85,9 @@ void ReachCheck::giveUp(std::size_t wish, double excess, const std::string& reas
 }
 
 void ReachCheck::comparePairs() {
-  for (std::size_t i = 0, begin = 0; i < wishes_.size(); i++) {
+  for (std::size_t i = 0, begin = 0; i < wishes_.size(); ++i) {
     if (wishes_[i].frame != wishes_[begin].frame) begin = i;
-    for (std::size_t k = begin; k < i; k++) {
+    for (std::size_t k = begin; k < i; ++k) {
       if (!counts(i) || !counts(k)) continue;
       const Way& bones = way(wishes_[k].joint, wishes_[i].joint);
       const double apart = (wishes_[i].target - wishes_[k].target).length();
@@ -107,13 +107,13 @@ void ReachCheck::comparePairs() {
 void ReachCheck::compareWithRoot() {
   for (std::size_t begin = 0, end = 0; begin < wishes_.size(); begin = end) {
     bool carriedThere = false;
-    for (end = begin; end < wishes_.size() && wishes_[end].frame == wishes_[begin].frame; end++) {
+    for (end = begin; end < wishes_.size() && wishes_[end].frame == wishes_[begin].frame; ++end) {
       const bool carries = wishes_[end].joint == 0 || isFoot(wishes_[end].joint);
       carriedThere = carriedThere || (carries && rank_[end] > 0);
     }
     if (carriedThere) continue;
     const Pnt3 root = skeleton_.position(0, clip_.frame(wishes_[begin].frame));
-    for (std::size_t i = begin; i < end; i++) {
+    for (std::size_t i = begin; i < end; ++i) {
       const double apart = (wishes_[i].target - root).length(), most = way(0, wishes_[i].joint).length;
       if (!counts(i) || isFoot(wishes_[i].joint) || !(apart > most + carried * skeleton_.height())) continue;
       giveUp(i, apart - most,
@@ -129,7 +129,7 @@ double ReachCheck::fastest(int joint) {
   double& fastest = fastest_[static_cast<std::size_t>(joint)];
   if (fastest >= 0.0) return fastest;
   std::vector<double> speeds = {0.0};
-  for (int f = 0; f + 1 < clip_.frames; f++) {
+  for (int f = 0; f + 1 < clip_.frames; ++f) {
     const Pnt3 way =
         skeleton_.position(joint, clip_.frame(f + 1)) - skeleton_.position(joint, clip_.frame(f));
     speeds.push_back(way.length() / clip_.frameTime);
@@ -143,7 +143,7 @@ double ReachCheck::fastest(int joint) {
 void ReachCheck::compareTimes() {
   std::vector<int> last(clip_.joints.size(), -1);  // the latest wish of each joint
   std::vector<std::size_t> late;                   // the second wish of each jump
-  for (std::size_t i = 0; i < wishes_.size(); i++) {
+  for (std::size_t i = 0; i < wishes_.size(); ++i) {
     if (!counts(i) || found_.wishes[i]) continue;
     const Constraint& wish = wishes_[i];
     const int k = std::exchange(last[static_cast<std::size_t>(wish.joint)], static_cast<int>(i));
@@ -162,7 +162,7 @@ void ReachCheck::compareTimes() {
   }
   const int frames = static_cast<int>(aroundJump / clip_.frameTime);
   for (const std::size_t jump : late) {
-    for (std::size_t i = 0; i < wishes_.size(); i++) {
+    for (std::size_t i = 0; i < wishes_.size(); ++i) {
       if (wishes_[i].joint != wishes_[jump].joint) continue;
       if (std::abs(wishes_[i].frame - wishes_[jump].frame) <= frames) found_.wishes[i] = true;
     }
@@ -170,7 +170,7 @@ void ReachCheck::compareTimes() {
 }
 
 void ReachCheck::aimWithinReach() {
-  for (std::size_t i = 0, begin = 0; i < wishes_.size(); i++) {
+  for (std::size_t i = 0, begin = 0; i < wishes_.size(); ++i) {
     if (wishes_[i].frame != wishes_[begin].frame) begin = i;
     if (!found_.wishes[i] && counts(i)) continue;
     Pnt3& aim = found_.aims[i].target;
@@ -180,7 +180,7 @@ void ReachCheck::aimWithinReach() {
     };
     bringNearer(skeleton_.position(0, clip_.frame(wishes_[i].frame)),
                 way(0, wishes_[i].joint).length + leaned * skeleton_.height());
-    for (std::size_t k = begin; k < wishes_.size() && wishes_[k].frame == wishes_[i].frame; k++) {
+    for (std::size_t k = begin; k < wishes_.size() && wishes_[k].frame == wishes_[i].frame; ++k) {
       if (k == i || found_.wishes[k] || !counts(k)) continue;
       bringNearer(wishes_[k].target, comfortable * way(wishes_[i].joint, wishes_[k].joint).length);
     }

@@ -18,22 +18,22 @@ Tracks::Tracks(const Clip& clip, const Skeleton& skeleton)
       joints_(clip.joints.size()) {
   places_.reserve(joints_ * static_cast<std::size_t>(frames_));
   Pose pose;
-  for (int f = 0; f < frames_; f++) {
+  for (int f = 0; f < frames_; ++f) {
     skeleton.pose(clip.frame(f), &pose);
     places_.insert(places_.end(), pose.position.begin(), pose.position.end());
   }
   if (frames_ < 8) return;
   std::vector<double> steps;
-  for (int f = 0; f + 1 < frames_; f++) steps.push_back(step(f));
+  for (int f = 0; f + 1 < frames_; ++f) steps.push_back(step(f));
   std::vector<double> sorted = steps;
   std::sort(sorted.begin(), sorted.end());
   const double jump = 4.0 * sorted[sorted.size() / 2] + 0.05 * skeleton.height();
-  while (first_ < mostPoses && steps[static_cast<std::size_t>(first_)] > jump) first_++;
+  while (first_ < mostPoses && steps[static_cast<std::size_t>(first_)] > jump) ++first_;
 }
 
 double Tracks::step(int frame) const {
   double most = 0.0;
-  for (int j = 0; j < static_cast<int>(joints_); j++) {
+  for (int j = 0; j < static_cast<int>(joints_); ++j) {
     most = std::max(most, (at(j, frame + 1) - at(j, frame)).length());
   }
   return most;
@@ -46,7 +46,7 @@ double Tracks::speed(int joint, int frame) const {
 
 double Tracks::low(int joint) const {
   std::vector<double> heights;
-  for (int f = frames_ > 1; f < frames_; f++) heights.push_back(at(joint, f).y);
+  for (int f = frames_ > 1; f < frames_; ++f) heights.push_back(at(joint, f).y);
   const auto twentieth = heights.begin() + (frames_ - 1) / 20;
   std::nth_element(heights.begin(), twentieth, heights.end());
   return *twentieth;

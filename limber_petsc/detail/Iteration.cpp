@@ -10,10 +10,10 @@ namespace {
 // What the convergence test of one run needs.
 struct Watch {
   const Iteration* problem;
-  double goal;   ///< the run ends when its own residual is this small
-  int before;    ///< iterations of earlier runs
-  bool lsqr;     ///< the residual is asked from LSQR
-  bool watched;  ///< some process has an observer
+  double goal;   // the run ends when its own residual is this small
+  int before;    // iterations of earlier runs
+  bool lsqr;     // the residual is asked from LSQR
+  bool watched;  // some process has an observer
   bool stopped = false, flat = false;
 };
 

@@ -18,7 +18,7 @@ class Lines : public ::testing::Test {
  protected:
   std::string file(const std::string& text) { return directory.write("lines.txt", text); }
 
-  // The words of each line that has some.
+  // The words of each line that is not empty.
   std::vector<std::vector<std::string>> words(const std::string& path, char comment = 0) {
     LineReader in(path.c_str(), nullptr, comment);
     std::vector<std::vector<std::string>> lines;
@@ -29,7 +29,7 @@ class Lines : public ::testing::Test {
     return lines;
   }
 
-  // The message, without the directory, that reading `path` as `use` does ends in.
+  // The error message of reading `path` with `use`, without the directory.
   std::string problem(const std::string& path, const std::function<void(LineReader&)>& use) {
     try {
       LineReader in(path.c_str(), nullptr);
@@ -115,7 +115,7 @@ TEST_F(Lines, ADamagedFileIsCalledThat) {
     const std::string message = problem(directory.write("cut.gz", whole.substr(0, size)), readAll);
     EXPECT_NE(message.find("expected more; the file is damaged or cut short"), std::string::npos) << message;
   }
-  // Also where the text fills zlib's buffer and only the check sums are missing.
+  // Also if the text fills zlib's buffer exactly and only the check sums are missing.
   const std::string full = readFile(directory.writeGz("full.gz", text.substr(0, 16384)));
   EXPECT_EQ(problem((directory / "full.gz").c_str(), readAll), "none");
   EXPECT_NE(problem(directory.write("cut.gz", full.substr(0, full.size() - 8)), readAll), "none");

@@ -1,4 +1,4 @@
-// Numbers of text files: the whole word, or nothing.
+// Numbers in text files: the whole word must be a number.
 
 #include "numbers.h"
 

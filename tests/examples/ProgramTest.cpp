@@ -1,4 +1,4 @@
-// The motion editor run as a user runs it: what it says, how it ends, what it leaves behind.
+// Runs the motion editor like a user, and checks its output, its exit status and its files.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -21,11 +21,12 @@ using namespace limber::motion;
 
 const std::string data = sourceFile("examples/data");
 
-// Every move and line of the drawing is on its page of 576 x 720 points; returns how many there are.
+// Checks that every move and line of the drawing is on its page of 576 x 720 points, and returns their
+// number.
 int strokesOnThePage(const std::string& drawing) {
   std::istringstream words(drawing);
   int strokes = 0;
-  double x = -1.0, y = -1.0;  // the two words in front
+  double x = -1.0, y = -1.0;  // the two words before the operator
   for (std::string word; words >> word;) {
     if (word == "m" || word == "L") {
       EXPECT_TRUE(x >= 0 && x <= 576 && y >= 0 && y <= 720) << x << " " << y;
@@ -44,7 +45,7 @@ class MotionEditProgram : public ::testing::Test {
     return runProgram(MOTION_EDIT_PROGRAM, arguments, directory.path());
   }
 
-  // What is in the directory now, names in order.
+  // The names of the files that are in the directory now, sorted.
   std::set<std::string> files() const {
     std::set<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(directory.path())) {

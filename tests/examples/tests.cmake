@@ -1,4 +1,4 @@
-# The table of joints, compared with positions worked out from the clip's text by the test itself.
+# The table of joints, compared with positions that the test computes from the text of the clip.
 if(TARGET skeleton)
   add_test(NAME Examples.Skeleton
            COMMAND Python3::Interpreter ${CMAKE_CURRENT_LIST_DIR}/skeleton.py $<TARGET_FILE:skeleton>
@@ -13,7 +13,7 @@ if(TARGET solve)
                      ${PROJECT_SOURCE_DIR}/examples/data ${group})
     set_tests_properties(Examples.${group} PROPERTIES TIMEOUT 600)
   endforeach()
-  # Under bad circumstances, with the motion programs where they are built.
+  # Under bad circumstances, with the motion programs if they are built.
   set(motion_programs)
   if(TARGET motion_edit)
     set(motion_programs SKELETON=$<TARGET_FILE:skeleton> MOTION_EDIT=$<TARGET_FILE:motion_edit>)

@@ -1,5 +1,5 @@
-// Reading and writing clips: what good files mean, and a message with file, line and word for each way to
-// spoil one.
+// Reading and writing clips: the meaning of correct files, and a message with file, line and word for each
+// fault.
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ Clip clipOf(const std::string& text) {
   return readClip(directory.write("clip.bvh", text).c_str(), nullptr);
 }
 
-/// The message of the error, from behind the directory; empty when there was none.
+// The error message without the directory; empty if there was no error.
 std::string problem(const std::string& text) {
   const TemporaryDirectory directory;
   const std::string path = directory.write("clip.bvh", text);
@@ -46,14 +46,14 @@ Clip writtenAndRead(const Clip& clip) {
 
 void expectSameSkeleton(const Clip& a, const Clip& b) {
   ASSERT_EQ(a.joints.size(), b.joints.size());
-  for (std::size_t j = 0; j < a.joints.size(); j++) {
+  for (std::size_t j = 0; j < a.joints.size(); ++j) {
     EXPECT_EQ(a.joints[j].name, b.joints[j].name);
     EXPECT_EQ(a.joints[j].parent, b.joints[j].parent);
     EXPECT_EQ(a.joints[j].endSite, b.joints[j].endSite);
     EXPECT_EQ(a.joints[j].firstChannel, b.joints[j].firstChannel);
     EXPECT_TRUE(tolerance::small((a.joints[j].offset - b.joints[j].offset).length(), 1e-6));
     ASSERT_EQ(a.joints[j].channels.size(), b.joints[j].channels.size());
-    for (std::size_t c = 0; c < a.joints[j].channels.size(); c++) {
+    for (std::size_t c = 0; c < a.joints[j].channels.size(); ++c) {
       EXPECT_EQ(a.joints[j].channels[c].axis, b.joints[j].channels[c].axis);
       EXPECT_EQ(a.joints[j].channels[c].rotation, b.joints[j].channels[c].rotation);
     }
@@ -68,7 +68,7 @@ TEST(Clip, EachJointKeepsItsChannelsInTheirOrder) {
   EXPECT_EQ(clip.frameTime, 0.04);
   const char order[] = "ZXYYZXXY";
   const bool turns[] = {false, false, false, true, true, true, true, false};
-  for (int c = 0; c < 8; c++) {
+  for (int c = 0; c < 8; ++c) {
     EXPECT_EQ(clip.channel(c).axis, order[c]) << c;
     EXPECT_EQ(clip.channel(c).rotation, turns[c]) << c;
   }
@@ -82,8 +82,8 @@ TEST(Clip, EachJointKeepsItsChannelsInTheirOrder) {
   EXPECT_EQ(clip.frame(1)[7], 0.5);
 }
 
-// The second frame: the base at (-2, -3, -1) turned by 90 degrees about x, which takes y to z; the arm half a
-// unit up, where its channel says, not its offset, then 5 more to the end.
+// The second frame: the base at (-2, -3, -1) turned by 90 degrees about x, which takes y to z; the arm is
+// half a unit up, as its channel (not its offset) says, and its end 5 more.
 TEST(Clip, ChannelsMoveTheirJointsAlongAndAboutTheirAxes) {
   const Clip clip = clipOf(smallClip);
   const Skeleton skeleton(clip);
@@ -94,11 +94,11 @@ TEST(Clip, ChannelsMoveTheirJointsAlongAndAboutTheirAxes) {
   EXPECT_EQ(skeleton.height(), 15.0);
 }
 
-// A point is turned by the last channel first: "Y Z X" is Y(10) Z(20) X(30) on column vectors.
+// The rotation of the last channel is applied to a point first: "Y Z X" is Y(10) Z(20) X(30) on column
+// vectors.
 TEST(Clip, TheLastRotationChannelActsFirst) {
   const Clip clip = clipOf(with(smallClip, "1 2 3 10 20 30 40 50", "0 0 0 90 0 90 0 10"));
-  // The arm, 10 up: about x to (0, 0, 10), then about y to (10, 0, 0). The other order would leave (0, 0,
-  // 10).
+  // The arm, 10 up: about x to (0, 0, 10), then about y to (10, 0, 0). The other order would give (0, 0, 10).
   const Pnt3 arm = Skeleton(clip).position(1, clip.frame(0));
   EXPECT_TRUE(tolerance::small((arm - Pnt3(10, 0, 0)).length(), 1e-13))
       << arm.x << " " << arm.y << " " << arm.z;
@@ -141,14 +141,14 @@ TEST(Clip, IsFoundAlongASearchPath) {
 TEST(Clip, MotionLinesMayBeLong) {
   for (const char* number : {" -123.456789", " -123.4567890123456"}) {
     std::string hierarchy = "HIERARCHY\nROOT J0\n{\nOFFSET 0 0 0\nCHANNELS 3 Zrotation Xrotation Yrotation\n";
-    for (int j = 1; j < 90; j++) {
+    for (int j = 1; j < 90; ++j) {
       hierarchy +=
           "JOINT J" + std::to_string(j) + "\n{\nOFFSET 0 1 0\nCHANNELS 3 Zrotation Xrotation Yrotation\n";
     }
     std::string line;
-    for (int j = 0; j < 90; j++) {
+    for (int j = 0; j < 90; ++j) {
       hierarchy += "}\n";
-      for (int k = 0; k < 3; k++) line += number;
+      for (int k = 0; k < 3; ++k) line += number;
     }
     const std::string text = hierarchy + "MOTION\nFrames: 2\nFrame Time: 1\n" + line + "\n" + line + "\n";
     const Clip clip = clipOf(text);
@@ -175,9 +175,9 @@ TEST(Clip, AWrittenClipReadsBackToThePrintedDigits) {
     EXPECT_EQ(same.frames, clip.frames);
     EXPECT_TRUE(tolerance::relative(same.frameTime, clip.frameTime, 1e-8));
     ASSERT_EQ(same.values.size(), clip.values.size());
-    for (int f = 0; f < clip.frames; f++) {
-      for (int c = 0; c < clip.channels; c++) {
-        // Half of the sixth digit, in degrees for angles, and what is lost in between.
+    for (int f = 0; f < clip.frames; ++f) {
+      for (int c = 0; c < clip.channels; ++c) {
+        // Half of the sixth digit (in degrees for angles), and the rounding of the conversions.
         const double half = 0.5000001e-6 * (clip.channel(c).rotation ? radians : 1.0);
         EXPECT_TRUE(tolerance::close(same.frame(f)[c], clip.frame(f)[c], half)) << f << " " << c;
       }
@@ -268,8 +268,8 @@ const Spoilt spoilt[] = {
 INSTANTIATE_TEST_SUITE_P(Clip, SpoiltClip, ::testing::ValuesIn(spoilt));
 
 TEST(Clip, EveryTruncationOfATextIsRefused) {
-  // To the last digit but one of the last number, which would still be a number.
-  for (std::size_t length = 0; length + 2 < smallClip.size(); length++) {
+  // Up to the last digit but one of the last number, because without its last digit it is still a number.
+  for (std::size_t length = 0; length + 2 < smallClip.size(); ++length) {
     EXPECT_NE(problem(smallClip.substr(0, length)), "") << length;
   }
 }
@@ -278,7 +278,7 @@ TEST(Clip, EveryTruncationOfACompressedClipIsRefused) {
   const TemporaryDirectory directory;
   const std::string packed = readFile(directory.writeGz("clip.bvh.gz", smallClip));
   ASSERT_GT(packed.size(), 60u);
-  for (std::size_t length = 0; length < packed.size(); length++) {
+  for (std::size_t length = 0; length < packed.size(); ++length) {
     EXPECT_NE(problem(packed.substr(0, length)), "") << length;
   }
   EXPECT_EQ(problem(packed), "");
@@ -294,7 +294,7 @@ TEST(Clip, OtherFilesAreRefused) {
   EXPECT_EQ(problem("HIERARCHY ROOT a { OFFSET 0 0 0\nCHANNELS 0\n}\nMOTION\nFrames: 1\nFrame Time: 1\n"),
             "clip.bvh:4: a skeleton without channels cannot move");
   std::string deep = "HIERARCHY\nROOT j\n";
-  for (int j = 0; j < 300; j++) deep += "{ OFFSET 0 1 0\nCHANNELS 0\nJOINT j" + std::to_string(j) + "\n";
+  for (int j = 0; j < 300; ++j) deep += "{ OFFSET 0 1 0\nCHANNELS 0\nJOINT j" + std::to_string(j) + "\n";
   EXPECT_EQ(problem(deep), "clip.bvh:602: more than 200 joints in one chain");
 }
 

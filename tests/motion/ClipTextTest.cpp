@@ -1,4 +1,4 @@
-// Clips of other programs: how they spell things, and what is kept of them when they are written again.
+// Clips of other programs: how they spell things, and what does not change when they are written again.
 
 #include <gtest/gtest.h>
 
@@ -30,13 +30,13 @@ std::string problem(const std::string& text) {
   return "";
 }
 
-/// What stands behind the line of the frame time.
+// The text after the line of the frame time.
 std::string framesOf(const std::string& text) {
   const std::size_t times = text.find("Frame Time:");
   return text.substr(text.find('\n', times) + 1);
 }
 
-/// The text without the blanks that end its lines, and without empty lines.
+// The text without blanks at the ends of lines and without empty lines.
 std::string withoutBlankEnds(const std::string& text) {
   std::string kept;
   for (const char c : text) {
@@ -110,7 +110,7 @@ TEST(ClipText, TheErrorKnowsFileAndLine) {
 TEST(ClipText, APositionChannelReplacesTheOffsetOnItsAxis) {
   Clip clip = clipOf(smallClip);
   clip.frame(0)[7] = 3.0;
-  for (int c = 3; c < 7; c++) clip.frame(0)[c] = 0.0;
+  for (int c = 3; c < 7; ++c) clip.frame(0)[c] = 0.0;
   const std::vector<Pnt3> at = Skeleton(clip).positions(clip.frame(0));
   EXPECT_TRUE(at[0] == Pnt3(2, 3, 1));
   EXPECT_TRUE(at[1] == Pnt3(2, 6, 1)) << at[1].y;
@@ -186,14 +186,14 @@ TEST(Angles, AreContinuousOnceUnwrapped) {
   EXPECT_NEAR(clip.frame(1)[5], 370 * radians, 1e-12);
   EXPECT_EQ(clip.frame(1)[0], original.frame(1)[0]) << "a length is no angle";
   wrapAngles(&clip, original);
-  for (int c = 3; c < 6; c++) EXPECT_NEAR(clip.frame(1)[c], original.frame(1)[c], 1e-12) << c;
+  for (int c = 3; c < 6; ++c) EXPECT_NEAR(clip.frame(1)[c], original.frame(1)[c], 1e-12) << c;
 }
 
 TEST(Angles, GoBackToTheRangeOfTheClip) {
   const Clip original = clipOf(with(with(smallClip, "10 20 30", "179 350 700"), "0 0 90", "-179 10 690"));
   Clip clip = original;
   unwrapAngles(&clip);
-  for (int c = 3; c < 6; c++) clip.frame(0)[c] += 15 * radians;
+  for (int c = 3; c < 6; ++c) clip.frame(0)[c] += 15 * radians;
   wrapAngles(&clip, original);
   EXPECT_NEAR(clip.frame(0)[3], -166 * radians, 1e-12) << "within half a turn";
   EXPECT_NEAR(clip.frame(0)[4], 5 * radians, 1e-12) << "from 0 to a whole turn";

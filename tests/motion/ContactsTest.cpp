@@ -1,4 +1,4 @@
-// Where feet stand: the same at every frame rate and in every unit, whatever the joints are called.
+// Contacts of feet are the same at every frame rate and in every unit, whatever the names of the joints.
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ using namespace limber::motion;
 
 Clip walk() { return readClip(sourceFile("examples/data/walk.bvh")); }
 
-/// The project's own walk and, where they are at hand, recorded clips.
+// The walk of this project and, if they are available, recorded clips.
 std::vector<Clip> clips() {
   std::vector<Clip> all = {walk()};
   for (const char* name : {"walk01.bvh", "mocapbank.bvh", "cmu_02_01_walk.bvh", "cmu_05_03.bvh"}) {
@@ -40,8 +40,8 @@ double seconds(const Clip& clip, const Contacts& contacts) {
   return sum;
 }
 
-// Low: less than 0.05 heights above what the joint is below in a twentieth of the frames. Slow: less than 0.1
-// heights a second over 0.05 seconds.
+// Low: less than 0.05 heights above the height that the joint is below in a twentieth of the frames. Slow:
+// less than 0.1 heights per second over 0.05 seconds.
 TEST(Contacts, HoldEveryTimeInWhichAFootIsLowAndSlow) {
   for (const Clip& clip : clips()) {
     const Skeleton skeleton(clip);
@@ -51,7 +51,7 @@ TEST(Contacts, HoldEveryTimeInWhichAFootIsLowAndSlow) {
     for (const int joint : contacts.feet) {
       std::vector<Pnt3> at;
       std::vector<double> heights;
-      for (int f = 0; f < clip.frames; f++) {
+      for (int f = 0; f < clip.frames; ++f) {
         at.push_back(skeleton.position(joint, clip.frame(f)));
         if (f > 0) heights.push_back(at.back().y);
       }
@@ -60,16 +60,16 @@ TEST(Contacts, HoldEveryTimeInWhichAFootIsLowAndSlow) {
       const int half = std::max(1, static_cast<int>(std::lrint(0.025 / clip.frameTime)));
       const int least = std::max(2, static_cast<int>(std::lrint(0.1 / clip.frameTime)));
       int rested = 0;
-      for (int f = 0; f <= clip.frames; f++) {
+      for (int f = 0; f <= clip.frames; ++f) {
         const int a = std::max(f - half, 0), b = std::min(f + half, clip.frames - 1);
         const bool rests = f < clip.frames && at[static_cast<std::size_t>(f)].y < low + 0.05 * height &&
                            (at[static_cast<std::size_t>(b)] - at[static_cast<std::size_t>(a)]).length() <
                                0.1 * height * (b - a) * clip.frameTime;
         if (rests) {
-          rested++;
+          ++rested;
           continue;
         }
-        for (int g = f - rested; rested >= least && g < f; g++) {
+        for (int g = f - rested; rested >= least && g < f; ++g) {
           EXPECT_TRUE(stands(contacts, joint, g))
               << clip.joints[static_cast<std::size_t>(joint)].name << " " << g;
         }
@@ -90,7 +90,7 @@ TEST(Contacts, PlacesOfOneFootAreAsFarApartAsItsBonesAreLong) {
         if (std::max(a.first, b.first) > std::min(a.last, b.last)) continue;
         const double bone = clip.joints[static_cast<std::size_t>(b.joint)].offset.length();
         EXPECT_TRUE(tolerance::close((a.place - b.place).length(), bone, 1e-8 * skeleton.height()));
-        bones++;
+        ++bones;
       }
     }
   }
@@ -103,7 +103,7 @@ TEST(Contacts, PlacesAreWhereTheFootWasAndNotBelowTheGround) {
     const Contacts contacts = findContacts(clip);
     for (const Contact& c : contacts.list) {
       double nearest = skeleton.height();
-      for (int f = c.first; f <= c.last; f++) {
+      for (int f = c.first; f <= c.last; ++f) {
         nearest = std::min(nearest, (skeleton.position(c.joint, clip.frame(f)) - c.place).length());
       }
       EXPECT_LT(nearest, 0.03 * skeleton.height());
@@ -120,7 +120,7 @@ TEST(Contacts, AreTheSameAtEveryFrameRate) {
       EXPECT_TRUE(tolerance::relative(seconds(other, findContacts(other)), wanted, 0.08)) << rate;
     }
   }
-  // Contacts that the clip's ends cut short may be too short at one rate and not at another.
+  // A contact that is cut off by the end of the clip may be too short at one rate and not at another.
   const auto whole = [](const Clip& clip) {
     Contacts contacts = findContacts(clip);
     const auto cut = [&](const Contact& c) { return (c.last - c.first) * clip.frameTime < 0.2; };
@@ -134,7 +134,7 @@ TEST(Contacts, AreTheSameAtEveryFrameRate) {
     const Clip other = resampled(own, rate);
     const Contacts found = whole(other);
     ASSERT_EQ(found.list.size(), wanted.list.size()) << rate;
-    for (std::size_t i = 0; i < found.list.size(); i++) {
+    for (std::size_t i = 0; i < found.list.size(); ++i) {
       const Contact &a = found.list[i], &b = wanted.list[i];
       EXPECT_EQ(a.joint, b.joint);
       EXPECT_NEAR(a.first / rate, b.first * own.frameTime, 0.09) << rate;
@@ -150,12 +150,12 @@ TEST(Contacts, AreTheSameInEveryUnit) {
   for (const double unit : {1e-3, 0.0254, 1000.0}) {
     Clip scaled = clip;
     for (Joint& joint : scaled.joints) joint.offset *= unit;
-    for (int c = 0; c < clip.channels; c++) {
-      for (int f = 0; f < clip.frames && !clip.channel(c).rotation; f++) scaled.frame(f)[c] *= unit;
+    for (int c = 0; c < clip.channels; ++c) {
+      for (int f = 0; f < clip.frames && !clip.channel(c).rotation; ++f) scaled.frame(f)[c] *= unit;
     }
     const Contacts found = findContacts(scaled);
     ASSERT_EQ(found.list.size(), wanted.list.size());
-    for (std::size_t i = 0; i < found.list.size(); i++) {
+    for (std::size_t i = 0; i < found.list.size(); ++i) {
       EXPECT_EQ(found.list[i].first, wanted.list[i].first);
       EXPECT_EQ(found.list[i].last, wanted.list[i].last);
       EXPECT_LT((found.list[i].place - wanted.list[i].place * unit).length(),
@@ -164,10 +164,10 @@ TEST(Contacts, AreTheSameInEveryUnit) {
   }
 }
 
-/// The clip behind a first frame in which all channels are zero.
+// The clip after an additional first frame in which all channels are zero.
 Clip behindATPose(const Clip& clip) {
   Clip out = clip;
-  out.frames++;
+  ++out.frames;
   out.values.insert(out.values.begin(), static_cast<std::size_t>(clip.channels), 0.0);
   return out;
 }
@@ -189,7 +189,7 @@ TEST(Contacts, NamesMakeNoDifference) {
   for (Joint& joint : clip.joints) joint.name = "Gelenk " + std::to_string(number++);
   const Contacts found = findContacts(clip);
   ASSERT_EQ(found.list.size(), wanted.list.size());
-  for (std::size_t i = 0; i < found.list.size(); i++) EXPECT_EQ(found.list[i].joint, wanted.list[i].joint);
+  for (std::size_t i = 0; i < found.list.size(); ++i) EXPECT_EQ(found.list[i].joint, wanted.list[i].joint);
 }
 
 TEST(Contacts, AnkleToesAndTheirEndStandEachForThemselves) {
@@ -214,7 +214,8 @@ TEST(Contacts, WithoutToesTheEndSiteStandsToo) {
   }
 }
 
-/// The small clip's base and arm for `frames` frames; `height` gives the base's height in each.
+// The base and arm of the small clip for `frames` frames; `height` gives the height of the base in each
+// frame.
 template <class Height>
 Clip moved(int frames, Height height) {
   const TemporaryDirectory directory;
@@ -222,7 +223,7 @@ Clip moved(int frames, Height height) {
   clip.text = nullptr;
   clip.frames = frames;
   clip.values.assign(static_cast<std::size_t>(frames * clip.channels), 0.0);
-  for (int f = 0; f < frames; f++) {
+  for (int f = 0; f < frames; ++f) {
     clip.frame(f)[2] = height(f);
     clip.frame(f)[7] = 10.0;
   }
@@ -247,7 +248,7 @@ TEST(Contacts, BodiesOnFourFeetStandOnAllOfThemAndTheNoteSaysSo) {
             "End Site\n{\nOFFSET 0 -2 0\n}\n}\n";
   }
   text += "}\nMOTION\nFrames: 20\nFrame Time: 0.04\n";
-  for (int f = 0; f < 20; f++) text += "0 3 0 0 0 0 0\n";
+  for (int f = 0; f < 20; ++f) text += "0 3 0 0 0 0 0\n";
   const Contacts contacts = findContacts(readClip(directory.write("clip.bvh", text)));
   EXPECT_EQ(contacts.note,
             "4 parts of the body come near the ground and may stand there: A.End, B.End, C.End, D.End");
@@ -263,7 +264,7 @@ TEST(Contacts, TheToesOfAHighAnkleBelongToOneFoot) {
             "End Site\n{\nOFFSET 0 0 1\n}\n}\n";
   }
   text += "}\n}\nMOTION\nFrames: 20\nFrame Time: 0.04\n";
-  for (int f = 0; f < 20; f++) text += "0 10 0 0 0 0 0\n";
+  for (int f = 0; f < 20; ++f) text += "0 10 0 0 0 0 0\n";
   const Clip clip = readClip(directory.write("clip.bvh", text));
   const Contacts contacts = findContacts(clip);
   EXPECT_EQ(contacts.list.size(), 6u);
@@ -276,7 +277,7 @@ TEST(Contacts, FeetThatSlideEverywhereStandWhereTheySlideSlowly) {
   EXPECT_EQ(contacts.note,
             "the feet never stand still: they are taken to stand where they slide slower than 0.30 heights a "
             "second");
-  EXPECT_GE(contacts.list.size(), 6u * 3u);  // three strides and a bit
+  EXPECT_GE(contacts.list.size(), 6u * 3u);  // a little more than three strides
   EXPECT_LE(contacts.list.size(), 6u * 4u);
 }
 
@@ -298,9 +299,9 @@ TEST(Contacts, ShortGapsAreClosedAndShortContactsDropped) {
 
 TEST(Contacts, EndWhereTheBodyJumpsToAnotherPlace) {
   Clip clip = moved(60, [](int) { return 0.0; });
-  clip.frameTime = 0.02;  // the two frames beside the jump, which are fast, are a gap of 0.04 seconds
+  clip.frameTime = 0.02;  // the two fast frames around the jump are a gap of 0.04 seconds
   const double height = Skeleton(clip).height();
-  for (int f = 30; f < 60; f++) clip.frame(f)[1] += height;
+  for (int f = 30; f < 60; ++f) clip.frame(f)[1] += height;
   int before = 0, after = 0;
   for (const Contact& c : findContacts(clip).list) {
     EXPECT_TRUE(c.last < 30 || c.first >= 30) << c.first << " to " << c.last;
@@ -318,7 +319,7 @@ TEST(Contacts, GiveWayToWhatAScriptAsksOfTheSameFoot) {
       contactsBeside(contacts, {{4, 3, Pnt3(), 1.0}, {5, 4, Pnt3(), 1.0}, {7, 20, Pnt3(), 1.0}});
   ASSERT_EQ(left.list.size(), 4u);
   const int firsts[] = {0, 6, 2, 0}, lasts[] = {3, 9, 3, 9}, joints[] = {3, 3, 4, 8};
-  for (std::size_t i = 0; i < 4; i++) {
+  for (std::size_t i = 0; i < 4; ++i) {
     EXPECT_EQ(left.list[i].joint, joints[i]);
     EXPECT_EQ(left.list[i].first, firsts[i]);
     EXPECT_EQ(left.list[i].last, lasts[i]);
@@ -331,7 +332,7 @@ TEST(Contacts, EachFrameOfAContactIsAConstraint) {
   const std::vector<Constraint> wishes = constraintsOf(contacts);
   ASSERT_EQ(wishes.size(), 5u);
   const int frames[] = {3, 4, 4, 5, 6}, joints[] = {5, 2, 5, 2, 2};
-  for (std::size_t i = 0; i < 5; i++) {
+  for (std::size_t i = 0; i < 5; ++i) {
     EXPECT_EQ(wishes[i].frame, frames[i]);
     EXPECT_EQ(wishes[i].joint, joints[i]);
     EXPECT_EQ(wishes[i].target.x, joints[i] == 5 ? 1.0 : 2.0);

@@ -27,7 +27,7 @@ TEST(Edit, HoldsEveryFrameOfAContactAtOnePlace) {
   const Skeleton skeleton(clip);
   double farthest = 0.0;
   for (const Contact& contact : contacts.list) {
-    for (int f = contact.first; f <= contact.last; f++) {
+    for (int f = contact.first; f <= contact.last; ++f) {
       const Pnt3 at = skeleton.position(contact.joint, clip.frame(f));
       farthest = std::max(farthest, (at - contact.place).length());
     }

@@ -20,7 +20,7 @@ class ImpossibleWishes : public testing::Test {
   }
   Pnt3 up(double heights) const { return Pnt3(0, heights * skeleton.height(), 0); }
 
-  /// Solves with the contacts, if wanted, and sees to what holds for every result.
+  // Solves with the contacts, if wanted, and sees to what holds for every result.
   Report solve(const std::vector<Constraint>& wishes, bool plants = true) {
     Edit edit(clip);
     if (plants) edit.plant(findContacts(before));
@@ -38,7 +38,7 @@ class ImpossibleWishes : public testing::Test {
 
   std::vector<Constraint> inFrames(int first, int last, const char* joint, const Pnt3& target) const {
     std::vector<Constraint> wishes;
-    for (int f = first; f <= last; f++) wishes.push_back({f, clip.find(joint), target, 1.0});
+    for (int f = first; f <= last; ++f) wishes.push_back({f, clip.find(joint), target, 1.0});
     return wishes;
   }
 

@@ -1,5 +1,5 @@
-// What an animator sees: the edited clips held to the bounds, by the project's own ruler; and the ruler
-// itself.
+// What an animator sees: the edited clips must keep the bounds, by the measures of Quality.h; and these
+// measures themselves.
 
 #include "limber_motion/Quality.h"
 
@@ -24,7 +24,7 @@ struct Bounds {
   double skate, bodyJerk;
 };
 
-/// Edits the clip with its found contacts and default options and holds it to the bounds.
+// Edits the clip with its found contacts and default options and checks the bounds.
 void expectGood(Clip clip, const Bounds& bounds, const std::string& what) {
   const Clip before = clip;
   const Contacts contacts = findContacts(clip);
@@ -46,12 +46,12 @@ void expectGood(Clip clip, const Bounds& bounds, const std::string& what) {
 
 class EditedClip : public testing::TestWithParam<Bounds> {};
 
-/// The clip in another unit of length.
+// The clip in another unit of length.
 Clip scaled(Clip clip, double factor) {
   for (Joint& joint : clip.joints) joint.offset *= factor;
-  for (int c = 0; c < clip.channels; c++) {
+  for (int c = 0; c < clip.channels; ++c) {
     if (clip.channel(c).rotation) continue;
-    for (int f = 0; f < clip.frames; f++) clip.frame(f)[c] *= factor;
+    for (int f = 0; f < clip.frames; ++f) clip.frame(f)[c] *= factor;
   }
   clip.text = nullptr;
   return clip;
@@ -67,7 +67,7 @@ TEST_P(EditedClip, StandsStillAndMovesAsSmoothlyAsBefore) {
 TEST_P(EditedClip, DoesSoAtOtherFrameRates) {
   LIMBER_NEEDS_DATA(path, std::string(GetParam().clip) + ".bvh");
   const Clip clip = readClip(path);
-  const bool longClip = clip.frames * clip.frameTime > 10.0;  // spares the tests half a minute
+  const bool longClip = clip.frames * clip.frameTime > 10.0;  // saves half a minute of test time
   for (const double rate : {30.0, 60.0, 120.0}) {
     if (longClip && rate > 30.0) continue;
     expectGood(resampled(clip, rate), GetParam(), GetParam().clip + (" at " + std::to_string(rate)));
@@ -114,19 +114,19 @@ TEST(Quality, AClipComparedWithItselfHasNotChanged) {
 TEST(Quality, RefusesClipsOfDifferentFrames) {
   const Clip clip = readClip(sourceFile("examples/data/walk.bvh"));
   Clip other = clip;
-  other.frames--;
+  --other.frames;
   EXPECT_THROW(measureQuality(clip, other), Error);
 }
 
-// The same ruler in another language lies beside some checkouts.
+// Beside some checkouts there is an independent program with the same measures.
 TEST_P(EditedClip, IsMeasuredAsByTheRulerBesideTheCheckout) {
   LIMBER_NEEDS_DATA(path, std::string(GetParam().clip) + ".bvh");
   const std::string tool = path.substr(0, path.rfind("/data/")) + "/tools/motion_quality";
   if (readFile(tool).empty()) GTEST_SKIP() << "no ruler beside this checkout";
   Clip clip = readClip(path);
   const Clip before = clip;
-  for (int f = 0; f < clip.frames; f++) {
-    for (int c = 0; c < clip.channels; c++) clip.frame(f)[c] += 0.02 * std::sin(0.1 * f + c);
+  for (int f = 0; f < clip.frames; ++f) {
+    for (int c = 0; c < clip.channels; ++c) clip.frame(f)[c] += 0.02 * std::sin(0.1 * f + c);
   }
   const std::string edited = testing::TempDir() + "limber_quality_" + GetParam().clip + ".bvh";
   writeClip(clip, edited);

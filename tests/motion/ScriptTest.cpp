@@ -19,7 +19,7 @@ class Script : public ::testing::Test {
     return readScript(directory.write("script.txt", text), nullptr, clip).constraints;
   }
 
-  /// The message of the error behind the directory; empty when there was none.
+  // The error message without the directory; empty if there was no error.
   std::string problem(const std::string& text) const {
     try {
       read(text);
@@ -50,7 +50,7 @@ TEST_F(Script, SaysWhereAJointShallBe) {
 TEST_F(Script, ARangeIsAWishForEachOfItsFrames) {
   const std::vector<Constraint> wishes = read("1-2 Arm 1 2 3 4");
   ASSERT_EQ(wishes.size(), 2u);
-  for (int i = 0; i < 2; i++) {
+  for (int i = 0; i < 2; ++i) {
     EXPECT_EQ(wishes[static_cast<std::size_t>(i)].frame, i);
     EXPECT_EQ(wishes[static_cast<std::size_t>(i)].target.z, 3.0);
     EXPECT_EQ(wishes[static_cast<std::size_t>(i)].weight, 4.0);
@@ -101,7 +101,7 @@ TEST(ScriptOfAWalk, EasingRaisesTheWeightAndLowersItAgain) {
   ASSERT_EQ(wishes.size(), 13u);
   const auto smooth = [](double u) { return u * u * (3 - 2 * u); };
   const double weights[] = {smooth(0.25), 0.5, smooth(0.75), 2, 2, 2, 2, 2, 2, 0.5, 0.5, 1, 0.5};
-  for (std::size_t i = 0; i < 13; i++)
+  for (std::size_t i = 0; i < 13; ++i)
     EXPECT_TRUE(tolerance::close(wishes[i].weight, weights[i], 1e-15)) << i;
 }
 
@@ -115,7 +115,7 @@ TEST(ScriptOfAWalk, WrittenContactsReadBackAsTheSamePlaces) {
   const std::vector<Constraint> wanted = constraintsOf(contacts),
                                 found = readScript(directory / "plants.txt", nullptr, clip).constraints;
   ASSERT_EQ(found.size(), wanted.size());
-  for (std::size_t i = 0; i < found.size(); i++) {
+  for (std::size_t i = 0; i < found.size(); ++i) {
     EXPECT_EQ(found[i].frame, wanted[i].frame);
     EXPECT_EQ(found[i].joint, wanted[i].joint);
     EXPECT_LT((found[i].target - wanted[i].target).length(), 1e-8 * Skeleton(clip).height());
@@ -199,12 +199,12 @@ TEST_F(Script, CompressedScriptsAreReadAndTruncatedOnesRefused) {
   const std::string text = "1 Arm 1 2 3\n2 Arm 1 2 3\n";
   const std::string packed = readFile(directory.writeGz("script.txt.gz", text));
   EXPECT_EQ(read(packed).size(), 2u);
-  // Not even the checksum at the end may be missing: half a script would be half the wishes.
-  for (std::size_t length = 2; length < packed.size(); length++) {
+  // Not even the checksum at the end may be missing, because half a script has only half of the constraints.
+  for (std::size_t length = 2; length < packed.size(); ++length) {
     EXPECT_NE(problem(packed.substr(0, length)), "") << length;
   }
   EXPECT_NE(problem(packed.substr(0, packed.size() - 4)).find("damaged or cut short"), std::string::npos);
-  // Nor where the text fills zlib's buffer.
+  // Also if the text fills zlib's buffer exactly.
   const std::string full =
       readFile(directory.writeGz("full.gz", text + std::string(16383 - text.size(), ' ') + "\n"));
   EXPECT_EQ(read(full).size(), 2u);
@@ -219,7 +219,7 @@ TEST(SortByFrame, LeavesEachJointItsLastWishOfAFrame) {
   ASSERT_EQ(wishes.size(), 3u);
   const double targets[] = {5, 3, 6};
   const int frames[] = {3, 5, 5}, joints[] = {2, 0, 1};
-  for (std::size_t i = 0; i < 3; i++) {
+  for (std::size_t i = 0; i < 3; ++i) {
     EXPECT_EQ(wishes[i].target.x, targets[i]);
     EXPECT_EQ(wishes[i].frame, frames[i]);
     EXPECT_EQ(wishes[i].joint, joints[i]);

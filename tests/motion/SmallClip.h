@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// A clip of two bones and two frames, to be spoilt one place at a time. The root's channels have an order of
-/// their own, and the middle joint has a position channel.
+/// A clip of two bones and two frames, for tests that change one place at a time. The channels of the root
+/// have an unusual order, and the middle joint has a position channel.
 inline const std::string smallHierarchy =
     "HIERARCHY\n"
     "ROOT Base\n"
@@ -28,7 +28,7 @@ inline const std::string smallMotion =
     "-1 -2 -3 0 0 90 0 .5\n";
 inline const std::string smallClip = smallHierarchy + smallMotion;
 
-/// `text` with its first `from` replaced by `to`; the text itself must be there, or the test would test
+/// `text` with its first `from` replaced by `to`. It must contain `from`, otherwise the test would test
 /// nothing.
 inline std::string with(const std::string& text, const std::string& from, const std::string& to) {
   const std::size_t at = text.find(from);

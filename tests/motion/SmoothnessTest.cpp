@@ -1,5 +1,5 @@
-// The measure of smoothness, the derivative of held joints, and the step's system, each against its
-// definition.
+// Compares the measure of smoothness, the derivatives of held joints and the system of a step with their
+// definitions.
 
 #include "limber_motion/Smoothness.h"
 
@@ -22,14 +22,14 @@ namespace {
 Vector random(int n, unsigned seed) {
   std::mt19937 generator(seed);
   Vector x(n);
-  for (int i = 0; i < n; i++) x[i] = static_cast<double>(generator()) / 2147483648.0 - 1.0;
+  for (int i = 0; i < n; ++i) x[i] = static_cast<double>(generator()) / 2147483648.0 - 1.0;
   return x;
 }
 
-/// mass (d^2 + s^4 (d'')^2 + r^6 (d''')^2), summed over all times of one channel.
+// mass (d^2 + s^4 (d'')^2 + r^6 (d''')^2), summed over all times of one channel.
 double sizeOf(const std::vector<double>& d, double dt, double s, double r) {
   double sum = 0.0;
-  for (std::size_t t = 0; t < d.size(); t++) {
+  for (std::size_t t = 0; t < d.size(); ++t) {
     sum += d[t] * d[t];
     if (t + 2 < d.size()) sum += std::pow(s * s * (d[t] - 2 * d[t + 1] + d[t + 2]) / (dt * dt), 2);
     if (t + 3 < d.size()) {
@@ -52,10 +52,10 @@ TEST(Smoothness, IsTheSumOfSquaresOfTheChangeAndItsDerivatives) {
       Vector y(0);
       measure.mult(&x, &y);
       double product = 0.0, wanted = 0.0;
-      for (int i = 0; i < x.size(); i++) product += x[i] * y[i];
-      for (std::size_t c = 0; c < 2; c++) {
+      for (int i = 0; i < x.size(); ++i) product += x[i] * y[i];
+      for (std::size_t c = 0; c < 2; ++c) {
         std::vector<double> d;
-        for (int t = 0; t < times; t++) d.push_back(x[2 * t + static_cast<int>(c)]);
+        for (int t = 0; t < times; ++t) d.push_back(x[2 * t + static_cast<int>(c)]);
         wanted += masses[c] * sizeOf(d, 0.04, 0.1, r);
       }
       EXPECT_NEAR(product, wanted, 1e-12 * wanted) << times << " times, r " << r;
@@ -68,11 +68,11 @@ TEST(Smoothness, ElementsProductAndBandAgree) {
   const int n = measure.height(), kd = measure.halfBandwidth();
   FullMatrix band(n, kd + 1);
   measure.addTo(2.0, &band);
-  for (int j = 0; j < n; j++) {
+  for (int j = 0; j < n; ++j) {
     Vector unit(n), column(0);
     unit[j] = 1.0;
     measure.mult(&unit, &column);
-    for (int i = 0; i < n; i++) {
+    for (int i = 0; i < n; ++i) {
       EXPECT_EQ(column[i], measure.acc(i, j));
       if (i <= j && j - i <= kd) {
         EXPECT_EQ(band.acc(j, kd - (j - i)), 2.0 * column[i]);
@@ -89,10 +89,10 @@ TEST(Smoothness, MeasuresTheSameCurveAlikeAtEveryFrameRate) {
     const int times = static_cast<int>(4.0 * rate) + 1;
     const Smoothness measure(times, {1.0}, 1.0 / rate, 0.2, 0.1);
     Vector x(times), y(0);
-    for (int t = 0; t < times; t++) x[t] = std::exp(-std::pow((t / rate - 2.0) / 0.3, 2));
+    for (int t = 0; t < times; ++t) x[t] = std::exp(-std::pow((t / rate - 2.0) / 0.3, 2));
     measure.mult(&x, &y);
     double sum = 0.0;
-    for (int t = 0; t < times; t++) sum += x[t] * y[t];
+    for (int t = 0; t < times; ++t) sum += x[t] * y[t];
     return sum / rate;
   };
   for (const double rate : {24.0, 30.0, 60.0})
@@ -111,7 +111,7 @@ TEST(Holds, DerivativesAreThoseOfThePositions) {
   Holds holds(skeleton, curves, channels);
   holds.linearize({{7, hand, Pnt3(1, 2, 3), 1.0, true, false}, {7, toe, Pnt3(), 1.0, true, true}}, clip);
   const int n = static_cast<int>(channels.size());
-  for (int c = 0; c < n; c++) {
+  for (int c = 0; c < n; ++c) {
     const int channel = channels[static_cast<std::size_t>(c)];
     const double was = clip.frame(7)[channel], h = 1e-5;
     clip.frame(7)[channel] = was + h;
@@ -119,7 +119,7 @@ TEST(Holds, DerivativesAreThoseOfThePositions) {
     clip.frame(7)[channel] = was - h;
     const Pnt3 hand0 = skeleton.position(hand, clip.frame(7)), toe0 = skeleton.position(toe, clip.frame(7));
     clip.frame(7)[channel] = was;
-    for (int axis = 0; axis < 3; axis++) {
+    for (int axis = 0; axis < 3; ++axis) {
       EXPECT_NEAR(holds.acc(axis, 7 * n + c), (hand1 - hand0).v()[axis] / (2 * h), 1e-5);
       const double slope = axis == 1 ? (toe1 - toe0).v()[axis] / (2 * h) : 0.0;
       EXPECT_NEAR(holds.acc(3 + axis, 7 * n + c), slope, 1e-5);
@@ -131,8 +131,8 @@ TEST(Holds, DerivativesAreThoseOfThePositions) {
   holds.mult(&x, &jx);
   holds.multT(&y, &jty);
   double left = 0.0, right = 0.0;
-  for (int i = 0; i < y.size(); i++) left += jx[i] * y[i];
-  for (int i = 0; i < x.size(); i++) right += jty[i] * x[i];
+  for (int i = 0; i < y.size(); ++i) left += jx[i] * y[i];
+  for (int i = 0; i < x.size(); ++i) right += jty[i] * x[i];
   EXPECT_NEAR(left, right, 1e-10 * std::fabs(left));
 }
 
@@ -157,10 +157,10 @@ TEST(StepSystem, MeetsExactRowsAndIsStationaryWhereTheyAllow) {
     Vector step(0), reached(0), gradient(0);
     system.solve(none, 4, &step);
     holds.mult(&step, &reached);
-    for (int i = 0; i < holds.height(); i++) EXPECT_NEAR(reached[i], holds.misses()[i], 1e-7);
-    // R step lies in the range of J^T: unknowns of frames that no hold depends on have no gradient.
+    for (int i = 0; i < holds.height(); ++i) EXPECT_NEAR(reached[i], holds.misses()[i], 1e-7);
+    // R step lies in the range of J^T: unknowns of frames on which no hold depends have no gradient.
     measure.mult(&step, &gradient);
     const int n = static_cast<int>(channels.size());
-    for (int c = 0; c < n; c++) EXPECT_NEAR(gradient[c], 0.0, 1e-7);
+    for (int c = 0; c < n; ++c) EXPECT_NEAR(gradient[c], 0.0, 1e-7);
   }
 }

@@ -1,4 +1,4 @@
-# The motion component: its tests, its exports and what it may see of the library.
+# The motion component: its tests, its exports, and the headers of the library that it may include.
 file(GLOB motion_tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*Test.cpp)
 limber_test(test_motion ${motion_tests})
 target_link_libraries(test_motion PRIVATE limber::motion ZLIB::ZLIB)

@@ -1,4 +1,4 @@
-// Every process runs these tests alike. The job fails when a test fails on any process.
+// Every process runs the same tests. The job fails if a test fails on any process.
 
 #include "limber_petsc/DistributedSolve.h"
 
@@ -25,7 +25,7 @@ int collectReports(const char* text) {
   return 0;
 }
 
-// Collects what this process reports.
+// Collects the reports of this process.
 class Reports {
  public:
   Reports() : before_(stderrF) {
@@ -38,14 +38,14 @@ class Reports {
   OutputFunction before_;
 };
 
-// As accurate as the conditions of the real matrices need for eight digits of the solution.
+// Accurate enough for eight digits of the solution with the conditions of the real matrices.
 SolveOptions accurate() {
   SolveOptions options;
   options.relative = 1e-12;
   return options;
 }
 
-// |x - y| <= 1e-8 |y|, for parts of vectors that are put together; NaN fails.
+// |x - y| <= 1e-8 |y|, for vectors that are composed of parts; NaN fails.
 ::testing::AssertionResult agrees(const Vector& part, const Vector& whole) {
   constexpr double tolerance = 1e-8;
   Vector x;
@@ -219,7 +219,8 @@ TEST(DistributedSolve, ZeroRightHandSideGivesZero) {
   for (int i = 0; i < x.count; ++i) EXPECT_EQ(x[i], 0.0);
 }
 
-// A solve that is refused on all processes, with `text` reported on the processes where it is `here`.
+// Checks that a solve is refused on all processes, and that `text` is reported on the processes where `here`
+// is true.
 template <class Solve>
 void expectRefused(Solve solve, const char* text, bool here) {
   const Reports reports;

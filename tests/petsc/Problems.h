@@ -1,7 +1,8 @@
 #pragma once
 
 /// @file
-/// Matrices and vectors that every process makes alike, and the parts of them that it hands over.
+/// Matrices and vectors that every process creates identically, and the parts of them that it passes to a
+/// solve.
 
 #include <memory>
 #include <random>
@@ -37,7 +38,7 @@ class Spread {
   int columns_;
 };
 
-/// This process's part of a vector that every process has whole.
+/// This process's part of a vector that every process has completely.
 inline Vector partOf(const Vector& whole, limber::petsc::Part part) {
   Vector own(part.count);
   for (int i = 0; i < part.count; ++i) own[i] = whole[part.first + i];

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// m x n with so many random entries a row.
+// m x n with so many random entries a row.
 FullMatrix sparseFactor(Random* random, int m, int n, int perRow) {
   FullMatrix A(m, n);
   for (int i = 0; i < m; ++i) {
@@ -89,8 +89,8 @@ TEST(SolveRank, RankDeficientLeastSquaresProblemsAreSolved) {
   }
 }
 
-/// Of 30 x 8 columns, the last one is twice the first one less the second one: (2, -1, 0, ..., -1) is mapped
-/// to zero.
+// Of 30 x 8 columns, the last one is twice the first one less the second one: (2, -1, 0, ..., -1) is mapped
+// to zero.
 TEST(SolveRank, ASmallLeastSquaresSolutionIsTheOneNearestToTheStart) {
   Random random(3);
   FullMatrix A(30, 8);

@@ -417,7 +417,7 @@ TEST(Solve, ReadsAndChangesNoTuningVariable) {
   cgradDefinizer = -1.0;
 }
 
-/// A chain needs about as many iterations as it has links; its factor costs a few.
+// A chain needs about as many iterations as it has links; its factor costs a few.
 TEST(Solve, TakesTheFactorOfANarrowBandBeforeManyIterations) {
   constexpr int n = 5000;
   Entries A(n, n);
@@ -434,7 +434,7 @@ TEST(Solve, TakesTheFactorOfANarrowBandBeforeManyIterations) {
   EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1e-8);
 }
 
-/// No incomplete factor helps here, and the columns of the factor share most of their rows.
+// No incomplete factor helps here, and the columns of the factor share most of their rows.
 TEST(Solve, SolvesRandomSquareSystemsByTheirFactor) {
   for (const unsigned seed : {1u, 2u, 3u}) {
     Random random(seed);
