@@ -96,8 +96,9 @@ int qObtain(FullMatrix* QR, Vector* tau) {
 }
 
 void solveUTri(FullMatrix* R, Vector* b) {
+  if (!b) return;
   const LapackMatrix r = asLapack(R);
-  const int order = std::min({r.m, r.n, b ? b->count : 0});
+  const int order = std::min({r.m, r.n, b->count});
   if (order <= 0 || !blasHasMemory()) return;
   const int one = 1;
   const double alpha = 1.0;

@@ -5,13 +5,14 @@ usage: golden.py [--update] BITS PROGRAM...                  runs an existing pr
        golden.py --build SOURCE-DIR BINARY-DIR BITS COMPILER -- FLAG... [-- LIBRARY...]
                                                              builds the library and the program again
 
-Ends with 77 where there is no such compiler.
+Ends with 77 where there is no such compiler, or the machine lacks the instructions that a flag asks for.
 """
 import concurrent.futures
 import difflib
 import glob
 import os
 import shutil
+import signal
 import subprocess
 import sys
 
@@ -67,7 +68,15 @@ def main(arguments):
         return 77
     rest = arguments[6:]
     cut = rest.index("--") if "--" in rest else len(rest)
-    return compare(bits, [build(source, binary, compiler, rest[:cut], rest[cut + 1:])])
+    program = build(source, binary, compiler, rest[:cut], rest[cut + 1:])
+    machine = [flag for flag in rest[:cut] if flag.startswith("-march=")]
+    try:
+        return compare(bits, [program])
+    except subprocess.CalledProcessError as error:
+        if error.returncode != -signal.SIGILL or not machine:
+            raise
+        print("this machine lacks instructions of", machine[0])
+        return 77
 
 
 sys.exit(main(sys.argv[1:]))

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "limber/foundation/Clock.h"
 #include "limber/foundation/ClockPtr.h"
 #include "limber/linalg/ResizeMatrix.h"
@@ -93,6 +96,31 @@ TEST(Compact, NaiveImageIsTimedOnlyWithReset) {
   EXPECT_EQ(ncompact_clock.clock->count, 1);
   naiveCompact(&m, 0.0, 0, 1);
   EXPECT_EQ(ncompact_clock.clock->count, 2);
+}
+
+/// Waits before it answers.
+class SlowMatrix : public FullMatrix {
+ public:
+  using FullMatrix::FullMatrix;
+  double acc(int, int) const override {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    return 1.0;
+  }
+};
+
+// Both counters take a real interval, and the clock's lies inside the other.
+TEST(Compact, NaiveImageIsTimedFromItsFirstRowToItsLast) {
+  SlowMatrix m(2, 1);
+  ncompact_clock.init("compact");
+  ncompact_clock.reset();
+  Clock around;
+  around.start();
+  naiveCompact(&m, 0.0, 0, 1);
+  around.stop();
+  const Clock& clock = *ncompact_clock.clock;
+  const std::int64_t ticks = clock.frequency ? clock.frequency : 1000;
+  EXPECT_GE(clock.total, ticks / 1000 * 39) << "two elements of 20 ms";
+  EXPECT_LE(clock.total, around.total);
 }
 
 }  // namespace

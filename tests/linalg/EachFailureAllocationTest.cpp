@@ -196,6 +196,12 @@ TEST(EachFailure, IsReportedAndLeavesAllUsable) {
          Vector y;
          IdentityMatrix(12).mult(&x, &y);
        }},
+      {"SQPMatrix::mult",
+       [&] {
+         Vector y;
+         FullMatrix hessian(full), jacobian(full);
+         SQPMatrix(&hessian, &jacobian).mult(&x, &y);
+       }},
       {"luInvert",
        [&] {
          FullMatrix m(full);

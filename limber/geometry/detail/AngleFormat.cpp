@@ -49,7 +49,7 @@ void AngleFormat::convertTo(double* params, const char* toFormat) const {
     return;
   }
   if (target && moveAngles(from, target->name(), params)) return;
-  if (letters > 1 && (target == xyzRot || target == zxyRot)) {
+  if (target && letters > 1 && (target == xyzRot || target == zxyRot)) {
     Matrix3x3 m;
     toMatrix(params, &m);
     target->fromMatrix(&m, params);

@@ -160,4 +160,13 @@ TEST(SlicedRows, DoesNotFollowTheRows) {
   EXPECT_EQ(y, 6.0);
 }
 
+TEST(SlicedRows, HoldZeroOutsideTheMatrix) {
+  Case c(5, 40, 30, 6);
+  SlicedRows rows;
+  ASSERT_TRUE(rows.copy(c.matrix.rows, 40, 30));
+  for (const int i : {-1, 40, INT_MIN, INT_MAX}) EXPECT_EQ(rows.at(i, 29), 0.0) << i;
+  for (const int j : {-1, 30, INT_MIN, INT_MAX}) EXPECT_EQ(rows.at(39, j), 0.0) << j;
+  EXPECT_EQ(rows.at(39, 29), 1.0);
+}
+
 }  // namespace
