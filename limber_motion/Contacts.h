@@ -40,7 +40,7 @@ struct Contact {
 struct Contacts {
   std::vector<Contact> list;
   /// The joints and end sites that were looked at: the lowest ends of the skeleton and what belongs to the
-  /// same foot (end of the toes, toes, ankle), ascending.
+  /// same foot (end of the toes, toes, ankle), ascending. Of several toes or fingers only the lowest is one.
   std::vector<int> feet;
   int first = 0;        ///< the first frame of the motion: 1 or 2 behind poses of their own, such as a T-pose
   double ground = 0.0;  ///< the height (y) of the lowest place, the frames below it being outliers

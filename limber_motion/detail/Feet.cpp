@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 #include <map>
-#include <set>
 
 namespace limber::motion::detail {
 
@@ -13,6 +12,52 @@ namespace {
 constexpr double reach = 0.1;     // ends no higher above the lowest one stand too, and so do ankles
 constexpr double longFoot = 0.2;  // a foot's bones are no longer; a shin is
 constexpr double noBone = 1e-6;   // an end this near the joint before it is the same place
+
+/// Of each foot, the joints on the way to the end that comes lowest: five toes or fingers that were held one
+/// by one would fight each other.
+std::vector<FootJoint> chainsToTheLowest(const Clip& clip, const std::vector<FootJoint>& joints) {
+  std::map<int, const FootJoint*> lowest;  // of the foot's ends
+  for (const FootJoint& one : joints) {
+    const bool isEnd = std::none_of(joints.begin(), joints.end(), [&](const FootJoint& other) {
+      return clip.joints[static_cast<std::size_t>(other.joint)].parent == one.joint;
+    });
+    const FootJoint*& of = lowest[one.foot];
+    if (isEnd && (!of || one.low < of->low)) of = &one;
+  }
+  std::vector<FootJoint> left;
+  for (const FootJoint& one : joints) {
+    int j = lowest[one.foot]->joint;
+    while (j > one.joint) j = clip.joints[static_cast<std::size_t>(j)].parent;
+    if (j == one.joint) left.push_back(one);
+  }
+  return left;
+}
+
+/// The fingers of a hand that is itself too high belong to one limb, and so do the toes of a high ankle:
+/// parts whose bones soon meet.
+void joinFeet(const Clip& clip, double height, std::vector<FootJoint>* joints) {
+  const auto above = [&](int j) {  // itself, the joint before it and those before that over short bones
+    std::vector<int> found;
+    for (double way = 0.0; j > 0 && (found.size() < 2 || way <= longFoot * height);
+         j = clip.joints[static_cast<std::size_t>(j)].parent) {
+      found.push_back(j);
+      way += clip.joints[static_cast<std::size_t>(j)].offset.length();
+    }
+    return found;
+  };
+  for (FootJoint& one : *joints) {
+    for (FootJoint& other : *joints) {
+      if (one.foot >= other.foot) continue;
+      const std::vector<int> ofOne = above(one.foot), ofOther = above(other.foot);
+      const auto common = std::find_first_of(ofOne.begin(), ofOne.end(), ofOther.begin(), ofOther.end());
+      if (common == ofOne.end()) continue;
+      const int from = one.foot, to = other.foot, foot = *common;
+      for (FootJoint& each : *joints) {
+        if (each.foot == from || each.foot == to) each.foot = foot;
+      }
+    }
+  }
+}
 
 }  // namespace
 
@@ -55,14 +100,8 @@ std::vector<FootJoint> findFeet(const Clip& clip, const Skeleton& skeleton, cons
     while (parent(foot) >= 0 && feet.count(parent(foot))) foot = parent(foot);
     found.push_back({joint, foot, low});
   }
-  // The fingers of a hand that is itself too high belong to one limb, and so do the toes of a high ankle.
-  std::map<int, std::set<int>> siblings;
-  for (const FootJoint& one : found) siblings[parent(one.foot)].insert(one.foot);
-  for (FootJoint& one : found) {
-    const int up = parent(one.foot);
-    if (up > 0 && siblings[up].size() > 1) one.foot = up;
-  }
-  return found;
+  joinFeet(clip, height, &found);
+  return chainsToTheLowest(clip, found);
 }
 
 }  // namespace limber::motion::detail

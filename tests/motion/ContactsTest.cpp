@@ -254,7 +254,7 @@ TEST(Contacts, BodiesOnFourFeetStandOnAllOfThemAndTheNoteSaysSo) {
             "4 parts of the body come near the ground and may stand there: A.End, B.End, C.End, D.End");
 }
 
-TEST(Contacts, TheToesOfAHighAnkleBelongToOneFoot) {
+TEST(Contacts, OneToeStandsForThoseOfAHighAnkle) {
   const TemporaryDirectory directory;
   std::string text =
       "HIERARCHY\nROOT Body\n{\nOFFSET 0 0 0\nCHANNELS 3 Xposition Yposition Zposition\n"
@@ -267,7 +267,7 @@ TEST(Contacts, TheToesOfAHighAnkleBelongToOneFoot) {
   for (int f = 0; f < 20; ++f) text += "0 10 0 0 0 0 0\n";
   const Clip clip = readClip(directory.write("clip.bvh", text));
   const Contacts contacts = findContacts(clip);
-  EXPECT_EQ(contacts.list.size(), 6u);
+  EXPECT_EQ(contacts.list.size(), 2u);
   for (const Contact& c : contacts.list) EXPECT_EQ(c.foot, clip.find("Ankle")) << c.joint;
   EXPECT_EQ(contacts.note, "");
 }
