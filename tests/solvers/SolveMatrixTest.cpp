@@ -160,19 +160,19 @@ Vector ones(int n) {
 void plainProduct(SpMat* A, const Vector* v, Vector* w) { A->mult(v, w); }
 void ownProduct(SpMat* A, const Vector* v, Vector* w) { multFunA(A, v, w); }
 
-// Whether a change of the matrix between two late iterations changes the solution.
-bool followsTheMatrix(CGMultFun mult) {
-  SparseMatrix sparse = random(61, true);
-  double& entry = sparse.rows[60]->e(0);
+// Whether a change of the matrix between two iterations changes the solution.
+bool followsTheMatrix(CGMultFun mult, int n = 61, int iteration = 12) {
+  SparseMatrix sparse = random(n, true);
+  double& entry = sparse.rows.back()->e(0);
   const double kept = entry;
   const auto solve = [&](double change) {
-    Meddler meddler([&](int call, const Vector*) { entry = call == 12 ? change : kept; });
-    const PassResult pass(&sparse.m, ones(61), mult, &meddler);
-    EXPECT_GT(meddler.calls, 13);
+    Meddler meddler([&](int call, const Vector*) { entry = call == iteration ? change : kept; });
+    const PassResult pass(&sparse.m, ones(n), mult, &meddler);
+    EXPECT_GT(meddler.calls, iteration + 1);
     return pass.x;
   };
   const Vector undisturbed = solve(kept), disturbed = solve(1e3);
-  return !tolerance::sameBits(undisturbed.data, disturbed.data, 61);
+  return !tolerance::sameBits(undisturbed.data, disturbed.data, n);
 }
 
 // (It is undefined what such a change does. It shows here which matrix is read.)
@@ -182,6 +182,13 @@ TEST(SolveMatrix, OperationsOfTheLibraryReadTheCopyAndThoseOfTheCallerTheMatrix)
   for (const CGMultFun mult : {multFunA, multFunJJt, multFunAtA}) EXPECT_FALSE(followsTheMatrix(mult));
   EXPECT_TRUE(followsTheMatrix(plainProduct));
   EXPECT_TRUE(followsTheMatrix(ownProduct));
+}
+
+TEST(SolveMatrix, ManyEntriesAreCopiedEarlier) {
+  const CGTuning tuning;
+  strictPasses();
+  EXPECT_FALSE(followsTheMatrix(multFunA, 1700, 6)) << "about 320000 entries";
+  EXPECT_TRUE(followsTheMatrix(multFunA, 1300, 6)) << "about 190000 entries";
 }
 
 TEST(SolveMatrix, WhoeverMultipliesDuringASolveGetsTheMatrixAsItIs) {

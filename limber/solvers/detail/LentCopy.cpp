@@ -27,20 +27,12 @@ struct Storage {
 // The storage of a larger copy is made when it is needed and released after the solve.
 constexpr long long mostKept = 1 << 24;
 
-long long entriesOf(const HSpMat& A) {
-  long long entries = 0;
-  for (int i = 0; i < A.numRows; ++i) {
-    if (A.rows[i]) entries += A.rows[i]->numEntries;
-  }
-  return entries;
-}
-
 Storage& storage() { return createdOnFirstUse<Storage>(); }
 
 }  // namespace
 
-bool LentCopy::reserve(const HSpMat& A) {
-  if (entriesOf(A) > mostKept) return true;
+bool LentCopy::reserve(const HSpMat& A, long long entries) {
+  if (entries > mostKept) return true;
   Storage& s = storage();
   if (!s.take()) return true;
   const bool room = s.holder.load() != 0 || s.rows.reserve(A.rows, A.numRows);

@@ -15,9 +15,9 @@ class SlicedRows;
 /// instead. A solve that is left by a longjmp needs no clean-up: the next solve replaces its copy.
 class LentCopy {
  public:
-  /// Makes room for a copy of A, unless the storage already holds one or will not be kept. False if A has no
-  /// rows, or if there is no memory.
-  static bool reserve(const HSpMat& A);
+  /// Makes room for a copy of A, which has so many entries, unless the storage already holds a copy or will
+  /// not be kept. False if A has no rows, or if there is no memory.
+  static bool reserve(const HSpMat& A, long long entries);
   /// Copies A and returns the ticket, or 0 if there is no copy.
   static unsigned long long make(const HSpMat& A);
   static void giveBack(unsigned long long ticket);

@@ -15,8 +15,10 @@ namespace limber::detail {
 /// - The structured matrices hide height, width and acc instead of overriding them. Here they answer with
 ///   their true sizes, a DiagonalMatrix or an IdentityMatrix multiplies by its diagonal, both ways, and the
 ///   blocks of an SQPMatrix may be such matrices.
-/// - A solve with an HSpMat counts its products, and the tenth and all later ones are made by a copy of the
-///   matrix that is laid out for products (SlicedRows). The bits are the same.
+/// - A solve with an HSpMat counts its products. From the tenth on, or from the fourth on with 2^18 entries
+/// or
+///   more, they are made by a copy of the matrix that is laid out for products (SlicedRows). The bits are the
+///   same.
 ///
 /// A class that is derived from one of these may do as it likes, so it is multiplied by through SpMat like
 /// any other class.
@@ -53,7 +55,7 @@ class SolveMatrix final : public SpMat {
 
   const SpMat* const A_;
   const Kind kind_;
-  /// Number of products so far that count towards a copy.
+  /// Number of products so far that count towards a copy; rows of many entries start above 0.
   mutable int products_;
   /// Tells this solve's copy from others; 0 while there is none.
   mutable unsigned long long ticket_ = 0;
