@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 
 namespace limber::motion::detail {
 
@@ -42,7 +43,7 @@ bool GivingUp::tryAgain(bool smooth, const std::vector<bool>& missed) {
     pull_ *= softer;
     return true;
   }
-  if (giveUpMore(missed)) {
+  if (giveUpMore(missed) || (!smooth && giveUpBeside())) {
     pull_ = 1.0;
     return true;
   }
@@ -61,6 +62,17 @@ bool GivingUp::giveUpMore(const std::vector<bool>& missed) {
     return true;
   }
   return false;
+}
+
+// What is met at the price of a jump, beside what cannot be met.
+bool GivingUp::giveUpBeside() {
+  std::set<int> frames;
+  for (std::size_t i = 0; i < wishes_.size(); i++) {
+    if (wishesGivenUp_[i]) frames.insert(wishes_[i].frame);
+  }
+  std::vector<bool> beside(wishes_.size(), false);
+  for (std::size_t i = 0; i < wishes_.size(); i++) beside[i] = frames.count(wishes_[i].frame) > 0;
+  return giveUpMore(beside);
 }
 
 }  // namespace limber::motion::detail

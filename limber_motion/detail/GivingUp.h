@@ -9,7 +9,7 @@ namespace limber::motion::detail {
 /// What an edit gives up when not all wishes can be met by a smooth motion: which wishes, and how strongly
 /// they still pull. At first it is what no motion can meet, with full pull. As long as the result is not
 /// smooth, or what can be met suffers, the pull becomes weaker; when that does not help, more is given up:
-/// first of what was asked for, then of the contacts.
+/// what was missed, then what is met beside it; first of what was asked for, then of the contacts.
 class GivingUp {
  public:
   /// `wishes` are sorted by frame, `rank` is 0 for contacts and 1 for what was asked for; both must outlive
@@ -27,6 +27,7 @@ class GivingUp {
 
  private:
   bool giveUpMore(const std::vector<bool>& missed);
+  bool giveUpBeside();
 
   const std::vector<Constraint>& wishes_;
   const std::vector<int>& rank_;
