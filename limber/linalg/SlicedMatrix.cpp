@@ -10,6 +10,7 @@
 #include "limber/linalg/detail/ClassOf.h"
 #include "limber/linalg/detail/CompressedRows.h"
 #include "limber/linalg/detail/RowStorage.h"
+#include "limber/linalg/detail/SlicedAccess.h"
 #include "limber/linalg/detail/SlicedRows.h"
 
 using limber::detail::clearBehind;
@@ -87,6 +88,10 @@ SlicedMatrix& SlicedMatrix::operator=(const SlicedMatrix& other) {
 }
 
 SlicedMatrix::~SlicedMatrix() { delete layout_; }
+
+const SlicedRows* limber::detail::SlicedAccess::rowsOf(const SlicedMatrix& A) {
+  return A.layout_ ? &A.layout_->rows : nullptr;
+}
 
 int SlicedMatrix::height() const { return layout_ ? layout_->rows.height() : 0; }
 

@@ -7,6 +7,9 @@
 #include "limber/linalg/SpMat.h"
 
 class HSpMat;
+namespace limber::detail {
+class SlicedAccess;
+}
 
 LIMBER_FIXED_TABLE_BEGIN
 
@@ -44,6 +47,7 @@ class LIMBER_API SlicedMatrix : public SpMat {
   void scalar(double s) override;
 
  private:
+  friend class limber::detail::SlicedAccess;
   struct Layout;
 
   template <class Take>

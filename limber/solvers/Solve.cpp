@@ -17,7 +17,11 @@ SolveReport solve(Kind kind, Outcome (*method)(LinearSystem&), const SpMat& A, c
   try {
     LinearSystem system(options, kind);
     if (const char* const wrong = system.take(A, b, *x)) return badInput(wrong);
-    const Outcome outcome = system.ended() ? Outcome::done : method(system);
+    Outcome outcome = system.ended() ? Outcome::done : method(system);
+    if (!system.haveRows && !system.ended() && outcome == Outcome::stuck) {
+      system.copyColumns(A);
+      outcome = system.ended() ? Outcome::done : method(system);
+    }
     return system.finish(outcome, x);
   } catch (const std::bad_alloc&) {
     return badInput("There is not enough memory.");

@@ -8,11 +8,13 @@
 /// exact, and no entry is dropped: multiplying either by a power of two gives the same iterations and the
 /// same bits times the scale.
 ///
-/// Matrices of every class are taken. Row-sparse, dense and structured ones are copied with all their
+/// Matrices of every class are taken. Row-sparse, sliced, dense and structured ones are copied with all their
 /// entries (duplicates in a sparse row add up, the columns behind the last entry of a square sparse matrix
-/// are zeros). Any other class is reached by mult (and multT) alone: a small one is copied column by column,
-/// a large one is multiplied by. A preconditioner or matrix of the caller's is only called from the solve,
-/// on the same thread.
+/// are zeros). Any other class is reached by mult (and multT) alone. Up to 4096 columns it is copied, one
+/// product a column. A larger one is multiplied by, without a diagonal; where half as many iterations as it
+/// has columns do not solve the system, it is copied too, and solved like any other, as long as it has less
+/// than fifty million entries. A preconditioner or matrix of the caller's is only called from the solve, on
+/// the same thread.
 ///
 /// x is the start where its size fits, zero where it is empty; anything else is bad input. On return it is
 /// never worse than the start: what comes back is the better one of the two. After bad input it is

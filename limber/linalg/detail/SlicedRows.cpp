@@ -199,6 +199,16 @@ double SlicedRows::at(int i, int j) const {
   return 0.0;
 }
 
+void SlicedRows::copyRow(int i, int* indices, double* values) const {
+  const Place place = place_[i];
+  const long long start = start_[i / block] + place.start;
+  for (int k = 0; k < place.length; ++k) {
+    const long long entry = start + static_cast<long long>(k) * place.step;
+    indices[k] = indices_[entry];
+    values[k] = values_[entry];
+  }
+}
+
 void SlicedRows::scale(double s) {
   for (long long k = 0; k < entries(); ++k) values_[k] *= s;
 }

@@ -34,6 +34,9 @@ class SlicedRows {
   long long entries() const { return height_ > 0 ? start_[blocks()] : 0; }
   /// The value of the first entry of row i with the index j; 0.0 without one.
   double at(int i, int j) const;
+  /// How many entries row i has, and a copy of them in their order.
+  int length(int i) const { return place_[i].length; }
+  void copyRow(int i, int* indices, double* values) const;
   /// Multiplies every value by s.
   void scale(double s);
   bool allFinite() const;

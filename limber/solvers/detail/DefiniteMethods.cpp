@@ -167,7 +167,8 @@ Outcome solveDefinite(LinearSystem& system) {
   if (foreignPreconditioner(system) || wantsIdentity(system) || !scaled) {
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     Inverse* const inverse = foreignPreconditioner(system) ? &foreign : nullptr;
-    outcome = correctByCG(system, Units(), *system.map, inverse, scaled ? budget : system.run.limit);
+    outcome =
+        correctByCG(system, Units(), *system.map, inverse, scaled ? budget : budgetWithoutEntries(system));
   }
   if (!scaled) return outcome;
   if (!system.ended() && outcome != Outcome::indefinite) {

@@ -193,6 +193,10 @@ int firstBudget(const LinearSystem& system, int least, int most) {
   return std::clamp(system.width, least, most);
 }
 
+int budgetWithoutEntries(const LinearSystem& system) {
+  return system.endless ? system.run.limit : std::max(500, system.width / 2);
+}
+
 Outcome scaledLsmr(LinearSystem& system, int iterations) {
   if (!system.haveRows || wantsIdentity(system)) {
     LsmrRun run{system, *system.map, {}, {}};
@@ -288,9 +292,10 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
 }
 
 Outcome solveByLeastSquares(LinearSystem& system) {
-  const int budget = system.haveRows ? firstBudget(system, 200, 2000) : system.run.limit;
+  const int budget = system.haveRows ? firstBudget(system, 200, 2000) : budgetWithoutEntries(system);
   Outcome outcome = Outcome::stuck;
   if (foreignPreconditioner(system)) outcome = preconditionedNormal(system, budget);
+  if (!system.haveRows) return system.ended() ? outcome : scaledLsmr(system, budget);
   if (!system.ended() && !system.run.options.preconditioner) thinMethod(system);
   if (!system.ended()) {
     outcome = escalate(

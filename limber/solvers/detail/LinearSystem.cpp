@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 
 #include "limber/linalg/SpMat.h"
 #include "limber/solvers/detail/FixedSums.h"
@@ -49,7 +50,10 @@ const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const 
   width = extent.width;
   if (extent.foreign && width > copiedColumns) {
     auto foreign = std::make_unique<ForeignMap>(A, height, width);
-    Doubles probe(width, 1.0), product(height);
+    // signs without a pattern: in the ones the entries of many matrices cancel
+    Doubles probe(width), product(height);
+    unsigned mixed = 1;
+    for (double& v : probe) v = (mixed = 1664525u * mixed + 1013904223u) >> 31 ? 1.0 : -1.0;
     foreign->multiply(probe.data(), product.data());
     if (!allFinite(height, product.data())) return "The matrix has an entry that is not finite.";
     matrixPower_ = largestExponent(height, product.data());
@@ -65,6 +69,29 @@ const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const 
   scaleByPowerOfTwo(rows.entries(), rows.value.data(), -matrixPower_);
   map = std::make_unique<RowsMap>(rows);
   return nullptr;
+}
+
+void LinearSystem::copyColumns(const SpMat& A) {
+  endless = true;
+  try {
+    Extent extent;
+    extent.height = height;
+    extent.width = width;
+    copyEntries(A, extent, &rows);
+  } catch (const std::bad_alloc&) {
+    rows = SparseRows();
+    return;
+  }
+  if (!allFinite(rows.entries(), rows.value.data())) {
+    rows = SparseRows();
+    return;
+  }
+  scaleByPowerOfTwo(rows.entries(), rows.value.data(), -matrixPower_);
+  const int products = map->products + width;
+  map = std::make_unique<RowsMap>(rows);
+  map->products = products;
+  haveRows = true;
+  residual = measure(x.data(), r.data(), g.data());
 }
 
 const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) {

@@ -26,6 +26,10 @@ class LinearSystem {
   /// The same for a map that was scaled already: A is 2^power times `scaledMap`.
   const char* take(std::unique_ptr<LinearMap> scaledMap, int power, const Vector& right, const Vector& start);
 
+  /// Copies the entries of a large matrix of a foreign class, one product a column. Where there are too many
+  /// of them the map stays as it is, and `endless` says so.
+  void copyColumns(const SpMat& A);
+
   bool converged() const { return residual <= goal; }
   /// The goal is out of reach of any iteration: stop here.
   bool ended() const { return converged() || run.mustEnd(); }
@@ -72,6 +76,8 @@ class LinearSystem {
   /// The entries, where there are any (not for a large matrix of a foreign class).
   SparseRows rows;
   bool haveRows = false;
+  /// There never will be entries: methods without them may take all iterations.
+  bool endless = false;
   std::unique_ptr<LinearMap> map;
   int height = 0, width = 0;
   Doubles b, x;

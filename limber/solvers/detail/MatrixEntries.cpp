@@ -11,8 +11,11 @@
 #include "limber/linalg/IdentityMatrix.h"
 #include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/SQPMatrix.h"
+#include "limber/linalg/SlicedMatrix.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/SlicedAccess.h"
+#include "limber/linalg/detail/SlicedRows.h"
 #include "limber/solvers/detail/SparseRows.h"
 
 namespace limber::detail {
@@ -52,37 +55,60 @@ class Writer {
   SparseRows& out_;
 };
 
-/// The rows as they stand, with the extent that their entries tell. Their indices are looked at in the copy:
-/// the rows themselves lie anywhere in memory.
-Extent copySparse(const HSpMat& A, SparseRows* out) {
+/// Rows as they stand, with the extent that their entries tell: lengthOf(i) of them in row i, which
+/// copyRow(i, indices, values) copies. The indices are looked at in the copy: the rows may lie anywhere in
+/// memory.
+template <class LengthOf, class CopyRow>
+Extent copyRows(int height, int width, SparseRows* out, LengthOf lengthOf, CopyRow copyRow) {
   Extent extent;
-  extent.height = std::max(A.numRows, 0);
+  extent.height = height;
+  extent.width = width;
   extent.open = true;
   *out = SparseRows();
-  out->height = extent.height;
-  out->start.resize(extent.height + 1);
+  out->height = height;
+  out->start.resize(height + 1);
   long long entries = 0;
-  for (int i = 0; i < extent.height; ++i) {
+  for (int i = 0; i < height; ++i) {
     out->start[i] = static_cast<int>(std::min<long long>(entries, INT_MAX));
-    entries += entriesOf(A.rows[i]);
-    if (A.rows[i]) extent.width = std::max(extent.width, A.rows[i]->width);
+    entries += lengthOf(i);
   }
   extent.damaged = entries >= INT_MAX;
   if (extent.damaged) return extent;
-  out->start[extent.height] = static_cast<int>(entries);
+  out->start[height] = static_cast<int>(entries);
   out->index.resize(static_cast<int>(entries));
   out->value.resize(static_cast<int>(entries));
-  for (int i = 0; i < extent.height; ++i) {
-    const int n = entriesOf(A.rows[i]);
-    if (n == 0) continue;
-    std::copy_n(A.rows[i]->indices.data, n, out->index.data() + out->start[i]);
-    std::copy_n(A.rows[i]->values.data, n, out->value.data() + out->start[i]);
+  for (int i = 0; i < height; ++i) {
+    copyRow(i, out->index.data() + out->start[i], out->value.data() + out->start[i]);
   }
   unsigned last = 0;  // column; a negative one counts as a large one
   for (const int j : out->index) last = std::max(last, static_cast<unsigned>(j));
   extent.damaged = last >= static_cast<unsigned>(INT_MAX);
-  if (!extent.damaged && entries > 0) extent.width = std::max(extent.width, static_cast<int>(last) + 1);
+  if (!extent.damaged && entries > 0) extent.width = std::max(width, static_cast<int>(last) + 1);
   return extent;
+}
+
+Extent copySparse(const HSpMat& A, SparseRows* out) {
+  const int height = std::max(A.numRows, 0);
+  int width = 0;
+  const auto lengthOf = [&](int i) {
+    if (A.rows[i]) width = std::max(width, A.rows[i]->width);
+    return entriesOf(A.rows[i]);
+  };
+  Extent extent = copyRows(height, 0, out, lengthOf, [&](int i, int* indices, double* values) {
+    const int n = entriesOf(A.rows[i]);
+    if (n == 0) return;
+    std::copy_n(A.rows[i]->indices.data, n, indices);
+    std::copy_n(A.rows[i]->values.data, n, values);
+  });
+  extent.width = std::max(extent.width, width);
+  return extent;
+}
+
+Extent copySliced(const SlicedMatrix& A, SparseRows* out) {
+  const SlicedRows* const rows = SlicedAccess::rowsOf(A);
+  return copyRows(
+      A.height(), A.width(), out, [rows](int i) { return rows->length(i); },
+      [rows](int i, int* indices, double* values) { rows->copyRow(i, indices, values); });
 }
 
 void copyDense(const FullMatrix& A, const Extent& extent, SparseRows* out) {
@@ -153,6 +179,7 @@ void copyBlocks(const SQPMatrix& A, const Extent& extent, SparseRows* out) {
 }
 
 void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
+  constexpr int most = 50000000;  // entries: a class that large is not sparse
   SparseRows columns;
   Extent turned = extent;
   std::swap(turned.height, turned.width);
@@ -169,6 +196,7 @@ void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
     const int n = std::min(column.count, extent.height);
     for (int i = 0; i < n; ++i) writer.entry(i, column[i]);
     writer.endRow();
+    if (columns.entries() > most) throw std::bad_alloc();
   }
   *out = columns.transposed();
 }
@@ -177,6 +205,7 @@ void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
 
 Extent extentOf(const SpMat& A, int rows, SparseRows* copied) {
   if (const auto* sparse = exactly<HSpMat>(A)) return copySparse(*sparse, copied);
+  if (const auto* sliced = exactly<SlicedMatrix>(A)) return copySliced(*sliced, copied);
   Extent extent;
   if (const FullMatrix* const full = dense(A)) {
     const bool stored = full->data != nullptr;
@@ -208,7 +237,7 @@ Extent extentOf(const SpMat& A, int rows, SparseRows* copied) {
 }
 
 void copyEntries(const SpMat& A, const Extent& extent, SparseRows* out) {
-  if (exactly<HSpMat>(A)) {
+  if (exactly<HSpMat>(A) || exactly<SlicedMatrix>(A)) {
     out->width = extent.width;
   } else if (const FullMatrix* const full = dense(A)) {
     copyDense(*full, extent, out);

@@ -21,7 +21,8 @@ struct Extent {
 };
 
 /// The sizes; `rows` is the length of the right-hand side, which stands for a height that a foreign class
-/// does not tell. The entries of a row-sparse matrix, which tell its width, are copied on the way.
+/// does not tell. The entries of a row-sparse or
+/// sliced matrix, which tell its width, are copied on the way.
 Extent extentOf(const SpMat& A, int rows, SparseRows* copied);
 
 /// Copies the entries, or finishes the copy that extentOf began: sorted, those at the same place added up. A

@@ -47,6 +47,9 @@ bool wantsIdentity(const LinearSystem& system);
 /// Iterations for a first method before a factorization is worth a try: about the unknowns, within bounds.
 int firstBudget(const LinearSystem& system, int least, int most);
 
+/// The same for a method that has only products: so many that a copy of the columns costs no more.
+int budgetWithoutEntries(const LinearSystem& system);
+
 /// A first method and a factorization by turns: first(iterations) goes on for four times as long every time,
 /// and where that does not lead far direct(allowance, &outcome), which is false where it costs too much, may
 /// cost a few times what was spent, or all that is allowed once the first method is stuck.

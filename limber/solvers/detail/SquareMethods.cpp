@@ -105,9 +105,9 @@ Outcome solveAnySquare(LinearSystem& system) {
   if (foreignPreconditioner(system) || wantsIdentity(system) || !system.haveRows) {
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     Inverse* const inverse = foreignPreconditioner(system) ? &foreign : nullptr;
-    outcome =
-        correctByBiCGStab(system, Units(), *system.map, inverse, system.haveRows ? budget : system.run.limit);
-    if (!system.ended() && !system.haveRows) outcome = scaledLsmr(system, system.run.limit);
+    outcome = correctByBiCGStab(system, Units(), *system.map, inverse,
+                                system.haveRows ? budget : budgetWithoutEntries(system));
+    if (!system.ended() && system.endless && !system.haveRows) outcome = scaledLsmr(system, system.run.limit);
   }
   if (!system.haveRows || system.ended()) return outcome;
 

@@ -1,0 +1,89 @@
+// Large matrices that are not row-sparse.
+#include <gtest/gtest.h>
+
+#include "limber/linalg/SlicedMatrix.h"
+#include "limber/solvers/Solve.h"
+#include "tests/solvers/SolveSystems.h"
+
+namespace {
+
+constexpr int n = 4225;
+
+/// A class of the caller's own, which has nothing but products.
+class Products final : public SpMat {
+ public:
+  explicit Products(const HSpMat& A) : A_(A) {}
+  int height() const override { return A_.numRows; }
+  int width() const override { return A_.numRows; }
+  void mult(const Vector* x, Vector* y) const override {
+    ++count;
+    A_.mult(x, y);
+  }
+  void multT(const Vector* x, Vector* y) const override {
+    ++count;
+    A_.multT(x, y);
+  }
+  mutable int count = 0;
+
+ private:
+  const HSpMat& A_;
+};
+
+/// D A D for a grid A: the diagonal, and nothing else, brings it to order.
+Entries graded(double convection) {
+  const Entries plain = grid(65, convection, 0.0);
+  Entries A(n, n);
+  const auto factor = [](int i) { return std::pow(10.0, 1.5 * std::sin(7.0 * i)); };
+  for (int i = 0; i < n; ++i) {
+    const SpVec& row = *plain.matrix().rows[i];
+    for (int k = 0; k < row.numEntries; ++k) {
+      A.add(i, row.indices[k], factor(i) * row.values[k] * factor(row.indices[k]));
+    }
+  }
+  return A;
+}
+
+using Solve = SolveReport (*)(const SpMat&, const Vector&, Vector*, const SolveOptions&);
+
+TEST(SolveLargeClasses, ASlicedMatrixIsSolvedAsItsRowsAre) {
+  const Entries A = graded(0.0);
+  const SlicedMatrix sliced(A.matrix());
+  const Vector b = Random(1).vector(n);
+  for (const Solve solve : {solvePositiveDefinite, solveSquare, solveLeastSquares}) {
+    SolveOptions options;
+    options.maxIterations = 300;
+    Vector x, y;
+    const SolveReport rows = solve(A.matrix(), b, &x, options), slices = solve(sliced, b, &y, options);
+    EXPECT_EQ(rows.status, slices.status);
+    EXPECT_EQ(rows.iterations, slices.iterations);
+    EXPECT_EQ(rows.residual, slices.residual);
+    ASSERT_EQ(n, x.count);
+    ASSERT_EQ(n, y.count);
+    for (int j = 0; j < n; ++j) ASSERT_EQ(x[j], y[j]);
+  }
+}
+
+TEST(SolveLargeClasses, WhatProductsAloneDoNotSolveIsCopiedColumnByColumn) {
+  const Entries A = graded(0.2);
+  const Products products(A.matrix());
+  const Vector b = Random(2).vector(n);
+  Vector x;
+  const SolveReport report = solveSquare(products, b, &x);
+  EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+  EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1e-8);
+  EXPECT_GE(products.count, n);
+  EXPECT_LE(products.count, 4 * n);
+}
+
+TEST(SolveLargeClasses, WhatProductsSolveIsNotCopied) {
+  const Entries A = grid(65, 0.0, 0.0);
+  const Products products(A.matrix());
+  const Vector b = Random(3).vector(n);
+  Vector x;
+  const SolveReport report = solvePositiveDefinite(products, b, &x);
+  EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+  EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1.01e-10);
+  EXPECT_LE(products.count, 1000);
+}
+
+}  // namespace
