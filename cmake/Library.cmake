@@ -9,14 +9,14 @@ function(limber_compile target)
   set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden POSITION_INDEPENDENT_CODE ON)
 endfunction()
 
-# limber_library(NAME FOLDER folder TITLE title EXPORTS file [SOURCES file...] [USES target...] [DEPENDENCIES command...]
+# limber_library(NAME FOLDER folder TITLE title EXPORTS file [PC name] [SOURCES file...] [USES target...] [DEPENDENCIES command...]
 #                [FLAGS flag...] [LIBS flag...] [REQUIRES package...] [PRIVATE_REQUIRES package...] [PRIVATE_LIBS flag...])
 # Makes the library NAME, its CMake target limber::COMPONENT, its pkg-config file and its rules of installation. FOLDER
 # holds its public headers and exports.map, the list of the symbols that it exports. The component is NAME without
-# "limber_", or core. DEPENDENCIES are CMake commands for programs that use the component; the flags, libraries and
+# "limber_", or core. The pkg-config file is NAME.pc unless PC gives another name. DEPENDENCIES are CMake commands for programs that use the component; the flags, libraries and
 # packages go into the pkg-config file. Private uses are written out only where programs must link them, that is for static libraries.
 function(limber_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "FOLDER;TITLE;EXPORTS" "SOURCES;USES;DEPENDENCIES;FLAGS;LIBS;REQUIRES;PRIVATE_REQUIRES;PRIVATE_LIBS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "FOLDER;TITLE;EXPORTS;PC" "SOURCES;USES;DEPENDENCIES;FLAGS;LIBS;REQUIRES;PRIVATE_REQUIRES;PRIVATE_LIBS")
   string(REGEX REPLACE "^limber_?" "" component ${name})
   string(TOUPPER ${name} prefix)
 

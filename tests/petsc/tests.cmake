@@ -14,6 +14,14 @@ if(TARGET limber_petsc)
                      $<TARGET_FILE:test_petsc>)
     set_tests_properties(Petsc.On${processes}Processes PROPERTIES LABELS mpi TIMEOUT 600)
   endforeach()
+  if(LIMBER_INSTALL AND NOT LIMBER_SANITIZE AND BUILD_SHARED_LIBS)
+    add_test(NAME Petsc.TheInstalledComponentServesPrograms
+             COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/petsc/installed.sh ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}
+                     ${CMAKE_CXX_COMPILER} ${MPIEXEC_EXECUTABLE})
+    # It writes the list of what was installed, as others do.
+    set_tests_properties(Petsc.TheInstalledComponentServesPrograms PROPERTIES LABELS mpi TIMEOUT 600
+                                                                              RESOURCE_LOCK installation)
+  endif()
   if(TARGET solve_distributed AND TARGET solve)
     add_test(NAME Petsc.SolveDistributed
              COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/petsc/solve_distributed.py ${MPIEXEC_EXECUTABLE}
