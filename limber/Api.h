@@ -43,8 +43,10 @@
 /// Marks a function that formats as printf does, so that the compiler checks its calls.
 #if defined(__MINGW32__)
 #define LIMBER_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
-#else
+#elif defined(__GNUC__)
 #define LIMBER_PRINTF(text, first) __attribute__((format(printf, text, first)))
+#else
+#define LIMBER_PRINTF(text, first)
 #endif
 
 /// Around the classes whose documented virtual table has no place for a destructor. A compiler that is asked

@@ -45,12 +45,17 @@ LIMBER_INLINE_API void transformTransposeMatrix(const Matrix4x4* M, double x, do
 }
 
 LIMBER_INLINE_API Pnt3 transformMatrix(const Matrix4x4* M, Pnt3 p) {
+  const double(*m)[4] = M->m;
+#if defined(__GNUC__)
   // x and y side by side.
   typedef double Two __attribute__((vector_size(16), aligned(8), may_alias));
-  const double(*m)[4] = M->m;
   const auto two = [m](int i) { return *reinterpret_cast<const Two*>(m[i]); };
   const Two xy = p.x * two(0) + p.y * two(1) + p.z * two(2) + two(3);
   return Pnt3(xy[0], xy[1], p.x * m[0][2] + p.y * m[1][2] + p.z * m[2][2] + m[3][2]);
+#else
+  const auto sum = [&](int j) { return p.x * m[0][j] + p.y * m[1][j] + p.z * m[2][j] + m[3][j]; };
+  return Pnt3(sum(0), sum(1), sum(2));
+#endif
 }
 
 LIMBER_INLINE_API Pnt3 transformMatrix(Matrix4x4* M, Pnt3 p) {
