@@ -9,11 +9,6 @@ double cStrtod(const char* text, char** end) {
   return std::strtod(text, end);
 }
 
-int cVsnprintf(char* out, std::size_t size, const char* format, va_list arguments) {
-  const CLocale locale;
-  return std::vsnprintf(out, size, format, arguments);
-}
-
 int cVfprintf(std::FILE* file, const char* format, va_list arguments) {
   const CLocale locale;
   return std::vfprintf(file, format, arguments);

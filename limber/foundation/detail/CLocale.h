@@ -5,7 +5,6 @@
 /// is not called, because it would change the locale of the program's other threads.
 
 #include <cstdarg>
-#include <cstddef>
 #include <cstdio>
 
 #include "limber/Api.h"
@@ -25,9 +24,8 @@ class CLocale {
   SavedLocale saved_;
 };
 
-/// strtod, vsnprintf, vfprintf and fprintf in the "C" locale.
+/// strtod, vfprintf and fprintf in the "C" locale.
 double cStrtod(const char* text, char** end);
-int cVsnprintf(char* out, std::size_t size, const char* format, va_list arguments);
 int cVfprintf(std::FILE* file, const char* format, va_list arguments);
 int cFprintf(std::FILE* file, const char* format, ...) LIMBER_PRINTF(2, 3);
 

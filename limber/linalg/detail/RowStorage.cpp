@@ -8,6 +8,16 @@
 
 namespace limber::detail {
 
+namespace {
+
+// Empties the row after a failed allocation.
+void clearRow(SpVec& row) {
+  row.zero();
+  row.maxEntries = 0;
+}
+
+}  // namespace
+
 bool setIndexRoom(SpVec& row, int room) {
   IntVec& indices = row.indices;
   int* bigger = new (std::nothrow) int[static_cast<std::size_t>(std::max(room, 0))];
@@ -38,11 +48,6 @@ bool setValueRoom(SpVec& row, int room) {
   if (row.values.capacity >= room) return true;
   clearRow(row);
   return false;
-}
-
-void clearRow(SpVec& row) {
-  row.zero();
-  row.maxEntries = 0;
 }
 
 bool roomForAppend(SpVec& row) {

@@ -27,9 +27,6 @@ inline void clearBehind(const Vector& v) {
   if (v.count >= 0 && v.count < v.capacity) v.data[v.count] = 0.0;
 }
 
-/// Empties the row after a failed allocation, and sets maxEntries to 0.
-void clearRow(SpVec& row);
-
 /// Makes room for exactly `room` values in an empty row, so that rows stay close together in memory. It
 /// counts as a reallocation. False when there is no memory.
 bool reserveValues(SpVec& row, int room);
