@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
 """Prints the figures of docs/guide/distributed.md: a solve on one and two processes, measured, and on more, computed.
 
-table.py PROGRAM [ROUNDS]: PROGRAM is bench_distributed. The jobs of one and two processes run by turns; the least time of each
-counts. When the two processes had less than nine tenths of a core each, the table says that the machine was busy."""
+table.py PROGRAM [ROUNDS] [--page]: PROGRAM is bench_distributed. The jobs of one and two processes run by turns; the least time
+of each counts. When a process had less than nine tenths of a core, the text says that the machine was busy. With --page the
+figures replace those of the page."""
+import contextlib
+import io
 import math
 import os
 import subprocess
@@ -11,6 +14,8 @@ import sys
 SIDE, ITERATIONS = 1000, 30
 # The assumptions of the computed table: a message between two machines.
 LATENCY, BYTES_PER_SECOND = 2e-6, 10e9
+PAGE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../docs/guide/distributed.md")
+BEGIN, END = "<!-- bench/run distributed --page -->\n", "<!-- end -->\n"
 NAMES = ["seconds", "messages", "bytes", "sums", "processor", "rows", "solve", "sum_seconds"]
 
 
@@ -36,9 +41,13 @@ def row(name, *cells):
     print(f"| {name} | " + " | ".join(cells) + " |")
 
 
+def shares(*runs):
+    return [run["processor"] / run["seconds"] for run in runs]
+
+
 def measured(one, two, rounds):
     print(f"Measured with `bench/run distributed` on {processor_name()}, {os.cpu_count()} cores: conjugate gradients with the")
-    print(f"diagonal on the five-point stencil of {SIDE} x {SIDE} points, least time of {rounds} runs.\n")
+    print(f"diagonal on the five-point stencil of {SIDE} x {SIDE} points, 5 entries a row. The times are the least of {rounds} runs.\n")
     row("a process", "1 process", "2 processes")
     row("---", "---", "---")
     row("rows of the matrix, MB", *(f"{run['rows'] / 1e6:.0f}" for run in (one, two)))
@@ -49,23 +58,24 @@ def measured(one, two, rounds):
     row("one such sum, microseconds", "-", f"{two['sum_seconds'] * 1e6:.1f}")
     row("time of an iteration, ms", *(f"{run['seconds'] * 1e3:.2f}" for run in (one, two)))
     row("processor time of an iteration, ms", *(f"{run['processor'] * 1e3:.2f}" for run in (one, two)))
-    shares = [run["processor"] / run["seconds"] for run in (one, two)]
-    row("share of a core that a process had", *(f"{share:.0%}" for share in shares))
+    row("share of a core that a process had", *(f"{share:.0%}" for share in shares(one, two)))
     print(f"\nTwo processes take {two['seconds'] / one['seconds']:.2f} of the time of one.")
-    if min(shares) < 0.9:
-        print("The machine was busy: other programs had part of the cores, so the times say little. The ratio of the")
-        print(f"processor times is {two['processor'] / one['processor']:.2f}.")
+    if min(shares(one, two)) < 0.9:
+        print("The machine was busy: other programs had part of the cores, and a process that waits for the other one uses its")
+        print("core up. These times are therefore no measure of what a second core gains.")
 
 
-def computed(two):
+def computed(one, two):
     """Work in proportion to a process's rows, its messages one after the other, and sums over a tree of processes."""
     rows = SIDE * SIDE
-    # The work of one row, where two processes share the memory of one machine. Waiting is part of the processor time.
-    work = min(two["seconds"], two["processor"]) / (rows / 2)
+    # The work of one row. Waiting counts as processor time, so on a busy machine only the process alone tells it.
+    quiet = min(shares(one, two)) >= 0.9
+    work = two["seconds"] / (rows / 2) if quiet else one["processor"] / rows
+    pace = "shares its memory with one other" if quiet else "has its memory for itself"
     memory = (two["rows"] + two["solve"]) / (rows / 2)
     print(f"\nComputed, not measured: time = rows of a process x {work * 1e9:.1f} ns + 2 messages of {8 * SIDE} bytes to its")
     print(f"neighbours + 3 sums of log2(processes) messages each. Assumed: a message takes {LATENCY * 1e6:.0f} microseconds and its bytes at")
-    print(f"{BYTES_PER_SECOND / 1e9:.0f} GB/s; a process shares its memory with one other, as in the measurement; it holds")
+    print(f"{BYTES_PER_SECOND / 1e9:.0f} GB/s; a process {pace}, as in the measurement; it holds")
     print(f"{memory:.0f} bytes a row; the work is spread evenly; caches do not help when the parts are small.\n")
     row("processes", f"ms, {SIDE} x {SIDE} in all", "efficiency", "MB a process", f"ms, {SIDE} x {SIDE} each", "efficiency")
     row(*["---"] * 6)
@@ -76,15 +86,28 @@ def computed(two):
             f"{growing * 1e3:.2f}", f"{work * rows / growing:.0%}")
 
 
+def put_into_page(figures):
+    with open(PAGE, encoding="utf-8") as file:
+        page = file.read()
+    before, rest = page.split(BEGIN)
+    with open(PAGE, "w", encoding="utf-8") as file:
+        file.write(before + BEGIN + "\n" + figures + "\n" + END + rest.split(END)[1])
+
+
 def main():
-    program = sys.argv[1]
-    rounds = int(sys.argv[2]) if len(sys.argv) > 2 else 7
+    program, *words = sys.argv[1:]
+    rounds = int(words[0]) if words and words[0].isdigit() else 7
     runs = {1: [], 2: []}
     for _ in range(rounds):
         for processes in runs:
             runs[processes].append(job(program, processes))
-    measured(best(runs[1]), best(runs[2]), rounds)
-    computed(best(runs[2]))
+    figures = io.StringIO()
+    with contextlib.redirect_stdout(figures):
+        measured(best(runs[1]), best(runs[2]), rounds)
+        computed(best(runs[1]), best(runs[2]))
+    print(figures.getvalue(), end="")
+    if "--page" in words:
+        put_into_page(figures.getvalue())
 
 
 main()
