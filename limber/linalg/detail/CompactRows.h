@@ -9,8 +9,8 @@ class SpVec;
 
 namespace limber::detail {
 
-/// Appends value (plus diagAdd if i = j) as entry j of row i and counts it, unless its magnitude is 1e-12 or
-/// less.
+/// Appends value (plus diagAdd if i = j) as entry j of row i and counts it, unless its magnitude is below
+/// 1e-12.
 void appendCompacted(SpVec& row, int i, int j, double value, double diagAdd);
 
 /// The number of entries counted since the shared result was last reset, including those of
