@@ -18,12 +18,12 @@ namespace limber::motion {
 /// short gaps closed; two such times are one contact when the joint stays near in between; and a contact
 /// lasts on both sides while the joint is not high, not fast and does not stray from its place (hysteresis).
 struct ContactOptions {
-  double low = 0.05, slow = 0.1;           ///< stands for certain
-  double shortest = 0.1;                   ///< for at least so long
-  double longestGap = 0.05;                ///< with gaps up to this
-  double soon = 0.2, near = 0.03;          ///< stands again in so short a time, no further away in between
-  double notHigh = 0.055, notFast = 0.12;  ///< the contact lasts
-  double stray = 0.008;                    ///< while it is no further from its place
+  double low = 0.05, slow = 0.1;            ///< stands for certain
+  double shortest = 0.1;                    ///< for at least so long
+  double longestGap = 0.05;                 ///< with gaps up to this
+  double soon = 0.2, near = 0.03;           ///< stands again in so short a time, no further away in between
+  double notHigh = 0.055, notFast = 0.105;  ///< the contact lasts
+  double stray = 0.008;                     ///< while it is no further from its place
 };
 
 /// A joint or end site that stands in the frames first..last, both included. `place` is where it shall stand:

@@ -15,8 +15,8 @@ constexpr double level = 0.004;   // heights: contacts of a joint that differ by
 constexpr double upright = 1e-3;  // how readily a place leaves its height, compared with its other directions
 constexpr int mostSweeps = 20000, alignSweeps = 50;
 
-constexpr double again = 0.2;   // seconds: a joint that comes back after less stands where it stood,
-constexpr double abrupt = 4.0;  // if the way there would be so many times more abrupt than it was
+constexpr double again = 0.35;  // seconds: a joint that comes back after less stands where it stood,
+constexpr double abrupt = 3.0;  // if the way there would be so many times more abrupt than it was
 
 // Two contacts that overlap in time and whose joints a rigid bone holds apart; or two of one joint that
 // shall have one place, which is a bone of length 0.
