@@ -20,9 +20,8 @@ struct Extent {
   bool damaged = false;
 };
 
-/// The sizes; `rows` is the length of the right-hand side, which stands for a height that a foreign class
-/// does not tell. The entries of a row-sparse or
-/// sliced matrix, which tell its width, are copied on the way.
+/// The sizes. `rows` is the length of the right-hand side, which replaces the height of a foreign class that
+/// does not tell it. The entries of a row-sparse or sliced matrix are copied to find its width.
 Extent extentOf(const SpMat& A, int rows, SparseRows* copied);
 
 /// Copies the entries, or finishes the copy that extentOf began: sorted, those at the same place added up. A

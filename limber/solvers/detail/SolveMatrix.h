@@ -15,13 +15,12 @@ namespace limber::detail {
 /// - The structured matrices hide height, width and acc instead of overriding them. Here they answer with
 ///   their true sizes, a DiagonalMatrix or an IdentityMatrix multiplies by its diagonal, both ways, and the
 ///   blocks of an SQPMatrix may be such matrices.
-/// - A solve with an HSpMat counts its products. From the tenth on, or from the fourth on with 2^18 entries
-/// or
-///   more, they are made by a copy of the matrix that is laid out for products (SlicedRows). The bits are the
-///   same.
+/// - A solve with an HSpMat counts its products. The tenth and later ones, or the fourth and later ones with
+///   2^18 entries or more, use a copy of the matrix that is laid out for products (SlicedRows). The bits are
+///   the same.
 ///
-/// A class that is derived from one of these may do as it likes, so it is multiplied by through SpMat like
-/// any other class.
+/// A class derived from one of these may override anything, so SpMat's operations multiply by it, as by any
+/// other class.
 class SolveMatrix final : public SpMat {
  public:
   /// A solve makes `many` products, a single call of an operation `few`, for which a copy would not pay.
