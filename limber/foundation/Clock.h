@@ -15,7 +15,7 @@ class LIMBER_API Clock {
   std::int64_t frequency;   ///< ticks per second; 0: no counter, the readings are milliseconds
   const char* name;         ///< not copied: the caller's text must outlive the clock
   std::int64_t maxTicks;    ///< longest interval
-  std::int64_t minTicks;    ///< shortest interval; 0: none since reset
+  std::int64_t minTicks;    ///< shortest interval; after 0, the next one becomes the shortest
 
   /// All fields are 0 except the name and minTicks. Contract: minTicks starts at 60000000, so until a reset,
   /// intervals longer than that never become the shortest.

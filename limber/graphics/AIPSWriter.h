@@ -63,7 +63,8 @@ class LIMBER_API AIPSWriter {
   void flipBox();
   /// Sets the height of the box to r times its width: y1 = y0 + (x1 - x0) r.
   void forceAspect(double r);
-  /// Scales so that the box spans w by h user units.
+  /// Multiplies the scales by the box's width / w and height / h. If they were 1, the box then spans w by h
+  /// user units.
   void setCoords(double w, double h);
 
   void beginGroup();
@@ -145,9 +146,10 @@ class LIMBER_API AIPSWriter {
   void box(double x, double y, double r);
   /// The filled and stroked square of half side r in page points.
   void dot(double x, double y, double r);
-  /// A cross of half size r in page points.
+  /// A diagonal cross of half size r in page points.
   void tick(double x, double y, double r);
-  /// Text of `size` points at (x, y). The string is written without changes: the caller must escape ( ) and
+  /// Text of `size` points at (x, y). Sets the fill to black and the line width to 1, also for what is drawn
+  /// afterwards. The string is written without changes: the caller must escape ( ) and
   /// \.
   void text(double x, double y, const char* string, double size, const char* font);
 

@@ -34,7 +34,7 @@ class LIMBER_API Reader {
   int lineNo;         ///< lines read so far
   char line[512];     ///< the current line, terminated, without its line end
   int linePos;        ///< the next character of `line`
-  char word[512];     ///< the last word that getWord returned
+  char word[512];     ///< the last word that was read, as a word or a number
   int lastWordValid;  ///< see getLastWord; never set
   char buf[4096];     ///< raw bytes of the stream
   int bufCount;       ///< valid bytes in `buf`

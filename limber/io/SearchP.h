@@ -6,8 +6,9 @@
 ///
 /// Every function writes each candidate into `pathOut`, which must have room for the longest: the sum of the
 /// lengths of the list, the sub-paths and the name, plus three. Afterwards it holds the last candidate, which
-/// on success is the path that was opened. A directory does not count as found. An empty list means one empty
-/// element; an empty element at the end of a longer list is not tried.
+/// on success is the path that was opened, or the last base if that is not a directory. A directory does not
+/// count as found. An empty list means one empty element; an empty element at the end of a longer list is not
+/// tried.
 
 #include <cstdio>
 

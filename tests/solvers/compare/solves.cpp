@@ -20,7 +20,16 @@
 namespace {
 
 std::string printed;
+
+// Keeps a text without the line numbers of reports, "(OldCGrad:125)", which may change from one state to the
+// next.
 int keepText(const char* text) {
+  const char* const place = std::strstr(text, " @ (");
+  const char* const line = place ? std::strchr(place, ':') : nullptr;
+  if (line) {
+    printed.append(text, line);
+    text = line + 1 + std::strspn(line + 1, "0123456789");
+  }
   printed += text;
   return 0;
 }
@@ -32,10 +41,18 @@ std::uint64_t hash(const void* bytes, std::size_t size) {
   return value;
 }
 
+// Every NaN has the same bits here: its sign depends on which operand of a product a compiler puts first.
 std::uint64_t bits(double value) {
+  if (std::isnan(value)) return UINT64_C(0x7ff8000000000000);
   std::uint64_t all;
   std::memcpy(&all, &value, sizeof all);
   return all;
+}
+
+std::uint64_t hashOfBits(const Vector& x) {
+  std::vector<std::uint64_t> all;
+  for (int i = 0; i < x.size(); ++i) all.push_back(bits(x.data[i]));
+  return hash(all.data(), sizeof(std::uint64_t) * all.size());
 }
 
 class Random {
@@ -262,8 +279,7 @@ int main(int argc, char** argv) {
     printed.clear();
     const Solve s = solve(random, x);
     std::printf("%d %s %d x %d: %ld, rsq %016" PRIx64 ", x %d %016" PRIx64 ", printed %zu %016" PRIx64 "\n",
-                k, s.name, s.height, s.width, s.result, bits(s.rsq), x.size(),
-                hash(x.data, sizeof(double) * static_cast<std::size_t>(x.size())), printed.size(),
+                k, s.name, s.height, s.width, s.result, bits(s.rsq), x.size(), hashOfBits(x), printed.size(),
                 hash(printed.data(), printed.size()));
     if (one < 0) continue;
     std::fputs(printed.c_str(), stdout);
