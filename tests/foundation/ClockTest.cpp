@@ -50,6 +50,28 @@ TEST(Clock, WithoutCounterMeasuresProcessorMilliseconds) {
   EXPECT_EQ(clock.total, clock.stopTicks - 3);
 }
 
+TEST(Clock, CopiesHaveAllFieldsAndRunOnTheirOwn) {
+  Clock first("first");
+  first.start();
+  first.stop();
+  first.stop();
+  Clock copy(first), assigned("other");
+  assigned = first;
+  for (const Clock* each : {&copy, &assigned}) {
+    EXPECT_EQ(each->count, 2);
+    EXPECT_EQ(each->total, first.total);
+    EXPECT_EQ(each->startTicks, first.startTicks);
+    EXPECT_EQ(each->stopTicks, first.stopTicks);
+    EXPECT_EQ(each->frequency, first.frequency);
+    EXPECT_EQ(each->maxTicks, first.maxTicks);
+    EXPECT_EQ(each->minTicks, first.minTicks);
+    EXPECT_STREQ(each->name, "first");
+  }
+  copy.stop();
+  EXPECT_EQ(copy.count, 3);
+  EXPECT_EQ(first.count, 2);
+}
+
 TEST(Clock, PrintsSecondsOfTicks) {
   CapturedOutput captured;
   Clock clock("solve");

@@ -25,6 +25,12 @@ struct Operation {
   std::function<void()> work;
 };
 
+void identity(FullMatrix& m) {
+  for (int i = 0; i < m.numRows; ++i) {
+    for (int j = 0; j < m.numColumns; ++j) m.e(i, j) = i == j ? 1.0 : 0.0;
+  }
+}
+
 TEST(EachFailure, IsReportedAndLeavesAllUsable) {
   const FullMatrix full = matrixOf({{4, 1, 0}, {1, 5, 2}, {0, 2, 6}});
   OwnRows sparse({{{0, 1.0}, {2, 2.0}}, {{1, 4.0}, {7, 1.0}}, {{3, 1.0}}});
@@ -195,6 +201,12 @@ TEST(EachFailure, IsReportedAndLeavesAllUsable) {
        [&] {
          Vector y;
          IdentityMatrix(12).mult(&x, &y);
+       }},
+      {"invert",
+       [] {
+         FullMatrix m(70, 70);
+         if (m.data) identity(m);
+         m.invert();
        }},
       {"SQPMatrix::mult",
        [&] {

@@ -86,6 +86,17 @@ TEST(HSpMat, WidthIsTheLargestAndLeftTheSmallestFirstIndex) {
   EXPECT_EQ(m.matrix.left(1, 2), 0);
 }
 
+TEST(HSpMat, LeftDoesNotSeeWhatARowWithoutEntriesStillHolds) {
+  SpVec emptied, row;
+  emptied.ins(1.0, 1);
+  emptied.numEntries = 0;
+  row.ins(1.0, 4);
+  HSpMat matrix(0);
+  matrix.add(&emptied);
+  matrix.add(&row);
+  EXPECT_EQ(matrix.left(), 4);
+}
+
 TEST(HSpMat, LeftIsFoundWhereverItsRowIs) {
   for (int least = 0; least < 4; ++least) {
     HSpMat matrix(0);

@@ -20,6 +20,17 @@ double afterOneStep(OdeSolver& solver) {
   return x[0];
 }
 
+TEST(Integrand, CanBeCopied) {
+  Decay decay;
+  Decay copy(decay);
+  copy = decay;
+  Integrand& base = copy;
+  Vector x(1), k(1);
+  x[0] = 2.0;
+  base.fprime(&x, 0.0, &k);
+  EXPECT_EQ(k[0], -2.0);
+}
+
 TEST(Integrand, BaseReportsAndReturnsZero) {
   CapturedOutput captured;
   Integrand generic;

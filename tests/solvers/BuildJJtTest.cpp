@@ -111,6 +111,29 @@ TEST(BuildJJt, BandedPutsTheDotsOfRowIDeliberatelyIntoTheNextRow) {
   });
 }
 
+TEST(BuildJJt, ARowThatIsMissingHasOnlyTheShift) {
+  for (const bool weighted : {false, true}) {
+    Jacobian J(11);
+    for (int i = 0; i < 13; ++i) J.addRow(0, 9, 1.0);
+    Vector weights(9);
+    for (int j = 0; j < 9; ++j) weights[j] = 1.0 + j;
+    Vector* const w = weighted ? &weights : nullptr;
+    const Made whole(buildJJt(&J.matrix, nullptr, w, nullptr, 0.25));
+    for (const int missing : {0, 3, 4, 12}) {
+      SpVec* const row = J.matrix.rows[missing];
+      J.matrix.rows[missing] = nullptr;
+      const Made out(buildJJt(&J.matrix, nullptr, w, nullptr, 0.25));
+      J.matrix.rows[missing] = row;
+      for (int i = 0; i < 13; ++i) {
+        for (int j = 0; j < 13; ++j) {
+          const bool without = i == missing || j == missing;
+          EXPECT_EQ(out->e(i, j), without ? (i == j ? 0.25 : 0.0) : whole->e(i, j)) << i << ' ' << j;
+        }
+      }
+    }
+  }
+}
+
 TEST(BuildJJt, BandedIsTheBandAtBandwidthOneAndAnotherMatrixAtTwo) {
   Jacobian J(3);
   for (int i = 0; i < 6; ++i) J.addRow(0, 8, 1.0);
