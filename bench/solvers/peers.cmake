@@ -14,3 +14,8 @@ set_target_properties(bench_real PROPERTIES OUTPUT_NAME real RUNTIME_OUTPUT_DIRE
 target_include_directories(bench_real PRIVATE ${PROJECT_SOURCE_DIR})
 target_compile_definitions(bench_real PRIVATE LIMBER_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
 target_link_libraries(bench_real PRIVATE limber::limber limber_flags Eigen3::Eigen ZLIB::ZLIB GTest::gtest)
+# The same and Eigen behind plain functions, for bench/solvers/real/compare.py, which adds scipy and LAPACK.
+add_library(bench_peers MODULE solvers/real/peers.cpp)
+set_target_properties(bench_peers PROPERTIES OUTPUT_NAME solve_peers LIBRARY_OUTPUT_DIRECTORY solvers)
+target_include_directories(bench_peers PRIVATE ${PROJECT_SOURCE_DIR})
+target_link_libraries(bench_peers PRIVATE limber::limber limber_flags Eigen3::Eigen)

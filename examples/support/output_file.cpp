@@ -1,6 +1,8 @@
 #include "output_file.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -15,6 +17,42 @@
 namespace files = std::filesystem;
 
 namespace {
+
+/// The temporary files that a signal that ends the program takes with it.
+const char* volatile unfinished[8];
+
+#if defined(_WIN32)
+constexpr int endings[] = {SIGINT, SIGTERM};
+void erase(const char* path) { std::remove(path); }
+#else
+constexpr int endings[] = {SIGINT, SIGTERM, SIGHUP};
+void erase(const char* path) { unlink(path); }
+#endif
+
+extern "C" void eraseUnfinished(int signal) {
+  for (const char* const path : unfinished) {
+    if (path) erase(path);
+  }
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+}
+
+/// Notes the name, which must stay where it is. A signal that is handled or ignored already stays so.
+void watchOver(const std::string& path) {
+  const auto place = std::find(std::begin(unfinished), std::end(unfinished), nullptr);
+  if (place == std::end(unfinished)) return;
+  *place = path.c_str();
+  for (const int signal : endings) {
+    const auto earlier = std::signal(signal, eraseUnfinished);
+    if (earlier != SIG_DFL && earlier != SIG_ERR) std::signal(signal, earlier);
+  }
+}
+
+void forget(const std::string& path) {
+  for (const char* volatile& place : unfinished) {
+    if (place == path.c_str()) place = nullptr;
+  }
+}
 
 [[noreturn]] void cannotWrite(const std::string& path) {
   throw InputError(path, 0, std::string("cannot be written: ") + std::strerror(errno));
@@ -74,8 +112,10 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_(path) {
     target_ = targetOf(path, status);
     temporary_ = target_ + part;
   }
+  if (!temporary_.empty()) watchOver(temporary_);
   stream_ = std::fopen((temporary_.empty() ? path_ : temporary_).c_str(), "wb");
   if (!stream_) {
+    forget(temporary_);
     temporary_.clear();
     cannotWrite(path_);
   }
@@ -85,6 +125,7 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_(path) {
 OutputFile::~OutputFile() {
   if (stream_ && stream_ != stdout) std::fclose(stream_);
   if (!temporary_.empty()) std::remove(temporary_.c_str());
+  forget(temporary_);
 }
 
 void OutputFile::complete() {
@@ -99,6 +140,7 @@ void OutputFile::finish() {
   complete();
   if (temporary_.empty()) return;
   if (std::rename(temporary_.c_str(), target_.c_str()) != 0) cannotWrite(path_);
+  forget(temporary_);
   temporary_.clear();
 }
 

@@ -4,7 +4,8 @@
 #include <string>
 
 /// A file that appears under its name only when it is complete: it is written under a temporary name in the
-/// same folder, and finish() renames it. Without finish() no file remains. A symbolic link is kept, and the
+/// same folder, and finish() renames it. Without finish() no file remains,
+/// also when Ctrl-C or another signal ends the program. A symbolic link is kept, and the
 /// file that it points to is replaced. A pipe or a device cannot be replaced and is written directly, and so
 /// is standard output under any name.
 class OutputFile {

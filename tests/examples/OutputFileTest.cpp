@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 
@@ -75,6 +77,38 @@ TEST_F(Output, ADeviceIsWrittenToAndStays) {
 TEST_F(Output, SaysWhereItCannotWrite) {
   EXPECT_THROW(OutputFile((directory / "no/such/folder").c_str()), InputError);
   EXPECT_THROW(OutputFile(directory.path()), InputError);
+}
+
+TEST_F(Output, ASignalThatEndsTheProgramLeavesNothingBehind) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    const std::string path = directory / "out";
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      std::signal(signal, SIG_DFL);
+      OutputFile out(path), other(directory / "other");
+      std::fputs("half", out.stream());
+      std::fflush(out.stream());
+      std::raise(signal);
+      _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal);
+    EXPECT_EQ(files(), 0u);
+  }
+}
+
+TEST_F(Output, ASignalThatIsIgnoredStaysIgnored) {
+  const std::string path = directory / "out";
+  const auto earlier = std::signal(SIGINT, SIG_IGN);
+  {
+    OutputFile out(path);
+    std::raise(SIGINT);
+    out.finish();
+  }
+  EXPECT_EQ(files(), 1u);
+  std::signal(SIGINT, earlier);
 }
 
 TEST_F(Output, TwoNamesOfOneFileAreTheSame) {

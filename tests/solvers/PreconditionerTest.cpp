@@ -246,7 +246,7 @@ TYPED_TEST(BandPrecond, NegativeBandwidthUsesTheDiagonal) {
   for (int i = 0; i < 3; ++i) J.addRow(i, 3, 1.0);
   CapturedOutput output;
   TypeParam precond(&J.matrix, -1, nullptr, nullptr);
-  EXPECT_NE(output.err().find(notDefinite), std::string::npos);
+  EXPECT_NE(output.err().find("Banded preconditioner not built, using the diagonal"), std::string::npos);
   Vector r = filled(3, 1.0, 1.0), z;
   precond.solve(&r, &z);
   EXPECT_TRUE(relative(z[1], r[1] / J.matrix.row(1)->magSq(), 1e-15));

@@ -12,7 +12,9 @@ namespace limber::detail {
 Vector* factorOrDiagonal(ResizeMatrix* band, const HSpMat& J, const Vector* weights, const Vector* damp) {
   const bool built = band && (band->data || J.numRows == 0);
   if (built && cholFactorBanded(band) == 0) return nullptr;
-  ReportSite{"NewCGrad", __LINE__}.error("Banded preconditioner not positive definite, using the diagonal");
+  ReportSite{"NewCGrad", __LINE__}.error(
+      built ? "Banded preconditioner not positive definite, using the diagonal"
+            : "Banded preconditioner not built, using the diagonal");
   return jjtInverseDiagonal(J, weights, damp);
 }
 
