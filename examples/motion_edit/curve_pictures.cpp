@@ -15,7 +15,7 @@ namespace {
 void legend(AIPSWriter* writer, Chart* chart, int row, const std::string& text) {
   const double unitX = (chart->x1() - chart->x0()) / chart->width(),
                unitY = (chart->y1() - chart->y0()) / chart->height();
-  const double y = chart->y1() - (14.0 + 13.0 * row) * unitY, x = chart->x1() - 190.0 * unitX;
+  const double y = chart->y1() - (14.0 + 13.0 * row) * unitY, x = chart->x1() - 215.0 * unitX;
   chart->line(x, y, x + 20.0 * unitX, y);
   writer->reset();
   chart->label(x + 25.0 * unitX, y - 3.0 * unitY, text, 9);
@@ -112,5 +112,38 @@ std::string drawConvergence(const limber::motion::Report& report) {
     char text[80];
     std::snprintf(text, sizeof text, "%zu steps, %.2g s", report.steps.size(), report.seconds);
     legend(writer, &chart, 0, text);
+  });
+}
+
+std::string drawPreconditioners(const std::vector<Convergence>& runs) {
+  const Pnt3 colours[] = {Pnt3(0.5, 0.5, 0.5), rightColour, leftColour, red};
+  const double least = 1e-9;
+  std::size_t most = 1;
+  for (const Convergence& run : runs) most = std::max(most, run.residuals.size());
+  return drawnPage([&](AIPSWriter* writer) {
+    Chart chart(writer, 60, 50, 480, 250);
+    chart.setRange(0.0, static_cast<double>(most), std::log10(least), 1.0);
+    chart.drawAxes("Conjugate gradients on the first step's dual system, by preconditioner", "iterations",
+                   "residual", Chart::Powers::Up);
+    for (std::size_t k = 0; k < runs.size(); k++) {
+      const auto pen = [&] {
+        writer->setWidth(1.4);
+        writer->strokeRGB(colours[k % 4]);
+      };
+      pen();
+      {
+        Polyline line(writer);
+        line.to(chart.x(0.0), chart.y(0.0));
+        for (std::size_t i = 0; i < runs[k].residuals.size(); i++) {
+          const double residual = std::clamp(runs[k].residuals[i], least, 10.0);
+          line.to(chart.x(static_cast<double>(i) + 1.0), chart.y(std::log10(residual)));
+        }
+      }
+      char text[120];
+      std::snprintf(text, sizeof text, "%s: %zu iteration%s, %.2g s", runs[k].name.c_str(),
+                    runs[k].residuals.size(), runs[k].residuals.size() == 1 ? "" : "s", runs[k].seconds);
+      pen();
+      legend(writer, &chart, static_cast<int>(k), text);
+    }
   });
 }

@@ -56,6 +56,7 @@ std::vector<std::string> outputsOf(const Options& options) {
   if (options.listPlants) return outputs;
   outputs.push_back(options.output + ".bvh");
   if (!options.report.empty()) outputs.push_back(options.report);
+  if (options.preconditioners) outputs.push_back(options.output + "-preconditioners.ai");
   if (!options.pictures) return outputs;
   for (const char* end : {".ai", "-speed.ai", "-convergence.ai"}) outputs.push_back(options.output + end);
   return outputs;
@@ -170,6 +171,10 @@ int run(const Options& options) {
     outputs.add(options.output + ".ai", drawMotion(scene, options.figures));
     outputs.add(options.output + "-speed.ai", drawSpeeds(scene));
     outputs.add(options.output + "-convergence.ai", drawConvergence(report));
+  }
+  if (options.preconditioners && !all.empty()) {
+    const std::vector<Convergence> runs = comparePreconditioners(before, all, options.edit);
+    outputs.add(options.output + "-preconditioners.ai", drawPreconditioners(runs));
   }
   if (!options.report.empty()) outputs.add(options.report, jsonOf(report));
   outputs.finish();

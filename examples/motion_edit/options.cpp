@@ -35,6 +35,8 @@ says so.
   --report FILE.json   writes the report as JSON too
   --figures N          stick figures in the drawing (7)
   --no-pictures        writes no drawings
+  --preconditioners    compares preconditioners for the first step's system, and also draws
+                       OUTPUT-preconditioners.ai
   --version            prints the version
 
 A script holds one wish a line, '#' begins a comment, frames count from 1:
@@ -90,6 +92,8 @@ class ArgumentReader {
       options_.report = value(word);
     } else if (word == "--no-pictures") {
       options_.pictures = false;
+    } else if (word == "--preconditioners") {
+      options_.preconditioners = true;
     } else if (word == "--ground") {
       options_.edit.ground = true;
     } else if (word == "--smooth") {

@@ -15,6 +15,7 @@ struct Options {
   std::string report;             ///< where the report is written as JSON; empty: nowhere
   bool listPlants = false;        ///< the contacts are listed, and nothing is edited
   bool pictures = true;
+  bool preconditioners = false;  ///< they are compared, and OUTPUT-preconditioners.ai is written
   int figures = 7;
   limber::motion::EditOptions edit;
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "limber_motion/motion.h"
+#include "preconditioners.h"
 #include "scene.h"
 
 // The drawings of an edit, each the text of an Illustrator file. Lengths are in body heights.
@@ -14,3 +15,5 @@ std::string drawMotion(const Scene& scene, int figures);
 std::string drawSpeeds(const Scene& scene);
 /// The largest miss after each step of the edit.
 std::string drawConvergence(const limber::motion::Report& report);
+/// The residual after each iteration of conjugate gradients, a curve for each preconditioner.
+std::string drawPreconditioners(const std::vector<Convergence>& runs);

@@ -165,6 +165,20 @@ TEST_F(MotionEditProgram, NeverWritesOverWhatItReads) {
                 "limber-motion-edit: x would be written twice");
 }
 
+TEST_F(MotionEditProgram, ComparesPreconditionersOnRequestOnly) {
+  directory.write("reach.txt", "60 LeftHand 34 128 216\nhold 1-22 LeftFoot\n");
+  ASSERT_EQ(run({"-o", "out", data + "/walk.bvh", "reach.txt"}).status, 0);
+  EXPECT_EQ(files().count("out-preconditioners.ai"), 0u);
+  ASSERT_EQ(run({"--preconditioners", "--no-pictures", "-o", "two", data + "/walk.bvh", "reach.txt"}).status,
+            0);
+  EXPECT_EQ(files().count("two.ai"), 0u);
+  const std::string drawing = readFile(directory / "two-preconditioners.ai");
+  EXPECT_GT(strokesOnThePage(drawing), 10);
+  for (const char* name : {"none: ", "diagonal: ", "blocks of frames: ", "factor of the edit: "}) {
+    EXPECT_TRUE(says(drawing, name)) << name;
+  }
+}
+
 TEST_F(MotionEditProgram, NeedsAStemForTheFilesItWrites) {
   directory.write("walk.bvh", readFile(data + "/walk.bvh"));
   expectRefused({"-o", "", "walk.bvh"}, "limber-motion-edit: -o needs the stem of file names, found ''");
