@@ -169,6 +169,14 @@ bool SlicedRows::copy(const CompressedRows& rows, int width) {
       rows.height(), width);
 }
 
+bool SlicedRows::copy(const int* starts, const int* indices, const double* values, int n, int width) {
+  return copyRows(
+      [=](int i) {
+        return Row{starts[i + 1] - starts[i], indices + starts[i], values + starts[i]};
+      },
+      n, width);
+}
+
 bool SlicedRows::copy(const SlicedRows& other) {
   height_ = width_ = slices_ = 0;
   if (other.height_ == 0) return true;

@@ -25,6 +25,8 @@ class SlicedRows {
   /// reserve() is false and when an index lies outside.
   bool copy(const SpVec* const* rows, int n, int width);
   bool copy(const CompressedRows& rows, int width);
+  /// The same for n rows whose entries stand at starts[i] ... starts[i + 1] - 1 of two arrays.
+  bool copy(const int* starts, const int* indices, const double* values, int n, int width);
   /// A deep copy. False, and then without rows, when there is no memory.
   bool copy(const SlicedRows& other);
 

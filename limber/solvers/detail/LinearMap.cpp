@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "limber/linalg/SpMat.h"
+#include "limber/linalg/detail/SlicedRows.h"
 #include "limber/solvers/Preconditioner.h"
 #include "limber/solvers/detail/FixedSums.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
-#include "limber/solvers/detail/RowSlices.h"
 #include "limber/solvers/detail/SparseRows.h"
 
 namespace limber::detail {
@@ -54,8 +54,16 @@ int RowsMap::height() const { return rows_.height; }
 
 int RowsMap::width() const { return rows_.width; }
 
+void RowsMap::layOut() {
+  auto slices = std::make_unique<SlicedRows>();
+  if (!slices->copy(rows_.start.data(), rows_.index.data(), rows_.value.data(), rows_.height, rows_.width)) {
+    throw std::bad_alloc();
+  }
+  slices_ = std::move(slices);
+}
+
 void RowsMap::multiply(const double* x, double* y) {
-  if (++products == firstSliced) slices_ = std::make_unique<RowSlices>(rows_);
+  if (++products == firstSliced && rows_.height > 0) layOut();
   if (slices_) {
     slices_->multiply(x, y);
   } else {

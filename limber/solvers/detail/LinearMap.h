@@ -14,7 +14,7 @@ class SpMat;
 namespace limber::detail {
 
 struct SparseRows;
-class RowSlices;
+class SlicedRows;
 
 /// A linear map by its products, which it counts.
 class LinearMap {
@@ -52,8 +52,10 @@ class RowsMap final : public LinearMap {
   void preciseGradient(const double* b, const double* x, double* r, double* g) override;
 
  private:
+  void layOut();
+
   const SparseRows& rows_;
-  std::unique_ptr<RowSlices> slices_;
+  std::unique_ptr<SlicedRows> slices_;
 };
 
 /// x -> A S x for compressed rows A and a diagonal S.
