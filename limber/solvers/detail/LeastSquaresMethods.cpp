@@ -278,7 +278,7 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
       }
       system.map->products += conditioned.products;
       if (tiny == 1e-11) {
-        system.keepBetter(std::move(first));
+        system.keepBetter(std::move(first));  // NOLINT(bugprone-use-after-move): the last round
       } else {
         if (system.ended() || system.goal == 0.0) break;
         first = system.state();
