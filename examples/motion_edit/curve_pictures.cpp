@@ -125,7 +125,7 @@ std::string drawPreconditioners(const std::vector<Convergence>& runs) {
     chart.setRange(0.0, static_cast<double>(most), std::log10(least), 1.0);
     chart.drawAxes("Conjugate gradients on the first step's dual system, by preconditioner", "iterations",
                    "residual", Chart::Powers::Up);
-    for (std::size_t k = 0; k < runs.size(); k++) {
+    for (std::size_t k = 0; k < runs.size(); ++k) {
       const auto pen = [&] {
         writer->setWidth(1.4);
         writer->strokeRGB(colours[k % 4]);
@@ -134,7 +134,7 @@ std::string drawPreconditioners(const std::vector<Convergence>& runs) {
       {
         Polyline line(writer);
         line.to(chart.x(0.0), chart.y(0.0));
-        for (std::size_t i = 0; i < runs[k].residuals.size(); i++) {
+        for (std::size_t i = 0; i < runs[k].residuals.size(); ++i) {
           const double residual = std::clamp(runs[k].residuals[i], least, 10.0);
           line.to(chart.x(static_cast<double>(i) + 1.0), chart.y(std::log10(residual)));
         }

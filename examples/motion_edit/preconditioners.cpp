@@ -25,7 +25,7 @@ ResizeMatrix bandOf(const Smoothness& measure, const Holds* holds) {
   return band;
 }
 
-/// J R^-1 J^T + W^-1: it is never formed.
+// J R^-1 J^T + W^-1: it is never formed.
 class DualSystem : public SpMat {
  public:
   DualSystem(const Smoothness& measure, const Holds& holds)
@@ -38,11 +38,11 @@ class DualSystem : public SpMat {
     holds_.multT(x, &forces);
     cholSolveBanded(&factor_, &forces);
     holds_.mult(&forces, y);
-    for (int i = 0; i < height(); i++)
+    for (int i = 0; i < height(); ++i)
       (*y)[i] += (*x)[i] / holds_.list()[static_cast<std::size_t>(i / 3)].weight;
   }
   void multT(const Vector* x, Vector* y) const override { mult(x, y); }
-  /// Row i of column j, from a product: slow, and of no use to the solver.
+  // Row i of column j, from a product: slow, and of no use to the solver.
   double acc(int i, int j) const override {
     Vector unit(height()), column(0);
     unit[j] = 1.0;
@@ -55,7 +55,7 @@ class DualSystem : public SpMat {
   mutable ResizeMatrix factor_;  // the solves take it as not const
 };
 
-/// (J R^-1 J^T + W^-1)^-1 = W - W J (R + J^T W J)^-1 J^T W, with the edit's own factor (Woodbury 1950).
+// (J R^-1 J^T + W^-1)^-1 = W - W J (R + J^T W J)^-1 J^T W, with the edit's own factor (Woodbury 1950).
 class PrimalFactor : public Preconditioner {
  public:
   PrimalFactor(const Smoothness& measure, const Holds& holds)
@@ -74,7 +74,7 @@ class PrimalFactor : public Preconditioner {
 
  private:
   void weigh(Vector* v) const {
-    for (int i = 0; i < holds_.height(); i++)
+    for (int i = 0; i < holds_.height(); ++i)
       (*v)[i] *= holds_.list()[static_cast<std::size_t>(i / 3)].weight;
   }
 
@@ -88,7 +88,7 @@ int record(int, double rsq, void* data) {
   return residuals.size() >= mostIterations;
 }
 
-/// The channels that move a joint with a wish, ascending.
+// The channels that move a joint with a wish, ascending.
 std::vector<int> channelsOf(const Skeleton& skeleton, const std::vector<Constraint>& wishes) {
   std::vector<int> channels;
   for (const Constraint& wish : wishes) {
@@ -100,10 +100,10 @@ std::vector<int> channelsOf(const Skeleton& skeleton, const std::vector<Constrai
   return channels;
 }
 
-/// The rows of J as they are stored for the library's preconditioners.
+// The rows of J as they are stored for the library's preconditioners.
 void copyRows(const Holds& holds, const Skeleton& skeleton, const std::vector<int>& channels,
               std::deque<SpVec>* storage, HSpMat* rows) {
-  for (int i = 0; i < holds.height(); i++) {
+  for (int i = 0; i < holds.height(); ++i) {
     storage->emplace_back();
     const Hold& hold = holds.list()[static_cast<std::size_t>(i / 3)];
     for (const int c : skeleton.chain(hold.joint)) {
@@ -141,10 +141,10 @@ std::vector<Convergence> comparePreconditioners(const Clip& original, const std:
   HSpMat rows(0);
   copyRows(holds, skeleton, channels, &storage, &rows);
   Vector spread(measure.height()), damping(holds.height());  // the diagonals of R^-1 and W^-1
-  for (int i = 0; i < spread.size(); i++) {
+  for (int i = 0; i < spread.size(); ++i) {
     spread[i] = measure.flexibility() / masses[static_cast<std::size_t>(i) % masses.size()];
   }
-  for (int i = 0; i < damping.size(); i++) damping[i] = 1.0 / list[static_cast<std::size_t>(i / 3)].weight;
+  for (int i = 0; i < damping.size(); ++i) damping[i] = 1.0 / list[static_cast<std::size_t>(i / 3)].weight;
 
   DualSystem system(measure, holds);
   Vector misses(holds.misses());

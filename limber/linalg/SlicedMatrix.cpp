@@ -19,10 +19,10 @@ using limber::detail::SlicedRows;
 
 struct SlicedMatrix::Layout {
   SlicedRows rows;
-  /// The rows of A^T without entries outside the width. Each sum of a product with A^T runs over one of them
-  /// in ascending row order of A, which is the order in which HSpMat adds its terms.
+  // The rows of A^T without entries outside the width. Each sum of a product with A^T runs over one of them
+  // in ascending row order of A, which is the order in which HSpMat adds its terms.
   SlicedRows columns;
-  /// No value is infinite or a NaN: a row times 0.0 adds nothing, so rows that must be left out need no test.
+  // No value is infinite or a NaN: a row times 0.0 adds nothing, so rows that must be left out need no test.
   bool finite = false;
 };
 

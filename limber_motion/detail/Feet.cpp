@@ -13,8 +13,8 @@ constexpr double reach = 0.1;     // ends no higher above the lowest one stand t
 constexpr double longFoot = 0.2;  // a foot's bones are no longer; a shin is
 constexpr double noBone = 1e-6;   // an end this near the joint before it is the same place
 
-/// Of each foot, the joints on the way to the end that comes lowest: five toes or fingers that were held one
-/// by one would fight each other.
+// Of each foot, the joints on the way to the end that comes lowest: five toes or fingers that were held one
+// by one would fight each other.
 std::vector<FootJoint> chainsToTheLowest(const Clip& clip, const std::vector<FootJoint>& joints) {
   std::map<int, const FootJoint*> lowest;  // of the foot's ends
   for (const FootJoint& one : joints) {
@@ -33,8 +33,8 @@ std::vector<FootJoint> chainsToTheLowest(const Clip& clip, const std::vector<Foo
   return left;
 }
 
-/// The fingers of a hand that is itself too high belong to one limb, and so do the toes of a high ankle:
-/// parts whose bones soon meet.
+// The fingers of a hand that is itself too high belong to one limb, and so do the toes of a high ankle:
+// parts whose bones soon meet.
 void joinFeet(const Clip& clip, double height, std::vector<FootJoint>* joints) {
   const auto above = [&](int j) {  // itself, the joint before it and those before that over short bones
     std::vector<int> found;
@@ -69,15 +69,15 @@ std::vector<FootJoint> findFeet(const Clip& clip, const Skeleton& skeleton, cons
     return (tracks.at(j, tracks.first()) - tracks.at(parent(j), tracks.first())).length();
   };
   std::map<int, double> ends;  // end sites and the joints before them, with their low places
-  for (int j = 0; j < skeleton.joints(); j++) {
+  for (int j = 0; j < skeleton.joints(); ++j) {
     if (!clip.joints[static_cast<std::size_t>(j)].endSite) continue;
     ends[j] = tracks.low(j);
     ends[parent(j)] = tracks.low(parent(j));
   }
   // A skeleton without end sites: the joints that nothing hangs on.
   if (ends.empty()) {
-    for (int j = 0; j < skeleton.joints(); j++) ends[j] = tracks.low(j);
-    for (int j = 1; j < skeleton.joints(); j++) ends.erase(parent(j));
+    for (int j = 0; j < skeleton.joints(); ++j) ends[j] = tracks.low(j);
+    for (int j = 1; j < skeleton.joints(); ++j) ends.erase(parent(j));
   }
   *ground = std::numeric_limits<double>::infinity();
   for (const auto& [j, low] : ends) *ground = std::min(*ground, low);

@@ -16,7 +16,7 @@ bool anyOf(const std::vector<bool>& flags) {
 
 std::vector<std::size_t> inOrderOfJoints(const std::vector<Constraint>& wishes) {
   std::vector<std::size_t> order;
-  for (std::size_t i = 0; i < wishes.size(); i++) order.push_back(i);
+  for (std::size_t i = 0; i < wishes.size(); ++i) order.push_back(i);
   std::stable_sort(order.begin(), order.end(),
                    [&](std::size_t a, std::size_t b) { return wishes[a].joint < wishes[b].joint; });
   return order;
@@ -31,13 +31,13 @@ void spreadOverRuns(const std::vector<Constraint>& wishes, std::vector<bool>* gi
         wishes[to].joint == wishes[from].joint && std::abs(wishes[to].frame - wishes[from].frame) == 1;
     if ((*givenUp)[from] && neighbours) (*givenUp)[to] = true;
   };
-  for (std::size_t i = 1; i < order.size(); i++) spread(order[i], order[i - 1]);
+  for (std::size_t i = 1; i < order.size(); ++i) spread(order[i], order[i - 1]);
   for (std::size_t i = order.size(); i-- > 1;) spread(order[i - 1], order[i]);
 }
 
 bool GivingUp::tryAgain(bool smooth, const std::vector<bool>& missed) {
   bool suffers = false;  // something that was not given up
-  for (std::size_t i = 0; i < missed.size(); i++) suffers = suffers || (missed[i] && !wishesGivenUp_[i]);
+  for (std::size_t i = 0; i < missed.size(); ++i) suffers = suffers || (missed[i] && !wishesGivenUp_[i]);
   if (smooth && !suffers) return false;
   if (anyOf(wishesGivenUp_) && pull_ > softest) {
     pull_ *= softer;
@@ -55,7 +55,7 @@ bool GivingUp::tryAgain(bool smooth, const std::vector<bool>& missed) {
 bool GivingUp::giveUpMore(const std::vector<bool>& missed) {
   for (const int rank : {1, 0}) {
     std::vector<bool> more = wishesGivenUp_;
-    for (std::size_t i = 0; i < missed.size(); i++) more[i] = more[i] || (missed[i] && rank_[i] == rank);
+    for (std::size_t i = 0; i < missed.size(); ++i) more[i] = more[i] || (missed[i] && rank_[i] == rank);
     if (more == wishesGivenUp_) continue;
     spreadOverRuns(wishes_, &more);
     wishesGivenUp_ = more;
@@ -67,11 +67,11 @@ bool GivingUp::giveUpMore(const std::vector<bool>& missed) {
 // What is met at the price of a jump, beside what cannot be met.
 bool GivingUp::giveUpBeside() {
   std::set<int> frames;
-  for (std::size_t i = 0; i < wishes_.size(); i++) {
+  for (std::size_t i = 0; i < wishes_.size(); ++i) {
     if (wishesGivenUp_[i]) frames.insert(wishes_[i].frame);
   }
   std::vector<bool> beside(wishes_.size(), false);
-  for (std::size_t i = 0; i < wishes_.size(); i++) beside[i] = frames.count(wishes_[i].frame) > 0;
+  for (std::size_t i = 0; i < wishes_.size(); ++i) beside[i] = frames.count(wishes_[i].frame) > 0;
   return giveUpMore(beside);
 }
 

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// What the library exports under this name.
+// What the library exports under this name.
 void* exported(const char* name) {
 #if defined(_WIN32)
   return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("liblimber.dll"), name));

@@ -372,7 +372,7 @@ TEST(AIPSWriter, AssignmentFinishesTheOldDrawingAndSharesTheNew) {
   EXPECT_EQ(readText(one), header + pen + trailer);
 }
 
-/// Writers of this name, with and without a stream of their own, leave what has it alone.
+// Writers of this name, with and without a stream of their own, leave what has it alone.
 void expectLeftAlone(const std::string& path) {
   CapturedOutput output;
   { AIPSWriter writer(path.c_str()); }  // a FIFO that is opened would wait for its reader

@@ -98,7 +98,7 @@ TEST(Compact, NaiveImageIsTimedOnlyWithReset) {
   EXPECT_EQ(ncompact_clock.clock->count, 2);
 }
 
-/// Waits before it answers.
+// Waits before it answers.
 class SlowMatrix : public FullMatrix {
  public:
   using FullMatrix::FullMatrix;

@@ -11,7 +11,7 @@
 namespace {
 
 using Solve = SolveReport (*)(const SpMat&, const Vector&, Vector*, const SolveOptions&);
-/// A function of this file, whose address is the same everywhere; that of one from a DLL need not be.
+// A function of this file, whose address is the same everywhere; that of one from a DLL need not be.
 SolveReport leastSquares(const SpMat& A, const Vector& b, Vector* x, const SolveOptions& options) {
   return solveLeastSquares(A, b, x, options);
 }

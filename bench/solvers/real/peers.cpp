@@ -31,7 +31,7 @@ double timed(F f) {
   return now() - from;
 }
 
-/// A class of the caller's own, which has nothing but its products.
+// A class of the caller's own, which has nothing but its products.
 class Foreign final : public SpMat {
  public:
   explicit Foreign(const HSpMat& A, int width) : A_(A), width_(width) {}
@@ -61,9 +61,9 @@ struct Answer {
   const char* message;
 };
 
-/// kind: 0 least squares, 1 definite, 2 square, 3 constraints. As a matrix of: 0 sparse rows, 1 sliced rows,
-/// 2 a dense matrix, 3 a class with nothing but products. x comes back; it is the start where `started` is
-/// not 0.
+// kind: 0 least squares, 1 definite, 2 square, 3 constraints. As a matrix of: 0 sparse rows, 1 sliced rows,
+// 2 a dense matrix, 3 a class with nothing but products. x comes back; it is the start where `started` is
+// not 0.
 void solveByLimber(const SparseInput* in, int kind, int as, double goal, int started, double* x,
                    Answer* out) {
   Entries entries(in->height, in->width);
@@ -105,8 +105,8 @@ void solveByLimber(const SparseInput* in, int kind, int as, double goal, int sta
           report.relativeResidual, seconds,           report.message};
 }
 
-/// method: 0 CG, 1 LDLT, 2 LSCG, 3 QR, 4 BiCGSTAB, 5 BiCGSTAB with ILUT, 6 LU. The status is 0 where Eigen is
-/// content.
+// method: 0 CG, 1 LDLT, 2 LSCG, 3 QR, 4 BiCGSTAB, 5 BiCGSTAB with ILUT, 6 LU. The status is 0 where Eigen is
+// content.
 void solveByEigen(const SparseInput* in, int method, double goal, double* x, Answer* out) {
   const Eigen::Map<const Matrix> map(in->height, in->width, in->start[in->height], in->start, in->index,
                                      in->value);

@@ -11,7 +11,7 @@
 namespace limber::detail {
 namespace {
 
-/// The diagonal, 0 where there is none.
+// The diagonal, 0 where there is none.
 Doubles diagonalOf(const SparseRows& rows) {
   Doubles diagonal(rows.height);
   for (int i = 0; i < rows.height; ++i) {
@@ -22,14 +22,14 @@ Doubles diagonalOf(const SparseRows& rows) {
   return diagonal;
 }
 
-/// The system D A D with a diagonal near 1.
+// The system D A D with a diagonal near 1.
 struct Equilibrated {
   SparseRows rows;
   Units units;
   Doubles inverseDiagonal;
-  /// The diagonal has elements of very different sizes.
+  // The diagonal has elements of very different sizes.
   bool graded = false;
-  /// Row i has no entries left of column i - halfBandwidth.
+  // Row i has no entries left of column i - halfBandwidth.
   int halfBandwidth = 0;
 
   explicit Equilibrated(const LinearSystem& system) : rows(system.rows), inverseDiagonal(diagonalOf(rows)) {
@@ -52,7 +52,7 @@ struct Equilibrated {
         halfBandwidth = std::max(halfBandwidth, i - rows.index[rows.start[i]]);
     }
   }
-  /// The band can be factored in the time of a few products.
+  // The band can be factored in the time of a few products.
   bool narrow() const { return 1.0 * rows.height * halfBandwidth * halfBandwidth <= 10.0 * rows.entries(); }
 };
 
@@ -71,7 +71,7 @@ Outcome diagonalCG(LinearSystem& system, const Equilibrated& scaled, int iterati
   return correctByCG(system, scaled.units, map, &inverse, iterations, &system.condition);
 }
 
-/// False where the factor costs too much.
+// False where the factor costs too much.
 bool choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowance& allowance, int iterations,
                 Outcome* outcome) {
   try {
@@ -95,12 +95,12 @@ bool choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowanc
   }
 }
 
-/// Whether an entry and its mirror image differ by more than rounding.
+// Whether an entry and its mirror image differ by more than rounding.
 bool differs(double a, double b) {
   return std::fabs(a - b) > 1e-10 * std::max(std::fabs(a), std::fabs(b)) && std::fabs(a - b) > 1e-14;
 }
 
-/// Compares each row with a column, entry by entry.
+// Compares each row with a column, entry by entry.
 bool symmetric(const SparseRows& A) {
   const SparseRows T = A.transposed();
   for (int i = 0; i < A.height; ++i) {
@@ -116,7 +116,7 @@ bool symmetric(const SparseRows& A) {
   return true;
 }
 
-/// A look at D A D, with a diagonal near 1, tells some matrices that have no place here.
+// A look at D A D, with a diagonal near 1, tells some matrices that have no place here.
 Outcome inspect(const Equilibrated& scaled) {
   const SparseRows& A = scaled.rows;
   const int n = A.height;

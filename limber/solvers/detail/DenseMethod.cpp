@@ -11,8 +11,8 @@
 namespace limber::detail {
 namespace {
 
-/// The matrix with its columns scaled to norms of 1, and for a square system its rows to largest entries near
-/// 1 before that.
+// The matrix with its columns scaled to norms of 1, and for a square system its rows to largest entries near
+// 1 before that.
 struct Scaled {
   SparseRows rows;
   Units units;
@@ -27,7 +27,7 @@ struct Scaled {
     rows.scale(nullptr, units.columns.data());
     for (int k = 0; k < rows.entries(); ++k) rows.value[k] *= factors[rows.index[k]];
   }
-  /// From the unknowns of the scaled system to those of the system.
+  // From the unknowns of the scaled system to those of the system.
   void unscale(Doubles* d) const {
     for (int j = 0; j < d->size(); ++j) {
       (*d)[j] = timesPowerOfTwo(factors[j] * (*d)[j], units.columns[j]);
@@ -35,7 +35,7 @@ struct Scaled {
   }
 };
 
-/// Makes v orthogonal to unit vectors, twice because once leaves rounding.
+// Makes v orthogonal to unit vectors, twice because once leaves rounding.
 void orthogonalise(const Array<Doubles>& units, Doubles* v) {
   const int n = v->size();
   for (int pass = 0; pass < 2; ++pass) {
@@ -47,7 +47,7 @@ void orthogonalise(const Array<Doubles>& units, Doubles* v) {
   }
 }
 
-/// Takes from x what the matrix maps to zero, so that it is the solution nearest to the start.
+// Takes from x what the matrix maps to zero, so that it is the solution nearest to the start.
 void moveToNearest(LinearSystem& system, const Scaled& scaled, const DenseQr& qr) {
   const int n = system.width;
   Array<Doubles> units;
@@ -73,7 +73,7 @@ void moveToNearest(LinearSystem& system, const Scaled& scaled, const DenseQr& qr
   system.nearest = system.replace(&way);
 }
 
-/// Solves behind the factor and adds corrections for as long as they at least halve the residual.
+// Solves behind the factor and adds corrections for as long as they at least halve the residual.
 void refine(LinearSystem& system, const Scaled& scaled, DenseQr& qr) {
   const int m = system.height;
   Doubles u(m), d(system.width);

@@ -10,7 +10,7 @@
 namespace limber::detail {
 namespace {
 
-/// y = y + s x.
+// y = y + s x.
 void add(int n, double s, const double* __restrict x, double* __restrict y) {
   for (int i = 0; i < n; ++i) y[i] += s * x[i];
 }
@@ -38,7 +38,7 @@ DenseQr::DenseQr(const SparseRows& A) : m_(A.height), n_(A.width), work_(A.heigh
   }
 }
 
-/// Exchanges column k with the one that has most left from row k on.
+// Exchanges column k with the one that has most left from row k on.
 void DenseQr::bringLargest(int k) {
   int best = k;
   double largest = -1.0;
@@ -53,7 +53,7 @@ void DenseQr::bringLargest(int k) {
   std::swap_ranges(column(k), column(k) + m_, column(best));
 }
 
-/// The reflection I - v v^T with |v|^2 = 2 that takes column k to a multiple of e_k.
+// The reflection I - v v^T with |v|^2 = 2 that takes column k to a multiple of e_k.
 void DenseQr::reflect(int k) {
   double* const v = column(k) + k;
   const int length = m_ - k;
@@ -69,7 +69,7 @@ void DenseQr::reflect(int k) {
   }
 }
 
-/// y = R^-1 y for the leading rank elements.
+// y = R^-1 y for the leading rank elements.
 void DenseQr::solveTriangle(double* y) const {
   for (int k = rank_ - 1; k >= 0; --k) {
     y[k] /= diagonal_[k];

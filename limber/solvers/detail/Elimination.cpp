@@ -8,7 +8,7 @@
 namespace limber::detail {
 namespace {
 
-/// Unknowns by their degree: a doubly linked list for each.
+// Unknowns by their degree: a doubly linked list for each.
 class DegreeLists {
  public:
   explicit DegreeLists(int n) : first_(n + 1, -1), next_(n, -1), previous_(n, -1), degree_(n, 0) {}
@@ -42,8 +42,8 @@ class DegreeLists {
   int least_ = 0;
 };
 
-/// The quotient graph: the cliques that are left, and of each unknown those it is in. A clique that holds an
-/// eliminated unknown was absorbed by the one that its elimination made.
+// The quotient graph: the cliques that are left, and of each unknown those it is in. A clique that holds an
+// eliminated unknown was absorbed by the one that its elimination made.
 class QuotientGraph {
  public:
   QuotientGraph(int n, int cliques) : n_(n), of_(n), gone_(n, 0), mark_(n, -1) {
@@ -80,11 +80,11 @@ class QuotientGraph {
   const int n_;
   Array<Ints> of_, members_;
   Ints gone_, mark_;
-  /// How many members of a clique the last elimination did not reach, if it has the stamp of that step.
+  // How many members of a clique the last elimination did not reach, if it has the stamp of that step.
   Ints outside_, stamp_;
 };
 
-/// All unknowns that share a clique with p, which goes.
+// All unknowns that share a clique with p, which goes.
 void QuotientGraph::gather(int p, int step, Ints* reached) {
   reached->resize(0);
   gone_[p] = 1;
@@ -101,7 +101,7 @@ void QuotientGraph::gather(int p, int step, Ints* reached) {
   of_[p].release();
 }
 
-/// The new clique takes the place of what it covers, and its members get their new degrees.
+// The new clique takes the place of what it covers, and its members get their new degrees.
 void QuotientGraph::update(int, int step, const Ints& reached, int left, DegreeLists* lists) {
   for (const int i : reached) {
     Ints& mine = of_[i];

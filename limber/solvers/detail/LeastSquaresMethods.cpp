@@ -14,7 +14,7 @@
 namespace limber::detail {
 namespace {
 
-/// Divides each row by its norm, and returns what it was multiplied by.
+// Divides each row by its norm, and returns what it was multiplied by.
 Doubles normaliseRows(SparseRows* rows) {
   Doubles factors(rows->height, 1.0);
   for (int i = 0; i < rows->height; ++i) {
@@ -28,8 +28,8 @@ Doubles normaliseRows(SparseRows* rows) {
   return factors;
 }
 
-/// LSMR on a map whose unknowns stand for 2^columns S as much of the system's, and whose rows are scaled by
-/// 2^rows, again and again from where it is, while that helps.
+// LSMR on a map whose unknowns stand for 2^columns S as much of the system's, and whose rows are scaled by
+// 2^rows, again and again from where it is, while that helps.
 struct LsmrRun {
   LinearSystem& system;
   LinearMap& map;
@@ -40,7 +40,7 @@ struct LsmrRun {
   Doubles work = Doubles();
 
   Outcome solve(int iterations, bool once);
-  /// Only columns are scaled: A^T r follows from the system's.
+  // Only columns are scaled: A^T r follows from the system's.
   bool plain() const { return !qr && rows.size() == 0; }
   void unscale(const double* from, int power, double* to);
 };
@@ -108,7 +108,7 @@ Outcome LsmrRun::solve(int iterations, bool once) {
   return outcome;
 }
 
-/// Conjugate gradients on A^T A x = A^T b behind the caller's preconditioner.
+// Conjugate gradients on A^T A x = A^T b behind the caller's preconditioner.
 Outcome preconditionedNormal(LinearSystem& system, int iterations) {
   NormalMap map(*system.map);
   const int n = system.width;

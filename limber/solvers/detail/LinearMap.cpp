@@ -15,10 +15,10 @@
 namespace limber::detail {
 namespace {
 
-/// The product by which so many were done that more are likely.
+// The product by which so many were done that more are likely.
 constexpr int firstSliced = 10;
 
-/// v takes n elements, or there is no memory.
+// v takes n elements, or there is no memory.
 void setSize(Vector& v, int n) {
   v.grow(n);
   if (v.count != n) throw std::bad_alloc();

@@ -11,7 +11,7 @@
 namespace limber::detail {
 namespace {
 
-/// A matrix of a foreign class with no more columns than this is copied by products with the unit vectors.
+// A matrix of a foreign class with no more columns than this is copied by products with the unit vectors.
 constexpr int copiedColumns = 4096;
 
 constexpr const char* wrongSizes = "The sizes of the matrix, the right-hand side and the start do not fit.";
@@ -20,7 +20,7 @@ bool sizesFit(const Extent& extent, const Vector& right, const Vector& start) {
   return right.count == extent.height && (start.count == 0 || start.count == extent.width);
 }
 
-/// Half of the sizes are enough where the class does not tell more.
+// Half of the sizes are enough where the class does not tell more.
 void complete(LinearSystem::Kind kind, int start, Extent* extent) {
   const bool square = kind != LinearSystem::Kind::leastSquares;
   if (square && extent->open && extent->width < extent->height) extent->width = extent->height;
@@ -167,8 +167,8 @@ double LinearSystem::sizeOf(const double* itsR, const double* itsG) const {
   return leastSquares() ? safeNorm(width, itsG) : safeNorm(height, itsR);
 }
 
-/// Whether the rounding of a plain residual might be a good part of the goal: the entries of A and
-/// b are 1 at most.
+// Whether the rounding of a plain residual might be a good part of the goal: the entries of A and
+// b are 1 at most.
 bool LinearSystem::roundingMatters(const double* at) const {
   double largest = leastSquares() ? 1.0 : 0.0;
   for (int j = 0; j < width; ++j) largest = std::max(largest, std::fabs(at[j]));

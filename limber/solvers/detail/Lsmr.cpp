@@ -10,7 +10,7 @@
 namespace limber::detail {
 namespace {
 
-/// The rotation that takes (a, b) to (length, 0).
+// The rotation that takes (a, b) to (length, 0).
 struct Rotation {
   double c, s, length;
   Rotation(double a, double b) : length(0.0) {

@@ -21,7 +21,7 @@
 namespace limber::detail {
 namespace {
 
-/// The matrix as a T, null for any other class, also one derived from it, which may multiply its own way.
+// The matrix as a T, null for any other class, also one derived from it, which may multiply its own way.
 template <class T>
 const T* exactly(const SpMat& A) {
   return typeid(A) == typeid(T) ? static_cast<const T*>(&A) : nullptr;
@@ -34,7 +34,7 @@ const FullMatrix* dense(const SpMat& A) {
 
 int entriesOf(const SpVec* row) { return row ? std::max(row->numEntries, 0) : 0; }
 
-/// Writes a matrix row by row.
+// Writes a matrix row by row.
 class Writer {
  public:
   Writer(SparseRows* out, const Extent& extent) : out_(*out) {
@@ -55,9 +55,9 @@ class Writer {
   SparseRows& out_;
 };
 
-/// Rows as they stand, with the extent that their entries tell: lengthOf(i) of them in row i, which
-/// copyRow(i, indices, values) copies. The indices are looked at in the copy: the rows may lie anywhere in
-/// memory.
+// Rows as they stand, with the extent that their entries tell: lengthOf(i) of them in row i, which
+// copyRow(i, indices, values) copies. The indices are looked at in the copy: the rows may lie anywhere in
+// memory.
 template <class LengthOf, class CopyRow>
 Extent copyRows(int height, int width, SparseRows* out, LengthOf lengthOf, CopyRow copyRow) {
   Extent extent;
@@ -119,7 +119,7 @@ void copyDense(const FullMatrix& A, const Extent& extent, SparseRows* out) {
   }
 }
 
-/// The band as its products have it: places that were never allocated are zeros.
+// The band as its products have it: places that were never allocated are zeros.
 void copyBand(const BandedMatrix& A, const Extent& extent, SparseRows* out) {
   Writer writer(out, extent);
   const long long bw = A.bw;
@@ -142,7 +142,7 @@ void copyDiagonal(int n, const double* values, double all, const Extent& extent,
   }
 }
 
-/// | H + shift I, J^T; J, lower I |
+// | H + shift I, J^T; J, lower I |
 void copyBlocks(const SQPMatrix& A, const Extent& extent, SparseRows* out) {
   SparseRows H, J;
   copyEntries(*A.H, extentOf(*A.H, 0, &H), &H);

@@ -80,10 +80,10 @@ void forEachRowDot(const HSpMat& matrix, int bandwidth, const Vector* weights, S
       const int together = std::max(1, std::min({runs.at(j), end - j, RowPanel::most}));
       double dots[RowPanel::most][RowPanel::rows];
       panel.dots(j, together, dots);
-      for (int r = 0; r < together; r++, j++) {
+      for (int r = 0; r < together; ++r, ++j) {
         const int begin = std::max(0, j - bandwidth - first);
         const int stop = std::min(count, j - first + 1);
-        for (int k = begin; k < stop; k++) store(first + k, j, dots[r][k]);
+        for (int k = begin; k < stop; ++k) store(first + k, j, dots[r][k]);
       }
     }
   }

@@ -9,7 +9,7 @@
 
 namespace limber::detail {
 
-/// The part of column k of P A P^T from the diagonal on, in a vector that is zero at the places of column k.
+// The part of column k of P A P^T from the diagonal on, in a vector that is zero at the places of column k.
 void SparseCholesky::gatherColumn(const SparseRows& A, int k, Doubles* column) const {
   const int i = shape_.order[k];
   for (int e = A.start[i]; e < A.start[i + 1]; ++e) {

@@ -9,7 +9,7 @@
 
 namespace limber::detail {
 
-/// Rotates the row in work_, which has entries from k to `last`, into R; work_ is zero again afterwards.
+// Rotates the row in work_, which has entries from k to `last`, into R; work_ is zero again afterwards.
 void SparseQr::rotateIn(int k, int last) {
   const Ints &start = shape_.start, &index = shape_.index;
   double* const work = work_.data();

@@ -7,7 +7,7 @@
 namespace limber::detail {
 namespace {
 
-/// high + low = x y exactly.
+// high + low = x y exactly.
 struct ExactProduct {
   double high, low;
   ExactProduct(double x, double y) : high(x * y) {
@@ -19,7 +19,7 @@ struct ExactProduct {
   }
 };
 
-/// A sum in twice the precision.
+// A sum in twice the precision.
 struct DoubleSum {
   double high = 0.0, low = 0.0;
   void addProduct(double x, double y) {

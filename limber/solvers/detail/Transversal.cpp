@@ -8,7 +8,7 @@
 namespace limber::detail {
 namespace {
 
-/// Matches columns with rows along entries of at least a share of the largest in their column.
+// Matches columns with rows along entries of at least a share of the largest in their column.
 class Matching {
  public:
   explicit Matching(const SparseRows& A)
@@ -25,7 +25,7 @@ class Matching {
     }
   }
 
-  /// Keeps the diagonal wherever it is at least that share of its column.
+  // Keeps the diagonal wherever it is at least that share of its column.
   void keepDiagonal(double share) {
     for (int j = 0; j < rowOf_.size(); ++j) {
       for (int k = columns_.start[j]; k < columns_.start[j + 1]; ++k) {

@@ -8,7 +8,7 @@ using limber::detail::CompressedRows;
 
 namespace {
 
-/// Calls `take` with its k-th allocation failing for every k until none does: it says so each time.
+// Calls `take` with its k-th allocation failing for every k until none does: it says so each time.
 template <class Take>
 void expectEachFailureIsTold(Take take) {
   for (int k = 0;; ++k) {

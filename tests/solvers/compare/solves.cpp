@@ -73,7 +73,7 @@ class Random {
   std::mt19937_64 engine_;
 };
 
-/// A row-sparse matrix with its rows.
+// A row-sparse matrix with its rows.
 struct Matrix {
   std::vector<std::unique_ptr<SpVec>> rows;
   HSpMat matrix;
@@ -87,7 +87,7 @@ struct Matrix {
   void add(int i, int j, double value) { rows[static_cast<std::size_t>(i)]->ins(value, j); }
 };
 
-/// Symmetric, and positive definite unless `shift` is too small.
+// Symmetric, and positive definite unless `shift` is too small.
 std::unique_ptr<Matrix> symmetric(Random& random, int n, double shift) {
   auto A = std::make_unique<Matrix>(n);
   std::vector<double> diagonal(static_cast<std::size_t>(n), shift);
@@ -106,7 +106,7 @@ std::unique_ptr<Matrix> symmetric(Random& random, int n, double shift) {
   return A;
 }
 
-/// Rows with a few entries in a window or anywhere; some are empty, repeated or badly scaled.
+// Rows with a few entries in a window or anywhere; some are empty, repeated or badly scaled.
 std::unique_ptr<Matrix> rectangular(Random& random, int height, int width) {
   auto A = std::make_unique<Matrix>(height);
   const int most = random.between(1, random.chance(0.8) ? 12 : 60);
@@ -146,7 +146,7 @@ void tune(Random& random, int size) {
   cgradDampV = cgradMassVec = nullptr;
 }
 
-/// A user's operator, so that not only the library's own are compared.
+// A user's operator, so that not only the library's own are compared.
 void twice(SpMat* A, const Vector* in, Vector* out) {
   A->mult(in, out);
   *out *= 2.0;
@@ -159,7 +159,7 @@ struct Solve {
   double rsq = 0.0;
 };
 
-/// The system with this number: solves it and returns what the call said, with x in `x`.
+// The system with this number: solves it and returns what the call said, with x in `x`.
 Solve solve(Random& random, Vector& x) {
   static const char* const names[] = {"ncgradA",    "ncgradAtA", "ncgrad",  "ncgradDamp", "ncgradJJt",
                                       "ncgradJVJt", "ncgradAAt", "cgrad",   "cgradA",     "cgradAAt",
