@@ -1,0 +1,35 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "limber_motion/motion.h"
+
+/// What an animator accepts of a clip whose feet are held.
+struct Bounds {
+  const char* clip;
+  double skate, bodyJerk;
+};
+
+/// Edits the clip with its found contacts and default options and holds it to the bounds.
+inline void expectGood(limber::motion::Clip clip, const Bounds& bounds, const std::string& what) {
+  using namespace limber::motion;
+  constexpr double degrees = 3.14159265358979323846 / 180.0;
+  const Clip before = clip;
+  const Contacts contacts = findContacts(clip);
+  Edit edit(clip);
+  edit.plant(contacts);
+  const Report report = edit.solve();
+  EXPECT_TRUE(report.met) << what << "\n" << textOf(report);
+  EXPECT_TRUE(report.missAfter <= 1e-4) << what;
+  EXPECT_LE(report.steps.size(), 8u) << what;
+  const Quality quality = measureQuality(before, clip);
+  EXPECT_GT(quality.standingFrames, 10) << what;
+  EXPECT_TRUE(quality.skateAfter <= bounds.skate) << what << ": " << quality.skateAfter;
+  EXPECT_TRUE(quality.edgeJerk <= 1.1) << what << ": " << quality.edgeJerk;
+  EXPECT_TRUE(quality.largestEdgeJerk <= 3.0) << what << ": " << quality.largestEdgeJerk;
+  EXPECT_TRUE(quality.bodyJerk <= bounds.bodyJerk) << what << ": " << quality.bodyJerk;
+  EXPECT_TRUE(quality.belowAfter <= quality.belowBefore) << what << ": " << quality.belowAfter;
+  EXPECT_TRUE(quality.turn <= 20.0 * degrees) << what << ": " << quality.turn / degrees;
+}
