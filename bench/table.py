@@ -13,7 +13,10 @@ import sys
 
 UNITS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 ROOMS = ("foundation", "linalg", "solvers", "geometry", "ode", "io", "graphics", "motion")
-PEERS = {"eigen": "Eigen", "direct": "LAPACK, called directly"}
+PEERS = {"eigen": "Eigen", "direct": "LAPACK, called directly", "Glm": "GLM", "Fprintf": "fprintf",
+         "PlainEigen": "Eigen, not normalized", "PlainGlm": "GLM, not normalized", "PlainImath": "Imath, not normalized",
+         "EigenUnpivoted": "Eigen, no pivoting", "EigenUnpivotedInPlace": "Eigen, no pivoting, in place",
+         "EigenFullPivoting": "Eigen, full pivoting", "ImathPivoting": "Imath, pivoting"}
 LIBRARIES = ("libeigen3-dev", "libglm-dev", "libimath-dev", "libboost-dev", "libsuitesparse-dev", "libopenblas-serial-dev",
              "zlib1g-dev")
 
@@ -85,7 +88,8 @@ def rows_of(room, report):
         if bases:
             base = max(bases, key=len)
             own, theirs = ours[base, arguments], time_of(run, room)
-            peer = re.sub(r"(?<=[a-z])(?=[A-Z])", ", ", stem[len(base):].lstrip("_")).capitalize()
+            peer = stem[len(base):].lstrip("_")
+            peer = PEERS.get(peer, peer)
             yield base + ("/" + arguments if arguments else ""), shown(own), peer, shown(theirs), own / theirs
 
 
@@ -100,7 +104,7 @@ def table_of(room, report, works):
                 rows.append((place, f"| {text} | {ours} | {named if named and peer in ('peer', 'Eigen') else peer} "
                                     f"| {theirs} | {ratio:.2f} |"))
                 break
-    return [row for _, row in sorted(rows, key=lambda r: r[0])]
+    return [row for _, row in sorted(rows)]
 
 
 def said(*command):
@@ -133,9 +137,11 @@ def page_of(results, works):
         if path.exists():
             report = json.loads(path.read_text())
             context = report["context"]
-            load = ", ".join(f"{x:.1f}" for x in context.get("load_avg", []))
+            loads = context.get("load_avg", [0.0])
+            load = ", ".join(f"{x:.1f}" for x in loads)
+            shared = " Others used the machine meanwhile: these figures are rough." if loads[0] > context["num_cpus"] else ""
             lines += [f"## {room}", "",
-                      f"{context['date'][:16]}, {context['num_cpus']} processors, load at the start {load}.", "",
+                      f"{context['date'][:16]}, {context['num_cpus']} processors, load at the start {load}.{shared}", "",
                       "| work | Limber | peer | its time | ratio |", "|---|---|---|---|---|"]
             lines += table_of(room, report, works) + [""]
     return "\n".join(lines)
