@@ -96,6 +96,13 @@ void Edit::reach(int frame, int joint, const Pnt3& point, double weight) {
   wishes_.push_back({frame, joint, point, weight});
 }
 
+void Edit::hold(int first, int last, int joint) {
+  const bool exists = joint >= 0 && joint < static_cast<int>(clip_.joints.size());
+  const bool inClip = first >= 0 && first < clip_.frames;
+  const Pnt3 place = exists && inClip ? Skeleton(clip_).position(joint, clip_.frame(first)) : Pnt3();
+  for (int f = first; f <= last; f++) reach(f, joint, place);
+}
+
 void Edit::add(const std::vector<Constraint>& constraints) {
   for (const Constraint& c : constraints) reach(c.frame, c.joint, c.target, c.weight);
 }

@@ -50,7 +50,10 @@ class LIMBER_MOTION_API Edit {
   /// there, one below only pulls. Error for a frame or joint that the clip does not have, a point that is not
   /// finite and a second point for the same joint and frame. It replaces a contact's place.
   void reach(int frame, int joint, const Pnt3& point, double weight = 1.0);
-  /// The same for each of them.
+  /// Keeps a joint in the frames first .. last, both included, where the clip has it in `first`. Errors as
+  /// for reach.
+  void hold(int first, int last, int joint);
+  /// Like reach for each of them.
   void add(const std::vector<Constraint>& constraints);
 
   /// Edits the clip and says how that went. What cannot be met is approached as far as the motion stays

@@ -93,9 +93,9 @@ void OutputFile::requireWritable(const std::string& path) {
   }
   if (isStandardOutput(path) || !isReplaced(status)) return;
   const std::string temporary = targetOf(path, status) + part;
-  std::FILE* const tried = std::fopen(temporary.c_str(), "wbx");
-  if (!tried && errno != EEXIST) cannotWrite(path);
-  if (!tried) return;
+  if (files::exists(files::symlink_status(temporary, error))) return;
+  std::FILE* const tried = std::fopen(temporary.c_str(), "wb");
+  if (!tried) cannotWrite(path);
   std::fclose(tried);
   std::remove(temporary.c_str());
 }

@@ -54,6 +54,24 @@ TEST(Edit, AReachOfOneFrameFadesOverTheTimeConstantAndLeavesFarFramesAlone) {
   EXPECT_LT(moved(100), 0.15);
 }
 
+TEST(Edit, HoldsAJointWhereItIsBesidePlants) {
+  Clip clip = walk();
+  const Skeleton skeleton(clip);
+  const int head = clip.find("Head");
+  const Pnt3 place = skeleton.position(head, clip.frame(30));
+  Edit edit(clip);
+  edit.plant(findContacts(clip));
+  edit.hold(30, 33, head);
+  const Report report = edit.solve();
+  EXPECT_TRUE(report.met) << textOf(report);
+  for (int f = 30; f <= 33; f++) {
+    EXPECT_LE((skeleton.position(head, clip.frame(f)) - place).length(), 1e-4 * skeleton.height()) << f;
+  }
+  Clip other = walk();
+  EXPECT_THROW(Edit(other).hold(0, 3, -1), Error);
+  EXPECT_THROW(Edit(other).hold(118, 120, head), Error);
+}
+
 TEST(Edit, RefusesASecondTargetForTheSameJointAndFrame) {
   Clip clip = walk();
   Edit edit(clip);
