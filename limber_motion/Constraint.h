@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Where joints shall be: the wishes that an edit meets.
+/// The constraints of an edit: where joints must be.
 
 #include <vector>
 
@@ -10,16 +10,18 @@
 
 namespace limber::motion {
 
-/// A joint or end site shall be at `target` in `frame`. The weight scales the constraint's equations: above 1
-/// it is met more closely where not all can be met, and below 1 it pulls only.
+/// A joint or end site must be at `target` in `frame`. The weight scales the constraint's equations. From 1
+/// on, the constraint is to be met, and a larger weight brings it closer where not all can be met. Below 1 it
+/// only pulls.
 struct Constraint {
   int frame;  ///< from 0
   int joint;
-  Pnt3 target;  ///< in the world, in the clip's unit
+  Pnt3 target;  ///< in world coordinates, in the clip's unit
   double weight;
 };
 
-/// Sorts by frame and, within a frame, by joint; each joint is kept once a frame (its last wish counts).
+/// Sorts by frame and, within a frame, by joint. If a joint has several constraints in a frame, only the last
+/// one is kept.
 LIMBER_MOTION_API void sortByFrame(std::vector<Constraint>* constraints);
 
 }  // namespace limber::motion

@@ -7,25 +7,25 @@
 
 namespace limber::motion {
 
-/// The curves that an edit adds to the channels: one unknown a frame, or the coefficients of smooth curves
-/// with knots that stand several frames apart. The change in a frame is a weighted sum of up to four unknowns
-/// of neighbouring times.
+/// The curves that an edit adds to the channels. The unknowns are either one value per frame or the
+/// coefficients of smooth curves whose knots are several frames apart. The change in a frame is a weighted
+/// sum of up to four unknowns that are consecutive in time.
 class LIMBER_MOTION_API Curves {
  public:
-  /// `spacing` in frames; 0 or 1: one unknown a frame.
+  /// `spacing` is in frames. With 0 or 1 there is one unknown per frame.
   Curves(int frames, int spacing);
 
   int times() const { return times_; }
-  /// Frames between one time and the next.
+  /// The number of frames from one time to the next.
   int spacing() const { return spacing_; }
 
   struct Basis {
     int first, count;  ///< the times first .. first + count - 1
-    double weight[4];  ///< add to 1
+    double weight[4];  ///< their sum is 1
   };
   /// change(frame) = sum over k < count of weight[k] unknown[first + k].
   Basis at(int frame) const;
-  /// Times that one frame depends on.
+  /// The number of times that one frame depends on.
   int overlap() const { return spline_ ? 4 : 1; }
 
  private:

@@ -19,20 +19,23 @@
 
 namespace limber::motion {
 
-/// How a clip is edited. Times are in seconds, lengths in body heights, angles in radians.
+/// The options of an edit. Times are in seconds, lengths in body heights, angles in radians.
 struct EditOptions {
-  double smooth = 0.16;  ///< the time constant of the change: what one frame asks for fades in about three
-  double knots = 0.0;    ///< between the knots of coarse curves; 0: one unknown a frame
-  double goal = 1e-4;    ///< largest miss allowed
-  int mostSteps = 8;     ///< Gauss-Newton steps of one attempt; another is made where wishes cannot be met
-  double mostTurn = 1.0472;  ///< no angle is changed by more: other joints make up for one that would be
-  bool ground = false;       ///< keep the feet above the ground; else only no deeper than they were
-  std::map<std::string, double> stiffness;        ///< of joints by name, for the defaults of jointStiffness
+  double smooth = 0.16;  ///< time constant of the change: the effect of one frame's target fades within about
+                         ///< three times this
+  double knots = 0.0;    ///< time between the knots of coarse curves; 0: one unknown per frame
+  double goal = 1e-4;    ///< largest distance from a target that is allowed
+  int mostSteps = 8;     ///< largest number of Gauss-Newton steps of one attempt; targets that cannot be met
+                         ///< lead to more attempts
+  double mostTurn = 1.0472;  ///< no angle changes by more than this; other joints make up for one that would
+  bool ground = false;  ///< keep the feet above the ground; if false, no foot goes deeper than the ground or
+                        ///< its own lowest point in the original
+  std::map<std::string, double> stiffness;        ///< by joint name; replaces the default of jointStiffness
   std::function<bool(const EditStep&)> observer;  ///< called after each step; false ends the edit there
 };
 
-/// An edit of a clip: where joints shall be, and the smallest smooth change of the motion that brings them
-/// there. The change is measured by Smoothness; docs/guide/motion.md explains the mathematics.
+/// An edit of a clip: the targets of joints, and the smallest smooth change of the motion that meets them.
+/// Smoothness measures the change; docs/guide/motion.md explains the mathematics.
 ///
 ///     Edit edit(clip);
 ///     edit.plant(findContacts(clip));
@@ -40,25 +43,26 @@ struct EditOptions {
 ///     Report report = edit.solve();
 class LIMBER_MOTION_API Edit {
  public:
-  /// The clip must outlive the edit, which changes it in solve. Error for a clip with numbers that are not
-  /// finite, for one without frames, and for a skeleton without extent.
+  /// The clip must outlive the edit; solve() changes it. Throws Error if the clip has numbers that are not
+  /// finite or no frames, or if the skeleton has no extent.
   explicit Edit(Clip& clip, EditOptions options = EditOptions());
 
   /// Holds each contact's joint at its place in its frames.
   void plant(const Contacts& contacts);
-  /// Holds a joint at a point in one frame (from 0), in the clip's unit. A weight of 1 or more holds it
-  /// there, one below only pulls. Error for a frame or joint that the clip does not have, a point that is not
-  /// finite and a second point for the same joint and frame. It replaces a contact's place.
+  /// Holds a joint at a point in one frame (from 0), in the clip's unit. A weight of 1 or more holds the
+  /// joint there; a smaller weight only pulls. Throws Error if the clip does not have the frame or joint, or
+  /// if the point is not finite; solve() throws it if a joint has a second point in the same frame. The point
+  /// replaces the place of a contact.
   void reach(int frame, int joint, const Pnt3& point, double weight = 1.0);
-  /// Keeps a joint in the frames first .. last, both included, where the clip has it in `first`. Errors as
-  /// for reach.
+  /// Keeps a joint in the frames first .. last, both included, where the clip has it in the frame `first`.
+  /// Throws as reach does.
   void hold(int first, int last, int joint);
-  /// Like reach for each of them.
+  /// Calls reach for each constraint.
   void add(const std::vector<Constraint>& constraints);
 
-  /// Edits the clip and says how that went. What cannot be met is approached as far as the motion stays
-  /// smooth (largest edge jerk 3, body jerk 1.7 times that of the original) and everything else is met; the
-  /// report says what is missing and why. To be called once.
+  /// Edits the clip and reports the result. Targets that cannot be met are approached only as far as the
+  /// motion stays smooth (largest edge jerk at most 3 times and body jerk at most 1.7 times that of the
+  /// original) and all other targets are met; the report says what is missing and why. Call it only once.
   Report solve();
 
  private:
@@ -68,9 +72,9 @@ class LIMBER_MOTION_API Edit {
 
   Clip& clip_;
   EditOptions options_;
-  Contacts feet_;                   // what is known of the feet and the ground
-  std::vector<Constraint> plants_;  // of weight 1, from contacts
-  std::vector<Constraint> wishes_;  // from reach and add
+  Contacts feet_;                   // the feet and the ground
+  std::vector<Constraint> plants_;  // from contacts, with weight 1
+  std::vector<Constraint> wishes_;  // from reach, hold and add
   bool planted_ = false;
 };
 

@@ -7,12 +7,12 @@
 
 namespace limber::motion {
 
-/// The one exception of this component: input that cannot be used, or a file that cannot be read or written.
-/// what() is "file:line: message", "file: message" without a line, and the message alone without a file.
+/// The only exception class of this component: the input is not valid, or a file cannot be read or written.
+/// what() is "file:line: message", or "file: message" without a line, or only the message without a file.
 class LIMBER_MOTION_API Error : public std::runtime_error {
  public:
   explicit Error(const std::string& message);
-  /// `line` counts from 1; 0 where the message concerns the whole file.
+  /// `line` counts from 1. It is 0 if the message concerns the whole file.
   Error(const std::string& file, int line, const std::string& message);
   ~Error() override;
 

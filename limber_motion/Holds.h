@@ -19,28 +19,29 @@ namespace limber::motion {
 
 LIMBER_FIXED_TABLE_BEGIN
 
-/// One joint in one frame, held at `target`: in the world's x, y and z, or in the height y alone.
+/// One joint that is held at `target` in one frame: at the world's x, y and z, or only at the height y.
 struct Hold {
   int frame, joint;
   Pnt3 target;
-  double weight;    ///< of its rows in the sum of squares
-  bool exact;       ///< to be met, not only approached
+  double weight;    ///< the factor of its squared misses in the sum of squares
+  bool exact;       ///< must be met, not only approached
   bool heightOnly;  ///< only y counts
 };
 
-/// The derivative J of the held joints' positions by the unknowns of an edit. Rows stand in the order of the
-/// holds, three each (x, y, z; those that do not count are zero). The unknown of channel c at time t has the
-/// index t channels + c, where the channels are only those that move a held joint: all others are best left
-/// alone, because the measure of smoothness does not couple channels. J^T W J is a band matrix, because a row
-/// depends on unknowns of its own frame's times only.
+/// The derivative J of the held joints' positions with respect to the unknowns of an edit. Its rows have the
+/// order of the holds, three for each (x, y, z; rows that do not count are zero). The unknown of channel c at
+/// time t has the index t channels + c. Only channels that move a held joint are included: the other channels
+/// are best left unchanged, because the measure of smoothness does not couple channels. J^T W J is a band
+/// matrix, because a row depends only on unknowns of the times near its frame.
 class LIMBER_MOTION_API Holds : public SpMat {
  public:
-  /// `channels`: places in a frame, ascending. The skeleton and the curves must outlive it.
+  /// `channels` are indices in a frame, in ascending order. The skeleton and the curves must outlive this
+  /// object.
   Holds(const Skeleton& skeleton, const Curves& curves, const std::vector<int>& channels);
 
-  /// Takes the holds, sorted by frame, with J and the misses at the motion `clip`.
+  /// Sets the holds, which are sorted by frame, and computes J and the misses for the motion `clip`.
   void linearize(const std::vector<Hold>& holds, const Clip& clip);
-  /// target - position, three a hold.
+  /// target - position, three numbers per hold.
   const Vector& misses() const { return misses_; }
   const std::vector<Hold>& list() const { return holds_; }
 
@@ -52,24 +53,24 @@ class LIMBER_MOTION_API Holds : public SpMat {
   void multT(const Vector* x, Vector* y) const override;
   double acc(int i, int j) const override;
 
-  /// No element of J^T W J further from the diagonal than this is different from 0.
+  /// Elements of J^T W J further from the diagonal than this are zero.
   int halfBandwidth() const { return curves_.overlap() * channels_ - 1; }
-  /// Adds J^T W J, W being diagonal with the holds' weights, to the upper band of a symmetric matrix in the
-  /// layout of cholFactorBanded: band(j, kd - (j - i)) += (J^T W J)(i, j) for i <= j.
+  /// Adds J^T W J to the upper band of a symmetric matrix in the layout of cholFactorBanded: band(j, kd - (j
+  /// - i)) += (J^T W J)(i, j) for i <= j. W is diagonal and contains the weights of the holds.
   void addSquareTo(FullMatrix* band) const;
 
  private:
   struct Entry {
-    int channel;      // its place among the edit's channels
-    double slope[3];  // of x, y and z
+    int channel;      // its index among the edit's channels
+    double slope[3];  // the derivatives of x, y and z
   };
 
   const Skeleton& skeleton_;
   const Curves& curves_;
   int channels_;
-  std::vector<int> place_;  // of a clip's channel among the edit's, -1 for the others
+  std::vector<int> place_;  // for each channel of a clip its index among the edit's channels, or -1
   std::vector<Hold> holds_;
-  std::vector<std::size_t> begin_;  // of each hold's entries, and one behind the last
+  std::vector<std::size_t> begin_;  // where the entries of each hold begin, then the end
   std::vector<Entry> entries_;
   Vector misses_;
 };

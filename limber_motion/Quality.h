@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The ruler: how well an edited clip keeps what an eye looks at.
+/// Measures how well an edited clip keeps what a viewer notices.
 
 #include <vector>
 
@@ -10,38 +10,39 @@
 
 namespace limber::motion {
 
-/// The frames first .. end - 1, in which a joint stands.
+/// A joint that stands in the frames first .. end - 1.
 struct Stand {
   int joint, first, end;
 };
 
-/// What stands in a clip by the ruler's own rule, which is deliberately simple and not that of findContacts:
-/// a foot joint (an end site or its parent, whose low place is within 0.1 heights of the lowest one's) is
-/// within 0.05 heights of its low place and slower than 0.1 heights a second, for at least 0.1 s, gaps up to
-/// 0.05 s closed. The low place of a joint is the 5th percentile of its height, the first frame left out; its
-/// speed the central difference over 0.05 s. `ground`, when not null, gets the lowest of the low places.
+/// Finds what stands in a clip. Contract: the rule is simple and independent of findContacts. A foot joint is
+/// an end site, or the parent of one, whose low place is at most 0.1 heights above the lowest of all low
+/// places. It stands while it is less than 0.05 heights above its low place and slower than 0.1 heights per
+/// second, for at least 0.1 s; gaps of up to 0.05 s are closed. The low place of a joint is the 5th
+/// percentile of its height, without the first frame. Its speed is the central difference over 0.05 s.
+/// `ground`, if not null, receives the lowest of the low places.
 LIMBER_MOTION_API std::vector<Stand> findStands(const Clip& clip, double* ground = nullptr);
 
-/// An edited clip compared with the one that it was made of. Lengths are parts of the body's height, times
+/// Compares an edited clip with its original. Lengths are fractions of the body's height, times are in
 /// seconds.
 struct Quality {
-  int stands = 0, standingFrames = 0;              ///< all frames of all stands
-  double skateBefore = 0.0, skateAfter = 0.0;      ///< mean horizontal speed of what stands
-  double fastestBefore = 0.0, fastestAfter = 0.0;  ///< largest of these speeds
-  double wanderBefore = 0.0, wanderAfter = 0.0;    ///< largest distance from the mean place in a stand
-  double edgeJerk = 0.0, largestEdgeJerk = 0.0;    ///< at the ends of the stands, after over before
-  double bodyJerk = 0.0;                           ///< of all joints, after over before
-  double belowBefore = 0.0, belowAfter = 0.0;      ///< how far the stands' joints go below the ground
-  double turn = 0.0;                               ///< largest change of a rotation channel, radians
+  int stands = 0, standingFrames = 0;              ///< their number, and the total of their frames
+  double skateBefore = 0.0, skateAfter = 0.0;      ///< mean horizontal speed of the standing joints
+  double fastestBefore = 0.0, fastestAfter = 0.0;  ///< the largest of these speeds
+  double wanderBefore = 0.0, wanderAfter = 0.0;    ///< largest distance from the mean position of a stand
+  double edgeJerk = 0.0, largestEdgeJerk = 0.0;    ///< at the ends of the stands: ratio of after to before
+  double bodyJerk = 0.0;                           ///< of all joints: ratio of after to before
+  double belowBefore = 0.0, belowAfter = 0.0;      ///< how far the joints of the stands go below the ground
+  double turn = 0.0;                               ///< largest change of a rotation channel, in radians
 };
 
-/// The ruler with stands of the caller's choice. The jerk at an end of a stand is the largest third
-/// difference of the joint's place within 0.1 s of it, divided by the same before, or by that of 1 height /
-/// s^3 where it was less; the body's is the root mean square of the third differences of all joints and
-/// frames. The clips must have the same joints and frames; Error when they do not.
+/// Measures with the given stands. The jerk at an end of a stand is the largest third difference of the
+/// joint's position within 0.1 s of that end. It is divided by the jerk of the original, or by a jerk of 1
+/// height / s^3 if that is larger. The jerk of the body is the root mean square of the third differences of
+/// all joints and frames. Throws Error if the clips do not have the same joints, channels and frames.
 LIMBER_MOTION_API Quality measureQuality(const Clip& before, const Clip& after,
                                          const std::vector<Stand>& stands, double ground);
-/// With the stands of findStands(before).
+/// Measures with the stands of findStands(before).
 LIMBER_MOTION_API Quality measureQuality(const Clip& before, const Clip& after);
 
 }  // namespace limber::motion

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What an edit did, for the animator.
+/// The result of an edit, for the animator.
 
 #include <string>
 #include <vector>
@@ -11,39 +11,40 @@
 
 namespace limber::motion {
 
-/// One Gauss-Newton step. Misses are in body heights.
+/// One Gauss-Newton step. Distances from targets (misses) are in body heights.
 struct EditStep {
   int number = 0;      ///< from 1
-  bool exact = false;  ///< a step that meets the targets; else one that approaches them smoothly
-  double before = 0.0, after = 0.0;  ///< largest miss of what is held
-  double scale = 0.0;                ///< the part of the step that was taken
-  double turn = 0.0;                 ///< largest change of an angle by now, radians
+  bool exact = false;  ///< the step meets the targets exactly; if false, it approaches them smoothly
+  double before = 0.0, after = 0.0;  ///< largest miss of the held joints
+  double scale = 0.0;                ///< the fraction of the step that was taken
+  double turn = 0.0;                 ///< largest change of an angle so far, in radians
   double seconds = 0.0;
 };
 
-/// The outcome of an edit. Everything is computed from the clip as it was and as it is now, over all frames;
-/// lengths are parts of the body's height, speeds parts of it a second, angles in radians.
+/// The outcome of an edit. Everything is computed from the clip before and after the edit, over all frames.
+/// Lengths are fractions of the body's height, speeds are such fractions per second, angles are in radians.
 struct Report {
-  bool met = false;         ///< every held joint is within the goal in every frame, nothing was refused
-  bool impossible = false;  ///< no motion can meet what was asked for, or nothing was
-  std::vector<std::string> reasons;  ///< why not, a sentence each
-  std::vector<std::string> notes;    ///< what else the animator should know
+  bool met = false;  ///< every held joint is within the goal in every frame, no target was refused, and the
+                     ///< observer did not end the edit
+  bool impossible = false;           ///< no motion can meet all targets, or there were no targets
+  std::vector<std::string> reasons;  ///< why the edit was not met, one sentence each
+  std::vector<std::string> notes;    ///< other facts that the animator should know
   double height = 0.0;               ///< of the body, in the clip's unit
 
-  int contacts = 0;    ///< runs of frames in which a foot is held, or anything for 0.25 s
-  int heldFrames = 0;  ///< their frames, of all joints together
-  double skateBefore = 0.0, skateAfter = 0.0;      ///< mean horizontal speed in all of them
+  int contacts = 0;    ///< runs of frames in which a foot is held, or any joint for at least 0.25 s
+  int heldFrames = 0;  ///< the number of their frames, summed over all joints
+  double skateBefore = 0.0, skateAfter = 0.0;      ///< mean horizontal speed in these frames
   double fastestBefore = 0.0, fastestAfter = 0.0;  ///< largest
   double missBefore = 0.0, missAfter = 0.0;        ///< largest distance from a target
-  std::string missJoint;                           ///< where that is, in the edited clip
+  std::string missJoint;                           ///< the joint with the largest miss in the edited clip
   int missFrame = 0;                               ///< from 1
-  double goal = 0.0;                               ///< the largest miss allowed
+  double goal = 0.0;                               ///< the largest miss that is allowed
 
   double turn = 0.0;                             ///< largest change of an angle
   std::string turnJoint;                         ///< where
   int turnFrame = 0;                             ///< from 1
-  double edgeJerk = 0.0, largestEdgeJerk = 0.0;  ///< at the ends of the contacts, after over before
-  double bodyJerk = 0.0;                         ///< of the whole body, after over before
+  double edgeJerk = 0.0, largestEdgeJerk = 0.0;  ///< at the ends of the contacts: ratio of after to before
+  double bodyJerk = 0.0;                         ///< of the whole body: ratio of after to before
   double belowBefore = 0.0, belowAfter = 0.0;    ///< how far the feet go below the ground
   int framesChanged = 0;
 
@@ -51,9 +52,9 @@ struct Report {
   double seconds = 0.0;
 };
 
-/// The report as lines of plain English. Lengths are given in heights and in the clip's unit.
+/// The report as lines of text. Lengths are given in heights and in the clip's unit.
 LIMBER_MOTION_API std::string textOf(const Report& report);
-/// The report as a JSON object; the fields have the names and units that they have here.
+/// The report as a JSON object. The fields have the same names and units as here.
 LIMBER_MOTION_API std::string jsonOf(const Report& report);
 
 }  // namespace limber::motion

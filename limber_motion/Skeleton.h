@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The kinematics of a clip's skeleton: where its joints are, and how that changes with the channels.
+/// The kinematics of a clip's skeleton: the positions of its joints and their derivatives by the channels.
 
 #include <vector>
 
@@ -13,15 +13,16 @@ class SpVec;
 
 namespace limber::motion {
 
-/// A skeleton in one frame: where each joint is, and about (or along) which axis each channel moves it.
+/// A skeleton in one frame: the position of each joint, and the axis about (or along) which each channel
+/// moves it.
 struct Pose {
-  std::vector<Pnt3> position;  ///< of each joint and end site, in the world
-  std::vector<Pnt3> axis;      ///< of each channel, in the world, of length 1
+  std::vector<Pnt3> position;  ///< of each joint and end site, in world coordinates
+  std::vector<Pnt3> axis;      ///< of each channel, in world coordinates, with length 1
 };
 
-/// The kinematics of a clip's skeleton. A joint's origin is its OFFSET from its parent in the parent's axes,
-/// a position channel replacing the offset on its axis; its axes are the parent's turned by its rotation
-/// channels, the last channel acting on a point first. It copies what it needs of the clip.
+/// The kinematics of a clip's skeleton. A joint's origin is its OFFSET in the axes of its parent; a position
+/// channel replaces the offset on its axis. A joint's axes are the parent's axes turned by the joint's
+/// rotation channels; the last channel acts on a point first. The object copies what it needs from the clip.
 class LIMBER_MOTION_API Skeleton {
  public:
   explicit Skeleton(const Clip& clip);
@@ -31,30 +32,31 @@ class LIMBER_MOTION_API Skeleton {
 
   /// The pose of a frame, in one sweep from the root.
   void pose(const double* frame, Pose* out) const;
-  /// The channels that move a joint, from the root's on, in ascending order.
+  /// The channels that move a joint, from the root down, in ascending order.
   const std::vector<int>& chain(int joint) const { return joints_[static_cast<std::size_t>(joint)].chain; }
   /// The joint that a channel moves.
   int owner(int channel) const { return channels_[static_cast<std::size_t>(channel)].joint; }
   bool isRotation(int channel) const { return channels_[static_cast<std::size_t>(channel)].rotation; }
-  /// d position(joint) / d channel for a channel of chain(joint): axis x (position(joint) - position(owner))
-  /// for a rotation, in lengths a radian, and the axis itself for a translation.
+  /// d position(joint) / d channel for a channel of chain(joint). For a rotation this is axis x
+  /// (position(joint) - position(owner)), in units of length per radian. For a translation it is the axis.
   Pnt3 derivative(const Pose& pose, int joint, int channel) const;
 
-  /// The position of a joint or end site in the world.
+  /// The position of a joint or end site in world coordinates.
   Pnt3 position(int joint, const double* frame) const;
   /// The positions of all joints and end sites.
   std::vector<Pnt3> positions(const double* frame) const;
-  /// The position and its derivative rows (x, y, z), indexed by the place of a channel in a frame.
+  /// The position, and the rows of its derivative (x, y, z). The rows are indexed by the index of a channel
+  /// in a frame.
   Pnt3 position(int joint, const double* frame, SpVec rows[3]) const;
 
-  /// The body's height: the vertical (y) extent of the joints put together by their offsets alone, or the
-  /// largest extent where that is flat; where all offsets are zero, the same of the clip's first frame. What
-  /// lengths are measured against.
+  /// The body's height, which is the unit of relative lengths: the vertical (y) extent of the skeleton when
+  /// all rotations are zero and only the offsets count, or its largest extent if that is flat. If all offsets
+  /// are zero, the extent of the clip's first frame is used.
   double height() const { return height_; }
 
  private:
   struct Part {
-    int parent, firstChannel, lastChannel;  // lastChannel is one behind the joint's own
+    int parent, firstChannel, lastChannel;  // lastChannel is the one after the joint's last channel
     Pnt3 offset;
     std::vector<int> chain;
   };

@@ -13,28 +13,29 @@
 
 namespace limber::motion {
 
-/// An unknown that is kept near a value, because it would go too far.
+/// An unknown that is kept near a value, because otherwise it would go too far.
 struct Bound {
   int unknown;
   double value;   ///< of d + x
-  double weight;  ///< of the distance's square
+  double weight;  ///< the weight of the squared distance from the value
 };
 
-/// From the change d made so far, the step x that makes
+/// Computes the step x that minimises
 ///     (d + x)^T R (d + x) + (c - J x)^T W (c - J x)
-/// smallest, under the condition that the rows of exact holds are met, J x = c. (R the measure of smoothness,
-/// J and the misses c of the holds, W their weights.) Each bound adds its weight times the square of the
-/// distance between its unknown of d + x and its value.
+/// subject to J x = c in the rows of exact holds. d is the change made so far, R the measure of smoothness, J
+/// and c are the derivatives and the misses of the holds, and W their weights. Each bound adds its weight
+/// times the squared distance between its unknown of d + x and its value.
 ///
-/// Its matrix R + J^T W J is a band of half bandwidth 2 channels (or what the curves' overlap makes it),
-/// factored by Cholesky's method: its cost is linear in the frames, and no iteration has to converge. The
-/// exact rows are met by the method of multipliers (Hestenes 1969; Powell 1969): each round solves with the
-/// same factor and adds W times what is still missed to the multipliers. Where rows depend on one another or
-/// contradict each other, the rounds give the closest that there is.
+/// The matrix R + J^T W J is a band, whose half bandwidth is the larger one of R and of J^T W J. It is
+/// factored by Cholesky's method: the cost is linear in the number of frames, and no iteration has to
+/// converge. The exact rows are met by the method of multipliers (Hestenes 1969; Powell 1969): each round
+/// solves with the same factor and adds W times the remaining misses to the multipliers. If rows depend on
+/// one another or contradict each other, the rounds converge to the closest possible solution.
 class LIMBER_MOTION_API StepSystem {
  public:
-  /// Forms and factors the matrix. `damping` is added as damping times the measure's own diagonal (Levenberg
-  /// 1944). The operands must outlive it. False from factored() where the matrix holds what is not finite.
+  /// Forms and factors the matrix. `damping` times the diagonal of the measure is added to it (Levenberg
+  /// 1944). The operands must outlive this object. factored() is false if there is no memory or if the matrix
+  /// cannot be factored, for example because it contains a number that is not finite.
   StepSystem(const Smoothness& measure, const Holds& holds, double damping,
              const std::vector<Bound>& bounds = {});
 

@@ -7,14 +7,14 @@
 
 namespace limber::motion::detail {
 
-/// Reads the BVH format: a HIERARCHY of joints in braces, then a MOTION of one line of numbers a frame.
+/// Reads the BVH format: a HIERARCHY of joints in braces, then a MOTION with one line of numbers per frame.
 class ClipReader {
  public:
   explicit ClipReader(LineReader in) : in_(std::move(in)) {}
 
-  /// The whole clip.
+  /// Reads the whole clip.
   Clip read();
-  /// The joints alone; what stands behind them is not looked at.
+  /// Reads only the joints, and ignores everything after them.
   std::vector<Joint> readHierarchy();
 
  private:

@@ -11,14 +11,15 @@ namespace limber::motion::detail {
 /// A joint or end site of a foot.
 struct FootJoint {
   int joint;
-  int foot;    ///< the joint that the foot hangs on (its ankle, as far as one is found)
-  double low;  ///< the height that it is seldom below
+  int foot;    ///< the topmost joint of the foot (its ankle, if one is found)
+  double low;  ///< the height that the joint is seldom below
 };
 
-/// The joints that a clip's body can stand on, ascending: the ends of the skeleton whose low place is within
-/// a tenth of the body's height of the lowest one's, with the joints before them, and up from there the
-/// joints that are as low over short bones. Of the toes or fingers of one limb only those on the way to the
-/// lowest end are taken. `ground` becomes the lowest of the ends' low places.
+/// The joints that a clip's body can stand on, in ascending order. These are the ends of the skeleton whose
+/// low place is at most a tenth of the body's height above the lowest one's, the joints before them, and,
+/// further up, joints that are as low and are connected by short bones. If a limb has several toes or
+/// fingers, only the joints on the way to its lowest end are included. `ground` becomes the lowest of the
+/// ends' low places.
 std::vector<FootJoint> findFeet(const Clip& clip, const Skeleton& skeleton, const Tracks& tracks,
                                 double* ground);
 

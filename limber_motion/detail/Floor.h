@@ -9,29 +9,30 @@
 
 namespace limber::motion::detail {
 
-/// Keeps the feet from going deeper: each foot joint has a least height, which is the ground's or, unless
-/// the ground is strict, the lowest that it had in the original when that was deeper. An active set: a joint
-/// that is too low is watched, and held at its least height until it has come clear of it.
+/// Keeps the feet from going too deep. Each foot joint has a least height: that of the ground or, if the
+/// ground is not strict and the joint was deeper in the original, its lowest height there. This is an
+/// active-set method: a joint that is too low is watched, and it is held at its least height until it is
+/// clearly above it.
 class Floor {
  public:
   /// The skeleton must outlive the floor.
   Floor(const Clip& original, const Skeleton& skeleton, const Contacts& feet, bool strict);
 
-  /// Watches what is too low in `clip`, except joints held in that frame by `holds`, which are sorted by
-  /// frame. True when anything is too low.
+  /// Starts to watch the joints that are too low in `clip`, except those that `holds` holds in that frame.
+  /// `holds` is sorted by frame. Returns true if any joint is too low.
   bool watch(const Clip& clip, const std::vector<Hold>& holds);
-  /// Adds a hold of the height for what is watched and not held already, keeping the order.
+  /// Adds a hold of the height for each watched joint that is not held already. The order by frame is kept.
   void addTo(const Clip& clip, double weight, std::vector<Hold>* holds) const;
   const std::vector<int>& feet() const { return feet_; }
-  /// The first frame of the motion, behind poses of their own.
+  /// The first frame of the motion, after separate poses such as a T-pose.
   int first() const { return first_; }
 
  private:
   const Skeleton& skeleton_;
   int first_;
   std::vector<int> feet_;
-  std::vector<double> least_;  // one a foot joint
-  std::vector<bool> watched_;  // frame after frame, one a foot joint
+  std::vector<double> least_;  // one per foot joint
+  std::vector<bool> watched_;  // frame after frame, one per foot joint
 };
 
 }  // namespace limber::motion::detail

@@ -12,8 +12,8 @@ namespace limber::motion::detail {
 Pnt3 stillestPlace(const Tracks& tracks, double height, int joint, int first, int last);
 
 /// Chooses the place of each contact: the mean of the joint's places in its frames, each weighted by how
-/// still it is, on the height that the joint stands at elsewhere, moved until contacts of one foot that
-/// overlap in time are as far apart as the bones between them are long.
+/// still it is, at the height at which the joint usually stands. The places are then moved until contacts of
+/// one foot that overlap in time are as far apart as the bones between them are long.
 void choosePlaces(const Clip& clip, const Tracks& tracks, double height, const std::vector<FootJoint>& feet,
                   double ground, std::vector<Contact>* contacts);
 

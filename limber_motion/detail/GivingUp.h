@@ -6,14 +6,15 @@
 
 namespace limber::motion::detail {
 
-/// What an edit gives up when not all wishes can be met by a smooth motion: which wishes, and how strongly
-/// they still pull. At first it is what no motion can meet, with full pull. As long as the result is not
-/// smooth, or what can be met suffers, the pull becomes weaker; when that does not help, more is given up:
-/// what was missed, then what is met beside it; first of what was asked for, then of the contacts.
+/// Decides which constraints an edit gives up when a smooth motion cannot meet all of them, and how strongly
+/// these still pull. At first it gives up what no motion can meet, with full pull. As long as the result is
+/// not smooth, or other constraints are not met, the pull becomes weaker. If that does not help, it gives up
+/// more: first the constraints that were missed, then those in the same frames that were met. In both cases
+/// those of the user go before the contacts.
 class GivingUp {
  public:
-  /// `wishes` are sorted by frame, `rank` is 0 for contacts and 1 for what was asked for; both must outlive
-  /// it. `impossible` has true for wishes that cannot be met.
+  /// `wishes` are sorted by frame. `rank` is 0 for contacts and 1 for constraints of the user. Both must
+  /// outlive this object. `impossible` is true for constraints that cannot be met.
   GivingUp(const std::vector<Constraint>& wishes, const std::vector<int>& rank,
            const std::vector<bool>& impossible)
       : wishes_(wishes), rank_(rank), wishesGivenUp_(impossible) {}
@@ -21,8 +22,8 @@ class GivingUp {
   const std::vector<bool>& wishes() const { return wishesGivenUp_; }
   /// From 0 to 1.
   double pull() const { return pull_; }
-  /// Prepares the next attempt; false when the last one is good enough or nothing else helps. `missed` has
-  /// true for the wishes that the last attempt did not meet.
+  /// Prepares the next attempt. Returns false if the last attempt is good enough or nothing else helps.
+  /// `missed` is true for the constraints that the last attempt did not meet.
   bool tryAgain(bool smooth, const std::vector<bool>& missed);
 
  private:
@@ -35,8 +36,8 @@ class GivingUp {
   double pull_ = 1.0;
 };
 
-/// Gives up whole runs of consecutive frames of a joint where one of their wishes is given up: a joint that
-/// is held in some of them only would jump. `wishes` are sorted by frame.
+/// If a constraint is given up, also gives up the whole run of consecutive frames in which its joint is held.
+/// A joint that is held only in some of these frames would jump. `wishes` are sorted by frame.
 void spreadOverRuns(const std::vector<Constraint>& wishes, std::vector<bool>* givenUp);
 
 }  // namespace limber::motion::detail

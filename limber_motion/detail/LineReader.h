@@ -5,42 +5,43 @@
 
 namespace limber::motion::detail {
 
-/// Reads the words of a text file, plain or gzip-compressed, and knows in which line each one stood. Lines
-/// end in LF, CR LF or CR; words are separated by blanks, tabs and other control characters; a byte-order
-/// mark is skipped. What cannot be used ends in an Error that names the file, the line and the word.
+/// Reads the words of a text file, plain or gzip-compressed, and knows the line of each word. Lines end in
+/// LF, CR LF or CR. Words are separated by spaces, tabs and other control characters. A byte-order mark is
+/// skipped. Invalid input leads to an Error that names the file, the line and the word.
 class LineReader {
  public:
-  /// Reads `name`, found along `searchPath` (null: as it stands). `comment` and what follows it in a line
-  /// are skipped where it begins a word; 0: no comments.
+  /// Reads the file `name`, which is looked for along `searchPath` (if that is null, the name is used as
+  /// given). A word that begins with `comment` is skipped together with the rest of its line; 0 means that
+  /// there are no comments.
   LineReader(const std::string& name, const char* searchPath, char comment = 0);
-  /// Reads the lines of `text`; `name` is what messages call it.
+  /// Reads the lines of `text`. Messages call it `name`.
   static LineReader ofText(const std::string& name, const std::string& text);
 
-  /// Goes to the next line that has a word; false at the end of the file.
+  /// Goes to the next line that contains a word. Returns false at the end of the file.
   bool nextLine();
-  /// The next word of the line without taking it; empty at the line's end. Words stay valid.
+  /// The next word of the line, which is not consumed; empty at the end of the line. Words stay valid.
   std::string_view peek();
-  /// Takes the next word of the line. `wanted` says in the message what stands there in a good file.
+  /// Consumes the next word of the line. An error message says that `wanted` was expected.
   std::string_view next(const char* wanted);
-  /// Takes the next word, from a later line where this one is used up.
+  /// Consumes the next word, which may be in a later line.
   std::string_view nextAnywhere(const char* wanted);
-  /// Takes the next word anywhere, which must be this one in any case of letters.
+  /// Consumes the next word, which may be in a later line and must be `word` in upper or lower case.
   void expect(const char* word);
-  /// Makes `word`, the last one taken, the next one again.
+  /// Puts back `word`, the last one consumed.
   void putBack(std::string_view word) { at_ = static_cast<std::size_t>(word.data() - text_.data()); }
-  /// The line must be used up.
+  /// Reports an error if the line has another word.
   void expectLineEnd();
-  /// What is left of the line, without blanks at either end; not taken.
+  /// The rest of the line without blanks at either end. It is not consumed.
   std::string_view rest() const;
   /// Skips that many characters of rest().
   void skip(std::size_t characters);
 
-  /// Take a number from the line: finite, and at most 1e15 in size, so that squares and sums of them stay
-  /// finite.
+  /// Consume a number of the line. A real number must be finite and at most 1e15 in magnitude, so that
+  /// squares and sums of such numbers stay finite.
   double real(const char* wanted);
   int integer(const char* wanted);
 
-  /// The whole text and where the current line begins in it.
+  /// The whole text, and the position in it where the current line begins.
   const std::string& text() const { return text_; }
   std::size_t lineStart() const { return start_; }
   std::string_view line() const { return std::string_view(text_).substr(start_, end_ - start_); }
@@ -63,15 +64,15 @@ class LineReader {
   std::string file_, text_;
   char comment_ = 0;
   int line_ = 0;
-  std::size_t start_ = 0, end_ = 0, next_ = 0;  // of the current line, and where the one behind it begins
+  std::size_t start_ = 0, end_ = 0, next_ = 0;  // of the current line, and the next one
   std::size_t at_ = 0;                          // where the search for the next word begins
 };
 
-/// The word in quotes, shortened when very long, control characters replaced; "the end of the line" when it
-/// is empty.
+/// The word in quotes, shortened if it is very long, with control characters replaced. If it is empty: "the
+/// end of the line".
 std::string quoted(std::string_view word);
 
-/// Whether two words differ at most in the case of their letters (of the alphabet without accents).
+/// True if two words are equal except for upper and lower case (of the letters a to z).
 bool sameWord(std::string_view a, std::string_view b);
 
 }  // namespace limber::motion::detail

@@ -14,33 +14,34 @@
 
 namespace limber::motion::detail {
 
-/// A motion on its way from the original to the edited one: the Gauss-Newton steps of an edit.
+/// Takes the Gauss-Newton steps of an edit, from the original motion to the edited one.
 ///
-/// The change is made in stages of shorter and shorter time constants. In all but the last the targets pull,
-/// as strongly as the recording's own trembling allows; the last one makes up exactly for what is still
-/// missing, which is little by then. (One stage would have to imitate the trembling with a smooth curve. The
-/// linearized equations can do that, by turning joints far; the body cannot.)
+/// The change is made in three stages with shorter and shorter time constants. In the first two, the targets
+/// pull only as strongly as the trembling of the recording allows. The last stage meets the targets exactly;
+/// little is missing by then. (A single stage would have to imitate the trembling with a smooth curve. The
+/// linearized equations can do that by turning joints far, but the body cannot.)
 class Motion {
  public:
-  /// `original` has continuous angles. `wishes` are sorted by frame. What has true in `givenUp`, one a wish,
-  /// pulls gently in the first stage only, with `pull` as a factor from 0 to 1. The other operands must
-  /// outlive the motion.
+  /// `original` has continuous angles. `wishes` are sorted by frame. Those for which `givenUp` is true pull
+  /// only in the first stage, and gently: their pull is multiplied by `pull`, which is between 0 and 1. The
+  /// other operands must outlive this object.
   Motion(const Clip& original, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
          const std::vector<int>& rank, const std::vector<bool>& givenUp, double pull, Floor floor,
          const EditOptions& options);
 
-  /// Takes the steps.
+  /// Takes all steps.
   void run();
 
   const Clip& clip() const { return clip_; }
   const std::vector<EditStep>& steps() const { return steps_; }
-  /// What was given up in the end: also what stayed far from its target, one a wish.
+  /// For each constraint, true if it was given up, including those that stayed far from their targets.
   const std::vector<bool>& givenUp() const { return givenUp_; }
-  /// A target would have turned a joint by more than is allowed.
+  /// True if a target would have turned a joint by more than is allowed.
   bool turnedTooFar() const { return turnedTooFar_; }
-  /// The observer ended it.
+  /// True if the observer ended the edit.
   bool interrupted() const { return interrupted_; }
-  /// The largest distance of an exact wish from its target, in body heights, and which wish it is (-1: none).
+  /// The largest distance of an exact constraint from its target, in body heights, and the index of that
+  /// constraint (-1 if there is none).
   double largestMiss(int* wish = nullptr) const;
 
  private:
@@ -48,8 +49,8 @@ class Motion {
   struct Stage {
     const Smoothness& measure;
     bool exact;
-    double pull;        // weight of a miss^2, in the clip's unit
-    double gentlePull;  // of what is given up
+    double pull;        // weight of a squared miss in the clip's unit
+    double gentlePull;  // the same for constraints that are given up
   };
 
   bool run(const Stage& stage, int number);
@@ -79,15 +80,15 @@ class Motion {
   const EditOptions& options_;
   Floor floor_;
   Curves curves_;
-  std::vector<int> channels_;    // that move a held joint
-  std::vector<double> urgency_;  // of each wish: 1, or more for what is held for a short time only
+  std::vector<int> channels_;    // the channels that move a held joint
+  std::vector<double> urgency_;  // for each constraint 1, or more if its joint is held only for a short time
   Clip clip_;
   Holds holds_;
   std::vector<double> masses_;
   std::vector<double> plantTurns_;  // how far each channel should turn
-  Vector before_, change_;          // the changes of the stages before, and of this one
-  std::vector<Bound> bounds_;       // of what would turn too far: values are the signs of the turns,
-                                    // weights 1 where more is not allowed and 0 where less were better
+  Vector before_, change_;          // the changes of the previous stages and of this one
+  std::vector<Bound> bounds_;  // unknowns that would turn too far: value is the sign of the turn, weight is 1
+                               // if a larger turn is not allowed, and 0 if a smaller one is only preferred
   bool turnedTooFar_ = false, interrupted_ = false;
   std::vector<EditStep> steps_;
 };

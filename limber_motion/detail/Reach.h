@@ -9,23 +9,25 @@
 
 namespace limber::motion::detail {
 
-/// What no motion of a skeleton can meet, and what is aimed at instead.
+/// The constraints that no motion of a skeleton can meet, and what the edit aims at instead.
 struct Impossible {
-  std::vector<std::string> reasons;  ///< a sentence for each joint with wishes that are given up
-  std::vector<bool> wishes;          ///< one a wish: true for those that are given up
-  std::vector<Constraint> aims;  ///< the wishes; what is given up or only pulls aims at a place within reach
+  std::vector<std::string> reasons;  ///< a sentence for each joint with constraints that are given up
+  std::vector<bool> wishes;          ///< one per constraint: true if it is given up
+  std::vector<Constraint> aims;      ///< with targets within reach where one is given up or only pulls
 };
 
-/// Finds what cannot be met: targets of one frame that are further apart than the bones between their joints
-/// reach, or not as far apart as a rigid bone is long; targets far beyond the reach of the bones from where
-/// the root is, unless the root or a foot is asked to be elsewhere; and targets of one joint so soon after
-/// one another that no body moves so fast. Of two joints the wish with the higher rank is given up, or the
-/// later one in the order of the wishes, and with it all of the run of frames in which that joint is held.
+/// Finds constraints that cannot be met: targets in one frame that are further apart than the bones between
+/// their joints reach, or closer together than a rigid bone is long; targets far beyond the reach of the
+/// bones from the position of the root in the clip, unless the user also asks for a place of the root or of a
+/// foot; and targets of one joint in such quick succession that no body moves so fast. Of two joints, the
+/// constraint with the higher rank is given up, or the later one if the ranks are equal. The whole run of
+/// frames in which that joint is held is given up with it; after too fast a movement, the joint's constraints
+/// within 0.3 s of it are.
 class ReachCheck {
  public:
-  /// `wishes` are sorted by frame; those of a weight below 1 do not count. `rank` has one number a wish: 0
-  /// for contacts, which go first, and 1 for what was asked for. `feet` carry the body. `slack` is in the
-  /// clip's unit.
+  /// `wishes` are sorted by frame; those with a weight below 1 do not count. `rank` has one number per
+  /// constraint: 0 for contacts, which take precedence, and 1 for constraints of the user. `feet` carry the
+  /// body. `slack` is in the clip's unit.
   ReachCheck(const Clip& clip, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
              const std::vector<int>& rank, const std::vector<int>& feet, double slack);
 
@@ -35,9 +37,9 @@ class ReachCheck {
   /// The bones between two joints.
   struct Way {
     double length;
-    bool rigid;  // a single bone: its ends are always that far apart
+    bool rigid;  // a single bone, whose ends are always that far apart
   };
-  /// The wish of a joint that is furthest from what can be met.
+  /// The constraint of a joint that is furthest from what can be met.
   struct Worst {
     double excess = 0.0;
     std::string reason;
@@ -52,7 +54,7 @@ class ReachCheck {
   bool counts(std::size_t wish) const { return wishes_[wish].weight >= 1.0; }
   bool isFoot(int joint) const;
   std::string name(int joint) const { return clip_.joints[static_cast<std::size_t>(joint)].name; }
-  /// The speed that a joint hardly ever exceeds in the clip.
+  /// The speed that a joint rarely exceeds in the clip.
   double fastest(int joint);
 
   const Clip& clip_;
@@ -61,8 +63,8 @@ class ReachCheck {
   const std::vector<int>& rank_;
   const std::vector<int>& feet_;
   const double slack_;
-  std::vector<Way> ways_;        // joints times joints; a length below 0 has not been looked for
-  std::vector<double> fastest_;  // below 0: has not been looked for
+  std::vector<Way> ways_;        // joints times joints; a length below 0 has not been computed yet
+  std::vector<double> fastest_;  // below 0: not computed yet
   std::vector<Worst> worst_;
   Impossible found_;
 };

@@ -11,18 +11,18 @@
 
 namespace limber::motion::detail {
 
-/// The runs of consecutive frames in which a joint is held (a weight of 1 or more), ordered by joint and
-/// frame.
+/// The runs of consecutive frames in which a joint is held (with a weight of 1 or more), ordered by joint and
+/// then by frame.
 std::vector<Stand> runsOf(std::vector<Constraint> wishes);
 
-/// A sentence for each joint that is held at one place in every frame although it moves on in the clip: then
-/// the body cannot travel.
+/// A sentence for each joint that is held at one place in every frame although it travels in the clip; in
+/// that case the body cannot move on.
 std::vector<std::string> feetThatNeverLeave(const std::vector<Constraint>& wishes, const Clip& original,
                                             const Skeleton& skeleton);
 
 /// Why the largest miss of the report was not made smaller.
 enum class Hindrance { Steps, Turn, Jump };
-/// The same as a sentence. `mostTurn` in radians.
+/// The reason as a sentence. `mostTurn` is in radians.
 std::string whyMissed(const Report& report, Hindrance hindrance, double mostTurn);
 
 }  // namespace limber::motion::detail

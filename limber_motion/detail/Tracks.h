@@ -15,20 +15,20 @@ class Tracks {
 
   int frames() const { return frames_; }
   double frameTime() const { return frameTime_; }
-  /// The first frame of the motion: 1 or 2 where the clip begins with poses from which the body jumps away,
-  /// further than it moves from frame to frame elsewhere.
+  /// The first frame of the motion. It is 1 or 2 if the clip begins with poses from which the body jumps to
+  /// the next frame, much further than it usually moves between two frames.
   int first() const { return first_; }
   const Pnt3& at(int joint, int frame) const {
     return places_[static_cast<std::size_t>(frame) * joints_ + static_cast<std::size_t>(joint)];
   }
-  /// The speed of a joint, in lengths a second: the central difference over 0.05 seconds, or over two frames
-  /// where that is longer, and one-sided at the ends of the motion.
+  /// The speed of a joint, in units of length per second: the central difference over 0.05 seconds, or over
+  /// two frames if these are longer, and one-sided at the ends of the motion.
   double speed(int joint, int frame) const;
-  /// The height that a joint is seldom (in a twentieth of the frames) below; the first frame does not count.
+  /// The height that a joint is below in only a twentieth of the frames. The first frame does not count.
   double low(int joint) const;
 
  private:
-  /// The longest way of a joint from a frame to the next.
+  /// The longest distance that a joint moves from `frame` to the next frame.
   double step(int frame) const;
 
   int frames_, first_ = 0, half_;

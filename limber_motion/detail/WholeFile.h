@@ -4,9 +4,9 @@
 
 namespace limber::motion::detail {
 
-/// Writes `text` to the file `path`, which appears whole or not at all: it is written under another name
-/// beside it and renamed. What is not a regular file (a device, a pipe) is written to as it is. Throws Error
-/// when that fails, and leaves what was there.
+/// Writes `text` to the file `path`. The file appears complete or not at all: the text is written to another
+/// file beside it, which is then renamed. Something that is not a regular file (a device, a pipe) is written
+/// to directly. On failure, throws Error and leaves an existing regular file unchanged.
 void writeWhole(const std::string& path, const std::string& text);
 
 }  // namespace limber::motion::detail
