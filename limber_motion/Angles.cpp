@@ -1,4 +1,4 @@
-// Angles of a clip: continuous curves, the clip's own range, gimbal lock.
+// The angles of a clip: makes them continuous, brings them back to the clip's range, finds gimbal lock.
 
 #include <algorithm>
 #include <cmath>
@@ -10,9 +10,9 @@ namespace limber::motion {
 namespace {
 
 constexpr double pi = 3.14159265358979323846, turn = 2.0 * pi;
-constexpr double slack = 1e-9;  // what degrees lose on their way to radians and back
+constexpr double slack = 1e-9;  // the rounding of degrees that are converted to radians and back
 
-// The values of a rotation channel from the least to the largest.
+// The smallest and the largest value of a rotation channel.
 struct Range {
   double low, high;
 };
@@ -50,7 +50,7 @@ void wrapAngles(Clip* clip, const Clip& original) {
     for (int f = 0; f < clip->frames; ++f) {
       double& value = clip->frame(f)[c];
       const double centre = signedHalf ? 0.0 : positive ? pi : original.frame(f)[c];
-      // A value in its place is left alone: rounding must not change what was not edited.
+      // A value within the range does not change, because rounding must not change what was not edited.
       if (std::fabs(value - centre) > pi + slack) value = nearest(value, centre);
     }
   }

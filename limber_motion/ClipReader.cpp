@@ -13,10 +13,10 @@ namespace detail {
 namespace {
 
 constexpr int deepest = 200;         // joints in one chain
-constexpr int mostChannels = 10000;  // sums of Limber's sparse rows, which carry the derivatives, end there
+constexpr int mostChannels = 10000;  // SparseSum leaves out indices from here on
 constexpr int mostDecimals = 15;
 
-// Digits behind the point of a number.
+// The number of digits after the decimal point.
 int decimals(std::string_view word) {
   const std::size_t point = word.find('.');
   if (point == std::string_view::npos) return 0;
@@ -48,7 +48,7 @@ std::vector<Joint> ClipReader::readHierarchy() {
   return clip_.joints;
 }
 
-// A name is what stands before the line's end or the brace, so that it may hold blanks.
+// A name extends to the end of the line or to the brace, so it may contain spaces.
 std::string ClipReader::jointName() {
   std::string_view name = in_.rest();
   name = name.substr(0, name.find('{'));
@@ -89,7 +89,7 @@ void ClipReader::readJoint(int parent, int depth, bool endSite) {
   readChildren(static_cast<int>(at), depth, endSite);
 }
 
-// A joint that cannot move may have no line of channels.
+// A joint that cannot move may lack the line of channels.
 void ClipReader::readChannels(Joint* joint) {
   const std::string_view word = in_.nextAnywhere("CHANNELS");
   if (!sameWord(word, "CHANNELS")) return in_.putBack(word);
@@ -128,7 +128,7 @@ void ClipReader::readChildren(int joint, int depth, bool endSite) {
   }
 }
 
-// "Frames:" or "Frame Time:", with or without blanks before and behind the colon.
+// "Frames:" or "Frame Time:", with or without spaces around the colon.
 void ClipReader::takeLabel(const char* first, const char* second) {
   const std::string label = std::string(first) + (*second ? " " : "") + second + ":";
   if (!in_.nextLine()) in_.fail("expected " + label + ", found the end of the file");

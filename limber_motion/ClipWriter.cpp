@@ -1,4 +1,4 @@
-// Writes a clip as BVH text, and what it was read from as it stood.
+// Writes a clip as BVH text. What has not changed since the clip was read is written as it stood in the file.
 
 #include <algorithm>
 #include <cmath>
@@ -30,8 +30,8 @@ bool same(const Joint& a, const Joint& b) {
   return true;
 }
 
-// The decimals that give a position to a millionth of the body's height, at most 15: few decimals of a unit
-// that is larger than the body would move the joints away from where they were put.
+// The number of decimals, at most 15, that gives a position to a millionth of the body's height. If the unit
+// is larger than the body, fewer decimals would move the joints away from their places.
 int decimalsOfHeight(const Clip& clip) {
   const double height = clip.joints.empty() ? 0.0 : Skeleton(clip).height();
   return height > 0.0 && height < 1.0 ? std::min(15, static_cast<int>(std::ceil(6.0 - std::log10(height))))
@@ -60,7 +60,7 @@ class ClipWriter {
   }
 
  private:
-  // Whether the text that the clip was read from still says what its joints are.
+  // True if the hierarchy in the text that the clip was read from still agrees with the clip's joints.
   bool keepsHierarchy() const {
     if (text_.hierarchy.empty()) return false;
     try {
@@ -101,8 +101,8 @@ class ClipWriter {
     out_ += indent + "}\n";
   }
 
-  // Each number is held against the word that stood in its place: what has not been changed is written as it
-  // stood. A line in which nothing has been changed keeps its blanks too.
+  // Each number is compared with the word that stood in its place. A number that has not changed is written
+  // as that word, and a line without any change keeps its spaces too.
   void writeFrame(int f) {
     const std::size_t at = static_cast<std::size_t>(f);
     const std::string before = at < text_.frames.size() ? text_.frames[at] : "";

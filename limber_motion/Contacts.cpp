@@ -19,9 +19,9 @@ namespace {
 using detail::FootJoint;
 using detail::Tracks;
 
-constexpr double sliding = 3.0;  // times the speeds and distances of the options, where no foot stands still
+constexpr double sliding = 3.0;  // factor for the speeds and distances of the options if no foot stands still
 
-constexpr double elsewhere = 0.1;  // heights: a joint that is so far away after a short gap has jumped
+constexpr double elsewhere = 0.1;  // heights: a joint that is this far away after a short gap has jumped
 
 // A run of frames, both ends included.
 struct Run {
@@ -39,7 +39,7 @@ class ContactFinder {
     feet_ = detail::findFeet(clip_, skeleton_, tracks_, &found.ground);
     for (const FootJoint& foot : feet_) found.feet.push_back(foot.joint);
     findRuns(&found);
-    if (found.list.empty()) {  // no foot stands still: those are looked for that slide slowly
+    if (found.list.empty()) {  // no foot stands still, so look for feet that slide slowly
       slide_ = sliding;
       findRuns(&found);
     }
@@ -94,7 +94,7 @@ class ContactFinder {
     return tracks_.at(foot.joint, f).y < foot.low + high * height &&
            tracks_.speed(foot.joint, f) < slide_ * fast * height;
   }
-  // Whether a joint is somewhere else after a gap between two frames in which it stands.
+  // True if a joint is somewhere else after a gap between two frames in which it stands.
   bool jumps(const FootJoint& foot, int a, int b) const {
     const double way = (tracks_.at(foot.joint, b) - tracks_.at(foot.joint, a)).length();
     return b > a + 1 && way > slide_ * elsewhere * skeleton_.height();
@@ -106,7 +106,7 @@ class ContactFinder {
     return detail::stillestPlace(tracks_, skeleton_.height(), foot.joint, run.first, run.last);
   }
 
-  // Whether two runs are one contact: the joint soon stands again and stays where it was in between.
+  // True if two runs are one contact: the joint soon stands again and stays near its place in between.
   bool isOne(const FootJoint& foot, const Run& a, const Run& b) const {
     if (b.first - a.last - 1 > frames(options_.soon)) return false;
     const Pnt3 place = placeOf(foot, a);
@@ -117,7 +117,7 @@ class ContactFinder {
     return true;
   }
 
-  // Takes in the frames on both sides, from `begin` to before `end`, in which the contact lasts.
+  // Extends the run on both sides, from `begin` to before `end`, over the frames in which the contact lasts.
   void extend(const FootJoint& foot, int begin, int end, Run* run) const {
     const Pnt3 place = placeOf(foot, *run);
     const double stray = slide_ * options_.stray * skeleton_.height();
@@ -158,7 +158,7 @@ class ContactFinder {
   const Skeleton skeleton_;
   const Tracks tracks_;
   std::vector<FootJoint> feet_;
-  double slide_ = 1.0;  // times the speeds and distances of the options
+  double slide_ = 1.0;  // factor for the speeds and distances of the options
 };
 
 }  // namespace
@@ -168,7 +168,7 @@ Contacts findContacts(const Clip& clip, const ContactOptions& options) {
 }
 
 Contacts contactsBeside(const Contacts& contacts, const std::vector<Constraint>& constraints) {
-  std::map<int, int> footOf;  // of the joints that stand
+  std::map<int, int> footOf;  // the foot of each joint that stands
   for (const Contact& contact : contacts.list) footOf[contact.joint] = contact.foot;
   std::set<std::pair<int, int>> asked;  // foot and frame
   for (const Constraint& wish : constraints) {

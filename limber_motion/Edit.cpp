@@ -18,10 +18,10 @@ namespace limber::motion {
 namespace {
 
 constexpr double longReach =
-    0.25;  // seconds: what a hand does for a shorter time is a movement, not a contact
-constexpr double smoothEdge = 3.0, smoothBody = 1.7;  // largest ratios of jerk that an eye accepts
-constexpr double rounding = 1e-6;                     // heights: bones that fit as well as numbers can say
-constexpr double unchanged = 1e-9;                    // radians or heights: less is no change at all
+    0.25;  // seconds: if a hand is held for a shorter time, that is a movement and not a contact
+constexpr double smoothEdge = 3.0, smoothBody = 1.7;  // largest ratios of jerk that look smooth
+constexpr double rounding = 1e-6;                     // heights: rounding of the lengths of bones
+constexpr double unchanged = 1e-9;                    // radians or heights: a smaller change is none
 
 double secondsNow() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -46,7 +46,7 @@ void checkClip(const Clip& clip) {
     throw Error("the skeleton has no extent: all its bones have length zero");
 }
 
-/// How far joints are from their targets, in heights, over all that is held.
+/// The distances of the held joints from their targets, in heights.
 struct Misses {
   Misses(const std::vector<Constraint>& wishes, const Clip& clip, const Skeleton& skeleton) {
     Pose pose;
@@ -61,7 +61,7 @@ struct Misses {
     }
   }
 
-  std::vector<double> each;  // one a wish; 0 for what only pulls
+  std::vector<double> each;  // one per constraint; 0 for those that only pull
   double largest = 0.0;
   const Constraint* worst = nullptr;
 };
@@ -107,7 +107,8 @@ void Edit::add(const std::vector<Constraint>& constraints) {
   for (const Constraint& c : constraints) reach(c.frame, c.joint, c.target, c.weight);
 }
 
-// All targets sorted by frame and joint; a reach replaces the contact's place. `rank` is 1 for reaches.
+// All constraints, sorted by frame and joint. Those of the user replace those of contacts. `rank` is 1 for
+// constraints of the user, 0 for contacts.
 std::vector<Constraint> Edit::allWishes(std::vector<int>* rank) {
   std::stable_sort(wishes_.begin(), wishes_.end(), before);
   for (std::size_t i = 1; i < wishes_.size(); i++) {
@@ -124,7 +125,7 @@ std::vector<Constraint> Edit::allWishes(std::vector<int>* rank) {
   return wishes;
 }
 
-// What has not changed keeps its digits.
+// Copies the changed channels to the clip; the others keep their exact values.
 void Edit::take(const Clip& continuous, const Clip& edited, const Skeleton& skeleton, Report* report) {
   Clip wrapped = edited;
   wrapAngles(&wrapped, clip_);

@@ -11,7 +11,7 @@ namespace limber::motion {
 
 namespace {
 
-// The places of all joints in all frames, in body heights.
+// The positions of all joints in all frames, in body heights.
 class Places {
  public:
   Places(const Clip& clip, const Skeleton& skeleton) : joints_(clip.joints.size()) {
@@ -38,7 +38,7 @@ class Places {
   std::vector<Pnt3> at_;
 };
 
-// Frames in a time, rounded to the nearest number (halves to the even one).
+// The number of frames in a time, rounded to the nearest integer (halves to the even one).
 int framesIn(double seconds, const Clip& clip) {
   return static_cast<int>(std::nearbyint(std::min(seconds / clip.frameTime, 1e8)));
 }
@@ -99,7 +99,7 @@ std::vector<Stand> standsOf(const Clip& clip, const Places& places, double* grou
   return stands;
 }
 
-// Mean and largest horizontal speed in the stands.
+// The mean and the largest horizontal speed in the stands.
 void measureSkate(const Places& places, const std::vector<Stand>& stands, double dt, double* mean,
                   double* fastest) {
   double sum = 0.0;

@@ -43,7 +43,7 @@ std::string quoted(const std::string& text) {
   return out + "\"";
 }
 
-// A JSON number; JSON has no infinity.
+// A JSON number. JSON has no infinity, so numbers that are not finite become null.
 std::string real(double x) {
   if (!std::isfinite(x)) return "null";
   char text[40];

@@ -14,11 +14,11 @@ namespace limber::motion {
 
 namespace {
 
-// Frames over which a weight rises at the beginning of a range and falls at its end.
+// The numbers of frames over which a weight rises at the beginning of a range and falls at its end.
 struct Ramps {
   int in = 0, out = 0;
 
-  // The part of the weight that frame i of a range of n has.
+  // The fraction of the weight in frame i of a range of n frames.
   double at(int i, int n) const {
     const double u = std::min(rise(i, in), rise(n - 1 - i, out));
     return u * u * (3.0 - 2.0 * u);
@@ -65,7 +65,7 @@ class ScriptReader {
     if (*last < *first) in_.fail("the range " + detail::quoted(word) + " ends before it begins");
   }
 
-  // The joint with the longest name that the rest of the line begins with.
+  // The joint whose name the rest of the line begins with. If there are several, the longest name counts.
   int joint() {
     const std::string_view rest = in_.rest();
     int found = -1;
@@ -149,7 +149,7 @@ class ScriptReader {
   const Clip& clip_;
   const Skeleton skeleton_;
   Script script_;
-  std::map<std::pair<int, int>, int> lines_;  // of each frame and joint that has a target
+  std::map<std::pair<int, int>, int> lines_;  // the line of each frame and joint that has a target
 };
 
 }  // namespace

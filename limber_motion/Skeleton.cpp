@@ -9,12 +9,13 @@ namespace limber::motion {
 
 namespace {
 
-// A joint's axes in the world: the images of x, y and z.
+// A joint's axes in world coordinates: the images of x, y and z.
 struct Axes {
   Pnt3 of[3] = {Pnt3(1, 0, 0), Pnt3(0, 1, 0), Pnt3(0, 0, 1)};
 
   Pnt3 image(const Pnt3& p) const { return of[0] * p.x + of[1] * p.y + of[2] * p.z; }
-  // The axes times the rotation by `angle` about their axis `k`: it turns the other two in their plane.
+  // Multiplies the axes by a rotation by `angle` about their axis `k`, which turns the other two in their
+  // plane.
   void turn(int k, double angle) {
     const double c = std::cos(angle), s = std::sin(angle);
     Pnt3 &a = of[(k + 1) % 3], &b = of[(k + 2) % 3];
@@ -97,7 +98,7 @@ std::vector<Pnt3> Skeleton::positions(const double* frame) const {
   return now.position;
 }
 
-// From the joint up to the root, p is the position in the axes of joint j.
+// Goes from the joint up to the root; p is the position in the axes of joint j.
 Pnt3 Skeleton::position(int last, const double* frame) const {
   Pnt3 p;
   for (int j = last; j >= 0; j = joints_[static_cast<std::size_t>(j)].parent) {

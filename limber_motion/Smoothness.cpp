@@ -13,9 +13,9 @@ namespace {
 
 constexpr double pi = 3.14159265358979323846;
 
-// The element of R^-1 on the diagonal, far from the ends: the mean over all frequencies u of
-// 1 / (1 + w2 |e^iu - 1|^4 + w3 |e^iu - 1|^6). The mean of a smooth periodic function over equally spaced
-// points is exact.
+// The diagonal element of R^-1 far from the ends: the mean of 1 / (1 + w2 |e^iu - 1|^4 + w3 |e^iu - 1|^6)
+// over all frequencies u. The mean of a smooth periodic function over equally spaced points converges faster
+// than any power of their number.
 double meanResponse(double w2, double w3) {
   const int points = 4096;
   double sum = 0.0;

@@ -10,19 +10,19 @@ namespace limber::motion {
 namespace {
 
 constexpr double rootStiffness = 4.0, spineStiffness = 2.0, shortStiffness = 5.0;
-constexpr double shortReach = 0.07;    // heights: of toes and fingers
-constexpr double boneStiffness = 1e4;  // against becoming longer, times that of the joint
-constexpr double lever = 0.2;          // heights: how far from a joint its rotation counts as a movement
+constexpr double shortReach = 0.07;    // heights: joints with a shorter reach are toes and fingers
+constexpr double boneStiffness = 1e4;  // factor for the channels that would make a bone longer
+constexpr double lever = 0.2;          // heights: the lever arm by which a rotation counts as a movement
 
 // What hangs on each joint of a skeleton.
 struct Branches {
   std::vector<double> reach;  // the longest way down from the joint along the bones
-  std::vector<int> limbs;     // that begin at the joint or below it
+  std::vector<int> limbs;     // the number of limbs that begin at the joint or below it
 };
 
 Branches branchesOf(const Clip& clip, const Skeleton& skeleton) {
   const std::size_t n = clip.joints.size();
-  const double limb = 0.12 * skeleton.height();  // what is shorter is a finger or a toe
+  const double limb = 0.12 * skeleton.height();  // anything shorter is a finger or a toe
   Branches found = {std::vector<double>(n, 0.0), std::vector<int>(n, 0)};
   for (std::size_t j = n; j-- > 1;) {
     const Joint& joint = clip.joints[j];
@@ -30,7 +30,7 @@ Branches branchesOf(const Clip& clip, const Skeleton& skeleton) {
     const double way = found.reach[j] + joint.offset.length();
     found.reach[up] = std::max(found.reach[up], way);
     found.limbs[up] += found.limbs[j] > 0 ? found.limbs[j] : way > limb ? 1 : 0;
-    // A limb begins above its first joint: joints along it count it once.
+    // A limb begins above its first joint, so the joints along the limb count it once.
   }
   return found;
 }
@@ -68,7 +68,7 @@ std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
 std::vector<double> channelMasses(const Clip& clip, const Skeleton& skeleton,
                                   const std::vector<double>& stiffness) {
   const double height = skeleton.height();
-  int mover = -1;  // the joint that carries the body through the world: the first that can be moved
+  int mover = -1;  // the joint that carries the body through the world: the first one with a position channel
   std::vector<double> masses;
   for (int c = 0; c < clip.channels; ++c) {
     const int joint = skeleton.owner(c);

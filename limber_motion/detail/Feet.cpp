@@ -9,14 +9,14 @@ namespace limber::motion::detail {
 namespace {
 
 // In body heights.
-constexpr double reach = 0.1;     // ends no higher above the lowest one stand too, and so do ankles
-constexpr double longFoot = 0.2;  // a foot's bones are no longer; a shin is
-constexpr double noBone = 1e-6;   // an end this near the joint before it is the same place
+constexpr double reach = 0.1;     // ends (and ankles) at most this far above the lowest end stand too
+constexpr double longFoot = 0.2;  // the bones of a foot are at most this long; a shin is longer
+constexpr double noBone = 1e-6;   // an end this near to the joint before it is at the same place
 
-// Of each foot, the joints on the way to the end that comes lowest: five toes or fingers that were held one
-// by one would fight each other.
+// For each foot, keeps only the joints on the way to the end that comes lowest. Constraints on each of five
+// toes or fingers would contradict each other.
 std::vector<FootJoint> chainsToTheLowest(const Clip& clip, const std::vector<FootJoint>& joints) {
-  std::map<int, const FootJoint*> lowest;  // of the foot's ends
+  std::map<int, const FootJoint*> lowest;  // the lowest end of each foot
   for (const FootJoint& one : joints) {
     const bool isEnd = std::none_of(joints.begin(), joints.end(), [&](const FootJoint& other) {
       return clip.joints[static_cast<std::size_t>(other.joint)].parent == one.joint;
@@ -33,10 +33,10 @@ std::vector<FootJoint> chainsToTheLowest(const Clip& clip, const std::vector<Foo
   return left;
 }
 
-// The fingers of a hand that is itself too high belong to one limb, and so do the toes of a high ankle:
-// parts whose bones soon meet.
+// Joins parts whose bones soon meet into one foot: the fingers of a hand that is itself too high belong to
+// one limb, and so do the toes of a high ankle.
 void joinFeet(const Clip& clip, double height, std::vector<FootJoint>* joints) {
-  const auto above = [&](int j) {  // itself, the joint before it and those before that over short bones
+  const auto above = [&](int j) {  // the joint, its parent, and further ancestors over short bones
     std::vector<int> found;
     for (double way = 0.0; j > 0 && (found.size() < 2 || way <= longFoot * height);
          j = clip.joints[static_cast<std::size_t>(j)].parent) {
@@ -68,13 +68,13 @@ std::vector<FootJoint> findFeet(const Clip& clip, const Skeleton& skeleton, cons
   const auto bone = [&](int j) {
     return (tracks.at(j, tracks.first()) - tracks.at(parent(j), tracks.first())).length();
   };
-  std::map<int, double> ends;  // end sites and the joints before them, with their low places
+  std::map<int, double> ends;  // end sites and their parents, with their low places
   for (int j = 0; j < skeleton.joints(); ++j) {
     if (!clip.joints[static_cast<std::size_t>(j)].endSite) continue;
     ends[j] = tracks.low(j);
     ends[parent(j)] = tracks.low(parent(j));
   }
-  // A skeleton without end sites: the joints that nothing hangs on.
+  // In a skeleton without end sites, the ends are the joints without children.
   if (ends.empty()) {
     for (int j = 0; j < skeleton.joints(); ++j) ends[j] = tracks.low(j);
     for (int j = 1; j < skeleton.joints(); ++j) ends.erase(parent(j));

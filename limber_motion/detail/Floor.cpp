@@ -8,7 +8,7 @@ namespace {
 
 constexpr double margin = 2e-5, tolerance = 1e-5, clear = 1e-4;  // heights
 
-// The joints held in a frame; `next` moves on to that frame's first hold.
+// True if the joint is held in the frame. `next` advances to the first hold of that frame.
 bool isHeld(const std::vector<Hold>& holds, std::size_t* next, int frame, int joint) {
   while (*next < holds.size() && holds[*next].frame < frame) ++*next;
   for (std::size_t i = *next; i < holds.size() && holds[i].frame == frame; ++i) {

@@ -10,23 +10,23 @@ namespace limber::motion::detail {
 
 namespace {
 
-constexpr double still = 0.05;    // heights a second: slower frames count alike
-constexpr double level = 0.004;   // heights: contacts of a joint that differ by less are on the same ground
-constexpr double upright = 1e-3;  // how readily a place leaves its height, compared with its other directions
+constexpr double still = 0.05;    // heights per second: slower frames have about equal weights
+constexpr double level = 0.004;   // heights: contacts of a joint that differ by less are on one ground
+constexpr double upright = 1e-3;  // how much a place moves up or down, relative to horizontal moves
 constexpr int mostSweeps = 20000, alignSweeps = 50;
 
-constexpr double again = 0.35;  // seconds: a joint that comes back after less stands where it stood,
-constexpr double abrupt = 3.0;  // if the way there would be so many times more abrupt than it was
+constexpr double again = 0.35;  // seconds: a joint that comes back sooner stands where it stood before,
+constexpr double abrupt = 3.0;  // if the movement would otherwise be this many times more abrupt than it was
 
-// Two contacts that overlap in time and whose joints a rigid bone holds apart; or two of one joint that
-// shall have one place, which is a bone of length 0.
+// Two contacts that overlap in time and whose joints are a fixed distance apart; or two contacts of one joint
+// that must have one place, as if connected by a bone of length 0.
 struct Bone {
   Contact *a, *b;
   double length;
-  Pnt3 way;  // from a to b, in the mean of the frames that they share
+  Pnt3 way;  // from a to b, the mean over the frames that they share
 };
 
-// The height at which most frames of these contacts stand: the median over frames.
+// The usual height of these contacts: the median over their frames.
 double usualHeight(const std::vector<Contact*>& contacts) {
   std::vector<Contact*> sorted = contacts;
   std::sort(sorted.begin(), sorted.end(), [](Contact* a, Contact* b) { return a->place.y < b->place.y; });
@@ -39,14 +39,15 @@ double usualHeight(const std::vector<Contact*>& contacts) {
   return 0.0;
 }
 
-// How far a contact stands below the height that its joint usually stands at; 0 where that is another level.
+// How far a contact stands below the usual height of its joint; 0 if the difference is so large that the
+// contact is on another level.
 double sunk(double height, double usual, const Contact& contact) {
   const double depth = usual - contact.place.y;
   return std::fabs(depth) <= level * height ? depth : 0.0;
 }
 
-// A foot is lifted or lowered as a whole, all joints that stand at overlapping times by the same, so that it
-// keeps its tilt; then nothing stays below the ground.
+// Lifts or lowers a foot as a whole, all joints that stand at overlapping times by the same amount, so that
+// it keeps its tilt. Afterwards nothing is below the ground.
 void putOnTheGround(double height, double ground, const std::map<int, double>& usual,
                     std::vector<Contact>* contacts) {
   std::vector<double> lifts;
@@ -66,8 +67,8 @@ void putOnTheGround(double height, double ground, const std::map<int, double>& u
   }
 }
 
-// The joints whose axes a joint's origin is fixed in: its own, its parent's and, past joints that do not
-// turn, those above.
+// The joints in whose axes a joint's origin is fixed: the joint itself and its ancestors up to the first one
+// that turns.
 std::vector<int> holders(const Clip& clip, int joint) {
   const auto turns = [&](int j) {
     const std::vector<Channel>& channels = clip.joints[static_cast<std::size_t>(j)].channels;
@@ -87,8 +88,9 @@ bool rigid(const Clip& clip, int a, int b) {
   return std::find_first_of(ofA.begin(), ofA.end(), ofB.begin(), ofB.end()) != ofA.end();
 }
 
-// Whether a joint would have to jump from one contact to the next: the jerk of the smoothest way from rest
-// to rest (Flash and Hogan 1985: 60 distances over time^3 at its ends) against what it was in that time.
+// True if a joint would have to jump from one contact to the next: compares the jerk of the smoothest
+// movement from rest to rest (60 distances / time^3 at its ends; Flash and Hogan 1985) with the jerk of the
+// original in that time.
 bool wouldJump(const Clip& clip, const Tracks& tracks, const Contact& a, const Contact& b) {
   const double dt = clip.frameTime, seconds = (b.first - a.last) * dt;
   if (a.joint != b.joint || a.last >= b.first || seconds > again) return false;
@@ -101,7 +103,7 @@ bool wouldJump(const Clip& clip, const Tracks& tracks, const Contact& a, const C
   return 60.0 * (a.place - b.place).length() > abrupt * jerk * seconds * seconds * seconds;
 }
 
-// Whether no other joint of the same foot stands.
+// True if no other joint of the same foot has a contact.
 bool standsAlone(const std::vector<Contact*>& own, const std::vector<Contact>& contacts) {
   return !own.empty() && std::all_of(contacts.begin(), contacts.end(), [&](const Contact& c) {
     return c.foot != own.front()->foot || c.joint == own.front()->joint;
@@ -126,8 +128,9 @@ std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, std::vect
   return bones;
 }
 
-// Moves the ends of the bones until each lies as it lay in the mean: joints of a foot that slides or tips
-// were not at their own mean places at the same time. Short bones would turn far between two such places.
+// Moves the ends of each bone until its direction is the mean direction over the shared frames. If a foot
+// slides or tips, its joints are at their own mean places at different times, and short bones would turn far
+// between two such places.
 void align(double ground, const std::vector<Bone>& bones) {
   for (int sweep = 0; sweep < alignSweeps; ++sweep) {
     for (const Bone& bone : bones) {
@@ -142,8 +145,8 @@ void align(double ground, const std::vector<Bone>& bones) {
   }
 }
 
-// Moves both ends of a bone, mostly in the ground's plane, until it has its length to first order; how far
-// off it was.
+// Moves both ends of a bone, mostly horizontally, until it has its length to first order. Returns by how much
+// the length was wrong.
 double stretch(const Bone& bone) {
   const Pnt3 way = bone.b->place - bone.a->place;
   const double excess = way.lengthSq() - bone.length * bone.length;

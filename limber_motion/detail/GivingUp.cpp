@@ -36,7 +36,7 @@ void spreadOverRuns(const std::vector<Constraint>& wishes, std::vector<bool>* gi
 }
 
 bool GivingUp::tryAgain(bool smooth, const std::vector<bool>& missed) {
-  bool suffers = false;  // something that was not given up
+  bool suffers = false;  // true if a constraint that was not given up is missed
   for (std::size_t i = 0; i < missed.size(); ++i) suffers = suffers || (missed[i] && !wishesGivenUp_[i]);
   if (smooth && !suffers) return false;
   if (anyOf(wishesGivenUp_) && pull_ > softest) {
@@ -64,7 +64,7 @@ bool GivingUp::giveUpMore(const std::vector<bool>& missed) {
   return false;
 }
 
-// What is met at the price of a jump, beside what cannot be met.
+// Gives up constraints in the same frames as those that cannot be met: they may be met only by a jump.
 bool GivingUp::giveUpBeside() {
   std::set<int> frames;
   for (std::size_t i = 0; i < wishes_.size(); ++i) {

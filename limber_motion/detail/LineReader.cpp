@@ -24,7 +24,7 @@ bool startsWith(const std::string& text, const char* bytes) {
   return text.compare(0, std::strlen(bytes), bytes) == 0;
 }
 
-// Closes the stream however the function that opened it ends.
+// Closes the stream when the function that opened it ends, also by an exception.
 struct OpenFile {
   gzFile file;
   ~OpenFile() {
@@ -51,7 +51,7 @@ LineReader LineReader::ofText(const std::string& name, const std::string& text) 
   return reader;
 }
 
-// Ends early at a zero byte and at a line that is too long, so that no endless file is read to its end.
+// Stops at a zero byte and at a line that is too long, so that an endless file is not read forever.
 void LineReader::load(const std::string& name, const char* searchPath) {
   std::vector<char> path((searchPath ? std::strlen(searchPath) : 0) + name.size() + 4);
   const OpenFile in = {static_cast<gzFile>(gzopenp(searchPath, name.c_str(), path.data(), "rb"))};
@@ -62,7 +62,7 @@ void LineReader::load(const std::string& name, const char* searchPath) {
     const auto read = [&] { return gzread(in.file, part.data(), static_cast<unsigned>(part.size())); };
     int got = read();
     if (got == 0 && !gzdirect(in.file)) {
-      gzclearerr(in.file);  // a cut where zlib's buffer is just full shows only when zlib looks again
+      gzclearerr(in.file);  // zlib notices a cut at the end of a full buffer only now
       got = read();
     }
     int problem = Z_OK;

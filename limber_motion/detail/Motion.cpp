@@ -13,26 +13,26 @@ namespace limber::motion::detail {
 
 namespace {
 
-constexpr double shorter[] = {1.0, 0.3, 0.1};      // time constants of the stages, in that of the edit
-constexpr double firmTrunk[] = {1.0, 4.0, 16.0};   // times the trunk's mass, in the stages
-constexpr double rounding = 0.75;                  // the third derivative's, in that of the stage
-constexpr double typicalChange = 0.012;            // heights: what a clip needs where its feet slide
-constexpr double typicalRest = 12.0;               // slow tremblings: what the first stage leaves over
-constexpr double typicalTrembling = 1e-3;          // heights: where no joint is held for long enough to tell
-constexpr double floorFirmness = 100.0;            // how much more than the targets the floor pushes
-constexpr double trembleSeconds = 1.0 / 30.0;      // between the frames that tell a slow trembling
-constexpr double leastPull = 1e2, mostPull = 1e8;  // of a miss^2 in heights
-constexpr double shortRun = 0.1;                   // seconds: what is held for a shorter time pulls harder
-constexpr double nothing = 5e-6;                   // heights: a miss that needs no further step
-constexpr double nearEnough = 0.01;                // heights: a miss that the next stage makes up for
-constexpr double tooFar[] = {0.1, 0.02};           // heights: a miss behind a stage that is given up
-constexpr double tremblings = 6.0;                 // no nearer can it be where a clip trembles
-constexpr double boundPart = 0.97;                 // of the largest turn: where what turns further is kept
-constexpr double boundFirmness = 10.0;             // how much more than what pulls it beyond the largest turn
-constexpr double plantTurn = 0.34;                 // radians: feet are held with less, if they can be,
-constexpr double ofPlantTurn = 0.88;               // of which the stages before the last one use this part;
-constexpr double plantFirmness = 4.0;  // how much more than one unknown's own what turns further is kept
-constexpr int boundRounds = 4;         // of a step, to find what would turn too far
+constexpr double shorter[] = {1.0, 0.3, 0.1};     // time constants of the stages, relative to the edit's
+constexpr double firmTrunk[] = {1.0, 4.0, 16.0};  // factors for the mass of the trunk in the stages
+constexpr double rounding = 0.75;          // time constant of the third derivative, relative to the stage's
+constexpr double typicalChange = 0.012;    // heights: change that a clip with sliding feet needs
+constexpr double typicalRest = 12.0;       // slow tremblings: miss that remains after the first stage
+constexpr double typicalTrembling = 1e-3;  // heights: used if no joint is held for long enough
+constexpr double floorFirmness = 100.0;    // pull of the floor, relative to that of the targets
+constexpr double trembleSeconds = 1.0 / 30.0;      // time between the frames that show slow trembling
+constexpr double leastPull = 1e2, mostPull = 1e8;  // limits for the weight of a squared miss in heights
+constexpr double shortRun = 0.1;                   // seconds: targets of a shorter run pull harder
+constexpr double nothing = 5e-6;                   // heights: such a miss needs no further step
+constexpr double nearEnough = 0.01;                // heights: the next stage can remove such a miss
+constexpr double tooFar[] = {0.1, 0.02};           // heights: such a miss after a stage is given up
+constexpr double tremblings = 6.0;                 // tremblings: such a miss must be allowed
+constexpr double boundPart = 0.97;                 // fraction of the largest turn, for firm bounds
+constexpr double boundFirmness = 10.0;  // weight of a firm bound, relative to what pulls against it
+constexpr double plantTurn = 0.34;      // radians: preferred largest turn for holding feet
+constexpr double ofPlantTurn = 0.88;    // fraction of it for the stages before the last one
+constexpr double plantFirmness = 4.0;   // weight of a gentle bound, relative to that of one unknown
+constexpr int boundRounds = 4;  // largest number of rounds of a step that find unknowns that turn too far
 
 constexpr double unlimited = std::numeric_limits<double>::infinity();
 
@@ -67,7 +67,7 @@ std::vector<double> pick(const std::vector<double>& all, const std::vector<int>&
   return picked;
 }
 
-// The wishes for each joint, in frame order, as places in the list.
+// For each joint, the indices of its constraints in the order of frames.
 std::vector<std::vector<std::size_t>> byJoint(const Skeleton& skeleton,
                                               const std::vector<Constraint>& wishes) {
   std::vector<std::vector<std::size_t>> places(static_cast<std::size_t>(skeleton.joints()));
@@ -76,7 +76,7 @@ std::vector<std::vector<std::size_t>> byJoint(const Skeleton& skeleton,
   return places;
 }
 
-// A wish of one frame has nobody beside it who pulls the same way.
+// Constraints of a short run pull harder, because few neighbours pull the same way.
 std::vector<double> urgencies(const Skeleton& skeleton, const std::vector<Constraint>& wishes, double dt) {
   std::vector<double> urgency(wishes.size(), 1.0);
   for (const std::vector<std::size_t>& own : byJoint(skeleton, wishes)) {
@@ -92,8 +92,8 @@ std::vector<double> urgencies(const Skeleton& skeleton, const std::vector<Constr
   return urgency;
 }
 
-// How far each channel of a clip should turn: not far where it only helps to hold feet, any angle where a
-// joint shall reach for something else.
+// How far each channel of a clip should turn: not far if it only helps to hold feet, without limit if a joint
+// must reach something else.
 std::vector<double> plantTurns(const Skeleton& skeleton, const std::vector<Constraint>& wishes,
                                const std::vector<int>& rank) {
   std::vector<double> turns(static_cast<std::size_t>(skeleton.channels()), plantTurn);
@@ -127,7 +127,8 @@ Motion::Motion(const Clip& original, const Skeleton& skeleton, const std::vector
       before_(curves_.times() * static_cast<int>(channels_.size())),
       change_(before_) {}
 
-// Trembling feet are stilled by their own limbs: a trunk that followed them would make the hands tremble.
+// The limbs, not the trunk, must still the trembling of the feet, because a trunk that followed the feet
+// would make the hands tremble. So the trunk gets larger masses.
 std::vector<double> Motion::massesWith(double trunk) const {
   const std::vector<bool> carries = trunkJoints(original_, skeleton_);
   std::vector<double> masses = masses_;
@@ -137,9 +138,9 @@ std::vector<double> Motion::massesWith(double trunk) const {
   return masses;
 }
 
-// What a held joint trembles by from frame to frame, in heights and in each direction: the third difference
-// of its place over sqrt(20), were the errors of its frames independent. `stride` frames apart, it is what
-// trembles more slowly.
+// The trembling of the held joints from frame to frame, in heights and per direction: the third difference of
+// the position divided by sqrt(20), as for independent errors in the frames. With frames that are `stride`
+// apart it measures slower trembling.
 double Motion::trembling(int stride) const {
   const std::size_t last = 3 * static_cast<std::size_t>(stride);
   double sum = 0.0;
@@ -187,7 +188,7 @@ void Motion::run() {
   }
 }
 
-// The steps of one stage; false when the observer ends the edit.
+// Takes the steps of one stage. Returns false if the observer ends the edit.
 bool Motion::run(const Stage& stage, int number) {
   const int atLeast[] = {2, 3, 0}, atMost[] = {4, 5, options_.mostSteps};
   double damping = 0.0;
@@ -206,7 +207,7 @@ bool Motion::run(const Stage& stage, int number) {
   return true;
 }
 
-// Whether another step of the same stage is worth while: the misses are large still and become smaller, or
+// True if another step of the same stage is worthwhile: the misses are still large and become smaller, or
 // targets out of reach pull, so that the change is large.
 bool Motion::getsNearer() const {
   const EditStep& last = steps_.back();
@@ -240,8 +241,8 @@ bool Motion::step(const Stage& stage, double damping) {
   return done.scale > 0.0;
 }
 
-// The Gauss-Newton step. What would turn too far is bound, and the others make up for it; what was bound and
-// has come back is released.
+// Computes the Gauss-Newton step. Unknowns that would turn too far are bound, and the others make up for
+// them. Bounds whose unknowns have come back are released.
 Vector Motion::direction(const Stage& stage, double damping) {
   Vector step(change_.size());
   const auto cameBack = [&](const Bound& b) {
@@ -258,7 +259,7 @@ Vector Motion::direction(const Stage& stage, double damping) {
 }
 
 bool Motion::bindWhatTurnsTooFar(const Stage& stage, const Vector& step) {
-  std::vector<bool> bound[2];  // by firmness
+  std::vector<bool> bound[2];  // [0] for gentle bounds, [1] for firm ones
   for (std::vector<bool>& some : bound) some.assign(static_cast<std::size_t>(step.size()), false);
   for (const Bound& b : bounds_) bound[b.weight > 0.0][static_cast<std::size_t>(b.unknown)] = true;
   bool news = false;
@@ -276,7 +277,7 @@ bool Motion::bindWhatTurnsTooFar(const Stage& stage, const Vector& step) {
   return news;
 }
 
-// How far a channel is allowed to turn, or should.
+// The largest turn of a channel: the one that is allowed, or the one that is preferred.
 double Motion::mostTurn(const Stage& stage, std::size_t channel, bool allowed) const {
   if (allowed) return options_.mostTurn;
   return std::min(plantTurns_[channel] * (stage.exact ? 1.0 : ofPlantTurn), options_.mostTurn);
@@ -301,10 +302,12 @@ std::vector<Bound> Motion::boundsOf(const Stage& stage) const {
   return bounds;
 }
 
-// Takes the step or the largest part of it that makes things better and turns no joint too far; its scale.
+// Takes the whole step, or the largest part of it that reduces the cost and turns no joint too far. Returns
+// the fraction, 0 if there is none.
 double Motion::goAlong(const Stage& stage, Vector step, const std::vector<Hold>& wanted) {
   const double costBefore = cost(stage, change_, wanted);
-  // What is good enough already is not made worse elsewhere by a step that goes wrong.
+  // If the motion is good enough already, only large parts are tried, because a small part of a bad step
+  // could make it worse elsewhere.
   const double least = stage.exact && largestMiss() <= options_.goal ? 0.75 : 0.05;
   Vector trial(0);
   for (double scale = 1.0; scale > least; scale *= 0.5) {
@@ -323,7 +326,8 @@ double Motion::goAlong(const Stage& stage, Vector step, const std::vector<Hold>&
   return 0.0;
 }
 
-// A run of frames in which a joint stays far from its targets would have to jump to them.
+// Gives up each run of frames in which a joint stays far from its targets, because it would have to jump to
+// them.
 void Motion::giveUpWhatStaysFar(double distance) {
   Pose pose;
   std::vector<std::size_t> far;

@@ -19,8 +19,8 @@ std::errc parse(std::string_view word, Number* out) {
   return result.ptr == end ? result.ec : std::errc::invalid_argument;
 }
 
-// Whether a number outside the range of doubles is one below the smallest: its exponent is negative, or it
-// begins with zeros behind the point.
+// True if a number outside the range of doubles is too small rather than too large: its exponent is negative,
+// or it has zeros after the decimal point.
 bool tooSmall(std::string_view word) {
   const std::size_t exponent = word.find_first_of("eE");
   if (exponent != std::string_view::npos) return word.find('-', exponent) != std::string_view::npos;

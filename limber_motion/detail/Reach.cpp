@@ -13,14 +13,15 @@ namespace limber::motion::detail {
 namespace {
 
 constexpr double unlimited = std::numeric_limits<double>::infinity();
-constexpr double carried = 0.3;       // heights: how far a reach may carry the root, as in a squat
-constexpr double leaned = 0.1;        // heights: how far it does so for a target that is out of reach
-constexpr double comfortable = 0.97;  // of the bones' length: a limb that is nearly straight
-constexpr double fastestReach = 6.0;  // heights a second: a quick punch
-constexpr double usual = 0.98;        // of the frames: they tell how fast a joint moves
-constexpr double aroundJump = 0.3;    // seconds before and after a jump in which its targets only pull
+constexpr double carried = 0.3;       // heights: how far a target may move the root, as in a squat
+constexpr double leaned = 0.1;        // heights: how far a target that is out of reach moves the root
+constexpr double comfortable = 0.97;  // fraction of the bones' length: a limb that is nearly straight
+constexpr double fastestReach = 6.0;  // heights per second: a quick punch
+constexpr double usual = 0.98;        // fraction of the frames that tell how fast a joint moves
+constexpr double aroundJump = 0.3;  // seconds before and after a jump in which the joint's targets only pull
 
-// The longest that the bone to a joint can be: its length, or any where a channel moves the joint.
+// The largest possible length of the bone to a joint: its offset, or unlimited if a position channel moves
+// the joint.
 double boneLength(const Joint& joint) {
   for (const Channel& c : joint.channels) {
     if (!c.rotation) return unlimited;
@@ -69,7 +70,7 @@ const ReachCheck::Way& ReachCheck::way(int a, int b) {
   way.length = 0.0;
   int bones = 0;
   while (a != b) {
-    int& lower = a > b ? a : b;  // joints stand behind their parents
+    int& lower = a > b ? a : b;  // joints stand after their parents
     way.length += boneLength(clip_.joints[static_cast<std::size_t>(lower)]);
     lower = clip_.joints[static_cast<std::size_t>(lower)].parent;
     ++bones;
@@ -102,8 +103,8 @@ void ReachCheck::comparePairs() {
   }
 }
 
-// The root is not held where it was, but a reach of a hand is no reason for the body to fly. Who asks for a
-// place of the root or of a foot carries the body, and may put it anywhere.
+// The root may move, but a target of a hand must not make the body fly. If the user asks for a place of the
+// root or of a foot, that carries the body, and may put it anywhere.
 void ReachCheck::compareWithRoot() {
   for (std::size_t begin = 0, end = 0; begin < wishes_.size(); begin = end) {
     bool carriedThere = false;
@@ -124,7 +125,7 @@ void ReachCheck::compareWithRoot() {
   }
 }
 
-// All but a few frames: a pose of its own in the first frame is no movement.
+// A few frames are left out, because a separate pose in the first frame is not a movement.
 double ReachCheck::fastest(int joint) {
   double& fastest = fastest_[static_cast<std::size_t>(joint)];
   if (fastest >= 0.0) return fastest;
@@ -141,8 +142,8 @@ double ReachCheck::fastest(int joint) {
 }
 
 void ReachCheck::compareTimes() {
-  std::vector<int> last(clip_.joints.size(), -1);  // the latest wish of each joint
-  std::vector<std::size_t> late;                   // the second wish of each jump
+  std::vector<int> last(clip_.joints.size(), -1);  // the latest constraint of each joint
+  std::vector<std::size_t> late;                   // the second constraint of each jump
   for (std::size_t i = 0; i < wishes_.size(); ++i) {
     if (!counts(i) || found_.wishes[i]) continue;
     const Constraint& wish = wishes_[i];

@@ -8,7 +8,7 @@ namespace limber::motion::detail {
 
 namespace {
 
-constexpr double lifted = 0.1;  // heights: a foot that travels further in the clip is lifted on the way
+constexpr double lifted = 0.1;  // heights: a foot that travels further in the clip must be lifted in between
 constexpr double degrees = 180.0 / 3.14159265358979323846;
 
 }  // namespace
@@ -34,7 +34,7 @@ std::vector<std::string> feetThatNeverLeave(const std::vector<Constraint>& wishe
   std::vector<std::string> sentences;
   for (const Stand& run : runsOf(wishes)) {
     if (run.first > 0 || run.end < original.frames || original.frames == 1) continue;
-    double travels = 0.0, asked = 0.0;  // how far from the first frame's place, and from the first target
+    double travels = 0.0, asked = 0.0;  // distances from the first place and target
     const Constraint* first = nullptr;
     for (const Constraint& wish : wishes) {
       if (wish.joint != run.joint) continue;

@@ -12,9 +12,9 @@ namespace limber::motion::detail {
 namespace {
 
 constexpr double smooth = 0.12, rounding = 0.06;  // seconds: time constants of the measure
-constexpr int reach = 3;                          // frames further apart have no element in the measure
+constexpr int reach = 3;  // frames further apart than this have no element in the measure
 
-// The number of the unknown that each frame's place is: all frames of a contact share one.
+// For each frame, the index of the unknown that is its place. All frames of a contact share one unknown.
 std::vector<int> unknownsOf(int frames, const std::vector<Contact*>& contacts) {
   std::vector<int> unknown(static_cast<std::size_t>(frames), 1);
   unknown[0] = 0;

@@ -7,7 +7,7 @@ namespace limber::motion::detail {
 
 namespace {
 
-constexpr int mostPoses = 2;  // frames in front of the motion
+constexpr int mostPoses = 2;  // largest number of separate poses before the motion
 
 }  // namespace
 
