@@ -17,7 +17,7 @@ namespace {
 
 using namespace limber::detail;
 
-// The band of the scaled matrix is factored where its memory is at most this many times J's.
+// The band of the scaled matrix is factored if its memory is at most this many times J's.
 constexpr double bandMemory = 20.0;
 
 Outcome correctByCG(LinearSystem& system, const Units& units, ConstraintMap& map, Inverse* inverse,
@@ -30,7 +30,8 @@ Outcome correctByCG(LinearSystem& system, const Units& units, ConstraintMap& map
   return outcome;
 }
 
-// Conjugate gradients behind the factor of the band where that is narrow enough, else behind the diagonal.
+// Conjugate gradients, preconditioned by the factor of the band if that is narrow enough, otherwise by the
+// diagonal.
 Outcome firstMethod(LinearSystem& system, ConstraintMap& scaled, const Units& units, int iterations) {
   const int n = scaled.height();
   const int halfBandwidth = scaled.halfBandwidth();
@@ -48,8 +49,9 @@ Outcome firstMethod(LinearSystem& system, ConstraintMap& scaled, const Units& un
   return correctByCG(system, units, scaled, &diagonal, iterations);
 }
 
-// Conjugate gradients behind the triangular factor of (V^-1/2 J^T; D^1/2), whose normal matrix is the one of
-// the system: the condition is not squared. False where the factor costs too much.
+// Conjugate gradients, preconditioned by the triangular factor of (V^-1/2 J^T; D^1/2). The normal matrix of
+// that matrix is the matrix of the system, so the condition is not squared. False if the factor costs too
+// much.
 bool factoredMethod(LinearSystem& system, ConstraintMap& scaled, const Units& units,
                     const Allowance& allowance, Outcome* outcome) {
   try {

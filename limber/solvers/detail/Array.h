@@ -8,8 +8,8 @@
 
 namespace limber::detail {
 
-/// A std::vector that is counted and indexed by ints. No memory is a std::bad_alloc, which the front door
-/// catches.
+/// A std::vector whose sizes and indices are ints. It throws std::bad_alloc if there is no memory; the
+/// functions of Solve.h catch that.
 template <class T>
 class Array {
  public:
@@ -31,7 +31,7 @@ class Array {
   void reserve(int n) { items_.reserve(static_cast<std::size_t>(n)); }
   void push(T value) { items_.push_back(value); }
   void swap(Array& other) { items_.swap(other.items_); }
-  /// Gives the storage back.
+  /// Releases the storage.
   void release() { std::vector<T>().swap(items_); }
 
  private:

@@ -7,8 +7,9 @@
 
 namespace limber::detail {
 
-/// A d = r from d = 0 for a square A; r is overwritten. d is the iterate of the smallest residual. Both goals
-/// count the residual itself: `residual` in the caller's norm, `relative` plainly.
+/// Solves A d = r from d = 0 for a square A and overwrites r. d is the iterate with the smallest residual.
+/// Both limits of the goal refer to the residual itself: `residual` to its norm as the caller counts it,
+/// `relative` to its plain norm.
 Outcome biCGStab(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run);
 
 }  // namespace limber::detail

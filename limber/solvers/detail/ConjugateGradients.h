@@ -12,18 +12,20 @@ class LinearMap;
 
 /// Where a method may stop.
 struct Goal {
-  /// The residual's norm as the caller counts it: the square root of the sum of weight_i r_i^2 (null: 1).
+  /// The residual's norm as the caller counts it: the square root of the sum of weight_i r_i^2 (a null weight
+  /// means 1).
   double residual = 0.0;
   const double* weight = nullptr;
-  /// And the preconditioned one, the square root of r^T M^-1 r, relative to where it began.
+  /// The preconditioned norm, the square root of r^T M^-1 r, relative to its initial value. Both limits must
+  /// be met.
   double relative = 0.0;
-  /// Iterations for this method at most.
+  /// The largest number of iterations of this method.
   int iterations = 0;
 };
 
-/// A d = r from d = 0, with A symmetric positive definite; r is overwritten. d is the iterate of the smallest
-/// residual.
-/// *condition, which may be null, grows to the ratio of the largest curvature that was met to the smallest.
+/// Solves A d = r from d = 0 for a symmetric positive definite A and overwrites r. d is the iterate with the
+/// smallest residual. *condition (may be null) is raised to the ratio of the largest curvature to the
+/// smallest that the method has met.
 Outcome conjugateGradients(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run,
                            double* condition = nullptr);
 

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The matrix of a system of constraints.
+/// The operator of a system of constraints.
 
 #include "limber/solvers/detail/LinearMap.h"
 #include "limber/solvers/detail/SparseRows.h"
@@ -14,20 +14,21 @@ namespace limber::detail {
 class ConstraintMap final : public LinearMap {
  public:
   SparseRows rows;
-  /// V^-1 and D; empty: ones and zeros.
+  /// The diagonals of V^-1 and D. If empty, they are ones and zeros.
   Doubles inverseMass, damp;
 
-  /// Takes copies, scaled so that the map is 2^-power times the caller's. The complaint about the input, null
-  /// when there is none.
+  /// Copies the matrix and the vectors, scaled so that this map is 2^-power times the caller's. Returns an
+  /// error message about the input, or null.
   const char* take(const HSpMat& J, const Vector* mass, const Vector* damping, int* power);
-  /// Scales J by powers of two that bring the diagonal of the map near 1, from both sides, and returns them.
+  /// Scales the map from both sides by powers of two that bring its diagonal near 1, and returns the
+  /// exponents.
   Ints equilibrate();
 
-  /// Of the map as a matrix.
+  /// The half bandwidth, the diagonal and the entries of the map as a matrix.
   int halfBandwidth() const;
   Doubles diagonal() const;
   SparseRows matrix() const;
-  /// (V^-1/2 J^T; D^1/2), whose normal matrix it is.
+  /// The matrix (V^-1/2 J^T; D^1/2). Its normal matrix is this map.
   SparseRows root() const;
 
   int height() const override { return rows.height; }

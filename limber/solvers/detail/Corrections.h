@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The solution improved by corrections that a method computes in units of its own.
+/// Improves the solution by corrections that a method computes in its own units.
 
 #include <algorithm>
 
@@ -11,20 +11,21 @@
 
 namespace limber::detail {
 
-/// How a method's system follows from the one of the solve: its row k is row order[k] (empty: k) times
-/// 2^rows[k], and its unknown j stands for 2^columns[j] times as much. Empty powers are zeros.
+/// How a method's system follows from the system of the solve: row k is row order[k] (k if `order` is empty)
+/// times 2^rows[k], and unknown j is multiplied by 2^columns[j] to get the unknown of the solve. Empty
+/// vectors of exponents mean zeros.
 struct Units {
   Ints order, rows, columns;
 };
 
-/// The number of the iteration after which a method that may do so many must end.
+/// The number of the iteration at which a method that may take `iterations` iterations must end.
 inline int lastIteration(const LinearSystem& system, int iterations) {
   return system.run.iterations + std::min(iterations, system.run.limit - system.run.iterations);
 }
 
-/// Computes the residual, lets `method` solve for a correction, and adds that, for as long as this at least
-/// halves the residual. `method` gets the residual in its units, with a largest element near 1, room for the
-/// correction, and its goal.
+/// Lets `method` solve for a correction and adds it, and repeats that as long as it at least halves the
+/// residual. `method` receives the residual in its units, scaled so that the largest element is near 1, space
+/// for the correction, and its goal.
 template <class Method>
 Outcome correct(LinearSystem& system, const Units& units, int iterations, Method method) {
   const int m = system.height, n = system.width;

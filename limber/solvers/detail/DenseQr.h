@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// A dense QR factorization that tells the rank, for small matrices.
+/// A dense QR factorization that reveals the rank, for small matrices.
 
 #include "limber/solvers/detail/Array.h"
 
@@ -9,8 +9,8 @@ namespace limber::detail {
 
 struct SparseRows;
 
-/// A P = Q (R S; 0 0) by Householder reflections with column pivoting (Businger and Golub 1965). R has the
-/// rank of A; what is left of the other columns is next to zero.
+/// A P = Q (R S; 0 0) by Householder reflections with column pivoting (Businger and Golub 1965). The order of
+/// R is the rank of A; the rest of the other columns is nearly zero and is ignored.
 class DenseQr {
  public:
   /// Takes m x n matrices whose columns have norms near 1 (or 0).
@@ -18,10 +18,10 @@ class DenseQr {
   int rank() const { return rank_; }
   /// The solution d of min |A d - r| whose dependent unknowns are zero.
   void solve(const double* r, double* d);
-  /// The k-th of n - rank vectors that A maps to (next to) zero.
+  /// The k-th of n - rank vectors that A maps to zero or nearly zero.
   void nullVector(int k, double* z) const;
 
-  /// About so many operations to factor m x n.
+  /// The approximate number of operations that factor an m x n matrix.
   static double operations(double m, double n);
 
  private:
@@ -32,7 +32,7 @@ class DenseQr {
   void solveTriangle(double* y) const;
 
   int m_, n_, rank_ = 0;
-  /// By columns: R and S on and above the diagonal, the reflections below it.
+  /// Stored by columns: R and S on and above the diagonal, the reflections below it.
   Doubles value_, diagonal_, work_;
   Ints order_;
 };

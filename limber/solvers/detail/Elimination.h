@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The order in which a sparse factorization eliminates the unknowns, and the fill that it brings.
+/// The order in which a sparse factorization eliminates the unknowns, and the resulting fill.
 
 #include "limber/solvers/detail/Array.h"
 
@@ -9,34 +9,34 @@ namespace limber::detail {
 
 struct SparseRows;
 
-/// What a factor may cost.
+/// The largest cost of a factor.
 struct Allowance {
   double entries = 6e7;
   double operations = 2e10;
 };
 
-/// The elimination by minimum degree (Amestoy, Davis and Duff 1996) of a graph that is given as a union of
+/// The elimination of a graph by minimum degree (Amestoy, Davis and Duff 1996). The graph is a union of
 /// cliques: the rows of A for the factor of A^T A, the edges for a symmetric matrix.
 struct Elimination {
-  /// The unknown that goes k-th, and when each unknown goes.
+  /// order[k] is the unknown that is eliminated k-th; position is the inverse permutation.
   Ints order, position;
-  /// The upper triangle of the factor by rows: row k has its entries, apart from the diagonal, at these
-  /// positions behind k, in ascending order.
+  /// The upper triangle of the factor by rows: apart from the diagonal, row k has entries at the positions
+  /// index[start[k]] ... index[start[k + 1] - 1], in ascending order.
   Ints start, index;
-  /// About so many operations to factor a matrix of which these are the edges.
+  /// The approximate number of operations that factor a matrix with these edges.
   double operations = 0.0;
 
-  /// The first position behind k that row k reaches; the number of unknowns where there is none.
+  /// The first position after k at which row k has an entry; the number of unknowns if there is none.
   int parent(int k) const { return start[k] < start[k + 1] ? index[start[k]] : order.size(); }
 };
 
-/// Orders the columns of A for its QR factor. False where the factor has more entries than allowed.
+/// Orders the columns of A for its QR factor. False if the factor has more entries than allowed.
 bool eliminateColumns(const SparseRows& A, const Allowance& allowance, Elimination* out);
-/// Orders the unknowns of a symmetric A for its Cholesky factor. False where that costs more than allowed.
+/// Orders the unknowns of a symmetric A for its Cholesky factor. False if that costs more than allowed.
 bool eliminateSymmetric(const SparseRows& A, const Allowance& allowance, Elimination* out);
-/// The elimination of a band in its own order.
+/// The elimination of a band matrix in its natural order.
 Elimination bandElimination(int n, int halfBandwidth);
-/// Only the order of the columns for an LU factor with row exchanges; nearly full rows are left out.
+/// Computes only the order of the columns, for an LU factor with row exchanges. Nearly full rows are ignored.
 void orderColumns(const SparseRows& A, Ints* order);
 
 }  // namespace limber::detail

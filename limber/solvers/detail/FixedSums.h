@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Sums over vectors in an order that is fixed, with four partial sums side by side.
+/// Sums over vectors in a fixed order, with four partial sums.
 
 #include <cmath>
 #include <cstring>
@@ -25,7 +25,7 @@ inline double fixedSum(int n, F f) {
   return (s0 + s1) + (s2 + s3);
 }
 
-/// Two elements, in one register wherever there are some for two.
+/// Two elements in one vector register, if the machine has such registers.
 typedef double TwoLanes __attribute__((vector_size(16)));
 
 inline TwoLanes twoAt(const double* p) {
@@ -34,7 +34,7 @@ inline TwoLanes twoAt(const double* p) {
   return two;
 }
 
-/// The sums over a_i b_i and c_i d_i e_i, term by term as fixedSum has them.
+/// The sums of a_i b_i and of c_i d_i e_i, in the order of fixedSum.
 struct TwoSums {
   double first, second;
 };

@@ -8,11 +8,11 @@
 
 namespace limber::detail {
 
-/// A ~ L U with the pattern of A (ILU(0); Meijerink and van der Vorst 1977). A has its diagonal stored and
-/// its rows and columns scaled; a pivot next to zero is replaced.
+/// A ~ L U with the pattern of A (ILU(0); Meijerink and van der Vorst 1977). The diagonal of A is stored, and
+/// the rows and columns of A are scaled. A pivot that is nearly zero is replaced.
 class IncompleteLu final : public Inverse {
  public:
-  /// False when the diagonal is not stored everywhere.
+  /// False if a diagonal element is not stored.
   bool factor(const SparseRows& A);
   bool apply(const double* r, double* z) override;
 

@@ -5,22 +5,22 @@ class Vector;
 
 namespace limber::detail {
 
-/// d(i) = sum of w v^2 over the entries of row i of J, + damp[i], + shift. Null weights are 1. The damping is
-/// 0 where damp is null, and beyond its storage.
+/// d(i) = sum of w v^2 over the entries of row i of J, + damp[i], + shift. Null weights mean 1. The damping
+/// is 0 if damp is null, and for i beyond its storage.
 double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift);
 
-/// The same, given the dot of the row with itself.
+/// The same, given the dot product of the row with itself.
 double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift,
                    double ownDot);
 
-/// The shift of the preconditioners: cgradDefinizer where that is positive, else 0.
+/// The shift of the preconditioners: cgradDefinizer if that is positive, otherwise 0.
 double definizerShift();
 
-/// A new vector of 1/d(i), or d(i) itself where |d(i)| < cg_epsilon. Null, after a report, when there is no
+/// A new vector of 1/d(i), or d(i) itself if |d(i)| < cg_epsilon. Null, after a report, if there is no
 /// memory.
 Vector* jjtInverseDiagonal(const HSpMat& J, const Vector* weights, const Vector* damp);
 
-/// z[i] = inverse[i] r[i] below the smaller of their lengths, as far as z has storage.
+/// z[i] = inverse[i] r[i] for i below the smaller of the two lengths and inside the storage of z.
 void scaleByDiagonal(const Vector& inverse, const Vector& r, Vector& z);
 
 }  // namespace limber::detail

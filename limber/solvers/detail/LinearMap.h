@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What the methods of the front door multiply by and divide by.
+/// The linear maps and approximate inverses that the methods of Solve.h work with.
 
 #include <memory>
 
@@ -16,18 +16,18 @@ namespace limber::detail {
 struct SparseRows;
 class SlicedRows;
 
-/// A linear map by its products, which it counts.
+/// A linear map, given by its products, which it counts.
 class LinearMap {
  public:
   virtual ~LinearMap() = default;
   virtual int height() const = 0;
   virtual int width() const = 0;
-  /// y = A x and y = A^T x; they are different vectors.
+  /// y = A x and y = A^T x. x and y are different vectors.
   virtual void multiply(const double* x, double* y) = 0;
   virtual void multiplyTransposed(const double* x, double* y) = 0;
   /// u = A v - s u, then w = A^T u. Returns |u|^2.
   virtual double multiplyBothWays(const double* v, double s, double* u, double* w);
-  /// r = b - A x, in twice the precision where the map can.
+  /// r = b - A x, in twice the precision if the map supports that.
   virtual void preciseResidual(const double* b, const double* x, double* r);
   /// The same, and g = A^T r.
   virtual void preciseGradient(const double* b, const double* x, double* r, double* g);
@@ -38,7 +38,7 @@ class LinearMap {
   Doubles product_;
 };
 
-/// The product with compressed rows, which are laid out anew when there are many products.
+/// The product with compressed rows. After several products the rows are copied to a faster layout.
 class RowsMap final : public LinearMap {
  public:
   explicit RowsMap(const SparseRows& rows);
@@ -89,9 +89,9 @@ class NormalMap final : public LinearMap {
   Doubles work_;
 };
 
-/// The product with a matrix of the caller's class. A vector is handed over with its largest magnitude near
-/// 2^100, as far as the product has room for that, so that a class that leaves out tiny numbers leaves out
-/// nothing that counts.
+/// The product with a matrix of the caller's class. Each vector is scaled so that its largest magnitude is
+/// near 2^100, or as near as the product allows without overflow. So a class that drops tiny numbers drops
+/// nothing that matters.
 class ForeignMap final : public LinearMap {
  public:
   ForeignMap(const SpMat& A, int height, int width);
@@ -99,7 +99,7 @@ class ForeignMap final : public LinearMap {
   int width() const override { return width_; }
   void multiply(const double* x, double* y) override;
   void multiplyTransposed(const double* x, double* y) override;
-  /// The products are 2^k times those of the caller's matrix from now on.
+  /// From now on, the products are 2^k times those of the caller's matrix.
   void scaleBy(int k) { power_ = k; }
 
  private:
@@ -114,9 +114,9 @@ class ForeignMap final : public LinearMap {
 class Inverse {
  public:
   virtual ~Inverse() = default;
-  /// z = M^-1 r; they are different vectors. False when that gives no numbers.
+  /// z = M^-1 r. r and z are different vectors. False if the result is not finite.
   virtual bool apply(const double* r, double* z) = 0;
-  /// The diagonal of M^-1 where it is diagonal, else null.
+  /// The diagonal of M^-1 if it is diagonal, otherwise null.
   virtual const double* diagonal() const { return nullptr; }
 };
 

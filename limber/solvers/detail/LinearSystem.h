@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The system of a solve, scaled, with the best solution so far and the truth about it.
+/// The scaled system of a solve, the best solution so far, and its recomputed residual.
 
 #include <memory>
 
@@ -13,81 +13,81 @@
 
 namespace limber::detail {
 
-/// A x = b, or min |A x - b|, in the units in which the largest entry of A and of b are near 1.
+/// A x = b, or min |A x - b|, in units in which the largest entries of A and of b are near 1.
 class LinearSystem {
  public:
   enum class Kind { leastSquares, positiveDefinite, square };
 
   LinearSystem(const SolveOptions& options, Kind kind) : run(options), kind_(kind) {}
 
-  /// Takes the matrix, the right-hand side and the start, and scales them. The complaint about them, null
-  /// when there is none.
+  /// Takes the matrix, the right-hand side and the start, and scales them. Returns an error message about
+  /// them, or null.
   const char* take(const SpMat& A, const Vector& right, const Vector& start);
-  /// The same for a map that was scaled already: A is 2^power times `scaledMap`.
+  /// The same for a map that is already scaled: A is 2^power times `scaledMap`.
   const char* take(std::unique_ptr<LinearMap> scaledMap, int power, const Vector& right, const Vector& start);
 
-  /// Copies the entries of a large matrix of a foreign class, one product a column. Where there are too many
-  /// of them the map stays as it is, and `endless` says so.
+  /// Copies the entries of a large matrix of a foreign class by one product per column. If there are too many
+  /// entries, the map does not change, and `endless` is set.
   void copyColumns(const SpMat& A);
 
   bool converged() const { return residual <= goal; }
-  /// The goal is out of reach of any iteration: stop here.
+  /// True if the solve must end here: it has converged or is not allowed to continue.
   bool ended() const { return converged() || run.mustEnd(); }
-  /// b - A x into r, and for least squares A^T r into g; the norm that counts.
+  /// Computes r = b - A x and, for least squares, g = A^T r. Returns the norm of the residual.
   double measure(const double* at, double* r, double* g);
-  /// x = x + d where that has a smaller residual; then r and g are its own. Whether it has.
+  /// Adds d to x if that reduces the residual, and updates r and g. Returns true if it did.
   bool improve(const double* d);
-  /// The same for an x that was measured already.
+  /// The same for a new x that has already been measured.
   bool adopt(Doubles* at, Doubles* itsR, Doubles* itsG, double itsResidual);
-  /// Takes an x instead that is about as good. Whether it is.
+  /// Replaces x by another one if that is about as good. Returns true if it did.
   bool replace(Doubles* at);
-  /// The state of the solution, to come back to.
+  /// A state of the solution that can be restored.
   struct State {
     Doubles x, r, g;
     double residual;
   };
   State state() const { return {x, r, g, residual}; }
-  /// Goes back to the start.
+  /// Restores the start.
   void goBack();
-  /// Takes that state back if its residual is smaller.
+  /// Restores that state if its residual is smaller.
   void keepBetter(State&& other);
   void takeBack(const State& other) {
     x = other.x, r = other.r, g = other.g;
     residual = other.residual;
   }
-  /// From here on every method goes as far as it gets; the goal is the old one again after endPolish.
+  /// From here on, every method reduces the residual as far as it can; endPolish restores the goal.
   void beginPolish() { polished_ = goal, goal = 0.0; }
   void endPolish() { goal = polished_, polished_ = 0.0; }
-  /// Operations that were spent on products so far, about.
+  /// The approximate number of operations in products so far.
   double spent() const { return 2.0 * map->products * rows.entries(); }
 
   bool leastSquares() const { return kind_ == Kind::leastSquares; }
-  /// The columns of A are known to be independent.
+  /// True if the columns of A are known to be independent.
   bool fullRank = false;
-  /// A has dependent columns, and x is the solution nearest to the start.
+  /// True if A has dependent columns and x is the solution nearest to the start.
   bool nearest = false;
-  /// The estimated condition of the scaled matrix, 0 where no method gave one.
+  /// The estimated condition of the scaled matrix, or 0 if no method has estimated it.
   double condition = 0.0;
 
-  /// The report; x goes to `out`, unless the start is the best there is.
+  /// Returns the report, and copies x to `out` unless the start is the best solution.
   SolveReport finish(Outcome last, Vector* out);
 
   SolveRun run;
-  /// The entries, where there are any (not for a large matrix of a foreign class).
+  /// The entries of A, if they are known (not for a large matrix of a foreign class).
   SparseRows rows;
   bool haveRows = false;
-  /// There never will be entries: methods without them may take all iterations.
+  /// True if there never will be entries, so methods without them may use all iterations.
   bool endless = false;
   std::unique_ptr<LinearMap> map;
   int height = 0, width = 0;
   Doubles b, x;
-  /// The start; empty: zero.
+  /// The start; empty means zero.
   Doubles begin;
   /// b - A x and, for least squares, A^T (b - A x).
   Doubles r, g;
-  /// Residuals are computed in twice the precision from now on.
+  /// True if residuals are computed in twice the precision from now on.
   bool precise = false;
-  /// The norm of the right-hand side, of the residual, and where that is small enough.
+  /// The norms of the right-hand side and of the residual, and the goal for the latter.
   double norm = 0.0, residual = 0.0, goal = 0.0;
 
  private:
@@ -102,7 +102,7 @@ class LinearSystem {
   Doubles tryX_, tryR_, tryG_;
 };
 
-/// |x|, also where the squares would underflow.
+/// |x|, without underflow or overflow of the squares.
 double safeNorm(int n, const double* x);
 
 }  // namespace limber::detail

@@ -12,17 +12,17 @@ namespace limber::detail {
 class LinearMap;
 
 struct LsmrGoal {
-  /// |A^T (r - A d)| to stop at, as the method estimates it.
+  /// The method stops when its estimate of |A^T (r - A d)| is at most this.
   double residual = 0.0;
-  /// Iterations for this method at most.
+  /// The largest number of iterations of this method.
   int iterations = 0;
-  /// What the estimate stands for: the caller's norm is this times the estimate.
+  /// The caller's norm is `ratio` times the estimate.
   double ratio = 1.0;
-  /// Called with d when the estimate is small enough: the norm in the caller's sense, which must be at most
-  /// `truth`. May be empty.
+  /// Called with d when the estimate is small enough. Returns the norm as the caller counts it, which must be
+  /// at most `truth`. May be empty.
   std::function<double(const double* d)> check;
   double truth = 0.0;
-  /// A^T r, which is overwritten; null: it is computed.
+  /// A^T r, which is overwritten. If null, it is computed.
   double* gradient = nullptr;
 };
 
@@ -30,11 +30,11 @@ struct LsmrResult {
   Outcome outcome;
   /// The estimated condition of A.
   double condition;
-  /// Whether d is the one that was checked last.
+  /// True if the last check was made with d.
   bool checked = false;
 };
 
-/// min |A d - r| from d = 0; r is overwritten.
+/// Minimises |A d - r| from d = 0 and overwrites r.
 LsmrResult lsmr(LinearMap& A, double* r, double* d, LsmrGoal goal, SolveRun& run);
 
 }  // namespace limber::detail

@@ -9,7 +9,7 @@
 
 namespace limber::detail {
 
-/// 2^k for |k| <= 1022, from the bits.
+/// 2^k for |k| <= 1022, composed from the bits.
 inline double powerOfTwo(int k) {
   const std::uint64_t bits = static_cast<std::uint64_t>(k + 1023) << 52;
   double value;
@@ -17,7 +17,7 @@ inline double powerOfTwo(int k) {
   return value;
 }
 
-/// x 2^k for |k| <= 3000; exact where the result is a normal number.
+/// x 2^k for |k| <= 3000; exact if the result is a normal number.
 inline double timesPowerOfTwo(double x, int k) {
   while (k > 1000) {
     x *= powerOfTwo(1000);
@@ -37,14 +37,14 @@ inline int exponentOf(double x) {
   return x == 0.0 ? 0 : k;
 }
 
-/// The exponent of the largest of n magnitudes; 0 when all are 0.
+/// The exponent of the largest of n magnitudes; 0 if all are 0.
 inline int largestExponent(int n, const double* x) {
   double largest = 0.0;
   for (int i = 0; i < n; ++i) largest = std::fabs(x[i]) > largest ? std::fabs(x[i]) : largest;
   return exponentOf(largest);
 }
 
-/// Whether n numbers are finite, and the exponent of the largest magnitude.
+/// True if n numbers are finite. *exponent becomes that of the largest magnitude.
 inline bool finiteExponent(int n, const double* x, int* exponent) {
   double largest = 0.0, rest = 0.0;
   for (int i = 0; i < n; ++i) {

@@ -24,12 +24,12 @@ class IndexRuns {
   int* lengths_;
 };
 
-/// Weighted dots of up to eight neighbouring rows with other rows. The eight rows are spread out side by
-/// side, with a place for each column, so that another row, or a run of rows with the same indices, is walked
-/// once for all of them without a merge. Each dot has the bits of sdot: its terms come in ascending index
-/// order, and a column without an entry adds a zero.
+/// Weighted dot products of up to eight neighbouring rows with other rows. The eight rows are stored side by
+/// side in an array with a place for each column. So another row, or a run of rows with the same indices, is
+/// read once for all eight of them, without a merge. Each dot product has the bits of sdot: its terms are
+/// added in ascending index order, and a column without an entry adds a zero.
 ///
-/// All panels share their storage, which is kept and grows to the largest range of columns that eight rows
+/// All panels share their storage. It is kept, and it grows to the largest range of columns that eight rows
 /// have needed.
 class RowPanel {
  public:

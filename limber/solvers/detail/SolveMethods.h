@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The methods of the front door, each from where the system is to where it gets. They return how they ended;
-/// the system knows whether it is solved.
+/// The methods of Solve.h. Each one improves the solution as far as it can and returns how it ended. The
+/// system knows whether it is solved.
 
 #include <algorithm>
 #include <cmath>
@@ -19,40 +19,44 @@ Outcome solveDefinite(LinearSystem& system);
 /// A x = b.
 Outcome solveAnySquare(LinearSystem& system);
 
-/// The least-squares methods one by one: LSMR with scaled columns, and LSMR behind a QR factor. The second
-/// one is false where the factor costs too much.
+/// The single least-squares methods: LSMR with scaled columns, and LSMR preconditioned by a QR factor. The
+/// second one returns false if the factor costs too much.
 Outcome scaledLsmr(LinearSystem& system, int iterations);
 bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int iterations, Outcome* outcome);
 
-/// Corrections behind the Cholesky factor of A^T A, for a least-squares matrix of few columns. False where
-/// there are too many, or where they may be dependent.
+/// Solves for corrections with the Cholesky factor of A^T A, for a least-squares matrix with few columns.
+/// False if there are too many columns, or if they may be dependent.
 bool thinMethod(LinearSystem& system);
-/// A dense QR factor with the solution refined behind it, for small systems of any rank. Where the columns of
-/// a least-squares matrix are dependent, x moves to the solution nearest to the start. False where it costs
-/// too much.
+/// A dense QR factor with iterative refinement, for small systems of any rank. If the columns of a
+/// least-squares matrix are dependent, x moves to the solution nearest to the start. False if the factor
+/// costs too much.
 bool denseMethod(LinearSystem& system, const Allowance& allowance);
 
-/// Per row, the exponent that brings its largest entry near 1.
+/// For each row, the exponent of the power of two that brings its largest entry near 1.
 Ints rowPowers(const SparseRows& rows);
-/// Per column, the exponent that brings its largest entry near 1, and one over its norm then.
+/// For each column, the exponent of the power of two that brings its largest entry near 1, and the inverse of
+/// its norm after that.
 void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms);
 
-/// Whether powers of two with these exponents can be multiplied without overflow.
+/// True if powers of two with these exponents can be multiplied without overflow.
 bool moderate(const Ints& powers);
 
-/// The caller's preconditioner, null where it is the identity or there is none.
+/// The caller's preconditioner, or null if there is none or it is the identity.
 Preconditioner* foreignPreconditioner(const LinearSystem& system);
-/// Whether the caller asks for no preconditioner.
+/// True if the caller asks for the identity as preconditioner.
 bool wantsIdentity(const LinearSystem& system);
-/// Iterations for a first method before a factorization is worth a try: about the unknowns, within bounds.
+/// The number of iterations of a first method before a factorization is tried: the number of unknowns, within
+/// bounds.
 int firstBudget(const LinearSystem& system, int least, int most);
 
-/// The same for a method that has only products: so many that a copy of the columns costs no more.
+/// The same for a method that has only products. With so many iterations it costs about as much as a copy of
+/// the columns.
 int budgetWithoutEntries(const LinearSystem& system);
 
-/// A first method and a factorization by turns: first(iterations) goes on for four times as long every time,
-/// and where that does not lead far direct(allowance, &outcome), which is false where it costs too much, may
-/// cost a few times what was spent, or all that is allowed once the first method is stuck.
+/// Alternates between a first method and a factorization. first(iterations) continues with four times as many
+/// iterations in each round. If that does not come close to the goal, direct(allowance, &outcome) follows; it
+/// returns false if it costs too much. It may cost a few times as much as was spent so far, or all that is
+/// allowed once the first method is stuck.
 template <class First, class Direct>
 Outcome escalate(LinearSystem& system, int iterations, First first, Direct direct) {
   bool again = false;
@@ -62,7 +66,7 @@ Outcome escalate(LinearSystem& system, int iterations, First first, Direct direc
     Outcome outcome = first(iterations);
     if (system.ended() || outcome == Outcome::indefinite) return outcome;
     const bool stuck = system.run.iterations - begin < iterations;
-    // halfway at least: as many iterations again should do, without a factorization
+    // more than halfway to the goal: the same number of iterations should be enough, without a factorization
     again = !again && !stuck && std::log(before / system.residual) > 0.5 * std::log(before / system.goal);
     if (again) continue;
     Allowance allowance;
@@ -72,16 +76,16 @@ Outcome escalate(LinearSystem& system, int iterations, First first, Direct direc
   }
 }
 
-/// What a dense factor may cost where nothing else has led to a solution.
+/// The largest cost of a dense factor if nothing else has led to a solution.
 constexpr Allowance lastResort{3e7, 4e9};
 
-/// Whether |b - A x| of a least-squares solution is neither small nor, by what is left of A^T (b - A x), near
-/// the smallest there is: x may be far from it.
+/// True if |b - A x| of a least-squares solution is not small and, judged by A^T (b - A x), is not near its
+/// minimum. x may then be far from the solution.
 bool farFromMinimum(const LinearSystem& system);
-/// Whether a factor should make a solution better whose residual is small enough already: where the residual
-/// is known to say little about x, and for a small system, where it costs next to nothing.
+/// True if a factor should improve a solution whose residual is already small enough: if the residual is
+/// known to say little about x, or if the system is small, so that it costs very little.
 bool worthPolish(const LinearSystem& system, bool doubtful);
-/// What a factor may cost that only makes a solution better which is good enough already.
+/// The largest cost of a factor that only improves a solution that is already good enough.
 Allowance polishAllowance(const LinearSystem& system, bool doubtful);
 
 }  // namespace limber::detail

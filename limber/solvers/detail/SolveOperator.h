@@ -21,8 +21,8 @@ class SolveOperator {
  public:
   typedef void (*Own)(const SolveMatrix& A, const Vector* v, Vector* w);
 
-  /// The library's operations are known by their addresses. Where a program has others for them, because it
-  /// is not position-independent, its operation counts as the caller's.
+  /// The library's operations are recognised by their addresses. If these differ in a program, because it is
+  /// not position-independent, its operation counts as the caller's.
   SolveOperator(SpMat* A, CGMultFun mult);
   SolveOperator(SpMat* A, Own own);
 
@@ -31,7 +31,7 @@ class SolveOperator {
   int width() const { return matrix_.width(); }
   const SolveMatrix& matrix() const { return matrix_; }
   bool isCallers() const { return own_ == nullptr; }
-  /// out = M v. Where out becomes shorter, what stands behind its end becomes 0.0.
+  /// out = M v. If out becomes shorter, the elements after its new end become 0.0.
   void apply(const Vector* v, Vector* out) const;
 
  private:

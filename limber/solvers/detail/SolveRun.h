@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// A solve under way: what was asked, what was counted, and how each method ended.
+/// The state of a running solve: its options and counters, and how its methods end.
 
 #include <chrono>
 
@@ -11,31 +11,31 @@ namespace limber::detail {
 
 /// How a method ended.
 enum class Outcome {
-  /// Its own residual is as small as was asked for.
+  /// The method's residual reached its goal.
   done,
-  /// More iterations do not help, or those given to this method are used up.
+  /// More iterations do not help, or those of this method are used up.
   stuck,
   /// No iterations are left for the whole solve.
   limit,
   /// The observer ended the solve.
   stopped,
-  /// A direction of negative curvature.
+  /// There is a direction of negative curvature.
   indefinite,
   /// The matrix is not symmetric.
   unsymmetric,
   /// A number is not finite.
   overflow,
-  /// The caller's preconditioner is no use.
+  /// The preconditioner is not positive definite, or does not give finite numbers.
   preconditioner
 };
 
 class SolveRun {
  public:
   explicit SolveRun(const SolveOptions& options);
-  /// Sets the limit that the options leave open.
+  /// Sets the limit of iterations if the options do not.
   void expect(int unknowns);
 
-  /// One more iteration, which left this residual (times 2^power of unit). False when the solve must end.
+  /// Counts an iteration that ended with this residual (times 2^unit). False if the solve must end.
   bool step(double residual) {
     ++iterations;
     if (options.observer) observe(residual);
@@ -49,7 +49,7 @@ class SolveRun {
   int iterations = 0;
   int limit = 0;
   bool stopped = false;
-  /// Residuals are in units of 2^unit.
+  /// Residuals are given in units of 2^unit.
   int unit = 0;
 
  private:
@@ -57,11 +57,11 @@ class SolveRun {
   const std::chrono::steady_clock::time_point begin_;
 };
 
-/// The report of input that cannot be worked on.
+/// The report for bad input.
 SolveReport badInput(const char* message);
-/// Whether all numbers are finite.
+/// True if all numbers are finite.
 bool allFinite(int n, const double* x);
-/// The complaint about the options, null when there is none.
+/// An error message about the options, or null.
 const char* complaint(const SolveOptions& options);
 
 }  // namespace limber::detail

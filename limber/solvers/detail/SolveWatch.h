@@ -8,23 +8,23 @@
 
 namespace limber::detail {
 
-/// A solve begins: it has not been stopped yet. (Written only when it changes, so that solves on several
-/// threads that nobody observes write nothing.)
+/// Resets cg_stopped at the beginning of a solve. (The variable is written only if it changes, so solves on
+/// several threads that nobody observes write nothing.)
 inline void clearStopped() {
   if (cg_stopped != 0) cg_stopped = 0;
 }
 
-/// Calls cg_observer once an iteration, counting through all passes of a solve, and keeps the best iterate
-/// seen for the observer that ends it. Without an observer it does nothing.
+/// Calls cg_observer once per iteration, counts the iterations of all passes of a solve, and keeps the best
+/// iterate for the case that the observer ends the solve. Without an observer it only counts.
 class SolveWatch {
  public:
   SolveWatch() { clearStopped(); }
 
-  /// Notes the start of a pass, which counts as seen.
+  /// Notes the start of a pass, which may be the best iterate.
   void start(const Vector& x, double rsq) {
     if (cg_observer) keepBest(x, rsq);
   }
-  /// Tells the observer of an iteration that has been done: true when it asks for the end of the solve.
+  /// Reports an iteration to the observer. True if the observer ends the solve.
   bool observe(const Vector& x, double rsq) {
     ++iterations_;
     if (!cg_observer) return false;

@@ -8,14 +8,14 @@
 
 namespace limber::detail {
 
-/// P A P^T = L L^T for a symmetric A with a diagonal near 1, column by column (left-looking). A pivot next to
-/// zero, as semidefinite matrices have, becomes 1 and its column is left out.
+/// P A P^T = L L^T for a symmetric A with a diagonal near 1, column by column (left-looking). Semidefinite
+/// matrices have pivots that are nearly zero. Such a pivot becomes 1, and its column is left out.
 class SparseCholesky final : public Inverse {
  public:
-  /// False for a pivot so far below zero that A is not positive semidefinite.
+  /// False if a pivot is so far below zero that A is not positive semidefinite.
   bool factor(const SparseRows& A, Elimination elimination);
   bool apply(const double* r, double* z) override;
-  /// Pivots that were next to zero.
+  /// The number of pivots that were nearly zero.
   int defects() const { return defects_; }
 
  private:

@@ -8,15 +8,15 @@
 
 namespace limber::detail {
 
-/// P A Q = L U column by column with row exchanges (Gilbert and Peierls 1988), the columns in an order that
-/// keeps the fill small, with symmetric pruning (Eisenstat and Liu 1992). A column without a pivot gets 1 in
-/// its place.
+/// P A Q = L U, column by column, with row exchanges (Gilbert and Peierls 1988) and symmetric pruning
+/// (Eisenstat and Liu 1992). The order of the columns keeps the fill small. A column without a pivot gets the
+/// pivot 1.
 class SparseLu final : public Inverse {
  public:
-  /// False where it costs more than allowed.
+  /// False if it costs more than allowed.
   bool factor(const SparseRows& A, const Allowance& allowance);
   bool apply(const double* r, double* z) override;
-  /// Columns without a pivot.
+  /// The number of columns without a pivot.
   int defects() const { return defects_; }
 
  private:
@@ -25,13 +25,13 @@ class SparseLu final : public Inverse {
   void prune(int k, int pivotRow);
 
   int n_ = 0, defects_ = 0;
-  Ints order_;     // the column that goes k-th
-  Ints position_;  // when a row was chosen, -1 before
+  Ints order_;     // the column that is eliminated k-th
+  Ints position_;  // when a row was chosen as pivot row; -1 before that
   Ints lowerStart_, lowerIndex_, upperStart_, upperIndex_;
   Doubles lower_, upper_, pivot_, work_;
-  /// Where the search in a column of L ends.
+  /// The end of the search in each column of L.
   Ints searchEnd_;
-  // of one column: the rows it reaches in topological order from top_ on, and the search's own lists
+  // for one column: the rows that it reaches in topological order from top_ on, and the lists of the search
   Ints found_, stack_, next_, mark_;
   int top_ = 0, freeRow_ = 0;
 };

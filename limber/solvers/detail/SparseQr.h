@@ -8,11 +8,12 @@
 
 namespace limber::detail {
 
-/// A P = Q R by rotating row after row into R (George and Heath 1980); Q is not kept. Where A has dependent
-/// columns, R is that of A with a row e_k below it for each k whose diagonal is next to zero.
+/// A P = Q R by rotating one row after the other into R (George and Heath 1980). Q is not stored. If A has
+/// dependent columns, R is the factor of A with an additional row e_k for each k whose diagonal element is
+/// nearly zero.
 class SparseQr {
  public:
-  /// A's columns have norms near 1 (or 0); a diagonal of at most `tiny` is next to zero.
+  /// The columns of A have norms near 1 (or 0). A diagonal element of at most `tiny` is nearly zero.
   void factor(const SparseRows& A, Elimination elimination, double tiny);
   /// z = P R^-1 r and z = R^-T P^T r.
   void solve(const double* r, double* z);
@@ -23,12 +24,12 @@ class SparseQr {
   void rotateIn(int k, int last);
   Elimination shape_;
   Doubles diagonal_, value_, work_;
-  /// The last position where a row of R is not zero, -1 while there is no row.
+  /// For each row of R, the last position that is not zero; -1 while there is no row.
   Ints reach_;
   int defects_ = 0;
 };
 
-/// x -> A P R^-1 x: its least-squares problem is a well-conditioned one.
+/// x -> A P R^-1 x, whose least-squares problem is well conditioned.
 class ConditionedMap final : public LinearMap {
  public:
   ConditionedMap(LinearMap& A, SparseQr& qr) : A_(A), qr_(qr), work_(A.width()) {}

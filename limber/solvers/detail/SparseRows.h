@@ -1,14 +1,14 @@
 #pragma once
 
 /// @file
-/// The compressed rows that the front door computes with.
+/// The compressed rows that the functions of Solve.h compute with.
 
 #include "limber/solvers/detail/Array.h"
 
 namespace limber::detail {
 
-/// A sparse matrix by rows: the entries of row i stand at start[i] ... start[i + 1] - 1, in ascending column
-/// order, each column once.
+/// A sparse matrix stored by rows: the entries of row i have the positions start[i] ... start[i + 1] - 1, in
+/// ascending column order, each column at most once.
 struct SparseRows {
   int height = 0, width = 0;
   Ints start;
@@ -28,7 +28,7 @@ struct SparseRows {
   /// The same, and g = A^T r for the residual before it is rounded.
   void residualBothWays(const double* b, const double* x, double* r, double* g) const;
   SparseRows transposed() const;
-  /// Sorts the rows and adds up what stands at the same place.
+  /// Sorts the rows and adds up entries at the same place.
   void tidy();
   /// a_ij = a_ij 2^(rows[i] + columns[j]); null pointers count as zeros.
   void scale(const int* rows, const int* columns);

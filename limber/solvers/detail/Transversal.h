@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Rows put in an order that leaves no zero on the diagonal.
+/// An order of the rows that leaves no zero on the diagonal.
 
 #include "limber/solvers/detail/Array.h"
 
@@ -9,9 +9,9 @@ namespace limber::detail {
 
 struct SparseRows;
 
-/// A row for each column, each row once, so that a_(row[j], j) is not zero: by augmenting paths (Duff 1981),
-/// large entries first. Rows stay where their diagonal is large. The number of columns that found a row that
-/// way; the others get the rows that are left.
+/// Finds a row for each column, each row once, so that a_(row[j], j) is not zero: by augmenting paths (Duff
+/// 1981), large entries first. Rows keep their place if their diagonal element is large. Returns the number
+/// of columns that found a row in this way; the others get the remaining rows.
 int transversal(const SparseRows& A, Ints* row);
 
 }  // namespace limber::detail
