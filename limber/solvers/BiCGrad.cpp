@@ -98,8 +98,8 @@ bool Pass::start(CGIStatus& status) {
   if (rsq < cg_tol) return false;
   if (std::fabs(rho) < cg_epsilon) {
     cgConsole("  bi-cg: initial guess at breakdown point\n");
-    // the start moves by its residual; from here on the shadow residual is A r, whatever shadowIsResidual
-    // says
+    // the start moves by its residual; from here on the shadow residual is A r, even if shadowIsResidual is
+    // set
     *x += *r;
     computeResidual(r);
     makeShadow(false);

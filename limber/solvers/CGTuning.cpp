@@ -65,7 +65,8 @@ CGTuning::CGTuning(double relative, const Vector& b) : CGTuning() {
   cg_goNoWhereSc = 10.0;
   cg_maxIters = maxCGradPasses = 30;
   bicg_numZeroSteps = 1000;
-  // the older family takes a curvature below its square as zero, so the square must be far below the bound
+  // the older family treats a curvature below the square of cgradEps as zero, so that square must be far
+  // below the bound
   cgradEps = std::min(1e-3 * cg_tol, 1e-8 * std::sqrt(cg_tol));
   cgradTol = 0.0;
   cgradNeptune = largest;

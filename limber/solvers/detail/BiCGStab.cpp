@@ -10,7 +10,7 @@
 namespace limber::detail {
 namespace {
 
-// The work of one run.
+// The state and the work vectors of one solve.
 class Pass {
  public:
   Pass(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run)
@@ -53,7 +53,7 @@ class Pass {
     return !M_ || M_->apply(r_, sHat_.data()) ? sHat_.data() : nullptr;
   }
   void restart();
-  // d += step along, after r has changed: keeps the best iterate.
+  // Adds step * along to d after r has changed, and keeps the best iterate.
   void advance(double step, const double* along);
   Outcome step(bool* again);
 
@@ -92,7 +92,7 @@ void Pass::advance(double step, const double* along) {
   }
 }
 
-// One iteration: two products. `again` stays true while there is more to do.
+// One iteration with two products. `again` is true as long as the iterations continue.
 Outcome Pass::step(bool* again) {
   *again = false;
   if (fresh_) restart();

@@ -10,10 +10,10 @@
 namespace limber::detail {
 namespace {
 
-// How far |p^T A p| may be below |A| |p|^2 before its sign says nothing.
+// If |p^T A p| is below this times |A| |p|^2, its sign is uncertain.
 constexpr double certain = 1e-13;
 
-// The work of one run.
+// The state and the work vectors of one solve.
 class Run {
  public:
   Run(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run)
@@ -50,13 +50,13 @@ class Run {
   double *const r_, *const d_;
   Doubles p_, q_, z_, best_;
   const double* const direction_;  // M^-1 r
-  // |r|^2 in the caller's norm, r^T M^-1 r, their goals, and the best so far.
+  // |r|^2 in the caller's norm and r^T M^-1 r, their goals, and the best |r|^2 so far.
   double square_ = 0.0, rz_ = 0.0, enough_ = 0.0, enoughRz_ = 0.0, bestSquare_ = 0.0;
   double flattest_ = HUGE_VAL, steepest_ = 0.0;
   bool ahead_ = true;  // d is the best iterate
 };
 
-// z = M^-1 r and both norms.
+// Starts with z = M^-1 r and both norms. False if the preconditioner fails.
 bool Run::begin() {
   std::fill_n(d_, n_, 0.0);
   if (M_ && !M_->apply(r_, z_.data())) return false;
@@ -68,7 +68,7 @@ bool Run::begin() {
   return true;
 }
 
-// q = A p and the step along p; `done` when there is one.
+// Computes q = A p and the length of the step along p. `done` means that there is one.
 Outcome Run::curve(double* alpha) {
   A_.multiply(p_.data(), q_.data());
   const double *const p = p_.data(), *const q = q_.data();
@@ -76,7 +76,7 @@ Outcome Run::curve(double* alpha) {
   if (!std::isfinite(curvature) || !std::isfinite(rz_)) return Outcome::overflow;
   if (!(rz_ > 0.0)) return rz_ < 0.0 ? Outcome::preconditioner : Outcome::stuck;
   if (!(curvature > 0.0)) {
-    // |A| from below: along p, the steepest curvature met so far, and the scale of all maps
+    // a lower bound of |A|: its value along p, the steepest curvature so far, and the scale of all maps
     const double norm = std::max({steepest_, fixedNorm(n_, q) / std::sqrt(square), 0.25});
     return curvature < -certain * n_ * norm * square ? Outcome::indefinite : Outcome::stuck;
   }
@@ -86,7 +86,7 @@ Outcome Run::curve(double* alpha) {
   return Outcome::done;
 }
 
-// Both norms of the residual.
+// Computes both norms of the residual.
 void Run::measure() {
   if (goal_.weight) {
     const TwoSums sums = fixedDots(n_, r_, direction_, goal_.weight, r_, r_);
@@ -98,7 +98,7 @@ void Run::measure() {
   }
 }
 
-// r = r - alpha q, z = M^-1 r and both norms. False when the preconditioner fails.
+// r = r - alpha q, z = M^-1 r, and both norms. False if the preconditioner fails.
 bool Run::reduce(double alpha) {
   const double* const __restrict q = q_.data(), * const __restrict inverse = diagonal_;
   double* const __restrict r = r_, * const __restrict z = z_.data();
@@ -116,7 +116,7 @@ bool Run::reduce(double alpha) {
   return applied && (rz_ >= 0.0 || std::isnan(rz_));
 }
 
-// d = d + alpha p and p = z + beta p; the best iterate is kept.
+// d = d + alpha p and p = z + beta p. Keeps the best iterate.
 void Run::advance(double alpha, double beta) {
   if (!(square_ <= bestSquare_) && ahead_) {
     best_.resize(n_);

@@ -28,14 +28,14 @@ const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vecto
   scaleByPowerOfTwo(rows.entries(), rows.value.data(), -own);
   int least = 0;
   if (mass && extent.width > 0) {
-    // the smallest mass goes to near 1, so that no inverse overflows
+    // the smallest mass is scaled to near 1, so that no inverse overflows
     least = exponentOf(*std::min_element(mass->data, mass->data + extent.width));
     inverseMass.assign(extent.width, 0.0);
     for (int j = 0; j < extent.width; ++j) inverseMass[j] = 1.0 / timesPowerOfTwo(mass->data[j], -least);
   }
   *power = 2 * own - least;
   if (damping && extent.height > 0) {
-    // damping far above J V^-1 J^T sets the scale instead
+    // if the damping is larger than the scale of J V^-1 J^T, it determines the scale
     const int excess = largestExponent(extent.height, damping->data) - *power;
     if (excess > 0) {
       inverseMass.resize(extent.width);
@@ -53,7 +53,7 @@ const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vecto
 Ints ConstraintMap::equilibrate() {
   Ints powers(rows.height);
   for (int i = 0; i < rows.height; ++i) {
-    // the largest term of the diagonal, by exponents alone: its square might underflow
+    // the largest term of the diagonal, computed with exponents only, because its square might underflow
     int most = -3000;
     for (int k = rows.start[i]; k < rows.start[i + 1]; ++k) {
       if (rows.value[k] == 0.0 || weight(rows.index[k]) == 0.0) continue;

@@ -11,7 +11,7 @@
 namespace limber::detail {
 namespace {
 
-// The diagonal, 0 where there is none.
+// The diagonal, 0 where no element is stored.
 Doubles diagonalOf(const SparseRows& rows) {
   Doubles diagonal(rows.height);
   for (int i = 0; i < rows.height; ++i) {
@@ -22,14 +22,14 @@ Doubles diagonalOf(const SparseRows& rows) {
   return diagonal;
 }
 
-// The system D A D with a diagonal near 1.
+// The scaled system D A D, whose diagonal is near 1.
 struct Equilibrated {
   SparseRows rows;
   Units units;
   Doubles inverseDiagonal;
-  // The diagonal has elements of very different sizes.
+  // True if the elements of the diagonal have very different sizes.
   bool graded = false;
-  // Row i has no entries left of column i - halfBandwidth.
+  // Row i has no entries to the left of column i - halfBandwidth.
   int halfBandwidth = 0;
 
   explicit Equilibrated(const LinearSystem& system) : rows(system.rows), inverseDiagonal(diagonalOf(rows)) {
@@ -52,7 +52,7 @@ struct Equilibrated {
         halfBandwidth = std::max(halfBandwidth, i - rows.index[rows.start[i]]);
     }
   }
-  // The band can be factored in the time of a few products.
+  // True if the band can be factored in the time of a few products.
   bool narrow() const { return 1.0 * rows.height * halfBandwidth * halfBandwidth <= 10.0 * rows.entries(); }
 };
 
@@ -71,7 +71,7 @@ Outcome diagonalCG(LinearSystem& system, const Equilibrated& scaled, int iterati
   return correctByCG(system, scaled.units, map, &inverse, iterations, &system.condition);
 }
 
-// False where the factor costs too much.
+// Conjugate gradients, preconditioned by a Cholesky factor. False if the factor costs too much.
 bool choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowance& allowance, int iterations,
                 Outcome* outcome) {
   try {
@@ -95,12 +95,12 @@ bool choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowanc
   }
 }
 
-// Whether an entry and its mirror image differ by more than rounding.
+// True if an entry and its mirror image differ by more than rounding.
 bool differs(double a, double b) {
   return std::fabs(a - b) > 1e-10 * std::max(std::fabs(a), std::fabs(b)) && std::fabs(a - b) > 1e-14;
 }
 
-// Compares each row with a column, entry by entry.
+// True if each row equals the column with the same number, entry by entry.
 bool symmetric(const SparseRows& A) {
   const SparseRows T = A.transposed();
   for (int i = 0; i < A.height; ++i) {
@@ -116,11 +116,12 @@ bool symmetric(const SparseRows& A) {
   return true;
 }
 
-// A look at D A D, with a diagonal near 1, tells some matrices that have no place here.
+// Examines D A D and recognises some matrices that are not symmetric or not positive definite.
 Outcome inspect(const Equilibrated& scaled) {
   const SparseRows& A = scaled.rows;
   const int n = A.height;
-  // the next entry right of the diagonal of each row, whose mirror image is met in ascending order of rows
+  // for each row, the next entry to the right of the diagonal; the mirror images come in ascending order of
+  // rows
   Ints next(n);
   Doubles diagonal(n);
   bool mirrored = true, dominated = true;
@@ -143,7 +144,7 @@ Outcome inspect(const Equilibrated& scaled) {
   }
   for (int i = 0; i < n; ++i) mirrored &= next[i] == A.start[i + 1];
   if (!mirrored && !symmetric(A)) return Outcome::unsymmetric;
-  // |a_ij|^2 <= a_ii a_jj in every definite matrix
+  // every positive definite matrix has |a_ij|^2 <= a_ii a_jj
   for (int i = 0; i < n; ++i) {
     for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
       const int j = A.index[k];
@@ -187,7 +188,7 @@ Outcome solveDefinite(LinearSystem& system) {
     if (polished == Outcome::indefinite) return polished;
   }
   if (!system.ended() && outcome != Outcome::indefinite && system.residual > 1e-6 * system.norm) {
-    // singular: the nearest there is
+    // the matrix is singular, so look for the best possible solution
     conditionedLsmr(system, Allowance{6e7, 1e9}, 50, &outcome);
     if (!system.ended()) denseMethod(system, lastResort);
   }

@@ -11,8 +11,8 @@
 namespace limber::detail {
 namespace {
 
-// The matrix with its columns scaled to norms of 1, and for a square system its rows to largest entries near
-// 1 before that.
+// The matrix with its columns scaled to norms of 1. In a square system, the rows are first scaled so that
+// their largest entries are near 1.
 struct Scaled {
   SparseRows rows;
   Units units;
@@ -27,7 +27,7 @@ struct Scaled {
     rows.scale(nullptr, units.columns.data());
     for (int k = 0; k < rows.entries(); ++k) rows.value[k] *= factors[rows.index[k]];
   }
-  // From the unknowns of the scaled system to those of the system.
+  // Converts the unknowns of the scaled system to those of the system.
   void unscale(Doubles* d) const {
     for (int j = 0; j < d->size(); ++j) {
       (*d)[j] = timesPowerOfTwo(factors[j] * (*d)[j], units.columns[j]);
@@ -35,7 +35,7 @@ struct Scaled {
   }
 };
 
-// Makes v orthogonal to unit vectors, twice because once leaves rounding.
+// Makes v orthogonal to the unit vectors. It does so twice, because rounding remains after the first time.
 void orthogonalise(const Array<Doubles>& units, Doubles* v) {
   const int n = v->size();
   for (int pass = 0; pass < 2; ++pass) {
@@ -47,7 +47,7 @@ void orthogonalise(const Array<Doubles>& units, Doubles* v) {
   }
 }
 
-// Takes from x what the matrix maps to zero, so that it is the solution nearest to the start.
+// Removes from the change of x its part in the null space, so that x is the solution nearest to the start.
 void moveToNearest(LinearSystem& system, const Scaled& scaled, const DenseQr& qr) {
   const int n = system.width;
   Array<Doubles> units;
@@ -73,7 +73,7 @@ void moveToNearest(LinearSystem& system, const Scaled& scaled, const DenseQr& qr
   system.nearest = system.replace(&way);
 }
 
-// Solves behind the factor and adds corrections for as long as they at least halve the residual.
+// Solves with the factor and adds corrections as long as they at least halve the residual.
 void refine(LinearSystem& system, const Scaled& scaled, DenseQr& qr) {
   const int m = system.height;
   Doubles u(m), d(system.width);
@@ -105,8 +105,8 @@ bool denseMethod(LinearSystem& system, const Allowance& allowance) {
     system.precise = true;
     refine(system, scaled, qr);
     if (!system.converged() && system.goal > 0.0 && !system.run.mustEnd()) {
-      // once more from the start: what came before may have left an x so large that its rounding is in the
-      // way
+      // try again from the start, because earlier methods may have made x so large that its rounding is too
+      // large
       LinearSystem::State first = system.state();
       system.goBack();
       refine(system, scaled, qr);

@@ -38,7 +38,7 @@ DenseQr::DenseQr(const SparseRows& A) : m_(A.height), n_(A.width), work_(A.heigh
   }
 }
 
-// Exchanges column k with the one that has most left from row k on.
+// Exchanges column k with the column that has the largest norm from row k on.
 void DenseQr::bringLargest(int k) {
   int best = k;
   double largest = -1.0;

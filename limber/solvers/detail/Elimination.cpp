@@ -8,7 +8,7 @@
 namespace limber::detail {
 namespace {
 
-// Unknowns by their degree: a doubly linked list for each.
+// The unknowns sorted by degree: one doubly linked list for each degree.
 class DegreeLists {
  public:
   explicit DegreeLists(int n) : first_(n + 1, -1), next_(n, -1), previous_(n, -1), degree_(n, 0) {}
@@ -42,8 +42,8 @@ class DegreeLists {
   int least_ = 0;
 };
 
-// The quotient graph: the cliques that are left, and of each unknown those it is in. A clique that holds an
-// eliminated unknown was absorbed by the one that its elimination made.
+// The quotient graph: the remaining cliques, and for each unknown the cliques that contain it. A clique with
+// an eliminated unknown has been absorbed by the clique that the elimination created.
 class QuotientGraph {
  public:
   QuotientGraph(int n, int cliques) : n_(n), of_(n), gone_(n, 0), mark_(n, -1) {
@@ -80,11 +80,12 @@ class QuotientGraph {
   const int n_;
   Array<Ints> of_, members_;
   Ints gone_, mark_;
-  // How many members of a clique the last elimination did not reach, if it has the stamp of that step.
+  // The number of members of each clique that the last elimination did not reach; valid if the clique has the
+  // stamp of that step.
   Ints outside_, stamp_;
 };
 
-// All unknowns that share a clique with p, which goes.
+// Collects all unknowns that share a clique with p, which is eliminated.
 void QuotientGraph::gather(int p, int step, Ints* reached) {
   reached->resize(0);
   gone_[p] = 1;
@@ -101,7 +102,7 @@ void QuotientGraph::gather(int p, int step, Ints* reached) {
   of_[p].release();
 }
 
-// The new clique takes the place of what it covers, and its members get their new degrees.
+// Replaces the cliques that the new clique covers, and updates the degrees of its members.
 void QuotientGraph::update(int, int step, const Ints& reached, int left, DegreeLists* lists) {
   for (const int i : reached) {
     Ints& mine = of_[i];
@@ -177,7 +178,7 @@ bool eliminateColumns(const SparseRows& A, const Allowance& allowance, Eliminati
     for (int k = A.start[i]; k < A.start[i + 1]; ++k) graph.join(i, A.index[k]);
   }
   if (!graph.eliminate(allowance.entries, out)) return false;
-  // rows pass from each column to the next one they reach, at most as many as that has entries
+  // rows go from each column to the next one that they reach, at most as many as the column has entries
   const int n = A.width;
   Doubles rows(n + 1);
   for (int i = 0; i < A.height; ++i) {

@@ -30,7 +30,8 @@ struct Elimination {
   int parent(int k) const { return start[k] < start[k + 1] ? index[start[k]] : order.size(); }
 };
 
-/// Orders the columns of A for its QR factor. False if the factor has more entries than allowed.
+/// Orders the columns of A for its QR factor. False if the factor costs more than allowed, or if a row has
+/// more than 30000 entries.
 bool eliminateColumns(const SparseRows& A, const Allowance& allowance, Elimination* out);
 /// Orders the unknowns of a symmetric A for its Cholesky factor. False if that costs more than allowed.
 bool eliminateSymmetric(const SparseRows& A, const Allowance& allowance, Elimination* out);

@@ -14,7 +14,7 @@
 namespace limber::detail {
 namespace {
 
-// Divides each row by its norm, and returns what it was multiplied by.
+// Divides each row by its norm, and returns the factors by which the rows were multiplied.
 Doubles normaliseRows(SparseRows* rows) {
   Doubles factors(rows->height, 1.0);
   for (int i = 0; i < rows->height; ++i) {
@@ -28,8 +28,9 @@ Doubles normaliseRows(SparseRows* rows) {
   return factors;
 }
 
-// LSMR on a map whose unknowns stand for 2^columns S as much of the system's, and whose rows are scaled by
-// 2^rows, again and again from where it is, while that helps.
+// Runs LSMR repeatedly on a scaled map, each time from the current solution, as long as that helps. An
+// unknown of the map times 2^columns times `scale` is an unknown of the system; the rows of the map are
+// scaled by 2^rows.
 struct LsmrRun {
   LinearSystem& system;
   LinearMap& map;
@@ -40,7 +41,7 @@ struct LsmrRun {
   Doubles work = Doubles();
 
   Outcome solve(int iterations, bool once);
-  // Only columns are scaled: A^T r follows from the system's.
+  // True if only columns are scaled, so A^T r follows from the system's gradient.
   bool plain() const { return !qr && rows.size() == 0; }
   void unscale(const double* from, int power, double* to);
 };
@@ -108,7 +109,7 @@ Outcome LsmrRun::solve(int iterations, bool once) {
   return outcome;
 }
 
-// Conjugate gradients on A^T A x = A^T b behind the caller's preconditioner.
+// Conjugate gradients for A^T A x = A^T b with the caller's preconditioner.
 Outcome preconditionedNormal(LinearSystem& system, int iterations) {
   NormalMap map(*system.map);
   const int n = system.width;
@@ -215,7 +216,7 @@ Outcome scaledLsmr(LinearSystem& system, int iterations) {
   } else {
     scaleColumns(system.rows, &columns, &factors);
     if (moderate(columns)) {
-      // the map's factors do it all: no copy
+      // the factors of the map can contain the whole scaling, so no copy is needed
       for (int j = 0; j < system.width; ++j) factors[j] *= powerOfTwo(columns[j]);
       columns.release();
     } else {
@@ -231,7 +232,7 @@ Outcome scaledLsmr(LinearSystem& system, int iterations) {
 }
 
 bool farFromMinimum(const LinearSystem& system) {
-  // the entries of A and b are 1 at most
+  // the entries of A and b are at most 1
   const double rest = safeNorm(system.height, system.r.data());
   const double size = safeNorm(system.rows.entries(), system.rows.value.data());
   return rest > 1e-7 * safeNorm(system.height, system.b.data()) && system.residual > 1e-6 * size * rest;
@@ -263,7 +264,7 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
     for (int k = 0; k < scaled.entries(); ++k) scaled.value[k] *= norms[scaled.index[k]];
     RowsMap map(scaled);
     system.precise = true;
-    // once more with what is nearly dependent left out, from where the first one began
+    // the second attempt leaves out nearly dependent columns and begins where the first one began
     LinearSystem::State begin = system.state(), first = begin;
     const double n = std::max(system.width, 10);
     for (const double tiny : {2.2e-16 * std::sqrt(n), 1e-11}) {

@@ -15,10 +15,10 @@
 namespace limber::detail {
 namespace {
 
-// The product by which so many were done that more are likely.
+// After so many products, more are likely, and a copy in a faster layout pays off.
 constexpr int firstSliced = 10;
 
-// v takes n elements, or there is no memory.
+// Gives v the length n. Throws std::bad_alloc if there is no memory.
 void setSize(Vector& v, int n) {
   v.grow(n);
   if (v.count != n) throw std::bad_alloc();

@@ -20,7 +20,8 @@ bool sizesFit(const Extent& extent, const Vector& right, const Vector& start) {
   return right.count == extent.height && (start.count == 0 || start.count == extent.width);
 }
 
-// Half of the sizes are enough where the class does not tell more.
+// Completes an unknown width: a square matrix is as wide as it is high, and a foreign least-squares matrix
+// that does not know its width is as wide as the start is long.
 void complete(LinearSystem::Kind kind, int start, Extent* extent) {
   const bool square = kind != LinearSystem::Kind::leastSquares;
   if (square && extent->open && extent->width < extent->height) extent->width = extent->height;
@@ -50,7 +51,7 @@ const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const 
   width = extent.width;
   if (extent.foreign && width > copiedColumns) {
     auto foreign = std::make_unique<ForeignMap>(A, height, width);
-    // signs without a pattern: in the ones the entries of many matrices cancel
+    // random signs, because with ones the entries of many matrices cancel
     Doubles probe(width), product(height);
     unsigned mixed = 1;
     for (double& v : probe) v = (mixed = 1664525u * mixed + 1013904223u) >> 31 ? 1.0 : -1.0;
@@ -120,7 +121,7 @@ const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) 
   for (int j = 0; j < width; ++j) first[j] = timesPowerOfTwo(start.data[j], matrixPower_ - rightPower_);
   const double itsResidual = measure(first.data(), r.data(), g.data());
   startResidual_ = itsResidual;
-  // zero solves a system with a right-hand side of zeros; any other start is where the caller wants to begin
+  // if the right-hand side is zero, zero is the solution; otherwise the solve begins at the caller's start
   if (std::isfinite(itsResidual) && (norm > 0.0 || itsResidual == 0.0)) {
     begin = first;
     x.swap(first);
@@ -167,8 +168,8 @@ double LinearSystem::sizeOf(const double* itsR, const double* itsG) const {
   return leastSquares() ? safeNorm(width, itsG) : safeNorm(height, itsR);
 }
 
-// Whether the rounding of a plain residual might be a good part of the goal: the entries of A and
-// b are 1 at most.
+// True if the rounding of a residual in plain precision may be a considerable part of the goal. The entries
+// of A and b are at most 1.
 bool LinearSystem::roundingMatters(const double* at) const {
   double largest = leastSquares() ? 1.0 : 0.0;
   for (int j = 0; j < width; ++j) largest = std::max(largest, std::fabs(at[j]));
@@ -185,7 +186,7 @@ bool LinearSystem::improve(const double* d) {
 }
 
 bool LinearSystem::adopt(Doubles* at, Doubles* itsR, Doubles* itsG, double itsResidual) {
-  // of two solutions of a least-squares problem the one with the smaller |b - A x| is better
+  // of two least-squares solutions, the one with the smaller |b - A x| is better
   const bool good = leastSquares() && itsResidual <= polished_ &&
                     safeNorm(height, itsR->data()) < (1.0 - 1e-9) * safeNorm(height, r.data());
   if (!(itsResidual < residual) && !good) return false;
@@ -221,7 +222,7 @@ void LinearSystem::keepBetter(State&& other) {
 
 SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   if (!converged() && !precise) {
-    // the residual that is reported is not one that was rounded in a product
+    // the reported residual must be free of the rounding of plain products
     precise = true;
     residual = measure(x.data(), r.data(), g.data());
   }

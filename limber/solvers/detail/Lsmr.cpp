@@ -28,7 +28,7 @@ LsmrResult lsmr(LinearMap& A, double* r, double* d, LsmrGoal goal, SolveRun& run
   Doubles v(n), w(n), h(n), hbar(n);
   std::fill_n(d, n, 0.0);
 
-  // u stays unscaled in r: it is r / beta, and A^T u is divided as well
+  // r holds u without its scaling, u = r / beta, and A^T u is divided by beta as well
   double* const u = r;
   double beta = fixedNorm(m, u);
   if (!(beta > 0.0)) return {std::isfinite(beta) ? Outcome::done : Outcome::overflow, 1.0};

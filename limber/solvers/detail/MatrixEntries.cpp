@@ -21,7 +21,8 @@
 namespace limber::detail {
 namespace {
 
-// The matrix as a T, null for any other class, also one derived from it, which may multiply its own way.
+// The matrix as a T. Null for any other class, including classes derived from T, which may multiply
+// differently.
 template <class T>
 const T* exactly(const SpMat& A) {
   return typeid(A) == typeid(T) ? static_cast<const T*>(&A) : nullptr;
@@ -55,9 +56,8 @@ class Writer {
   SparseRows& out_;
 };
 
-// Rows as they stand, with the extent that their entries tell: lengthOf(i) of them in row i, which
-// copyRow(i, indices, values) copies. The indices are looked at in the copy: the rows may lie anywhere in
-// memory.
+// Copies rows and finds their extent: row i has lengthOf(i) entries, which copyRow(i, indices, values)
+// copies. The indices are examined in the copy, because the rows may be anywhere in memory.
 template <class LengthOf, class CopyRow>
 Extent copyRows(int height, int width, SparseRows* out, LengthOf lengthOf, CopyRow copyRow) {
   Extent extent;
@@ -80,7 +80,7 @@ Extent copyRows(int height, int width, SparseRows* out, LengthOf lengthOf, CopyR
   for (int i = 0; i < height; ++i) {
     copyRow(i, out->index.data() + out->start[i], out->value.data() + out->start[i]);
   }
-  unsigned last = 0;  // column; a negative one counts as a large one
+  unsigned last = 0;  // the last column; a negative one becomes a large number
   for (const int j : out->index) last = std::max(last, static_cast<unsigned>(j));
   extent.damaged = last >= static_cast<unsigned>(INT_MAX);
   if (!extent.damaged && entries > 0) extent.width = std::max(width, static_cast<int>(last) + 1);
@@ -119,7 +119,7 @@ void copyDense(const FullMatrix& A, const Extent& extent, SparseRows* out) {
   }
 }
 
-// The band as its products have it: places that were never allocated are zeros.
+// Copies the band as mult sees it: places that were never allocated are zeros.
 void copyBand(const BandedMatrix& A, const Extent& extent, SparseRows* out) {
   Writer writer(out, extent);
   const long long bw = A.bw;
@@ -179,7 +179,7 @@ void copyBlocks(const SQPMatrix& A, const Extent& extent, SparseRows* out) {
 }
 
 void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
-  constexpr int most = 50000000;  // entries: a class that large is not sparse
+  constexpr int most = 50000000;  // a matrix with more entries is not sparse
   SparseRows columns;
   Extent turned = extent;
   std::swap(turned.height, turned.width);

@@ -15,13 +15,13 @@ namespace limber::detail {
 namespace {
 
 constexpr int lanes = RowPanel::rows;
-// Rows that reach over more columns than this, a panel of 4 MB, are merged.
+// Rows that extend over more columns than this, a panel of 4 MB, are merged.
 constexpr long long largestRange = 65536;
 
 double* panel = nullptr;
 int panelColumns = 0;
 
-// Makes room for so many columns. New columns are zeros, as all are between two loads.
+// Makes room for this many columns. New columns are zeros, as all columns are between two loads.
 bool reserve(int columns) {
   if (columns <= panelColumns) return true;
   const int larger = std::max(columns, 2 * panelColumns);
@@ -132,7 +132,7 @@ void RowPanel::merge(int j, int k, double (*out)[rows]) const {
   SpVec* const a = matrix_.rows[first_ + k];
   SpVec* const b = matrix_.rows[j];
   if (first_ + k == j && a && !weights_) {
-    // A row out of order would lose terms in a merge, its squared norm does not.
+    // A merge would lose terms of a row that is not in ascending order, but its squared norm does not.
     (*out)[k] = a->magSq();
     return;
   }

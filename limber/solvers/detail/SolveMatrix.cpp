@@ -16,12 +16,12 @@
 namespace limber::detail {
 namespace {
 
-// Making the copy takes as long as two to four products. While the rows fit into the caches, about ten later
-// products save that time again; rows that do not are so much slower that three to five do. The products with
-// these numbers are the first by the copy. (Measured from 32 to 200000 rows of 3 to 81 entries. With the
-// early copy, solves of 3 to 300 iterations with many entries take 15 to 25 % less time and shorter ones no
-// more; with few entries it would make those of 4 to 9 iterations 10 to 20 % slower and gain less than 10 %
-// later.)
+// Making the copy takes as long as two to four products. If the rows fit into the caches, about ten later
+// products save that time again. If they do not, products are so much slower that three to five later ones
+// are enough. These constants are the numbers of the first product that uses the copy. (Measured with 32 to
+// 200000 rows of 3 to 81 entries. With many entries, the early copy saves 15 to 25 % of the time of solves of
+// 3 to 300 iterations, and shorter ones take no longer. With few entries it would make solves of 4 to 9
+// iterations 10 to 20 % slower and gain less than 10 % later.)
 constexpr int firstCopied = 10;
 constexpr int firstCopiedOfMany = 4;
 constexpr long long manyEntries = 1 << 18;
@@ -36,7 +36,7 @@ long long entriesOf(const HSpMat& A) {
   return entries;
 }
 
-// height and width of the structured matrices do not change them, but are not const.
+// height and width of the structured matrices do not change the object, but they are not const.
 template <class T>
 T& concrete(const SpMat* A) {
   return *static_cast<T*>(const_cast<SpMat*>(A));
@@ -116,7 +116,7 @@ void SolveMatrix::multiplyDiagonal(const Vector* v, Vector* out) const {
   for (int i = n; i < out->count; ++i) out->data[i] = 0.0;
 }
 
-// The blocks may be structured matrices as well, so each of them gets a SolveMatrix before it.
+// The blocks may be structured matrices as well, so each of them is wrapped in a SolveMatrix.
 void SolveMatrix::multiplyBlocks(const Vector* v, Vector* out) const {
   const SQPMatrix& Q = concrete<SQPMatrix>(A_);
   SolveMatrix H(Q.H, Products::few), J(Q.J, Products::few);
@@ -167,15 +167,15 @@ void SolveMatrix::multT(const Vector* v, Vector* out) const {
     copy.rows().multiplyTransposed(v->data, out->data);
     return;
   }
-  // finds the width on the way; what stands behind the count of v is no right-hand side
+  // this also finds the width; elements after the count of v are not part of the right-hand side
   const int before = out->count;
   transposedRowsTimesVector(rows().rows, rows().numRows, v->data, std::min(v->count, v->capacity), *out);
   clearBehind(out, before);
 }
 
 void SolveMatrix::normalMult(const Vector* v, double shift, Vector* t, Vector* out) const {
-  // A SlicedMatrix too: its layout of A^T makes the second product faster than one pass over its rows for
-  // both would be, by 10 to 40 %.
+  // This includes SlicedMatrix: with its layout of A^T, two products are 10 to 40 % faster than one pass over
+  // its rows for both.
   if (kind_ != Kind::rows) {
     mult(v, t);
     if (shift != 0.0) *t += shift;

@@ -9,7 +9,7 @@
 
 namespace limber::detail {
 
-// The part of column k of P A P^T from the diagonal on, in a vector that is zero at the places of column k.
+// Copies column k of P A P^T from the diagonal on to a vector that is zero at the places of that column.
 void SparseCholesky::gatherColumn(const SparseRows& A, int k, Doubles* column) const {
   const int i = shape_.order[k];
   for (int e = A.start[i]; e < A.start[i + 1]; ++e) {
@@ -26,7 +26,7 @@ bool SparseCholesky::factor(const SparseRows& A, Elimination elimination) {
   value_.assign(index.size(), 0.0);
   work_.assign(n, 0.0);
   defects_ = 0;
-  // of each column, its next entry; of each row, the columns whose next entry stands there
+  // for each column its next entry; for each row the columns whose next entry is in that row
   Ints next(n), first(n, -1), after(n, -1);
   const auto wait = [&](int j) {
     if (next[j] == start[j + 1]) return;
@@ -50,7 +50,7 @@ bool SparseCholesky::factor(const SparseRows& A, Elimination elimination) {
     work_[k] = 0.0;
     next[k] = start[k];
     if (!(pivot > unit * std::max(own, 1e-300))) {
-      // behind pivots next to zero the rounding has grown
+      // after pivots that were nearly zero, the rounding is larger
       const double rounding = defects_ > 0 ? 1e-6 : 1e4 * unit;
       if (!(pivot >= -rounding * std::max(own, 1.0))) return false;
       ++defects_;

@@ -9,7 +9,7 @@
 
 namespace limber::detail {
 
-// All rows that column j of A reaches through the columns of L that are there, depth first.
+// Finds all rows that column j of A reaches through the existing columns of L, depth first.
 void SparseLu::reach(const SparseRows& columns, int j) {
   top_ = n_;
   for (int e = columns.start[j]; e < columns.start[j + 1]; ++e) {
@@ -38,7 +38,8 @@ void SparseLu::reach(const SparseRows& columns, int j) {
   }
 }
 
-// The row of the largest element among those that are not chosen yet; the diagonal where that is as good.
+// The row of the largest element among the rows that are not chosen yet, or the diagonal if its element is as
+// good.
 int SparseLu::pivotRow(int j) const {
   int best = -1;
   double largest = 0.0;
@@ -54,8 +55,9 @@ int SparseLu::pivotRow(int j) const {
   return largest > 0.0 ? best : -1;
 }
 
-// Column k has all rows of a column of L that it met in U and that has k's pivot row: from now on the search
-// passes through k to those of them that are not chosen yet.
+// Symmetric pruning after column k: if a column of L was used for column k and contains k's pivot row, column
+// k contains all its remaining rows. From now on the search reaches the rows that are not chosen yet through
+// k.
 void SparseLu::prune(int k, int pivotRow) {
   for (int u = upperStart_[k]; u < upperStart_[k + 1]; ++u) {
     const int c = upperIndex_[u];

@@ -9,7 +9,7 @@
 
 namespace limber::detail {
 
-// Rotates the row in work_, which has entries from k to `last`, into R; work_ is zero again afterwards.
+// Rotates the row in work_, which has entries from k to `last`, into R. Afterwards work_ is zero again.
 void SparseQr::rotateIn(int k, int last) {
   const Ints &start = shape_.start, &index = shape_.index;
   double* const work = work_.data();
@@ -51,7 +51,7 @@ void SparseQr::factor(const SparseRows& A, Elimination elimination, double tiny)
   reach_.assign(n, -1);
   defects_ = 0;
 
-  // rows by their first position, so that each meets few rows of R
+  // sorts the rows by their first position, so that each one meets few rows of R
   Ints first(A.height, n), count(n + 2), sorted(A.height);
   for (int i = 0; i < A.height; ++i) {
     for (int k = A.start[i]; k < A.start[i + 1]; ++k) {

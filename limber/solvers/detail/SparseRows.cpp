@@ -124,7 +124,7 @@ void SparseRows::tidy() {
     for (int k = start[i] + 1; k < start[i + 1]; ++k) ascending &= index[k - 1] < index[k];
   }
   if (ascending) return;
-  // transposing twice sorts every row in linear time, and keeps the order of what stands at the same place
+  // transposing twice sorts every row in linear time and keeps the order of entries at the same place
   *this = transposed().transposed();
   int filled = 0;
   for (int i = 0; i < height; ++i) {

@@ -13,7 +13,7 @@
 namespace limber::detail {
 namespace {
 
-// Whether each diagonal element is a good part of the largest entries, which are near 1.
+// True if every row has a diagonal element of at least 0.1. The largest entries are near 1.
 bool largeDiagonal(const SparseRows& A) {
   int large = 0;
   for (int i = 0; i < A.height; ++i) {
@@ -24,8 +24,8 @@ bool largeDiagonal(const SparseRows& A) {
   return large == A.height;
 }
 
-// The system with its rows put in an order that leaves no zero on the diagonal where that is possible, and
-// rows and columns scaled so that their largest entries are near 1.
+// The system with an order of the rows that leaves no zero on the diagonal, if possible, and with rows and
+// columns scaled so that their largest entries are near 1.
 struct Arranged {
   SparseRows rows;
   Units units;
@@ -82,7 +82,7 @@ Outcome correctByBiCGStab(LinearSystem& system, const Units& units, LinearMap& m
   return outcome;
 }
 
-// False where the factor costs too much.
+// BiCGSTAB, preconditioned by an LU factor. False if the factor costs too much.
 bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, const Allowance& allowance,
                       int iterations, Outcome* outcome) {
   try {

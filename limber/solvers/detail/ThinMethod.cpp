@@ -9,10 +9,10 @@
 namespace limber::detail {
 namespace {
 
-// The Cholesky factor of A^T A for a matrix of few columns, whose norms are made 1.
+// The Cholesky factor of A^T A for a matrix with few columns, which are scaled to norms of 1.
 class GramFactor {
  public:
-  // `factors` bring the columns to norms of 1.
+  // `factors` scale the columns to norms of 1.
   GramFactor(const SparseRows& A, const Doubles& factors) : n_(A.width), factors_(factors), value_(n_ * n_) {
     Doubles columns(n_ * block);
     for (int from = 0; from < A.height; from += block) {
@@ -30,7 +30,7 @@ class GramFactor {
     }
   }
 
-  // G = L L^T. False where a pivot is so small that the columns may be dependent.
+  // G = L L^T. False if a pivot is so small that the columns may be dependent.
   bool factor() {
     constexpr double certain = 1e-7;
     for (int j = 0; j < n_; ++j) {

@@ -8,7 +8,8 @@
 namespace limber::detail {
 namespace {
 
-// Matches columns with rows along entries of at least a share of the largest in their column.
+// Matches columns with rows along entries that are at least a given share of the largest entry in their
+// column.
 class Matching {
  public:
   explicit Matching(const SparseRows& A)
@@ -25,7 +26,7 @@ class Matching {
     }
   }
 
-  // Keeps the diagonal wherever it is at least that share of its column.
+  // Keeps the diagonal where it is at least that share of the largest entry in its column.
   void keepDiagonal(double share) {
     for (int j = 0; j < rowOf_.size(); ++j) {
       for (int k = columns_.start[j]; k < columns_.start[j + 1]; ++k) {
@@ -61,7 +62,7 @@ class Matching {
     rowOf_[j] = i;
     columnOf_[i] = j;
   }
-  // A path of alternating entries from the column to a free row, depth first.
+  // Searches, depth first, for an alternating path from the column to a free row.
   void augment(int from, double share) {
     ++round_;
     path_.resize(0);
