@@ -13,7 +13,7 @@ namespace {
 
 using namespace detail;
 
-// Every element of `v` is acceptable on every process; reports what is not.
+// True if every element of `v` is acceptable on every process; otherwise reports the problem.
 template <class Accept>
 bool each(MPI_Comm comm, const Vector* v, const char* problem, Accept accept) {
   bool wrong = false;
@@ -22,7 +22,7 @@ bool each(MPI_Comm comm, const Vector* v, const char* problem, Accept accept) {
   return agree(comm, wrong) == 0;
 }
 
-// A vector that all processes leave out, or none: it has `count` finite elements.
+// True if all processes leave the vector out, or if all have it with `count` finite elements.
 bool optionalFits(MPI_Comm comm, const Vector* v, int count, const char* name) {
   if (!agree(comm, v != nullptr)) return true;
   const bool missing = v == nullptr;
@@ -34,7 +34,7 @@ bool optionalFits(MPI_Comm comm, const Vector* v, int count, const char* name) {
   return agree(comm, missing) == 0 && vectorFits(comm, *v, count, name);
 }
 
-// 2^exponent / mass, spread like the columns; ones without masses.
+// 2^exponent / mass, distributed like the columns. Without masses, the elements are ones.
 PetscErrorCode inverseMasses(MPI_Comm comm, const Vector* mass, int count, int exponent, Vec* weights) {
   Vector w(count);
   for (int i = 0; i < count; ++i) w[i] = mass ? std::ldexp(1.0, exponent) / mass->e(i) : 1.0;

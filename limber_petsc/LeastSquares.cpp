@@ -11,7 +11,7 @@ namespace {
 
 using namespace detail;
 
-// scales = powers of two near 1 / |column|, 1 for an empty column; inverse = 1 / scales. Exact to divide by.
+// scales = powers of two near 1 / |column|, or 1 for an empty column; inverse = 1 / scales, which is exact.
 PetscErrorCode columnScales(Mat A, Vec scales, Vec inverse) {
   PetscInt rows = 0, first = 0, last = 0;
   PetscCall(MatGetOwnershipRange(A, &first, &last));

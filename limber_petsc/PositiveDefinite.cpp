@@ -36,7 +36,7 @@ PetscErrorCode solve(MPI_Comm comm, const Rows& part, const Vector& b, Vector* x
   return 0;
 }
 
-// The matrix is as wide as it is high, on every process.
+// True on every process if the matrix is as wide as it is high.
 bool square(MPI_Comm comm, const Rows& A) {
   int total = 0;
   const int own = A.rows->numRows;

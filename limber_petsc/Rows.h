@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// How a matrix and its unknowns are spread over the processes of a communicator.
+/// How a matrix and its unknowns are distributed over the processes of a communicator.
 
 #include <mpi.h>
 
@@ -13,7 +13,7 @@ class Vector;
 namespace limber::petsc {
 
 /// This process's part of a matrix: consecutive rows, whose column indices are those of the whole matrix. The
-/// processes hold their rows in the order of their ranks, without gaps; a part may be empty.
+/// parts have the order of the ranks, without gaps. A part may be empty.
 struct Rows {
   const HSpMat* rows;  ///< the rows; not owned
   int first;           ///< the number of the first of them in the whole matrix, from 0
@@ -25,14 +25,14 @@ struct Part {
   int first, count;
 };
 
-/// The part of `total` items that belongs to this process when they are spread evenly: the first total % size
-/// processes have one item more. The unknowns of a least-squares solve and the masses of a solve with
-/// constraints are spread like this. Not collective.
+/// The part of `total` items that belongs to this process if they are distributed evenly: the first total %
+/// size processes have one item more than the others. The unknowns of a least-squares solve and the masses of
+/// a solve with constraints are distributed in this way. Not collective.
 LIMBER_PETSC_API Part evenPart(MPI_Comm comm, int total);
 
-/// Puts the parts of all processes together, in the order of their ranks, on every process. This is the one
-/// operation that needs memory for the whole vector; no solve calls it. Collective. Returns 0, or 1 after a
-/// report when there is no memory on some process; then `all` is left alone everywhere.
+/// Concatenates the parts of all processes, in the order of their ranks, on every process. This is the only
+/// operation that needs memory for the whole vector, and no solve calls it. Collective. Returns 0, or 1 after
+/// a report if there is no memory on some process; in that case `all` does not change on any process.
 LIMBER_PETSC_API int gather(MPI_Comm comm, const Vector& part, Vector* all);
 
 }  // namespace limber::petsc

@@ -18,7 +18,7 @@ Session::Session(int* argc, char*** argv) {
   PetscBool initialized = PETSC_FALSE;
   PetscInitialized(&initialized);
   if (!initialized) {
-    // Signals belong to the program: a Ctrl-C shall reach its own handler.
+    // The program keeps its own signal handlers, for example for Ctrl-C.
     if (PetscInitialize(argc, argv, nullptr, nullptr) != 0) {
       errReport("PETSc does not start", "Session", __LINE__);
       return;

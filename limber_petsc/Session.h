@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The beginning and the end of MPI and of the engine.
+/// Starts and ends MPI and PETSc.
 
 #include <mpi.h>
 
@@ -9,10 +9,10 @@
 
 namespace limber::petsc {
 
-/// Starts MPI and PETSc for its life, unless the program has started them already, and ends what it started.
-/// One object near the beginning of main() serves the whole program. PETSc reads its own options from the
-/// arguments; those of the solves begin with -limber_, for example -limber_ksp_monitor or -limber_pc_type
-/// none.
+/// Starts MPI and PETSc for the lifetime of this object, unless the program has started them already, and
+/// ends what it started. One object near the beginning of main() is enough for the whole program. PETSc reads
+/// its own options from the arguments; those of the solves begin with -limber_, for example
+/// -limber_ksp_monitor or -limber_pc_type none.
 class LIMBER_PETSC_API Session {
  public:
   Session(int* argc, char*** argv);
@@ -20,9 +20,9 @@ class LIMBER_PETSC_API Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  /// False when the engine could not be started; the reason was reported.
+  /// False if PETSc could not be started; the reason has been reported.
   bool ok() const { return ok_; }
-  /// This process's number in MPI_COMM_WORLD, from 0, and how many there are.
+  /// This process's rank in MPI_COMM_WORLD, from 0, and the number of processes.
   int rank() const { return rank_; }
   int size() const { return size_; }
 

@@ -15,8 +15,8 @@ double roundStep(double range) {
   return 10.0 * power;
 }
 
-// The multiples of `step` from low to high. Counted: where the step is below the numbers' last digit, adding
-// it would not get on.
+// The multiples of `step` from low to high. They are counted, because adding a step below the last digit of
+// the numbers would never reach the end.
 std::vector<double> roundNumbers(double low, double high, double step) {
   std::vector<double> numbers;
   const double first = std::ceil(low / step), last = std::floor(high / step);

@@ -8,7 +8,7 @@
 /// the page.
 class Chart {
  public:
-  /// The rectangle is in page points, without its labels, which stand below it and to its left.
+  /// The rectangle is in page points. It does not include the labels, which are below it and to its left.
   Chart(AIPSWriter* writer, double left, double bottom, double width, double height);
   ~Chart();
   Chart(const Chart&) = delete;
@@ -17,13 +17,13 @@ class Chart {
   void setRange(double x0, double x1, double y0, double y1);
   /// Widens one of the ranges so that a unit has the same length in both directions.
   void makeEqual();
-  /// Whether the numbers along the axis upwards are exponents of ten.
+  /// Up: the numbers along the vertical axis are exponents of ten.
   enum class Powers { None, Up };
-  /// The frame, round numbers along both axes, and what they mean.
+  /// Draws the frame, round numbers along both axes, and their labels.
   void drawAxes(const std::string& title, const std::string& xLabel, const std::string& yLabel,
                 Powers powers = Powers::None);
 
-  /// A point of the panel for the writer's drawing calls.
+  /// Converts a point of the panel for the writer's drawing functions.
   double x(double value) const { return value - x0_; }
   double y(double value) const { return value - y0_; }
   void line(double xa, double ya, double xb, double yb);
@@ -32,7 +32,7 @@ class Chart {
   double x1() const { return x1_; }
   double y0() const { return y0_; }
   double y1() const { return y1_; }
-  /// Of the panel, in page points.
+  /// The size of the panel in page points.
   double width() const { return width_; }
   double height() const { return height_; }
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-// A line of the legend: a stroke in the current colour and what it means.
+// Draws a line of the legend: a stroke in the current colour and its meaning.
 void legend(AIPSWriter* writer, Chart* chart, int row, const std::string& text) {
   const double unitX = (chart->x1() - chart->x0()) / chart->width(),
                unitY = (chart->y1() - chart->y0()) / chart->height();
@@ -24,7 +24,8 @@ void legend(AIPSWriter* writer, Chart* chart, int row, const std::string& text) 
 }  // namespace
 
 std::string drawSpeeds(const Scene& scene) {
-  // The largest horizontal speed of what stands from this frame to the next; below 0: nothing stands.
+  // The largest horizontal speed of the standing joints from this frame to the next; below 0 if nothing
+  // stands.
   std::vector<double> speeds[2];
   double mean[2] = {0.0, 0.0}, highest = 0.0;
   int steps = 0;

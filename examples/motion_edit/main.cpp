@@ -1,4 +1,4 @@
-// Edits a motion clip: joints are put where a script says, or feet held where they stand, by the smallest
+// Edits a motion clip: puts joints where a script says, or holds the feet where they stand, by the smallest
 // smooth change of the joint angles.
 
 #include <cstdio>
@@ -23,7 +23,7 @@ enum Status { Met = 0, BadInput = 1, NotMet = 2 };  // and exitNoMemory
 
 constexpr double degrees = 180.0 / 3.14159265358979323846;
 
-// The files of one run, which appear all together or not at all.
+// The files of one run. Either all of them appear or none.
 class Outputs {
  public:
   void add(const std::string& path, const std::string& text) {
@@ -62,7 +62,8 @@ std::vector<std::string> outputsOf(const Options& options) {
   return outputs;
 }
 
-// Before anything is computed: nobody wants to wait for what cannot be written.
+// Checks before the computation that all files can be written, that none of them is an input, and that none
+// is written twice.
 void checkOutputs(const Options& options) {
   const std::vector<std::string> outputs = outputsOf(options);
   for (std::size_t i = 0; i < outputs.size(); ++i) {
@@ -103,8 +104,8 @@ void listPlants(const Clip& clip, const Contacts& contacts, double height) {
   }
 }
 
-// What is held: the script's targets and, without a script or with its line "plants", the contacts beside
-// them.
+// What is held: the targets of the script, and the contacts if there is no script or if it has the line
+// "plants".
 struct Wishes {
   Contacts plants;
   std::vector<Constraint> targets;

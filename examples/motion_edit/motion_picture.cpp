@@ -16,7 +16,7 @@ const Pnt3& colourOf(Side side) {
   return side == Side::Left ? leftColour : side == Side::Right ? rightColour : dark;
 }
 
-// Frames that are spread evenly; the ones next to a reach move to its middle.
+// Evenly spaced frames. For each reach, the nearest of them is replaced by the middle of the reach.
 std::vector<int> chosenFrames(const Scene& scene, int figures) {
   std::vector<int> chosen;
   for (int i = 0; i < figures; ++i) {
@@ -42,7 +42,7 @@ std::vector<int> chosenFrames(const Scene& scene, int figures) {
   return chosen;
 }
 
-// One figure of the drawing: a frame, and how far it is moved along the ground.
+// One figure of the drawing: a frame, and by how much it is shifted along the ground.
 struct Figure {
   int frame;
   double shift;
@@ -66,14 +66,14 @@ class Figures {
     }
   }
 
-  // Draws the panel below `top`; the lower edge of its frame.
+  // Draws the panel below `top`, and returns the lower edge of its frame.
   double draw(double top) {
     Range across, up;
     up.include(-0.05);
     for (const Figure& figure : figures_) include(figure, &across, &up);
     across.widen(0.04);
     const double unit = across.size() / width;  // the length of a page point
-    up.low -= 14.0 * unit;                      // the frame numbers
+    up.low -= 14.0 * unit;                      // for the frame numbers
     up.high += 8.0 * unit;
     const double high = std::clamp(up.size() / unit, 110.0, 270.0);
     Chart chart(writer_, left, top - high, width, high);
@@ -112,7 +112,7 @@ class Figures {
 
   void line(const Pnt3& a, const Pnt3& b) { chart_->line(a.x, a.y, b.x, b.y); }
 
-  // The ground, and on it, thick, where feet stand.
+  // Draws the ground, with thick lines where feet stand.
   void drawGround() {
     writer_->strokeRGB(earth);
     writer_->setWidth(0.7);
@@ -157,7 +157,7 @@ class Figures {
     }
   }
 
-  // From the ankle to the heel, along the sole to the tip of the toes and back over the instep.
+  // Draws a foot from the ankle to the heel, along the sole to the tip of the toes, and back over the instep.
   void drawFoot(const Figure& figure, const Scene::Foot& foot, bool after) {
     const Pnt3 ankle = place(figure, after, foot.ankle), heel = place(figure, after, foot.heel);
     const Pnt3 tip = place(figure, after, foot.sole.back());
@@ -213,7 +213,7 @@ class Figures {
   Chart* chart_ = nullptr;
 };
 
-// A path that is drawn: of a hand, or of an ankle.
+// The joints whose paths are drawn: hands and ankles.
 std::vector<int> pathJoints(const Scene& scene) {
   std::vector<int> joints = scene.hands();
   for (const Scene::Foot& foot : scene.feet()) joints.push_back(foot.ankle);
@@ -224,7 +224,8 @@ std::vector<int> pathJoints(const Scene& scene) {
   return joints;
 }
 
-// The paths seen from the side (x and y) or from above (x and z), in a panel between `bottom` and `top`.
+// Draws the paths seen from the side (x and y) or from above (x and z), in a panel between `bottom` and
+// `top`.
 void drawPaths(AIPSWriter* writer, const Scene& scene, bool above, double bottom, double top) {
   const std::vector<int> joints = pathJoints(scene);
   const auto up = [&](const Pnt3& p) { return above ? -p.z : p.y; };

@@ -12,7 +12,7 @@ namespace {
 
 constexpr double radians = 3.14159265358979323846 / 180.0;
 
-// Behind "usage:" and the name of the program.
+// This text follows "usage:" and the name of the program.
 const char usage[] = R"( [OPTION...] CLIP.bvh [SCRIPT.txt]
 
 Changes a motion clip as little and as smoothly as possible so that joints are where the script says.

@@ -13,7 +13,7 @@ namespace {
 
 const std::string lastLine = "%%EOF\n";
 
-// A file of its own in the folder for temporary files, which goes with the object.
+// A temporary file with a unique name. The destructor deletes it.
 class ScratchFile {
  public:
   ScratchFile() {
@@ -33,7 +33,7 @@ class ScratchFile {
   ScratchFile(const ScratchFile&) = delete;
   ScratchFile& operator=(const ScratchFile&) = delete;
 
-  // Whoever takes it closes it.
+  // The user of the stream closes it.
   std::FILE* stream() const { return stream_; }
   std::string text() const {
     std::ifstream in(path_, std::ios::binary);
@@ -47,7 +47,8 @@ class ScratchFile {
 
 }  // namespace
 
-// Through a file of its own: the writer closes its stream, and does not say whether the disk was full.
+// Draws to a temporary file, because the writer closes its stream and does not tell whether the disk was
+// full.
 std::string drawnPage(const std::function<void(AIPSWriter*)>& draw) {
   const ScratchFile file;
   {

@@ -6,7 +6,7 @@
 
 #include "limber/limber.h"
 
-// What the drawings share: their page, colours and ranges.
+// Things that all drawings share: the page, colours and ranges.
 
 constexpr double pageWidth = 576.0, pageHeight = 720.0;  // points
 
@@ -17,7 +17,7 @@ const Pnt3 leftColour(0.09, 0.38, 0.78), rightColour(0.93, 0.50, 0.05);
 /// written to the folder for temporary files.
 std::string drawnPage(const std::function<void(AIPSWriter*)>& draw);
 
-/// A polyline through points that are given one by one; a gap begins another.
+/// A polyline through points that are added one by one. A gap begins a new line.
 class Polyline {
  public:
   explicit Polyline(AIPSWriter* writer) : writer_(*writer) {}

@@ -12,8 +12,8 @@ namespace {
 
 using namespace limber::motion;
 
-constexpr double firmness = 1e4;   // of a wish's pull, per height^2
-constexpr double accuracy = 1e-8;  // of the residual
+constexpr double firmness = 1e4;   // weight of a constraint, per height^2
+constexpr double accuracy = 1e-8;  // largest relative residual
 constexpr int mostIterations = 400;
 
 ResizeMatrix bandOf(const Smoothness& measure, const Holds* holds) {
@@ -25,7 +25,7 @@ ResizeMatrix bandOf(const Smoothness& measure, const Holds* holds) {
   return band;
 }
 
-// J R^-1 J^T + W^-1: it is never formed.
+// The matrix J R^-1 J^T + W^-1. It is never formed.
 class DualSystem : public SpMat {
  public:
   DualSystem(const Smoothness& measure, const Holds& holds)
@@ -42,7 +42,7 @@ class DualSystem : public SpMat {
       (*y)[i] += (*x)[i] / holds_.list()[static_cast<std::size_t>(i / 3)].weight;
   }
   void multT(const Vector* x, Vector* y) const override { mult(x, y); }
-  // Row i of column j, from a product: slow, and of no use to the solver.
+  // The element (i, j), computed by a product. This is slow, but the solver does not use it.
   double acc(int i, int j) const override {
     Vector unit(height()), column(0);
     unit[j] = 1.0;
@@ -52,10 +52,11 @@ class DualSystem : public SpMat {
 
  private:
   const Holds& holds_;
-  mutable ResizeMatrix factor_;  // the solves take it as not const
+  mutable ResizeMatrix factor_;  // the functions that solve with it need a non-const matrix
 };
 
-// (J R^-1 J^T + W^-1)^-1 = W - W J (R + J^T W J)^-1 J^T W, with the edit's own factor (Woodbury 1950).
+// (J R^-1 J^T + W^-1)^-1 = W - W J (R + J^T W J)^-1 J^T W, computed with the factor that the edit uses
+// (Woodbury 1950).
 class PrimalFactor : public Preconditioner {
  public:
   PrimalFactor(const Smoothness& measure, const Holds& holds)
@@ -88,7 +89,7 @@ int record(int, double rsq, void* data) {
   return residuals.size() >= mostIterations;
 }
 
-// The channels that move a joint with a wish, ascending.
+// The channels that move a constrained joint, in ascending order.
 std::vector<int> channelsOf(const Skeleton& skeleton, const std::vector<Constraint>& wishes) {
   std::vector<int> channels;
   for (const Constraint& wish : wishes) {
@@ -100,7 +101,7 @@ std::vector<int> channelsOf(const Skeleton& skeleton, const std::vector<Constrai
   return channels;
 }
 
-// The rows of J as they are stored for the library's preconditioners.
+// Copies the rows of J in the form that the library's preconditioners need.
 void copyRows(const Holds& holds, const Skeleton& skeleton, const std::vector<int>& channels,
               std::deque<SpVec>* storage, HSpMat* rows) {
   for (int i = 0; i < holds.height(); ++i) {

@@ -16,7 +16,7 @@ extern "C" void ask(int) {
 
 }  // namespace
 
-// Whoever started the program so that it ignores Ctrl-C, as nohup does, is obeyed.
+// If the program was started so that it ignores Ctrl-C, for example with nohup, it continues to ignore it.
 Progress::Progress() : terminal_(isatty(STDERR_FILENO) != 0), earlier_(std::signal(SIGINT, SIG_IGN)) {
   asked = 0;
   if (earlier_ != SIG_IGN) std::signal(SIGINT, ask);

@@ -2,8 +2,9 @@
 
 #include "limber_motion/motion.h"
 
-/// Watches an edit while it exists: a line with the step on a terminal, and Ctrl-C ends the edit with the
-/// best motion so far. A second Ctrl-C ends the program. One at a time.
+/// Watches an edit as long as this object exists. On a terminal it shows a line for the current step. Ctrl-C
+/// ends the edit with the best motion so far, and a second Ctrl-C ends the program. Only one object may exist
+/// at a time.
 class Progress {
  public:
   Progress();
@@ -11,7 +12,7 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /// Shows the step; false when the edit shall end.
+  /// Shows the step. Returns false if the edit must end.
   bool goesOn(const limber::motion::EditStep& step);
   bool stopped() const { return stopped_; }
 

@@ -16,7 +16,7 @@ using limber::motion::Skeleton;
 
 std::size_t index(int i) { return static_cast<std::size_t>(i); }
 
-// The joints put together by their offsets alone.
+// The positions of the joints when only the offsets count and all rotations are zero.
 std::vector<Pnt3> restPose(const std::vector<Joint>& joints) {
   std::vector<Pnt3> rest;
   for (const Joint& joint : joints) {
@@ -29,7 +29,7 @@ double dot(const Pnt3& a, const Pnt3& b) { return a.x * b.x + a.y * b.y + a.z * 
 
 Pnt3 flat(const Pnt3& p) { return Pnt3(p.x, 0.0, p.z); }
 
-// The horizontal direction along which points lie most: the first axis of their covariance.
+// The horizontal direction of the largest extent of points: the first axis of their covariance.
 Pnt3 mainDirection(const std::vector<Pnt3>& points) {
   Pnt3 mean;
   for (const Pnt3& p : points) mean += p;
@@ -63,8 +63,8 @@ Scene::Scene(const Clip& before, const Clip& after, const Contacts& contacts,
   }
 }
 
-// The heel is as far behind the ankle as a third of the way from there to the toes, and as low as the toes
-// are when the body stands.
+// Places the heel behind the ankle, by a third of the distance between the ankle and the toes, and as low as
+// the toes are when the body stands.
 void Scene::findFeet(const std::vector<int>& feet, const std::vector<Pnt3>& rest) {
   const auto isFoot = [&](int j) { return std::find(feet.begin(), feet.end(), j) != feet.end(); };
   double lowest = rest[0].y;
@@ -94,7 +94,7 @@ void Scene::findFeet(const std::vector<int>& feet, const std::vector<Pnt3>& rest
   }
 }
 
-// Left is left of where the feet point when all angles are 0.
+// The left side is on the left when one looks in the direction of the feet with all angles 0.
 void Scene::findSides(const std::vector<Pnt3>& rest) {
   Pnt3 forward;
   for (const Foot& foot : feet_) forward += flat(rest[index(foot.sole.back())] - rest[index(foot.ankle)]);
@@ -161,7 +161,7 @@ void Scene::track(const Clip& before, const Clip& after, double ground) {
   Range way;
   for (const Pnt3& p : roots) way.include(dot(p, along_));
   travel_ = way.size() / height_;
-  if (travel_ < 0.5) {  // one who stays in place is seen from the side
+  if (travel_ < 0.5) {  // a body that stays in place is drawn from the side
     const std::size_t middle = index(before.frames / 2) * clip_.joints.size();
     Pnt3 left;
     for (std::size_t j = 0; j < clip_.joints.size(); ++j) {

@@ -1,5 +1,5 @@
 // Forward kinematics of a motion clip: reads its joints and frames, multiplies each joint's matrix by its
-// parent's and prints where everything is.
+// parent's, and prints where everything is.
 
 #include <algorithm>
 #include <cstdio>

@@ -41,12 +41,13 @@ struct Options {
   double relative = 1e-10;
 };
 
-// A step failed on some process, which has said why.
+// A step failed on some process, and that process has printed the reason.
 struct Ended {
   int status;
 };
 
-// Runs a step on every process. When it fails on some, the first of them prints its message and all end.
+// Runs a step on every process. If it fails on some of them, the first of these prints its message, and all
+// processes end.
 void together(MPI_Comm comm, const std::function<void()>& step) {
   int status = exitSolved;
   std::string message;
@@ -71,7 +72,7 @@ void together(MPI_Comm comm, const std::function<void()>& step) {
   throw Ended{status};
 }
 
-// The value of an option that needs one.
+// Returns the value of an option that needs one.
 const char* valueOf(int argc, char** argv, int* i) {
   if (*i + 1 >= argc)
     throw InputError(std::string("solve_distributed: ") + argv[*i] + " needs a value; see --help");
@@ -96,7 +97,7 @@ Options readOptions(int argc, char** argv) {
         throw InputError("solve_distributed: --relative: expected a number that is not negative, found " +
                          quoted(text));
     } else if (word.compare(0, 8, "-limber_") == 0) {
-      if (i + 1 < argc && argv[i + 1][0] != '-' && i + 2 < argc) ++i;  // its value; PETSc has read both
+      if (i + 1 < argc && argv[i + 1][0] != '-' && i + 2 < argc) ++i;  // skip its value; PETSc has read both
     } else if (word[0] == '-' || !options.matrix.empty()) {
       throw InputError("solve_distributed: unexpected " + quoted(argv[i]) + "; see --help");
     } else {
@@ -156,8 +157,8 @@ Vector rightHandSide(const Options& options, const OwnRows& A, MPI_Comm comm) {
   return b;
 }
 
-// Hands the parts of x to `use` on process 0, one after the other, so that no process ever holds more than
-// two.
+// Passes the parts of x to `use` on process 0, one after the other, so that no process ever holds more than
+// two parts.
 void eachPart(MPI_Comm comm, const Vector& x, const std::function<void(const Vector&)>& use) {
   int rank = 0, size = 1;
   MPI_Comm_rank(comm, &rank);
@@ -179,7 +180,7 @@ void eachPart(MPI_Comm comm, const Vector& x, const std::function<void(const Vec
   }
 }
 
-// Writes the solution from process 0. A write that fails is noticed at the end, when every part was
+// Writes the solution from process 0. A failed write is reported only at the end, after all parts have been
 // received.
 void writeSolution(MPI_Comm comm, const std::string& file, const Vector& x, int unknowns) {
   int rank = 0;
