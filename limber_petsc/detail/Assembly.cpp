@@ -35,7 +35,7 @@ int exponentOfLargest(MPI_Comm comm, double largest) {
   return all > 0.0 ? exponent : 0;
 }
 
-// What is wrong with this process's rows taken alone; null when nothing is.
+// An error message about this process's rows alone, or null.
 const char* problemOf(const Rows& part) {
   if (!part.rows) return "there is no matrix";
   if (part.columns < 0) return "the matrix has a negative width";
@@ -115,7 +115,7 @@ PetscErrorCode assemble(MPI_Comm comm, const Rows& part, int ownColumns, int exp
   PetscCall(MatSetSizes(*matrix, count, ownColumns, PETSC_DETERMINE, part.columns));
   PetscCall(MatSetType(*matrix, MATAIJ));
 
-  // Entries in the columns of this process, and in those of the others.
+  // Numbers of entries in the columns of this process, and in those of the others.
   long long firstColumn = 0, own = ownColumns;
   int rank = 0;
   MPI_Comm_rank(comm, &rank);

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// PETSc objects that destroy themselves, and errors of PETSc as reports.
+/// Owners of PETSc objects, and reports of PETSc's errors.
 
 #include <petscksp.h>
 
@@ -29,8 +29,8 @@ using Solver = Owned<KSP, KSPDestroy>;
 using Scatter = Owned<VecScatter, VecScatterDestroy>;
 using Indices = Owned<IS, ISDestroy>;
 
-/// While it lives, an error of PETSc is reported once, with PETSc's text, and returned instead of ending the
-/// job.
+/// While this object exists, an error of PETSc is reported once, with PETSc's message, and returned. Without
+/// it, PETSc would end the job.
 class ErrorsAsReports {
  public:
   ErrorsAsReports();
@@ -39,9 +39,9 @@ class ErrorsAsReports {
   ErrorsAsReports& operator=(const ErrorsAsReports&) = delete;
 };
 
-/// The largest `code` of all processes: 0 when all is well everywhere. Collective.
+/// The largest `code` of all processes; 0 means that there is no error on any of them. Collective.
 int agree(MPI_Comm comm, int code);
-/// Reports `message` with this process's rank in front.
+/// Reports `message` after this process's rank.
 void report(MPI_Comm comm, const char* message, int line);
 
 }  // namespace limber::petsc::detail

@@ -7,17 +7,17 @@ namespace limber::petsc::detail {
 
 namespace {
 
-// What the convergence test of one run needs.
+// The data of the convergence test of one run.
 struct Watch {
   const Iteration* problem;
   double goal;   // the run ends when its own residual is this small
   int before;    // iterations of earlier runs
-  bool lsqr;     // the residual is asked from LSQR
-  bool watched;  // some process has an observer
+  bool lsqr;     // true if LSQR computes the residual
+  bool watched;  // true if some process has an observer
   bool stopped = false, flat = false;
 };
 
-// The residual that the method has updated, in the measure of the problem as far as it knows it.
+// The residual that the method updates, converted to the norm of the problem as far as possible.
 PetscErrorCode updatedResidual(KSP solver, const Watch& watch, double norm, double* residual) {
   *residual = norm;
   if (!watch.lsqr) return 0;
@@ -52,7 +52,7 @@ PetscErrorCode test(KSP solver, PetscInt iteration, PetscReal norm, KSPConverged
   return 0;
 }
 
-// The residual of x, from scratch.
+// Computes the residual of x anew.
 PetscErrorCode residualOf(const Iteration& problem, Vec x, double* norm) {
   Array r;
   PetscCall(VecDuplicate(problem.b, &r));
@@ -114,9 +114,9 @@ PetscErrorCode iterate(const Iteration& problem, SolveReport* report) {
   PetscCall(KSPSetConvergenceTest(problem.solver, test, &watch, nullptr));
   PetscCall(KSPSetInitialGuessNonzero(problem.solver, PETSC_TRUE));
 
-  // A run ends by the residual that the method updates. Rounding and other measures let it differ from the
-  // true one, so a run that ends too early is followed by another from its result, as long as that halves the
-  // residual.
+  // A run ends according to the residual that the method updates. That may differ from the true one because
+  // of rounding or another norm. So a run that ends too early is followed by another one from its result, as
+  // long as that halves the residual.
   bool indefinite = false, progress = true;
   while (!(smallest <= goal) && progress && !watch.stopped && !indefinite && watch.before < limit) {
     PetscCall(KSPSetTolerances(problem.solver, 0.0, 0.0, 1e300, limit - watch.before));

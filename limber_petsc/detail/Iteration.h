@@ -1,7 +1,8 @@
 #pragma once
 
 /// @file
-/// The Krylov iteration that the three problems share: run, watch, recompute, go on while that helps, report.
+/// The Krylov iteration of all three problems: runs it, observes it, recomputes the residual, repeats the run
+/// as long as that helps, and reports.
 
 #include "limber/solvers/Solve.h"
 #include "limber_petsc/detail/Engine.h"
@@ -14,23 +15,23 @@ struct Iteration {
   MPI_Comm comm;
   KSP solver;
   Operator* op;
-  Vec b, x;           ///< x holds the start, and receives the result
+  Vec b, x;           ///< x is the start and receives the result
   bool leastSquares;  ///< the residual is |C A^T (b - A x)|, with C the inverse column scales, else |b - A x|
   Vec inverseColumnScales;  ///< for least squares
-  int unit;                 ///< a residual r in scaled units is r 2^unit in the user's
+  int unit;                 ///< a residual r in scaled units is r 2^unit in the user's units
   const SolveOptions* options;
 };
 
-/// Iterates until the residual, recomputed, is at most options.relative times that of x = 0; x is never worse
-/// than it was. `seconds` is left 0. Collective.
+/// Iterates until the recomputed residual is at most options.relative times that of x = 0. x is never worse
+/// than the start. `seconds` remains 0. Collective.
 PetscErrorCode iterate(const Iteration& problem, SolveReport* report);
 
-/// A report of bad input.
+/// The report for bad input.
 SolveReport badInput();
-/// A report of an error of the engine, which was reported with its text.
+/// The report for an error of PETSc, whose message has been reported.
 SolveReport engineError();
-/// The report of a collective solve: `run` fills it under ErrorsAsReports and is timed; an error on any
-/// process ends the solve on all.
+/// The report of a collective solve: calls `run`, which fills it, under ErrorsAsReports and measures the
+/// time. An error on any process ends the solve on all of them.
 template <class Run>
 SolveReport collect(MPI_Comm comm, Run run) {
   const ErrorsAsReports reports;

@@ -13,7 +13,7 @@ PetscErrorCode multiply(Mat shell, Vec x, Vec y) {
 PetscErrorCode multiplyTransposed(Mat shell, Vec x, Vec y) {
   Operator* op = nullptr;
   PetscCall(MatShellGetContext(shell, &op));
-  return op->weights ? op->apply(x, y) : op->applyTransposed(x, y);  // with weights it is symmetric
+  return op->weights ? op->apply(x, y) : op->applyTransposed(x, y);  // with weights the operator is symmetric
 }
 
 }  // namespace

@@ -7,19 +7,20 @@
 
 namespace limber::petsc::detail {
 
-/// y = A x, y = A^T x for a matrix, or y = (J W J^T + D) x when weights are given. It must outlive the shell.
+/// y = A x and y = A^T x for a matrix, or y = (J W J^T + D) x if weights are given. This object must outlive
+/// the shell.
 struct Operator {
   Mat matrix = nullptr;   ///< A or J
-  Vec weights = nullptr;  ///< W, spread like the columns; null for a plain matrix
-  Vec damping = nullptr;  ///< D, spread like the rows; may be null
-  Vec columns = nullptr;  ///< work space like the columns, with weights only
-  int products = 0;       ///< with the matrix or its transpose
+  Vec weights = nullptr;  ///< W, distributed like the columns; null for a plain matrix
+  Vec damping = nullptr;  ///< D, distributed like the rows; may be null
+  Vec columns = nullptr;  ///< work space, distributed like the columns; only with weights
+  int products = 0;       ///< the number of products with the matrix or its transpose
 
   /// y = the operator times x.
   PetscErrorCode apply(Vec x, Vec y);
-  /// y = A^T x, of a plain matrix.
+  /// y = A^T x for a plain matrix.
   PetscErrorCode applyTransposed(Vec x, Vec y);
-  /// A shell that calls the two above.
+  /// Creates a shell that calls the two functions above.
   PetscErrorCode makeShell(MPI_Comm comm, Mat* shell);
 };
 

@@ -38,7 +38,7 @@ std::vector<int> touchedColumns(const HSpMat& J) {
   return columns;
 }
 
-// The elements of `spread` at the given columns, on this process. Collective.
+// The elements of the distributed vector `spread` at the given columns, on this process. Collective.
 PetscErrorCode fetch(Vec spread, const std::vector<int>& columns, Vec* here) {
   const PetscInt count = static_cast<PetscInt>(columns.size());
   Indices from;
@@ -79,7 +79,7 @@ PetscErrorCode OwnBand::build(const Rows& part, int exponent, Vec weights, const
   PetscCall(extract(here, 0, &ownWeights));
   if (damping) ownDamping = *damping;
 
-  // The rows with their columns renumbered; the order of the columns stays.
+  // The rows with renumbered columns, whose order does not change.
   std::vector<std::unique_ptr<SpVec>> rows;
   HSpMat J(0);
   long long entries = 0;

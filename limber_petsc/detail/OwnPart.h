@@ -15,18 +15,19 @@ class Preconditioner;
 
 namespace limber::petsc::detail {
 
-/// A Krylov solver for the operator `shell` that takes PETSc's options with the prefix limber_. Its
-/// preconditioner is `own`, applied by each process to its own part, or else PETSc's `standard` one of
-/// `matrix`.
+/// A Krylov solver for the operator `shell` that reads PETSc's options with the prefix limber_. Its
+/// preconditioner is `own`, which each process applies to its own part; if that is null, it is PETSc's
+/// preconditioner `standard` of `matrix`.
 PetscErrorCode makeSolver(MPI_Comm comm, Mat shell, Mat matrix, KSPType method, Preconditioner* own,
                           PCType standard, KSP* solver);
 
-/// The preconditioner of J W J^T + D from this process's own rows: the Cholesky factor of their band where it
-/// takes at most twenty times the memory of the rows, else their diagonal. The columns that no own row
-/// touches are left out, so that the memory is that of the own rows.
+/// The preconditioner of J W J^T + D from this process's own rows: the Cholesky factor of their band if that
+/// needs at most twenty times the memory of the rows, otherwise their diagonal. Columns without an entry in
+/// the own rows are left out, so the memory is proportional to the own rows.
 class OwnBand {
  public:
-  /// `weights` is spread like the columns, `damping` belongs to the own rows and may be null. Collective.
+  /// `weights` is distributed like the columns. `damping` belongs to the own rows and may be null.
+  /// Collective.
   PetscErrorCode build(const Rows& part, int exponent, Vec weights, const Vector* damping);
   Preconditioner* preconditioner() const { return preconditioner_.get(); }
 

@@ -6,13 +6,13 @@
 
 #include "limber_motion/motion.h"
 
-/// What an animator accepts of a clip whose feet are held.
+/// The bounds that an animator accepts for a clip whose feet are held.
 struct Bounds {
   const char* clip;
   double skate, bodyJerk;
 };
 
-/// Edits the clip with its found contacts and default options and holds it to the bounds.
+/// Edits the clip with its contacts and default options, and checks the bounds.
 inline void expectGood(limber::motion::Clip clip, const Bounds& bounds, const std::string& what) {
   using namespace limber::motion;
   constexpr double degrees = 3.14159265358979323846 / 180.0;

@@ -1,4 +1,4 @@
-// Clips of other programs: how they spell things, and what does not change when they are written again.
+// Clips of other programs: their spellings, and what stays the same when they are written again.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Contacts of feet are the same at every frame rate and in every unit, whatever the names of the joints.
+// Contacts of feet do not depend on the frame rate, the unit or the names of the joints.
 
 #include <gtest/gtest.h>
 
@@ -234,7 +234,7 @@ TEST(Contacts, SayWhyThereAreNone) {
   const Contacts one = findContacts(moved(1, [](int) { return 0.0; }));
   EXPECT_TRUE(one.list.empty());
   EXPECT_EQ(one.note, "no feet found: one frame does not show what stands");
-  // Falling all the time.
+  // The body falls all the time.
   const Contacts falling = findContacts(moved(50, [](int f) { return -3.0 * f; }));
   EXPECT_TRUE(falling.list.empty());
   EXPECT_EQ(falling.note.find("no feet found: the lowest parts of the body ("), 0u) << falling.note;
@@ -290,7 +290,7 @@ TEST(Contacts, ShortGapsAreClosedAndShortContactsDropped) {
     for (const Contact& c : findContacts(clip).list) count += c.joint == 1;
     EXPECT_EQ(count, off == 1 ? 1 : 2) << off;
   }
-  // One frame of rest while it goes up.
+  // The body rests for one frame while it rises.
   const Contacts rising =
       findContacts(moved(60, [](int f) { return f < 20 ? 0.0 : 0.3 * (f - 20 - (f > 22) - (f > 23)); }));
   ASSERT_FALSE(rising.list.empty());

@@ -1,4 +1,4 @@
-// Wishes that no smooth motion can meet: what the report says, and that the motion stays fit to be seen.
+// Constraints that no smooth motion can meet: what the report says, and that the motion stays acceptable.
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ class ImpossibleWishes : public testing::Test {
   }
   Pnt3 up(double heights) const { return Pnt3(0, heights * skeleton.height(), 0); }
 
-  // Solves with the contacts, if wanted, and sees to what holds for every result.
+  // Solves with the contacts, if wanted, and checks what holds for every result.
   Report solve(const std::vector<Constraint>& wishes, bool plants = true) {
     Edit edit(clip);
     if (plants) edit.plant(findContacts(before));

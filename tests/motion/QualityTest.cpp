@@ -1,5 +1,4 @@
-// What an animator sees: the edited clips must keep the bounds, by the measures of Quality.h; and these
-// measures themselves.
+// Checks that edited clips keep the bounds, by the measures of Quality.h, and checks these measures.
 
 #include "limber_motion/Quality.h"
 
@@ -94,7 +93,7 @@ TEST(Quality, RefusesClipsOfDifferentFrames) {
   EXPECT_THROW(measureQuality(clip, other), Error);
 }
 
-// Beside some checkouts there is an independent program with the same measures.
+// Some checkouts have an independent program with the same measures beside them.
 TEST_P(EditedClip, IsMeasuredAsByTheRulerBesideTheCheckout) {
   LIMBER_NEEDS_DATA(path, std::string(GetParam().clip) + ".bvh");
   const std::string tool = path.substr(0, path.rfind("/data/")) + "/tools/motion_quality";

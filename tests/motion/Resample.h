@@ -6,7 +6,7 @@
 #include "limber_motion/Clip.h"
 
 /// The clip at another frame rate: a cubic through the four frames around each new one (Catmull and Rom
-/// 1974), over continuous angles. It lasts as long as before, up to a fraction of a new frame.
+/// 1974), over continuous angles. The duration is the same up to a fraction of a new frame.
 inline limber::motion::Clip resampled(limber::motion::Clip clip, double framesPerSecond) {
   limber::motion::unwrapAngles(&clip);
   limber::motion::Clip out = clip;

@@ -13,8 +13,8 @@ int silent(const char*) { return 0; }
 
 using Call = std::function<SolveReport(Vector*)>;
 
-// Fails the k-th allocation, for k = 0, 1, ...: the solve then says so and leaves x as it was, or manages
-// without (a factor that has no memory gives way to more iterations).
+// Fails the k-th allocation, for k = 0, 1, ... The solve must then either report it and leave x unchanged, or
+// succeed without that memory (for example with more iterations instead of a factor).
 void expectHonesty(const Call& solve, const HSpMat& A, const Vector& b, bool leastSquares) {
   const OutputFunction before = stderrF;
   stderrF = silent;

@@ -97,7 +97,7 @@ TEST(SolveConstraints, SolvesTwiceTheSameRowAndNearlyTheSameRow) {
     c[0] = c[1] = 1.0;
     c[2] = -0.5;
     const SolveReport report = solveConstraints(J.matrix(), nullptr, nullptr, c, &x);
-    // with a condition of 1e14 doubles allow no more
+    // with a condition of 1e14, double precision allows no better result
     const double truth = residual(J.matrix(), 4, nullptr, nullptr, c, x);
     EXPECT_LE(truth, apart > 0.0 ? 1e-8 : 1.001e-10) << report.message;
     EXPECT_EQ(report.status == SOLVE_CONVERGED, truth <= 1.001e-10);
@@ -149,7 +149,7 @@ TEST(SolveConstraints, RefusesWeightsThatDoNotFit) {
   damp[0] = 0.0;
   mass.grow(J.width() - 1);
   refused();
-  mass.grow(J.width() + 1);  // more masses than columns are no mistake
+  mass.grow(J.width() + 1);  // more masses than columns are allowed
   mass = 1.0;
   EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(J.matrix(), &mass, &damp, c, &x).status);
   damp.grow(2);

@@ -1,5 +1,5 @@
-// Families of systems at the edge of double precision, each held against a dense LAPACK factorization: what
-// it solves is solved, and what is called solved is.
+// Families of systems at the limit of double precision. Each is compared with a dense LAPACK factorization:
+// what LAPACK solves must be solved, and what is reported as solved must be true.
 #include <gtest/gtest.h>
 
 #include "limber/solvers/Solve.h"
@@ -11,7 +11,7 @@ namespace {
 
 enum Kind { definite, leastSquares, square };
 
-// The solution by LU, or for least squares by QR; empty when a pivot is zero.
+// The solution by LU, or by QR for least squares; empty if a pivot is zero.
 Vector byLapack(const FullMatrix& A, const Vector& b, Kind kind) {
   FullMatrix copy(A);
   Vector x(b);
@@ -88,7 +88,7 @@ TEST(SolveFamilies, GradedDefiniteSolutionsAreAccurateInEveryElement) {
   }
   Vector x;
   EXPECT_EQ(SOLVE_CONVERGED, solvePositiveDefinite(A, timesOnes(A), &x).status);
-  // b is rounded: 2^35 (the grading) times 2^-53 is left
+  // because b is rounded, an error of 2^35 (the grading) times 2^-53 remains
   for (int i = 0; i < 36; ++i) EXPECT_TRUE(tolerance::close(1.0, x[i], 1e-6)) << i;
 }
 
@@ -195,7 +195,7 @@ TEST(SolveFamilies, SingularConsistentAndInconsistentSystems) {
   x = Vector();
   EXPECT_EQ(SOLVE_CONVERGED, solveLeastSquares(A, random.vector(40), &x).status);
 
-  // all Neumann: constants are in the null space
+  // only Neumann boundaries, so constants are in the null space
   FullMatrix N = dense(grid(7, 0.0, 0.0));
   for (int i = 0; i < 49; ++i) {
     N.e(i, i) = 0.0;
@@ -226,7 +226,7 @@ TEST(SolveFamilies, WideSystemsGetTheShortestSolution) {
   const Vector b = random.vector(10);
   Vector x;
   ASSERT_EQ(SOLVE_CONVERGED, solveLeastSquares(A, b, &x).status);
-  // the shortest one is A^T y: nothing of it is left in the null space
+  // the shortest solution is A^T y, which has no part in the null space
   Vector y, image(25);
   FullMatrix T = A.transpose();
   ASSERT_EQ(SOLVE_CONVERGED, solveLeastSquares(T, x, &y).status);

@@ -1,6 +1,6 @@
 // Random systems with random options: no crash, no hang, and the status is true.
 //
-// LIMBER_SOLVE_FUZZ_SECONDS=600 test_solvers --gtest_filter='SolveFuzz.*' goes on for so long.
+// LIMBER_SOLVE_FUZZ_SECONDS=600 test_solvers --gtest_filter='SolveFuzz.*' runs for that time.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -140,7 +140,7 @@ void oneCase(unsigned seed) {
   for (int j = 0; j < x.count; ++j) ASSERT_TRUE(std::isfinite(x[j]));
   if (which == 3 || x.count != unknowns) return;
   const double truth = relativeResidual(A.matrix(), n, b, x, which == 0);
-  // the report rounds; its own scale is that of what cancels
+  // the report is rounded, relative to the size of the terms that cancel
   double size = 0.0, right = 0.0;
   for (int i = 0; i < m; ++i) {
     const SpVec& row = *A.matrix().rows[i];

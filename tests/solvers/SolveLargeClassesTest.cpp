@@ -9,7 +9,7 @@ namespace {
 
 constexpr int n = 4225;
 
-// A class of the caller's own, which has nothing but products.
+// A class of the caller that has only products.
 class Products final : public SpMat {
  public:
   explicit Products(const HSpMat& A) : A_(A) {}
@@ -29,7 +29,7 @@ class Products final : public SpMat {
   const HSpMat& A_;
 };
 
-// D A D for a grid A: the diagonal, and nothing else, brings it to order.
+// D A D for a grid A. Only scaling by the diagonal makes it well conditioned.
 Entries graded(double convection) {
   const Entries plain = grid(65, convection, 0.0);
   Entries A(n, n);

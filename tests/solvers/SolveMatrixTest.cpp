@@ -1,6 +1,6 @@
-// A solver multiplies by a matrix of its own that stands before the caller's. The structured matrices have
-// their true sizes in it, and a long solve with row-sparse matrices multiplies by a copy, which never shows
-// in the numbers and outside of the solve.
+// A solver multiplies by a wrapper of the caller's matrix. In it, the structured matrices have their true
+// sizes, and a long solve with a row-sparse matrix multiplies by a copy. The copy never changes the numbers
+// and is never visible outside of the solve.
 
 #include <gtest/gtest.h>
 
@@ -28,13 +28,13 @@
 
 namespace {
 
-// Multiplies as its base does, but is another class, which is never copied.
+// Multiplies like its base class, but is another class and therefore never copied.
 class Derived : public HSpMat {
  public:
   using HSpMat::HSpMat;
 };
 
-// n by n, symmetric and diagonally dominant where asked for, rows of different lengths.
+// An n x n matrix, symmetric and diagonally dominant if requested, with rows of different lengths.
 SparseMatrix random(int n, bool symmetric) {
   std::mt19937 engine(3);
   std::vector<double> a(static_cast<std::size_t>(n * n));
@@ -115,7 +115,7 @@ TEST(SolveMatrix, EverySolveHasTheBitsOfTheRows) {
   }
 }
 
-// Passes that go on to the end, also the first of the process.
+// Makes passes run to the end, also the first one of the process.
 void strictPasses() {
   strict(1e-24);
   setStagnation(61, 10.0);
@@ -137,7 +137,7 @@ class Meddler : public Preconditioner {
   std::function<void(int call, const Vector* r)> action_;
 };
 
-// pureCGrad with work vectors of its own.
+// The result of pureCGrad with separate work vectors.
 struct PassResult {
   CGIStatus status;
   int iterations = 0;
@@ -160,7 +160,7 @@ Vector ones(int n) {
 void plainProduct(SpMat* A, const Vector* v, Vector* w) { A->mult(v, w); }
 void ownProduct(SpMat* A, const Vector* v, Vector* w) { multFunA(A, v, w); }
 
-// Whether a change of the matrix between two iterations changes the solution.
+// True if a change of the matrix between two iterations changes the solution.
 bool followsTheMatrix(CGMultFun mult, int n = 61, int iteration = 12) {
   SparseMatrix sparse = random(n, true);
   double& entry = sparse.rows.back()->e(0);
@@ -175,7 +175,7 @@ bool followsTheMatrix(CGMultFun mult, int n = 61, int iteration = 12) {
   return !tolerance::sameBits(undisturbed.data, disturbed.data, n);
 }
 
-// (It is undefined what such a change does. It shows here which matrix is read.)
+// (The effect of such a change is undefined. Here it shows which matrix is read.)
 TEST(SolveMatrix, OperationsOfTheLibraryReadTheCopyAndThoseOfTheCallerTheMatrix) {
   const CGTuning tuning;
   strictPasses();
@@ -260,7 +260,7 @@ TEST(SolveMatrix, ASolveWithinASolveLeavesItsNumbersAlone) {
 
 std::jmp_buf jumpedOut;
 
-// Leaves the solve at its 15th call. It has no more to it, so that the jump skips no destructor.
+// Leaves the solve by a longjmp at its 15th call. It has no local objects, so the jump skips no destructor.
 class Jumper : public Preconditioner {
  public:
   void solve(const Vector* r, Vector* z) override {
@@ -270,8 +270,8 @@ class Jumper : public Preconditioner {
   int calls = 0;
 };
 
-// A preconditioner that finds a file of its own unreadable may leave that way. (It leaks what the solve has
-// allocated, which is nothing where all vectors have their sizes.)
+// A preconditioner may leave in this way, for example if it cannot read a file. (The allocations of the solve
+// leak. There are none if all vectors already have their sizes.)
 TEST(SolveMatrix, ASolveThatIsLeftByAJumpLeavesNothingBehind) {
   const CGTuning tuning;
   strictPasses();
@@ -294,7 +294,7 @@ TEST(SolveMatrix, ASolveThatIsLeftByAJumpLeavesNothingBehind) {
   EXPECT_FALSE(followsTheMatrix(multFunA)) << "the storage of the copy is free again";
 }
 
-// One solve of a thread: everything it needs has its size already.
+// The solve of one thread. Everything that it needs already has its size.
 struct OwnSolve {
   SparseMatrix sparse = random(61, true);
   Vector b{61}, x{61}, r{61}, p{61}, q{61}, z{61}, best{61};
@@ -338,7 +338,8 @@ TEST(SolveMatrix, ThreadsWithTheirOwnMatricesAndWorkVectorsDoNotDisturbEachOther
   }
 }
 
-// For all i: |x[i] - expected| small where the solver solves, by every entry point.
+// Checks that every entry point gives nearly the same solution for A and for `same`, the row-sparse matrix
+// with the same elements.
 void expectSolved(SpMat* A, SparseMatrix& same, const char* matrix) {
   const int n = same.m.height();
   Vector damp(n), mass(n), b(n);
@@ -406,7 +407,7 @@ TEST(SolveMatrix, AQuadraticProgramIsSolved) {
   for (int i = 0; i < 3; ++i) J.addRow().insEnd(1.0 + i, 4 * i);
   for (auto& row : J.rows) row->width = 12;
   SQPMatrix Q(&H.m, &J.m);
-  // a positive value makes the whole matrix positive definite enough for every solver
+  // with a positive value the whole matrix is positive definite enough for every solver
   Q.lowerDiagonal = 9.0;
   SparseMatrix q = sparseImage(Q);
   expectSolved(&Q, q, "SQPMatrix");

@@ -1,4 +1,4 @@
-// Systems without one clear solution: singular, rank-deficient and nearly so.
+// Systems without a unique solution: singular, rank-deficient and nearly so.
 #include <gtest/gtest.h>
 
 #include "limber/solvers/Solve.h"
@@ -6,7 +6,7 @@
 
 namespace {
 
-// m x n with so many random entries a row.
+// An m x n matrix with `perRow` random entries per row.
 FullMatrix sparseFactor(Random* random, int m, int n, int perRow) {
   FullMatrix A(m, n);
   for (int i = 0; i < m; ++i) {
@@ -89,8 +89,8 @@ TEST(SolveRank, RankDeficientLeastSquaresProblemsAreSolved) {
   }
 }
 
-// Of 30 x 8 columns, the last one is twice the first one less the second one: (2, -1, 0, ..., -1) is mapped
-// to zero.
+// In a 30 x 8 matrix, the last column is twice the first one minus the second one, so (2, -1, 0, ..., -1) is
+// mapped to zero.
 TEST(SolveRank, ASmallLeastSquaresSolutionIsTheOneNearestToTheStart) {
   Random random(3);
   FullMatrix A(30, 8);

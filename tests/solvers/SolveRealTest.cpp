@@ -1,4 +1,4 @@
-// Real systems with default options. The data lie beside some checkouts only.
+// Real systems with default options. The data are beside some checkouts only.
 #include <gtest/gtest.h>
 
 #include "limber/solvers/Solve.h"
@@ -10,8 +10,8 @@ namespace {
 
 enum Kind { definite, leastSquares, square };
 
-// Solves for A times ones and for a right-hand side in all directions; the status is as good as the
-// residual.
+// Solves with the right-hand side A times ones, and with one in all directions. The status must agree with
+// the residual.
 void expectSolved(const std::string& path, Kind kind) {
   MatrixMarket file(path);
   ASSERT_TRUE(file.error.empty()) << file.error;

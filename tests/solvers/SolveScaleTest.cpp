@@ -1,4 +1,4 @@
-// Systems of any scale: the same bits times a power of two.
+// Systems of any scale have the same solution bits, apart from the power of two.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -26,7 +26,8 @@ Entries scaled(const Entries& A, int k) {
 
 using Solve = std::function<SolveReport(const HSpMat&, const Vector&, Vector*)>;
 
-// x is that of the unscaled system times 2^(right - matrix) / 2^(matrix power of the form).
+// Checks that powers of two times A and b give the same counts, and the solution 2^(onB - degree onA) x with
+// the same bits.
 void expectInvariance(const Entries& A, const Vector& b, const Solve& solve, int degree) {
   Vector x;
   const SolveReport first = solve(A.matrix(), b, &x);

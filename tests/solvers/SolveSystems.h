@@ -7,7 +7,7 @@
 
 #include "limber/limber.h"
 
-/// A sparse matrix with the entries it is given, however small they are.
+/// A sparse matrix that keeps all entries, however small they are.
 class Entries {
  public:
   Entries(int height, int width) : width_(width) {
@@ -72,8 +72,8 @@ inline long double longNorm(const std::vector<long double>& v) {
   return std::sqrt(sum);
 }
 
-/// The relative residual that a report speaks of, in long double: |b - A x| / |b|, or for least squares
-/// |A^T (b - A x)| / |A^T b|.
+/// The relative residual of a report, in long double: |b - A x| / |b|, or |A^T (b - A x)| / |A^T b| for least
+/// squares.
 inline double relativeResidual(const HSpMat& A, int width, const Vector& b, const Vector& x,
                                bool leastSquares) {
   Vector zero(width);
@@ -89,9 +89,9 @@ inline double relativeResidual(const HSpMat& A, int width, const Vector& b, cons
 class Random {
  public:
   explicit Random(unsigned seed) : engine_(seed) {}
-  /// In [-1, 1).
+  /// A number in [-1, 1).
   double value() { return static_cast<double>(engine_()) * 0x1p-31 - 1.0; }
-  /// In 0 ... n - 1.
+  /// A number in 0 ... n - 1.
   int below(int n) { return static_cast<int>(engine_() % static_cast<unsigned>(n)); }
   Vector vector(int n) {
     Vector v(n);

@@ -11,7 +11,8 @@
 namespace {
 
 using Solve = SolveReport (*)(const SpMat&, const Vector&, Vector*, const SolveOptions&);
-// A function of this file, whose address is the same everywhere; that of one from a DLL need not be.
+// A function in this file, because its address is the same everywhere. The address of a function from a DLL
+// need not be.
 SolveReport leastSquares(const SpMat& A, const Vector& b, Vector* x, const SolveOptions& options) {
   return solveLeastSquares(A, b, x, options);
 }
@@ -204,7 +205,7 @@ TEST(Solve, CallsTheObserverOnceAnIterationWithTheSquaredResidual) {
     const SolveReport report = solve(A.matrix(), b, &x, options);
     EXPECT_EQ(SOLVE_CONVERGED, report.status);
     EXPECT_EQ(report.iterations, calls.count);
-    // what the method has is near the truth at the end
+    // the residual of the method is near the recomputed one at the end
     EXPECT_TRUE(tolerance::relative(report.residual, std::sqrt(calls.squares.back()), 0.1));
   }
 }
@@ -299,7 +300,7 @@ TEST(Solve, AsksTheCallersPreconditionerFirst) {
     Vector x;
     EXPECT_EQ(SOLVE_CONVERGED, solve(A.matrix(), b, &x, options).status);
     EXPECT_GT(mine.calls, 10);
-    // one that gives no numbers does no harm
+    // a preconditioner that returns NaN does no harm
     mine.factor = nan;
     x = Vector();
     EXPECT_EQ(SOLVE_CONVERGED, solve(A.matrix(), b, &x, options).status);
@@ -324,7 +325,7 @@ TEST(Solve, TakesAPlainPreconditionerAsTheIdentity) {
   }
 }
 
-// Only products, as a class of a caller may have.
+// A class that has only products, as a class of a caller may.
 class OnlyProducts : public SpMat {
  public:
   explicit OnlyProducts(const HSpMat& matrix) : matrix_(matrix) {}
@@ -338,7 +339,7 @@ class OnlyProducts : public SpMat {
 };
 
 TEST(Solve, TakesMatricesOfTheCallersClassByTheirProducts) {
-  for (const int k : {12, 70}) {  // copied by products, and multiplied by
+  for (const int k : {12, 70}) {  // the first is copied by products, the second one is only multiplied by
     const Entries A = grid(k, 0.0, 0.0);
     const OnlyProducts products(A.matrix());
     const Vector b = Random(9).vector(k * k);
@@ -417,7 +418,7 @@ TEST(Solve, ReadsAndChangesNoTuningVariable) {
   cgradDefinizer = -1.0;
 }
 
-// A chain needs about as many iterations as it has links; its factor costs a few.
+// A chain needs about as many iterations as it has links. Its factor costs as much as a few iterations.
 TEST(Solve, TakesTheFactorOfANarrowBandBeforeManyIterations) {
   constexpr int n = 5000;
   Entries A(n, n);
@@ -434,7 +435,7 @@ TEST(Solve, TakesTheFactorOfANarrowBandBeforeManyIterations) {
   EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1e-8);
 }
 
-// No incomplete factor helps here, and the columns of the factor share most of their rows.
+// Incomplete factors do not help here, and the columns of the factor share most of their rows.
 TEST(Solve, SolvesRandomSquareSystemsByTheirFactor) {
   for (const unsigned seed : {1u, 2u, 3u}) {
     Random random(seed);

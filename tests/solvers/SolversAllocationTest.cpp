@@ -19,7 +19,7 @@ namespace {
 
 int silent(const char*) { return 0; }
 
-// Symmetric, diagonally dominant, three entries a row.
+// Symmetric and diagonally dominant, with three entries per row.
 SparseMatrix chain(int n) {
   SparseMatrix A;
   for (int i = 0; i < n; ++i) {
@@ -173,8 +173,8 @@ TEST(SolversAllocation, NothingInALongSolveAfterAShortOne) {
 }
 
 // Each solve is larger than all before it. First every work vector that must grow fails to grow, which
-// empties it; then only the k-th one. Whatever fails, the same solve succeeds the next time. Multiplied by
-// its rows: a solve copies no class that it does not know.
+// empties it. Then only the k-th one fails. Whatever fails, the same solve succeeds the next time. The matrix
+// class is unknown to the solver, so it is not copied, and the solve multiplies by its rows.
 class RowsOnly : public HSpMat {
  public:
   explicit RowsOnly(const HSpMat& other) : HSpMat(other) {}
@@ -198,7 +198,7 @@ TEST(SolversAllocation, ASlicedMatrixIsTakenAsItIs) {
     EXPECT_GT(ncgrad(const_cast<SpMat*>(&matrix), &x, &b, &rsq), 10);
     return allocations::count() - before;
   };
-  allocationsOf(byRows);  // makes the work vectors
+  allocationsOf(byRows);  // creates the work vectors
   EXPECT_EQ(allocationsOf(sliced), 0);
   EXPECT_GT(allocationsOf(A.m), 0);
 }
