@@ -55,8 +55,8 @@ class LIMBER_MOTION_API Holds : public SpMat {
 
   /// Elements of J^T W J further from the diagonal than this are zero.
   int halfBandwidth() const { return curves_.overlap() * channels_ - 1; }
-  /// Adds J^T W J to the upper band of a symmetric matrix in the layout of cholFactorBanded: band(j, kd - (j
-  /// - i)) += (J^T W J)(i, j) for i <= j. W is diagonal and contains the weights of the holds.
+  /// Adds J^T W J to the upper band of a symmetric matrix in the layout of cholFactorBanded, where W is
+  /// diagonal and contains the weights of the holds: band(j, kd - (j - i)) += (J^T W J)(i, j) for i <= j.
   void addSquareTo(FullMatrix* band) const;
 
  private:

@@ -19,8 +19,8 @@ struct Script {
   bool plants = false;                  ///< the contacts that are found must be held as well
 };
 
-/// Reads a constraint script. Each line has one of these forms; '#' begins a comment, and frames count from
-/// 1.
+/// Reads a constraint script. Frames count from 1, '#' begins a comment, and each line has one of these
+/// forms:
 ///
 ///     FRAMES JOINT X Y Z [WEIGHT] [ease IN [OUT]]
 ///     hold FRAMES JOINT [at FRAME] [WEIGHT] [ease IN [OUT]]

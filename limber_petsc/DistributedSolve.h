@@ -37,8 +37,8 @@ LIMBER_PETSC_API SolveReport solveLeastSquares(MPI_Comm comm, const Rows& A, con
                                                const SolveOptions& options = SolveOptions());
 
 /// Solves A x = b for a square, symmetric positive definite A. `b` and `x` belong to this process's rows. The
-/// default method is conjugate gradients with the diagonal as preconditioner. The solve has converged when |b
-/// - A x| <= options.relative |b|.
+/// default method is conjugate gradients with the diagonal as preconditioner. The solve has converged when
+/// the norm of b - A x is at most options.relative |b|.
 LIMBER_PETSC_API SolveReport solvePositiveDefinite(MPI_Comm comm, const Rows& A, const Vector& b, Vector* x,
                                                    const SolveOptions& options = SolveOptions());
 

@@ -104,7 +104,7 @@ void listPlants(const Clip& clip, const Contacts& contacts, double height) {
   }
 }
 
-// What is held: the targets of the script, and the contacts if there is no script or if it has the line
+// The constraints: the targets of the script, and the contacts if there is no script or if it has the line
 // "plants".
 struct Wishes {
   Contacts plants;

@@ -22,6 +22,6 @@ struct Options {
   const char* path() const { return searched ? searchPath.c_str() : nullptr; }
 };
 
-/// Throws InputError for an argument that is not valid. With --help, prints the usage and exits with status
-/// 0.
+/// Throws InputError for an argument that is not valid. With --help it prints the usage and ends the program
+/// with status 0.
 Options readOptions(int count, char** arguments);

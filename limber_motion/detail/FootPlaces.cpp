@@ -15,7 +15,7 @@ constexpr double level = 0.004;   // heights: contacts of a joint that differ by
 constexpr double upright = 1e-3;  // how much a place moves up or down, relative to horizontal moves
 constexpr int mostSweeps = 20000, alignSweeps = 50;
 
-constexpr double again = 0.35;  // seconds: a joint that comes back sooner stands where it stood before,
+constexpr double again = 0.35;  // seconds: a joint that comes back sooner stands at its previous place,
 constexpr double abrupt = 3.0;  // if the movement would otherwise be this many times more abrupt than it was
 
 // Two contacts that overlap in time and whose joints are a fixed distance apart; or two contacts of one joint

@@ -12,7 +12,7 @@ struct RowWalk {
   int begin, end;
   const double* values[most];  ///< the values of each row
   const double* weights;       ///< may be null
-  unsigned known;              ///< number of weights; the weights behind them count as 0
+  unsigned known;              ///< number of weights; weights after them count as 0
   const double* panel;
   int lowest;  ///< the panel's first column
 };
