@@ -243,13 +243,27 @@ void expectRefused(const limber::petsc::Rows& rows, const Vector& b, const char*
 
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
-TEST(DistributedSolve, PartsThatDoNotFitAreReportedWhereTheyAreAndRefusedEverywhere) {
-  int rank = 0, size = 1;
-  MPI_Comm_rank(MPI_COMM_WORLD, &rank);
-  MPI_Comm_size(MPI_COMM_WORLD, &size);
+// A small system that each test spoils on one process, mostly the last one.
+class DistributedRefusals : public testing::Test {
+ protected:
+  static int rankHere() {
+    int rank = 0;
+    MPI_Comm_rank(MPI_COMM_WORLD, &rank);
+    return rank;
+  }
+  static int sizeHere() {
+    int size = 1;
+    MPI_Comm_size(MPI_COMM_WORLD, &size);
+    return size;
+  }
+
+  const int rank = rankHere(), size = sizeHere();
   const bool last = rank == size - 1;
-  Spread A(laplacian(6), 36);
+  Spread A{laplacian(6), 36};
   const Vector b = partOf(random(36, 1), A.part());
+};
+
+TEST_F(DistributedRefusals, PartsThatDoNotFitAreReportedWhereTheyAreAndRefusedEverywhere) {
   for (const int shift : {-1, 1}) {  // an overlap, a gap
     limber::petsc::Rows rows = A.rows();
     if (last) rows.first += shift;
@@ -268,13 +282,7 @@ TEST(DistributedSolve, PartsThatDoNotFitAreReportedWhereTheyAreAndRefusedEverywh
   expectRefused(rows, b, "there is no matrix", last);
 }
 
-TEST(DistributedSolve, EntriesThatCannotBeAreReportedWhereTheyAreAndRefusedEverywhere) {
-  int rank = 0, size = 1;
-  MPI_Comm_rank(MPI_COMM_WORLD, &rank);
-  MPI_Comm_size(MPI_COMM_WORLD, &size);
-  const bool last = rank == size - 1;
-  Spread A(laplacian(6), 36);
-  const Vector b = partOf(random(36, 1), A.part());
+TEST_F(DistributedRefusals, EntriesThatCannotBeAreReportedWhereTheyAreAndRefusedEverywhere) {
   SpVec& row = A.row(35);
   for (const int index : {-1, 36, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
     const int before = row.indices[0];
@@ -324,13 +332,7 @@ TEST(DistributedConstraints, MassesAndDampingThatCannotBeAreReportedWhereTheyAre
   if (size > 1) refused(last ? nullptr : &mass, &damp, "the vector of masses is missing here", last);
 }
 
-TEST(DistributedSolve, AStartThatDoesNotFitIsReportedWhereItIsAndStays) {
-  int rank = 0, size = 1;
-  MPI_Comm_rank(MPI_COMM_WORLD, &rank);
-  MPI_Comm_size(MPI_COMM_WORLD, &size);
-  const bool last = rank == size - 1;
-  Spread A(laplacian(6), 36);
-  const Vector b = partOf(random(36, 1), A.part());
+TEST_F(DistributedRefusals, AStartThatDoesNotFitIsReportedWhereItIsAndStays) {
   const Reports reports;
   Vector x(A.part().count);
   x = 1.0;

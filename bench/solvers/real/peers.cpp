@@ -10,6 +10,7 @@
 #include <Eigen/SparseQR>
 #include <algorithm>
 
+#include "bench/solvers/real/CpuTime.h"
 #include "limber/limber.h"
 #include "tests/solvers/SolveSystems.h"
 
@@ -17,12 +18,6 @@ namespace {
 
 using Matrix = Eigen::SparseMatrix<double, Eigen::RowMajor>;
 using Columns = Eigen::SparseMatrix<double>;
-
-double now() {
-  timespec t;
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
-}
 
 template <class F>
 double timed(F f) {

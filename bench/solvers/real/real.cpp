@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/solvers/real/CpuTime.h"
 #include "limber/limber.h"
 #include "tests/solvers/SolveSystems.h"
 #include "tests/support/MatrixMarket.h"
@@ -35,12 +36,6 @@ using Columns = Eigen::SparseMatrix<double>;
 using EigenVector = Eigen::VectorXd;
 
 constexpr double goal = 1e-10, solved = 1e-8;
-
-double now() {
-  timespec t;
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
-}
 
 template <class F>
 double best(F f) {
