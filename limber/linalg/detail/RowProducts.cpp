@@ -9,14 +9,12 @@
 // The plain product is: clear the result, then add up the entries of row after row. Rows are objects of their
 // own, so fetching them from memory is what takes time once they are many. Four things make it faster. The
 // gains were measured on an AMD EPYC with 2 MB of second-level cache:
-// - RowPrefetcher asks for later rows: 20 % for products of 200000 rows of 5 entries (it costs 7 % for 20000
-// rows).
-// - The width of a transposed product is found while its rows are added, because a separate pass would
-// fetch each
-//   row twice: 27 % for 200000 rows.
+// - RowPrefetcher asks for later rows: 20 % for products of 200000 rows of 5 entries. It costs 7 % for 20000
+//   rows.
+// - The width of a transposed product is found while its rows are added, because a separate pass would fetch
+//   each row twice: 27 % for 200000 rows.
 // - Entries of transposed products are added in unrolled blocks (UnrolledLoop.h): 8 % for 30 entries a row.
-// Plain
-//   products gain 3 %, so they go without.
+//   Plain products gain 3 %, so they go without.
 // - A^T (A x) is computed in blocks of rows that are still in the cache: 38 % for 200000 rows.
 
 namespace limber::detail {
