@@ -58,8 +58,9 @@ class LIMBER_API Pnt3 {
 
   LIMBER_INLINE double lengthSq() const { return x * x + y * y + z * z; }
   LIMBER_INLINE double length() const { return std::sqrt(lengthSq()); }
-  /// Divides by the length. If the length is not greater than 0 (a zero point or a NaN), it reports
-  /// "Normalizing Zero Point!", sets y to 1 and does not change x and z: a zero point becomes (0, 1, 0).
+  /// Divides by the length. If the length is not greater than 0 (a zero point, a NaN, or components so small
+  /// that their squares underflow), it reports "Normalizing Zero Point!", sets y to 1 and does not change x
+  /// and z: a zero point becomes (0, 1, 0).
   void normalize();
 
   /// Extends a box to a point: each component becomes p's if p's is strictly greater (less).

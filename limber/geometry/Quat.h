@@ -44,10 +44,10 @@ class LIMBER_API Quat {
   /// this * q^-1, with a normalized copy of q conjugated.
   Quat Div(const Quat& q) const;
 
-  /// q (0, p) q^-1: p rotated. If this is not a unit quaternion, the result is also scaled by the squared
-  /// norm.
+  /// q (0, p) q*, with the conjugate q*: p rotated. If this is not a unit quaternion, the result is also
+  /// scaled by the squared norm.
   LIMBER_INLINE Pnt3 Rotate(const Pnt3& p) const;
-  /// q^-1 (0, p) q: p rotated back.
+  /// q* (0, p) q: p rotated back, and scaled alike.
   LIMBER_INLINE Pnt3 RotateInv(const Pnt3& p) const;
 
   /// The rotation vector, angle times unit axis, of a length in [0, 2 pi]: the angle 2 acos(w) is not
@@ -75,6 +75,7 @@ class LIMBER_API Quat {
     Euler(order, const_cast<double*>(angles));  // angles of another type do not compile
   }
   /// out = the X, Y and Z angles, in degrees, of Euler("ZXY", {z, x, y}) (which takes radians, and Z first).
+  /// Contract: the factor from radians to degrees is too large by a relative 2e-7.
   void getEulerZXY(double* out) const;
 
   /// this = the rotation by `angle`, wrapped into (-pi, pi], about the axis, which need not have length 1; a

@@ -31,8 +31,8 @@
 /// is accurate for every input, which new programs should use:
 ///
 ///     quaternion of a matrix
-///       formula:  qRot->fromMatrix and QuatTransform::fromMatrix, wrong at half turns and inaccurate near
-///       them accurate: Quat::FromRotation
+///       formula:  qRot->fromMatrix, QuatTransform::fromMatrix; wrong at half turns, inaccurate near them
+///       accurate: Quat::FromRotation
 ///     shortest turn of one direction to another
 ///       formula:  Quat::FromVectors, wrong for opposite directions and inaccurate near them
 ///       accurate: Quat::FromDirections

@@ -32,7 +32,7 @@ class LIMBER_API AIPSWriter {
   /// Writes to the file `fileName`, box (0, 0)-(576, 720).
   explicit AIPSWriter(const char* fileName);
   /// Writes to `file`, or to `fileName` when `file` is null; the box is in page points. The writer closes
-  /// `file`.
+  /// `file`, unless it is standard output.
   AIPSWriter(FILE* file, const char* fileName, int x0, int y0, int x1, int y1);
   AIPSWriter(const AIPSWriter& other);
   AIPSWriter& operator=(const AIPSWriter& other);
@@ -106,9 +106,9 @@ class LIMBER_API AIPSWriter {
   /// is written even when n is below 1.
   ///
   /// A call without any coordinates selects these four functions, because C++ cannot tell it from one with
-  /// variable arguments. g++ counts the arguments and reports the missing points, as below. With other
-  /// compilers, and through a pointer to member, such a call reads arguments that do not exist, unless it is
-  /// line(0).
+  /// variable arguments. g++ counts the arguments (except on Windows) and reports the missing points, as
+  /// below. With other compilers, and through a pointer to member, such a call reads arguments that do not
+  /// exist, unless it is line(n) with n < 1.
   void poly(int n, ...);
   void polyAndStroke(int n, ...);
   void closedLine(int n, ...);
@@ -149,8 +149,7 @@ class LIMBER_API AIPSWriter {
   /// A diagonal cross of half size r in page points.
   void tick(double x, double y, double r);
   /// Text of `size` points at (x, y). Sets the fill to black and the line width to 1, also for what is drawn
-  /// afterwards. The string is written without changes: the caller must escape ( ) and
-  /// \.
+  /// afterwards. The string is written without changes: the caller must escape parentheses and backslashes.
   void text(double x, double y, const char* string, double size, const char* font);
 
   /// Formats to the stream in the "C" locale; all output goes through it.

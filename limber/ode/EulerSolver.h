@@ -9,6 +9,7 @@ class LIMBER_API EulerSolver : public OdeSolver {
  public:
   Vector* work;
 
+  /// Stores the size 100.
   explicit EulerSolver(Integrand* integrand);
   /// Contract: stores size + 1.
   EulerSolver(Integrand* integrand, int size);

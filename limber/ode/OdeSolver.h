@@ -15,7 +15,7 @@ LIMBER_FIXED_TABLE_BEGIN
 class LIMBER_API OdeSolver {
  public:
   Integrand* f;  ///< not owned
-  int n;         ///< the initial size of the work vectors; they grow with the state
+  int n;         ///< the initial size of the work vectors; each step gives them the size of the state
 
   LIMBER_INLINE OdeSolver(Integrand* integrand, int size) : f(integrand), n(size) {}
   OdeSolver(const OdeSolver&);

@@ -10,6 +10,7 @@ class LIMBER_API RK2Solver : public OdeSolver {
   Vector* k1;  ///< the slope at the start, then the midpoint state
   Vector* k2;  ///< the slope at the midpoint
 
+  /// Stores the size 100.
   explicit RK2Solver(Integrand* integrand);
   RK2Solver(Integrand* integrand, int size);
   RK2Solver(const RK2Solver&);

@@ -13,6 +13,7 @@ class LIMBER_API RK4Solver : public OdeSolver {
   Vector *k1, *k2, *k3, *k4;
   Vector* stage;  ///< the state at which the next slope is taken
 
+  /// Stores the size 100.
   explicit RK4Solver(Integrand* integrand);
   RK4Solver(Integrand* integrand, int size);
   RK4Solver(const RK4Solver&);
