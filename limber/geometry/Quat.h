@@ -86,8 +86,9 @@ class LIMBER_API Quat {
   /// The same with the cosine of an angle in [0, pi]; a cosine outside [-1, 1] gives NaN.
   void FromAxisCosAngle(const Pnt3* axis, double cosAngle);
   /// this = the shortest turn of the direction `from` to the direction `to`, by (1 + cos, sin axis). Opposite
-  /// directions give no rotation: the result is not finite in about 70 % of random cases, otherwise a
-  /// quaternion near zero. Nearly opposite directions lose digits. FromDirections has none of these errors.
+  /// directions give no rotation: the result is not finite for 75 % of random vectors and 99 % of unit
+  /// vectors, otherwise a quaternion near zero. Nearly opposite directions lose digits. FromDirections has
+  /// none of these errors.
   void FromVectors(const Pnt3* from, const Pnt3* to);
   /// this = the turn of from1 to to1 that takes the plane of (from1, from2) to that of (to1, to2). Every half
   /// turn gives the second step opposite normals, so its result is wrong: for half turns about random axes 95

@@ -16,10 +16,10 @@
 ///
 /// The line count differs from an editor's in three ways. The stream is read in pieces of 1024 bytes, and the
 /// second byte of a pair is not looked for in the next piece: a CR LF pair that is split there counts as two
-/// line ends. A single empty line is lost, as said above. A file whose size is a multiple of 1024 has one
-/// more, empty line at its end. Messages name the line of the reader's position after the word, which is the
-/// line of the next word: for the last word of a line that is a later line. Programs that show line numbers
-/// to people should count line ends themselves.
+/// line ends. A single empty line is lost, as said above. A text that ends in a line end and whose size is a
+/// multiple of 1024 has one more, empty line. Messages name the line of the reader's position after the word,
+/// which is the line of the next word: for the last word of a line that is a later line. Programs that show
+/// line numbers to people should count line ends themselves.
 ///
 /// The reader is at its end when the stream is used up and nothing is left in `line` at `linePos`; every
 /// operation then returns its end value. Damage of a compressed file and read errors end the text; damaged()
