@@ -67,8 +67,7 @@ class LIMBER_MOTION_API Edit {
 
  private:
   std::vector<Constraint> allWishes(std::vector<int>* rank);
-  void take(const Clip& continuous, const Clip& edited, const Skeleton& skeleton, Report* report);
-  void measure(const Clip& original, const std::vector<Stand>& runs, Report* report) const;
+  Report nothingToDo() const;
 
   Clip& clip_;
   EditOptions options_;

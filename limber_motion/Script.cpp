@@ -7,12 +7,15 @@
 
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/detail/LineReader.h"
+#include "limber_motion/detail/NameOf.h"
 #include "limber_motion/detail/Numbers.h"
 #include "limber_motion/detail/WholeFile.h"
 
 namespace limber::motion {
 
 namespace {
+
+using detail::nameOf;
 
 // The numbers of frames over which a weight rises at the beginning of a range and falls at its end.
 struct Ramps {
@@ -141,7 +144,7 @@ class ScriptReader {
   void refuseSecond(const Constraint& wish) {
     const auto [found, isNew] = lines_.insert({{wish.frame, wish.joint}, in_.lineNumber()});
     if (isNew) return;
-    in_.fail("a second target for " + clip_.joints[static_cast<std::size_t>(wish.joint)].name + " in frame " +
+    in_.fail("a second target for " + nameOf(clip_, wish.joint) + " in frame " +
              std::to_string(wish.frame + 1) + "; line " + std::to_string(found->second) + " has one");
   }
 
@@ -166,7 +169,7 @@ std::string scriptOf(const Contacts& contacts, const Clip& clip) {
       "# Where the feet stand: FRAMES JOINT X Y Z, frames from 1, lengths in the clip's unit.\n";
   for (const Contact& contact : contacts.list) {
     text += std::to_string(contact.first + 1) + "-" + std::to_string(contact.last + 1) + " " +
-            clip.joints[static_cast<std::size_t>(contact.joint)].name;
+            nameOf(clip, contact.joint);
     for (const double x : {contact.place.x, contact.place.y, contact.place.z})
       text += " " + detail::fixed(x, decimals);
     text += "\n";

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "limber_motion/detail/NameOf.h"
 #include "limber_motion/detail/Numbers.h"
 
 namespace limber::motion::detail {
@@ -45,9 +46,8 @@ std::vector<std::string> feetThatNeverLeave(const std::vector<Constraint>& wishe
       asked = std::max(asked, (wish.target - first->target).length());
     }
     if (travels < lifted * skeleton.height() || asked > 0.5 * travels) continue;
-    sentences.push_back(original.joints[static_cast<std::size_t>(run.joint)].name + " is held in all " +
-                        std::to_string(original.frames) + " frames, but it travels " +
-                        significant(travels / skeleton.height(), 2) +
+    sentences.push_back(nameOf(original, run.joint) + " is held in all " + std::to_string(original.frames) +
+                        " frames, but it travels " + significant(travels / skeleton.height(), 2) +
                         " heights in the clip: leave out the frames in which it moves on");
   }
   return sentences;

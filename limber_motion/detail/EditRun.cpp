@@ -1,0 +1,162 @@
+#include "limber_motion/detail/EditRun.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "limber_motion/Quality.h"
+#include "limber_motion/detail/HeldJoints.h"
+#include "limber_motion/detail/NameOf.h"
+
+namespace limber::motion::detail {
+
+namespace {
+
+constexpr double longReach =
+    0.25;  // seconds: if a hand is held for a shorter time, that is a movement and not a contact
+constexpr double smoothEdge = 3.0, smoothBody = 1.7;  // largest ratios of jerk that look smooth
+constexpr double rounding = 1e-6;                     // heights: rounding of the lengths of bones
+constexpr double unchanged = 1e-9;                    // radians or heights: a smaller change is none
+
+Clip unwrapped(Clip clip) {
+  unwrapAngles(&clip);
+  return clip;
+}
+
+bool isSmooth(const Quality& quality) {
+  return quality.largestEdgeJerk <= smoothEdge && quality.bodyJerk <= smoothBody;
+}
+
+}  // namespace
+
+EditRun::EditRun(Clip* clip, const Contacts& feet, const std::vector<Constraint>& wishes,
+                 const std::vector<int>& rank, const EditOptions& options)
+    : clip_(*clip),
+      feet_(feet),
+      wishes_(wishes),
+      rank_(rank),
+      options_(options),
+      original_(*clip),
+      continuous_(unwrapped(*clip)),
+      skeleton_(*clip),
+      impossible_(ReachCheck(original_, skeleton_, wishes, rank, feet.feet,
+                             std::max(2.0 * options.goal, rounding) * skeleton_.height())
+                      .find()),
+      floor_(continuous_, skeleton_, feet, options.ground) {}
+
+Report EditRun::run() {
+  report_.height = skeleton_.height();
+  report_.goal = options_.goal;
+  noteMisses();
+  report_.missBefore = report_.missAfter;
+  GivingUp givingUp(wishes_, rank_, impossible_.wishes);
+  while (attempt(&givingUp)) continue;
+  measure();
+  if (!report_.met) explain();
+  noteGimbalLock();
+  return report_;
+}
+
+// Returns true if another attempt may be better.
+bool EditRun::attempt(GivingUp* givingUp) {
+  const Task task = {continuous_, skeleton_, impossible_.aims, rank_, options_};
+  Motion motion(task, givingUp->wishes(), givingUp->pull(), floor_);
+  motion.run();
+  report_.steps = motion.steps();
+  take(motion.clip());
+  noteMisses();
+  interrupted_ = motion.interrupted();
+  report_.met = report_.missAfter <= options_.goal && impossible_.reasons.empty() && !interrupted_;
+  if (report_.met || interrupted_) return false;
+  if (motion.turnedTooFar()) hindrance_ = Hindrance::Turn;
+  if (motion.givenUp() != givingUp->wishes() && !motion.turnedTooFar()) hindrance_ = Hindrance::Jump;
+  const bool smooth = isSmooth(measureQuality(original_, clip_));
+  const std::vector<double> misses = this->misses();
+  std::vector<bool> missed = motion.givenUp();
+  for (std::size_t i = 0; i < missed.size() && !smooth; ++i) {
+    missed[i] = missed[i] || misses[i] > options_.goal;
+  }
+  return givingUp->tryAgain(smooth, missed);
+}
+
+// Copies the changed channels to the clip; the others keep their exact values.
+void EditRun::take(const Clip& edited) {
+  clip_ = original_;
+  Clip wrapped = edited;
+  wrapAngles(&wrapped, original_);
+  report_.turn = 0.0;
+  report_.framesChanged = 0;
+  for (int f = 0; f < clip_.frames; ++f) {
+    bool changed = false;
+    for (int c = 0; c < clip_.channels; ++c) {
+      const double by = std::fabs(edited.frame(f)[c] - continuous_.frame(f)[c]);
+      const bool rotation = skeleton_.isRotation(c);
+      if (by <= (rotation ? unchanged : unchanged * report_.height)) continue;
+      clip_.frame(f)[c] = wrapped.frame(f)[c];
+      changed = true;
+      if (!rotation || by <= report_.turn) continue;
+      report_.turn = by;
+      report_.turnJoint = nameOf(clip_, skeleton_.owner(c));
+      report_.turnFrame = f + 1;
+    }
+    report_.framesChanged += changed;
+  }
+}
+
+// The distances of the held joints from their targets, in heights; 0 for those that are only pulled.
+std::vector<double> EditRun::misses() const {
+  std::vector<double> misses = missesOf(wishes_, clip_, skeleton_);
+  for (std::size_t i = 0; i < misses.size(); ++i) {
+    if (wishes_[i].weight < 1.0) misses[i] = 0.0;
+  }
+  return misses;
+}
+
+void EditRun::noteMisses() {
+  const std::vector<double> misses = this->misses();
+  const auto worst = std::max_element(misses.begin(), misses.end());
+  const Constraint& wish = wishes_[static_cast<std::size_t>(worst - misses.begin())];
+  report_.missAfter = *worst;
+  report_.missJoint = *worst > 0.0 ? nameOf(clip_, wish.joint) : "";
+  report_.missFrame = *worst > 0.0 ? wish.frame + 1 : 0;
+}
+
+void EditRun::measure() {
+  std::vector<Stand> contacts, feet;
+  for (const Stand& run : runsOf(wishes_)) {
+    const bool foot = std::find(feet_.feet.begin(), feet_.feet.end(), run.joint) != feet_.feet.end();
+    if (foot || (run.end - run.first) * clip_.frameTime >= longReach) contacts.push_back(run);
+  }
+  const Quality quality = measureQuality(original_, clip_, contacts, feet_.ground);
+  report_.contacts = quality.stands;
+  report_.heldFrames = quality.standingFrames;
+  report_.skateBefore = quality.skateBefore;
+  report_.skateAfter = quality.skateAfter;
+  report_.fastestBefore = quality.fastestBefore;
+  report_.fastestAfter = quality.fastestAfter;
+  report_.edgeJerk = quality.edgeJerk;
+  report_.largestEdgeJerk = quality.largestEdgeJerk;
+  report_.bodyJerk = quality.bodyJerk;
+  for (const int j : feet_.feet) feet.push_back({j, 0, 1});
+  const Quality ofFeet = measureQuality(original_, clip_, feet, feet_.ground);
+  report_.belowBefore = ofFeet.belowBefore;
+  report_.belowAfter = ofFeet.belowAfter;
+}
+
+void EditRun::explain() {
+  report_.reasons = impossible_.reasons;
+  for (const std::string& reason : feetThatNeverLeave(wishes_, original_, skeleton_))
+    report_.reasons.push_back(reason);
+  report_.impossible = !report_.reasons.empty();
+  if (interrupted_) report_.reasons.push_back("the edit was ended before it was done");
+  if (report_.reasons.empty()) report_.reasons.push_back(whyMissed(report_, hindrance_, options_.mostTurn));
+}
+
+void EditRun::noteGimbalLock() {
+  for (const GimbalLock& lock : findGimbalLock(original_)) {
+    report_.notes.push_back(nameOf(clip_, lock.joint) + " is near gimbal lock in " +
+                            std::to_string(lock.frames) + " frames, most in frame " +
+                            std::to_string(lock.worst + 1));
+  }
+}
+
+}  // namespace limber::motion::detail
