@@ -6,16 +6,8 @@ if(CHOLMOD_INCLUDE AND CHOLMOD_LIBRARY)
   target_link_libraries(bench_solvers PRIVATE ${CHOLMOD_LIBRARY})
   target_compile_definitions(bench_solvers PRIVATE LIMBER_BENCH_CHOLMOD)
 endif()
-# Compares the front door with Eigen on real systems: a separate program, build/bench/bench/solvers/real.
-find_package(GTest REQUIRED)  # the macros of the test support's header
-add_executable(bench_real solvers/real/real.cpp ${PROJECT_SOURCE_DIR}/tests/support/MatrixMarket.cpp
-                          ${PROJECT_SOURCE_DIR}/tests/support/TemporaryFile.cpp)
-set_target_properties(bench_real PROPERTIES OUTPUT_NAME real RUNTIME_OUTPUT_DIRECTORY solvers)
-target_include_directories(bench_real PRIVATE ${PROJECT_SOURCE_DIR})
-target_compile_definitions(bench_real PRIVATE LIMBER_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
-target_link_libraries(bench_real PRIVATE limber::limber limber_flags Eigen3::Eigen ZLIB::ZLIB GTest::gtest)
-# The same and Eigen behind plain functions, for bench/solvers/real/compare.py, which adds scipy and LAPACK.
-add_library(bench_peers MODULE solvers/real/peers.cpp)
+# The front door and Eigen's solvers behind plain functions, for bench/solvers/real/compare.py, which adds scipy and LAPACK.
+add_library(bench_peers MODULE solvers/real/SolvePeers.cpp)
 set_target_properties(bench_peers PROPERTIES OUTPUT_NAME solve_peers LIBRARY_OUTPUT_DIRECTORY solvers)
 target_include_directories(bench_peers PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(bench_peers PRIVATE limber::limber limber_flags Eigen3::Eigen)

@@ -3,7 +3,7 @@
 
     compare.py PEERS [KIND FILE]...
 
-PEERS is the library that the preset bench builds from peers.cpp (build/bench/bench/solvers/libsolve_peers.so).
+PEERS is the library that the preset bench builds from SolvePeers.cpp (build/bench/bench/solvers/libsolve_peers.so).
 Without files: the shared data, where they lie beside the checkout, and generated systems. KIND is definite,
 least-squares or square.
 

@@ -1,7 +1,6 @@
-// The front door and Eigen's solvers behind plain functions, for compare.py: sparse rows in three arrays in,
-// x and a few numbers out. Times are processor times of one call, the conversion of the matrix left out.
-#include <time.h>
-
+// The front door and Eigen's solvers behind plain functions, for compare.py. They take sparse rows in three
+// arrays and return x and a few numbers. Times are processor times of one call, without the conversion of
+// the matrix.
 #include <Eigen/IterativeLinearSolvers>
 #include <Eigen/OrderingMethods>
 #include <Eigen/Sparse>
@@ -9,8 +8,8 @@
 #include <Eigen/SparseLU>
 #include <Eigen/SparseQR>
 #include <algorithm>
+#include <ctime>
 
-#include "bench/solvers/real/CpuTime.h"
 #include "limber/limber.h"
 #include "tests/solvers/SolveSystems.h"
 
@@ -19,6 +18,13 @@ namespace {
 using Matrix = Eigen::SparseMatrix<double, Eigen::RowMajor>;
 using Columns = Eigen::SparseMatrix<double>;
 
+// The processor time that this process has used, in seconds.
+double now() {
+  timespec t;
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
+
 template <class F>
 double timed(F f) {
   const double from = now();
@@ -26,7 +32,7 @@ double timed(F f) {
   return now() - from;
 }
 
-// A class of the caller's own, which has nothing but its products.
+// A matrix class of a caller, which only has its sizes and its products.
 class Foreign final : public SpMat {
  public:
   explicit Foreign(const HSpMat& A, int width) : A_(A), width_(width) {}
@@ -56,9 +62,9 @@ struct Answer {
   const char* message;
 };
 
-// kind: 0 least squares, 1 definite, 2 square, 3 constraints. As a matrix of: 0 sparse rows, 1 sliced rows,
-// 2 a dense matrix, 3 a class with nothing but products. x comes back; it is the start where `started` is
-// not 0.
+// kind: 0 least squares, 1 definite, 2 square, 3 constraints. as: 0 sparse rows, 1 sliced rows, 2 a dense
+// matrix, 3 a class that only has its products. The solution is written to x, which is also the start if
+// `started` is not 0.
 void solveByLimber(const SparseInput* in, int kind, int as, double goal, int started, double* x,
                    Answer* out) {
   Entries entries(in->height, in->width);
@@ -100,8 +106,8 @@ void solveByLimber(const SparseInput* in, int kind, int as, double goal, int sta
           report.relativeResidual, seconds,           report.message};
 }
 
-// method: 0 CG, 1 LDLT, 2 LSCG, 3 QR, 4 BiCGSTAB, 5 BiCGSTAB with ILUT, 6 LU. The status is 0 where Eigen is
-// content.
+// method: 0 CG, 1 LDLT, 2 LSCG, 3 QR, 4 BiCGSTAB, 5 BiCGSTAB with ILUT, 6 LU. The status is 0 if Eigen
+// reports success.
 void solveByEigen(const SparseInput* in, int method, double goal, double* x, Answer* out) {
   const Eigen::Map<const Matrix> map(in->height, in->width, in->start[in->height], in->start, in->index,
                                      in->value);
