@@ -12,8 +12,7 @@
 //   Log                    x = y = z = 0             (0, 0, 0), also for w = -1
 //                          |w| > 1                   NaN
 //   Slerp                  |a . b| >= 1              linear weights; the way from a to -a leads through 0
-//                          a . b a NaN               the weights of the angle pi, so NaN only where the
-//                          inputs are
+//                          a . b a NaN               the weights of the angle pi: NaN only from NaN inputs
 //   Euler                  another letter            a message; the sign of cos(angle / 2) stays in w
 //                          an empty order            the identity
 //                          a null order              the warning of RotHelper::Convert, no change
@@ -25,11 +24,14 @@
 //   FromAxisCosAngle       cosine above 1            NaN in x, y, z; w above 1
 //                          cosine below -1           all four components NaN
 //   FromVectors (two)      a zero vector             "Normalizing Zero Point!", direction (0, 1, 0)
-//                          opposite directions       by the rounding of 1 + cos: 0 gives w = 0 and x, y, z
-//                          infinite or NaN; below 0 all NaN; above 0 all finite, w near 1e-8, far from unit
+//                          opposite directions       decided by the rounding of 1 + cos:
+//                                                    0: w = 0 and x, y, z infinite or NaN
+//                                                    below 0: all NaN
+//                                                    above 0: all finite, w near 1e-8, far from unit
 //   FromVectors (four)     from1 opposite to to1     as for two vectors, and then multiplied
-//                          a half turn               the normals are opposite after the first turn, so
-//                          the same: of random half turns 95 % are not finite, the others finite and wrong
+//                          a half turn               the same, because the normals are opposite after the
+//                                                    first turn: 95 % of random half turns are not finite,
+//                                                    the others are finite and wrong
 //                          from2 along from1         "Normalizing Zero Point!", the normal (0, 1, 0)
 
 namespace {

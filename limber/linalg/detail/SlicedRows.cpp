@@ -123,8 +123,9 @@ bool SlicedRows::copyRows(RowAt rowAt, int n, int width) {
   height_ = width_ = slices_ = 0;
   if (!reserveRows(rowAt, n)) return false;
   start_[0] = 0;
-  for (int from = 0; from<n; from = n - from> block ? from + block : n) {
-    if (!copyBlock(rowAt, from, n - from > block ? from + block : n, width)) return false;
+  for (int from = 0, to; from < n; from = to) {
+    to = n - from > block ? from + block : n;
+    if (!copyBlock(rowAt, from, to, width)) return false;
   }
   height_ = n;
   width_ = width;
