@@ -27,7 +27,8 @@ Outcome correctByCG(LinearSystem& system, const Units& units, ConstraintMap& map
   });
   system.map->products += map.products;
   map.products = 0;
-  return outcome;
+  // the map is never indefinite: this is rounding
+  return outcome == Outcome::indefinite ? Outcome::stuck : outcome;
 }
 
 // Conjugate gradients, preconditioned by the factor of the band if that is narrow enough, otherwise by the
@@ -61,6 +62,7 @@ bool factoredMethod(LinearSystem& system, ConstraintMap& scaled, const Units& un
     SparseQr qr;
     qr.factor(tall, std::move(elimination), 2.2e-16 * std::sqrt(std::max(scaled.height(), 10) * 1.0));
     NormalInverse inverse(qr, scaled.height());
+    system.measurePrecisely();
     *outcome = correctByCG(system, units, scaled, &inverse, 100);
     return true;
   } catch (const std::bad_alloc&) {
@@ -76,7 +78,7 @@ Outcome solveIt(LinearSystem& system, const ConstraintMap& map) {
     own.products = 0;
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     outcome = correctByCG(system, Units(), own, foreignPreconditioner(system) ? &foreign : nullptr, budget);
-    if (system.ended() || outcome == Outcome::indefinite) return outcome;
+    if (system.ended()) return outcome;
   }
   ConstraintMap scaled = map;
   scaled.products = 0;
@@ -87,7 +89,7 @@ Outcome solveIt(LinearSystem& system, const ConstraintMap& map) {
       [&](const Allowance& allowance, Outcome* result) {
         return factoredMethod(system, scaled, units, allowance, result);
       });
-  return outcome == Outcome::indefinite || !system.run.mustEnd() ? outcome : system.run.whyEnded();
+  return system.run.mustEnd() ? system.run.whyEnded() : outcome;
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "limber/linalg/HSpMat.h"
+#include "limber/solvers/detail/DoubleSum.h"
 #include "limber/solvers/detail/MatrixEntries.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
 #include "limber/solvers/detail/SolveRun.h"
@@ -31,7 +32,14 @@ const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vecto
     // the smallest mass is scaled to near 1, so that no inverse overflows
     least = exponentOf(*std::min_element(mass->data, mass->data + extent.width));
     inverseMass.assign(extent.width, 0.0);
-    for (int j = 0; j < extent.width; ++j) inverseMass[j] = 1.0 / timesPowerOfTwo(mass->data[j], -least);
+    inverseMassRest.assign(extent.width, 0.0);
+    for (int j = 0; j < extent.width; ++j) {
+      const double scaled = timesPowerOfTwo(mass->data[j], -least);
+      inverseMass[j] = 1.0 / scaled;
+      const ExactProduct one(scaled, inverseMass[j]);
+      const double rest = ((1.0 - one.high) - one.low) * inverseMass[j];
+      if (std::isfinite(rest)) inverseMassRest[j] = rest;  // masses near the largest number cannot be split
+    }
   }
   *power = 2 * own - least;
   if (damping && extent.height > 0) {
@@ -41,6 +49,7 @@ const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vecto
       inverseMass.resize(extent.width);
       for (int j = 0; j < extent.width; ++j) {
         inverseMass[j] = timesPowerOfTwo(mass ? inverseMass[j] : 1.0, -excess);
+        if (mass) inverseMassRest[j] = timesPowerOfTwo(inverseMassRest[j], -excess);
       }
       *power += excess;
     }
@@ -151,6 +160,26 @@ void ConstraintMap::multiply(const double* x, double* y) {
   for (int j = 0; j < inverseMass.size(); ++j) product_[j] *= inverseMass[j];
   rows.multiply(product_.data(), y);
   for (int i = 0; i < damp.size(); ++i) y[i] += damp[i] * x[i];
+}
+
+void ConstraintMap::preciseResidual(const double* b, const double* x, double* r) {
+  ++products;
+  Array<DoubleSum> forces(rows.width);
+  for (int i = 0; i < rows.height; ++i) {
+    for (int k = rows.start[i]; k < rows.start[i + 1]; ++k)
+      forces[rows.index[k]].addProduct(rows.value[k], x[i]);
+  }
+  for (int j = 0; j < inverseMass.size(); ++j) {
+    const double rest = inverseMassRest.size() > 0 ? inverseMassRest[j] : 0.0;
+    forces[j] = forces[j].times({inverseMass[j], rest});
+  }
+  for (int i = 0; i < rows.height; ++i) {
+    DoubleSum sum{b[i], 0.0};
+    if (damp.size() > 0) sum.addProduct(-damp[i], x[i]);
+    for (int k = rows.start[i]; k < rows.start[i + 1]; ++k)
+      sum.addProduct(-rows.value[k], forces[rows.index[k]]);
+    r[i] = sum.rounded();
+  }
 }
 
 }  // namespace limber::detail

@@ -16,6 +16,8 @@ class ConstraintMap final : public LinearMap {
   SparseRows rows;
   /// The diagonals of V^-1 and D. If empty, they are ones and zeros.
   Doubles inverseMass, damp;
+  /// What the rounding of inverseMass took away.
+  Doubles inverseMassRest;
 
   /// Copies the matrix and the vectors, scaled so that this map is 2^-power times the caller's. Returns an
   /// error message about the input, or null.
@@ -33,8 +35,10 @@ class ConstraintMap final : public LinearMap {
 
   int height() const override { return rows.height; }
   int width() const override { return rows.height; }
+  double entries() const override { return 2.0 * rows.entries(); }
   void multiply(const double* x, double* y) override;
   void multiplyTransposed(const double* x, double* y) override { multiply(x, y); }
+  void preciseResidual(const double* b, const double* x, double* r) override;
 
  private:
   double weight(int j) const { return inverseMass.size() > 0 ? inverseMass[j] : 1.0; }

@@ -33,7 +33,7 @@ Outcome correct(LinearSystem& system, const Units& units, int iterations, Method
   for (int k = 0; k < weight.size(); ++k) weight[k] = timesPowerOfTwo(1.0, -2 * units.rows[k]);
   Outcome outcome = Outcome::stuck;
   const int last = lastIteration(system, iterations);
-  int patience = system.precise ? 4 : 1;
+  int patience = system.precise() ? 4 : 1;
   while (!system.ended() && patience > 0 && system.run.iterations < last) {
     const double before = system.residual;
     for (int k = 0; k < m; ++k) {

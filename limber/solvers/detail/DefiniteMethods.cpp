@@ -86,7 +86,7 @@ bool choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowanc
       *outcome = Outcome::indefinite;
       return true;
     }
-    system.precise = true;
+    system.measurePrecisely();
     RowsMap map(scaled.rows);
     *outcome = correctByCG(system, scaled.units, map, &cholesky, iterations);
     return true;

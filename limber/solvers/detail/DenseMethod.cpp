@@ -102,7 +102,7 @@ bool denseMethod(LinearSystem& system, const Allowance& allowance) {
   try {
     const Scaled scaled(system);
     DenseQr qr(scaled.rows);
-    system.precise = true;
+    system.measurePrecisely();
     refine(system, scaled, qr);
     if (!system.converged() && system.goal > 0.0 && !system.run.mustEnd()) {
       // try again from the start, because earlier methods may have made x so large that its rounding is too

@@ -263,7 +263,7 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
     scaled.scale(nullptr, columns.data());
     for (int k = 0; k < scaled.entries(); ++k) scaled.value[k] *= norms[scaled.index[k]];
     RowsMap map(scaled);
-    system.precise = true;
+    system.measurePrecisely();
     // the second attempt leaves out nearly dependent columns and begins where the first one began
     LinearSystem::State begin = system.state(), first = begin;
     const double n = std::max(system.width, 10);

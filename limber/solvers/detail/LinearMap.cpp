@@ -54,6 +54,8 @@ int RowsMap::height() const { return rows_.height; }
 
 int RowsMap::width() const { return rows_.width; }
 
+double RowsMap::entries() const { return rows_.entries(); }
+
 void RowsMap::layOut() {
   auto slices = std::make_unique<SlicedRows>();
   if (!slices->copy(rows_.start.data(), rows_.index.data(), rows_.value.data(), rows_.height, rows_.width)) {

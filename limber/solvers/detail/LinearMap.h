@@ -22,6 +22,8 @@ class LinearMap {
   virtual ~LinearMap() = default;
   virtual int height() const = 0;
   virtual int width() const = 0;
+  /// The number of entries that a product reads, or 0 if it is not known.
+  virtual double entries() const { return 0.0; }
   /// y = A x and y = A^T x. x and y are different vectors.
   virtual void multiply(const double* x, double* y) = 0;
   virtual void multiplyTransposed(const double* x, double* y) = 0;
@@ -45,6 +47,7 @@ class RowsMap final : public LinearMap {
   ~RowsMap() override;
   int height() const override;
   int width() const override;
+  double entries() const override;
   void multiply(const double* x, double* y) override;
   void multiplyTransposed(const double* x, double* y) override;
   double multiplyBothWays(const double* v, double s, double* u, double* w) override;

@@ -14,10 +14,15 @@ namespace {
 // A matrix of a foreign class with no more columns than this is copied by products with the unit vectors.
 constexpr int copiedColumns = 4096;
 
-constexpr const char* wrongSizes = "The sizes of the matrix, the right-hand side and the start do not fit.";
-
-bool sizesFit(const Extent& extent, const Vector& right, const Vector& start) {
-  return right.count == extent.height && (start.count == 0 || start.count == extent.width);
+// A message about vectors whose sizes do not fit, or null.
+const char* wrongSizes(int height, int width, const Vector& right, const Vector& start) {
+  if (right.count != height) {
+    return "The right-hand side does not have as many elements as the matrix has rows.";
+  }
+  if (start.count != 0 && start.count != width) {
+    return "The start is neither empty nor has it one element for each unknown.";
+  }
+  return nullptr;
 }
 
 // Completes an unknown width: a square matrix is as wide as it is high, and a foreign least-squares matrix
@@ -45,8 +50,10 @@ const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const 
   Extent extent = extentOf(A, right.count, &rows);
   if (extent.damaged) return "The matrix has entries in negative columns, or too many of them.";
   complete(kind_, start.count, &extent);
-  if (kind_ != Kind::leastSquares && extent.height != extent.width) return "The matrix is not square.";
-  if (!sizesFit(extent, right, start)) return wrongSizes;
+  if (kind_ != Kind::leastSquares && extent.height != extent.width) {
+    return "The matrix is not square; solveLeastSquares takes any shape.";
+  }
+  if (const char* const wrong = wrongSizes(extent.height, extent.width, right, start)) return wrong;
   height = extent.height;
   width = extent.width;
   if (extent.foreign && width > copiedColumns) {
@@ -143,14 +150,14 @@ const char* LinearSystem::take(std::unique_ptr<LinearMap> scaledMap, int power, 
                                const Vector& start) {
   if (const char* const wrong = complaint(run.options)) return wrong;
   height = width = scaledMap->height();
-  if (right.count != height || (start.count != 0 && start.count != width)) return wrongSizes;
+  if (const char* const wrong = wrongSizes(height, width, right, start)) return wrong;
   map = std::move(scaledMap);
   matrixPower_ = power;
   return takeVectors(right, start);
 }
 
 double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
-  if (!precise) {
+  if (!precise_) {
     map->LinearMap::preciseResidual(b.data(), at, rOut);
     if (leastSquares()) map->multiplyTransposed(rOut, gOut);
     const double plain = sizeOf(rOut, gOut);
@@ -162,6 +169,12 @@ double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
     map->preciseResidual(b.data(), at, rOut);
   }
   return sizeOf(rOut, gOut);
+}
+
+void LinearSystem::measurePrecisely() {
+  if (precise_) return;
+  precise_ = true;
+  residual = measure(x.data(), r.data(), g.data());
 }
 
 double LinearSystem::sizeOf(const double* itsR, const double* itsG) const {
@@ -220,12 +233,41 @@ void LinearSystem::keepBetter(State&& other) {
   residual = other.residual;
 }
 
-SolveReport LinearSystem::finish(Outcome last, Vector* out) {
-  if (!converged() && !precise) {
-    // the reported residual must be free of the rounding of plain products
-    precise = true;
-    residual = measure(x.data(), r.data(), g.data());
+// True if the residual is large and orthogonal to the range of A as far as double precision can tell.
+bool LinearSystem::unsolvable() const {
+  // a matrix of the caller's class may have no product with the transpose
+  if (leastSquares() || map->entries() == 0.0 || residual <= 1e-6 * norm) return false;
+  Doubles across(width);
+  map->multiplyTransposed(r.data(), across.data());
+  // the entries of the scaled matrix are at most 1
+  return safeNorm(width, across.data()) <= 1e-13 * std::sqrt(width * 1.0) * residual;
+}
+
+// The sentence about a residual that did not become small enough.
+const char* LinearSystem::limitOfPrecision() const {
+  if (leastSquares()) {
+    return condition > 1e10
+               ? "The residual cannot be made smaller in double precision: the columns of the matrix are "
+                 "close "
+                 "to dependent (estimated condition above 1e10). This is the best iterate found."
+               : "The residual cannot be made smaller in double precision. This is the best iterate found.";
   }
+  if (unsolvable()) {
+    return "The system has no solution in double precision: the matrix is singular, and the right-hand side "
+           "is "
+           "not in its range. solveLeastSquares finds the x with the smallest residual.";
+  }
+  return condition > 1e10
+             ? "The residual cannot be made smaller in double precision: the matrix is close to singular "
+               "(estimated condition above 1e10). This is the best iterate found."
+             : "The residual cannot be made smaller in double precision, or the system has no solution. This "
+               "is "
+               "the best iterate found.";
+}
+
+SolveReport LinearSystem::finish(Outcome last, Vector* out) {
+  // the reported residual must be free of the rounding of plain products
+  if (!converged()) measurePrecisely();
   SolveReport report{};
   report.iterations = run.iterations;
   report.products = map->products;
@@ -243,25 +285,21 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
     report.message = "The observer ended the solve; this is the best iterate so far.";
   } else if (last == Outcome::limit) {
     report.status = SOLVE_LIMIT;
-    report.message = "The iterations are used up; this is the best iterate so far.";
+    report.message =
+        "The iterations are used up; this is the best iterate so far, and maxIterations allows more.";
   } else if (last == Outcome::indefinite) {
     report.status = SOLVE_BREAKDOWN;
-    report.message = "The matrix is not positive definite.";
+    report.message = "The matrix is not positive definite; solveSquare takes it.";
   } else if (last == Outcome::unsymmetric) {
     report.status = SOLVE_BREAKDOWN;
-    report.message = "The matrix is not symmetric.";
+    report.message =
+        "The matrix is not symmetric; solveSquare takes it. (If only one triangle is stored, store both.)";
   } else if (last == Outcome::preconditioner) {
     report.status = SOLVE_BREAKDOWN;
     report.message = "The preconditioner is not positive definite, or does not give finite numbers.";
   } else {
     report.status = SOLVE_STAGNATED;
-    report.message =
-        condition > 1e10
-            ? "The residual cannot be made smaller in double precision: the matrix is close to singular "
-              "(estimated condition above 1e10). This is the best iterate found."
-            : "The residual cannot be made smaller in double precision, or the system has no solution. This "
-              "is "
-              "the best iterate found.";
+    report.message = limitOfPrecision();
   }
 
   const int power = rightPower_ - matrixPower_;

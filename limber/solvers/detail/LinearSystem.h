@@ -35,6 +35,9 @@ class LinearSystem {
   bool ended() const { return converged() || run.mustEnd(); }
   /// Computes r = b - A x and, for least squares, g = A^T r. Returns the norm of the residual.
   double measure(const double* at, double* r, double* g);
+  /// From now on, residuals are computed in twice the precision, beginning with that of x.
+  void measurePrecisely();
+  bool precise() const { return precise_; }
   /// Adds d to x if that reduces the residual, and updates r and g. Returns true if it did.
   bool improve(const double* d);
   /// The same for a new x that has already been measured.
@@ -59,7 +62,7 @@ class LinearSystem {
   void beginPolish() { polished_ = goal, goal = 0.0; }
   void endPolish() { goal = polished_, polished_ = 0.0; }
   /// The approximate number of operations in products so far.
-  double spent() const { return 2.0 * map->products * rows.entries(); }
+  double spent() const { return 2.0 * map->products * map->entries(); }
 
   bool leastSquares() const { return kind_ == Kind::leastSquares; }
   /// True if the columns of A are known to be independent.
@@ -85,8 +88,6 @@ class LinearSystem {
   Doubles begin;
   /// b - A x and, for least squares, A^T (b - A x).
   Doubles r, g;
-  /// True if residuals are computed in twice the precision from now on.
-  bool precise = false;
   /// The norms of the right-hand side and of the residual, and the goal for the latter.
   double norm = 0.0, residual = 0.0, goal = 0.0;
 
@@ -94,11 +95,13 @@ class LinearSystem {
   const char* takeMatrix(const SpMat& A, const Vector& right, const Vector& start);
   double sizeOf(const double* itsR, const double* itsG) const;
   bool roundingMatters(const double* at) const;
+  bool unsolvable() const;
+  const char* limitOfPrecision() const;
   const char* takeVectors(const Vector& right, const Vector& start);
   const Kind kind_;
   int matrixPower_ = 0, rightPower_ = 0;
   double polished_ = 0.0, startResidual_ = 0.0;
-  bool moved_ = false;
+  bool moved_ = false, precise_ = false;
   Doubles tryX_, tryR_, tryG_;
 };
 

@@ -58,7 +58,7 @@ int budgetWithoutEntries(const LinearSystem& system);
 /// returns false if it costs too much. It may cost a few times as much as was spent so far, or all that is
 /// allowed once the first method is stuck.
 template <class First, class Direct>
-Outcome escalate(LinearSystem& system, int iterations, First first, Direct direct) {
+Outcome alternate(LinearSystem& system, int iterations, First first, Direct direct) {
   bool again = false;
   for (;; iterations = again ? iterations : std::min(iterations, system.run.limit / 4) * 4) {
     const int begin = system.run.iterations;
@@ -74,6 +74,14 @@ Outcome escalate(LinearSystem& system, int iterations, First first, Direct direc
     if (direct(allowance, &outcome)) return outcome;
     if (stuck && !(system.residual < 0.9 * before)) return outcome;
   }
+}
+
+/// The same. A failure of the library's own preconditioner means that these methods are stuck; the caller's
+/// preconditioner is not to blame for it.
+template <class First, class Direct>
+Outcome escalate(LinearSystem& system, int iterations, First first, Direct direct) {
+  const Outcome outcome = alternate(system, iterations, first, direct);
+  return outcome == Outcome::preconditioner ? Outcome::stuck : outcome;
 }
 
 /// The largest cost of a dense factor if nothing else has led to a solution.

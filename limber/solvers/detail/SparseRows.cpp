@@ -2,35 +2,11 @@
 
 #include <algorithm>
 
+#include "limber/solvers/detail/DoubleSum.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
 
 namespace limber::detail {
 namespace {
-
-// high + low = x y exactly.
-struct ExactProduct {
-  double high, low;
-  ExactProduct(double x, double y) : high(x * y) {
-    constexpr double split = 134217729.0;  // 2^27 + 1
-    const double p = split * x, q = split * y;
-    const double xh = p - (p - x), yh = q - (q - y);
-    const double xl = x - xh, yl = y - yh;
-    low = ((xh * yh - high) + xh * yl + xl * yh) + xl * yl;
-  }
-};
-
-// A sum in twice the precision.
-struct DoubleSum {
-  double high = 0.0, low = 0.0;
-  void addProduct(double x, double y) {
-    const ExactProduct term(x, y);
-    const double next = high + term.high;
-    const double part = next - high;
-    low += ((high - (next - part)) + (term.high - part)) + term.low;
-    high = next;
-  }
-  double rounded() const { return high + low; }
-};
 
 DoubleSum rowResidual(const SparseRows& A, int i, double b, const double* x) {
   DoubleSum sum{b, 0.0};

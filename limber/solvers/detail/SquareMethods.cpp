@@ -88,7 +88,7 @@ bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, const Allo
   try {
     SparseLu lu;
     if (!lu.factor(arranged.rows, allowance)) return false;
-    system.precise = true;
+    system.measurePrecisely();
     RowsMap map(arranged.rows);
     *outcome = correctByBiCGStab(system, arranged.units, map, &lu, iterations);
     return true;
