@@ -18,7 +18,7 @@ namespace files = std::filesystem;
 
 namespace {
 
-/// The temporary files that a signal that ends the program takes with it.
+// The temporary files to remove if a signal ends the program.
 const char* volatile unfinished[8];
 
 #if defined(_WIN32)
@@ -37,7 +37,8 @@ extern "C" void eraseUnfinished(int signal) {
   std::raise(signal);
 }
 
-/// Notes the name, which must stay where it is. A signal that is handled or ignored already stays so.
+// Stores the pointer to the name, which must stay valid until forget(). Does not change a signal that is
+// already handled or ignored.
 void watchOver(const std::string& path) {
   const auto place = std::find(std::begin(unfinished), std::end(unfinished), nullptr);
   if (place == std::end(unfinished)) return;
@@ -69,12 +70,12 @@ bool isStored(std::FILE* stream) {
 
 const char part[] = ".part";
 
-// Pipes and devices are not: they are written directly.
+// True for a regular file or a new one. Pipes and devices are written directly.
 bool isReplaced(const files::file_status& status) {
   return files::is_regular_file(status) || !files::exists(status);
 }
 
-// What a finished file takes the place of.
+// The path that a finished file is renamed to.
 std::string targetOf(const std::string& path, const files::file_status& status) {
   std::error_code error;
   const files::path resolved = files::weakly_canonical(path, error);
@@ -83,7 +84,7 @@ std::string targetOf(const std::string& path, const files::file_status& status) 
 
 }  // namespace
 
-// A temporary file that is there already belongs to another run, and is left alone.
+// A temporary file that already exists belongs to another run and is not touched.
 void OutputFile::requireWritable(const std::string& path) {
   std::error_code error;
   const files::file_status status = files::status(path, error);

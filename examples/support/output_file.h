@@ -4,10 +4,9 @@
 #include <string>
 
 /// A file that appears under its name only when it is complete: it is written under a temporary name in the
-/// same folder, and finish() renames it. Without finish() no file remains,
-/// also when Ctrl-C or another signal ends the program. A symbolic link is kept, and the
-/// file that it points to is replaced. A pipe or a device cannot be replaced and is written directly, and so
-/// is standard output under any name.
+/// same folder, and finish() renames it. Without finish() no file remains, also when Ctrl-C or another signal
+/// ends the program. A symbolic link is kept, and the file that it points to is replaced. A pipe or a device
+/// cannot be replaced and is written directly, and so is standard output under any name.
 class OutputFile {
  public:
   /// Throws InputError if the file cannot be created.
@@ -16,7 +15,7 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  /// Throws InputError when the file could not be made; writes nothing. For programs that compute for long.
+  /// Throws InputError if the file could not be created; writes nothing. For programs that compute for long.
   static void requireWritable(const std::string& path);
 
   std::FILE* stream() const { return stream_; }

@@ -6,6 +6,7 @@
 
 #include "limber/linalg/SpMat.h"
 #include "limber/solvers/detail/FixedSums.h"
+#include "limber/solvers/detail/MatrixEntries.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
 
 namespace limber::detail {

@@ -7,7 +7,6 @@
 
 #include "limber/solvers/detail/Array.h"
 #include "limber/solvers/detail/LinearMap.h"
-#include "limber/solvers/detail/MatrixEntries.h"
 #include "limber/solvers/detail/SolveRun.h"
 #include "limber/solvers/detail/SparseRows.h"
 
