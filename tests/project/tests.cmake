@@ -53,3 +53,6 @@ add_test(NAME Project.ProgramsOfTheGuideDoWhatItSays
                  ${chapters} ${guide_flags})
 set_tests_properties(Project.ProgramsOfTheGuideDoWhatItSays PROPERTIES TIMEOUT 600)
 add_test(NAME Project.ReferencePagesAgreeWithTheCode COMMAND Python3::Interpreter ${here}/reference_pages.py ${PROJECT_SOURCE_DIR})
+add_test(NAME Project.FiguresOfTheReadmeAreThoseOfTheirPage
+         COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/bench/readme.py ${PROJECT_SOURCE_DIR}/docs/benchmarks.md
+                 ${PROJECT_SOURCE_DIR}/bench/telling.txt ${PROJECT_SOURCE_DIR}/README.md --check)
