@@ -79,7 +79,7 @@ quiet . "$work/prefix"
 use_it
 cd "$here"
 quiet sh -eux "$work/uninstall"
-if find "$work/limber" -name '*limber*' -mindepth 1 | grep .; then
+if [ -e "$work/limber" ] && find "$work/limber" -mindepth 1 -name '*limber*' | grep .; then
   echo "uninstall did not remove these"
   exit 1
 fi
