@@ -111,7 +111,7 @@ class ContactFinder {
     if (b.first - a.last - 1 > frames(options_.soon)) return false;
     const Pnt3 place = placeOf(foot, a);
     for (int f = a.last + 1; f <= b.first; ++f) {
-      if ((tracks_.at(foot.joint, f) - place).length() > slide_ * options_.near * skeleton_.height())
+      if ((tracks_.at(foot.joint, f) - place).length() > slide_ * options_.nearby * skeleton_.height())
         return false;
     }
     return true;

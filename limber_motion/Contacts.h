@@ -23,7 +23,7 @@ struct ContactOptions {
   double low = 0.05, slow = 0.1;            ///< low and slow enough to stand certainly
   double shortest = 0.1;                    ///< for at least this time
   double longestGap = 0.05;                 ///< with gaps of up to this time
-  double soon = 0.2, near = 0.03;           ///< runs this near in time and place are one contact
+  double soon = 0.2, nearby = 0.03;         ///< runs this near in time and place are one contact
   double notHigh = 0.055, notFast = 0.105;  ///< limits for extending the contact
   double stray = 0.008;                     ///< and the largest distance from its place
 };
