@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <limits>
 
 #include "limber/solvers/Solve.h"
@@ -124,6 +125,41 @@ TEST(SolveConstraints, TellsTheTruthAboutRowsOfZeros) {
   x = Vector();
   EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(J.matrix(), nullptr, &damp, c, &x).status);
   EXPECT_TRUE(tolerance::close(0.25, x[1], 1e-12));
+}
+
+TEST(SolveConstraints, TheReportedResidualIsTrueAtTheLimitOfPrecision) {
+  if (!longDoubleIsWide()) GTEST_SKIP() << "long double is no wider than double here";
+  int limited = 0;
+  for (unsigned seed = 1; seed <= 12; ++seed) {
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    Entries J(50, 120);
+    for (int i = 0; i < 50; ++i) {
+      const double factor = std::pow(10.0, 5.0 * random.value());
+      for (int k = 0; k < 5; ++k) J.add(i, (13 * i + 17 * k) % 120, factor * random.value());
+    }
+    Vector mass(120), damp(50), x;
+    for (int j = 0; j < 120; ++j) mass[j] = std::pow(10.0, random.value());
+    for (int i = 0; i < 50; ++i) damp[i] = 1e-9 * random.below(2);
+    const Vector c = random.vector(50);
+    const SolveReport report = solveConstraints(J.matrix(), &mass, &damp, c, &x);
+    const double truth = residual(J.matrix(), 120, &mass, &damp, c, x);
+    limited += report.status == SOLVE_STAGNATED;
+    EXPECT_TRUE(tolerance::relative(truth, report.relativeResidual, 0.02)) << truth;
+  }
+  EXPECT_GE(limited, 6);
+}
+
+TEST(SolveConstraints, ASingularSystemIsNotBlamedOnAPreconditionerThatNobodyGave) {
+  Random random(8);
+  Entries J(120, 50);
+  for (int i = 0; i < 120; ++i) {
+    for (int k = 0; k < 4; ++k) J.add(i, random.below(50), random.value());
+  }
+  Vector x;
+  const SolveReport report = solveConstraints(J.matrix(), nullptr, nullptr, random.vector(120), &x);
+  EXPECT_EQ(SOLVE_STAGNATED, report.status) << report.message;
+  EXPECT_EQ(nullptr, std::strstr(report.message, "preconditioner"));
 }
 
 TEST(SolveConstraints, RefusesWeightsThatDoNotFit) {

@@ -217,6 +217,49 @@ TEST(SolveFamilies, SingularConsistentAndInconsistentSystems) {
   }
 }
 
+// Rounded to doubles, these matrices have eigenvalues of about -1e-17, and Cholesky factors do not exist.
+TEST(SolveFamilies, KernelMatricesAreNotCalledIndefinite) {
+  for (const double width : {1.5, 2.0, 3.0, 4.0, 5.0}) {
+    FullMatrix A(60, 60);
+    for (int i = 0; i < 60; ++i) {
+      for (int j = 0; j < 60; ++j) A.e(i, j) = std::exp(-(i - j) * (i - j) / (width * width));
+    }
+    expectTruth("kernel, b = A 1", width, A, timesOnes(A), definite);
+    Vector b(60), x;
+    for (int i = 0; i < 60; ++i) b[i] = std::sin(i + 1.0);
+    expectTruth("kernel, a sine", width, A, b, definite);
+    EXPECT_NE(SOLVE_BREAKDOWN, solvePositiveDefinite(A, b, &x).status) << width;
+  }
+}
+
+// Where rounding of x limits the residual, a residual that is computed in plain doubles would be off by half.
+TEST(SolveFamilies, TheReportedResidualIsTrueAtTheLimitOfPrecision) {
+  if (!longDoubleIsWide()) GTEST_SKIP() << "long double is no wider than double here";
+  int limited = 0;
+  for (unsigned seed = 1; seed <= 12; ++seed) {
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    const FullMatrix from = dense(grid(12, seed % 2 ? 0.3 : 0.0, 0.0));
+    FullMatrix A(from);
+    for (int i = 0; i < 144; ++i) {
+      const double factor = std::pow(10.0, 6.0 * random.value());
+      for (int j = 0; j < 144; ++j) {
+        A.e(i, j) *= factor;
+        A.e(j, i) *= factor;
+      }
+    }
+    const Entries sparse(A);
+    const Vector b = random.vector(144);
+    Vector x;
+    const SolveReport report =
+        seed % 2 ? solveSquare(sparse.matrix(), b, &x) : solvePositiveDefinite(sparse.matrix(), b, &x);
+    const double truth = relativeResidual(sparse.matrix(), 144, b, x, false);
+    limited += report.status == SOLVE_STAGNATED;
+    EXPECT_TRUE(tolerance::relative(truth, report.relativeResidual, 0.02)) << truth;
+  }
+  EXPECT_GE(limited, 6);
+}
+
 TEST(SolveFamilies, WideSystemsGetTheShortestSolution) {
   Random random(8);
   FullMatrix A(10, 25);

@@ -40,6 +40,12 @@ class Entries {
   HSpMat matrix_{0};
 };
 
+/// True if long double is wider than double, which it is not in every emulator.
+inline bool longDoubleIsWide() {
+  const volatile long double one = 1.0L, tiny = 0x1p-60L;
+  return one + tiny != one;
+}
+
 /// b - A x in long double.
 inline std::vector<long double> longResidual(const HSpMat& A, const Vector& b, const Vector& x) {
   std::vector<long double> r;

@@ -10,9 +10,6 @@
 namespace limber::detail {
 namespace {
 
-// If |p^T A p| is below this times |A| |p|^2, its sign is uncertain.
-constexpr double certain = 1e-13;
-
 // The state and the work vectors of one solve.
 class Run {
  public:
@@ -78,7 +75,7 @@ Outcome Run::curve(double* alpha) {
   if (!(curvature > 0.0)) {
     // a lower bound of |A|: its value along p, the steepest curvature so far, and the scale of all maps
     const double norm = std::max({steepest_, fixedNorm(n_, q) / std::sqrt(square), 0.25});
-    return curvature < -certain * n_ * norm * square ? Outcome::indefinite : Outcome::stuck;
+    return curvature < -certainCurvature * n_ * norm * square ? Outcome::indefinite : Outcome::stuck;
   }
   flattest_ = std::min(flattest_, curvature / square);
   steepest_ = std::max(steepest_, curvature / square);

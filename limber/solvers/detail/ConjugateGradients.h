@@ -7,6 +7,9 @@
 
 namespace limber::detail {
 
+/// If |p^T A p| is below this times n |A| |p|^2, its sign is uncertain.
+constexpr double certainCurvature = 1e-13;
+
 class Inverse;
 class LinearMap;
 

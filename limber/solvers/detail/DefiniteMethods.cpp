@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "limber/solvers/detail/Corrections.h"
+#include "limber/solvers/detail/FixedSums.h"
 #include "limber/solvers/detail/SolveMethods.h"
 #include "limber/solvers/detail/SparseCholesky.h"
 
@@ -71,27 +72,42 @@ Outcome diagonalCG(LinearSystem& system, const Equilibrated& scaled, int iterati
   return correctByCG(system, scaled.units, map, &inverse, iterations, &system.condition);
 }
 
-// Conjugate gradients, preconditioned by a Cholesky factor. False if the factor costs too much.
-bool choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowance& allowance, int iterations,
-                Outcome* outcome) {
+// True if the direction at which the factor failed has a curvature p^T A p < 0 beyond all rounding. A
+// semidefinite matrix, rounded, may fail to have a factor and yet have no such direction.
+bool provenIndefinite(const SparseRows& A, SparseCholesky& failed) {
+  const int n = A.height;
+  Doubles p(n), q(n);
+  failed.failedDirection(p.data());
+  scaleByPowerOfTwo(n, p.data(), -largestExponent(n, p.data()));
+  A.multiply(p.data(), q.data());
+  const double square = fixedDot(n, p.data(), p.data());
+  const double norm = std::max(fixedNorm(n, q.data()) / std::sqrt(square), 1.0);
+  return fixedDot(n, p.data(), q.data()) < -certainCurvature * n * norm * square;
+}
+
+enum class Factor { costly, failed, complete };
+
+// Conjugate gradients, preconditioned by a Cholesky factor if there is one that does not cost too much.
+Factor choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowance& allowance,
+                  int iterations, Outcome* outcome) {
   try {
     Elimination elimination;
     if (scaled.narrow()) {
       elimination = bandElimination(scaled.rows.height, scaled.halfBandwidth);
     } else if (!eliminateSymmetric(scaled.rows, allowance, &elimination)) {
-      return false;
+      return Factor::costly;
     }
     SparseCholesky cholesky;
     if (!cholesky.factor(scaled.rows, std::move(elimination))) {
-      *outcome = Outcome::indefinite;
-      return true;
+      *outcome = provenIndefinite(scaled.rows, cholesky) ? Outcome::indefinite : Outcome::stuck;
+      return Factor::failed;
     }
     system.measurePrecisely();
     RowsMap map(scaled.rows);
     *outcome = correctByCG(system, scaled.units, map, &cholesky, iterations);
-    return true;
+    return Factor::complete;
   } catch (const std::bad_alloc&) {
-    return false;
+    return Factor::costly;
   }
 }
 
@@ -172,11 +188,13 @@ Outcome solveDefinite(LinearSystem& system) {
         correctByCG(system, Units(), *system.map, inverse, scaled ? budget : budgetWithoutEntries(system));
   }
   if (!scaled) return outcome;
+  Factor factor = Factor::costly;
   if (!system.ended() && outcome != Outcome::indefinite) {
     outcome = escalate(
         system, budget, [&](int iterations) { return diagonalCG(system, *scaled, iterations); },
         [&](const Allowance& allowance, Outcome* result) {
-          return choleskyCG(system, *scaled, allowance, 100, result);
+          factor = choleskyCG(system, *scaled, allowance, 100, result);
+          return factor != Factor::costly;
         });
   }
   const bool doubtful = scaled->graded || system.condition > 1e8;
@@ -187,8 +205,9 @@ Outcome solveDefinite(LinearSystem& system) {
     system.endPolish();
     if (polished == Outcome::indefinite) return polished;
   }
-  if (!system.ended() && outcome != Outcome::indefinite && system.residual > 1e-6 * system.norm) {
-    // the matrix is singular, so look for the best possible solution
+  if (!system.ended() && outcome != Outcome::indefinite &&
+      (factor == Factor::failed || system.residual > 1e-6 * system.norm)) {
+    // the matrix is singular or nearly so, so look for the best possible solution
     conditionedLsmr(system, Allowance{6e7, 1e9}, 50, &outcome);
     if (!system.ended()) denseMethod(system, lastResort);
   }

@@ -52,7 +52,10 @@ bool SparseCholesky::factor(const SparseRows& A, Elimination elimination) {
     if (!(pivot > unit * std::max(own, 1e-300))) {
       // after pivots that were nearly zero, the rounding is larger
       const double rounding = defects_ > 0 ? 1e-6 : 1e4 * unit;
-      if (!(pivot >= -rounding * std::max(own, 1.0))) return false;
+      if (!(pivot >= -rounding * std::max(own, 1.0))) {
+        failed_ = k;
+        return false;
+      }
       ++defects_;
       diagonal_[k] = 1.0;
       for (int e = start[k]; e < start[k + 1]; ++e) work_[index[e]] = 0.0;
@@ -66,6 +69,19 @@ bool SparseCholesky::factor(const SparseRows& A, Elimination elimination) {
     wait(k);
   }
   return true;
+}
+
+// The columns in front of the pivot are complete: z is the solution of L^T z = e_k there.
+void SparseCholesky::failedDirection(double* z) {
+  const Ints &start = shape_.start, &index = shape_.index;
+  std::fill(work_.begin(), work_.end(), 0.0);
+  work_[failed_] = 1.0;
+  for (int k = failed_ - 1; k >= 0; --k) {
+    double sum = 0.0;
+    for (int e = start[k]; e < start[k + 1] && index[e] <= failed_; ++e) sum += value_[e] * work_[index[e]];
+    work_[k] = -sum / diagonal_[k];
+  }
+  for (int k = 0; k < work_.size(); ++k) z[shape_.order[k]] = work_[k];
 }
 
 bool SparseCholesky::apply(const double* r, double* z) {

@@ -12,8 +12,10 @@ namespace limber::detail {
 /// matrices have pivots that are nearly zero. Such a pivot becomes 1, and its column is left out.
 class SparseCholesky final : public Inverse {
  public:
-  /// False if a pivot is so far below zero that A is not positive semidefinite.
+  /// False if a pivot is below zero by more than the rounding that is expected.
   bool factor(const SparseRows& A, Elimination elimination);
+  /// After a failed factorization: a direction z whose z^T A z is that pivot, except for rounding.
+  void failedDirection(double* z);
   bool apply(const double* r, double* z) override;
   /// The number of pivots that were nearly zero.
   int defects() const { return defects_; }
@@ -22,7 +24,7 @@ class SparseCholesky final : public Inverse {
   void gatherColumn(const SparseRows& A, int k, Doubles* column) const;
   Elimination shape_;
   Doubles diagonal_, value_, work_;
-  int defects_ = 0;
+  int defects_ = 0, failed_ = 0;
 };
 
 }  // namespace limber::detail
