@@ -65,8 +65,16 @@ struct LIMBER_MOTION_API Clip {
 
 /// Reads a BVH clip, plain or gzip-compressed, and looks for it along `searchPath` (if that is null, opens
 /// the name as given). Joint names may contain spaces. Lines may be long and end in LF, CR LF or CR. A
-/// byte-order mark is skipped. Keywords may be written in upper or lower case. If the input is not valid (NaN
-/// included), throws an Error that names the file, the line and the word.
+/// byte-order mark is skipped. Keywords may be written in upper or lower case. A frame may be broken over
+/// several lines. What is unusual, but has a clear meaning, is read, and a note of the clip says what was
+/// done:
+///   - lines after the declared number of frames are left out;
+///   - if there are fewer frames (a truncated file), those that are whole are read;
+///   - a frame time of 0 is taken as 30 frames a second;
+///   - commas in numbers are decimal points;
+///   - joints without a name, and joints with the name of another one, get names of their own.
+/// If the input is not valid (NaN, two roots and frames with a wrong number of values included), throws an
+/// Error that names the file, the line and the word.
 LIMBER_MOTION_API Clip readClip(const std::string& path, const char* searchPath = nullptr);
 
 /// The clip as BVH text. The hierarchy and every number that has not changed since the clip was read are

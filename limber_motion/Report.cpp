@@ -1,7 +1,7 @@
 #include "limber_motion/Report.h"
 
-#include <cmath>
-#include <cstdio>
+#include "limber_motion/detail/Json.h"
+#include "limber_motion/detail/Numbers.h"
 
 namespace limber::motion {
 
@@ -10,11 +10,7 @@ namespace {
 constexpr double degrees = 180.0 / 3.14159265358979323846;
 
 // At most four significant digits.
-std::string number(double x) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.4g", x);
-  return text;
-}
+std::string number(double x) { return detail::significant(x, 4); }
 
 // A length in heights and in the clip's unit.
 std::string length(double heights, const Report& report) {
@@ -25,46 +21,14 @@ std::string place(const std::string& joint, int frame) {
   return joint.empty() ? "" : ", " + joint + " in frame " + std::to_string(frame);
 }
 
-// A JSON string.
-std::string quoted(const std::string& text) {
-  std::string out = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += c;
-    } else if (static_cast<unsigned char>(c) < 0x20) {
-      char code[8];
-      std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
-      out += code;
-    } else {
-      out += c;
-    }
-  }
-  return out + "\"";
-}
-
-// A JSON number. JSON has no infinity, so numbers that are not finite become null.
-std::string real(double x) {
-  if (!std::isfinite(x)) return "null";
-  char text[40];
-  std::snprintf(text, sizeof text, "%.9g", x);
-  return text;
-}
-
-std::string list(const std::vector<std::string>& sentences) {
-  std::string out = "[";
-  for (const std::string& s : sentences) out += (out.size() > 1 ? ", " : "") + quoted(s);
-  return out + "]";
-}
-
 }  // namespace
 
 std::string textOf(const Report& r) {
   std::string out = r.met ? "Met: every held joint is where it shall be in every frame.\n" : "Not met.\n";
   for (const std::string& reason : r.reasons) out += "  " + reason + "\n";
   const auto line = [&](const char* label, const std::string& value) {
-    char head[32];
-    std::snprintf(head, sizeof head, "%-15s ", label);
+    std::string head = label;
+    head.resize(16, ' ');
     out += head + value + "\n";
   };
   line("contacts", std::to_string(r.contacts) + ", " + std::to_string(r.heldFrames) + " frames in all");
@@ -83,43 +47,46 @@ std::string textOf(const Report& r) {
 }
 
 std::string jsonOf(const Report& r) {
+  using detail::jsonList;
+  using detail::jsonNumber;
+  using detail::jsonString;
   std::string out = "{\n";
   const auto field = [&](const char* name, const std::string& value) {
     out += std::string("  \"") + name + "\": " + value + ",\n";
   };
   field("met", r.met ? "true" : "false");
   field("impossible", r.impossible ? "true" : "false");
-  field("reasons", list(r.reasons));
-  field("notes", list(r.notes));
-  field("height", real(r.height));
+  field("reasons", jsonList(r.reasons));
+  field("notes", jsonList(r.notes));
+  field("height", jsonNumber(r.height));
   field("contacts", std::to_string(r.contacts));
   field("heldFrames", std::to_string(r.heldFrames));
-  field("skateBefore", real(r.skateBefore));
-  field("skateAfter", real(r.skateAfter));
-  field("fastestBefore", real(r.fastestBefore));
-  field("fastestAfter", real(r.fastestAfter));
-  field("missBefore", real(r.missBefore));
-  field("missAfter", real(r.missAfter));
-  field("missJoint", quoted(r.missJoint));
+  field("skateBefore", jsonNumber(r.skateBefore));
+  field("skateAfter", jsonNumber(r.skateAfter));
+  field("fastestBefore", jsonNumber(r.fastestBefore));
+  field("fastestAfter", jsonNumber(r.fastestAfter));
+  field("missBefore", jsonNumber(r.missBefore));
+  field("missAfter", jsonNumber(r.missAfter));
+  field("missJoint", jsonString(r.missJoint));
   field("missFrame", std::to_string(r.missFrame));
-  field("goal", real(r.goal));
-  field("turn", real(r.turn));
-  field("turnJoint", quoted(r.turnJoint));
+  field("goal", jsonNumber(r.goal));
+  field("turn", jsonNumber(r.turn));
+  field("turnJoint", jsonString(r.turnJoint));
   field("turnFrame", std::to_string(r.turnFrame));
-  field("edgeJerk", real(r.edgeJerk));
-  field("largestEdgeJerk", real(r.largestEdgeJerk));
-  field("bodyJerk", real(r.bodyJerk));
-  field("belowBefore", real(r.belowBefore));
-  field("belowAfter", real(r.belowAfter));
+  field("edgeJerk", jsonNumber(r.edgeJerk));
+  field("largestEdgeJerk", jsonNumber(r.largestEdgeJerk));
+  field("bodyJerk", jsonNumber(r.bodyJerk));
+  field("belowBefore", jsonNumber(r.belowBefore));
+  field("belowAfter", jsonNumber(r.belowAfter));
   field("framesChanged", std::to_string(r.framesChanged));
-  field("seconds", real(r.seconds));
+  field("seconds", jsonNumber(r.seconds));
   out += "  \"steps\": [";
   for (const EditStep& s : r.steps) {
     out += s.number == 1 ? "\n" : ",\n";
     out += "    {\"number\": " + std::to_string(s.number) + ", \"exact\": " + (s.exact ? "true" : "false") +
-           ", \"before\": " + real(s.before) + ", \"after\": " + real(s.after) +
-           ", \"scale\": " + real(s.scale) + ", \"turn\": " + real(s.turn) +
-           ", \"seconds\": " + real(s.seconds) + "}";
+           ", \"before\": " + jsonNumber(s.before) + ", \"after\": " + jsonNumber(s.after) +
+           ", \"scale\": " + jsonNumber(s.scale) + ", \"turn\": " + jsonNumber(s.turn) +
+           ", \"seconds\": " + jsonNumber(s.seconds) + "}";
   }
   return out + (r.steps.empty() ? "]\n}\n" : "\n  ]\n}\n");
 }

@@ -18,17 +18,32 @@ class ClipReader {
   std::vector<Joint> readHierarchy();
 
  private:
+  struct ShortLine {
+    int line = 0, numbers = 0;
+  };
+
   void readJoint(int parent, int depth, bool endSite);
   std::string jointName();
   std::string endSiteName(int parent) const;
+  std::string unique(const std::string& name) const;
   void readChannels(Joint* joint);
   void readChildren(int joint, int depth, bool endSite);
   void takeLabel(const char* first, const char* second);
   void readTimes(ClipText* text);
   void readFrames(ClipText* text);
+  bool readFrame(const std::vector<bool>& turns, ClipText* text);
+  void noteMissingFrames(int found);
+  void noteRest();
+  [[noreturn]] void refuse(const ShortLine& line) const;
+  std::string numbersOfFrame() const;
+  double number(const char* wanted);
+  void note(const std::string& sentence) { clip_.notes.push_back(in_.place() + ": " + sentence); }
 
   LineReader in_;
   Clip clip_;
+  bool commas_ = false;  // a number has a decimal comma
+  ShortLine broken_;     // the first line that does not hold a whole frame and is followed by another
+  ShortLine cut_;        // the same at the end of the file
 };
 
 }  // namespace limber::motion::detail

@@ -150,7 +150,7 @@ void LineReader::expectLineEnd() {
 double LineReader::real(const char* wanted) {
   const std::string_view word = next(wanted);
   double value;
-  if (!parseReal(word, &value) || !(std::fabs(value) <= largest)) unexpected(wanted, word);
+  if (!parseUsable(word, &value)) unexpected(wanted, word);
   return value;
 }
 
@@ -161,13 +161,17 @@ int LineReader::integer(const char* wanted) {
   return value;
 }
 
-void LineReader::fail(const std::string& message) const { throw Error(file_, line_, message); }
+void LineReader::failAt(int line, const std::string& message) const { throw Error(file_, line, message); }
 
 void LineReader::unexpected(const std::string& wanted, std::string_view word) const {
   fail("expected " + wanted + ", found " + quoted(word));
 }
 
 std::string LineReader::place() const { return file_ + ":" + std::to_string(line_); }
+
+bool parseUsable(std::string_view word, double* out) {
+  return parseReal(word, out) && std::fabs(*out) <= largest;
+}
 
 std::string quoted(std::string_view word) {
   if (word.empty()) return "the end of the line";

@@ -44,10 +44,13 @@ class LineReader {
   /// The whole text, and the position in it where the current line begins.
   const std::string& text() const { return text_; }
   std::size_t lineStart() const { return start_; }
+  /// True if the current line is the last one and has no line end, as if the file was cut there.
+  bool lineIsCut() const { return next_ == end_; }
   std::string_view line() const { return std::string_view(text_).substr(start_, end_ - start_); }
 
   /// "FILE:LINE: message".
-  [[noreturn]] void fail(const std::string& message) const;
+  [[noreturn]] void fail(const std::string& message) const { failAt(line_, message); }
+  [[noreturn]] void failAt(int line, const std::string& message) const;
   /// "FILE:LINE: expected WANTED, found 'WORD'".
   [[noreturn]] void unexpected(const std::string& wanted, std::string_view word) const;
   int lineNumber() const { return line_; }
@@ -67,6 +70,9 @@ class LineReader {
   std::size_t start_ = 0, end_ = 0, next_ = 0;  // of the current line, and the next one
   std::size_t at_ = 0;                          // where the search for the next word begins
 };
+
+/// True if the word is a number that real() accepts.
+bool parseUsable(std::string_view word, double* out);
 
 /// The word in quotes, shortened if it is very long, with control characters replaced. If it is empty: "the
 /// end of the line".

@@ -1,0 +1,61 @@
+#include "limber_motion/detail/Json.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+
+#include "limber_motion/detail/Numbers.h"
+
+namespace limber::motion::detail {
+
+namespace {
+
+unsigned byte(std::string_view text, std::size_t i) {
+  return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
+}
+
+// The number of bytes of the UTF-8 character at the beginning of the text, or 0 if it does not begin with one
+// (RFC 3629).
+std::size_t lengthOfCharacter(std::string_view text) {
+  const unsigned first = byte(text, 0), second = byte(text, 1);
+  if (first < 0x80) return 1;
+  if (first < 0xC2 || first > 0xF4) return 0;
+  const std::size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byte(text, i) & 0xC0) != 0x80) return 0;
+  }
+  const bool overlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
+  const bool surrogate = first == 0xED && second >= 0xA0, tooLarge = first == 0xF4 && second >= 0x90;
+  return overlong || surrogate || tooLarge ? 0 : length;
+}
+
+std::string escaped(unsigned code) {
+  const char* const digits = "0123456789abcdef";
+  return std::string("\\u00") + digits[code / 16] + digits[code % 16];
+}
+
+}  // namespace
+
+std::string jsonString(const std::string& text) {
+  std::string out = "\"";
+  for (std::size_t i = 0, length = 0; i < text.size(); i += std::max<std::size_t>(length, 1)) {
+    length = lengthOfCharacter(std::string_view(text).substr(i));
+    if (length == 0 || byte(text, i) < 0x20) {
+      out += escaped(byte(text, i));
+    } else {
+      if (text[i] == '"' || text[i] == '\\') out += '\\';
+      out += text.substr(i, length);
+    }
+  }
+  return out + "\"";
+}
+
+std::string jsonList(const std::vector<std::string>& texts) {
+  std::string out = "[";
+  for (const std::string& text : texts) out += (out.size() > 1 ? ", " : "") + jsonString(text);
+  return out + "]";
+}
+
+std::string jsonNumber(double x) { return std::isfinite(x) ? significant(x, 9) : "null"; }
+
+}  // namespace limber::motion::detail
