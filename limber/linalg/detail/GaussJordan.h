@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 /// @file
 /// Gauss-Jordan elimination with full pivoting. Every dense inversion of the library that does not use LAPACK
@@ -115,11 +116,7 @@ void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher&
     double* const pivotRow = rowAt(column);
     if (row != column) {
       double* const other = rowAt(row);
-      for (int j = 0; j < size; ++j) {
-        const double value = other[j];
-        other[j] = pivotRow[j];
-        pivotRow[j] = value;
-      }
+      for (int j = 0; j < size; ++j) std::swap(other[j], pivotRow[j]);
       watcher.rowsSwapped(row, column);
     }
     s.pivotRow[step] = row;
@@ -144,12 +141,7 @@ void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher&
     const int first = s.pivotRow[step];
     const int second = s.pivotColumn[step];
     if (first == second) continue;
-    for (int i = 0; i < size; ++i) {
-      double* const values = rowAt(i);
-      const double value = values[first];
-      values[first] = values[second];
-      values[second] = value;
-    }
+    for (int i = 0; i < size; ++i) std::swap(rowAt(i)[first], rowAt(i)[second]);
   }
 }
 
