@@ -279,8 +279,8 @@ void SlicedRows::multiplyBlock(int b, const double* x, double* y) const {
 void SlicedRows::addBlock(int b, const double* x, double* y) const {
   for (int i = b * block; i < end(b); ++i) {
     const double s = x[i];
-    if (isTiny(s)) continue;
     const Place place = place_[i];
+    if (isTiny(s) || place.length == 0) continue;
     const int* const index = indices_.get() + start_[b] + place.start;
     const double* const value = values_.get() + start_[b] + place.start;
     if (place.step == slice) {
@@ -302,6 +302,9 @@ void SlicedRows::multiplyWithoutTiny(const double* x, double* y) const {
 void SlicedRows::multiplyInside(const double* x, int room, bool withoutTiny, double* y) const {
   for (int i = 0; i < height_; ++i) {
     const Place place = place_[i];
+    y[i] = 0.0;
+    // A matrix without entries has no arrays.
+    if (place.length == 0) continue;
     const int* index = indices_.get() + start_[i / block] + place.start;
     const double* value = values_.get() + start_[i / block] + place.start;
     double sum = 0.0;
@@ -320,8 +323,8 @@ void SlicedRows::multiplyTransposed(const double* x, double* y) const {
 void SlicedRows::multiplyTransposedInside(const double* x, int values, int room, double* y) const {
   std::fill_n(y, room, 0.0);
   for (int i = 0; i < std::min(height_, values); ++i) {
-    if (isTiny(x[i])) continue;
     const Place place = place_[i];
+    if (isTiny(x[i]) || place.length == 0) continue;
     const int* index = indices_.get() + start_[i / block] + place.start;
     const double* value = values_.get() + start_[i / block] + place.start;
     for (int k = 0; k < place.length; ++k, index += place.step, value += place.step) {
