@@ -24,6 +24,6 @@ add_library(limber::fixed_bits ALIAS limber_fixed_bits)
 set_target_properties(limber_fixed_bits PROPERTIES EXPORT_NAME fixed_bits)
 target_compile_options(limber_fixed_bits INTERFACE -ffp-contract=off)
 
-# Two more flags that change no value, because the library does not read errno or the trap flags.
+# The last two flags change no value, because the library does not read errno or the trap flags.
 add_library(limber_numbers INTERFACE)
 target_compile_options(limber_numbers INTERFACE -ffp-contract=off -fno-math-errno -fno-trapping-math)

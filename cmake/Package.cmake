@@ -65,7 +65,7 @@ if(LIMBER_EXAMPLES)
 endif()
 limber_package(documentation limber-doc doc "foundations for character animation (documentation)")
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
-# Nothing in these is linked; looking at every header takes long.
+# These packages contain no programs, and the search for the libraries that programs need would read every header.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SHLIBDEPS OFF)
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md

@@ -2,7 +2,7 @@
 if(TARGET limber_petsc)
   add_executable(test_petsc petsc/DistributedSolveTest.cpp)
   target_link_libraries(test_petsc PRIVATE limber_test_support limber::petsc limber::motion GTest::gtest)
-  # The list contains the communicator under Open MPI's name for it.
+  # The list of exports names the type of a communicator as Open MPI does.
   if(BUILD_SHARED_LIBS AND MPI_mpi_LIBRARY MATCHES "openmpi")
     add_test(NAME Project.TheDistributedComponentExportsEveryDocumentedSignature
              COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/project/exports.py $<TARGET_FILE:limber_petsc>

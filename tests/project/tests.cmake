@@ -41,7 +41,7 @@ add_test(NAME Project.ProgramOfTheReadmeDoesWhatItSays
          COMMAND Python3::Interpreter ${here}/readme.py ${CMAKE_CXX_COMPILER} ${PROJECT_SOURCE_DIR} $<TARGET_FILE:limber>
                  ${readme_flags})
 
-# The guide: its programs do what it says, and its reference tables agree with the code.
+# The programs of the guide do what it says, and its reference tables agree with the code.
 file(GLOB chapters RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/guide/*.md)
 list(FILTER chapters INCLUDE REGEX "(first-solve|constraints|your-matrix|your-preconditioner|rotations|pendulum|read-and-draw)")
 set(guide_flags)

@@ -21,9 +21,10 @@ namespace {
 
 std::string printed;
 
-// Keeps a text without the line numbers of reports, "(OldCGrad:125)", which may change from one state to the
-// next.
+// Keeps a text without the line numbers of reports, "(OldCGrad:125)", and without the signs of NaNs. Both may
+// change from one state to the next.
 int keepText(const char* text) {
+  std::size_t added = printed.size();
   const char* const place = std::strstr(text, " @ (");
   const char* const line = place ? std::strchr(place, ':') : nullptr;
   if (line) {
@@ -31,6 +32,7 @@ int keepText(const char* text) {
     text = line + 1 + std::strspn(line + 1, "0123456789");
   }
   printed += text;
+  while ((added = printed.find("-nan", added)) != std::string::npos) printed.erase(added, 1);
   return 0;
 }
 
