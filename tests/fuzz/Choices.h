@@ -49,7 +49,7 @@ class Choices {
   const std::uint8_t* end_;
 };
 
-/// The same bits, or both not a number.
+/// True if both have the same bits, or if both are NaN.
 inline bool sameNumber(double a, double b) {
   return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b));
 }

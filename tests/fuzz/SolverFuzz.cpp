@@ -13,7 +13,7 @@ namespace {
 
 int silent(const char*) { return 0; }
 
-// The same products through a class of the caller's, which is multiplied by as it is.
+// A class of the caller that gives the same products. The library makes no copy of it.
 class Own : public SpMat {
  public:
   explicit Own(const HSpMat& rows) : rows_(rows) {}
@@ -60,7 +60,7 @@ struct Problem {
       A.add(row);
       if (!row) continue;
       for (int k = choices.below(5); k > 0; --k) row->ins(choices.number(), choices.below(n));
-      // Like this most square matrices are definite enough for a solve to take its usual way.
+      // This makes most square matrices definite enough for an ordinary solve.
       if (plain && i < n) row->ins(12.0 + i, i);
       if (plain && i + 1 == m) row->ins(1.0, n - 1);
     }

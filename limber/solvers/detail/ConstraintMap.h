@@ -16,7 +16,7 @@ class ConstraintMap final : public LinearMap {
   SparseRows rows;
   /// The diagonals of V^-1 and D. If empty, they are ones and zeros.
   Doubles inverseMass, damp;
-  /// What the rounding of inverseMass took away.
+  /// The rounding errors of inverseMass.
   Doubles inverseMassRest;
 
   /// Copies the matrix and the vectors, scaled so that this map is 2^-power times the caller's. Returns an

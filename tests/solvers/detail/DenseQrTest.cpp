@@ -11,7 +11,7 @@ using namespace limber::detail;
 
 namespace {
 
-// Of the given rank, with columns of a norm near 1.
+// A matrix of the given rank whose columns have norms near 1.
 Dense ofRank(Dice* dice, int m, int n, int rank) {
   Dense left(m, rank), right(rank, n);
   for (int i = 0; i < m; ++i) {

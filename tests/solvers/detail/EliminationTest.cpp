@@ -239,7 +239,8 @@ TEST(Elimination, OrdersColumnsAsIfNearlyFullRowsWereNotThere) {
   for (int i = 0; i < 70; ++i) {
     for (int j = 0; j < n; ++j) full(i, j) = A(i, j);
   }
-  // For 60 columns a row of 77 entries or fewer counts, so none is left out; for 400 one of 201 is.
+  // Rows of more than 10 sqrt(columns) entries are left out: no row of 60 columns, and one of 201 entries of
+  // 400 columns.
   for (int j = 0; j < n; ++j) full(70, j) = 1.0;
   Ints with, without;
   orderColumns(A.rows(), &without);

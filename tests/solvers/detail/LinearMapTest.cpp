@@ -139,7 +139,7 @@ TEST(LinearMap, OfAForeignClassLosesNothingThatIsSmall) {
   EXPECT_EQ(expected, y);
 }
 
-// By the class's own way of u = A v - s u, which maps without entries use.
+// Maps without entries compute u = A v - s u by a function of their class.
 TEST(LinearMap, MultipliesBothWaysByTwoProducts) {
   Dice dice(5);
   const Dense A = randomDense(&dice, 8, 6);
