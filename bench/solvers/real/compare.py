@@ -1,19 +1,23 @@
 #!/usr/bin/python3
 """The front door beside Eigen, scipy and LAPACK, system by system.
 
-    compare.py PEERS [KIND FILE]...
+    compare.py PEERS [--limit SECONDS] [--only TEXT] [KIND FILE]...
 
 PEERS is the library that the preset bench builds from SolvePeers.cpp (build/bench/bench/solvers/libsolve_peers.so).
 Without files: the shared data, where they lie beside the checkout, and generated systems. KIND is definite,
 least-squares or square.
 
 A system is solved where the residual, recomputed in long double, is at most 1e-8 of the right-hand side (for
-least squares that of the normal equations). Every method runs with its defaults and a goal of 1e-10. Times are
-processor times in milliseconds, the best of a few; "--" is not solved, "n/a" not tried (dense methods above 3000
-unknowns).
+least squares that of the normal equations). Every method runs with its defaults and a goal of 1e-10, in a process of
+its own that may take SECONDS (20). Times are processor times in milliseconds, the best of a few;
+"--" is not solved, "n/a" not tried (dense methods above 3000 unknowns). --only takes the systems whose name contains
+TEXT.
 """
+import argparse
 import ctypes
 import os
+import pickle
+import signal
 import sys
 import time
 import warnings
@@ -110,6 +114,25 @@ class System:
         return max(self.A.shape) * min(self.A.shape) <= 3000 * 3000
 
 
+def limited(run, seconds):
+    """What run() returns, from a process of its own; None where that takes longer or crashes."""
+    sys.stdout.flush()
+    readable, writable = os.pipe()
+    child = os.fork()
+    if child == 0:
+        signal.alarm(seconds)  # a limit of processor time would make the clock of that time coarse
+        try:
+            with os.fdopen(writable, "wb") as pipe:
+                pickle.dump(run(), pipe)
+            os._exit(0)
+        finally:
+            os._exit(1)
+    os.close(writable)
+    with os.fdopen(readable, "rb") as pipe:
+        data = pipe.read()
+    return pickle.loads(data) if os.waitpid(child, 0)[1] == 0 else None
+
+
 def best(method, times=5, budget=0.5):
     begin, least, x = time.process_time(), np.inf, None
     for k in range(times):
@@ -131,7 +154,7 @@ def timed(method):
     return run
 
 
-def peers_of(system, library, limited=False):
+def peers_of(system, library):
     """(group, name, method) for all that can solve the system; a method gives x and seconds."""
     A, b, kind = system.A, system.b, system.kind
     C = A.tocsc()
@@ -156,9 +179,8 @@ def peers_of(system, library, limited=False):
     elif kind == "square":
         found += [("Eigen", "BiCGSTAB", eigen(4)), ("Eigen", "BiCGSTAB+ILUT", eigen(5)), ("Eigen", "LU", eigen(6)),
                   ("scipy", "bicg", krylov(sla.bicg)), ("scipy", "bicgstab", krylov(sla.bicgstab)),
-                  ("scipy", "splu", timed(lambda: sla.splu(C).solve(b)))]
-        if not limited:
-            found.append(("scipy", "gmres", krylov(sla.gmres, maxiter=20)))
+                  ("scipy", "splu", timed(lambda: sla.splu(C).solve(b))),
+                  ("scipy", "gmres", krylov(sla.gmres, maxiter=20))]
         if system.dense():
             found.append(("LAPACK", "gesv", timed(lambda: np.linalg.solve(A.toarray(), b))))
     else:
@@ -173,8 +195,9 @@ def peers_of(system, library, limited=False):
 class Table:
     """One line a system: for each group of peers the fastest method that solves it."""
 
-    def __init__(self, library):
-        self.library, self.nobody, self.lost, self.wrong, self.slower = library, [], [], [], []
+    def __init__(self, library, limit):
+        self.library, self.limit = library, limit
+        self.nobody, self.lost, self.wrong, self.slower = [], [], [], []
         print("| system | size | Limber | Eigen | scipy | LAPACK |\n|---|---|---|---|---|---|")
 
     def add(self, system):
@@ -185,7 +208,9 @@ class Table:
             last["status"], last["iterations"] = STATUS[answer.status], answer.iterations
             return x, answer.seconds
 
-        x, seconds = best(ours)
+        result = limited(lambda: (*best(ours), last), self.limit)
+        x, seconds, last = result or (np.full(system.A.shape[1], np.nan), np.inf,
+                                      {"status": "out of time", "iterations": 0})
         truth = system.relative(x)
         mine = truth <= SOLVED
         cells = ["%s %.1e, %d its, %.3g" % ("" if mine else "--", truth, last["iterations"], 1e3 * seconds)]
@@ -196,7 +221,7 @@ class Table:
         groups = {}
         for group, name, method in peers_of(system, self.library):
             groups.setdefault(group, [])
-            y, spent = best(method, 3)
+            y, spent = limited(lambda: best(method, 3), self.limit) or (np.array([]), np.inf)
             rest = system.relative(y) if y.size == x.size else np.inf
             groups[group].append((not rest <= SOLVED, spent, name, rest))
         for group in ["Eigen", "scipy", "LAPACK"]:
@@ -279,29 +304,36 @@ SHARED = {"definite": ["494_bus.mtx", "bcsstk01.mtx", "gr_30_30.mtx", "nos3.mtx"
           "square": ["jpwh_991.mtx", "west0067.mtx", "orsirr_1.mtx"]}
 
 
-def main(arguments):
-    library = Peers(arguments[0])
-    table = Table(library)
-    pairs = list(zip(arguments[1::2], arguments[2::2]))
-    if not pairs:
+def systems(files):
+    """(name, kind, A) of the files, or of the shared ones and the generated systems."""
+    pairs = list(zip(files[::2], files[1::2]))
+    if not files:
         here = os.path.dirname(os.path.abspath(__file__))
         folder = os.path.join(here, "..", "..", "..", "..", "shared", "data")
         pairs = [(kind, os.path.join(folder, name)) for kind, names in SHARED.items() for name in names]
     for kind, path in pairs:
-        if not os.path.exists(path):
+        if os.path.exists(path):
+            yield os.path.basename(path), kind, sp.csr_matrix(scipy.io.mmread(path))
+        else:
             print("%s is not there: skipped" % path)
-            continue
-        A = sp.csr_matrix(scipy.io.mmread(path))
+    if not files:
+        yield from generated(np.random.default_rng(1))
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("peers")
+    parser.add_argument("--limit", type=int, default=20)
+    parser.add_argument("--only", default="")
+    parser.add_argument("files", nargs="*")
+    options = parser.parse_args()
+    table = Table(Peers(options.peers), options.limit)
+    for name, kind, A in systems(options.files):
         for what, b in right_hand_sides(A):
-            table.add(System("%s, %s" % (os.path.basename(path), what), kind, A, b))
-    if len(arguments) == 1:
-        for name, kind, A in generated(np.random.default_rng(1)):
-            for what, b in right_hand_sides(A):
+            if options.only in name:
                 table.add(System("%s, %s" % (name, what), kind, A, b))
     table.finish()
 
 
 if __name__ == "__main__":
-    if len(sys.argv) < 2:
-        sys.exit(__doc__)
-    main(sys.argv[1:])
+    main()

@@ -114,7 +114,7 @@ Outcome solveAnySquare(LinearSystem& system) {
   const Arranged arranged(system.rows);
   IncompleteLu incomplete;
   const bool factored = incomplete.factor(arranged.rows);
-  bool direct = false;
+  bool orthogonal = false;  // the QR factor has been tried
   outcome = escalate(
       system, budget,
       [&](int iterations) {
@@ -122,9 +122,9 @@ Outcome solveAnySquare(LinearSystem& system) {
         return correctByBiCGStab(system, arranged.units, map, factored ? &incomplete : nullptr, iterations);
       },
       [&](const Allowance& allowance, Outcome* result) {
-        if (factoredBiCGStab(system, arranged, allowance, 20, result)) direct = true;
-        if (direct && !system.ended()) conditionedLsmr(system, allowance, 50, result);
-        return direct;
+        if (!factoredBiCGStab(system, arranged, allowance, 20, result)) return false;
+        if (!system.ended()) orthogonal = conditionedLsmr(system, allowance, 50, result);
+        return true;
       });
   if (!system.ended()) denseMethod(system, lastResort);
   if (worthPolish(system, false)) {
@@ -132,7 +132,7 @@ Outcome solveAnySquare(LinearSystem& system) {
     factoredBiCGStab(system, arranged, polishAllowance(system, false), 2, &outcome);
     system.endPolish();
   }
-  if (!system.ended() && !direct && !conditionedLsmr(system, Allowance(), 50, &outcome)) {
+  if (!system.ended() && !orthogonal && !conditionedLsmr(system, Allowance(), 50, &outcome)) {
     outcome = scaledLsmr(system, system.run.limit);
   }
   return system.run.mustEnd() ? system.run.whyEnded() : outcome;
