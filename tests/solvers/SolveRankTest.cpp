@@ -75,6 +75,25 @@ TEST(SolveRank, ConsistentSingularSquareSystemsAreSolved) {
   }
 }
 
+// An entry that is nearly zero makes x as large as doubles can be; the residual must not become a NaN then.
+TEST(SolveRank, TheResidualOfASolutionNearTheLargestNumberIsANumber) {
+  for (const double tiny : {1e-290, 1e-298, 1e-302, 1e-306}) {
+    for (const auto solve : {solveSquare, solveLeastSquares, solvePositiveDefinite}) {
+      Entries A(4, 4);
+      for (int i = 0; i < 4; ++i) A.add(i, i, i == 1 ? tiny : 1.0);
+      A.add(2, 1, 1e-3 * tiny);
+      A.add(1, 2, 1e-3 * tiny);
+      Vector b = Random(9).vector(4), x;
+      SolveOptions options;
+      options.relative = 0.0;
+      const SolveReport report = solve(A.matrix(), b, &x, options);
+      EXPECT_TRUE(std::isfinite(report.relativeResidual)) << report.message;
+      ASSERT_EQ(4, x.count);
+      for (int i = 0; i < 4; ++i) EXPECT_TRUE(std::isfinite(x[i]));
+    }
+  }
+}
+
 TEST(SolveRank, RankDeficientLeastSquaresProblemsAreSolved) {
   for (unsigned seed = 1; seed <= 20; ++seed) {
     SCOPED_TRACE(seed);

@@ -164,12 +164,29 @@ double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
     const double plain = sizeOf(rOut, gOut);
     if (!(plain <= 2.0 * goal) || !roundingMatters(at)) return plain;
   }
-  if (leastSquares()) {
-    map->preciseGradient(b.data(), at, rOut, gOut);
+  // larger elements overflow where their products are split
+  constexpr int most = 900;
+  const int excess = largestExponent(width, at) - most;
+  if (excess <= 0) {
+    multiplyPrecisely(b.data(), at, rOut, gOut);
   } else {
-    map->preciseResidual(b.data(), at, rOut);
+    Doubles smallB = b, smallX(width);
+    std::copy_n(at, width, smallX.data());
+    scaleByPowerOfTwo(height, smallB.data(), -excess);
+    scaleByPowerOfTwo(width, smallX.data(), -excess);
+    multiplyPrecisely(smallB.data(), smallX.data(), rOut, gOut);
+    scaleByPowerOfTwo(height, rOut, excess);
+    if (leastSquares()) scaleByPowerOfTwo(width, gOut, excess);
   }
   return sizeOf(rOut, gOut);
+}
+
+void LinearSystem::multiplyPrecisely(const double* right, const double* at, double* rOut, double* gOut) {
+  if (leastSquares()) {
+    map->preciseGradient(right, at, rOut, gOut);
+  } else {
+    map->preciseResidual(right, at, rOut);
+  }
 }
 
 void LinearSystem::measurePrecisely() {

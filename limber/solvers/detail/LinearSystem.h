@@ -95,6 +95,7 @@ class LinearSystem {
   double sizeOf(const double* itsR, const double* itsG) const;
   bool roundingMatters(const double* at) const;
   bool unsolvable() const;
+  void multiplyPrecisely(const double* right, const double* at, double* r, double* g);
   const char* limitOfPrecision() const;
   const char* takeVectors(const Vector& right, const Vector& start);
   const Kind kind_;
