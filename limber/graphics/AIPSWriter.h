@@ -122,21 +122,15 @@ class LIMBER_API AIPSWriter {
   }
   template <class X, class... Coordinates>
   void poly(int n, X x, Coordinates... rest) {
-    static_assert(sizeof...(rest) % 2 == 1, "coordinates come in pairs");
-    const double xy[] = {static_cast<double>(x), static_cast<double>(rest)...};
-    drawClosed(points(n, 1 + sizeof...(rest)), xy, "f\n");
+    drawPairs("f\n", n, x, rest...);
   }
   template <class X, class... Coordinates>
   void polyAndStroke(int n, X x, Coordinates... rest) {
-    static_assert(sizeof...(rest) % 2 == 1, "coordinates come in pairs");
-    const double xy[] = {static_cast<double>(x), static_cast<double>(rest)...};
-    drawClosed(points(n, 1 + sizeof...(rest)), xy, "b\n");
+    drawPairs("b\n", n, x, rest...);
   }
   template <class X, class... Coordinates>
   void closedLine(int n, X x, Coordinates... rest) {
-    static_assert(sizeof...(rest) % 2 == 1, "coordinates come in pairs");
-    const double xy[] = {static_cast<double>(x), static_cast<double>(rest)...};
-    drawClosed(points(n, 1 + sizeof...(rest)), xy, "s\n");
+    drawPairs("s\n", n, x, rest...);
   }
   void line2(double x1, double y1, double x2, double y2);
 
@@ -165,6 +159,12 @@ class LIMBER_API AIPSWriter {
   LIMBER_HIDDEN void pushCopy(const AIPSMatrix& matrix);
   LIMBER_HIDDEN void cmyk(double r, double g, double b, const char* colourName, char unnamed, char named);
   LIMBER_HIDDEN void boxPath(double inset);
+  template <class... Coordinates>
+  void drawPairs(const char* paint, int n, Coordinates... coordinates) {
+    static_assert(sizeof...(coordinates) % 2 == 0, "coordinates come in pairs");
+    const double xy[] = {static_cast<double>(coordinates)...};
+    drawClosed(points(n, sizeof...(coordinates)), xy, paint);
+  }
   int points(int announced, std::size_t coordinates) const;
   void drawNothing(int announced, const char* paint);
   void drawLine(int n, const double* xy);
