@@ -55,7 +55,8 @@ class QuotientGraph {
     of_[i].push(clique);
   }
 
-  bool eliminate(double mostEntries, Elimination* out);
+  // Computes the order and, if `pattern`, the rows of the factor. False if it has more entries than that.
+  bool eliminate(double mostEntries, bool pattern, Elimination* out);
 
  private:
   int addClique() {
@@ -142,7 +143,7 @@ void QuotientGraph::update(int, int step, const Ints& reached, int left, DegreeL
   members_[clique] = reached;
 }
 
-bool QuotientGraph::eliminate(double mostEntries, Elimination* out) {
+bool QuotientGraph::eliminate(double mostEntries, bool pattern, Elimination* out) {
   DegreeLists lists(n_);
   for (int i = n_ - 1; i >= 0; --i) lists.insert(i, firstDegree(i));
   out->order.resize(n_);
@@ -150,13 +151,17 @@ bool QuotientGraph::eliminate(double mostEntries, Elimination* out) {
   out->start.assign(n_ + 1, 0);
   out->index.resize(0);
   Ints reached;
+  double entries = 0.0;
   for (int k = 0; k < n_; ++k) {
     const int p = lists.takeLeast();
     out->order[k] = p;
     out->position[p] = k;
     gather(p, k, &reached);
-    if (out->index.size() + static_cast<double>(reached.size()) > mostEntries) return false;
-    for (const int i : reached) out->index.push(i);
+    entries += reached.size();
+    if (entries > mostEntries) return false;
+    if (pattern) {
+      for (const int i : reached) out->index.push(i);
+    }
     out->start[k + 1] = out->index.size();
     if (reached.size() > 0) update(p, k, reached, n_ - k - 1, &lists);
   }
@@ -177,7 +182,7 @@ bool eliminateColumns(const SparseRows& A, const Allowance& allowance, Eliminati
     if (entriesOf(A, i) > 30000) return false;
     for (int k = A.start[i]; k < A.start[i + 1]; ++k) graph.join(i, A.index[k]);
   }
-  if (!graph.eliminate(allowance.entries, out)) return false;
+  if (!graph.eliminate(allowance.entries, true, out)) return false;
   // rows go from each column to the next one that they reach, at most as many as the column has entries
   const int n = A.width;
   Doubles rows(n + 1);
@@ -210,7 +215,7 @@ bool eliminateSymmetric(const SparseRows& A, const Allowance& allowance, Elimina
       graph.join(edges++, A.index[k]);
     }
   }
-  if (!graph.eliminate(allowance.entries, out)) return false;
+  if (!graph.eliminate(allowance.entries, true, out)) return false;
   out->operations = 0.0;
   for (int k = 0; k < n; ++k) {
     const double entries = out->start[k + 1] - out->start[k] + 1.0;
@@ -241,7 +246,7 @@ void orderColumns(const SparseRows& A, Ints* order) {
     for (int k = A.start[i]; k < A.start[i + 1]; ++k) graph.join(i, A.index[k]);
   }
   Elimination elimination;
-  if (graph.eliminate(2e8, &elimination)) {
+  if (graph.eliminate(2e8, false, &elimination)) {
     order->swap(elimination.order);
     return;
   }

@@ -75,41 +75,48 @@ void SparseLu::prune(int k, int pivotRow) {
   }
 }
 
-bool SparseLu::factor(const SparseRows& A, const Allowance& allowance) {
-  n_ = A.height;
-  const SparseRows columns = A.transposed();
-  orderColumns(A, &order_);
-  position_.assign(n_, -1);
-  lowerStart_.assign(n_ + 1, 0);
-  upperStart_.assign(n_ + 1, 0);
-  searchEnd_.assign(n_, 0);
-  pivot_.assign(n_, 1.0);
-  work_.assign(n_, 0.0);
-  found_.assign(n_, 0);
-  stack_.assign(n_, 0);
-  next_.assign(n_, 0);
-  mark_.assign(n_, -1);
-  double operations = 0.0;
-  for (int k = 0; k < n_; ++k) {
-    const int j = order_[k];
-    lowerStart_[k + 1] = lowerStart_[k];
-    reach(columns, j);
-    for (int e = columns.start[j]; e < columns.start[j + 1]; ++e) {
-      work_[columns.index[e]] = columns.value[e];
-    }
-    for (int t = top_; t < n_; ++t) {
-      const int i = found_[t];
-      const int column = position_[i];
-      const double x = work_[i];
-      if (column < 0) continue;
-      upperIndex_.push(column);
-      upper_.push(x);
-      work_[i] = 0.0;
-      const int end = lowerStart_[column + 1];
-      operations += 2.0 * (end - lowerStart_[column]) + 1.0;
-      for (int e = lowerStart_[column]; e < end; ++e) work_[lowerIndex_[e]] -= lower_[e] * x;
-    }
-    upperStart_[k + 1] = upper_.size();
+// Computes column order_[k] of A in work_, reduced by the existing columns of L. The elements of U go to its
+// column k.
+void SparseLu::reduce(const SparseRows& columns, int k) {
+  const int j = order_[k];
+  reach(columns, j);
+  for (int e = columns.start[j]; e < columns.start[j + 1]; ++e) work_[columns.index[e]] = columns.value[e];
+  for (int t = top_; t < n_; ++t) {
+    const int i = found_[t];
+    const int column = position_[i];
+    const double x = work_[i];
+    if (column < 0) continue;
+    upperIndex_.push(column);
+    upper_.push(x);
+    work_[i] = 0.0;
+    const int end = lowerStart_[column + 1];
+    operations_ += 2.0 * (end - lowerStart_[column]) + 1.0;
+    for (int e = lowerStart_[column]; e < end; ++e) work_[lowerIndex_[e]] -= lower_[e] * x;
+  }
+  upperStart_[k + 1] = upper_.size();
+}
+
+bool SparseLu::tooMuch(const Allowance& allowance) const {
+  const double tail = tail_.size();
+  return lower_.size() + static_cast<double>(upper_.size()) + tail * tail > allowance.entries ||
+         operations_ > allowance.operations;
+}
+
+// True if the columns from k on should be factored as a dense matrix: the last columns of L were nearly full,
+// and the matrix is not too large.
+bool SparseLu::worthDense(int k, const Allowance& allowance) {
+  constexpr int enough = 8, least = 64;
+  const double rest = n_ - k, entries = lower_.size() + static_cast<double>(upper_.size());
+  const bool full = k > 0 && lowerStart_[k] - lowerStart_[k - 1] > 0.5 * rest;
+  fullColumns_ = full ? fullColumns_ + 1 : 0;
+  return fullColumns_ >= enough && rest >= least && entries + rest * rest <= allowance.entries &&
+         operations_ + 0.7 * rest * rest * rest <= allowance.operations;
+}
+
+bool SparseLu::factorSparse(const SparseRows& columns, const Allowance& allowance) {
+  for (sparse_ = 0; sparse_ < n_ && !worthDense(sparse_, allowance); ++sparse_) {
+    const int k = sparse_, j = order_[k];
+    reduce(columns, k);
     int chosen = pivotRow(j);
     if (chosen < 0) {
       ++defects_;
@@ -129,20 +136,64 @@ bool SparseLu::factor(const SparseRows& A, const Allowance& allowance) {
     }
     lowerStart_[k + 1] = searchEnd_[k] = lower_.size();
     prune(k, chosen);
-    if (lower_.size() + static_cast<double>(upper_.size()) > allowance.entries) return false;
-    if (operations > allowance.operations) return false;
+    if (tooMuch(allowance)) return false;
   }
+  return true;
+}
+
+// Reduces the remaining columns by the sparse ones and factors them as a dense matrix.
+bool SparseLu::factorTail(const SparseRows& columns, const Allowance& allowance) {
+  Ints rows, place(n_, -1);
+  for (int i = 0; i < n_; ++i) {
+    if (position_[i] >= 0) continue;
+    place[i] = rows.size();
+    rows.push(i);
+  }
+  tail_.clear(rows.size());
+  for (int k = sparse_; k < n_; ++k) {
+    reduce(columns, k);
+    double* const full = tail_.column(k - sparse_);
+    for (int t = top_; t < n_; ++t) {
+      const int i = found_[t];
+      if (place[i] >= 0) full[place[i]] = work_[i];
+      work_[i] = 0.0;
+    }
+    if (tooMuch(allowance)) return false;
+  }
+  defects_ += tail_.factor(&rows);
+  for (int k = sparse_; k < n_; ++k) position_[rows[k - sparse_]] = k;
+  return true;
+}
+
+bool SparseLu::factor(const SparseRows& A, const Allowance& allowance) {
+  *this = SparseLu();
+  n_ = A.height;
+  const SparseRows columns = A.transposed();
+  orderColumns(A, &order_);
+  position_.assign(n_, -1);
+  lowerStart_.assign(n_ + 1, 0);
+  upperStart_.assign(n_ + 1, 0);
+  searchEnd_.assign(n_, 0);
+  pivot_.assign(n_, 1.0);
+  work_.assign(n_, 0.0);
+  found_.assign(n_, 0);
+  stack_.assign(n_, 0);
+  next_.assign(n_, 0);
+  mark_.assign(n_, -1);
+  if (!factorSparse(columns, allowance) || !factorTail(columns, allowance)) return false;
   for (int& i : lowerIndex_) i = position_[i];
   return true;
 }
 
 bool SparseLu::apply(const double* r, double* z) {
   for (int i = 0; i < n_; ++i) work_[position_[i]] = r[i];
-  for (int k = 0; k < n_; ++k) {
+  for (int k = 0; k < sparse_; ++k) {
     const double y = work_[k];
     if (y == 0.0) continue;
     for (int e = lowerStart_[k]; e < lowerStart_[k + 1]; ++e) work_[lowerIndex_[e]] -= lower_[e] * y;
   }
+  tail_.solveLower(work_.data() + sparse_);
+  tail_.solveUpper(work_.data() + sparse_);
   for (int k = n_ - 1; k >= 0; --k) {
     const double y = work_[k] /= pivot_[k];
     if (y == 0.0) continue;

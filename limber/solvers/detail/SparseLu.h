@@ -3,14 +3,15 @@
 /// @file
 /// The sparse LU factor.
 
+#include "limber/solvers/detail/DenseLu.h"
 #include "limber/solvers/detail/Elimination.h"
 #include "limber/solvers/detail/LinearMap.h"
 
 namespace limber::detail {
 
 /// P A Q = L U, column by column, with row exchanges (Gilbert and Peierls 1988) and symmetric pruning
-/// (Eisenstat and Liu 1992). The order of the columns keeps the fill small. A column without a pivot gets the
-/// pivot 1.
+/// (Eisenstat and Liu 1992). The order of the columns keeps the fill small. Once the columns of L are nearly
+/// full, the rest is factored as a dense matrix. A column without a pivot gets the pivot 1.
 class SparseLu final : public Inverse {
  public:
   /// False if it costs more than allowed.
@@ -21,6 +22,11 @@ class SparseLu final : public Inverse {
 
  private:
   void reach(const SparseRows& columns, int j);
+  void reduce(const SparseRows& columns, int k);
+  bool factorSparse(const SparseRows& columns, const Allowance& allowance);
+  bool factorTail(const SparseRows& columns, const Allowance& allowance);
+  bool worthDense(int k, const Allowance& allowance);
+  bool tooMuch(const Allowance& allowance) const;
   int pivotRow(int j) const;
   void prune(int k, int pivotRow);
 
@@ -34,6 +40,10 @@ class SparseLu final : public Inverse {
   // for one column: the rows that it reaches in topological order from top_ on, and the lists of the search
   Ints found_, stack_, next_, mark_;
   int top_ = 0, freeRow_ = 0;
+  // the number of sparse columns, and the factor of the rest
+  int sparse_ = 0, fullColumns_ = 0;
+  double operations_ = 0.0;
+  DenseLu tail_;
 };
 
 }  // namespace limber::detail
