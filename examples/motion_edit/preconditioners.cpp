@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cmath>
 #include <deque>
-#include <functional>
 
 #include "limber/limber.h"
 
@@ -116,6 +115,25 @@ void copyRows(const Holds& holds, const Skeleton& skeleton, const std::vector<in
   }
 }
 
+// Solves the system with the preconditioner that `make` constructs.
+template <class Make>
+Convergence converge(const char* name, DualSystem& system, Vector misses, Make make) {
+  Convergence run = {name, {}, 0.0};
+  const auto begun = std::chrono::steady_clock::now();
+  auto preconditioner = make();
+  const CGTuning tuning(accuracy, misses);
+  cg_observer = record;
+  cg_observerData = &run.residuals;
+  Vector x(misses.size());
+  double rsq, rsqOut;
+  int iterations;
+  CGIStatus status;
+  mcgradI(&system, &x, &misses, rsq, rsqOut, iterations, status, multFunA, &preconditioner);
+  run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
+  for (double& residual : run.residuals) residual /= misses.mag();
+  return run;
+}
+
 }  // namespace
 
 std::vector<Convergence> comparePreconditioners(const Clip& original, const std::vector<Constraint>& wishes,
@@ -148,41 +166,10 @@ std::vector<Convergence> comparePreconditioners(const Clip& original, const std:
   for (int i = 0; i < damping.size(); ++i) damping[i] = 1.0 / list[static_cast<std::size_t>(i / 3)].weight;
 
   DualSystem system(measure, holds);
-  Vector misses(holds.misses());
-  std::vector<Convergence> runs;
-  const auto add = [&](const char* name,
-                       const std::function<void(const std::function<void(Preconditioner*)>&)>& with) {
-    const auto begun = std::chrono::steady_clock::now();
-    Convergence run = {name, {}, 0.0};
-    with([&](Preconditioner* preconditioner) {
-      const CGTuning tuning(accuracy, misses);
-      cg_observer = record;
-      cg_observerData = &run.residuals;
-      Vector x(misses.size());
-      double rsq, rsqOut;
-      int iterations;
-      CGIStatus status;
-      mcgradI(&system, &x, &misses, rsq, rsqOut, iterations, status, multFunA, preconditioner);
-    });
-    run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
-    for (double& residual : run.residuals) residual /= misses.mag();
-    runs.push_back(run);
-  };
-  add("none", [](const auto& solve) {
-    Preconditioner none;
-    solve(&none);
-  });
-  add("diagonal", [&](const auto& solve) {
-    JJtPrecond diagonal(&rows, &spread, &damping);
-    solve(&diagonal);
-  });
-  add("blocks of frames", [&](const auto& solve) {
-    JJtCholeskyPrecond blocks(&rows, halfBandwidth(&rows), &spread, &damping);
-    solve(&blocks);
-  });
-  add("factor of the edit", [&](const auto& solve) {
-    PrimalFactor factor(measure, holds);
-    solve(&factor);
-  });
-  return runs;
+  const Vector misses(holds.misses());
+  return {converge("none", system, misses, [] { return Preconditioner(); }),
+          converge("diagonal", system, misses, [&] { return JJtPrecond(&rows, &spread, &damping); }),
+          converge("blocks of frames", system, misses,
+                   [&] { return JJtCholeskyPrecond(&rows, halfBandwidth(&rows), &spread, &damping); }),
+          converge("factor of the edit", system, misses, [&] { return PrimalFactor(measure, holds); })};
 }
