@@ -21,6 +21,9 @@ using detail::Tracks;
 
 constexpr double sliding = 3.0;  // factor for the speeds and distances of the options if no foot stands still
 
+constexpr double aside =
+    0.75;  // fraction of ContactOptions::nearby: a joint that stands this far away has stepped aside
+
 constexpr double elsewhere = 0.1;  // heights: a joint that is this far away after a short gap has jumped
 
 // A run of frames, both ends included.
@@ -106,13 +109,15 @@ class ContactFinder {
     return detail::stillestPlace(tracks_, skeleton_.height(), foot.joint, run.first, run.last);
   }
 
-  // True if two runs are one contact: the joint soon stands again and stays near its place in between.
+  // True if two runs are one contact: the joint soon stands at the same place again and stays near it in
+  // between.
   bool isOne(const FootJoint& foot, const Run& a, const Run& b) const {
     if (b.first - a.last - 1 > frames(options_.soon)) return false;
     const Pnt3 place = placeOf(foot, a);
+    const double most = slide_ * options_.nearby * skeleton_.height();
+    if ((placeOf(foot, b) - place).length() > aside * most) return false;
     for (int f = a.last + 1; f <= b.first; ++f) {
-      if ((tracks_.at(foot.joint, f) - place).length() > slide_ * options_.nearby * skeleton_.height())
-        return false;
+      if ((tracks_.at(foot.joint, f) - place).length() > most) return false;
     }
     return true;
   }

@@ -17,8 +17,8 @@ namespace limber::motion {
 /// What counts as standing. Heights and distances are fractions of the body's height (Skeleton::height),
 /// speeds are such fractions per second, and times are in seconds. A joint certainly stands while it is low
 /// and slow for long enough; short gaps are closed. Two such runs are one contact if the joint stays near its
-/// place in between. A contact extends on both sides as long as the joint is neither high nor fast and does
-/// not stray from its place (hysteresis).
+/// place in between, and then stands within three quarters of that distance from it. A contact extends on
+/// both sides as long as the joint is neither high nor fast and does not stray from its place (hysteresis).
 struct ContactOptions {
   double low = 0.05, slow = 0.1;            ///< low and slow enough to stand certainly
   double shortest = 0.1;                    ///< for at least this time

@@ -6,37 +6,14 @@
 
 #include "limber_motion/Error.h"
 #include "limber_motion/Skeleton.h"
+#include "limber_motion/detail/Jerk.h"
+#include "limber_motion/detail/Places.h"
 
 namespace limber::motion {
 
 namespace {
 
-// The positions of all joints in all frames, in body heights.
-class Places {
- public:
-  Places(const Clip& clip, const Skeleton& skeleton) : joints_(clip.joints.size()) {
-    const double height = skeleton.height() > 0.0 ? skeleton.height() : 1.0;
-    for (int f = 0; f < clip.frames; ++f) {
-      for (const Pnt3& p : skeleton.positions(clip.frame(f))) at_.push_back(p * (1.0 / height));
-    }
-  }
-  const Pnt3& at(int joint, int frame) const {
-    return at_[static_cast<std::size_t>(frame) * joints_ + static_cast<std::size_t>(joint)];
-  }
-  double third(int joint, int f) const {
-    return (at(joint, f + 3) - at(joint, f + 2) * 3.0 + at(joint, f + 1) * 3.0 - at(joint, f)).length();
-  }
-  // The largest third difference from frame `first` to `last`.
-  double largestThird(int joint, int first, int last) const {
-    double largest = 0.0;
-    for (int f = first; f <= last; ++f) largest = std::max(largest, third(joint, f));
-    return largest;
-  }
-
- private:
-  std::size_t joints_;
-  std::vector<Pnt3> at_;
-};
+using detail::Places;
 
 // The number of frames in a time, rounded to the nearest integer (halves to the even one).
 int framesIn(double seconds, const Clip& clip) {
@@ -141,22 +118,13 @@ double below(const Clip& clip, const Places& places, const std::vector<Stand>& s
 
 void measureJerk(const Clip& clip, const Places& before, const Places& after,
                  const std::vector<Stand>& stands, Quality* quality) {
-  const int near = std::max(2, framesIn(0.1, clip));
-  const double least = clip.frameTime * clip.frameTime * clip.frameTime;
   double sum = 0.0;
-  int count = 0;
-  for (const Stand& stand : stands) {
-    for (const int edge : {stand.first, stand.end - 1}) {
-      const int first = std::max(0, edge - near - 2), last = std::min(clip.frames - 3, edge + near) - 1;
-      if (first > last) continue;
-      const double ratio = after.largestThird(stand.joint, first, last) /
-                           std::max(before.largestThird(stand.joint, first, last), least);
-      sum += ratio;
-      ++count;
-      quality->largestEdgeJerk = std::max(quality->largestEdgeJerk, ratio);
-    }
+  const std::vector<detail::EndJerk> ends = detail::endJerks(before, after, stands, clip.frameTime);
+  for (const detail::EndJerk& end : ends) {
+    sum += end.ratio;
+    quality->largestEdgeJerk = std::max(quality->largestEdgeJerk, end.ratio);
   }
-  quality->edgeJerk = count ? sum / count : 0.0;
+  quality->edgeJerk = ends.empty() ? 0.0 : sum / static_cast<double>(ends.size());
   double squares[2] = {0.0, 0.0};
   for (int j = 0; j < static_cast<int>(clip.joints.size()); ++j) {
     for (int f = 0; f + 3 < clip.frames; ++f) {

@@ -24,14 +24,18 @@ std::string place(const std::string& joint, int frame) {
 }  // namespace
 
 std::string textOf(const Report& r) {
-  std::string out = r.met ? "Met: every held joint is where it shall be in every frame.\n" : "Not met.\n";
+  std::string out = !r.met ? "Not met.\n"
+                    : r.looseFrames > 0
+                        ? "Met: every firmly held joint is where it shall be in every frame.\n"
+                        : "Met: every held joint is where it shall be in every frame.\n";
   for (const std::string& reason : r.reasons) out += "  " + reason + "\n";
   const auto line = [&](const char* label, const std::string& value) {
     std::string head = label;
     head.resize(16, ' ');
     out += head + value + "\n";
   };
-  line("contacts", std::to_string(r.contacts) + ", " + std::to_string(r.heldFrames) + " frames in all");
+  line("contacts", std::to_string(r.contacts) + ", " + std::to_string(r.heldFrames) + " frames in all" +
+                       (r.looseFrames > 0 ? ", " + std::to_string(r.looseFrames) + " held loosely" : ""));
   line("largest miss", length(r.missAfter, r) + ", before " + number(r.missBefore) +
                            (r.missAfter > 0.1 * r.goal ? place(r.missJoint, r.missFrame) : ""));
   line("skate", number(r.skateBefore) + " -> " + number(r.skateAfter) + " heights a second in the mean, " +
@@ -61,6 +65,7 @@ std::string jsonOf(const Report& r) {
   field("height", jsonNumber(r.height));
   field("contacts", std::to_string(r.contacts));
   field("heldFrames", std::to_string(r.heldFrames));
+  field("looseFrames", std::to_string(r.looseFrames));
   field("skateBefore", jsonNumber(r.skateBefore));
   field("skateAfter", jsonNumber(r.skateAfter));
   field("fastestBefore", jsonNumber(r.fastestBefore));

@@ -24,15 +24,17 @@ struct EditStep {
 /// The outcome of an edit. Everything is computed from the clip before and after the edit, over all frames.
 /// Lengths are fractions of the body's height, speeds are such fractions per second, angles are in radians.
 struct Report {
-  bool met = false;  ///< every held joint is within the goal in every frame, no target was refused, and the
-                     ///< observer did not end the edit
+  bool met = false;  ///< every firmly held joint is within the goal in every frame, no target was refused,
+                     ///< and the observer did not end the edit
   bool impossible = false;           ///< no motion can meet all targets, or there were no targets
   std::vector<std::string> reasons;  ///< why the edit was not met, one sentence each
   std::vector<std::string> notes;    ///< other facts that the animator should know
   double height = 0.0;               ///< of the body, in the clip's unit
 
-  int contacts = 0;    ///< runs of frames in which a foot is held, or any joint for at least 0.25 s
-  int heldFrames = 0;  ///< the number of their frames, summed over all joints
+  int contacts = 0;     ///< runs of frames in which a foot is held, or any joint for at least 0.25 s
+  int heldFrames = 0;   ///< the number of their frames, summed over all joints
+  int looseFrames = 0;  ///< those of them in which the contact is held only loosely, because the joint would
+                        ///< jerk or turn too far otherwise; they do not count in the misses
   double skateBefore = 0.0, skateAfter = 0.0;      ///< mean horizontal speed in these frames
   double fastestBefore = 0.0, fastestAfter = 0.0;  ///< largest
   double missBefore = 0.0, missAfter = 0.0;        ///< largest distance from a target

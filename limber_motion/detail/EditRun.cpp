@@ -14,7 +14,9 @@ namespace {
 constexpr double longReach =
     0.25;  // seconds: if a hand is held for a shorter time, that is a movement and not a contact
 constexpr double smoothEdge = 3.0, smoothBody = 1.7;  // largest ratios of jerk that look smooth
+constexpr int mostLoosened = 6;                       // attempts
 constexpr double rounding = 1e-6;                     // heights: rounding of the lengths of bones
+constexpr double leastMiss = 1e-5;                    // heights: no contact is loosened for a smaller miss
 constexpr double unchanged = 1e-9;                    // radians or heights: a smaller change is none
 
 Clip unwrapped(Clip clip) {
@@ -41,7 +43,9 @@ EditRun::EditRun(Clip* clip, const Contacts& feet, const std::vector<Constraint>
       impossible_(ReachCheck(original_, skeleton_, wishes, rank, feet.feet,
                              std::max(2.0 * options.goal, rounding) * skeleton_.height())
                       .find()),
-      floor_(continuous_, skeleton_, feet, options.ground) {}
+      floor_(continuous_, skeleton_, feet, options.ground),
+      task_{continuous_, skeleton_, impossible_.aims, rank_, options_},
+      loosening_(task_) {}
 
 Report EditRun::run() {
   report_.height = skeleton_.height();
@@ -52,21 +56,23 @@ Report EditRun::run() {
   while (attempt(&givingUp)) continue;
   measure();
   if (!report_.met) explain();
+  for (const std::string& note : loosening_.notes(clip_)) report_.notes.push_back(note);
   noteGimbalLock();
   return report_;
 }
 
 // Returns true if another attempt may be better.
 bool EditRun::attempt(GivingUp* givingUp) {
-  const Task task = {continuous_, skeleton_, impossible_.aims, rank_, options_};
-  Motion motion(task, givingUp->wishes(), givingUp->pull(), floor_);
-  motion.run();
-  report_.steps = motion.steps();
-  take(motion.clip());
-  noteMisses();
-  interrupted_ = motion.interrupted();
-  report_.met = report_.missAfter <= options_.goal && impossible_.reasons.empty() && !interrupted_;
-  if (report_.met || interrupted_) return false;
+  Motion motion(task_, givingUp->wishes(), givingUp->pull(), floor_);
+  best_.reset();
+  do {
+    motion.run(loosening_.looseness());
+    take(motion.clip(), motion.steps());
+    interrupted_ = motion.interrupted();
+    if (interrupted_) return false;
+  } while (loosen(motion));
+  report_.met = report_.missAfter <= options_.goal && impossible_.reasons.empty();
+  if (report_.met) return false;
   if (motion.turnedTooFar()) hindrance_ = Hindrance::Turn;
   if (motion.givenUp() != givingUp->wishes() && !motion.turnedTooFar()) hindrance_ = Hindrance::Jump;
   const bool smooth = isSmooth(measureQuality(original_, clip_));
@@ -78,8 +84,31 @@ bool EditRun::attempt(GivingUp* givingUp) {
   return givingUp->tryAgain(smooth, missed);
 }
 
+// Loosens contacts if the motion does not look natural with them. Returns true if the motion may
+// then be better. Otherwise the best one so far becomes the result.
+bool EditRun::loosen(const Motion& motion) {
+  const std::vector<double> misses = this->misses();
+  std::vector<bool> missed;
+  for (std::size_t i = 0; i < misses.size(); ++i) {
+    missed.push_back(misses[i] > std::max(options_.goal, leastMiss));
+    if (misses[i] > options_.goal && rank_[i] > 0) return false;
+  }
+  loosening_.judge(motion.clip(), missed);
+  const double badness = loosening_.badness();
+  if (!best_ || badness < best_->badness)
+    best_ = Best{badness, motion.clip(), loosening_.looseness(), motion.steps()};
+  if (badness > 1.0 && loosened_ < mostLoosened && loosening_.loosen()) {
+    ++loosened_;
+    return true;
+  }
+  loosening_.restore(best_->looseness);
+  take(best_->clip, best_->steps);
+  return false;
+}
+
 // Copies the changed channels to the clip; the others keep their exact values.
-void EditRun::take(const Clip& edited) {
+void EditRun::take(const Clip& edited, const std::vector<EditStep>& steps) {
+  report_.steps = steps;
   clip_ = original_;
   Clip wrapped = edited;
   wrapAngles(&wrapped, original_);
@@ -100,13 +129,15 @@ void EditRun::take(const Clip& edited) {
     }
     report_.framesChanged += changed;
   }
+  noteMisses();
 }
 
-// The distances of the held joints from their targets, in heights; 0 for those that are only pulled.
+// The distances of the held joints from their targets, in heights; 0 for those that are only pulled or
+// held loosely.
 std::vector<double> EditRun::misses() const {
   std::vector<double> misses = missesOf(wishes_, clip_, skeleton_);
   for (std::size_t i = 0; i < misses.size(); ++i) {
-    if (wishes_[i].weight < 1.0) misses[i] = 0.0;
+    if (wishes_[i].weight < 1.0 || loosening_.isLoose(i)) misses[i] = 0.0;
   }
   return misses;
 }
@@ -129,6 +160,7 @@ void EditRun::measure() {
   const Quality quality = measureQuality(original_, clip_, contacts, feet_.ground);
   report_.contacts = quality.stands;
   report_.heldFrames = quality.standingFrames;
+  report_.looseFrames = loosening_.count();
   report_.skateBefore = quality.skateBefore;
   report_.skateAfter = quality.skateAfter;
   report_.fastestBefore = quality.fastestBefore;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "limber_motion/Clip.h"
@@ -10,6 +11,7 @@
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/detail/Floor.h"
 #include "limber_motion/detail/GivingUp.h"
+#include "limber_motion/detail/Loosening.h"
 #include "limber_motion/detail/Motion.h"
 #include "limber_motion/detail/Reach.h"
 #include "limber_motion/detail/Reasons.h"
@@ -27,8 +29,17 @@ class EditRun {
   Report run();
 
  private:
+  /// The best attempt so far.
+  struct Best {
+    double badness;  // Loosening::badness
+    Clip clip;
+    std::vector<double> looseness;
+    std::vector<EditStep> steps;
+  };
+
   bool attempt(GivingUp* givingUp);
-  void take(const Clip& edited);
+  bool loosen(const Motion& motion);
+  void take(const Clip& edited, const std::vector<EditStep>& steps);
   std::vector<double> misses() const;
   void noteMisses();
   void measure();
@@ -45,6 +56,10 @@ class EditRun {
   const Skeleton skeleton_;
   const Impossible impossible_;
   const Floor floor_;
+  const Task task_;
+  Loosening loosening_;
+  int loosened_ = 0;  // the number of times that contacts were loosened
+  std::optional<Best> best_;
   Hindrance hindrance_ = Hindrance::Steps;
   bool interrupted_ = false;
   Report report_;

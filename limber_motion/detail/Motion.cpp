@@ -33,8 +33,10 @@ int spacingOf(const Clip& clip, double knots) {
 
 Motion::Motion(const Task& task, const std::vector<bool>& givenUp, double pull, Floor floor)
     : task_(task),
+      givenUpAtFirst_(givenUp),
       givenUp_(givenUp),
       givenUpPull_(pull),
+      looseness_(task.wishes.size(), 0.0),
       floor_(std::move(floor)),
       curves_(task.original.frames, spacingOf(task.original, task.options.knots)),
       channels_(movingChannels(task, floor_.feet())),
@@ -42,15 +44,56 @@ Motion::Motion(const Task& task, const std::vector<bool>& givenUp, double pull, 
       clip_(task.original),
       holds_(task.skeleton, curves_, channels_),
       turns_(task, channels_),
+      stages_(stagesOf(task, curves_, channels_, floor_.first(), pull)),
       before_(curves_.times() * static_cast<int>(channels_.size())),
-      change_(before_) {}
+      change_(before_),
+      approach_(0) {}
 
-void Motion::run() {
-  for (const Stage& stage : stagesOf(task_, curves_, channels_, floor_.first(), givenUpPull_)) {
-    run(stage);
-    if (interrupted_) return;
-    endStage(stage);
+void Motion::run(const std::vector<double>& looseness) {
+  const bool again = approachSteps_ > 0 && pullsAsBefore(looseness);
+  looseness_ = looseness;
+  if (!again) approach();
+  if (!interrupted_) meet();
+}
+
+bool Motion::pullsAsBefore(const std::vector<double>& looseness) const {
+  for (std::size_t i = 0; i < looseness.size(); ++i) {
+    if (std::max(looseness[i], 1.0) != std::max(looseness_[i], 1.0)) return false;
   }
+  return true;
+}
+
+// Takes the steps of all stages but the last one.
+void Motion::approach() {
+  before_ = 0.0;
+  change_ = 0.0;
+  show(change_);
+  steps_.clear();
+  givenUp_ = givenUpAtFirst_;
+  for (std::size_t s = 0; s + 1 < stages_.size(); ++s) {
+    if (s > 0) giveUpWhatStaysFar(stages_[s - 1]);
+    run(stages_[s]);
+    if (interrupted_) return;
+    before_ += change_;
+    change_ = 0.0;
+  }
+  approach_ = before_;
+  approachSteps_ = steps_.size();
+  approachGivenUp_ = givenUp_;
+}
+
+// Takes the steps of the last stage.
+void Motion::meet() {
+  before_ = approach_;
+  change_ = 0.0;
+  show(change_);
+  steps_.resize(approachSteps_);
+  givenUp_ = approachGivenUp_;
+  giveUpWhatStaysFar(stages_[stages_.size() - 2]);
+  aimBetween();
+  run(stages_.back());
+  before_ += change_;
+  change_ = 0.0;
 }
 
 void Motion::run(const Stage& stage) {
@@ -82,16 +125,16 @@ bool Motion::getsNearer() const {
 
 bool Motion::finished(const Stage& stage) const {
   if (!(largestMiss() <= std::min(nothing, task_.options.goal))) return false;
+  const bool anyLoose = std::any_of(looseness_.begin(), looseness_.end(), [](double l) { return l > 0.0; });
+  if (anyLoose && !steps_.back().exact) return false;
   Floor floor = floor_;
   return !floor.watch(clip_, holds(stage));
 }
 
-// The change becomes part of the motion. Each run of frames in which a joint stays far from its targets is
-// given up, because the joint would have to jump to them.
-void Motion::endStage(const Stage& stage) {
-  before_ += change_;
-  change_ = 0.0;
-  if (stage.exact || static_cast<int>(steps_.size()) >= task_.options.mostSteps) return;
+// Gives up each run of frames in which a joint stays far from its targets, because the joint would have to
+// jump to them.
+void Motion::giveUpWhatStaysFar(const Stage& stage) {
+  if (static_cast<int>(steps_.size()) >= task_.options.mostSteps) return;
   const std::vector<double> misses = missesOf(task_.wishes, clip_, task_.skeleton);
   std::vector<bool> far = givenUp_;
   for (std::size_t i = 0; i < misses.size(); ++i) {
@@ -100,6 +143,20 @@ void Motion::endStage(const Stage& stage) {
   if (far == givenUp_) return;
   spreadOverRuns(task_.wishes, &far);
   givenUp_ = far;
+}
+
+// The last stage holds loose constraints between their targets and where the joints are now.
+void Motion::aimBetween() {
+  Pose pose;
+  aims_.clear();
+  for (std::size_t i = 0; i < task_.wishes.size(); ++i) {
+    const Constraint& wish = task_.wishes[i];
+    aims_.push_back(wish.target);
+    if (looseness_[i] == 0.0) continue;
+    task_.skeleton.pose(clip_.frame(wish.frame), &pose);
+    const Pnt3 way = pose.position[static_cast<std::size_t>(wish.joint)] - wish.target;
+    aims_.back() += way * std::min(looseness_[i], 1.0);
+  }
 }
 
 bool Motion::step(const Stage& stage, double damping) {
@@ -125,12 +182,15 @@ std::vector<Hold> Motion::holds(const Stage& stage) const {
   std::vector<Hold> list;
   for (std::size_t i = 0; i < task_.wishes.size(); ++i) {
     const Constraint& wish = task_.wishes[i];
-    if (stage.exact && !isExact(i)) continue;
+    const bool isHeld = wish.weight >= 1.0 && !givenUp_[i];
+    if (stage.exact && !isHeld) continue;
     double weight = stage.pull;
     if (!stage.exact && givenUp_[i]) weight = stage.gentlePull * squared(std::min(wish.weight, 1.0));
     if (!stage.exact && !givenUp_[i]) weight *= urgency_[i] * squared(wish.weight);
+    if (!stage.exact && looseness_[i] > 1.0) weight *= std::pow(0.1, looseness_[i] - 1.0);
     if (weight == 0.0) continue;
-    list.push_back({wish.frame, wish.joint, wish.target, weight, stage.exact, false});
+    list.push_back(
+        {wish.frame, wish.joint, stage.exact ? aims_[i] : wish.target, weight, stage.exact, false});
   }
   return list;
 }

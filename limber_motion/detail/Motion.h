@@ -21,8 +21,9 @@ class Motion {
   /// multiplied by `pull`, which is between 0 and 1. The task must outlive this object.
   Motion(const Task& task, const std::vector<bool>& givenUp, double pull, Floor floor);
 
-  /// Takes all steps.
-  void run();
+  /// Takes all steps. `looseness` has one number per constraint (Loosening). If it is called again and no
+  /// constraint pulls more weakly than before, only the steps of the last stage are taken again.
+  void run(const std::vector<double>& looseness);
 
   const Clip& clip() const { return clip_; }
   const std::vector<EditStep>& steps() const { return steps_; }
@@ -34,6 +35,9 @@ class Motion {
   bool interrupted() const { return interrupted_; }
 
  private:
+  void approach();
+  void meet();
+  bool pullsAsBefore(const std::vector<double>& looseness) const;
   void run(const Stage& stage);
   bool worthAnother(const Stage& stage) const;
   bool getsNearer() const;
@@ -44,13 +48,19 @@ class Motion {
   double goAlong(const Stage& stage, Vector step, const std::vector<Hold>& wanted);
   double cost(const Stage& stage, const Vector& change, const std::vector<Hold>& holds) const;
   void show(const Vector& change);
-  void endStage(const Stage& stage);
-  bool isExact(std::size_t wish) const { return task_.wishes[wish].weight >= 1.0 && !givenUp_[wish]; }
+  void giveUpWhatStaysFar(const Stage& stage);
+  void aimBetween();
+  bool isExact(std::size_t wish) const {
+    return task_.wishes[wish].weight >= 1.0 && !givenUp_[wish] && looseness_[wish] == 0.0;
+  }
   double largestMiss() const;
 
   const Task& task_;
+  const std::vector<bool> givenUpAtFirst_;
   std::vector<bool> givenUp_;
   const double givenUpPull_;
+  std::vector<double> looseness_;
+  std::vector<Pnt3> aims_;  // for each constraint, where the last stage holds its joint
   Floor floor_;
   Curves curves_;
   std::vector<int> channels_;    // the channels that move a held joint or a foot
@@ -58,7 +68,12 @@ class Motion {
   Clip clip_;
   Holds holds_;
   TurnBounds turns_;
+  std::vector<Stage> stages_;
   Vector before_, change_;  // the changes of the previous stages and of this one
+  // After all stages but the last one: the change, the number of steps, and what was given up until then.
+  Vector approach_;
+  std::size_t approachSteps_ = 0;
+  std::vector<bool> approachGivenUp_;
   bool interrupted_ = false;
   std::vector<EditStep> steps_;
 };

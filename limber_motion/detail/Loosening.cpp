@@ -1,0 +1,208 @@
+#include "limber_motion/detail/Loosening.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "limber_motion/Stiffness.h"
+#include "limber_motion/detail/Degrees.h"
+#include "limber_motion/detail/HeldJoints.h"
+#include "limber_motion/detail/Jerk.h"
+#include "limber_motion/detail/NameOf.h"
+#include "limber_motion/detail/Numbers.h"
+#include "limber_motion/detail/Reasons.h"
+
+namespace limber::motion::detail {
+
+namespace {
+
+constexpr double mostTurn = 0.34;                                   // radians
+constexpr double mostEdge = 2.8, meanEdge = 1.08, mostBody = 1.27;  // ratios of jerk
+constexpr double unlimited = std::numeric_limits<double>::infinity();
+constexpr double flat = 0.06, ramp = 0.16;  // seconds on each side of a moment that is loosened
+constexpr double actsFor = 0.5;             // seconds: a constraint of the user acts that far
+
+std::vector<int> limbsOf(const Task& task) {
+  const std::vector<bool> trunk = trunkJoints(task.original, task.skeleton);
+  std::vector<int> limb;
+  for (std::size_t j = 0; j < trunk.size(); ++j) {
+    const int up = task.original.joints[j].parent;
+    const bool isTop = up < 0 || trunk[static_cast<std::size_t>(up)];
+    limb.push_back(trunk[j] ? 0 : isTop ? static_cast<int>(j) : limb[static_cast<std::size_t>(up)]);
+  }
+  return limb;
+}
+
+std::vector<bool> framesNearWishes(const Task& task) {
+  std::vector<bool> asked(static_cast<std::size_t>(task.original.frames), false);
+  const int reach = static_cast<int>(std::min(actsFor / task.original.frameTime, 1e6));
+  for (std::size_t i = 0; i < task.wishes.size(); ++i) {
+    if (task.rank[i] == 0) continue;
+    const int first = std::max(task.wishes[i].frame - reach, 0);
+    const int last = std::min(task.wishes[i].frame + reach, task.original.frames - 1);
+    for (int f = first; f <= last; ++f) asked[static_cast<std::size_t>(f)] = true;
+  }
+  return asked;
+}
+
+// From 1 near 0 to 0, with continuous second derivatives.
+double fading(double seconds) {
+  const double x = std::clamp((seconds - flat) / ramp, 0.0, 1.0);
+  return 1.0 - x * x * x * (10.0 - 15.0 * x + 6.0 * x * x);
+}
+
+}  // namespace
+
+Loosening::Loosening(const Task& task)
+    : task_(task),
+      before_(task.original, task.skeleton),
+      stands_(findStands(task.original)),
+      runs_(runsOf(task.wishes)),
+      limb_(limbsOf(task)),
+      asked_(framesNearWishes(task)),
+      looseness_(task.wishes.size(), 0.0) {}
+
+int Loosening::count() const {
+  return static_cast<int>(
+      std::count_if(looseness_.begin(), looseness_.end(), [](double l) { return l > 0.0; }));
+}
+
+bool Loosening::isAsked(int frame) const { return asked_[static_cast<std::size_t>(frame)]; }
+
+void Loosening::offend(int limb, int frame, double badness) {
+  badness_ = std::max(badness_, badness);
+  offences_.push_back({limb, frame});
+}
+
+void Loosening::judge(const Clip& edited, const std::vector<bool>& missed) {
+  offences_.clear();
+  badness_ = 0.0;
+  const Places after(edited, task_.skeleton);
+  judgeEnds(after, stands_, meanEdge);
+  judgeEnds(after, runs_, unlimited);
+  judgeTurns(edited);
+  judgeBody(after);
+  judgeMisses(missed);
+}
+
+// Each end must keep the bound for single ends. If the mean is above `mostMean`, the worse ends offend too.
+void Loosening::judgeEnds(const Places& after, const std::vector<Stand>& stands, double mostMean) {
+  std::vector<EndJerk> ends = endJerks(before_, after, stands, task_.original.frameTime);
+  const auto asked = [&](const EndJerk& end) { return isAsked(end.frame); };
+  ends.erase(std::remove_if(ends.begin(), ends.end(), asked), ends.end());
+  double sum = 0.0;
+  for (const EndJerk& end : ends) sum += end.ratio;
+  std::sort(ends.begin(), ends.end(), [](const EndJerk& a, const EndJerk& b) { return a.ratio > b.ratio; });
+  const double most = mostMean * static_cast<double>(ends.size()), mean = sum / most;
+  for (const EndJerk& end : ends) {
+    if (!(end.ratio > mostEdge) && !(sum > most && end.ratio > 1.0)) break;
+    offend(limb_[static_cast<std::size_t>(end.joint)], end.frame + 1, std::max(end.ratio / mostEdge, mean));
+    sum -= std::max(end.ratio - 0.9, 0.0);
+  }
+}
+
+void Loosening::judgeTurns(const Clip& edited) {
+  for (int f = 0; f < edited.frames; ++f) {
+    if (isAsked(f)) continue;
+    for (int c = 0; c < edited.channels; ++c) {
+      if (!task_.skeleton.isRotation(c)) continue;
+      const double turn = std::fabs(edited.frame(f)[c] - task_.original.frame(f)[c]);
+      if (turn > mostTurn)
+        offend(limb_[static_cast<std::size_t>(task_.skeleton.owner(c))], f, turn / mostTurn);
+    }
+  }
+}
+
+void Loosening::judgeBody(const Places& after) {
+  double was = 0.0, is = 0.0;
+  struct Excess {
+    int joint, frame;
+    double jerk;
+  };
+  std::vector<Excess> excess;
+  for (int j = 0; j < after.joints(); ++j) {
+    for (int f = 0; f + 3 < after.frames(); ++f) {
+      const double b = before_.third(j, f), a = after.third(j, f);
+      was += b * b;
+      is += a * a;
+      if (a > b && !isAsked(f)) excess.push_back({j, f, a * a - b * b});
+    }
+  }
+  const double most = mostBody * mostBody * was;
+  if (!(is > most)) return;
+  std::sort(excess.begin(), excess.end(), [](const Excess& a, const Excess& b) { return a.jerk > b.jerk; });
+  const double badness = std::sqrt(is / most);
+  for (const Excess& e : excess) {
+    if (!(is > most)) break;
+    offend(limb_[static_cast<std::size_t>(e.joint)], e.frame + 1, badness);
+    is -= e.jerk;
+  }
+}
+
+void Loosening::judgeMisses(const std::vector<bool>& missed) {
+  for (std::size_t i = 0; i < missed.size(); ++i) {
+    const Constraint& wish = task_.wishes[i];
+    if (missed[i] && task_.rank[i] == 0 && !isAsked(wish.frame))
+      offend(limb_[static_cast<std::size_t>(wish.joint)], wish.frame, 2.0);
+  }
+}
+
+bool Loosening::loosen() {
+  std::vector<double> more(looseness_.size(), 0.0);
+  // For each limb, the distance in frames from each frame to the nearest offence.
+  const int frames = task_.original.frames;
+  std::vector<std::vector<int>> distance(limb_.size());
+  const auto mark = [&](int limb, int frame) {
+    std::vector<int>& own = distance[static_cast<std::size_t>(limb)];
+    if (own.empty()) own.assign(static_cast<std::size_t>(frames), frames);
+    own[static_cast<std::size_t>(frame)] = 0;
+  };
+  for (const Offence& offence : offences_) mark(offence.limb, offence.frame);
+  for (std::vector<int>& own : distance) {
+    for (std::size_t f = 1; f < own.size(); ++f) own[f] = std::min(own[f], own[f - 1] + 1);
+    for (std::size_t f = own.size(); f-- > 1;) own[f - 1] = std::min(own[f - 1], own[f] + 1);
+  }
+  bool news = false;
+  for (std::size_t i = 0; i < looseness_.size(); ++i) {
+    if (task_.rank[i] > 0) continue;
+    const Constraint& wish = task_.wishes[i];
+    const int limb = limb_[static_cast<std::size_t>(wish.joint)];
+    for (const int l : {limb, 0}) {  // what happens to the trunk concerns all limbs
+      const std::vector<int>& own = distance[static_cast<std::size_t>(l)];
+      if (own.empty()) continue;
+      const double seconds = own[static_cast<std::size_t>(wish.frame)] * task_.original.frameTime;
+      more[i] = std::max(more[i], fading(seconds));
+    }
+    looseness_[i] += more[i];
+    news = news || more[i] > 0.0;
+  }
+  return news;
+}
+
+std::vector<std::string> Loosening::notes(const Clip& edited) const {
+  const std::vector<double> misses = missesOf(task_.wishes, edited, task_.skeleton);
+  struct Loose {
+    int frames = 0, worst = 0;
+    double miss = 0.0;
+  };
+  std::vector<Loose> of(limb_.size());
+  for (std::size_t i = 0; i < misses.size(); ++i) {
+    if (!isLoose(i)) continue;
+    Loose& loose = of[static_cast<std::size_t>(task_.wishes[i].joint)];
+    ++loose.frames;
+    if (!(misses[i] > loose.miss)) continue;
+    loose.miss = misses[i];
+    loose.worst = task_.wishes[i].frame;
+  }
+  std::vector<std::string> sentences;
+  for (std::size_t j = 0; j < of.size(); ++j) {
+    if (of[j].frames == 0) continue;
+    sentences.push_back(nameOf(task_.original, static_cast<int>(j)) + " is held loosely in " +
+                        std::to_string(of[j].frames) + " frames, at most " + significant(of[j].miss, 2) +
+                        " heights from its place (in frame " + std::to_string(of[j].worst + 1) +
+                        "): held firmly, it would jerk or turn a joint too far");
+  }
+  return sentences;
+}
+
+}  // namespace limber::motion::detail

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "limber_motion/Clip.h"
+#include "limber_motion/Quality.h"
+#include "limber_motion/detail/Places.h"
+#include "limber_motion/detail/Task.h"
+
+namespace limber::motion::detail {
+
+/// Decides where the contacts that were found must not be held firmly, because the motion would not look
+/// natural: a foot would start or stop too abruptly, or a joint would turn too far. Around such a moment, the
+/// contacts of that limb are held loosely: the foot follows its recorded movement, as far as the first stages
+/// of the edit leave it.
+///
+/// The looseness of a constraint is 0 if it is held at its target. From 0 to 1 it is held between its target
+/// and where the first stages bring its joint. Each further 1 makes its pull in these stages ten times
+/// weaker. Constraints of the user are never loose.
+class Loosening {
+ public:
+  /// The task must outlive this object.
+  explicit Loosening(const Task& task);
+
+  /// One number per constraint.
+  const std::vector<double>& looseness() const { return looseness_; }
+  /// Sets the looseness.
+  void restore(const std::vector<double>& looseness) { looseness_ = looseness; }
+  bool isLoose(std::size_t wish) const { return looseness_[wish] > 0.0; }
+  /// The number of loose constraints.
+  int count() const;
+
+  /// Judges an edited clip, both with continuous angles. `missed` is true for the constraints that are not
+  /// met although they should be.
+  void judge(const Clip& edited, const std::vector<bool>& missed);
+  /// How far the judged clip is from the bounds: at most 1 if it keeps them all.
+  double badness() const { return badness_; }
+  /// Loosens the contacts around the moments at which the judged clip breaks the bounds. Returns false if
+  /// there are none.
+  bool loosen();
+  /// A sentence for each joint with loose contacts: where they are, how far they are from their targets at
+  /// most, and why.
+  std::vector<std::string> notes(const Clip& edited) const;
+
+ private:
+  /// A moment at which the motion breaks a bound.
+  struct Offence {
+    int limb;  // whose contacts must be loosened; 0 for all limbs
+    int frame;
+  };
+
+  void judgeEnds(const Places& after, const std::vector<Stand>& stands, double mostMean);
+  void judgeTurns(const Clip& edited);
+  void judgeBody(const Places& after);
+  void judgeMisses(const std::vector<bool>& missed);
+  void offend(int limb, int frame, double badness);
+  bool isAsked(int frame) const;
+
+  const Task& task_;
+  const Places before_;
+  std::vector<Stand> stands_, runs_;  // the stands of the original, and the runs of held frames
+  std::vector<int> limb_;             // for each joint the topmost joint of its limb; 0 for the trunk
+  std::vector<bool> asked_;           // frames that are so near to a constraint of the user that it counts
+  std::vector<double> looseness_;
+  std::vector<Offence> offences_;
+  double badness_ = 0.0;
+};
+
+}  // namespace limber::motion::detail

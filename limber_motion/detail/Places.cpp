@@ -1,0 +1,31 @@
+#include "limber_motion/detail/Places.h"
+
+namespace limber::motion::detail {
+
+Places::Places(const Clip& clip, const Skeleton& skeleton) : joints_(clip.joints.size()) {
+  const double height = skeleton.height() > 0.0 ? skeleton.height() : 1.0;
+  at_.reserve(joints_ * static_cast<std::size_t>(clip.frames));
+  Pose pose;
+  for (int f = 0; f < clip.frames; ++f) {
+    skeleton.pose(clip.frame(f), &pose);
+    for (const Pnt3& p : pose.position) at_.push_back(p * (1.0 / height));
+  }
+}
+
+double Places::third(int joint, int f) const {
+  return (at(joint, f + 3) - at(joint, f + 2) * 3.0 + at(joint, f + 1) * 3.0 - at(joint, f)).length();
+}
+
+int Places::mostAbrupt(int joint, int first, int last) const {
+  int most = first;
+  double largest = -1.0;
+  for (int f = first; f <= last; ++f) {
+    const double jerk = third(joint, f);
+    if (!(jerk > largest)) continue;
+    largest = jerk;
+    most = f;
+  }
+  return most;
+}
+
+}  // namespace limber::motion::detail

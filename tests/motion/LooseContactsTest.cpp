@@ -1,0 +1,120 @@
+// Contacts that cannot be held firmly without jerking or bending a joint too far are held loosely around
+// that moment only, and the report says so.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "limber_motion/motion.h"
+#include "tests/support/TemporaryFile.h"
+
+using namespace limber::motion;
+
+namespace {
+
+constexpr double degree = 3.14159265358979323846 / 180.0;
+
+std::string leg(const std::string& side, const std::string& x) {
+  return "JOINT " + side + "UpLeg\n{\nOFFSET " + x + " -0.05 0\nCHANNELS 3 Zrotation Xrotation Yrotation\n" +
+         "JOINT " + side + "Leg\n{\nOFFSET 0 -0.42 0\nCHANNELS 3 Zrotation Xrotation Yrotation\n" + "JOINT " +
+         side + "Foot\n{\nOFFSET 0 -0.4 0.02\nCHANNELS 3 Zrotation Xrotation Yrotation\n" + "JOINT " + side +
+         "Toe\n{\nOFFSET 0 -0.05 0.12\nCHANNELS 3 Zrotation Xrotation Yrotation\n" +
+         "End Site\n{\nOFFSET 0 0 0.05\n}\n}\n}\n}\n}\n";
+}
+
+/// A figure of about 1.7 m that stands for `frames` frames at `rate` frames a second.
+Clip standing(int frames, double rate) {
+  std::string text =
+      "HIERARCHY\nROOT Hips\n{\nOFFSET 0 0 0\n"
+      "CHANNELS 6 Xposition Yposition Zposition Zrotation Xrotation Yrotation\n" +
+      leg("Left", "0.09") + leg("Right", "-0.09") +
+      "JOINT Chest\n{\nOFFSET 0 0.3 0\nCHANNELS 3 Zrotation Xrotation Yrotation\n"
+      "JOINT Head\n{\nOFFSET 0 0.3 0\nCHANNELS 3 Zrotation Xrotation Yrotation\n"
+      "End Site\n{\nOFFSET 0 0.2 0\n}\n}\n}\n}\n"
+      "MOTION\nFrames: 1\nFrame Time: " +
+      std::to_string(1.0 / rate) + "\n0 0.92 0";
+  for (int i = 0; i < 33; i++) text += " 0";
+  const TemporaryDirectory directory;
+  Clip clip = readClip(directory.write("standing.bvh", text + "\n"));
+  clip.text = nullptr;
+  const std::vector<double> pose = clip.values;
+  while (clip.frames < frames) {
+    clip.values.insert(clip.values.end(), pose.begin(), pose.end());
+    clip.frames++;
+  }
+  return clip;
+}
+
+double& angle(Clip* clip, int frame, const std::string& joint, char axis) {
+  const Joint& of = clip->joints[static_cast<std::size_t>(clip->find(joint))];
+  for (std::size_t c = 0; c < of.channels.size(); c++) {
+    if (of.channels[c].rotation && of.channels[c].axis == axis)
+      return clip->frame(frame)[of.firstChannel + static_cast<int>(c)];
+  }
+  throw Error("no such channel");
+}
+
+bool mentions(const Report& report, const std::string& what) {
+  return std::any_of(report.notes.begin(), report.notes.end(),
+                     [&](const std::string& note) { return note.find(what) != std::string::npos; });
+}
+
+}  // namespace
+
+// The toes bend by 60 degrees so slowly that they stand all the time. Held firmly, they would have to turn by
+// 30 degrees at both ends.
+TEST(LooseContacts, ToesThatBendSlowlyAreNotTurnedTooFar) {
+  Clip clip = standing(120, 30.0);
+  for (int f = 0; f < clip.frames; f++) {
+    angle(&clip, f, "RightToe", 'X') = 30.0 * degree * std::sin(3.14159 * (f - 60.0) / 120.0);
+    angle(&clip, f, "LeftUpLeg", 'Z') = 0.3 * degree * std::sin(0.2 * f);
+  }
+  const Clip before = clip;
+  Edit edit(clip);
+  edit.plant(findContacts(clip));
+  const Report report = edit.solve();
+  EXPECT_TRUE(report.met) << textOf(report);
+  EXPECT_LE(report.steps.size(), 8U);
+  EXPECT_TRUE(report.turn <= 20.0 * degree) << report.turn / degree;
+  EXPECT_GT(report.looseFrames, 0);
+  EXPECT_LT(report.looseFrames, report.heldFrames);
+  EXPECT_TRUE(mentions(report, "RightToe")) << textOf(report);
+  EXPECT_FALSE(mentions(report, "Left")) << textOf(report);
+  EXPECT_NE(textOf(report).find("held loosely"), std::string::npos);
+  EXPECT_NE(jsonOf(report).find("\"looseFrames\": " + std::to_string(report.looseFrames)), std::string::npos);
+  const Quality quality = measureQuality(before, clip);
+  EXPECT_TRUE(quality.skateAfter < 0.5 * quality.skateBefore) << quality.skateAfter;
+  EXPECT_TRUE(quality.largestEdgeJerk <= 3.0) << quality.largestEdgeJerk;
+}
+
+TEST(LooseContacts, FirmContactsAreNotLoosened) {
+  Clip clip = standing(90, 30.0);
+  for (int f = 0; f < clip.frames; f++) clip.frame(f)[0] = 0.01 * std::sin(0.1 * f);
+  Edit edit(clip);
+  edit.plant(findContacts(clip));
+  const Report report = edit.solve();
+  EXPECT_TRUE(report.met) << textOf(report);
+  EXPECT_EQ(report.looseFrames, 0) << textOf(report);
+  EXPECT_EQ(textOf(report).find("loosely"), std::string::npos);
+}
+
+// What the user asks for is held, even if a joint turns far for it.
+TEST(LooseContacts, TargetsOfTheUserStayFirm) {
+  Clip clip = standing(120, 30.0);
+  for (int f = 0; f < clip.frames; f++)
+    angle(&clip, f, "RightToe", 'X') = 30.0 * degree * std::sin(3.14159 * (f - 60.0) / 120.0);
+  Clip held = clip;
+  Edit edit(held);
+  for (const char* joint : {"RightFoot", "RightToe", "RightToe.End"}) {
+    const int j = held.find(joint);
+    const Pnt3 place = Skeleton(held).position(j, held.frame(60));
+    for (int f = 0; f < held.frames; f++) edit.reach(f, j, place);
+  }
+  const Report report = edit.solve();
+  EXPECT_TRUE(report.met) << textOf(report);
+  EXPECT_EQ(report.looseFrames, 0);
+  EXPECT_TRUE(report.turn > 25.0 * degree) << report.turn / degree;
+}
