@@ -60,7 +60,7 @@ double* place(const BandedMatrix& m, int i, int j) {
   return m.data[i] ? m.data[i] + k : nullptr;
 }
 
-// f(i, j, value) for every stored place of row i inside the matrix, in ascending j.
+// f(j, value) for every stored place of row i inside the matrix, in ascending j.
 template <class F>
 void forRow(const BandedMatrix& m, int i, F f) {
   const double* const row = m.data[i];
@@ -68,7 +68,7 @@ void forRow(const BandedMatrix& m, int i, F f) {
   const std::int64_t bw = m.bw;
   const std::int64_t end = std::min({i + bw, std::int64_t{m.rows}, i - bw + usableWidth(m)});
   for (std::int64_t j = std::max<std::int64_t>(0, i - bw); j < end; ++j)
-    f(i, static_cast<int>(j), row[bw - i + j]);
+    f(static_cast<int>(j), row[bw - i + j]);
 }
 
 class BandRows final : public RowSource {
@@ -162,7 +162,7 @@ void BandedMatrix::mult(const Vector* x, Vector* y) const {
   const int h = std::min(usableRows(*this), y->count);
   for (int i = 0; i < h; ++i) {
     double sum = 0.0;
-    forRow(*this, i, [&](int, int j, double value) {
+    forRow(*this, i, [&](int j, double value) {
       if (inStorage(*x, j)) sum += value * x->data[j];
     });
     y->data[i] = sum;
@@ -176,7 +176,7 @@ void BandedMatrix::multT(const Vector* x, Vector* y) const {
   const int h = std::min({usableRows(*this), y->count, x->capacity});
   for (int i = 0; i < h; ++i) {
     const double xi = x->data[i];
-    forRow(*this, i, [&](int, int j, double value) { y->data[j] += value * xi; });
+    forRow(*this, i, [&](int j, double value) { y->data[j] += value * xi; });
   }
 }
 
