@@ -54,6 +54,17 @@ std::shared_ptr<Preconditioner> preconditioner(const Options& options, HSpMat& A
   return nullptr;
 }
 
+// The library's sentence with the names of this program's options instead of the library's.
+std::string forUsers(std::string message) {
+  const char* const names[][2] = {
+      {"solveSquare", "--square"}, {"solveLeastSquares", "--ls"}, {"maxIterations", "--max-iterations"}};
+  for (const auto& [function, option] : names) {
+    const std::size_t at = message.find(function);
+    if (at != std::string::npos) message.replace(at, std::strlen(function), option);
+  }
+  return message;
+}
+
 class Solver {
  public:
   Solver(const Options& options, const SparseProblem& problem, const Vector& b)
@@ -99,7 +110,7 @@ class Solver {
 
   [[noreturn]] void refuse(const char* message) const {
     if (std::strstr(message, "memory")) throw std::bad_alloc();
-    throw InputError(problem_.path, 0, std::string("cannot be solved with: ") + message);
+    throw InputError(problem_.path, 0, "cannot be solved with: " + forUsers(message));
   }
 
   // The residual computed from the file's entries decides, not the solver's own result.
@@ -117,7 +128,7 @@ class Solver {
     } else if (report.status == SOLVE_CONVERGED) {
       result.outcome = "not solved: the residual of the file's entries is larger than the solver's";
     } else {
-      result.outcome = std::string("not solved: ") + report.message;
+      result.outcome = "not solved: " + forUsers(report.message);
     }
   }
 

@@ -133,7 +133,8 @@ int run(const Options& options) {
   const bool square =
       options.method == Method::Spd || options.method == Method::Square || options.method == Method::BiCG;
   if (square && problem.rows != problem.columns) {
-    throw InputError(problem.path, 0, "expected a square matrix for --spd, --square and --bicg");
+    throw InputError(problem.path, 0,
+                     "expected a square matrix for --spd, --square and --bicg; --ls takes any shape");
   }
   std::string fileOfB;
   Vector b = rightHandSide(options, problem, &fileOfB);

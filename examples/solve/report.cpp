@@ -19,20 +19,42 @@ Formulas formulasOf(Method method) {
   }
 }
 
+// The length of the character of UTF-8 that begins at `at`; 0 if there is none.
+std::size_t lengthOfCharacter(const std::string& text, std::size_t at) {
+  const auto byte = [&](std::size_t k) { return k < text.size() ? static_cast<unsigned char>(text[k]) : 0u; };
+  const unsigned first = byte(at), second = byte(at + 1);
+  if (first < 0x80) return 1;
+  const std::size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
+  if (first < 0xc2 || first > 0xf4) return 0;
+  for (std::size_t k = 1; k < length; ++k) {
+    if (byte(at + k) < 0x80 || byte(at + k) > 0xbf) return 0;
+  }
+  // spellings that are too long, halves of pairs, and numbers above the last character
+  const bool wrong = (first == 0xe0 && second < 0xa0) || (first == 0xed && second > 0x9f) ||
+                     (first == 0xf0 && second < 0x90) || (first == 0xf4 && second > 0x8f);
+  return wrong ? 0 : length;
+}
+
+// A string of JSON, which is UTF-8. A file's name may hold any byte; one that is no character becomes U+FFFD.
 std::string escaped(const std::string& text) {
   std::string result = "\"";
-  for (const char c : text) {
+  for (std::size_t at = 0; at < text.size();) {
+    const char c = text[at];
     const auto byte = static_cast<unsigned char>(c);
+    const std::size_t length = lengthOfCharacter(text, at);
     char code[8];
-    if (c == '"' || c == '\\') {
+    if (length == 0) {
+      result += "\\ufffd";
+    } else if (c == '"' || c == '\\') {
       result += '\\';
       result += c;
     } else if (byte < 32 || byte == 127) {
       std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(byte));
       result += code;
     } else {
-      result += c;
+      result.append(text, at, length);
     }
+    at += length == 0 ? 1 : length;
   }
   return result + "\"";
 }

@@ -85,13 +85,15 @@ struct SolveReport {
 /// LSMR preconditioned by a sparse QR factor (Givens rotations; George and Heath 1980), and then, if the
 /// matrix is small enough, a dense QR factor that reveals the rank (Businger and Golub 1965). If the solution
 /// is not unique, x is one of the solutions. It is the one nearest to the start if the message says so, which
-/// is the case up to 40 columns, and for a wide matrix of full rank.
+/// is the case up to 40 columns and 2500 rows.
 LIMBER_API SolveReport solveLeastSquares(const SpMat& A, const Vector& b, Vector* x,
                                          const SolveOptions& options = SolveOptions());
 
 /// Solves A x = b for a symmetric positive (semi)definite A. If A turns out not to be symmetric, or not to be
-/// definite, that is a breakdown. The methods are conjugate gradients with the diagonal as preconditioner
-/// (Hestenes and Stiefel 1952), then with a sparse Cholesky factor.
+/// semidefinite, that is a breakdown. SOLVE_CONVERGED says that the residual is small, which is checked, and
+/// not that A is definite: the methods may solve a system with an indefinite matrix without noticing. The
+/// methods are conjugate gradients with the diagonal as preconditioner (Hestenes and Stiefel 1952), then with
+/// a sparse Cholesky factor.
 LIMBER_API SolveReport solvePositiveDefinite(const SpMat& A, const Vector& b, Vector* x,
                                              const SolveOptions& options = SolveOptions());
 

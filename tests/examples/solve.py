@@ -188,7 +188,8 @@ class Solve(SolveRunner):
 
     def test_spd_wants_a_square_matrix(self):
         for method in ("--spd", "--square", "--bicg"):
-            self.refused(BANNER + "2 3 1\n1 1 5\n", ": expected a square matrix for --spd, --square and --bicg", method)
+            self.refused(BANNER + "2 3 1\n1 1 5\n", ": expected a square matrix for --spd, --square and --bicg; "
+                         "--ls takes any shape", method)
 
     def test_options_reach_the_solver(self):
         spd = self.write("spd.mtx", SPD)

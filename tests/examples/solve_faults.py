@@ -9,6 +9,7 @@ import math
 import os
 import pty
 import random
+import re
 import resource
 import signal
 import subprocess
@@ -163,6 +164,34 @@ class Files(SolveRunner):
         self.assertEqual(report["iterations"], int(printed["iterations"]))
         self.assertEqual(report["notes"], [printed["note"]])
         self.assertLess(report["denseDifference"], 1e-9)
+
+    def test_the_report_is_json_whatever_the_name_of_the_file(self):
+        names = [b"line\nend\tand\x01\x7f", "é €𝄞".encode(), b"no text \xff \xc3( \xe2\x82 \xed\xa0\x80 \xf5.mtx",
+                 b"cut \xe2\x82"]
+        file = os.path.join(self.folder, "report.json")
+        for name in names:
+            path = os.path.join(os.fsencode(self.folder), name)
+            with open(path, "wb") as stream:
+                stream.write(SPD.encode())
+            done = subprocess.run([SOLVE, "--report", file, path], capture_output=True, timeout=120)
+            self.assertEqual(done.returncode, 0, done.stderr)
+            with open(file, encoding="utf-8") as stream:
+                report = json.load(stream)
+            # Python replaces a piece of a character once, the program each of its bytes
+            once = path.decode("utf-8", "replace")
+            self.assertEqual(re.sub("\ufffd+", "\ufffd", report["matrix"]), re.sub("\ufffd+", "\ufffd", once))
+
+    def test_messages_name_the_option_that_helps(self):
+        for matrix, said in [("2 2 3\n1 1 2\n2 2 3\n2 1 .5\n", "The matrix is not symmetric; --square takes it."),
+                             ("2 2 2\n1 1 2\n2 2 -3\n", "The matrix is not positive definite; --square takes it.")]:
+            status, out, _ = self.run_solve("--spd", self.write("a.mtx", BANNER + matrix))
+            self.assertEqual(status, 2)
+            self.assertIn("not solved: " + said, out)
+        singular = self.write("b.mtx", BANNER + "2 2 2\n1 1 1\n2 1 1\n")
+        status, out, _ = self.run_solve("--square", "-b", self.write("b", "1 2"), singular)
+        self.assertEqual(status, 2)
+        self.assertIn("The system has no solution", out)
+        self.assertIn("--ls finds the x with the smallest residual", out)
 
     def test_the_version(self):
         self.assertRegex(self.run_solve("--version")[1], r"^limber-solve \(Limber [0-9.]+\)\n$")
