@@ -83,6 +83,25 @@ TEST(DenseQr, HasNoRankForZeros) {
   EXPECT_EQ(std::vector<double>(2), d);
 }
 
+// The unknowns of the solution with dependent columns are those of the largest columns.
+TEST(DenseQr, TakesTheLargestColumnsFirst) {
+  Dense A(2, 4);
+  for (int i = 0; i < 2; ++i) {
+    A(i, 0) = 0.25, A(i, 1) = -1.0, A(i, 2) = 0.5;
+  }
+  A(0, 3) = 0.75, A(1, 3) = -0.5;
+  DenseQr qr(A.rows());
+  ASSERT_EQ(2, qr.rank());
+  const std::vector<double> b = {1.0, 2.0};
+  std::vector<double> d(4);
+  qr.solve(b.data(), d.data());
+  EXPECT_EQ(0.0, d[0]);
+  EXPECT_NE(0.0, d[1]);
+  EXPECT_EQ(0.0, d[2]);
+  EXPECT_NE(0.0, d[3]);
+  EXPECT_LE(farthest(A.times(d), b), 1e-14);
+}
+
 TEST(DenseQr, CountsItsOperations) {
   EXPECT_EQ(5.0 * 7 * 3 * 3, DenseQr::operations(7, 3));
   EXPECT_EQ(5.0 * 7 * 3 * 3, DenseQr::operations(3, 7));
