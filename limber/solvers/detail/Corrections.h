@@ -23,9 +23,9 @@ inline int lastIteration(const LinearSystem& system, int iterations) {
   return system.run.iterations + std::min(iterations, system.run.limit - system.run.iterations);
 }
 
-/// Lets `method` solve for a correction and adds it, and repeats that as long as it at least halves the
-/// residual. `method` receives the residual in its units, scaled so that the largest element is near 1, space
-/// for the correction, and its goal.
+/// Lets `method` solve for a correction and adds it, and repeats that as long as it reduces the residual,
+/// until one correction (four if residuals are precise) has not halved it. `method` receives the residual in
+/// its units, scaled so that the largest element is near 1, space for the correction, and its goal.
 template <class Method>
 Outcome correct(LinearSystem& system, const Units& units, int iterations, Method method) {
   const int m = system.height, n = system.width;

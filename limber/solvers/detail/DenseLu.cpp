@@ -10,7 +10,7 @@
 namespace limber::detail {
 namespace {
 
-// so many pivots are subtracted from the later columns at once
+// the number of pivots that are subtracted from the later columns at once
 constexpr int block = 32;
 
 // Four elements of a column, at any address that a double may have.

@@ -32,8 +32,11 @@ class DenseQr {
   void solveTriangle(double* y) const;
 
   int m_, n_, rank_ = 0;
-  /// Stored by columns: R and S on and above the diagonal, the reflections below it.
-  Doubles value_, diagonal_, work_;
+  /// Stored by columns: R and S above the diagonal, and the vectors of the reflections from the diagonal on.
+  Doubles value_;
+  /// The diagonal of R.
+  Doubles diagonal_;
+  Doubles work_;
   Ints order_;
 };
 

@@ -55,7 +55,8 @@ class QuotientGraph {
     of_[i].push(clique);
   }
 
-  // Computes the order and, if `pattern`, the rows of the factor. False if it has more entries than that.
+  // Computes the order and, if `pattern` is true, the rows of the factor. False if the factor has more than
+  // `mostEntries` entries.
   bool eliminate(double mostEntries, bool pattern, Elimination* out);
 
  private:
@@ -75,7 +76,7 @@ class QuotientGraph {
     return static_cast<int>(std::min(degree, n_ - 1.0));
   }
   void gather(int p, int step, Ints* reached);
-  void update(int p, int step, const Ints& reached, int left, DegreeLists* lists);
+  void update(int step, const Ints& reached, int left, DegreeLists* lists);
 
   static constexpr int dead = -2;
   const int n_;
@@ -104,7 +105,7 @@ void QuotientGraph::gather(int p, int step, Ints* reached) {
 }
 
 // Replaces the cliques that the new clique covers, and updates the degrees of its members.
-void QuotientGraph::update(int, int step, const Ints& reached, int left, DegreeLists* lists) {
+void QuotientGraph::update(int step, const Ints& reached, int left, DegreeLists* lists) {
   for (const int i : reached) {
     Ints& mine = of_[i];
     int kept = 0;
@@ -163,7 +164,7 @@ bool QuotientGraph::eliminate(double mostEntries, bool pattern, Elimination* out
       for (const int i : reached) out->index.push(i);
     }
     out->start[k + 1] = out->index.size();
-    if (reached.size() > 0) update(p, k, reached, n_ - k - 1, &lists);
+    if (reached.size() > 0) update(k, reached, n_ - k - 1, &lists);
   }
   for (int& i : out->index) i = out->position[i];
   for (int k = 0; k < n_; ++k) {

@@ -37,7 +37,9 @@ bool eliminateColumns(const SparseRows& A, const Allowance& allowance, Eliminati
 bool eliminateSymmetric(const SparseRows& A, const Allowance& allowance, Elimination* out);
 /// The elimination of a band matrix in its natural order.
 Elimination bandElimination(int n, int halfBandwidth);
-/// Computes only the order of the columns, for an LU factor with row exchanges. Nearly full rows are ignored.
+/// Computes only the order of the columns, for an LU factor with row exchanges. Rows with more entries than
+/// 16 and than 10 sqrt(n), for n columns, are ignored. If the factor of A^T A would have more than 2e8
+/// entries, the order does not change.
 void orderColumns(const SparseRows& A, Ints* order);
 
 }  // namespace limber::detail

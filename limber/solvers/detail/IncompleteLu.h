@@ -12,7 +12,7 @@ namespace limber::detail {
 /// the rows and columns of A are scaled. A pivot that is nearly zero is replaced.
 class IncompleteLu final : public Inverse {
  public:
-  /// False if a diagonal element is not stored.
+  /// False if a diagonal element is not stored or a factor is not finite.
   bool factor(const SparseRows& A);
   bool apply(const double* r, double* z) override;
 

@@ -22,8 +22,8 @@ struct LsmrGoal {
   /// at most `truth`. May be empty.
   std::function<double(const double* d)> check;
   double truth = 0.0;
-  /// A^T r, which is overwritten. If null, it is computed.
-  double* gradient = nullptr;
+  /// A^T r. If null, it is computed.
+  const double* gradient = nullptr;
 };
 
 struct LsmrResult {
