@@ -98,6 +98,27 @@ TEST(SolveScale, ConstraintsHaveTheSameBits) {
   }
 }
 
+// A zero has no exponent, so a damping of zeros must not set the scale.
+TEST(SolveScale, ADampingOfZerosChangesNothing) {
+  Random random(8);
+  Entries J(40, 60);
+  for (int i = 0; i < 40; ++i) {
+    for (int k = 0; k < 5; ++k) J.add(i, (i * 13 + k * 17) % 60, random.value());
+  }
+  const Vector b = random.vector(40);
+  Vector zeros(40), x;
+  zeros = 0.0;
+  for (const int k : {-900, -300, -10, 0, 10, 450}) {
+    const Entries small = scaled(J, k);
+    const Vector right = scaled(b, std::max(2 * k, -900));
+    Vector y;
+    x = Vector();
+    EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(small.matrix(), nullptr, nullptr, right, &x).status) << k;
+    EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(small.matrix(), nullptr, &zeros, right, &y).status) << k;
+    EXPECT_TRUE(tolerance::sameBits(x.data, y.data, x.count)) << k;
+  }
+}
+
 TEST(SolveScale, ResidualsAreInTheCallersUnits) {
   const Entries A = grid(9, 0.0, 0.0);
   const Vector b = Random(6).vector(81);

@@ -42,7 +42,8 @@ const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vecto
     }
   }
   *power = 2 * own - least;
-  if (damping && extent.height > 0) {
+  const auto isZero = [](double d) { return d == 0.0; };
+  if (damping && !std::all_of(damping->data, damping->data + extent.height, isZero)) {
     // if the damping is larger than the scale of J V^-1 J^T, it determines the scale
     const int excess = largestExponent(extent.height, damping->data) - *power;
     if (excess > 0) {
