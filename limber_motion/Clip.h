@@ -39,14 +39,19 @@ struct ClipText {
   int decimals = 6;  ///< the largest number of digits after a decimal point, at least 6 and at most 15
 };
 
+/// The axis of the world that points up.
+enum class Up { X, Y, Z, MinusX, MinusY, MinusZ };
+
 /// A skeleton and its motion. Angles are in radians, lengths in the file's unit, times in seconds.
 struct LIMBER_MOTION_API Clip {
   std::vector<Joint> joints;
   int channels = 0;  ///< numbers per frame
   int frames = 0;
-  double frameTime = 0.0;                ///< seconds
-  std::vector<double> values;            ///< frames times channels, frame after frame
-  std::vector<std::string> notes;        ///< remarks about the file, such as bones of length zero
+  double frameTime = 0.0;          ///< seconds
+  Up up = Up::Y;                   ///< readClip finds it (findUp); everything that has to do with heights
+                                   ///< and the ground follows it
+  std::vector<double> values;      ///< frames times channels, frame after frame
+  std::vector<std::string> notes;  ///< remarks about the file, such as bones of length zero
   std::shared_ptr<const ClipText> text;  ///< null for a clip that was not read from a file
 
   double* frame(int f) {
@@ -82,7 +87,8 @@ LIMBER_MOTION_API Clip readClip(const std::string& path, const char* searchPath 
 /// the body is smaller than one unit, positions get more decimals, so that they are exact to a millionth of
 /// its height.
 LIMBER_MOTION_API std::string textOf(const Clip& clip);
-/// Writes textOf(clip) to a file. The file appears complete or not at all. Throws Error on failure.
+/// Writes textOf(clip) to a file. The file appears complete or not at all: the text is first written to
+/// PATH.part, which stays only if the process is ended meanwhile. Throws Error on failure.
 LIMBER_MOTION_API void writeClip(const Clip& clip, const std::string& path);
 
 /// Makes each rotation channel continuous: adds multiples of 2 pi so that no value differs from that of the

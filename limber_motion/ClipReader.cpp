@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "limber_motion/Clip.h"
+#include "limber_motion/Upright.h"
 #include "limber_motion/detail/Degrees.h"
 
 namespace limber::motion {
@@ -261,7 +262,9 @@ double ClipReader::number(const char* wanted) {
 }  // namespace detail
 
 Clip readClip(const std::string& path, const char* searchPath) {
-  return detail::ClipReader(detail::LineReader(path, searchPath)).read();
+  Clip clip = detail::ClipReader(detail::LineReader(path, searchPath)).read();
+  clip.up = findUp(clip);
+  return clip;
 }
 
 }  // namespace limber::motion

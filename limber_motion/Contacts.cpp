@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "limber_motion/Skeleton.h"
+#include "limber_motion/Upright.h"
 #include "limber_motion/detail/Feet.h"
 #include "limber_motion/detail/FootPlaces.h"
 #include "limber_motion/detail/Numbers.h"
@@ -169,7 +170,9 @@ class ContactFinder {
 }  // namespace
 
 Contacts findContacts(const Clip& clip, const ContactOptions& options) {
-  return ContactFinder(clip, options).find();
+  Contacts found = ContactFinder(upright(clip), options).find();
+  for (Contact& contact : found.list) contact.place = fromUpright(contact.place, clip.up);
+  return found;
 }
 
 Contacts contactsBeside(const Contacts& contacts, const std::vector<Constraint>& constraints) {

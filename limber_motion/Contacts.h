@@ -46,7 +46,7 @@ struct Contacts {
   /// several fingers, only the lowest one is included.
   std::vector<int> feet;
   int first = 0;        ///< the first frame of the motion: 1 or 2 after separate poses such as a T-pose
-  double ground = 0.0;  ///< the height (y) of the lowest part of the body, leaving out a twentieth of the
+  double ground = 0.0;  ///< the height of the lowest part of the body, leaving out a twentieth of the
                         ///< frames as outliers
   std::string note;     ///< why there are no contacts, or what is unusual; may be empty
 };

@@ -7,6 +7,7 @@
 #include "limber_motion/Error.h"
 #include "limber_motion/Quality.h"
 #include "limber_motion/Skeleton.h"
+#include "limber_motion/Upright.h"
 #include "limber_motion/detail/EditRun.h"
 #include "limber_motion/detail/NameOf.h"
 #include "limber_motion/detail/SecondsNow.h"
@@ -94,9 +95,18 @@ Report Edit::solve() {
   if (!planted_) feet_ = findContacts(clip_);
   std::vector<int> rank;
   const std::vector<Constraint> wishes = allWishes(&rank);
-  Report report =
-      wishes.empty() ? nothingToDo() : detail::EditRun(&clip_, feet_, wishes, rank, options_).run();
+  Report report = wishes.empty() ? nothingToDo() : solveUpright(wishes, rank);
   report.seconds = detail::secondsNow() - begun;
+  return report;
+}
+
+// The edit itself knows only clips in which y is up.
+Report Edit::solveUpright(std::vector<Constraint> wishes, const std::vector<int>& rank) {
+  Clip turned = upright(clip_);
+  for (Constraint& wish : wishes) wish.target = upright(wish.target, clip_.up);
+  Report report = detail::EditRun(&turned, feet_, wishes, rank, options_).run();
+  takeFrames(turned, &clip_);
+  if (clip_.up != Up::Y) report.notes.insert(report.notes.begin(), nameOf(clip_.up) + " is up");
   return report;
 }
 

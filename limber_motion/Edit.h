@@ -71,6 +71,7 @@ class LIMBER_MOTION_API Edit {
 
  private:
   std::vector<Constraint> allWishes(std::vector<int>* rank);
+  Report solveUpright(std::vector<Constraint> wishes, const std::vector<int>& rank);
   Report nothingToDo() const;
 
   Clip& clip_;

@@ -6,6 +6,7 @@
 
 #include "limber_motion/Error.h"
 #include "limber_motion/Skeleton.h"
+#include "limber_motion/Upright.h"
 #include "limber_motion/detail/Jerk.h"
 #include "limber_motion/detail/Places.h"
 
@@ -152,7 +153,8 @@ double largestTurn(const Clip& before, const Clip& after) {
 
 }  // namespace
 
-std::vector<Stand> findStands(const Clip& clip, double* ground) {
+std::vector<Stand> findStands(const Clip& original, double* ground) {
+  const Clip clip = upright(original);
   const Skeleton skeleton(clip);
   double lowest = 0.0;
   const std::vector<Stand> stands = standsOf(clip, Places(clip, skeleton), &lowest);
@@ -160,8 +162,12 @@ std::vector<Stand> findStands(const Clip& clip, double* ground) {
   return stands;
 }
 
-Quality measureQuality(const Clip& before, const Clip& after, const std::vector<Stand>& stands,
+Quality measureQuality(const Clip& original, const Clip& edited, const std::vector<Stand>& stands,
                        double ground) {
+  const Clip before = upright(original);
+  Clip after = edited;
+  after.up = original.up;
+  after = upright(after);
   if (before.frames != after.frames || before.joints.size() != after.joints.size() ||
       before.channels != after.channels) {
     throw Error("the clips to compare differ in joints or frames");

@@ -4,10 +4,13 @@
 #include <cmath>
 
 #include "limber/linalg/SpVec.h"
+#include "limber_motion/Upright.h"
 
 namespace limber::motion {
 
 namespace {
+
+constexpr double flat = 0.3;  // the vertical extent of a skeleton that stands, relative to its largest one
 
 // A joint's axes in world coordinates: the images of x, y and z.
 struct Axes {
@@ -25,14 +28,16 @@ struct Axes {
   }
 };
 
-double extent(const std::vector<Pnt3>& at) {
+// The vertical extent, or the largest one if the skeleton rather lies.
+double extent(const std::vector<Pnt3>& at, Up up) {
   Pnt3 low = at[0], high = at[0];
   for (const Pnt3& p : at) {
     low.includeMin(p);
     high.includeMax(p);
   }
   const Pnt3 size = high - low;
-  return size.y > 0.0 ? size.y : std::max(size.x, size.z);
+  const double largest = std::max({size.x, size.y, size.z}), vertical = std::fabs(upright(size, up).y);
+  return vertical >= flat * largest ? vertical : largest;
 }
 
 }  // namespace
@@ -54,8 +59,8 @@ Skeleton::Skeleton(const Clip& clip) {
     joints_.push_back(part);
     rest.push_back(at);
   }
-  height_ = extent(rest);
-  if (height_ == 0.0 && clip.frames > 0) height_ = extent(positions(clip.frame(0)));
+  height_ = extent(rest, clip.up);
+  if (height_ == 0.0 && clip.frames > 0) height_ = extent(positions(clip.frame(0)), clip.up);
 }
 
 void Skeleton::pose(const double* frame, Pose* out) const {

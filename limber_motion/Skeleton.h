@@ -49,9 +49,10 @@ class LIMBER_MOTION_API Skeleton {
   /// in a frame.
   Pnt3 position(int joint, const double* frame, SpVec rows[3]) const;
 
-  /// The body's height, which is the unit of relative lengths: the vertical (y) extent of the skeleton when
-  /// all rotations are zero and only the offsets count, or its largest extent if that is flat. If all offsets
-  /// are zero, the extent of the clip's first frame is used.
+  /// The body's height, which is the unit of relative lengths: the vertical extent of the skeleton when all
+  /// rotations are zero and only the offsets count, or its largest extent if it lies then (if the vertical
+  /// one is less than three tenths of it). If all offsets are zero, the extents of the clip's first frame are
+  /// used.
   double height() const { return height_; }
 
  private:

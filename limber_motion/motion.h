@@ -19,3 +19,4 @@
 #include "limber_motion/Spline.h"
 #include "limber_motion/StepSystem.h"
 #include "limber_motion/Stiffness.h"
+#include "limber_motion/Upright.h"

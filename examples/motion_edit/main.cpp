@@ -86,6 +86,7 @@ void describe(const Options& options, const Clip& clip, double height) {
               options.clip.c_str(), clip.joints.size(), clip.channels, clip.frames, 1.0 / clip.frameTime,
               height);
   for (const std::string& note : clip.notes) std::printf("note: %s\n", note.c_str());
+  if (clip.up != Up::Y) std::printf("note: %s is up\n", nameOf(clip.up).c_str());
   for (const GimbalLock& lock : findGimbalLock(clip)) {
     std::printf("note: %s is near gimbal lock in %d frames, nearest in frame %d (%.1f degrees away)\n",
                 clip.joints[static_cast<std::size_t>(lock.joint)].name.c_str(), lock.frames, lock.worst + 1,
@@ -100,7 +101,7 @@ void listPlants(const Clip& clip, const Contacts& contacts, double height) {
     std::printf("%-24s %6d-%-6d %7.3f-%-7.3f   %11.5g %11.5g %11.5g   %.4f\n",
                 clip.joints[static_cast<std::size_t>(c.joint)].name.c_str(), c.first + 1, c.last + 1,
                 c.first * clip.frameTime, (c.last + 1) * clip.frameTime, c.place.x, c.place.y, c.place.z,
-                (c.place.y - contacts.ground) / height);
+                (upright(c.place, clip.up).y - contacts.ground) / height);
   }
 }
 
@@ -109,6 +110,7 @@ void listPlants(const Clip& clip, const Contacts& contacts, double height) {
 struct Wishes {
   Contacts plants;
   std::vector<Constraint> targets;
+  bool planted = true;  // the contacts that were found are wanted
 
   std::vector<Constraint> all() const {
     std::vector<Constraint> both = constraintsOf(plants);
@@ -119,13 +121,14 @@ struct Wishes {
 };
 
 Wishes wishesOf(const Options& options, const Clip& clip, const Contacts& found) {
-  Wishes wishes = {found, {}};
+  Wishes wishes = {found, {}, true};
   if (options.script.empty()) return wishes;
   const Script script = readScript(options.script, options.path(), clip);
   if (script.constraints.empty() && !script.plants) {
     throw InputError(options.script + ": no constraints in the script");
   }
   wishes.targets = script.constraints;
+  wishes.planted = script.plants;
   if (script.plants) {
     wishes.plants = contactsBeside(found, wishes.targets);
   } else {
@@ -136,23 +139,29 @@ Wishes wishesOf(const Options& options, const Clip& clip, const Contacts& found)
 
 int statusOf(const Report& report) { return report.met ? Met : report.impossible ? BadInput : NotMet; }
 
+void printNote(const Contacts& found) {
+  if (!found.note.empty()) std::printf("note: %s\n", found.note.c_str());
+}
+
 int run(const Options& options) {
   checkOutputs(options);
   Clip clip = readClip(options.clip, options.path());
+  if (options.up) clip.up = *options.up;
   const Clip before = clip;
   const double height = Skeleton(clip).height();
   describe(options, clip, height);
   const Contacts found = findContacts(clip);
-  if (!found.note.empty()) std::printf("note: %s\n", found.note.c_str());
   Outputs outputs;
   if (!options.plantScript.empty()) outputs.add(options.plantScript, scriptOf(found, clip));
   if (options.listPlants) {
+    printNote(found);
     listPlants(clip, found, height);
     outputs.finish();
     return found.list.empty() ? BadInput : Met;
   }
 
   const Wishes wishes = wishesOf(options, clip, found);
+  if (wishes.planted || !options.plantScript.empty()) printNote(found);
   const std::vector<Constraint> all = wishes.all();
   std::printf("%zu contacts of %zu joints, %zu targets in %zu frames of joints\n", wishes.plants.list.size(),
               found.feet.size(), wishes.targets.size(), all.size());

@@ -10,6 +10,8 @@
 
 namespace {
 
+using limber::motion::Up;
+
 constexpr double radians = 3.14159265358979323846 / 180.0;
 
 // This text follows "usage:" and the name of the program.
@@ -24,6 +26,7 @@ says so.
   -p PATH              search path of the clip and the script, elements separated by ';' or ':'
   --list-plants        lists where the feet stand, and edits nothing
   --write-constraints FILE  also writes where the feet stand as a script, to be changed and used
+  --up AXIS            the axis that points up: x, y, z, -x, -y, -z or auto (auto: found from the motion)
   --smooth SECONDS     time constant of the change: larger is smoother and reaches further (0.16)
   --knots SECONDS      between the knots of coarse curves (0: one unknown a frame)
   --stiff NAME=VALUE   how much a joint resists being turned (5 toes and fingers, 4 root, 2 spine, 1
@@ -84,6 +87,8 @@ class ArgumentReader {
     } else if (word == "-p") {
       options_.searchPath = value(word);
       options_.searched = true;
+    } else if (word == "--up") {
+      readUp(value(word));
     } else if (word == "--list-plants") {
       options_.listPlants = true;
     } else if (word == "--write-constraints") {
@@ -131,6 +136,18 @@ class ArgumentReader {
                        quoted(word.c_str()));
     }
     options_.edit.stiffness[word.substr(0, equals)] = stiffness;
+  }
+
+  void readUp(const std::string& word) {
+    options_.up.reset();
+    if (word == "auto") return;
+    for (const Up up : {Up::X, Up::Y, Up::Z, Up::MinusX, Up::MinusY, Up::MinusZ}) {
+      if (word == nameOf(up)) options_.up = up;
+    }
+    if (!options_.up) {
+      throw InputError(programName() + ": --up needs x, y, z, -x, -y, -z or auto, found " +
+                       quoted(word.c_str()));
+    }
   }
 
   std::string value(const std::string& option) {

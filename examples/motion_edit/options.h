@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "limber_motion/motion.h"
@@ -17,6 +18,7 @@ struct Options {
   bool pictures = true;
   bool preconditioners = false;  ///< compare preconditioners and write OUTPUT-preconditioners.ai
   int figures = 7;
+  std::optional<limber::motion::Up> up;  ///< if empty, the clip's own
   limber::motion::EditOptions edit;
 
   const char* path() const { return searched ? searchPath.c_str() : nullptr; }

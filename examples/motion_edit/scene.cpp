@@ -47,18 +47,19 @@ Pnt3 mainDirection(const std::vector<Pnt3>& points) {
 
 Scene::Scene(const Clip& before, const Clip& after, const Contacts& contacts,
              const std::vector<Constraint>& held)
-    : clip_(before), height_(Skeleton(before).height()), first_(contacts.first) {
+    : clip_(upright(before)), height_(Skeleton(clip_).height()), first_(contacts.first) {
   if (!(height_ > 0.0)) height_ = 1.0;
+  const Clip was = clip_, is = upright(after);
   const std::vector<Pnt3> rest = restPose(clip_.joints);
   drawn_.assign(rest.size(), true);
   findFeet(contacts.feet, rest);
   findSides(rest);
   findHandsAndHead(rest);
-  track(before, after, contacts.ground);
+  track(was, is, contacts.ground);
   for (const Constraint& wish : held) {
     const bool foot =
         std::find(contacts.feet.begin(), contacts.feet.end(), wish.joint) != contacts.feet.end();
-    const Pnt3 place = inView(wish.target);
+    const Pnt3 place = inView(upright(wish.target, before.up));
     targets_.push_back({wish.frame, wish.joint, place, foot && place.y < 0.15, wish.weight >= 1.0});
   }
 }

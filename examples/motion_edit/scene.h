@@ -27,7 +27,6 @@ class Scene {
     return tracks_[after]
                   [static_cast<std::size_t>(frame) * joints().size() + static_cast<std::size_t>(joint)];
   }
-  Pnt3 inView(const Pnt3& place) const;
   /// How far the root travels.
   double travel() const { return travel_; }
 
@@ -55,6 +54,7 @@ class Scene {
   const std::vector<Target>& targets() const { return targets_; }
 
  private:
+  Pnt3 inView(const Pnt3& place) const;
   void findSides(const std::vector<Pnt3>& rest);
   void findFeet(const std::vector<int>& feet, const std::vector<Pnt3>& rest);
   void findHandsAndHead(const std::vector<Pnt3>& rest);
