@@ -124,12 +124,12 @@ std::map<Up, double> sharesOf(const Clip& clip, const Body& body) {
   return shares;
 }
 
-// True if the body goes some way across an axis, and less along it: it walks, and does not lie.
-bool goesAcross(const Clip& clip, Up up) {
+// True if a joint of the body goes some way across an axis, and less along it: it walks, and does not lie.
+bool goesAcross(const Clip& clip, int joint, Up up) {
   const Skeleton skeleton(clip);
   Pnt3 low, high;
   for (int f = 0; f < clip.frames; ++f) {
-    const Pnt3 at = upright(skeleton.position(0, clip.frame(f)), up);
+    const Pnt3 at = upright(skeleton.position(joint, clip.frame(f)), up);
     if (f == 0) low = high = at;
     low.includeMin(at);
     high.includeMax(at);
@@ -163,19 +163,15 @@ Up findUp(const Clip& clip) {
   if (evidence[Up::Y] >= oftenEnough) return Up::Y;
   evidence[Up::Z] += 0.0;  // the other usual axis
   for (auto& [up, sum] : evidence) {
-    if (sum > 0.5 && goesAcross(clip, up)) sum += walking;
+    if (sum > 0.5 && goesAcross(clip, body->trunk.front(), up)) sum += walking;
   }
   const std::optional<Up> rest = body ? standsAlong(*body, restPose(clip)) : std::nullopt;
   if (rest) evidence[*rest] += 1.0;
-  std::map<Up, Ground> grounds;
-  int most = clip.frames;
-  for (const auto& one : evidence) {
-    grounds[one.first] = groundFor(clip, one.first);
-    most = std::max(most, grounds[one.first].frames);
-  }
   Up best = Up::Y;
   for (auto& [up, sum] : evidence) {
-    sum += static_cast<double>(grounds[up].frames) / most + (grounds[up].atOrigin ? groundAtOrigin : 0.0);
+    const Ground ground = groundFor(clip, up);
+    sum += std::min(1.0, static_cast<double>(ground.frames) / clip.frames);
+    sum += ground.atOrigin ? groundAtOrigin : 0.0;
   }
   for (const auto& [up, sum] : evidence) {
     if (sum > evidence[best] + (best == Up::Y ? margin : 0.0)) best = up;
