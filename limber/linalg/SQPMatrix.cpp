@@ -9,6 +9,7 @@
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/ClassOf.h"
 #include "limber/linalg/detail/CompactRows.h"
 #include "limber/linalg/detail/RowStorage.h"
 
@@ -170,7 +171,7 @@ struct JacobianStats {
   double largestRow = 0.0;
 
   explicit JacobianStats(const SpMat* j) {
-    const HSpMat* const sparse = dynamic_cast<const HSpMat*>(j);
+    const HSpMat* const sparse = j && classOf(j) ? dynamic_cast<const HSpMat*>(j) : nullptr;
     for (int i = 0; sparse && i < sparse->numRows; ++i) {
       const SpVec* const row = sparse->rows[i];
       if (!row) continue;

@@ -1,7 +1,8 @@
 #include "tests/solvers/NoTypeInformation.h"
 
-#include "limber/linalg/SpMat.h"
+#include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/Vector.h"
+#include "limber/solvers/Preconditioner.h"
 
 namespace {
 
@@ -18,7 +19,35 @@ class TwoByTwo : public SpMat {
   void multT(const Vector* x, Vector* y) const override { mult(x, y); }
 };
 
+class Computed : public FullMatrix {
+ public:
+  Computed() : FullMatrix(2, 2) {}
+  double& operator()(int i, int j) const override {
+    static double element;
+    return element = i != j ? 1.0 : i == 0 ? 3.0 : 2.0;
+  }
+};
+
+class Diagonal : public Preconditioner {
+ public:
+  void solve(const Vector* r, Vector* z) override {
+    *z = *r;
+    z->data[0] /= 3.0;
+    z->data[1] /= 2.0;
+  }
+};
+
 }  // namespace
+
+FullMatrix* denseMatrixWithoutTypeInformation() {
+  static Computed matrix;
+  return &matrix;
+}
+
+Preconditioner* preconditionerWithoutTypeInformation() {
+  static Diagonal preconditioner;
+  return &preconditioner;
+}
 
 SpMat* matrixWithoutTypeInformation() {
   static TwoByTwo matrix;

@@ -1,6 +1,14 @@
 #pragma once
 
+class FullMatrix;
+class Preconditioner;
 class SpMat;
 
-/// The matrix [3 1; 1 2] as an object of a class that is compiled without type information.
+// Objects of classes that are compiled without type information.
+
+/// The matrix [3 1; 1 2].
 SpMat* matrixWithoutTypeInformation();
+/// The same as a class that is derived from FullMatrix and computes its elements.
+FullMatrix* denseMatrixWithoutTypeInformation();
+/// The inverse of its diagonal.
+Preconditioner* preconditionerWithoutTypeInformation();

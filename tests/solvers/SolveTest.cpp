@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "tests/solvers/NoTypeInformation.h"
 #include "tests/solvers/SolveSystems.h"
 #include "tests/support/Tolerance.h"
 
@@ -449,6 +450,23 @@ TEST(Solve, SolvesRandomSquareSystemsByTheirFactor) {
     Vector x;
     EXPECT_EQ(SOLVE_CONVERGED, solveSquare(A.matrix(), b, &x).status);
     EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1e-8);
+  }
+}
+
+TEST(Solve, AcceptsClassesWithoutTypeInformation) {
+  Vector b(2);
+  b = 5.0;
+  SolveOptions options;
+  options.preconditioner = preconditionerWithoutTypeInformation();
+  for (const SpMat* A :
+       {matrixWithoutTypeInformation(), static_cast<SpMat*>(denseMatrixWithoutTypeInformation())}) {
+    for (const auto solve : {solvePositiveDefinite, solveLeastSquares, solveSquare}) {
+      Vector x;
+      EXPECT_EQ(solve(*A, b, &x, options).status, SOLVE_CONVERGED);
+      ASSERT_EQ(x.size(), 2);
+      EXPECT_NEAR(x[0], 1.0, 1e-9);
+      EXPECT_NEAR(x[1], 2.0, 1e-9);
+    }
   }
 }
 

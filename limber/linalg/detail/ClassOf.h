@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The class of a matrix.
+/// The class of a matrix or of another object with virtual functions.
 
 #include <cstring>
 #include <typeinfo>
@@ -10,11 +10,13 @@
 
 namespace limber::detail {
 
-/// The class of A, or null for a class that was compiled without type information, for which typeid would
-/// crash. The Itanium C++ ABI stores the pointer to it in front of the table of virtual functions.
-inline const std::type_info* classOf(const SpMat* A) {
+/// The class of an object, or null for a class that was compiled without type information, for which typeid
+/// and dynamic_cast would crash. The Itanium C++ ABI stores the pointer to it in front of the table of
+/// virtual functions.
+template <class Polymorphic>
+const std::type_info* classOf(const Polymorphic* object) {
   const std::type_info* const* table;
-  std::memcpy(&table, static_cast<const void*>(A), sizeof table);
+  std::memcpy(&table, static_cast<const void*>(object), sizeof table);
   return table[-1];
 }
 

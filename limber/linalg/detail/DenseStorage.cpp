@@ -8,9 +8,15 @@
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/ResizeMatrix.h"
+#include "limber/linalg/detail/ClassOf.h"
 
 namespace limber::detail {
 namespace {
+
+// Null if m is no ResizeMatrix, or if its class was compiled without type information.
+const ResizeMatrix* asResizeMatrix(const FullMatrix& m) {
+  return classOf(&m) ? dynamic_cast<const ResizeMatrix*>(&m) : nullptr;
+}
 
 // The storage that is kept alive, listed in blocks so that a long list costs few allocations.
 struct KeptBlock {
@@ -43,21 +49,21 @@ std::int64_t denseCount(const FullMatrix& m) {
 
 std::int64_t denseRoom(const FullMatrix& m) {
   const std::int64_t count = denseCount(m);
-  const ResizeMatrix* const sized = dynamic_cast<const ResizeMatrix*>(&m);
+  const ResizeMatrix* const sized = asResizeMatrix(m);
   return sized && m.data && sized->allocated > count ? sized->allocated : count;
 }
 
 bool runsOnStorage(const FullMatrix& m) {
   if (m.kind == 1 || !m.data) return false;
-  const std::type_info& type = typeid(m);
-  return type == typeid(FullMatrix) || type == typeid(ResizeMatrix);
+  const std::type_info* const type = classOf(&m);
+  return type && (*type == typeid(FullMatrix) || *type == typeid(ResizeMatrix));
 }
 
 void setDenseStorage(FullMatrix& m, double* data, std::int64_t n) {
   m.data = data;
   // the field is an int; a matrix too large for it counts as full
   constexpr std::int64_t largest = std::numeric_limits<int>::max();
-  if (ResizeMatrix* const sized = dynamic_cast<ResizeMatrix*>(&m)) {
+  if (auto* const sized = const_cast<ResizeMatrix*>(asResizeMatrix(m))) {
     sized->allocated = data ? static_cast<int>(n < largest ? n : largest) : 0;
   }
 }

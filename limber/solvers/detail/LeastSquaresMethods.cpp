@@ -4,6 +4,7 @@
 #include <typeinfo>
 #include <utility>
 
+#include "limber/linalg/detail/ClassOf.h"
 #include "limber/solvers/Preconditioner.h"
 #include "limber/solvers/detail/Corrections.h"
 #include "limber/solvers/detail/FixedSums.h"
@@ -187,7 +188,8 @@ Preconditioner* foreignPreconditioner(const LinearSystem& system) {
 
 bool wantsIdentity(const LinearSystem& system) {
   const Preconditioner* const given = system.run.options.preconditioner;
-  return given && typeid(*given) == typeid(Preconditioner);
+  const std::type_info* const type = given ? classOf(given) : nullptr;
+  return type && *type == typeid(Preconditioner);
 }
 
 int firstBudget(const LinearSystem& system, int least, int most) {

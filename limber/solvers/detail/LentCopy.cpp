@@ -3,7 +3,6 @@
 #include <atomic>
 
 #include "limber/linalg/HSpMat.h"
-#include "limber/linalg/SpVec.h"
 #include "limber/linalg/detail/SlicedRows.h"
 #include "limber/solvers/detail/CreatedOnFirstUse.h"
 

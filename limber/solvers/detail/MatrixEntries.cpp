@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <climits>
 #include <new>
-#include <typeinfo>
 
 #include "limber/linalg/BandedMatrix.h"
 #include "limber/linalg/DiagonalMatrix.h"
@@ -14,6 +13,7 @@
 #include "limber/linalg/SlicedMatrix.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/ClassOf.h"
 #include "limber/linalg/detail/SlicedAccess.h"
 #include "limber/linalg/detail/SlicedRows.h"
 #include "limber/solvers/detail/SparseRows.h"
@@ -21,16 +21,9 @@
 namespace limber::detail {
 namespace {
 
-// The matrix as a T. Null for any other class, including classes derived from T, which may multiply
-// differently.
-template <class T>
-const T* exactly(const SpMat& A) {
-  return typeid(A) == typeid(T) ? static_cast<const T*>(&A) : nullptr;
-}
-
 const FullMatrix* dense(const SpMat& A) {
-  if (const auto* resized = exactly<ResizeMatrix>(A)) return resized;
-  return exactly<FullMatrix>(A);
+  if (const auto* resized = exactly<ResizeMatrix>(&A)) return resized;
+  return exactly<FullMatrix>(&A);
 }
 
 int entriesOf(const SpVec* row) { return row ? std::max(row->numEntries, 0) : 0; }
@@ -204,20 +197,20 @@ void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
 }  // namespace
 
 Extent extentOf(const SpMat& A, int rows, SparseRows* copied) {
-  if (const auto* sparse = exactly<HSpMat>(A)) return copySparse(*sparse, copied);
-  if (const auto* sliced = exactly<SlicedMatrix>(A)) return copySliced(*sliced, copied);
+  if (const auto* sparse = exactly<HSpMat>(&A)) return copySparse(*sparse, copied);
+  if (const auto* sliced = exactly<SlicedMatrix>(&A)) return copySliced(*sliced, copied);
   Extent extent;
   if (const FullMatrix* const full = dense(A)) {
     const bool stored = full->data != nullptr;
     extent.height = stored ? std::max(full->numRows, 0) : 0;
     extent.width = stored ? std::max(full->numColumns, 0) : 0;
-  } else if (const auto* identity = exactly<IdentityMatrix>(A)) {
+  } else if (const auto* identity = exactly<IdentityMatrix>(&A)) {
     extent.height = extent.width = std::max(identity->n, 0);
-  } else if (const auto* diagonal = exactly<DiagonalMatrix>(A)) {
+  } else if (const auto* diagonal = exactly<DiagonalMatrix>(&A)) {
     extent.height = extent.width = diagonal->diag ? std::max(diagonal->diag->count, 0) : 0;
-  } else if (const auto* band = exactly<BandedMatrix>(A)) {
+  } else if (const auto* band = exactly<BandedMatrix>(&A)) {
     extent.height = extent.width = std::max(band->rows, 0);
-  } else if (const auto* blocks = exactly<SQPMatrix>(A)) {
+  } else if (const auto* blocks = exactly<SQPMatrix>(&A)) {
     if (!blocks->H || !blocks->J) {
       extent.damaged = true;
       return extent;
@@ -237,17 +230,17 @@ Extent extentOf(const SpMat& A, int rows, SparseRows* copied) {
 }
 
 void copyEntries(const SpMat& A, const Extent& extent, SparseRows* out) {
-  if (exactly<HSpMat>(A) || exactly<SlicedMatrix>(A)) {
+  if (exactly<HSpMat>(&A) || exactly<SlicedMatrix>(&A)) {
     out->width = extent.width;
   } else if (const FullMatrix* const full = dense(A)) {
     copyDense(*full, extent, out);
-  } else if (const auto* identity = exactly<IdentityMatrix>(A)) {
+  } else if (const auto* identity = exactly<IdentityMatrix>(&A)) {
     copyDiagonal(extent.height, nullptr, identity->s, extent, out);
-  } else if (const auto* diagonal = exactly<DiagonalMatrix>(A)) {
+  } else if (const auto* diagonal = exactly<DiagonalMatrix>(&A)) {
     copyDiagonal(extent.height, diagonal->diag ? diagonal->diag->data : nullptr, 0.0, extent, out);
-  } else if (const auto* band = exactly<BandedMatrix>(A)) {
+  } else if (const auto* band = exactly<BandedMatrix>(&A)) {
     copyBand(*band, extent, out);
-  } else if (const auto* blocks = exactly<SQPMatrix>(A)) {
+  } else if (const auto* blocks = exactly<SQPMatrix>(&A)) {
     copyBlocks(*blocks, extent, out);
   } else {
     copyByProducts(A, extent, out);

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <new>
 
 #include "limber/solvers/detail/FixedSums.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
