@@ -25,7 +25,7 @@ constexpr double groundAtOrigin = 0.5, walking = 0.5,
 
 std::size_t index(int j) { return static_cast<std::size_t>(j); }
 
-// What of a skeleton tells whether it stands: the ends of its legs and the joints of its trunk.
+// The parts of a skeleton that show whether it stands: the ends of its legs and the joints of its trunk.
 struct Body {
   std::vector<int> legEnds, trunk;
 };
@@ -65,8 +65,8 @@ std::vector<Limb> limbsOf(const Clip& clip) {
   return limbs;
 }
 
-// The legs are the longest two limbs of the same length. The trunk is the limb with the most joints of the
-// others.
+// The legs are the longest two limbs of the same length. The trunk is the one of the other limbs that has the
+// most joints.
 std::optional<Body> findBody(const Clip& clip) {
   const std::vector<Limb> limbs = limbsOf(clip);
   const Limb *left = nullptr, *right = nullptr, *trunk = nullptr;

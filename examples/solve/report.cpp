@@ -19,7 +19,7 @@ Formulas formulasOf(Method method) {
   }
 }
 
-// The length of the character of UTF-8 that begins at `at`; 0 if there is none.
+// The length of the UTF-8 character that begins at `at`; 0 if there is none.
 std::size_t lengthOfCharacter(const std::string& text, std::size_t at) {
   const auto byte = [&](std::size_t k) { return k < text.size() ? static_cast<unsigned char>(text[k]) : 0u; };
   const unsigned first = byte(at), second = byte(at + 1);
@@ -29,13 +29,13 @@ std::size_t lengthOfCharacter(const std::string& text, std::size_t at) {
   for (std::size_t k = 1; k < length; ++k) {
     if (byte(at + k) < 0x80 || byte(at + k) > 0xbf) return 0;
   }
-  // spellings that are too long, halves of pairs, and numbers above the last character
+  // overlong encodings, surrogates, and numbers above the last character are not valid
   const bool wrong = (first == 0xe0 && second < 0xa0) || (first == 0xed && second > 0x9f) ||
                      (first == 0xf0 && second < 0x90) || (first == 0xf4 && second > 0x8f);
   return wrong ? 0 : length;
 }
 
-// A string of JSON, which is UTF-8. A file's name may hold any byte; one that is no character becomes U+FFFD.
+// A JSON string, which is UTF-8. File names may contain any bytes; those that are no UTF-8 become U+FFFD.
 std::string escaped(const std::string& text) {
   std::string result = "\"";
   for (std::size_t at = 0; at < text.size();) {

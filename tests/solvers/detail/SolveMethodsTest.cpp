@@ -131,7 +131,7 @@ TEST(MatrixEntries, OfStructuredMatricesAreTheirBands) {
   expectEntries(band, five);
 }
 
-// A class of the caller's, whose products are its only elements.
+// A class of the caller that has products and no elements.
 class Own : public SpMat {
  public:
   explicit Own(const Dense& A) : A_(A) {}
