@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "limber_motion/detail/SwingingAxes.h"
+
 namespace limber::motion::detail {
 
 namespace {
@@ -13,6 +15,7 @@ constexpr double boundFirmness = 10.0;  // weight of a firm bound, relative to w
 constexpr double plantTurn = 0.34;      // radians: preferred largest turn for holding feet
 constexpr double ofPlantTurn = 0.88;    // fraction of it for the stages before the last one
 constexpr double plantFirmness = 4.0;   // weight of a gentle bound, relative to that of one unknown
+constexpr double swingFirmness = 30.0;  // the same for the angles of swinging axes
 constexpr double cameBack = 0.99;       // fraction of a bound below which its unknown is released
 
 // How far each channel of a clip should turn: not far if it only helps to hold feet, without limit if a joint
@@ -30,7 +33,10 @@ std::vector<double> plantTurns(const Task& task) {
 }  // namespace
 
 TurnBounds::TurnBounds(const Task& task, const std::vector<int>& channels)
-    : task_(task), channels_(channels), preferred_(plantTurns(task)) {}
+    : task_(task),
+      channels_(channels),
+      preferred_(plantTurns(task)),
+      swinging_(swingingAxes(task.original)) {}
 
 double TurnBounds::most(const Stage& stage, int unknown, bool firm) const {
   const double allowed = task_.options.mostTurn;
@@ -77,7 +83,21 @@ std::vector<Bound> TurnBounds::bounds(const Stage& stage, const Vector& before) 
                : plantFirmness * stage.measure.massOf(b.unknown % n) / stage.measure.flexibility();
     bounds.push_back({b.unknown, b.sign * keptAt(stage, b) - before[b.unknown], weight});
   }
+  keepSwinging(stage, before, &bounds);
   return bounds;
+}
+
+// Curves with knots change several frames by one unknown, so they leave swinging axes alone.
+void TurnBounds::keepSwinging(const Stage& stage, const Vector& before, std::vector<Bound>* bounds) const {
+  const int n = static_cast<int>(channels_.size());
+  const std::size_t channels = static_cast<std::size_t>(task_.original.channels);
+  if (before.size() != task_.original.frames * n) return;
+  for (int i = 0; i < before.size(); ++i) {
+    const std::size_t frame = static_cast<std::size_t>(i / n);
+    if (!swinging_[frame * channels + static_cast<std::size_t>(channelOf(i))]) continue;
+    bounds->push_back(
+        {i, -before[i], swingFirmness * stage.measure.massOf(i % n) / stage.measure.flexibility()});
+  }
 }
 
 double TurnBounds::largestTurn(const Vector& change) const {

@@ -12,7 +12,7 @@ namespace limber::motion::detail {
 /// Keeps the angles of an edit from turning too far (an active-set method): an angle that would turn too far
 /// in a step is bound, and the others make up for it, until it has come back. There are two kinds of bounds:
 /// firm ones at the largest turn that the options allow, and gentle ones at a smaller turn that is preferred
-/// for angles that only help to hold feet.
+/// for angles that only help to hold feet. Angles of joints that pass near gimbal lock are kept as they were.
 class TurnBounds {
  public:
   /// `channels` are those that the edit changes. The operands must outlive this object.
@@ -42,11 +42,13 @@ class TurnBounds {
 
   int channelOf(int unknown) const { return channels_[static_cast<std::size_t>(unknown) % channels_.size()]; }
   double most(const Stage& stage, int unknown, bool firm) const;
+  void keepSwinging(const Stage& stage, const Vector& before, std::vector<Bound>* bounds) const;
   double keptAt(const Stage& stage, const Bind& bind) const;
 
   const Task& task_;
   const std::vector<int>& channels_;
   std::vector<double> preferred_;  // for each channel of the clip, the largest turn that is preferred
+  std::vector<bool> swinging_;     // for each frame and channel of the clip, see swingingAxes
   std::vector<Bind> binds_;
   bool turnedTooFar_ = false;
 };

@@ -118,3 +118,43 @@ TEST(LooseContacts, TargetsOfTheUserStayFirm) {
   EXPECT_EQ(report.looseFrames, 0);
   EXPECT_TRUE(report.turn > 25.0 * degree) << report.turn / degree;
 }
+
+// A seated figure whose left hip passes through gimbal lock: two angles turn by 150 degrees in a tenth of a
+// second, but the leg hardly moves. A smooth change of these angles would swing the leg.
+TEST(LooseContacts, AJointInGimbalLockIsLeftAlone) {
+  Clip clip = standing(120, 60.0);
+  for (int f = 0; f < clip.frames; f++) {
+    for (const char* side : {"Left", "Right"}) {
+      angle(&clip, f, std::string(side) + "UpLeg", 'X') = -89.5 * degree;
+      angle(&clip, f, std::string(side) + "Leg", 'X') = 89.5 * degree;
+    }
+    const double swing = 150.0 * degree * (0.5 + 0.5 * std::tanh((f - 60.0) / 2.0));
+    angle(&clip, f, "LeftUpLeg", 'Z') = swing;
+    angle(&clip, f, "LeftUpLeg", 'Y') = swing;
+    clip.frame(f)[0] = 0.02 * std::sin(0.05 * f);
+    clip.frame(f)[1] = 0.5;
+  }
+  const Skeleton skeleton(clip);
+  const int foot = clip.find("LeftFoot");
+  ASSERT_TRUE((skeleton.position(foot, clip.frame(70)) - skeleton.position(foot, clip.frame(50))).length() <
+              0.03);
+  const Clip before = clip;
+  Edit edit(clip);
+  edit.plant(findContacts(clip));
+  const Report report = edit.solve();
+  EXPECT_TRUE(report.met) << textOf(report);
+  EXPECT_GT(report.framesChanged, 0);
+  const Quality quality = measureQuality(before, clip);
+  EXPECT_TRUE(quality.bodyJerk <= 1.3) << quality.bodyJerk;
+  EXPECT_TRUE(quality.largestEdgeJerk <= 3.0) << quality.largestEdgeJerk;
+  EXPECT_TRUE(quality.turn <= 20.0 * degree) << quality.turn / degree;
+  Clip was = before;
+  double most = 0.0;
+  for (int f = 58; f <= 62; f++) {
+    for (const char axis : {'X', 'Y', 'Z'}) {
+      const double by = angle(&clip, f, "LeftUpLeg", axis) - angle(&was, f, "LeftUpLeg", axis);
+      most = std::max(most, std::fabs(std::remainder(by, 360.0 * degree)));
+    }
+  }
+  EXPECT_TRUE(most <= 0.5 * degree) << most / degree << "\n" << textOf(report);
+}
