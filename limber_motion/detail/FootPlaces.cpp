@@ -13,17 +13,19 @@ namespace {
 constexpr double still = 0.05;    // heights per second: slower frames have about equal weights
 constexpr double level = 0.004;   // heights: contacts of a joint that differ by less are on one ground
 constexpr double upright = 1e-3;  // how much a place moves up or down, relative to horizontal moves
+constexpr double nearlyStraight = 0.9995;  // fraction of the reach of a foot's bones that its joints may use
 constexpr int mostSweeps = 20000, alignSweeps = 50;
 
 constexpr double again = 0.35;  // seconds: a joint that comes back sooner stands at its previous place,
 constexpr double abrupt = 3.0;  // if the movement would otherwise be this many times more abrupt than it was
 
-// Two contacts that overlap in time and whose joints are a fixed distance apart; or two contacts of one joint
-// that must have one place, as if connected by a bone of length 0.
+// Two contacts that overlap in time and whose joints are a fixed distance apart, or at most that distance; or
+// two contacts of one joint that must have one place, as if connected by a bone of length 0.
 struct Bone {
   Contact *a, *b;
   double length;
-  Pnt3 way;  // from a to b, the mean over the frames that they share
+  Pnt3 way;     // from a to b, the mean over the frames that they share
+  bool atMost;  // the joints may be nearer together
 };
 
 // The usual height of these contacts: the median over their frames.
@@ -110,15 +112,35 @@ bool standsAlone(const std::vector<Contact*>& own, const std::vector<Contact>& c
   });
 }
 
+// The length of the bones from a joint down to another one; 0 if they are not on one limb or if a position
+// channel moves a joint between them.
+double reachBetween(const Clip& clip, int from, int to) {
+  double reach = 0.0;
+  for (int j = to; j != from; j = clip.joints[static_cast<std::size_t>(j)].parent) {
+    if (j < from) return 0.0;
+    const Joint& joint = clip.joints[static_cast<std::size_t>(j)];
+    for (const Channel& c : joint.channels) {
+      if (!c.rotation) return 0.0;
+    }
+    reach += joint.offset.length();
+  }
+  return reach;
+}
+
 std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, std::vector<Contact>* contacts) {
   std::vector<Bone> bones;
   for (Contact& a : *contacts) {
     for (Contact& b : *contacts) {
       const int first = std::max(a.first, b.first);
-      if (wouldJump(clip, tracks, a, b)) bones.push_back({&a, &b, 0.0, Pnt3()});
+      if (wouldJump(clip, tracks, a, b)) bones.push_back({&a, &b, 0.0, Pnt3(), false});
       if (a.joint >= b.joint || first > std::min(a.last, b.last)) continue;
-      if (a.foot != b.foot || !rigid(clip, a.joint, b.joint)) continue;
-      Bone bone = {&a, &b, (tracks.at(a.joint, first) - tracks.at(b.joint, first)).length(), Pnt3()};
+      if (a.foot != b.foot) continue;
+      if (!rigid(clip, a.joint, b.joint)) {
+        const double reach = reachBetween(clip, a.joint, b.joint);
+        if (reach > 0.0) bones.push_back({&a, &b, nearlyStraight * reach, Pnt3(), true});
+        continue;
+      }
+      Bone bone = {&a, &b, (tracks.at(a.joint, first) - tracks.at(b.joint, first)).length(), Pnt3(), false};
       const int last = std::min(a.last, b.last);
       for (int f = first; f <= last; ++f) bone.way += tracks.at(b.joint, f) - tracks.at(a.joint, f);
       bone.way *= 1.0 / (last - first + 1);
@@ -134,6 +156,7 @@ std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, std::vect
 void align(double ground, const std::vector<Bone>& bones) {
   for (int sweep = 0; sweep < alignSweeps; ++sweep) {
     for (const Bone& bone : bones) {
+      if (bone.atMost) continue;
       const Pnt3 off = bone.b->place - bone.a->place - bone.way;
       bone.a->place += off * 0.5;
       bone.b->place -= off * 0.5;
@@ -150,6 +173,7 @@ void align(double ground, const std::vector<Bone>& bones) {
 double stretch(const Bone& bone) {
   const Pnt3 way = bone.b->place - bone.a->place;
   const double excess = way.lengthSq() - bone.length * bone.length;
+  if (bone.atMost && excess <= 0.0) return 0.0;
   const Pnt3 along(way.x, upright * way.y, way.z);
   const double slope = 4.0 * (along.x * way.x + along.y * way.y + along.z * way.z);
   if (!(slope > 0.0)) return 0.0;

@@ -7,6 +7,7 @@
 #include "limber_motion/StepSystem.h"
 #include "limber_motion/detail/GivingUp.h"
 #include "limber_motion/detail/HeldJoints.h"
+#include "limber_motion/detail/Places.h"
 #include "limber_motion/detail/SecondsNow.h"
 
 namespace limber::motion::detail {
@@ -16,6 +17,7 @@ namespace {
 constexpr double floorFirmness = 100.0;  // pull of the floor, relative to that of the targets
 constexpr double nothing = 5e-6;         // heights: such a miss needs no further step
 constexpr double nearEnough = 0.01;      // heights: the next stage can remove such a miss
+constexpr double trembles = 0.05;        // seconds: what is faster than this is trembling
 constexpr int boundRounds = 4;  // largest number of rounds of a step that find unknowns that turn too far
 
 double squared(double x) { return x * x; }
@@ -125,8 +127,7 @@ bool Motion::getsNearer() const {
 
 bool Motion::finished(const Stage& stage) const {
   if (!(largestMiss() <= std::min(nothing, task_.options.goal))) return false;
-  const bool anyLoose = std::any_of(looseness_.begin(), looseness_.end(), [](double l) { return l > 0.0; });
-  if (anyLoose && !steps_.back().exact) return false;
+  if (anyLoose() && !steps_.back().exact) return false;
   Floor floor = floor_;
   return !floor.watch(clip_, holds(stage));
 }
@@ -145,18 +146,26 @@ void Motion::giveUpWhatStaysFar(const Stage& stage) {
   givenUp_ = far;
 }
 
-// The last stage holds loose constraints between their targets and where the joints are now.
+// The last stage holds loose constraints between their targets and where the joints are now, without their
+// trembling as long as they are not looser than 1.
 void Motion::aimBetween() {
-  Pose pose;
   aims_.clear();
-  for (std::size_t i = 0; i < task_.wishes.size(); ++i) {
-    const Constraint& wish = task_.wishes[i];
-    aims_.push_back(wish.target);
+  for (const Constraint& wish : task_.wishes) aims_.push_back(wish.target);
+  if (!anyLoose()) return;
+  const Places places(clip_, task_.skeleton);
+  const double height = task_.skeleton.height();
+  const int half = static_cast<int>(std::lrint(std::min(trembles / task_.original.frameTime, 1e6)));
+  for (std::size_t i = 0; i < aims_.size(); ++i) {
     if (looseness_[i] == 0.0) continue;
-    task_.skeleton.pose(clip_.frame(wish.frame), &pose);
-    const Pnt3 way = pose.position[static_cast<std::size_t>(wish.joint)] - wish.target;
-    aims_.back() += way * std::min(looseness_[i], 1.0);
+    const Constraint& wish = task_.wishes[i];
+    const Pnt3 now = places.at(wish.joint, wish.frame), still = places.stilled(wish.joint, wish.frame, half);
+    const Pnt3 place = still + (now - still) * std::clamp(looseness_[i] - 1.0, 0.0, 1.0);
+    aims_[i] += (place * height - wish.target) * std::min(looseness_[i], 1.0);
   }
+}
+
+bool Motion::anyLoose() const {
+  return std::any_of(looseness_.begin(), looseness_.end(), [](double l) { return l > 0.0; });
 }
 
 bool Motion::step(const Stage& stage, double damping) {

@@ -50,6 +50,7 @@ class Motion {
   void show(const Vector& change);
   void giveUpWhatStaysFar(const Stage& stage);
   void aimBetween();
+  bool anyLoose() const;
   bool isExact(std::size_t wish) const {
     return task_.wishes[wish].weight >= 1.0 && !givenUp_[wish] && looseness_[wish] == 0.0;
   }

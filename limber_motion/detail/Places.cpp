@@ -1,5 +1,7 @@
 #include "limber_motion/detail/Places.h"
 
+#include <algorithm>
+
 namespace limber::motion::detail {
 
 Places::Places(const Clip& clip, const Skeleton& skeleton) : joints_(clip.joints.size()) {
@@ -14,6 +16,18 @@ Places::Places(const Clip& clip, const Skeleton& skeleton) : joints_(clip.joints
 
 double Places::third(int joint, int f) const {
   return (at(joint, f + 3) - at(joint, f + 2) * 3.0 + at(joint, f + 1) * 3.0 - at(joint, f)).length();
+}
+
+Pnt3 Places::stilled(int joint, int f, int half) const {
+  const int m = std::min({half, f, frames() - 1 - f});
+  if (m < 2) return at(joint, f);  // the parabola passes through all of them
+  const double mm = static_cast<double>(m) * (m + 1),
+               all = (2.0 * m + 3.0) * (2.0 * m + 1.0) * (2.0 * m - 1.0);
+  Pnt3 sum;
+  for (int i = -m; i <= m; ++i) {
+    sum += at(joint, f + i) * (3.0 * (3.0 * mm - 1.0 - 5.0 * static_cast<double>(i) * i) / all);
+  }
+  return sum;
 }
 
 int Places::mostAbrupt(int joint, int first, int last) const {
