@@ -19,7 +19,7 @@ int solveColumns(const FullMatrix* A, const long* ipiv, double* columns, int cou
   const LapackMatrix a = asLapack(A);
   const int order = a.n;
   if (a.m < order) return -4;
-  if (order == 0 || count == 0) return 0;
+  if (order == 0) return 0;
   if (!columns || ldb < order) return -7;
   const int* const pivots = pivotsToLapack(ipiv, order, order);
   if (!pivots) return -6;
@@ -79,7 +79,7 @@ int luSolve(FullMatrix* A, long* ipiv, FullMatrix* B) {
   if (asLapack(A).n > rows) return asLapack(A).m < asLapack(A).n ? -4 : -7;
   if (rows == 0 || columns == 0) return 0;
   B->transposeInPlace();
-  if (!B->data || B->numColumns != rows) return -7;
+  if (!B->data) return -7;
   const int info = solveColumns(A, ipiv, B->data, columns, rows);
   B->transposeInPlace();
   return info;

@@ -42,7 +42,7 @@ rlim_t used() {
 // The exit status is the number of calls that did not report missing memory.
 [[noreturn]] void factorWithoutMemory() {
   stderrF = countReports;
-  FullMatrix A(2, 2), B(2, 2), C(2, 2);
+  FullMatrix A(2, 2), B(2, 2), C(2, 2), D(2, 2);
   A.e(0, 0) = A.e(1, 1) = B.e(0, 0) = B.e(1, 1) = 1.0;
   C.e(0, 0) = 7.0;
   Vector b(2), tau(2);
@@ -56,11 +56,15 @@ rlim_t used() {
   wrong += qrFactor(&A, &tau) != -6;
   wrong += cholFactorBanded(&A) != -6;
   wrong += cholSolveBanded(&A, &b) != -8;
+  wrong += qObtain(&A, &tau) != -7;
+  wrong += qtransTimes(&A, &tau, &b) != -11;
+  wrong += cholCondEst(&A) != 0.0;
+  wrong += svdDecomp(&A, &B, &C, &D) != -12;
   solveUTri(&A, &b);
   solveUTri(&A, &B, 0);
   matrixMultiply(&A, &B, &C);
   wrong += C.e(0, 0) != 7.0;
-  wrong += failedAllocations != 8;
+  wrong += failedAllocations != 13;
   std::exit(wrong);
 }
 
