@@ -93,7 +93,6 @@ void QuotientGraph::gather(int p, int step, Ints* reached) {
   gone_[p] = 1;
   mark_[p] = step;
   for (const int c : of_[p]) {
-    if (stamp_[c] == dead) continue;
     for (const int i : members_[c]) {
       if (mark_[i] == step) continue;
       mark_[i] = step;

@@ -284,6 +284,7 @@ const char* LinearSystem::limitOfPrecision() const {
 }
 
 SolveReport LinearSystem::finish(Outcome last, Vector* out) {
+  if ((last == Outcome::done || last == Outcome::stuck) && run.mustEnd()) last = run.whyEnded();
   // the reported residual must be free of the rounding of plain products
   if (!converged()) measurePrecisely();
   SolveReport report{};
@@ -328,7 +329,7 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
     report.status = SOLVE_BREAKDOWN;
     report.message = "The solution is too large for doubles; the start was left as it is.";
     report.residual = timesPowerOfTwo(startResidual_, run.unit);
-    report.relativeResidual = norm > 0.0 ? startResidual_ / norm : 0.0;
+    report.relativeResidual = startResidual_ / norm;
   } else if (moved_ || out->count != width) {
     out->grow(width);
     if (out->count != width) return badInput("There is not enough memory for the solution.");

@@ -1,0 +1,152 @@
+// Each allocation of the less common methods of the front door fails once.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "limber/foundation/Output.h"
+#include "limber/solvers/Solve.h"
+#include "tests/solvers/SolveSystems.h"
+#include "tests/support/allocations/Allocations.h"
+
+namespace {
+
+int silent(const char*) { return 0; }
+
+using Call = std::function<SolveReport(Vector*)>;
+using Truth = std::function<double(const Vector&)>;
+
+// Without memory for its result, a solve refuses and leaves x as it is, here empty. Otherwise what it says is
+// true.
+void failEach(const Call& solve, const Truth& relative) {
+  const OutputFunction before = stderrF;
+  stderrF = silent;
+  int refused = 0;
+  // later allocations are many and alike, so they fail at growing distances
+  for (long k = 0;; k += 1 + k / 40) {
+    Vector x;
+    SolveReport report{};
+    bool happened;
+    {
+      const allocations::FailAt fail(k);
+      report = solve(&x);
+      happened = fail.happened();
+    }
+    if (report.status == SOLVE_BAD_INPUT) {
+      ++refused;
+      EXPECT_EQ(0, std::string(report.message).find("There is not enough memory")) << report.message;
+      EXPECT_EQ(0, x.count) << k;
+    } else if (report.status == SOLVE_CONVERGED) {
+      EXPECT_LE(relative(x), 1.001e-10) << k;
+    }
+    if (!happened) {
+      EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+      break;
+    }
+  }
+  EXPECT_GT(refused, 3);
+  stderrF = before;
+}
+
+Truth residualOf(const Entries& A, const Vector& b, bool leastSquares) {
+  return [&A, &b, leastSquares](const Vector& x) {
+    return relativeResidual(A.matrix(), A.width(), b, x, leastSquares);
+  };
+}
+
+// Small enough that a factor improves the solution.
+TEST(SolvePathsAllocation, SmallSystemsSayWhetherTheyAreSolved) {
+  const Entries A = grid(6, 0.0, 0.0), B = grid(6, 0.2, 0.0);
+  const Vector b = Random(1).vector(36);
+  failEach([&](Vector* x) { return solvePositiveDefinite(A.matrix(), b, x); }, residualOf(A, b, false));
+  failEach([&](Vector* x) { return solveSquare(B.matrix(), b, x); }, residualOf(B, b, false));
+  Entries dependent(40, 8);
+  Random random(2);
+  for (int i = 0; i < 40; ++i) {
+    const double value = random.value();
+    for (int j = 0; j < 6; ++j) dependent.add(i, j, random.value());
+    dependent.add(i, 6, value);
+    dependent.add(i, 7, -value);
+  }
+  const Vector c = random.vector(40);
+  failEach([&](Vector* x) { return solveLeastSquares(dependent.matrix(), c, x); },
+           residualOf(dependent, c, true));
+}
+
+// So many unknowns and so badly scaled rows that the methods without a factor do not reach the goal.
+TEST(SolvePathsAllocation, SystemsThatNeedAFactorSayWhetherTheyAreSolved) {
+  constexpr int n = 80;
+  Entries A(n + 5, n);
+  Random random(3);
+  for (int i = 0; i < n + 5; ++i) {
+    const double size = std::pow(10.0, 3.0 * random.value());
+    A.add(i, i % n, 2.0 * size);
+    A.add(i, (i + 1) % n, -1.99 * size);
+  }
+  Vector x(n), b(n + 5);
+  for (int j = 0; j < n; ++j) x[j] = random.value();
+  A.matrix().mult(&x, &b);
+  failEach([&](Vector* y) { return solveLeastSquares(A.matrix(), b, y); }, residualOf(A, b, true));
+
+  Entries J(n, n);
+  for (int i = 0; i < n; ++i) {
+    J.add(i, i, 1.0);
+    J.add(i, (i + 1) % n, -0.999);
+  }
+  Vector mass(n);
+  for (int j = 0; j < n; ++j) mass[j] = std::pow(10.0, 3.0 * random.value());
+  const Vector c = random.vector(n);
+  const auto residual = [&](const Vector& lambda) {
+    std::vector<long double> multipliers, t;
+    for (int i = 0; i < n; ++i) multipliers.push_back(lambda[i]);
+    t = longTransposed(J.matrix(), n, multipliers);
+    for (int j = 0; j < n; ++j) t[static_cast<std::size_t>(j)] /= mass[j];
+    long double square = 0.0L, whole = 0.0L;
+    for (int i = 0; i < n; ++i) {
+      const SpVec& row = *J.matrix().rows[i];
+      long double r = c[i];
+      for (int k = 0; k < 2; ++k) r -= row.values[k] * t[static_cast<std::size_t>(row.indices[k])];
+      square += r * r;
+      whole += static_cast<long double>(c[i]) * c[i];
+    }
+    return static_cast<double>(std::sqrt(square / whole));
+  };
+  failEach([&](Vector* lambda) { return solveConstraints(J.matrix(), &mass, nullptr, c, lambda); }, residual);
+}
+
+class Products : public SpMat {
+ public:
+  explicit Products(const HSpMat& matrix) : matrix_(matrix) {}
+  void mult(const Vector* x, Vector* y) const override { matrix_.mult(x, y); }
+  void multT(const Vector* x, Vector* y) const override { matrix_.multT(x, y); }
+  int height() const override { return matrix_.numRows; }
+  int width() const override { return matrix_.numRows; }
+
+ private:
+  const HSpMat& matrix_;
+};
+
+class Halving : public Preconditioner {
+ public:
+  void solve(const Vector* r, Vector* z) override {
+    *z = *r;
+    *z *= 0.5;
+  }
+};
+
+TEST(SolvePathsAllocation, ClassesOfTheCallerAreSolvedOrRefused) {
+  const Entries A = grid(5, 0.0, 0.0);
+  const Products products(A.matrix());
+  const Vector b = Random(4).vector(25);
+  Halving halving;
+  SolveOptions options;
+  options.preconditioner = &halving;
+  failEach([&](Vector* x) { return solvePositiveDefinite(products, b, x); }, residualOf(A, b, false));
+  failEach([&](Vector* x) { return solveSquare(A.matrix(), b, x, options); }, residualOf(A, b, false));
+  failEach([&](Vector* x) { return solveLeastSquares(A.matrix(), b, x, options); }, residualOf(A, b, true));
+}
+
+}  // namespace
