@@ -159,19 +159,21 @@ TEST(MissingParts, TheRangeOfTheDiagonalHasBothItsEnds) {
   EXPECT_EQ(high, 3.0);
 }
 
+// The argument is an array with a vector for each column.
 TEST(MissingParts, EliminationSkipsTheElementsThatTheRightHandSideLacks) {
   FullMatrix A(6, 6);
   for (int i = 0; i < 6; ++i) A.e(i, 5 - i) = 2.0;  // every step swaps rows
   A.e(0, 0) = 1.0;
   FullMatrix same(A);
-  Vector b(2);  // with room for four elements
-  b[0] = 3.0;
-  gaussj(A, nullptr, &b);
-  EXPECT_EQ(b.size(), 2);
+  Vector b[6];  // with room for four elements each
+  b[0].grow(2);
+  b[0][0] = 3.0;
+  gaussj(A, nullptr, b);
+  EXPECT_EQ(b[0].size(), 2);
   gaussj(same, nullptr, nullptr);
   EXPECT_EQ(elementsOf(A), elementsOf(same));
   FullMatrix none(0, 0);
-  gaussj(none, nullptr, &b);
+  gaussj(none, nullptr, b);
   EXPECT_EQ(none.data, nullptr);
 }
 

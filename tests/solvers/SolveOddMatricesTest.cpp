@@ -248,8 +248,9 @@ TEST(SolveOddMatrices, StoredZerosWithoutAMirrorImageAreSymmetric) {
   EXPECT_EQ(SOLVE_CONVERGED, solvePositiveDefinite(A.matrix(), vectorOf({2, 3.5, 4.5}), &x).status);
   for (int i = 0; i < 3; ++i) EXPECT_NEAR(1.0, x[i], 1e-12);
   A.matrix().rows[0]->values[1] = 1e-3;  // now without a mirror image
-  EXPECT_STREQ("The matrix is not symmetric.",
-               solvePositiveDefinite(A.matrix(), vectorOf({2, 3.5, 4.5}), &x).message);
+  const SolveReport skewed = solvePositiveDefinite(A.matrix(), vectorOf({2, 3.5, 4.5}), &x);
+  EXPECT_EQ(SOLVE_BREAKDOWN, skewed.status);
+  EXPECT_NE(std::string::npos, std::string(skewed.message).find("not symmetric")) << skewed.message;
 }
 
 class Doubling : public Preconditioner {
@@ -271,7 +272,7 @@ TEST(SolveOddMatrices, AnIndefiniteMatrixIsSolvedOnlyWhereNothingTellsThatItIs) 
     Vector x;
     const SolveReport report = solvePositiveDefinite(A, vectorOf({1, 0, 0}), &x, options);
     EXPECT_EQ(SOLVE_BREAKDOWN, report.status);
-    EXPECT_STREQ("The matrix is not positive definite.", report.message);
+    EXPECT_NE(std::string::npos, std::string(report.message).find("not positive definite")) << report.message;
     Vector y;
     EXPECT_EQ(SOLVE_CONVERGED, solvePositiveDefinite(A, vectorOf({1.9, 1.9, 0}), &y, options).status);
     EXPECT_NEAR(1.0, y[0], 1e-10);
