@@ -59,8 +59,10 @@ struct OneStep {
     CapturedOutput output;
     b = 1.0;
     int iter = 0, bestIter = 0;
-    EXPECT_EQ(pureCGrad(nullptr, &x, &b, twice, &r, p, q, 2, iter, bestIter, rsq, nullptr, precond, &z),
-              CGI_TOO_MANY_ITERS);
+    // whether it ends at the limit or without progress depends on the solves before
+    const CGIStatus status =
+        pureCGrad(nullptr, &x, &b, twice, &r, p, q, 2, iter, bestIter, rsq, nullptr, precond, &z);
+    EXPECT_TRUE(status == CGI_TOO_MANY_ITERS || status == CGI_NO_IMPROVEMENT) << status;
     shortened = nullptr;
   }
   void expectElements(const Vector& v, double first, double rest) const {
