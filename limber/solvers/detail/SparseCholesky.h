@@ -17,6 +17,8 @@ class SparseCholesky final : public Inverse {
   /// After a failed factorization: a direction z whose z^T A z is that pivot, except for rounding.
   void failedDirection(double* z);
   bool apply(const double* r, double* z) override;
+  /// The number of pivots that were nearly zero.
+  int defects() const { return defects_; }
 
  private:
   void gatherColumn(const SparseRows& A, int k, Doubles* column) const;

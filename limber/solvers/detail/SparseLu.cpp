@@ -119,6 +119,7 @@ bool SparseLu::factorSparse(const SparseRows& columns, const Allowance& allowanc
     reduce(columns, k);
     int chosen = pivotRow(j);
     if (chosen < 0) {
+      ++defects_;
       while (position_[freeRow_] >= 0) ++freeRow_;
       chosen = freeRow_;
     } else {

@@ -17,6 +17,8 @@ class SparseLu final : public Inverse {
   /// False if it costs more than allowed.
   bool factor(const SparseRows& A, const Allowance& allowance);
   bool apply(const double* r, double* z) override;
+  /// The number of columns without a pivot.
+  int defects() const { return defects_; }
 
  private:
   void reach(const SparseRows& columns, int j);
@@ -28,7 +30,7 @@ class SparseLu final : public Inverse {
   int pivotRow(int j) const;
   void prune(int k, int pivotRow);
 
-  int n_ = 0;
+  int n_ = 0, defects_ = 0;
   Ints order_;     // the column that is eliminated k-th
   Ints position_;  // when a row was chosen as pivot row; -1 before that
   Ints lowerStart_, lowerIndex_, upperStart_, upperIndex_;

@@ -49,6 +49,7 @@ void SparseQr::factor(const SparseRows& A, Elimination elimination, double tiny)
   value_.assign(index.size(), 0.0);
   work_.assign(n, 0.0);
   reach_.assign(n, -1);
+  defects_ = 0;
 
   // sorts the rows by their first position, so that each one meets few rows of R
   Ints first(A.height, n), count(n + 2), sorted(A.height);
@@ -74,6 +75,7 @@ void SparseQr::factor(const SparseRows& A, Elimination elimination, double tiny)
 
   for (int k = 0; k < n; ++k) {
     if (std::fabs(diagonal_[k]) > tiny) continue;
+    ++defects_;
     const int last = reach_[k];
     for (int e = start[k]; e < start[k + 1]; ++e) {
       work_[index[e]] = value_[e];

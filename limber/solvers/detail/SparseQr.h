@@ -18,6 +18,7 @@ class SparseQr {
   /// z = P R^-1 r and z = R^-T P^T r.
   void solve(const double* r, double* z);
   void solveTransposed(const double* r, double* z);
+  int defects() const { return defects_; }
 
  private:
   void rotateIn(int k, int last);
@@ -25,6 +26,7 @@ class SparseQr {
   Doubles diagonal_, value_, work_;
   /// For each row of R, the last position that is not zero; -1 while there is no row.
   Ints reach_;
+  int defects_ = 0;
 };
 
 /// x -> A P R^-1 x, whose least-squares problem is well conditioned.

@@ -1,4 +1,4 @@
-// The limits of the sparse factorizations, and the maps with which the front door multiplies.
+// The maps with which the front door multiplies: their products and their transposes fit together.
 
 #include <gtest/gtest.h>
 
@@ -9,11 +9,9 @@
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/solvers/detail/ConstraintMap.h"
-#include "limber/solvers/detail/Elimination.h"
 #include "limber/solvers/detail/IncompleteLu.h"
 #include "limber/solvers/detail/LinearMap.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
-#include "limber/solvers/detail/SparseLu.h"
 #include "limber/solvers/detail/SparseRows.h"
 
 using namespace limber::detail;
@@ -41,58 +39,7 @@ SparseRows full(int height, int width) {
   return rows;
 }
 
-TEST(FactorLimits, AreRefusedWhereTheyCostMoreThanAllowed) {
-  const SparseRows A = full(20, 20);
-  const double entries = 20 * 19 / 2;
-  Elimination elimination;
-  EXPECT_TRUE(eliminateSymmetric(A, {entries, 1e9}, &elimination));
-  EXPECT_EQ(elimination.index.size(), entries);
-  EXPECT_FALSE(eliminateSymmetric(A, {entries - 1, 1e9}, &elimination));
-  EXPECT_FALSE(eliminateSymmetric(A, {entries, 1e2}, &elimination));
-  EXPECT_TRUE(eliminateColumns(A, {entries, 1e9}, &elimination));
-  EXPECT_FALSE(eliminateColumns(A, {entries - 1, 1e9}, &elimination));
-  EXPECT_FALSE(eliminateColumns(A, {entries, 1e2}, &elimination));
-  // both triangles without the diagonal of the lower one
-  EXPECT_TRUE(SparseLu().factor(A, {2 * entries, 1e9}));
-  EXPECT_FALSE(SparseLu().factor(A, {2 * entries - 1, 1e9}));
-  EXPECT_FALSE(SparseLu().factor(A, {2 * entries, 1e2}));
-}
-
-TEST(FactorLimits, OfColumnsAreRefusedForRowsOfManyEntries) {
-  SparseRows A = rowsOf(1, 30001);
-  for (int j = 0; j < 30001; ++j) {
-    A.index.push(j);
-    A.value.push(1.0);
-  }
-  A.start.push(30001);
-  Elimination elimination;
-  EXPECT_FALSE(eliminateColumns(A, {1e12, 1e18}, &elimination));
-}
-
-TEST(FactorLimits, TheOrderOfTheColumnsIgnoresRowsThatAreNearlyFull) {
-  // a chain and a full last row, which would connect all columns
-  constexpr int n = 400;
-  SparseRows A = rowsOf(n, n);
-  for (int i = 0; i < n; ++i) {
-    for (int j = i == n - 1 ? 0 : i; j < (i == n - 1 ? n : i + 2); ++j) {
-      A.index.push(j);
-      A.value.push(1.0 + (i == j));
-    }
-    A.start.push(A.index.size());
-  }
-  SparseRows chain = A;
-  chain.height = n - 1;
-  Ints order, ofChain;
-  orderColumns(A, &order);
-  orderColumns(chain, &ofChain);
-  ASSERT_EQ(order.size(), n);
-  std::vector<bool> seen(n);
-  for (const int j : order) seen[static_cast<std::size_t>(j)] = true;
-  for (int j = 0; j < n; ++j) EXPECT_TRUE(seen[static_cast<std::size_t>(j)]) << j;
-  for (int j = 0; j < n; ++j) EXPECT_EQ(order[j], ofChain[j]);
-}
-
-TEST(FactorLimits, TheIncompleteFactorKeepsRowsOfZerosAsTheyAre) {
+TEST(MapConsistency, TheIncompleteFactorKeepsRowsOfZerosAsTheyAre) {
   SparseRows A = rowsOf(2, 2);
   for (int i = 0; i < 2; ++i) {
     A.index.push(i);
@@ -144,7 +91,7 @@ void expectConsistent(LinearMap& A) {
   for (std::size_t j = 0; j < g.size(); ++j) EXPECT_NEAR(g[j], expected[j], 1e-10);
 }
 
-TEST(FactorLimits, MultiplyByTheirTransposeConsistently) {
+TEST(MapConsistency, MapsMultiplyByTheirTranspose) {
   const SparseRows A = full(5, 3);
   RowsMap rows(A);
   expectConsistent(rows);
@@ -184,7 +131,7 @@ TEST(FactorLimits, MultiplyByTheirTransposeConsistently) {
   EXPECT_EQ(y[3], 0.0);
 }
 
-TEST(FactorLimits, ScaleByMoreThanADoubleHolds) {
+TEST(MapConsistency, PowersOfTwoScaleByMoreThanADoubleHolds) {
   double small[2] = {0x1p-1060, 0x1p-1050}, large[2] = {0x1p1010, 0x1p1000};
   scaleByPowerOfTwo(2, small, 1060);
   EXPECT_EQ(small[0], 1.0);
