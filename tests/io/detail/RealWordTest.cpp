@@ -66,7 +66,7 @@ std::string randomWord(std::mt19937_64& random) {
   return text;
 }
 
-TEST(RealWord, HasTheValueOfAtofOverRandomWords) {
+TEST(RealWord, HasTheValueOfStrtodOverRandomWords) {
   std::mt19937_64 random(20);
   int compared = 0;
   for (int i = 0; i < 300000; ++i) {
@@ -77,7 +77,7 @@ TEST(RealWord, HasTheValueOfAtofOverRandomWords) {
     if (!(word[0] >= '0' && word[0] <= '9') && word[0] != '-') continue;
     ++compared;
     ASSERT_TRUE(tolerance::sameBits(limber::detail::realWord(text, text + word.size(), text),
-                                    std::atof(word.c_str())))
+                                    std::strtod(word.c_str(), nullptr)))
         << word;
   }
   EXPECT_GT(compared, 150000);
