@@ -9,6 +9,7 @@
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/Upright.h"
 #include "limber_motion/detail/EditRun.h"
+#include "limber_motion/detail/LineReader.h"
 #include "limber_motion/detail/NameOf.h"
 #include "limber_motion/detail/SecondsNow.h"
 
@@ -47,7 +48,8 @@ void Edit::plant(const Contacts& contacts) {
 
 void Edit::reach(int frame, int joint, const Pnt3& point, double weight) {
   if (joint < 0 || joint >= static_cast<int>(clip_.joints.size())) {
-    throw Error("there is no joint " + std::to_string(joint) + " in the clip");
+    throw Error("there is no joint " + std::to_string(joint) + " in the clip, which has joints 0 to " +
+                std::to_string(clip_.joints.size() - 1));
   }
   const std::string name = nameOf(clip_, joint);
   if (frame < 0 || frame >= clip_.frames) {
@@ -66,6 +68,18 @@ void Edit::hold(int first, int last, int joint) {
   const bool inClip = first >= 0 && first < clip_.frames;
   const Pnt3 place = exists && inClip ? Skeleton(clip_).position(joint, clip_.frame(first)) : Pnt3();
   for (int f = first; f <= last; f++) reach(f, joint, place);
+}
+
+void Edit::reach(int frame, const std::string& joint, const Pnt3& point, double weight) {
+  reach(frame, jointCalled(joint), point, weight);
+}
+
+void Edit::hold(int first, int last, const std::string& joint) { hold(first, last, jointCalled(joint)); }
+
+int Edit::jointCalled(const std::string& name) const {
+  const int joint = clip_.find(name);
+  if (joint < 0) throw Error("there is no joint called " + detail::quoted(name) + " in the clip");
+  return joint;
 }
 
 void Edit::add(const std::vector<Constraint>& constraints) {

@@ -39,7 +39,7 @@ struct EditOptions {
 ///
 ///     Edit edit(clip);
 ///     edit.plant(findContacts(clip));
-///     edit.reach(60, clip.find("LeftHand"), Pnt3(34, 128, 216));
+///     edit.reach(60, "LeftHand", Pnt3(34, 128, 216));
 ///     Report report = edit.solve();
 class LIMBER_MOTION_API Edit {
  public:
@@ -54,9 +54,12 @@ class LIMBER_MOTION_API Edit {
   /// if the point is not finite; solve() throws it if a joint has a second point in the same frame. The point
   /// replaces the place of a contact.
   void reach(int frame, int joint, const Pnt3& point, double weight = 1.0);
+  /// The same for the joint with that name. Throws Error if the clip has none.
+  void reach(int frame, const std::string& joint, const Pnt3& point, double weight = 1.0);
   /// Keeps a joint in the frames first .. last, both included, where the clip has it in the frame `first`.
   /// Throws as reach does.
   void hold(int first, int last, int joint);
+  void hold(int first, int last, const std::string& joint);
   /// Calls reach for each constraint.
   void add(const std::vector<Constraint>& constraints);
 
@@ -70,6 +73,7 @@ class LIMBER_MOTION_API Edit {
   Report solve();
 
  private:
+  int jointCalled(const std::string& name) const;
   std::vector<Constraint> allWishes(std::vector<int>* rank);
   Report solveUpright(std::vector<Constraint> wishes, const std::vector<int>& rank);
   Report nothingToDo() const;

@@ -80,6 +80,25 @@ TEST(Edit, RefusesASecondTargetForTheSameJointAndFrame) {
   EXPECT_THROW(edit.solve(), Error);
 }
 
+TEST(Edit, TakesAJointByItsNameToo) {
+  Clip byIndex = walk(), byName = byIndex;
+  Edit one(byIndex), same(byName);
+  const Pnt3 place = Skeleton(byIndex).position(byIndex.find("LeftHand"), byIndex.frame(40)) + Pnt3(0, 5, 0);
+  one.reach(40, byIndex.find("LeftHand"), place);
+  same.reach(40, "LeftHand", place);
+  one.hold(60, 62, byIndex.find("LeftHand"));
+  same.hold(60, 62, "LeftHand");
+  one.solve();
+  same.solve();
+  EXPECT_EQ(byName.values, byIndex.values);
+  try {
+    same.reach(40, "Lefthand", place);
+    FAIL() << "there is none";
+  } catch (const Error& error) {
+    EXPECT_STREQ(error.what(), "there is no joint called 'Lefthand' in the clip");
+  }
+}
+
 TEST(Edit, RefusesNumbersThatAreNotFinite) {
   Clip clip = walk();
   clip.frame(4)[7] = std::nan("");
