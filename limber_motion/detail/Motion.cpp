@@ -18,6 +18,7 @@ constexpr double floorFirmness = 100.0;  // pull of the floor, relative to that 
 constexpr double nothing = 5e-6;         // heights: such a miss needs no further step
 constexpr double nearEnough = 0.01;      // heights: the next stage can remove such a miss
 constexpr double trembles = 0.05;        // seconds: what is faster than this is trembling
+constexpr double mostStilled = 4.0;      // looseness up to which trembling is removed
 constexpr int boundRounds = 4;  // largest number of rounds of a step that find unknowns that turn too far
 
 double squared(double x) { return x * x; }
@@ -147,7 +148,7 @@ void Motion::giveUpWhatStaysFar(const Stage& stage) {
 }
 
 // The last stage holds loose constraints between their targets and where the joints are now, without their
-// trembling as long as they are not looser than 1.
+// trembling as long as they are not too loose for that: the shortest bones may have to follow it.
 void Motion::aimBetween() {
   aims_.clear();
   for (const Constraint& wish : task_.wishes) aims_.push_back(wish.target);
@@ -159,7 +160,7 @@ void Motion::aimBetween() {
     if (looseness_[i] == 0.0) continue;
     const Constraint& wish = task_.wishes[i];
     const Pnt3 now = places.at(wish.joint, wish.frame), still = places.stilled(wish.joint, wish.frame, half);
-    const Pnt3 place = still + (now - still) * std::clamp(looseness_[i] - 1.0, 0.0, 1.0);
+    const Pnt3 place = still + (now - still) * std::clamp(looseness_[i] - mostStilled, 0.0, 1.0);
     aims_[i] += (place * height - wish.target) * std::min(looseness_[i], 1.0);
   }
 }
