@@ -30,6 +30,7 @@ struct Arranged {
   SparseRows rows;
   Units units;
 
+  Arranged() = default;
   explicit Arranged(const SparseRows& A) {
     const int n = A.height;
     Ints columns(n), rowPower(n);
@@ -123,6 +124,12 @@ Outcome solveAnySquare(LinearSystem& system) {
       },
       [&](const Allowance& allowance, Outcome* result) {
         if (!factoredBiCGStab(system, arranged, allowance, 20, result)) return false;
+        if (!system.ended()) {
+          // scaled unknowns of very different sizes spoil a factor that is good for the unscaled ones
+          Arranged plain;
+          plain.rows = system.rows;
+          factoredBiCGStab(system, plain, allowance, 20, result);
+        }
         if (!system.ended()) orthogonal = conditionedLsmr(system, allowance, 50, result);
         return true;
       });
