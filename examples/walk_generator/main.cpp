@@ -140,5 +140,7 @@ int main(int argc, char** argv) {
   writeJoint(0, 0);
   std::printf("MOTION\nFrames: %d\nFrame Time: %.6f\n", frames, frameTime);
   for (int frame = 0; frame < frames; ++frame) writeFrame(frame);
-  return 0;
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return 0;
+  std::fputs("walk_generator: the clip could not be written completely\n", stderr);
+  return 1;
 }

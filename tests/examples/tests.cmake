@@ -27,6 +27,14 @@ if(TARGET solve)
   endforeach()
 endif()
 
+# The smaller programs under bad circumstances.
+if(TARGET skeleton AND TARGET survey_network AND TARGET walk_generator)
+  add_test(NAME Examples.SmallerPrograms
+           COMMAND Python3::Interpreter ${CMAKE_CURRENT_LIST_DIR}/faults.py $<TARGET_FILE:skeleton>
+                   $<TARGET_FILE:survey_network> $<TARGET_FILE:walk_generator> ${PROJECT_SOURCE_DIR}/tools/ai2png
+                   ${PROJECT_SOURCE_DIR}/tests/graphics/golden/every_operator.ai ${PROJECT_SOURCE_DIR}/examples/data)
+endif()
+
 # The motion editor, run as a user would, and what the examples share.
 if(TARGET motion_edit)
   file(GLOB example_tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*Test.cpp)

@@ -1,5 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "limber/foundation/ConsCell.h"
 #include "limber/foundation/Output.h"
 #include "limber/graphics/AIPSWriter.h"
@@ -72,6 +78,43 @@ TEST(AIPSWriter, ACopyThatCannotBeNotedLeavesTheOriginalWhole) {
       EXPECT_EQ(output.err().empty(), !happened);
       if (!happened) break;
     }
+  }
+}
+
+// Copies of new writers are kept until the count of one of their holders needs memory. Writers of different
+// depths count different numbers of holders, so that it is another one of them each time.
+TEST(AIPSWriter, ACopyWhoseHoldersCannotBeCountedDrawsNothing) {
+  TemporaryDirectory directory;
+  const std::string path = directory / "copy.ai";
+  for (const int depth : {1, 2, 3}) {
+    CapturedOutput output;
+    std::vector<std::unique_ptr<AIPSWriter>> writers;
+    bool happened = false;
+    while (!happened && writers.size() < 300) {
+      writers.push_back(std::make_unique<AIPSWriter>(path.c_str()));
+      AIPSWriter& original = *writers.back();
+      for (int i = 1; i < depth; ++i) original.push();
+      void* const place = ::operator new(sizeof(AIPSWriter));
+      std::unique_ptr<AIPSWriter> copy;
+      {
+        const allocations::FailAt fail(0);
+        copy.reset(new (place) AIPSWriter(original));
+        happened = fail.happened();
+      }
+      if (!happened) {
+        EXPECT_EQ(copy->stream, original.stream);
+        writers.push_back(std::move(copy));
+        continue;
+      }
+      EXPECT_EQ(copy->stream, nullptr);
+      EXPECT_EQ(copy->stack.cell, nullptr);
+      copy.reset();
+      EXPECT_NE(original.stream, nullptr);
+      const ConsCell* const top = original.stack.cell;
+      original.pop();
+      EXPECT_EQ(consPool, top) << "nobody else holds the matrix, so its cell is free again";
+    }
+    EXPECT_TRUE(happened) << depth;
   }
 }
 

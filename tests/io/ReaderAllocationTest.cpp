@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "tests/io/Readers.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/allocations/Allocations.h"
@@ -44,6 +49,47 @@ TEST(Reader, ACopyThatCannotBeNotedIsAtEndAndTakesNothingAway) {
   }
   EXPECT_STREQ(file.reader.getWord(), "one");
   EXPECT_STREQ(file.reader.name, file.path.c_str());
+}
+
+// Copies of a reader count two holders, that of the file and that of the name. Copies of new readers are kept
+// until the count of one of them needs memory: with a nameless reader before them it is that of the name,
+// without one that of the file.
+TEST(Reader, ACopyWhoseHoldersCannotBeCountedSharesNeitherFileNorName) {
+  TemporaryDirectory directory;
+  const std::string path = directory.write("text", "one two");
+  for (const bool nameless : {false, true}) {
+    CapturedOutput output;
+    std::vector<std::unique_ptr<Reader>> readers;
+    if (nameless) {
+      const allocations::FailAt fail(1);  // the first one is that of the reader itself
+      readers.push_back(std::make_unique<Reader>(path.c_str(), nullptr));
+      EXPECT_EQ(readers.back()->name, nullptr);
+    }
+    if (nameless) readers.push_back(std::make_unique<Reader>(*readers.back()));
+    bool happened = false;
+    while (!happened && readers.size() < 300) {
+      readers.push_back(std::make_unique<Reader>(path.c_str(), nullptr));
+      Reader& original = *readers.back();
+      auto copy = std::make_unique<Reader>(nullptr, "x");
+      {
+        const allocations::FailAt fail(0);
+        *copy = original;
+        happened = fail.happened();
+      }
+      if (happened) {
+        EXPECT_EQ(copy->ok(), 0);
+        EXPECT_EQ(copy->file, nullptr);
+        EXPECT_EQ(copy->name, nullptr);
+        copy.reset();
+        EXPECT_STREQ(original.getWord(), "one");
+        EXPECT_STREQ(original.name, path.c_str());
+      } else {
+        EXPECT_EQ(copy->file, original.file);
+        readers.push_back(std::move(copy));
+      }
+    }
+    EXPECT_TRUE(happened);
+  }
 }
 
 TEST(Reader, ReadingAllocatesNothing) {
