@@ -22,15 +22,24 @@ template <int R>
 [[gnu::always_inline]] inline void subtractTile(const double* L, const double* U, double* c, int depth,
                                                 std::ptrdiff_t n) {
   Four sum[columns][R];
+  // (The sums stay in registers only if no address of theirs is taken.)
 #pragma GCC unroll 4
   for (int j = 0; j < columns; ++j) {
 #pragma GCC unroll 2
-    for (int r = 0; r < R; ++r) std::memcpy(&sum[j][r], c + j * n + 4 * r, sizeof(Four));
+    for (int r = 0; r < R; ++r) {
+      Four elements;
+      std::memcpy(&elements, c + j * n + 4 * r, sizeof elements);
+      sum[j][r] = elements;
+    }
   }
   for (int k = 0; k < depth; ++k) {
     Four left[R];
 #pragma GCC unroll 2
-    for (int r = 0; r < R; ++r) std::memcpy(&left[r], L + k * n + 4 * r, sizeof(Four));
+    for (int r = 0; r < R; ++r) {
+      Four elements;
+      std::memcpy(&elements, L + k * n + 4 * r, sizeof elements);
+      left[r] = elements;
+    }
 #pragma GCC unroll 4
     for (int j = 0; j < columns; ++j) {
       const double u = U[j * n + k];
@@ -41,7 +50,10 @@ template <int R>
 #pragma GCC unroll 4
   for (int j = 0; j < columns; ++j) {
 #pragma GCC unroll 2
-    for (int r = 0; r < R; ++r) std::memcpy(c + j * n + 4 * r, &sum[j][r], sizeof(Four));
+    for (int r = 0; r < R; ++r) {
+      const Four elements = sum[j][r];
+      std::memcpy(c + j * n + 4 * r, &elements, sizeof elements);
+    }
   }
 }
 
