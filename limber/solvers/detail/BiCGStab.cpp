@@ -135,7 +135,8 @@ Outcome Pass::step(bool* again) {
 Outcome Pass::iterate() {
   const int patience = std::clamp(n_ / 2, 100, 5000);
   int sinceGain = 0;
-  double gain = square_;
+  const double first = square_;
+  double gain = first;
   Outcome outcome = Outcome::stuck;
   for (int k = 0; k < goal_.iterations; ++k) {
     if (done()) {
@@ -156,6 +157,10 @@ Outcome Pass::iterate() {
       sinceGain = 0;
     }
     if (sinceGain > patience || square_ > 1e24 * gain) break;
+    if (goal_.slow(k + 1, first, bestSquare_)) {
+      outcome = Outcome::slow;
+      break;
+    }
   }
   if (outcome == Outcome::stuck && done()) outcome = Outcome::done;
   if (!ahead_) std::copy_n(best_.data(), n_, d_);

@@ -69,7 +69,7 @@ bool Run::begin() {
 Outcome Run::curve(double* alpha) {
   A_.multiply(p_.data(), q_.data());
   const double *const p = p_.data(), *const q = q_.data();
-  const double curvature = fixedDot(n_, p, q), square = fixedDot(n_, p, p);
+  const auto [curvature, square] = fixedDots(n_, p, q, p);
   if (!std::isfinite(curvature) || !std::isfinite(rz_)) return Outcome::overflow;
   if (!(rz_ > 0.0)) return rz_ < 0.0 ? Outcome::preconditioner : Outcome::stuck;
   if (!(curvature > 0.0)) {
@@ -137,7 +137,8 @@ Outcome Run::iterate() {
   if (!begin()) return Outcome::preconditioner;
   const int patience = std::clamp(n_, 200, 10000);
   int sinceGain = 0;
-  double gain = square_, gainRz = rz_;
+  const double first = square_;
+  double gain = first, gainRz = rz_;
   Outcome outcome = Outcome::stuck;
   for (int k = 0; k < goal_.iterations && !done(); ++k) {
     if (run_.mustEnd()) {
@@ -165,6 +166,10 @@ Outcome Run::iterate() {
       sinceGain = 0;
     }
     if (sinceGain > patience) break;
+    if (goal_.slow(k + 1, first, bestSquare_)) {
+      outcome = Outcome::slow;
+      break;
+    }
   }
   if (outcome == Outcome::stuck && done()) outcome = Outcome::done;
   if (!ahead_) std::copy_n(best_.data(), n_, d_);

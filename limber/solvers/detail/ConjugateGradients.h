@@ -3,6 +3,8 @@
 /// @file
 /// Conjugate gradients (Hestenes and Stiefel 1952), preconditioned.
 
+#include <cmath>
+
 #include "limber/solvers/detail/SolveRun.h"
 
 namespace limber::detail {
@@ -24,6 +26,14 @@ struct Goal {
   double relative = 0.0;
   /// The largest number of iterations of this method.
   int iterations = 0;
+  Trial trial;
+
+  /// True if this is the end of the trial, the squared norm was reduced from `before` to `now`, and the
+  /// method is slow.
+  bool slow(int iteration, double before, double now) const {
+    return iteration == trial.iterations &&
+           trial.most * std::log(now / before) > iteration * std::log(residual * residual / before);
+  }
 };
 
 /// Solves A d = r from d = 0 for a symmetric positive definite A and overwrites r. d is the iterate with the

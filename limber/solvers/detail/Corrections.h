@@ -46,6 +46,7 @@ Outcome correct(LinearSystem& system, const Units& units, int iterations, Method
     goal.iterations = last - system.run.iterations;
     goal.residual = 0.999 * timesPowerOfTwo(system.goal, -power);
     goal.relative = system.goal / before;
+    goal.trial = system.trial;
     goal.weight = weight.size() > 0 ? weight.data() : nullptr;
     system.run.unit += power;
     outcome = method(u.data(), d.data(), goal);
@@ -53,7 +54,7 @@ Outcome correct(LinearSystem& system, const Units& units, int iterations, Method
     for (int j = 0; j < n; ++j) {
       d[j] = timesPowerOfTwo(d[j], power + (units.columns.size() > 0 ? units.columns[j] : 0));
     }
-    if (!system.improve(d.data())) break;
+    if (!system.improve(d.data()) || outcome == Outcome::slow) break;
     if (!(system.residual <= 0.5 * before)) --patience;
   }
   if (outcome == Outcome::done) outcome = Outcome::stuck;

@@ -56,6 +56,24 @@ inline TwoSums fixedDots(int n, const double* a, const double* b, const double* 
   return {(p[0] + p[1]) + (p[2] + p[3]), (q[0] + q[1]) + (q[2] + q[3])};
 }
 
+/// The sums of a_i b_i and of a_i c_i, in the order of fixedSum.
+inline TwoSums fixedDots(int n, const double* a, const double* b, const double* c) {
+  TwoLanes p01 = {0.0, 0.0}, p23 = p01, q01 = p01, q23 = p01;
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    p01 += twoAt(a + i) * twoAt(b + i);
+    p23 += twoAt(a + i + 2) * twoAt(b + i + 2);
+    q01 += twoAt(a + i) * twoAt(c + i);
+    q23 += twoAt(a + i + 2) * twoAt(c + i + 2);
+  }
+  double p[4] = {p01[0], p01[1], p23[0], p23[1]}, q[4] = {q01[0], q01[1], q23[0], q23[1]};
+  for (int k = 0; i < n; ++i, ++k) {
+    p[k] += a[i] * b[i];
+    q[k] += a[i] * c[i];
+  }
+  return {(p[0] + p[1]) + (p[2] + p[3]), (q[0] + q[1]) + (q[2] + q[3])};
+}
+
 inline double fixedDot(int n, const double* a, const double* b) {
   TwoLanes p01 = {0.0, 0.0}, p23 = p01;
   int i = 0;

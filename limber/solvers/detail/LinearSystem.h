@@ -66,6 +66,8 @@ class LinearSystem {
   bool leastSquares() const { return kind_ == Kind::leastSquares; }
   /// True if the columns of A are known to be independent.
   bool fullRank = false;
+  /// The trial of the first method, if a factor is cheap.
+  Trial trial;
   /// True if A has dependent columns and x is the solution nearest to the start.
   bool nearest = false;
   /// The estimated condition of the scaled matrix, or 0 if no method has estimated it.

@@ -53,6 +53,14 @@ int firstBudget(const LinearSystem& system, int least, int most);
 /// the columns.
 int budgetWithoutEntries(const LinearSystem& system);
 
+/// The trial for a small sparse system, whose factor is cheap. No trial for others.
+inline Trial trialOf(const LinearSystem& system, int iterations, int most) {
+  constexpr int tiny = 200, small = 3000, sparse = 8;
+  const bool cheap =
+      system.width >= tiny && system.width <= small && system.rows.entries() <= sparse * system.width;
+  return cheap ? Trial{iterations, most} : Trial();
+}
+
 /// Alternates between a first method and a factorization. first(iterations) continues with four times as many
 /// iterations in each round. If that does not come close to the goal, direct(allowance, &outcome) follows; it
 /// returns false if it costs too much. It may cost a few times as much as was spent so far, or all that is
@@ -65,7 +73,8 @@ Outcome alternate(LinearSystem& system, int iterations, First first, Direct dire
     const double before = system.residual;
     Outcome outcome = first(iterations);
     if (system.ended() || outcome == Outcome::indefinite) return outcome;
-    const bool stuck = system.run.iterations - begin < iterations;
+    const bool stuck = outcome != Outcome::slow && system.run.iterations - begin < iterations;
+    system.trial = Trial();
     // more than halfway to the goal: the same number of iterations should be enough, without a factorization
     again = !again && !stuck && std::log(before / system.residual) > 0.5 * std::log(before / system.goal);
     if (again) continue;

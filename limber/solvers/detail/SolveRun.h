@@ -15,6 +15,8 @@ enum class Outcome {
   done,
   /// More iterations do not help, or those of this method are used up.
   stuck,
+  /// The method is far from its goal after a trial.
+  slow,
   /// No iterations are left for the whole solve.
   limit,
   /// The observer ended the solve.
@@ -27,6 +29,12 @@ enum class Outcome {
   overflow,
   /// The preconditioner is not positive definite, or does not give finite numbers.
   preconditioner
+};
+
+/// A method ends as slow if, judged by its residual after so many iterations, it will need more than `most`
+/// of them. No iterations: there is no trial.
+struct Trial {
+  int iterations = 0, most = 0;
 };
 
 class SolveRun {
