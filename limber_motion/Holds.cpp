@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "limber/linalg/FullMatrix.h"
+#include "limber_motion/detail/Memory.h"
 
 namespace limber::motion {
 
@@ -21,8 +22,7 @@ void Holds::linearize(const std::vector<Hold>& holds, const Clip& clip) {
   holds_ = holds;
   begin_.assign(1, 0);
   entries_.clear();
-  misses_.grow(height());
-  misses_.count = height();
+  detail::setLength(&misses_, height());
   Pose pose;
   for (std::size_t i = 0; i < holds_.size(); ++i) {
     const Hold& hold = holds_[i];
@@ -43,8 +43,7 @@ void Holds::linearize(const std::vector<Hold>& holds, const Clip& clip) {
 }
 
 void Holds::mult(const Vector* x, Vector* y) const {
-  y->grow(height());
-  y->count = height();
+  detail::setLength(y, height());
   for (std::size_t i = 0; i < holds_.size(); ++i) {
     const Curves::Basis basis = curves_.at(holds_[i].frame);
     double sum[3] = {0.0, 0.0, 0.0};
@@ -60,8 +59,7 @@ void Holds::mult(const Vector* x, Vector* y) const {
 }
 
 void Holds::multT(const Vector* x, Vector* y) const {
-  y->grow(width());
-  y->count = width();
+  detail::setLength(y, width());
   *y = 0.0;
   for (std::size_t i = 0; i < holds_.size(); ++i) {
     const Curves::Basis basis = curves_.at(holds_[i].frame);

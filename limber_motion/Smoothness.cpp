@@ -6,6 +6,7 @@
 
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/Vector.h"
+#include "limber_motion/detail/Memory.h"
 
 namespace limber::motion {
 
@@ -51,8 +52,7 @@ Smoothness::Smoothness(int times, const std::vector<double>& masses, double dt, 
 
 void Smoothness::mult(const Vector* x, Vector* y) const {
   const int n = channels();
-  y->grow(height());
-  y->count = height();
+  detail::setLength(y, height());
   for (int t = 0; t < times_; ++t) {
     for (int c = 0; c < n; ++c) {
       double sum = diagonals_[0][static_cast<std::size_t>(t)] * (*x)[t * n + c];

@@ -38,7 +38,8 @@ class LIMBER_MOTION_API Smoothness : public SpMat {
   double massOf(int channel) const { return masses_[static_cast<std::size_t>(channel)]; }
   int height() const override { return times_ * channels(); }
   int width() const override { return height(); }
-  /// y = R x, overwriting y, which gets height() elements. x and y are different vectors.
+  /// y = R x, overwriting y, which gets height() elements. x and y are different vectors. Throws
+  /// std::bad_alloc if there is no memory for them.
   void mult(const Vector* x, Vector* y) const override;
   /// The same product, because R is symmetric.
   void multT(const Vector* x, Vector* y) const override { mult(x, y); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "limber/linalg/BandedCholesky.h"
+#include "limber_motion/detail/Memory.h"
 
 namespace limber::motion {
 
@@ -28,13 +29,14 @@ StepSystem::StepSystem(const Smoothness& measure, const Holds& holds, double dam
 }
 
 void StepSystem::solve(const Vector& change, int rounds, Vector* step) {
-  Vector reached(0), pulls(0), gradient(0), size(0), moved(change);
-  Vector multipliers(holds_.height());
-  *step = change;
+  Vector reached(0), pulls(0), gradient(0), size(0), moved(0);
+  Vector multipliers = detail::zeros(holds_.height());
+  detail::assign(&moved, change);
+  detail::assign(step, change);
   *step = 0.0;
   for (int round = 0; round < rounds; ++round) {
     holds_.mult(step, &reached);
-    pulls = multipliers;
+    detail::assign(&pulls, multipliers);
     for (int i = 0; i < holds_.height(); ++i) {
       pulls[i] += holds_.list()[static_cast<std::size_t>(i / 3)].weight * (holds_.misses()[i] - reached[i]);
     }

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <utility>
 
 #include "limber_motion/StepSystem.h"
 #include "limber_motion/detail/GivingUp.h"
 #include "limber_motion/detail/HeldJoints.h"
+#include "limber_motion/detail/Memory.h"
 #include "limber_motion/detail/Places.h"
 #include "limber_motion/detail/SecondsNow.h"
 
@@ -23,9 +25,11 @@ constexpr int boundRounds = 4;  // largest number of rounds of a step that find 
 
 double squared(double x) { return x * x; }
 
-Vector sum(Vector a, const Vector& b) {
-  a += b;
-  return a;
+Vector sum(const Vector& a, const Vector& b) {
+  Vector result(0);
+  assign(&result, a);
+  result += b;
+  return result;
 }
 
 int spacingOf(const Clip& clip, double knots) {
@@ -50,7 +54,10 @@ Motion::Motion(const Task& task, const std::vector<bool>& givenUp, double pull, 
       stages_(stagesOf(task, curves_, channels_, floor_.first(), pull)),
       before_(curves_.times() * static_cast<int>(channels_.size())),
       change_(before_),
-      approach_(0) {}
+      approach_(0) {
+  const int n = curves_.times() * static_cast<int>(channels_.size());
+  if (before_.size() != n || change_.size() != n) throw std::bad_alloc();
+}
 
 void Motion::run(const std::vector<double>& looseness) {
   const bool again = approachSteps_ > 0 && pullsAsBefore(looseness);
@@ -80,14 +87,14 @@ void Motion::approach() {
     before_ += change_;
     change_ = 0.0;
   }
-  approach_ = before_;
+  assign(&approach_, before_);
   approachSteps_ = steps_.size();
   approachGivenUp_ = givenUp_;
 }
 
 // Takes the steps of the last stage.
 void Motion::meet() {
-  before_ = approach_;
+  assign(&before_, approach_);
   change_ = 0.0;
   show(change_);
   steps_.resize(approachSteps_);
@@ -208,7 +215,7 @@ std::vector<Hold> Motion::holds(const Stage& stage) const {
 // Computes the Gauss-Newton step. Unknowns that would turn too far are bound, and the others make up for
 // them.
 Vector Motion::direction(const Stage& stage, double damping) {
-  Vector step(change_.size());
+  Vector step = zeros(change_.size());
   const Vector sofar = sum(before_, change_);
   turns_.release(stage, sofar);
   for (int round = 0; round < boundRounds; ++round) {
@@ -229,12 +236,12 @@ double Motion::goAlong(const Stage& stage, Vector step, const std::vector<Hold>&
   const double least = stage.exact && largestMiss() <= task_.options.goal ? 0.75 : 0.05;
   Vector trial(0);
   for (double scale = 1.0; scale > least; scale *= 0.5) {
-    trial = change_;
+    assign(&trial, change_);
     trial.scaleAdd(scale, &step);
     if (!turns_.allow(sum(before_, trial))) continue;
     show(trial);
     if (!(cost(stage, trial, wanted) < costBefore)) continue;
-    change_ = trial;
+    assign(&change_, trial);
     return scale;
   }
   show(change_);

@@ -6,6 +6,7 @@
 #include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/Vector.h"
 #include "limber_motion/Smoothness.h"
+#include "limber_motion/detail/Memory.h"
 
 namespace limber::motion::detail {
 
@@ -43,7 +44,7 @@ void smoothPlaces(const Tracks& tracks, const std::vector<Contact*>& contacts) {
   }
   if (cholFactorBanded(&band) != 0) return;
   for (int axis = 0; axis < 3; ++axis) {
-    Vector own(frames), pull(0), place(unknown.back() + 1);
+    Vector own = zeros(frames), pull(0), place = zeros(unknown.back() + 1);
     for (int f = 0; f < frames; ++f) own[f] = tracks.at(joint, f).v()[axis];
     measure.mult(&own, &pull);
     for (int f = 0; f < frames; ++f) place[unknown[static_cast<std::size_t>(f)]] += pull[f];
