@@ -140,7 +140,10 @@ void OutputFile::complete() {
 void OutputFile::finish() {
   complete();
   if (temporary_.empty()) return;
-  if (std::rename(temporary_.c_str(), target_.c_str()) != 0) cannotWrite(path_);
+  // std::rename does not replace a file on Windows.
+  std::error_code problem;
+  files::rename(temporary_, target_, problem);
+  if (problem) throw InputError(path_, 0, "cannot be written: " + problem.message());
   forget(temporary_);
   temporary_.clear();
 }

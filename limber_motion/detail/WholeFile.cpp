@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <system_error>
 
 #include "limber_motion/Error.h"
 
@@ -18,11 +19,12 @@ void writeWhole(const std::string& path, const std::string& text) {
   if (!out) throw Error(path, 0, std::string("cannot be written: ") + std::strerror(errno));
   const bool written = std::fwrite(text.data(), 1, text.size(), out) == text.size();
   const bool complete = std::fclose(out) == 0 && written;
-  const int problem = errno;
-  if (complete && (device || std::rename(name.c_str(), path.c_str()) == 0)) return;
-  const int reason = complete ? errno : problem;
+  std::error_code problem(complete ? 0 : errno, std::generic_category());
+  // std::rename does not replace a file on Windows.
+  if (complete && !device) std::filesystem::rename(name, path, problem);
+  if (!problem && complete) return;
   if (!device) std::remove(name.c_str());
-  throw Error(path, 0, std::string("could not be written completely: ") + std::strerror(reason));
+  throw Error(path, 0, "could not be written completely: " + problem.message());
 }
 
 }  // namespace limber::motion::detail
