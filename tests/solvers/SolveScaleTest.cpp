@@ -149,4 +149,27 @@ TEST(SolveScale, AnyOtherScaleIsTheSameToRounding) {
   }
 }
 
+// What is lost where the solution leaves the normal numbers is part of the reported residual.
+TEST(SolveScale, SolutionsBelowTheNormalNumbersAreJudgedAsTheUserGetsThem) {
+  Entries A(2, 2);
+  A.add(0, 0, 4.5e15);
+  A.add(1, 1, 3e15);
+  for (const Solve& solve : {Solve(square), Solve(definite), Solve(leastSquares)}) {
+    for (const double size : {5e-324, 1e-306, 1e-300}) {
+      Vector b(2), x;
+      b[0] = size;
+      b[1] = -size;
+      const SolveReport report = solve(A.matrix(), b, &x);
+      EXPECT_EQ(SOLVE_STAGNATED, report.status) << size;
+      EXPECT_STREQ("The solution is too small for doubles: numbers below 1e-307 lose digits.",
+                   report.message);
+      EXPECT_TRUE(report.relativeResidual > 1e-10 && report.relativeResidual <= 1.0)
+          << report.relativeResidual;
+    }
+    Vector b(2), x;
+    b[0] = b[1] = 1e-280;
+    EXPECT_EQ(SOLVE_CONVERGED, solve(A.matrix(), b, &x).status);
+  }
+}
+
 }  // namespace

@@ -263,6 +263,7 @@ bool LinearSystem::unsolvable() const {
 
 // The sentence about a residual that did not become small enough.
 const char* LinearSystem::limitOfPrecision() const {
+  if (underflow_) return "The solution is too small for doubles: numbers below 1e-307 lose digits.";
   if (leastSquares()) {
     return condition > 1e10
                ? "The residual cannot be made smaller in double precision: the columns of the matrix are "
@@ -283,7 +284,24 @@ const char* LinearSystem::limitOfPrecision() const {
                "the best iterate found.";
 }
 
+// Rounds x to what the user gets: numbers below the normal range of doubles lose digits there. Returns x at
+// the user's scale.
+Doubles LinearSystem::toScaleOfUser() {
+  const int power = rightPower_ - matrixPower_;
+  Doubles result(width);
+  for (int j = 0; j < width; ++j) {
+    result[j] = timesPowerOfTwo(x[j], power);
+    const double kept = timesPowerOfTwo(result[j], -power);
+    if (kept == x[j] || !std::isfinite(kept)) continue;
+    x[j] = kept;
+    underflow_ = true;
+  }
+  if (underflow_) residual = measure(x.data(), r.data(), g.data());
+  return result;
+}
+
 SolveReport LinearSystem::finish(Outcome last, Vector* out) {
+  const Doubles result = toScaleOfUser();
   if ((last == Outcome::done || last == Outcome::stuck) && run.mustEnd()) last = run.whyEnded();
   // the reported residual must be free of the rounding of plain products
   if (!converged()) measurePrecisely();
@@ -321,9 +339,6 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
     report.message = limitOfPrecision();
   }
 
-  const int power = rightPower_ - matrixPower_;
-  Doubles result(width);
-  for (int j = 0; j < width; ++j) result[j] = timesPowerOfTwo(x[j], power);
   const bool fits = allFinite(width, result.data());
   if (!fits) {
     report.status = SOLVE_BREAKDOWN;

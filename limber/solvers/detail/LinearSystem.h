@@ -99,11 +99,12 @@ class LinearSystem {
   bool unsolvable() const;
   void multiplyPrecisely(const double* right, const double* at, double* r, double* g);
   const char* limitOfPrecision() const;
+  Doubles toScaleOfUser();
   const char* takeVectors(const Vector& right, const Vector& start);
   const Kind kind_;
   int matrixPower_ = 0, rightPower_ = 0;
   double polished_ = 0.0, startResidual_ = 0.0;
-  bool moved_ = false, precise_ = false;
+  bool moved_ = false, precise_ = false, underflow_ = false;
   Doubles tryX_, tryR_, tryG_;
 };
 
