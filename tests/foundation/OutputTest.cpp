@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "tests/support/CapturedOutput.h"
+#include "tests/support/DecimalPoint.h"
 #include "tests/support/TemporaryFile.h"
 
 namespace {
@@ -50,6 +51,7 @@ TEST(Output, InitialValues) {
 }
 
 TEST(Output, FormatsAndReturnsWhatTheChannelReturns) {
+  const DecimalPoint point;
   const OutputFunction out = stdoutF, err = stderrF;
   stdoutF = answer;
   stderrF = otherAnswer;

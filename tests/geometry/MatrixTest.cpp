@@ -10,6 +10,7 @@
 #include "limber/foundation/Output.h"
 #include "tests/geometry/RandomGeometry.h"
 #include "tests/support/CapturedOutput.h"
+#include "tests/support/DecimalPoint.h"
 #include "tests/support/Tolerance.h"
 
 namespace {
@@ -74,18 +75,21 @@ TEST(Matrix, PrintsFourLines) {
 }
 
 TEST(Matrix, Repr4x4) {
+  const DecimalPoint point;
   EXPECT_STREQ(counting4().__repr__(),
                "<C MQ3Matrix 1.000\t2.000\t3.000\t4.000\n             5.000\t6.000\t7.000\t8.000\n"
                "             9.000\t10.000\t11.000\t12.000\n             13.000\t14.000\t15.000\t16.000 >\n");
 }
 
 TEST(Matrix, Repr3x3KeepsTheTabAfterTheSecondRow) {
+  const DecimalPoint point;
   EXPECT_STREQ(counting3().__repr__(),
                "<C Matrix3x3 1.000\t2.000\t3.000\n             4.000\t5.000\t6.000\t\n"
                "             7.000\t8.000\t9.000 >\n");
 }
 
 TEST(Matrix, ReprUsesOneBufferAKind) {
+  const DecimalPoint point;
   char* const four = counting4().__repr__();
   EXPECT_EQ(identity4.__repr__(), four);
   EXPECT_EQ(std::string(four).substr(0, 26), "<C MQ3Matrix 1.000\t0.000\t0");

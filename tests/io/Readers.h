@@ -5,10 +5,15 @@
 #include <vector>
 
 #include "limber/io/Reader.h"
+#include "tests/support/DecimalPoint.h"
 #include "tests/support/TemporaryFile.h"
 
 /// atof as the C standard has it; that of older Windows knows neither hexadecimal numbers nor infinities.
-inline double standardAtof(const char* word) { return std::strtod(word, nullptr); }
+/// The point is a point in every locale, as it is for the reader.
+inline double standardAtof(const char* word) {
+  const DecimalPoint point;
+  return std::strtod(word, nullptr);
+}
 
 /// A temporary file with `bytes`, and a reader of it.
 struct FileReader {

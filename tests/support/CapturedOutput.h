@@ -3,8 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/DecimalPoint.h"
+
 /// Collects the library's output on its two channels while it exists, and restores the channels at the end.
-/// Only one may exist at a time.
+/// Numbers are printed with a decimal point. Only one may exist at a time.
 class CapturedOutput {
  public:
   CapturedOutput();
@@ -19,6 +21,9 @@ class CapturedOutput {
   std::string out() const;
   std::string err() const;
   void clear();
+
+ private:
+  DecimalPoint point_;
 };
 
 /// The text that stdout (file descriptor 1) receives while `f` runs, for the few routines that do not print
@@ -36,6 +41,7 @@ std::string restore(int fd, int saved, const std::string& path);
 
 template <class F>
 std::string capturedStdout(F f) {
+  const DecimalPoint point;
   std::string path;
   const int saved = capture_detail::redirect(1, path);
   f();
@@ -44,6 +50,7 @@ std::string capturedStdout(F f) {
 
 template <class F>
 std::string capturedStderr(F f) {
+  const DecimalPoint point;
   std::string path;
   const int saved = capture_detail::redirect(2, path);
   f();
