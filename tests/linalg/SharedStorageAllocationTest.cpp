@@ -158,8 +158,9 @@ TEST(SharedStorageAllocation, AProductWithoutMemoryForItsResultIsEmpty) {
   OwnRows rows;
   for (int i = 0; i < 30; ++i) rows.add(rowOf({{i, 1.0 + i}}));
   const SlicedMatrix sliced(rows.matrix);
-  Vector x(30);
+  Vector x(30), first;
   x = 1.0;
+  sliced.mult(&x, &first);  // the first resize to a size makes its statistics
   for (const bool transposed : {false, true}) {
     CapturedOutput output;
     Vector y;
@@ -252,8 +253,10 @@ TEST(SharedStorageAllocation, AnInverseWithoutMemoryForItsBookkeepingLeavesTheMa
 TEST(SharedStorageAllocation, AFactorizationWithoutMemoryForTauLeavesTheMatrix) {
   FullMatrix a(9, 9);
   a.identity();
-  Vector tau;
+  Vector first, tau;
   CapturedOutput output;
+  qrFactor(&a, &first);  // the first resize to a size makes its statistics
+  a.identity();
   {
     const allocations::FailAt fail(0);
     EXPECT_EQ(qrFactor(&a, &tau), -5);
