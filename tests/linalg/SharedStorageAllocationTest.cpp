@@ -228,7 +228,7 @@ TEST(SharedStorageAllocation, ATransposedProductThatCannotGrowItsResultIsEmpty) 
 
 TEST(SharedStorageAllocation, AnInverseWithoutMemoryForItsBookkeepingLeavesTheMatrix) {
   if (!inOwnProcess()) return;  // the shared workspaces only grow
-  const int n = 260;  // more than the fixed bookkeeping is for
+  const int n = 260;            // more than the fixed bookkeeping is for
   FullMatrix m(n, n);
   int failures = 0;
   for (long k = 0;; ++k) {
@@ -268,7 +268,7 @@ TEST(SharedStorageAllocation, AFactorizationWithoutMemoryForTauLeavesTheMatrix) 
 
 TEST(SharedStorageAllocation, AProductWithQWithoutMemoryLeavesItsOperand) {
   if (!inOwnProcess()) return;  // the shared workspaces only grow
-  const int n = 900;  // the copied reflectors need more than the fixed workspace
+  const int n = 900;            // the copied reflectors need more than the fixed workspace
   FullMatrix qr(n, n);
   Vector tau(n), b(n);
   b = 3.0;
