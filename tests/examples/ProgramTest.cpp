@@ -11,6 +11,7 @@
 
 #include "limber_motion/motion.h"
 #include "tests/motion/SmallClip.h"
+#include "tests/support/DecimalPoint.h"
 #include "tests/support/Program.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/Tolerance.h"
@@ -104,7 +105,7 @@ TEST_F(MotionEditProgram, DrawsFiguresPathsSpeedsAndConvergence) {
     std::set<std::string> texts;
   } drawings[] = {
       {"out.ai", 1500, {"left side blue, right side orange", "Paths of hands and ankles", "from above"}},
-      {"out-speed.ai", 200, {"Horizontal speed", "before: mean 0.1", "after: mean "}},
+      {"out-speed.ai", 200, {"Horizontal speed", "before: mean 0", "after: mean "}},
       {"out-convergence.ai", 5, {"Convergence", "goal", "1e-4"}}};
   for (const auto& one : drawings) {
     const std::string drawing = readFile(directory / one.name);
@@ -199,6 +200,7 @@ TEST_F(MotionEditProgram, DrawsPerformersWhoStayWhereTheyAre) {
   const std::string path = directory.write("small.bvh", smallClip);
   const Clip clip = readClip(path.c_str(), nullptr);
   const Pnt3 end = Skeleton(clip).position(clip.find("Arm.End"), clip.frame(0));
+  const DecimalPoint point;
   const std::string near =
       std::to_string(end.x + 1) + " " + std::to_string(end.y) + " " + std::to_string(end.z - 2);
   directory.write("near.txt", "1 Arm.End " + near + "\n");

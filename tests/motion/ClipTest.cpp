@@ -8,6 +8,7 @@
 
 #include "limber_motion/motion.h"
 #include "tests/motion/SmallClip.h"
+#include "tests/support/DecimalPoint.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/Tolerance.h"
 
@@ -139,6 +140,7 @@ TEST(Clip, IsFoundAlongASearchPath) {
 
 // 90 joints of three channels: a line of about 3000 characters and, with wide numbers, one above 4096.
 TEST(Clip, MotionLinesMayBeLong) {
+  const DecimalPoint point;  // for atof
   for (const char* number : {" -123.456789", " -123.4567890123456"}) {
     std::string hierarchy = "HIERARCHY\nROOT J0\n{\nOFFSET 0 0 0\nCHANNELS 3 Zrotation Xrotation Yrotation\n";
     for (int j = 1; j < 90; ++j) {

@@ -1,4 +1,5 @@
 #include "tests/support/MatrixMarket.h"
+#include "tests/support/DecimalPoint.h"
 
 #include <zlib.h>
 
@@ -47,6 +48,7 @@ void MatrixMarket::read(const std::string& text) {
       error = "bad entry " + std::to_string(k + 1);
       return;
     }
+    const DecimalPoint point;
     const double v = std::strtod(value.c_str(), nullptr);
     rows_[static_cast<std::size_t>(i - 1)]->ins(v, j - 1);
     if (symmetry == "symmetric" && i != j) rows_[static_cast<std::size_t>(j - 1)]->ins(v, i - 1);

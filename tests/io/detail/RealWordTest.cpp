@@ -9,6 +9,7 @@
 #include <random>
 #include <string>
 
+#include "tests/support/DecimalPoint.h"
 #include "tests/support/Tolerance.h"
 
 namespace {
@@ -67,6 +68,7 @@ std::string randomWord(std::mt19937_64& random) {
 }
 
 TEST(RealWord, HasTheValueOfStrtodOverRandomWords) {
+  const DecimalPoint point;  // for strtod
   std::mt19937_64 random(20);
   int compared = 0;
   for (int i = 0; i < 300000; ++i) {
