@@ -9,15 +9,24 @@
 
 namespace {
 
-TEST(TransformMatrixMatrixAllocations, NoneAfterTheFirstCall) {
-  SpVec a(16), b(16), c(16), oa(64), ob(64), oc(64);
-  for (int i = 0; i < 10; ++i) {
-    a.ins(1.0 + i, i);
-    b.ins(2.0 + i, 2 * i);
-    c.ins(3.0 + i, 3 * i);
+// A matrix and the rows that it transforms.
+class TransformMatrixMatrixAllocations : public ::testing::Test {
+ protected:
+  TransformMatrixMatrixAllocations() {
+    for (int i = 0; i < 10; ++i) {
+      a.ins(1.0 + i, i);
+      b.ins(2.0 + i, 2 * i);
+      c.ins(3.0 + i, 3 * i);
+    }
+    for (int i = 0; i < 16; ++i) m.m[i / 4][i % 4] = i + 1.0;
   }
+
+  SpVec a{16}, b{16}, c{16};
   Matrix4x4 m;
-  for (int i = 0; i < 16; ++i) m.m[i / 4][i % 4] = i + 1.0;
+};
+
+TEST_F(TransformMatrixMatrixAllocations, NoneAfterTheFirstCall) {
+  SpVec oa(64), ob(64), oc(64);
   transformMatrixMatrix(&m, &a, &b, &c, &oa, &ob, &oc);
   transformMatrixMatrix(&m, &a, &b, &oa, &ob);
   const long before = allocations::count();
@@ -30,15 +39,8 @@ TEST(TransformMatrixMatrixAllocations, NoneAfterTheFirstCall) {
 
 // The rows of the result have no room at first. Whichever allocation fails is reported, and the next call
 // works.
-TEST(TransformMatrixMatrixAllocations, EachFailureIsReportedAndLeavesUsableRows) {
-  SpVec a(16), b(16), c(16), ea(64), eb(64), ec(64);
-  for (int i = 0; i < 10; ++i) {
-    a.ins(1.0 + i, i);
-    b.ins(2.0 + i, 2 * i);
-    c.ins(3.0 + i, 3 * i);
-  }
-  Matrix4x4 m;
-  for (int i = 0; i < 16; ++i) m.m[i / 4][i % 4] = i + 1.0;
+TEST_F(TransformMatrixMatrixAllocations, EachFailureIsReportedAndLeavesUsableRows) {
+  SpVec ea(64), eb(64), ec(64);
   transformMatrixMatrix(&m, &a, &b, &c, &ea, &eb, &ec);
   int failures = 0;
   for (long k = 0;; ++k) {
