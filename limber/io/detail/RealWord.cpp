@@ -15,9 +15,6 @@ namespace limber::detail {
 
 namespace {
 
-// The powers of ten that a double holds exactly.
-constexpr double exactPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                  1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 constexpr std::uint64_t wholePowers[] = {1u,
                                          10u,
                                          100u,
@@ -103,23 +100,25 @@ inline std::uint64_t number(const char* at, int count, std::uint64_t& wrong) {
   return upToEight(at, count - 16, wrong) * wholePowers[16] + upToSixteen(at + count, 16, wrong);
 }
 
-constexpr double signs[] = {1.0, -1.0};
+// The exact powers of ten, and behind them their negatives.
+struct SignedPowers {
+  double of[2][23];
+  constexpr SignedPowers() : of() {
+    of[0][0] = 1.0;
+    for (int power = 1; power < 23; ++power) of[0][power] = of[0][power - 1] * 10.0;
+    for (int power = 0; power < 23; ++power) of[1][power] = -of[0][power];
+  }
+};
+constexpr SignedPowers powers;
 
 // +-integer / 10^power for an integer up to 2^53. Both are exact, so the division rounds once (Clinger
-// 1990). The sign is set before the division, so that every rounding mode works; a zero keeps its sign too.
-double exactQuotient(bool negative, std::uint64_t integer, int power) {
-  return signs[negative] * static_cast<double>(static_cast<std::int64_t>(integer)) / exactPowers[power];
+// 1990). The divisor has the sign, so that every rounding mode works; a zero keeps its sign too.
+inline double exactQuotient(bool negative, std::uint64_t integer, int power) {
+  return static_cast<double>(static_cast<std::int64_t>(integer)) / powers.of[negative][power];
 }
 
 #ifdef __SIZEOF_INT128__
 __extension__ typedef unsigned __int128 Wide;
-
-// dividend 2^62 / divisor, with the last bit set if there is a remainder.
-__attribute__((noinline)) std::int64_t exactBits(std::uint64_t dividend, std::uint64_t divisor) {
-  const Wide wide = Wide{dividend} << 62;
-  const auto bits = static_cast<std::uint64_t>(wide / divisor);
-  return static_cast<std::int64_t>(bits | (Wide{bits} * divisor != wide));
-}
 
 // A power of ten that is shifted up to fill 64 bits, and its reciprocal.
 struct Divisor {
@@ -139,23 +138,35 @@ struct Divisors {
 };
 constexpr Divisors divisors;
 
-// +-integer / 10^power, rounded once, for an integer above 0: at least 62 bits of the quotient are computed,
-// and the last one is also set if there is a remainder, so that the conversion to a double rounds like the
-// exact quotient.
-inline double quotient(bool negative, std::uint64_t integer, int power) {
-  const Divisor& divisor = divisors.of[power];
-  const int shift = __builtin_clzll(integer);
-  const std::uint64_t dividend = integer << shift;
-  // The product with the reciprocal is less than 2 below the exact quotient. A double keeps none of its last
-  // eight bits and rounds all values between two multiples of 256 alike, so the division is needed only next
-  // to such a multiple.
-  auto bits = static_cast<std::int64_t>(Wide{dividend} * divisor.reciprocal >> 64);
-  bits = ((bits + 1) & 255) > 1 ? bits | 1 : exactBits(dividend, divisor.value);
-  // The power of two, 2^(divisor.shift - shift - 62).
-  const std::uint64_t scaleBits = static_cast<std::uint64_t>(1023 - 62 + divisor.shift - shift) << 52;
+// +-bits 2^exponent, rounded once.
+inline double withExponent(bool negative, std::uint64_t bits, int exponent) {
+  const std::uint64_t scaleBits = static_cast<std::uint64_t>(1023 + exponent) << 52;
   double scale;
   std::memcpy(&scale, &scaleBits, sizeof scale);
-  return static_cast<double>(negative ? -bits : bits) * scale;
+  // Without a branch: signs are random.
+  return static_cast<double>(static_cast<std::int64_t>((bits ^ -std::uint64_t{negative}) + negative)) * scale;
+}
+
+// +-integer / 10^power, rounded once, for an integer above 0. False if the product with the reciprocal, which
+// is less than 2 below the exact quotient, leaves the rounding open: a double keeps none of its last eight
+// bits and rounds all values between two multiples of 256 alike, so only values next to a multiple do.
+inline bool quotient(bool negative, std::uint64_t integer, int power, double& out) {
+  const Divisor& divisor = divisors.of[power];
+  const int shift = __builtin_clzll(integer);
+  const auto bits = static_cast<std::uint64_t>(Wide{integer << shift} * divisor.reciprocal >> 64);
+  out = withExponent(negative, bits | 1, divisor.shift - shift - 62);
+  return ((bits + 1) & 255) > 1;
+}
+
+// The same by a division: at least 62 bits of the quotient, with the last one also set if there is a
+// remainder, so that the conversion to a double rounds like the exact quotient.
+double longQuotient(bool negative, std::uint64_t integer, int power) {
+  const Divisor& divisor = divisors.of[power];
+  const int shift = __builtin_clzll(integer);
+  const Wide dividend = Wide{integer << shift} << 62;
+  const auto bits = static_cast<std::uint64_t>(dividend / divisor.value);
+  const bool remainder = Wide{bits} * divisor.value != dividend;
+  return withExponent(negative, bits | std::uint64_t{remainder}, divisor.shift - shift - 62);
 }
 #endif
 
@@ -172,23 +183,34 @@ inline bool shortDecimal(bool negative, const char* first, int length, double& o
   return true;
 }
 
-// +-integer / 10^behindPoint. False if the compiler lacks the wide integers that this number needs.
+// +-integer / 10^behindPoint. False if this number needs a division, or wide integers that the compiler
+// lacks.
 inline bool scaled(bool negative, std::uint64_t integer, int behindPoint, double& out) {
   if (integer <= exactIntegers) {
     out = exactQuotient(negative, integer, behindPoint);
     return true;
   }
 #ifdef __SIZEOF_INT128__
-  out = quotient(negative, integer, behindPoint);
-  return true;
+  return quotient(negative, integer, behindPoint, out);
 #else
   return false;
 #endif
 }
 
-// A word of 9 to 20 characters with or without a point, of which at most 19 are digits. False for all other
-// words.
-__attribute__((noinline)) bool anyDecimal(bool negative, const char* first, int length, double& out) {
+// A word of one to seven digits, a point, and at most 16 digits, the most frequent long words. False for
+// others, and for the few that need a division.
+inline bool longDecimal(bool negative, const char* first, int length, double& out) {
+  const int point = before(pointMarks(load8(first) ^ zeros)), behindPoint = length - point - 1;
+  if (point == 0 || point == 8 || behindPoint > 16) return false;
+  std::uint64_t wrong = 0;
+  const std::uint64_t whole = upToEight(first, point, wrong);
+  const std::uint64_t integer =
+      whole * wholePowers[behindPoint] + upToSixteen(first + length, behindPoint, wrong);
+  return !wrong && scaled(negative, integer, behindPoint, out);
+}
+
+// A word with or without a point, of which at most 19 characters are digits.
+bool anyDecimal(bool negative, const char* first, int length, double& out) {
   int point = 0;
   while (point < length && first[point] != '.') ++point;
   const int behindPoint = std::max(length - point - 1, 0);
@@ -196,24 +218,26 @@ __attribute__((noinline)) bool anyDecimal(bool negative, const char* first, int 
   std::uint64_t wrong = 0;
   const std::uint64_t integer =
       number(first, point, wrong) * wholePowers[behindPoint] + number(first + point + 1, behindPoint, wrong);
-  return !wrong && scaled(negative, integer, behindPoint, out);
+  if (wrong) return false;
+  if (scaled(negative, integer, behindPoint, out)) return true;
+#ifdef __SIZEOF_INT128__
+  out = longQuotient(negative, integer, behindPoint);
+  return true;
+#else
+  return false;
+#endif
 }
 
-// The same, faster for the most frequent words: one to seven digits, a point, and at most 16 digits.
-inline bool longDecimal(bool negative, const char* first, int length, double& out) {
-  const int point = before(pointMarks(load8(first) ^ zeros)), behindPoint = length - point - 1;
-  if (point == 0 || point == 8 || behindPoint > 16) return anyDecimal(negative, first, length, out);
-  std::uint64_t wrong = 0;
-  const std::uint64_t whole = upToEight(first, point, wrong);
-  const std::uint64_t fraction = upToSixteen(first + length, behindPoint, wrong);
-  return !wrong && scaled(negative, whole * wholePowers[behindPoint] + fraction, behindPoint, out);
-}
-
-// from_chars rounds as strtod does and is several times faster. Words that it reads differently go to strtod:
-// hexadecimal words (it stops at the x), infinities and not-a-numbers, overflow and underflow, and words
-// without a number.
+// All words that the functions above leave. from_chars rounds as strtod does and is several times faster.
+// Words that it reads differently go to strtod: hexadecimal words (it stops at the x), infinities and
+// not-a-numbers, overflow and underflow, and words without a number.
 __attribute__((noinline)) double otherWord(const char* text, const char* end, const char* terminated) {
+  const bool negative = *text == '-';
+  const std::ptrdiff_t length = end - text - negative;
   double value = 0.0;
+  if (length > 8 && length <= longest + 1 &&
+      anyDecimal(negative, text + negative, static_cast<int>(length), value))
+    return value;
   const auto [stop, error] = std::from_chars(text, end, value);
   if (error == std::errc() && *stop != 'x' && *stop != 'X' && std::isfinite(value)) return value;
   return cStrtod(terminated, nullptr);
@@ -221,6 +245,7 @@ __attribute__((noinline)) double otherWord(const char* text, const char* end, co
 
 }  // namespace
 
+// The frequent words need no call and so no stack frame; all others are left to a tail call.
 double realWord(const char* text, const char* end, const char* terminated) {
   const bool negative = *text == '-';
   const char* const first = text + negative;
