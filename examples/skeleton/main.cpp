@@ -8,6 +8,7 @@
 #include "input_error.h"
 #include "limber_motion/motion.h"
 #include "options.h"
+#include "output_file.h"
 #include "program_name.h"
 
 namespace {
@@ -29,21 +30,25 @@ void printTable(const Clip& clip, const std::vector<Pnt3>& at) {
   }
 }
 
-int show(const Options& options) {
-  if (options.help) return std::printf("usage: %s%s", programName().c_str(), usage) < 0;
-  if (options.version) return std::printf("%s (Limber %s)\n", programName().c_str(), limberVersion()) < 0;
+void show(const Options& options) {
+  if (options.help) {
+    std::printf("usage: %s%s", programName().c_str(), usage);
+    return;
+  }
+  if (options.version) {
+    std::printf("%s (Limber %s)\n", programName().c_str(), limberVersion());
+    return;
+  }
   const Clip clip =
       limber::motion::readClip(options.clip, options.searched ? options.searchPath.c_str() : nullptr);
   if (options.frame < 1 || options.frame > clip.frames) {
     throw InputError(options.clip + ": frame " + std::to_string(options.frame) +
                      " is not in the clip, which has frames 1 to " + std::to_string(clip.frames));
   }
+  for (const std::string& note : clip.notes) std::fprintf(stderr, "note: %s\n", note.c_str());
   std::printf("%s: frame %d of %d, at %.6f s\n", options.clip.c_str(), options.frame, clip.frames,
               (options.frame - 1) * clip.frameTime);
   printTable(clip, Skeleton(clip).positions(clip.frame(options.frame - 1)));
-  if (std::fflush(stdout) != 0 || std::ferror(stdout))
-    throw InputError(programName() + ": the table cannot be written");
-  return 0;
 }
 
 }  // namespace
@@ -52,7 +57,9 @@ int main(int count, char** arguments) {
   setProgramName(arguments[0], "limber-skeleton");
   const QuietAllocations quiet;
   try {
-    return show(readOptions(count, arguments));
+    show(readOptions(count, arguments));
+    requireStandardOutput(programName());
+    return 0;
   } catch (...) {
     return reportException(programName().c_str());
   }

@@ -31,6 +31,7 @@ const char help[] =
     "word\n"
     "after them as their value, so one without a value, like -limber_ksp_monitor, stands before another "
     "option.\n"
+    "Ctrl-C ends the job, and no solution is written.\n"
     "Exit status: 0 solved, 1 the input cannot be used, 2 not solved, 3 not enough memory.\n";
 
 enum ExitStatus { exitSolved = 0, exitBadInput = 1, exitNotSolved = 2, exitNoMemory = 3 };

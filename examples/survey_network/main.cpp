@@ -139,10 +139,12 @@ void writeNetwork(const std::string& folder) {
 
 int main(int argc, char** argv) {
   const char usage[] =
-      "usage: survey_network FOLDER\nWrites survey_network.mtx.gz and survey_network_b.mtx.gz, an example of "
-      "a "
-      "least-squares problem, to the folder.\n";
-  if (argc == 2 && std::strcmp(argv[1], "--help") == 0) return std::fputs(usage, stdout) < 0;
+      "usage: survey_network FOLDER\n"
+      "Writes survey_network.mtx.gz and survey_network_b.mtx.gz, an example of a least-squares problem, to "
+      "the "
+      "folder.\n";
+  if (argc == 2 && std::strcmp(argv[1], "--help") == 0)
+    return std::fputs(usage, stdout) < 0 || std::fflush(stdout) != 0;
   if (argc != 2) {
     std::fputs(usage, stderr);
     return 1;

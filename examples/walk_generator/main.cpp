@@ -134,7 +134,7 @@ int main(int argc, char** argv) {
     const bool help = std::strcmp(argv[1], "--help") == 0;
     std::fputs("usage: walk_generator >CLIP.bvh\nPrints the motion clip of a walk whose feet slide.\n",
                help ? stdout : stderr);
-    return help ? 0 : 1;
+    return !help || std::fflush(stdout) != 0;
   }
   std::printf("HIERARCHY\n");
   writeJoint(0, 0);

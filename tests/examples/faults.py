@@ -1,20 +1,27 @@
 #!/usr/bin/env python3
-"""The smaller programs under bad circumstances: full disks, outputs that cannot be written, drawings that are none.
+"""Other programs than solve under bad circumstances: full disks, outputs that cannot be written, inputs that end or fail
+while they are read, little memory, Ctrl-C, drawings that are none.
 
-usage: faults.py SKELETON SURVEY_NETWORK WALK_GENERATOR AI2PNG DRAWING EXAMPLES_DATA
+usage: faults.py SKELETON SURVEY_NETWORK WALK_GENERATOR MOTION_EDIT AI2PNG DRAWING EXAMPLES_DATA
 Each must give one message and an exit status, and leave no incomplete file."""
+import json
 import os
+import pty
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 
-SKELETON, NETWORK, WALK, AI2PNG, DRAWING, DATA = map(os.path.abspath, sys.argv[1:7])
+from limited_memory import LimitedMemory
+
+SKELETON, NETWORK, WALK, MOTION_EDIT, AI2PNG, DRAWING, DATA = map(os.path.abspath, sys.argv[1:8])
 CLIP = os.path.join(DATA, "walk.bvh")
 
 
-class Faults(unittest.TestCase):
+class Faults(LimitedMemory):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
@@ -41,6 +48,9 @@ class Faults(unittest.TestCase):
         for command in ((SKELETON, CLIP), (WALK,)):
             with open("/dev/full", "w") as full:
                 self.assert_fails("written", [], *command, stdout=full)
+        for program in (SKELETON, WALK, NETWORK, MOTION_EDIT):
+            with open("/dev/full", "w") as full:
+                self.assertEqual(self.run_program(program, "--help", stdout=full)[0], 1, program)
 
     @unittest.skipUnless(os.path.exists("/dev/full"), "no /dev/full")
     def test_a_full_disk_behind_a_file(self):
@@ -70,6 +80,102 @@ class Faults(unittest.TestCase):
         self.assert_fails("cut.ai is not a drawing", ["cut.ai", "x.png"], AI2PNG, self.path("cut.ai"), self.path("x.png"))
         with open(self.path("x.png")) as earlier:
             self.assertEqual(earlier.read(), "earlier")
+
+    def reading_pipe(self, text, *command):
+        """Runs the command, which reads the file "pipe": the text, which then ends."""
+        pipe = self.path("pipe")
+        os.mkfifo(pipe)
+        program = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, cwd=self.folder)
+        with open(pipe, "w") as writer:
+            writer.write(text)
+        out, err = program.communicate(timeout=60)
+        os.remove(pipe)
+        return program.returncode, out, err
+
+    def test_a_clip_that_ends_while_it_is_read(self):
+        with open(CLIP) as clip:
+            whole = clip.read()
+        for text, message in ((whole[:1000], "expected"), (whole[:whole.index("Frame Time")], "expected Frame"),
+                              (whole[:whole.index("Frame Time") + 22], "expected 120 frames, found none")):
+            for command in ((SKELETON, "pipe"), (MOTION_EDIT, "-o", "out", "pipe")):
+                status, out, err = self.reading_pipe(text, *command)
+                self.assertEqual((status, out, len(err.splitlines())), (1, "", 1), err)
+                self.assertRegex(err, f"^pipe:[0-9]+: .*{message}")
+                self.assertEqual(os.listdir(self.folder), [])
+
+        # What was read of the frames is used, and a note says so.
+        for program, place in ((SKELETON, 2), (MOTION_EDIT, 1)):
+            result = self.reading_pipe(whole[:-400], program, "pipe")
+            self.assertIn("there are 119 whole frames instead of the declared 120 frames", result[place])
+
+    def test_a_script_that_ends_while_it_is_read(self):
+        status, _, err = self.reading_pipe("1-10 LeftFoot 3 4", MOTION_EDIT, "-o", "out", CLIP, "pipe")
+        self.assertEqual((status, len(err.splitlines())), (1, 1), err)
+        self.assertIn("pipe:1: ", err)
+        self.assertEqual(os.listdir(self.folder), [])
+
+    @unittest.skipUnless(os.path.exists("/proc/self/mem"), "no file whose reading fails")
+    def test_inputs_whose_reading_fails(self):
+        for command in ((SKELETON, "/proc/self/mem"), (MOTION_EDIT, "/proc/self/mem"), (MOTION_EDIT, CLIP, "/proc/self/mem")):
+            self.assert_fails("/proc/self/mem: ", [], *command)
+
+    def test_generators_with_little_memory(self):
+        for command in ((NETWORK, "."), (WALK,)):
+            self.steps(*command[:1], command[1:], (0, 1, 2, 4, 64))
+
+    @staticmethod
+    def full_terminal():
+        """A terminal that takes no more output until somebody reads what its controller has."""
+        controller, terminal = pty.openpty()
+        os.set_blocking(terminal, False)
+        try:
+            while True:
+                os.write(terminal, b"x" * 100)
+        except BlockingIOError:
+            pass
+        os.set_blocking(terminal, True)
+        return controller, terminal
+
+    @staticmethod
+    def read_all(controller, shown):
+        try:
+            while piece := os.read(controller, 1000):
+                shown.append(piece)
+        except OSError:
+            pass  # the program has closed the terminal
+
+    @unittest.skipUnless(os.path.exists("/proc/self/status"), "no way to find out which signals a program handles")
+    def test_ctrl_c_ends_an_edit_with_the_best_motion_so_far(self):
+        # The program stops at its first line of progress, so the signal arrives before the second step.
+        controller, terminal = self.full_terminal()
+        command = [MOTION_EDIT, "-o", "out", "--report", "out.json", "--goal", "1e-15", CLIP]
+        program = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=terminal, text=True, cwd=self.folder)
+        os.close(terminal)
+        self.wait_until_it_catches(program, signal.SIGINT)
+        program.send_signal(signal.SIGINT)
+        shown = []
+        reader = threading.Thread(target=self.read_all, args=(controller, shown))
+        reader.start()
+        program.communicate(timeout=60)
+        reader.join()
+        os.close(controller)
+        said = b"".join(shown).decode()
+        self.assertEqual(program.returncode, 2, said)
+        self.assertIn("limber-motion-edit: stopped by Ctrl-C; the best motion so far was written", said)
+        self.assertNotIn("step 3:", said)
+        self.assertEqual(sorted(os.listdir(self.folder)),
+                         ["out-convergence.ai", "out-speed.ai", "out.ai", "out.bvh", "out.json"])
+        self.assertEqual(self.run_program(SKELETON, "out.bvh", "120")[::2], (0, ""))
+        with open(self.path("out.json")) as file:
+            self.assertFalse(json.load(file)["met"])
+
+    def wait_until_it_catches(self, program, number):
+        """Waits until the program has a handler of that signal, however busy the machine is."""
+        caught = 0
+        while not caught >> (number - 1) & 1:
+            self.assertIsNone(program.poll())
+            with open(f"/proc/{program.pid}/status") as status:
+                caught = next((int(line.split()[1], 16) for line in status if line.startswith("SigCgt:")), 0)
 
 
 unittest.main(argv=sys.argv[:1], verbosity=2)

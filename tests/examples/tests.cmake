@@ -28,10 +28,11 @@ if(TARGET solve)
 endif()
 
 # The smaller programs under bad circumstances.
-if(TARGET skeleton AND TARGET survey_network AND TARGET walk_generator)
+if(TARGET skeleton AND TARGET survey_network AND TARGET walk_generator AND TARGET motion_edit)
   add_test(NAME Examples.SmallerPrograms
            COMMAND Python3::Interpreter ${CMAKE_CURRENT_LIST_DIR}/faults.py $<TARGET_FILE:skeleton>
-                   $<TARGET_FILE:survey_network> $<TARGET_FILE:walk_generator> ${PROJECT_SOURCE_DIR}/tools/ai2png
+                   $<TARGET_FILE:survey_network> $<TARGET_FILE:walk_generator> $<TARGET_FILE:motion_edit>
+                   ${PROJECT_SOURCE_DIR}/tools/ai2png
                    ${PROJECT_SOURCE_DIR}/tests/graphics/golden/every_operator.ai ${PROJECT_SOURCE_DIR}/examples/data)
 endif()
 
