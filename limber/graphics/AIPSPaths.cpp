@@ -1,11 +1,28 @@
 // The paths and text of the Illustrator writer.
 
+#include <charconv>
 #include <cmath>
 #include <cstdarg>
 #include <utility>
 
 #include "limber/foundation/Report.h"
 #include "limber/graphics/AIPSWriter.h"
+
+namespace {
+
+// Two coordinates as "%g %g" writes them in the "C" locale. to_chars takes a fraction of printf's time.
+struct Coordinates {
+  char text[32];  // the longest number has 13 characters, as in -1.23457e-308
+
+  Coordinates(double x, double y) {
+    char* const end = text + sizeof text;
+    char* at = std::to_chars(text, end, x, std::chars_format::general, 6).ptr;
+    *at++ = ' ';
+    *std::to_chars(at, end, y, std::chars_format::general, 6).ptr = 0;
+  }
+};
+
+}  // namespace
 
 void AIPSWriter::stroke() { apr("S\n"); }
 void AIPSWriter::fill() { apr("f\n"); }
@@ -39,13 +56,13 @@ void AIPSWriter::clipBoxEnd() { apr("Q\n"); }
 void AIPSWriter::m(double x, double y) {
   double X, Y;
   transform(x, y, X, Y);
-  apr("%g %g m ", X, Y);
+  apr("%s m ", Coordinates(X, Y).text);
 }
 
 void AIPSWriter::L(double x, double y) {
   double X, Y;
   transform(x, y, X, Y);
-  apr("%g %g L ", X, Y);
+  apr("%s L ", Coordinates(X, Y).text);
 }
 
 // Polylines. The templates know how many coordinates a call has; the C forms trust the count.
@@ -127,13 +144,12 @@ void AIPSWriter::closedLine(int n, ...) {
   va_end(pairs);
 }
 
-// The most common path. It writes the bytes of line() with two points, but formats them in one call, which
-// takes a quarter less time.
+// The most common path. It writes the bytes of line() with two points in one call.
 void AIPSWriter::line2(double x1, double y1, double x2, double y2) {
   double X1, Y1, X2, Y2;
   transform(x1, y1, X1, Y1);
   transform(x2, y2, X2, Y2);
-  apr("%g %g m %g %g L S\n", X1, Y1, X2, Y2);
+  apr("%s m %s L S\n", Coordinates(X1, Y1).text, Coordinates(X2, Y2).text);
 }
 
 void AIPSWriter::circle(double x, double y, double r) {

@@ -1,9 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "limber/graphics/AIPSWriter.h"
 #include "tests/support/CapturedOutput.h"
+#include "tests/support/DecimalPoint.h"
 #include "tests/support/TemporaryFile.h"
 
 namespace {
@@ -28,6 +35,35 @@ TEST(AIPSWriter, MoveAndLineWriteNoLineEnd) {
               w.L(3.5, -4);
             }),
             "1 2 m 3.5 -4 L ");
+}
+
+TEST(AIPSWriter, CoordinatesAreWrittenAsPrintfWritesThem) {
+  const DecimalPoint point;
+  std::vector<double> numbers = {
+      1.7976931348623157e308, 999999.5, 9999995.0, 99999.95, 123456.5, 123457.5, 0.001, 1e22};
+  std::mt19937_64 random(8);
+  while (numbers.size() < 20000) {
+    const std::uint64_t bits = random();
+    double any;
+    std::memcpy(&any, &bits, sizeof any);
+    if (std::isfinite(any) && !(std::fabs(any) < 0.001)) numbers.push_back(any);
+    numbers.push_back(static_cast<double>(bits % 2000000) + 0.5);
+    numbers.push_back(1.0 + static_cast<double>(bits % 100000000) * 1e-4);
+  }
+  std::string expected;
+  for (const double number : numbers) {
+    char text[100];
+    std::snprintf(text, sizeof text, "%g 7 m %g 7 L %g 7 m %g 7 L S\n", number, number, number, number);
+    expected += text;
+  }
+  EXPECT_EQ(drawn([&](AIPSWriter& w) {
+              for (const double number : numbers) {
+                w.m(number, 7);
+                w.L(number, 7);
+                w.line2(number, 7, number, 7);
+              }
+            }),
+            expected);
 }
 
 TEST(AIPSWriter, CoordinatesBelowAThousandthAreZero) {
