@@ -275,6 +275,7 @@ TEST(QuatFromDirections, OfOppositeDirectionsIsAHalfTurnAboutAnAxisAcross) {
     EXPECT_LE(normError(q), 8 * unitOfRounding);
     EXPECT_LE(length(rotated(q, unit(Vec(from))) - unit(Vec(to))), allowed);
     EXPECT_LE(std::fabs(q.x * Real(from.x) + q.y * Real(from.y) + q.z * Real(from.z)), allowed);
+    EXPECT_EQ(std::min({std::fabs(q.x), std::fabs(q.y), std::fabs(q.z)}), 0.0);
   }
   EXPECT_EQ(captured.out() + captured.err(), "");
 }

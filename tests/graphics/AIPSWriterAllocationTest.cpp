@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <new>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "limber/foundation/ConsCell.h"
 #include "limber/foundation/Output.h"
 #include "limber/graphics/AIPSWriter.h"
+#include "limber/linalg/WierdMatrices.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/EmptyPool.h"
 #include "tests/support/TemporaryFile.h"
@@ -116,6 +118,31 @@ TEST(AIPSWriter, ACopyWhoseHoldersCannotBeCountedDrawsNothing) {
     }
     EXPECT_TRUE(happened) << depth;
   }
+}
+
+// Other shared objects fill the table of holders one by one, so that in turn each of the copy's holders is
+// the one for which it has to grow.
+TEST(AIPSWriter, ACopyDrawsNothingWhicheverOfItsHoldersCannotBeCounted) {
+  TemporaryDirectory directory;
+  const std::string path = directory / "copy.ai";
+  CapturedOutput output;
+  std::vector<std::unique_ptr<DiagonalMatrix>> others;
+  std::set<std::size_t> refused;
+  while (others.size() < 80) {
+    AIPSWriter writer(path.c_str());
+    {
+      allocations::FailAt fail(0);
+      const AIPSWriter copy(writer);
+      EXPECT_EQ(copy.stream, fail.happened() ? nullptr : writer.stream);
+      if (fail.happened()) refused.insert(others.size() / 2);
+    }
+    const ConsCell* const top = writer.stack.cell;
+    writer.pop();
+    EXPECT_EQ(consPool, top) << "nobody else holds the matrix, so its cell is free again";
+    others.push_back(std::make_unique<DiagonalMatrix>(1));
+    others.push_back(std::make_unique<DiagonalMatrix>(*others.back()));
+  }
+  EXPECT_GE(refused.size(), 3U) << "the name, the stream and a matrix are counted";
 }
 
 }  // namespace

@@ -38,6 +38,11 @@ void reallocate(int requested, int oldCapacity) {
 
 }  // namespace
 
+TEST(VectorStatistics, CountFromZero) {
+  if (!inOwnProcess()) return;
+  EXPECT_EQ(Statistics().text, "There were 0 resizes!\n");
+}
+
 TEST(VectorStatistics, TheFirstOfAPairCountsZero) {
   if (!inOwnProcess()) return;
   const Statistics before;

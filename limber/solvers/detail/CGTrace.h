@@ -23,8 +23,6 @@ void cgTrace(const char* format, Arguments... arguments) {
   if (cgradDribble) cFprintf(cgradDribble, format, arguments...);
 }
 
-inline void cgTrace(const char* text) { cgTrace("%s", text); }
-
 /// Prints to both. Each has its own format, because the lines are indented differently.
 template <class... Arguments>
 void cgReport(const char* console, const char* trace, Arguments... arguments) {

@@ -81,10 +81,9 @@ int SolveMatrix::height() const {
       return concrete<IdentityMatrix>(A_).height();
     case Kind::banded:
       return concrete<BandedMatrix>(A_).height();
-    case Kind::quadratic: {
-      const SQPMatrix& Q = concrete<SQPMatrix>(A_);
-      return SolveMatrix(Q.H, Products::few).height() + SolveMatrix(Q.J, Products::few).height();
-    }
+    case Kind::quadratic:
+      return SolveMatrix(concrete<SQPMatrix>(A_).H, Products::few).height() +
+             SolveMatrix(concrete<SQPMatrix>(A_).J, Products::few).height();
     case Kind::other:
       break;
   }
