@@ -18,7 +18,8 @@ string(REPLACE "\\" "\\e" text "${help}")
 string(REPLACE "-" "\\-" text "${text}")
 string(REGEX REPLACE "(^|\n)([.'])" "\\1\\\\&\\2" text "${text}")
 string(REPLACE "-" "\\-" name "${NAME}")
-file(WRITE ${MAN} ".TH ${NAME} 1 \"\" \"Limber ${VERSION}\" \"User commands\"
+string(TIMESTAMP today "%Y-%m-%d" UTC)    # of SOURCE_DATE_EPOCH, if that is set
+file(WRITE ${MAN} ".TH ${NAME} 1 \"${today}\" \"Limber ${VERSION}\" \"User commands\"
 .SH NAME
 ${name} \\- ${SUMMARY}
 .SH SYNOPSIS

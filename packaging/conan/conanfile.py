@@ -6,22 +6,23 @@ from conan import ConanFile
 from conan.tools.cmake import CMake, CMakeDeps, CMakeToolchain, cmake_layout
 from conan.tools.files import copy, load
 
-ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
-
 
 class LimberConan(ConanFile):
     name = "limber"
     description = "Numerical and geometric foundations for character animation"
     settings = "os", "arch", "compiler", "build_type"
-    options = {"shared": [True, False], "motion": [True, False]}
-    default_options = {"shared": True, "motion": True}
+    options = {"shared": [True, False]}
+    default_options = {"shared": True}
+
+    def root(self):
+        return os.path.join(self.recipe_folder, "..", "..")
 
     def set_version(self):
-        self.version = re.search(r'LIMBER_VERSION "([^"]+)"', load(self, os.path.join(ROOT, "limber", "Api.h"))).group(1)
+        self.version = re.search(r'LIMBER_VERSION "([^"]+)"', load(self, os.path.join(self.root(), "limber", "Api.h"))).group(1)
 
     def export_sources(self):
-        for pattern in ("CMakeLists.txt", "cmake/*", "limber/*", "limber_motion/*", "limber_petsc/*", "tools/ai2png*"):
-            copy(self, pattern, ROOT, self.export_sources_folder)
+        for pattern in ("CMakeLists.txt", "cmake/*", "limber/*", "limber_motion/*", "limber_petsc/*"):
+            copy(self, pattern, self.root(), self.export_sources_folder)
 
     def requirements(self):
         self.requires("zlib/[>=1.2.11 <2]")
@@ -33,9 +34,7 @@ class LimberConan(ConanFile):
     def generate(self):
         CMakeDeps(self).generate()
         toolchain = CMakeToolchain(self)
-        toolchain.cache_variables.update({
-            "BUILD_SHARED_LIBS": bool(self.options.shared), "LIMBER_MOTION": bool(self.options.motion),
-            "LIMBER_PETSC": "OFF", "LIMBER_TESTS": False, "LIMBER_EXAMPLES": False})
+        toolchain.cache_variables.update({"LIMBER_PETSC": "OFF", "LIMBER_TESTS": False, "LIMBER_EXAMPLES": False})
         toolchain.generate()
 
     def build(self):
@@ -49,6 +48,6 @@ class LimberConan(ConanFile):
     def package_info(self):
         self.cpp_info.set_property("cmake_find_mode", "none")  # Limber brings its own package files
         self.cpp_info.builddirs = [os.path.join("lib", "cmake", "limber")]
-        self.cpp_info.libs = ["limber"]
+        self.cpp_info.libs = ["limber_motion", "limber"]
         if not self.options.shared:
             self.cpp_info.defines = ["LIMBER_STATIC"]
