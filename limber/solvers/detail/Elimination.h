@@ -15,8 +15,7 @@ struct Allowance {
   double operations = 2e10;
 };
 
-/// The elimination of a graph by minimum degree (Amestoy, Davis and Duff 1996). The graph is a union of
-/// cliques: the rows of A for the factor of A^T A, the edges for a symmetric matrix.
+/// The elimination of the unknowns of a matrix in a minimum degree order.
 struct Elimination {
   /// order[k] is the unknown that is eliminated k-th; position is the inverse permutation.
   Ints order, position;
