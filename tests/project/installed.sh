@@ -30,7 +30,8 @@ for program in "$work"/prefix/bin/limber-*; do
   "$program" --help | grep -q . || complain "no help"
   "$program" --version | grep -qF "(Limber $(pkg-config --modversion limber))" || complain "no version"
   gunzip -c "$work/prefix/share/man/man1/$name.1.gz" | tr -d '\\' | grep -q "^.B $name" || complain "no man page"
-  grep -q "$name" "$work/prefix/share/bash-completion/completions/$name" || complain "no completion"
+  bash -c '. "$1" && complete -p "$2"' bash "$work/prefix/share/bash-completion/completions/$name" "$name" |
+    grep -q -e "--help.* $name\$" || complain "no completion"
 done
 if cmake -S "$source/tests/project/wrong_component" -B "$work/wrong" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
   >"$work/log" 2>&1 || ! grep -q 'without its component "nonsense"' "$work/log"; then

@@ -6,8 +6,10 @@ reference_pages.py SOURCE-DIR
 - docs/guide/messages.md names every text that the library prints as a message;
 - docs/guide/tuning.md has every exported variable with the initial value of its definition;
 - docs/guide/surprises.md names tests that exist;
-- docs/architecture.md has a line for every header in a detail/ folder, and names no other."""
+- docs/architecture.md has a line for every header in a detail/ folder, and names no other;
+- CITATION.cff and the recipes in packaging/ have the version of the library, and options and folders that exist."""
 import glob
+import json
 import os
 import re
 import sys
@@ -96,9 +98,25 @@ def architecture():
         problems.append("architecture.md: too long to be a map")
 
 
+def recipes():
+    version = re.search(r'define LIMBER_VERSION "(.*)"', read("limber", "Api.h"))[1]
+    port = json.loads(read("packaging", "vcpkg", "limber", "vcpkg.json"))
+    if port["version"] != version:
+        problems.append(f"vcpkg.json: the version is {version}")
+    if f"\nversion: {version}\n" not in read("CITATION.cff"):
+        problems.append(f"CITATION.cff: the version is {version}")
+    conan = read("packaging", "conan", "conanfile.py")
+    options = set(re.findall(r"LIMBER_[A-Z]+", conan + read("packaging", "vcpkg", "limber", "portfile.cmake")))
+    known = set(re.findall(r"(?:option\(|set\()(LIMBER_[A-Z]+)", read("CMakeLists.txt"))) | {"LIMBER_VERSION", "LIMBER_STATIC"}
+    problems.extend(f"packaging: there is no option {name}" for name in sorted(options - known))
+    exported = re.search(r"for pattern in \((.*?)\)", conan)[1]
+    problems.extend(f"conanfile.py: there is no {pattern}" for pattern in re.findall(r'"([^"]+)"', exported) if not files(pattern))
+
+
 messages()
 tuning()
 surprises()
 architecture()
+recipes()
 print("\n".join(problems) or "the reference pages agree with the code")
 sys.exit(bool(problems))
