@@ -12,7 +12,9 @@
 namespace {
 
 using Solve = SolveReport (*)(const SpMat&, const Vector&, Vector*, const SolveOptions&);
-const Solve everyKind[] = {solveLeastSquares, solvePositiveDefinite, solveSquare};
+// Compared with this pointer and not with the function, which may have a second address on Windows.
+const Solve leastSquares = solveLeastSquares;
+const Solve everyKind[] = {leastSquares, solvePositiveDefinite, solveSquare};
 const Solve square[] = {solvePositiveDefinite, solveSquare};
 
 Vector vectorOf(std::initializer_list<double> values) {
@@ -64,7 +66,7 @@ TEST(SolveOddMatrices, MissingRowsAreRowsOfZeros) {
   for (const Solve solve : everyKind) {
     Vector x;
     EXPECT_EQ(SOLVE_CONVERGED, solve(A, vectorOf({4, 0, 0}), &x, SolveOptions()).status);
-    ASSERT_EQ(solve == solveLeastSquares ? 1 : 3, x.count);
+    ASSERT_EQ(solve == leastSquares ? 1 : 3, x.count);
     EXPECT_NEAR(2.0, x[0], 1e-12);
   }
 }
@@ -165,7 +167,7 @@ class OnlyMult : public SpMat {
 TEST(SolveOddMatrices, AClassWithoutSizesHasThoseOfTheVectors) {
   const OnlyMult A;
   for (const Solve solve : everyKind) {
-    Vector x(solve == solveLeastSquares ? 2 : 0);
+    Vector x(solve == leastSquares ? 2 : 0);
     EXPECT_EQ(SOLVE_CONVERGED, solve(A, vectorOf({1, 2}), &x, SolveOptions()).status);
     ASSERT_EQ(2, x.count);
     EXPECT_NEAR(1.0 / 11.0, x[0], 1e-12);
@@ -233,7 +235,7 @@ TEST(SolveOddMatrices, TheResidualOfUnfinishedProductsIsThatOfTheirSolution) {
     Vector x;
     const SolveReport report = solve(products, b, &x, options);
     EXPECT_EQ(SOLVE_LIMIT, report.status);
-    const double truth = relativeResidual(A.matrix(), 4900, b, x, solve == solveLeastSquares);
+    const double truth = relativeResidual(A.matrix(), 4900, b, x, solve == leastSquares);
     EXPECT_NEAR(report.relativeResidual, truth, 1e-9 * truth);
   }
 }
