@@ -84,6 +84,7 @@ TEST(CGTuning, BoundsTheResidualByTheRightHandSide) {
   EXPECT_LT(0.05 * 0.05, cg_tol) << "the bound itself counts as solved";
   EXPECT_NEAR(cg_tol, 0.0025, 1e-15);
   EXPECT_LT(cgradEps, cg_tol);
+  EXPECT_LE(cgradEps * cgradEps, 1e-15 * cg_tol);
 }
 
 TEST(CGTuning, WhatHasNoSquareCountsAsTheSmallestBound) {

@@ -32,6 +32,14 @@ TEST(MatLab, SmallMatrixEndsWithoutALineEnd) {
   EXPECT_EQ(dumped("A", &m), "A = [\n     1, 0.5, -2;\n     0, 1e-20, 1.23457e+08];");
 }
 
+TEST(MatLab, NothingIsWrittenOfNothingOrToNoFile) {
+  FullMatrix m = toDense(1, 1, {2.0});
+  Vector v = counting(3);
+  EXPECT_EQ(dumped("A", static_cast<SpMat*>(nullptr)) + dumped("v", static_cast<Vector*>(nullptr)), "");
+  writeMatLab(nullptr, "A", &m);
+  writeMatLab(nullptr, "v", &v);
+}
+
 TEST(MatLab, MatrixWithoutRows) {
   HSpMat empty(0);
   EXPECT_EQ(dumped("A", &empty), "A = [\n];");
