@@ -21,105 +21,174 @@ struct Rotation {
   }
 };
 
-}  // namespace
+// The state and the work vectors of one solve. u and v are the unit vectors of the Golub-Kahan process, and
+// alpha and beta are its coefficients; the other names are those of the paper.
+class Run {
+ public:
+  Run(LinearMap& A, double* r, double* d, const LsmrGoal& goal, SolveRun& run)
+      : A_(A),
+        goal_(goal),
+        run_(run),
+        m_(A.height()),
+        n_(A.width()),
+        u_(r),
+        d_(d),
+        v_(n_),
+        w_(n_),
+        h_(n_),
+        hbar_(n_) {}
 
-LsmrResult lsmr(LinearMap& A, double* r, double* d, LsmrGoal goal, SolveRun& run) {
-  const int m = A.height(), n = A.width();
-  Doubles v(n), w(n), h(n), hbar(n);
-  std::fill_n(d, n, 0.0);
+  Outcome iterate();
+  double condition() const { return condition_; }
+  bool checked() const { return checked_; }
 
-  // r holds u without its scaling, u = r / beta, and A^T u is divided by beta as well
-  double* const u = r;
-  double beta = fixedNorm(m, u);
-  if (!(beta > 0.0)) return {std::isfinite(beta) ? Outcome::done : Outcome::overflow, 1.0};
-  if (goal.gradient) {
-    std::copy_n(goal.gradient, n, v.data());
+ private:
+  Outcome begin();
+  bool continueProcess();
+  Outcome advance();
+  void estimateCondition(double lastRhobar, double diagonal);
+  double estimate() const { return std::fabs(zetabar_); }
+  // True if the process has found a space that contains the solution.
+  bool complete() const { return !(beta_ > 0.0) || !(alpha_ > 0.0); }
+  bool verify(Outcome* outcome);
+
+  LinearMap& A_;
+  LsmrGoal goal_;
+  SolveRun& run_;
+  const int m_, n_;
+  // u without its scaling: beta u
+  double* const u_;
+  double* const d_;
+  Doubles v_, w_, h_, hbar_;
+  int steps_ = 0;
+  double alpha_ = 0.0, beta_ = 0.0, alphabar_ = 0.0, zetabar_ = 0.0;
+  double rho_ = 1.0, rhobar_ = 1.0, cbar_ = 1.0, sbar_ = 0.0;
+  double largest_ = 0.0, smallest_ = HUGE_VAL, condition_ = 1.0;
+  double lastTruth_ = HUGE_VAL;
+  bool checked_ = false;
+};
+
+// The first u and v. Stuck means that there is something to do.
+Outcome Run::begin() {
+  std::fill_n(d_, n_, 0.0);
+  beta_ = fixedNorm(m_, u_);
+  if (!(beta_ > 0.0)) return std::isfinite(beta_) ? Outcome::done : Outcome::overflow;
+  if (goal_.gradient) {
+    std::copy_n(goal_.gradient, n_, v_.data());
   } else {
-    A.multiplyTransposed(u, v.data());
+    A_.multiplyTransposed(u_, v_.data());
   }
-  double scaled = fixedNorm(n, v.data());  // alpha beta
-  if (!(scaled > 0.0)) return {std::isfinite(scaled) ? Outcome::done : Outcome::overflow, 1.0};
-  double alpha = scaled / beta;
-  for (int i = 0; i < n; ++i) v[i] /= scaled;
-  std::copy_n(v.data(), n, h.data());
+  const double scaled = fixedNorm(n_, v_.data());  // alpha beta
+  if (!(scaled > 0.0)) return std::isfinite(scaled) ? Outcome::done : Outcome::overflow;
+  for (double& v : v_) v /= scaled;
+  std::copy_n(v_.data(), n_, h_.data());
+  alpha_ = alphabar_ = scaled / beta_;
+  zetabar_ = alpha_ * beta_;
+  return Outcome::stuck;
+}
 
-  double zetabar = alpha * beta, alphabar = alpha;
-  double rho = 1.0, rhobar = 1.0, cbar = 1.0, sbar = 0.0;
-  double largest = 0.0, smallest = HUGE_VAL, condition = 1.0;
-  double lastTruth = HUGE_VAL, gain = zetabar;
-  const int patience = std::clamp(n, 200, 10000);
+// beta u = A v - alpha u and alpha v = A^T u - beta v. False if a number is not finite.
+bool Run::continueProcess() {
+  double* const v = v_.data();
+  const double* const w = w_.data();
+  const double square = A_.multiplyBothWays(v, alpha_ / beta_, u_, w_.data());
+  if (!std::isfinite(square)) return false;
+  beta_ = std::sqrt(square);
+  alpha_ = 0.0;
+  if (beta_ > 0.0) {
+    const double over = 1.0 / beta_;
+    for (int i = 0; i < n_; ++i) v[i] = w[i] * over - beta_ * v[i];
+    alpha_ = fixedNorm(n_, v);
+  }
+  if (!std::isfinite(alpha_)) return false;
+  if (alpha_ > 0.0) {
+    const double over = 1.0 / alpha_;
+    for (int i = 0; i < n_; ++i) v[i] *= over;
+  }
+  return true;
+}
+
+// Applies the two rotations and updates d. Done means that it did.
+Outcome Run::advance() {
+  const double lastRho = rho_, lastRhobar = rhobar_;
+  const Rotation first(alphabar_, beta_);
+  rho_ = first.length;
+  const double theta = first.s * alpha_;
+  alphabar_ = first.c * alpha_;
+  const double thetabar = sbar_ * rho_, diagonal = cbar_ * rho_;
+  const Rotation second(diagonal, theta);
+  rhobar_ = second.length;
+  cbar_ = second.c;
+  sbar_ = second.s;
+  const double zeta = cbar_ * zetabar_;
+  zetabar_ = -sbar_ * zetabar_;
+  if (!(rho_ > 0.0) || !(rhobar_ > 0.0)) return Outcome::stuck;
+
+  const double back = steps_ == 0 ? 0.0 : thetabar * rho_ / (lastRho * lastRhobar);
+  const double along = zeta / (rho_ * rhobar_), next = theta / rho_;
+  if (!std::isfinite(back) || !std::isfinite(along)) return Outcome::overflow;
+  double *const d = d_, *const h = h_.data(), *const hbar = hbar_.data();
+  const double* const v = v_.data();
+  for (int i = 0; i < n_; ++i) {
+    const double direction = h[i] - back * hbar[i];
+    hbar[i] = direction;
+    d[i] += along * direction;
+    h[i] = v[i] - next * h[i];
+  }
+  estimateCondition(lastRhobar, diagonal);
+  return Outcome::done;
+}
+
+void Run::estimateCondition(double lastRhobar, double diagonal) {
+  if (steps_ > 0) largest_ = std::max(largest_, lastRhobar);
+  if (steps_ > 1) smallest_ = std::min(smallest_, lastRhobar);
+  condition_ = std::max(largest_, diagonal) / std::min(smallest_, std::max(diagonal, 1e-300));
+}
+
+// Lets the caller check d. True if the solve ends with that; otherwise the goal is lower from now on.
+bool Run::verify(Outcome* outcome) {
+  *outcome = Outcome::done;
+  if (!goal_.check) return true;
+  checked_ = true;
+  const double truth = goal_.check(d_);
+  if (truth <= goal_.truth) return true;
+  *outcome = Outcome::stuck;
+  if (complete() || !(truth < 0.7 * lastTruth_)) return true;
+  lastTruth_ = truth;
+  goal_.ratio = truth / estimate();
+  goal_.residual = 0.5 * estimate() * goal_.truth / truth;
+  return checked_ = false;
+}
+
+Outcome Run::iterate() {
+  Outcome outcome = begin();
+  if (outcome != Outcome::stuck) return outcome;
+  const int patience = std::clamp(n_, 200, 10000);
+  double gain = estimate();
   int sinceGain = 0;
-
-  for (int k = 0; k < goal.iterations; ++k) {
-    if (run.mustEnd()) return {run.whyEnded(), condition};
-
-    // u = A v - alpha u, v = A^T u - beta v
-    const double square = A.multiplyBothWays(v.data(), alpha / beta, u, w.data());
-    beta = std::sqrt(square);
-    if (!std::isfinite(square)) return {Outcome::overflow, condition};
-    if (beta > 0.0) {
-      const double over = 1.0 / beta, back = beta;
-      for (int i = 0; i < n; ++i) v[i] = w[i] * over - back * v[i];
-      alpha = fixedNorm(n, v.data());
-    } else {
-      alpha = 0.0;
-    }
-    if (!std::isfinite(alpha)) return {Outcome::overflow, condition};
-    if (alpha > 0.0) {
-      const double over = 1.0 / alpha;
-      for (int i = 0; i < n; ++i) v[i] *= over;
-    }
-
-    const double rhoOld = rho, rhobarOld = rhobar;
-    const Rotation first(alphabar, beta);
-    rho = first.length;
-    const double theta = first.s * alpha;
-    alphabar = first.c * alpha;
-    const double thetabar = sbar * rho, diagonal = cbar * rho;
-    const Rotation second(diagonal, theta);
-    rhobar = second.length;
-    cbar = second.c;
-    sbar = second.s;
-    const double zeta = cbar * zetabar;
-    zetabar = -sbar * zetabar;
-    if (!(rho > 0.0) || !(rhobar > 0.0)) return {Outcome::stuck, condition};
-
-    const double back = k == 0 ? 0.0 : thetabar * rho / (rhoOld * rhobarOld);
-    const double along = zeta / (rho * rhobar), next = theta / rho;
-    if (!std::isfinite(back) || !std::isfinite(along)) return {Outcome::overflow, condition};
-    for (int i = 0; i < n; ++i) {
-      const double direction = h[i] - back * hbar[i];
-      hbar[i] = direction;
-      d[i] += along * direction;
-      h[i] = v[i] - next * h[i];
-    }
-
-    if (k > 0) {
-      largest = std::max(largest, rhobarOld);
-      if (k > 1) smallest = std::min(smallest, rhobarOld);
-    }
-    condition = std::max(largest, diagonal) / std::min(smallest, std::max(diagonal, 1e-300));
-
-    const double estimate = std::fabs(zetabar);
-    run.step(estimate * goal.ratio);
-    const bool over = !(beta > 0.0) || !(alpha > 0.0);
-    if (estimate <= goal.residual || over) {
-      if (!goal.check) return {Outcome::done, condition};
-      const double truth = goal.check(d);
-      if (truth <= goal.truth) return {Outcome::done, condition, true};
-      if (over || !(truth < 0.7 * lastTruth)) return {Outcome::stuck, condition, true};
-      lastTruth = truth;
-      goal.ratio = truth / estimate;
-      goal.residual = 0.5 * estimate * goal.truth / truth;
-    }
+  for (; steps_ < goal_.iterations; ++steps_) {
+    if (run_.mustEnd()) return run_.whyEnded();
+    if (!continueProcess()) return Outcome::overflow;
+    outcome = advance();
+    if (outcome != Outcome::done) return outcome;
+    run_.step(estimate() * goal_.ratio);
+    if ((estimate() <= goal_.residual || complete()) && verify(&outcome)) return outcome;
     ++sinceGain;
-    if (estimate < 0.98 * gain) {
-      gain = estimate;
+    if (estimate() < 0.98 * gain) {
+      gain = estimate();
       sinceGain = 0;
     }
-    if (sinceGain > patience) return {Outcome::stuck, condition};
+    if (sinceGain > patience) break;
   }
-  return {Outcome::stuck, condition};
+  return Outcome::stuck;
+}
+
+}  // namespace
+
+LsmrResult lsmr(LinearMap& A, double* r, double* d, const LsmrGoal& goal, SolveRun& run) {
+  Run solve(A, r, d, goal, run);
+  const Outcome outcome = solve.iterate();
+  return {outcome, solve.condition(), solve.checked()};
 }
 
 }  // namespace limber::detail

@@ -35,6 +35,6 @@ struct LsmrResult {
 };
 
 /// Minimises |A d - r| from d = 0 and overwrites r.
-LsmrResult lsmr(LinearMap& A, double* r, double* d, LsmrGoal goal, SolveRun& run);
+LsmrResult lsmr(LinearMap& A, double* r, double* d, const LsmrGoal& goal, SolveRun& run);
 
 }  // namespace limber::detail
