@@ -2,24 +2,22 @@
 #include <cmath>
 
 #include "limber/solvers/detail/FixedSums.h"
-#include "limber/solvers/detail/PowersOfTwo.h"
 #include "limber/solvers/detail/SolveMethods.h"
 
 namespace limber::detail {
 namespace {
 
-// The Cholesky factor of A^T A for a matrix with few columns, which are scaled to norms of 1.
+// The Cholesky factor of A^T A for a matrix with few columns.
 class GramFactor {
  public:
-  // `factors` scale the columns to norms of 1.
-  GramFactor(const SparseRows& A, const Doubles& factors) : n_(A.width), factors_(factors), value_(n_ * n_) {
+  explicit GramFactor(const SparseRows& A) : n_(A.width), scale_(n_), value_(n_ * n_) {
     Doubles columns(n_ * block);
     for (int from = 0; from < A.height; from += block) {
       const int to = std::min(from + block, A.height);
       std::fill(columns.begin(), columns.end(), 0.0);
       for (int i = from; i < to; ++i) {
         for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
-          columns[A.index[k] * block + i - from] = A.value[k] * factors[A.index[k]];
+          columns[A.index[k] * block + i - from] = A.value[k];
         }
       }
       for (int j = 0; j < n_; ++j) {
@@ -29,9 +27,17 @@ class GramFactor {
     }
   }
 
-  // G = L L^T. False if a pivot is so small that the columns may be dependent.
+  // S A^T A S = L L^T for the diagonal S that makes the diagonal 1. False if a column is so small that its
+  // square may have lost digits, or a pivot so small that the columns may be dependent.
   bool factor() {
-    constexpr double certain = 1e-7;
+    constexpr double certain = 1e-7, tiny = 1e-200;
+    for (int j = 0; j < n_; ++j) {
+      if (!(at(j, j) > tiny)) return false;
+      scale_[j] = 1.0 / std::sqrt(at(j, j));
+    }
+    for (int j = 0; j < n_; ++j) {
+      for (int l = 0; l <= j; ++l) at(j, l) *= scale_[j] * scale_[l];
+    }
     for (int j = 0; j < n_; ++j) {
       const double pivot = at(j, j) - fixedDot(j, &at(j, 0), &at(j, 0));
       if (!(pivot > certain)) return false;
@@ -46,21 +52,20 @@ class GramFactor {
   // d = (A^T A)^-1 g.
   void solve(const double* g, double* d) {
     for (int j = 0; j < n_; ++j) {
-      d[j] = (factors_[j] * g[j] - fixedDot(j, &at(j, 0), d)) / at(j, j);
+      d[j] = (scale_[j] * g[j] - fixedDot(j, &at(j, 0), d)) / at(j, j);
     }
     for (int j = n_ - 1; j >= 0; --j) {
       d[j] /= at(j, j);
       for (int l = 0; l < j; ++l) d[l] -= at(j, l) * d[j];
     }
-    for (int j = 0; j < n_; ++j) d[j] *= factors_[j];
+    for (int j = 0; j < n_; ++j) d[j] *= scale_[j];
   }
 
  private:
   static constexpr int block = 128;
   double& at(int i, int j) { return value_[i * n_ + j]; }
   const int n_;
-  const Doubles& factors_;
-  Doubles value_;
+  Doubles scale_, value_;
 };
 
 }  // namespace
@@ -68,12 +73,7 @@ class GramFactor {
 bool thinMethod(LinearSystem& system) {
   constexpr int few = 64;
   if (!system.haveRows || system.width > few || system.height < system.width) return false;
-  Ints powers;
-  Doubles factors;
-  scaleColumns(system.rows, &powers, &factors);
-  if (!moderate(powers)) return false;
-  for (int j = 0; j < system.width; ++j) factors[j] *= powerOfTwo(powers[j]);
-  GramFactor gram(system.rows, factors);
+  GramFactor gram(system.rows);
   if (!gram.factor()) return false;
   system.fullRank = true;
   Doubles d(system.width);
