@@ -15,7 +15,7 @@
 namespace limber::detail {
 namespace {
 
-// After so many products, more are likely, and a copy in a faster layout pays off.
+// After so many products A x, more are likely, and a copy in a layout that makes them faster pays off.
 constexpr int firstSliced = 10;
 
 // Gives v the length n. Throws std::bad_alloc if there is no memory.
@@ -65,7 +65,8 @@ void RowsMap::layOut() {
 }
 
 void RowsMap::multiply(const double* x, double* y) {
-  if (++products == firstSliced && rows_.height > 0) layOut();
+  ++products;
+  if (++multiplications_ == firstSliced && rows_.height > 0) layOut();
   if (slices_) {
     slices_->multiply(x, y);
   } else {

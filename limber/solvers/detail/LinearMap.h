@@ -40,7 +40,8 @@ class LinearMap {
   Doubles product_;
 };
 
-/// The product with compressed rows. After several products the rows are copied to a faster layout.
+/// The product with compressed rows. After several products A x the rows are copied to a layout that makes
+/// these faster.
 class RowsMap final : public LinearMap {
  public:
   explicit RowsMap(const SparseRows& rows);
@@ -59,6 +60,7 @@ class RowsMap final : public LinearMap {
 
   const SparseRows& rows_;
   std::unique_ptr<SlicedRows> slices_;
+  int multiplications_ = 0;  // calls of multiply
 };
 
 /// x -> A S x for compressed rows A and a diagonal S.

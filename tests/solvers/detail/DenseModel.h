@@ -96,3 +96,14 @@ class Dice {
  private:
   std::mt19937 engine_;
 };
+
+/// An m x n matrix; about half of its elements are zeros.
+inline Dense randomDense(Dice* dice, int m, int n) {
+  Dense A(m, n);
+  for (int i = 0; i < m; ++i) {
+    for (int j = 0; j < n; ++j) {
+      if (dice->below(2) == 0) A(i, j) = dice->value();
+    }
+  }
+  return A;
+}

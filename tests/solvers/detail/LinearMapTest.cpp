@@ -13,16 +13,6 @@ using namespace limber::detail;
 
 namespace {
 
-Dense randomDense(Dice* dice, int m, int n) {
-  Dense A(m, n);
-  for (int i = 0; i < m; ++i) {
-    for (int j = 0; j < n; ++j) {
-      if (dice->below(2) == 0) A(i, j) = dice->value();
-    }
-  }
-  return A;
-}
-
 // A matrix of the caller's class that drops tiny numbers, as many do, and notes the largest magnitude it
 // gets.
 class Foreign : public SpMat {
@@ -67,6 +57,28 @@ TEST(LinearMap, OfRowsHasTheSameBitsBeforeAndAfterItIsLaidOut) {
   map.multiplyTransposed(x.data(), y.data());
   EXPECT_EQ(A.transposed().times(x), y);
   EXPECT_EQ(31, map.products);
+}
+
+// The copy is made after so many products A x, also if products A^T x stand between them.
+TEST(LinearMap, OfRowsIsLaidOutBetweenTransposedProducts) {
+  Dice dice(9);
+  const Dense A = randomDense(&dice, 40, 25);
+  SparseRows changed = A.rows();
+  RowsMap early(changed), late(changed);
+  std::vector<double> x = dice.vector(25), y(40), g(25);
+  for (int turn = 0; turn < 11; ++turn) {
+    early.multiply(x.data(), y.data());
+    early.multiplyTransposed(y.data(), g.data());
+  }
+  for (int turn = 0; turn < 9; ++turn) late.multiply(x.data(), y.data());
+  for (int turn = 0; turn < 9; ++turn) late.multiplyTransposed(y.data(), g.data());
+  // the copy does not follow the rows
+  for (double& value : changed.value) value *= 2.0;
+  const std::vector<double> once = A.times(x);
+  early.multiply(x.data(), y.data());
+  EXPECT_EQ(once, y);
+  late.multiply(x.data(), y.data());
+  for (std::size_t i = 0; i < once.size(); ++i) EXPECT_EQ(2.0 * once[i], y[i]) << i;
 }
 
 TEST(LinearMap, ScalesItsColumns) {

@@ -12,16 +12,6 @@ using namespace limber::detail;
 
 namespace {
 
-Dense randomDense(Dice* dice, int m, int n) {
-  Dense A(m, n);
-  for (int i = 0; i < m; ++i) {
-    for (int j = 0; j < n; ++j) {
-      if (dice->below(3) > 0) A(i, j) = dice->value();
-    }
-  }
-  return A;
-}
-
 TEST(SparseRows, MultiplyInAscendingOrder) {
   for (unsigned seed = 1; seed <= 60; ++seed) {
     SCOPED_TRACE(seed);
