@@ -162,7 +162,7 @@ double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
     map->LinearMap::preciseResidual(b.data(), at, rOut);
     if (leastSquares()) map->multiplyTransposed(rOut, gOut);
     const double plain = sizeOf(rOut, gOut);
-    if (!(plain <= 2.0 * goal) || !roundingMatters(at)) return plain;
+    if (!(plain <= 2.0 * goal) || roundingOfProduct(at) < 0.5 * goal) return plain;
   }
   // larger elements overflow where their products are split
   constexpr int most = 900;
@@ -199,12 +199,19 @@ double LinearSystem::sizeOf(const double* itsR, const double* itsG) const {
   return leastSquares() ? safeNorm(width, itsG) : safeNorm(height, itsR);
 }
 
-// True if the rounding of a residual in plain precision may be a considerable part of the goal. The entries
-// of A and b are at most 1.
-bool LinearSystem::roundingMatters(const double* at) const {
-  double largest = leastSquares() ? 1.0 : 0.0;
-  for (int j = 0; j < width; ++j) largest = std::max(largest, std::fabs(at[j]));
-  return !(1e-14 * largest < goal);
+// The expected rounding of A x, or of A^T (b - A x) for least squares, in plain precision.
+double LinearSystem::roundingOfProduct(const double* at) {
+  // the entries are at most 1
+  const double entries = haveRows ? rows.entries() : height;
+  if (size_ == 0.0) size_ = haveRows ? safeNorm(rows.entries(), rows.value.data()) : std::sqrt(entries);
+  const double terms = std::max(entries / std::max(std::min(height, width), 1), 4.0);
+  const double unit = 4.4e-16 * std::sqrt(terms);
+  const double rounding = unit * size_ * safeNorm(width, at);
+  return leastSquares() ? size_ * (rounding + unit * safeNorm(height, b.data())) : rounding;
+}
+
+bool LinearSystem::swollen() {
+  return roundingOfProduct(x.data()) > (converged() ? 1e-4 * norm : std::max(goal, 1e-10 * norm));
 }
 
 bool LinearSystem::improve(const double* d) {
@@ -264,8 +271,9 @@ bool LinearSystem::unsolvable() const {
 // The sentence about a residual that did not become small enough.
 const char* LinearSystem::limitOfPrecision() const {
   if (underflow_) return "The solution is too small for doubles: numbers below 1e-307 lose digits.";
+  const bool nearlySingular = condition > 1e10;
   if (leastSquares()) {
-    return condition > 1e10
+    return nearlySingular
                ? "The residual cannot be made smaller in double precision: the columns of the matrix are "
                  "close "
                  "to dependent (estimated condition above 1e10). This is the best iterate found."
@@ -273,15 +281,13 @@ const char* LinearSystem::limitOfPrecision() const {
   }
   if (unsolvable()) {
     return "The system has no solution in double precision: the matrix is singular, and the right-hand side "
-           "is "
-           "not in its range. solveLeastSquares finds the x with the smallest residual.";
+           "is not in its range. solveLeastSquares finds the x with the smallest residual.";
   }
-  return condition > 1e10
+  return nearlySingular
              ? "The residual cannot be made smaller in double precision: the matrix is close to singular "
                "(estimated condition above 1e10). This is the best iterate found."
              : "The residual cannot be made smaller in double precision, or the system has no solution. This "
-               "is "
-               "the best iterate found.";
+               "is the best iterate found.";
 }
 
 // Rounds x to what the user gets: numbers below the normal range of doubles lose digits there. Returns x at
@@ -300,56 +306,59 @@ Doubles LinearSystem::toScaleOfUser() {
   return result;
 }
 
+LinearSystem::Verdict LinearSystem::verdictOn(Outcome last) const {
+  if (converged()) {
+    const char* const sentence =
+        nearest
+            ? "The residual is as small as was asked for; the columns of the matrix are dependent, and this "
+              "is the solution nearest to the start."
+        : condition > 1e10 ? "The residual is as small as was asked for; the matrix is close to singular "
+                             "(estimated condition above 1e10), so x is uncertain."
+                           : "The residual is as small as was asked for.";
+    return {SOLVE_CONVERGED, sentence};
+  }
+  if ((last == Outcome::done || last == Outcome::stuck) && run.mustEnd()) last = run.whyEnded();
+  switch (last) {
+    case Outcome::stopped:
+      return {SOLVE_STOPPED, "The observer ended the solve; this is the best iterate so far."};
+    case Outcome::limit:
+      return {SOLVE_LIMIT,
+              "The iterations are used up; this is the best iterate so far, and maxIterations allows more."};
+    case Outcome::indefinite:
+      return {SOLVE_BREAKDOWN, "The matrix is not positive definite; solveSquare takes it."};
+    case Outcome::unsymmetric:
+      return {
+          SOLVE_BREAKDOWN,
+          "The matrix is not symmetric; solveSquare takes it. (If only one triangle is stored, store both.)"};
+    case Outcome::preconditioner:
+      return {SOLVE_BREAKDOWN,
+              "The preconditioner is not positive definite, or does not give finite numbers."};
+    default:
+      return {SOLVE_STAGNATED, limitOfPrecision()};
+  }
+}
+
 SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   const Doubles result = toScaleOfUser();
-  if ((last == Outcome::done || last == Outcome::stuck) && run.mustEnd()) last = run.whyEnded();
   // the reported residual must be free of the rounding of plain products
   if (!converged()) measurePrecisely();
-  SolveReport report{};
-  report.iterations = run.iterations;
-  report.products = map->products;
-  report.residual = timesPowerOfTwo(residual, run.unit);
-  report.relativeResidual = norm > 0.0 ? residual / norm : 0.0;
-  if (converged()) {
-    report.status = SOLVE_CONVERGED;
-    report.message = nearest ? "The residual is as small as was asked for; the columns of the matrix are "
-                               "dependent, and this is the solution nearest to the start."
-                     : condition > 1e10 ? "The residual is as small as was asked for; the matrix is close to "
-                                          "singular (estimated condition above 1e10), so x is uncertain."
-                                        : "The residual is as small as was asked for.";
-  } else if (last == Outcome::stopped) {
-    report.status = SOLVE_STOPPED;
-    report.message = "The observer ended the solve; this is the best iterate so far.";
-  } else if (last == Outcome::limit) {
-    report.status = SOLVE_LIMIT;
-    report.message =
-        "The iterations are used up; this is the best iterate so far, and maxIterations allows more.";
-  } else if (last == Outcome::indefinite) {
-    report.status = SOLVE_BREAKDOWN;
-    report.message = "The matrix is not positive definite; solveSquare takes it.";
-  } else if (last == Outcome::unsymmetric) {
-    report.status = SOLVE_BREAKDOWN;
-    report.message =
-        "The matrix is not symmetric; solveSquare takes it. (If only one triangle is stored, store both.)";
-  } else if (last == Outcome::preconditioner) {
-    report.status = SOLVE_BREAKDOWN;
-    report.message = "The preconditioner is not positive definite, or does not give finite numbers.";
-  } else {
-    report.status = SOLVE_STAGNATED;
-    report.message = limitOfPrecision();
-  }
-
-  const bool fits = allFinite(width, result.data());
-  if (!fits) {
-    report.status = SOLVE_BREAKDOWN;
-    report.message = "The solution is too large for doubles; the start was left as it is.";
-    report.residual = timesPowerOfTwo(startResidual_, run.unit);
-    report.relativeResidual = startResidual_ / norm;
+  Verdict verdict = verdictOn(last);
+  double reported = residual;
+  if (!allFinite(width, result.data())) {
+    verdict = {SOLVE_BREAKDOWN, "The solution is too large for doubles; the start was left as it is."};
+    reported = startResidual_;
   } else if (moved_ || out->count != width) {
     out->grow(width);
     if (out->count != width) return badInput("There is not enough memory for the solution.");
     std::copy_n(result.data(), width, out->data);
   }
+  SolveReport report{};
+  report.status = verdict.status;
+  report.message = verdict.sentence;
+  report.iterations = run.iterations;
+  report.products = map->products;
+  report.residual = timesPowerOfTwo(reported, run.unit);
+  report.relativeResidual = norm > 0.0 ? reported / norm : 0.0;
   report.seconds = run.seconds();
   return report;
 }

@@ -37,6 +37,10 @@ class LinearSystem {
   /// From now on, residuals are computed in twice the precision, beginning with that of x.
   void measurePrecisely();
   bool precise() const { return precise_; }
+  /// True if x is so large that rounding alone keeps the residual above the goal, or, for a solution, that b
+  /// has only about four correct digits in a product in plain precision. A factor of a nearly singular matrix
+  /// may have added much of its null space.
+  bool swollen();
   /// Adds d to x if that reduces the residual, and updates r and g. Returns true if it did.
   bool improve(const double* d);
   /// The same for a new x that has already been measured.
@@ -95,15 +99,23 @@ class LinearSystem {
  private:
   const char* takeMatrix(const SpMat& A, const Vector& right, const Vector& start);
   double sizeOf(const double* itsR, const double* itsG) const;
-  bool roundingMatters(const double* at) const;
+  double roundingOfProduct(const double* at);
   bool unsolvable() const;
   void multiplyPrecisely(const double* right, const double* at, double* r, double* g);
+  /// What the report says about a solve whose last method ended so.
+  struct Verdict {
+    SolveStatus status;
+    const char* sentence;
+  };
+  Verdict verdictOn(Outcome last) const;
   const char* limitOfPrecision() const;
   Doubles toScaleOfUser();
   const char* takeVectors(const Vector& right, const Vector& start);
   const Kind kind_;
   int matrixPower_ = 0, rightPower_ = 0;
   double polished_ = 0.0, startResidual_ = 0.0;
+  /// |A| (Frobenius), once it is needed.
+  double size_ = 0.0;
   bool moved_ = false, precise_ = false, underflow_ = false;
   Doubles tryX_, tryR_, tryG_;
 };

@@ -98,6 +98,16 @@ bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, const Allo
   }
 }
 
+// Lets a method continue, from the start if a factor of a singular matrix has added much of its null space to
+// x. If the method does not solve the system, the better x stays.
+template <class Method>
+void withoutNullSpace(LinearSystem& system, Method method) {
+  LinearSystem::State before = system.state();
+  if (system.swollen()) system.goBack();
+  method();
+  if (!system.converged()) system.keepBetter(std::move(before));
+}
+
 }  // namespace
 
 Outcome solveAnySquare(LinearSystem& system) {
@@ -131,7 +141,9 @@ Outcome solveAnySquare(LinearSystem& system) {
           plain.rows = system.rows;
           factoredBiCGStab(system, plain, allowance, 20, result);
         }
-        if (!system.ended()) orthogonal = conditionedLsmr(system, allowance, 50, result);
+        if (!system.ended() || system.swollen()) {
+          withoutNullSpace(system, [&] { orthogonal = conditionedLsmr(system, allowance, 50, result); });
+        }
         return true;
       });
   if (!system.ended()) denseMethod(system, lastResort);
@@ -140,8 +152,10 @@ Outcome solveAnySquare(LinearSystem& system) {
     factoredBiCGStab(system, arranged, polishAllowance(system, false), 2, &outcome);
     system.endPolish();
   }
-  if (!system.ended() && !orthogonal && !conditionedLsmr(system, Allowance(), 50, &outcome)) {
-    outcome = scaledLsmr(system, system.run.limit);
+  if (!system.ended() && !orthogonal) {
+    withoutNullSpace(system, [&] {
+      if (!conditionedLsmr(system, Allowance(), 50, &outcome)) outcome = scaledLsmr(system, system.run.limit);
+    });
   }
   return system.run.mustEnd() ? system.run.whyEnded() : outcome;
 }
