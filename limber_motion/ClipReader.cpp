@@ -97,11 +97,22 @@ void ClipReader::readJoint(int parent, int depth, bool endSite) {
   joint.offset.x = number("an offset");
   joint.offset.y = number("an offset");
   joint.offset.z = number("an offset");
-  if (parent >= 0 && joint.offset.lengthSq() == 0.0) note("the bone to " + joint.name + " has length zero");
+  if (parent >= 0 && joint.offset.lengthSq() == 0.0) noteEmptyBone(joint.name);
   in_.expectLineEnd();
   if (!endSite) readChannels(&joint);
   clip_.joints.push_back(joint);
   readChildren(static_cast<int>(at), depth, endSite);
+}
+
+// One note for all of them: some programs end every limb with such a bone.
+void ClipReader::noteEmptyBone(const std::string& joint) {
+  if (++empty_ == 1) {
+    firstEmpty_ = in_.place() + ": the bone to " + joint;
+    emptyNote_ = clip_.notes.size();
+    clip_.notes.push_back(firstEmpty_ + " has length zero");
+  } else {
+    clip_.notes[emptyNote_] = firstEmpty_ + " and " + std::to_string(empty_ - 1) + " more have length zero";
+  }
 }
 
 // A joint that cannot move may lack the line of channels.

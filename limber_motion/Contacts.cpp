@@ -11,6 +11,7 @@
 #include "limber_motion/detail/Feet.h"
 #include "limber_motion/detail/FootPlaces.h"
 #include "limber_motion/detail/Numbers.h"
+#include "limber_motion/detail/OnTheSpot.h"
 #include "limber_motion/detail/Tracks.h"
 
 namespace limber::motion {
@@ -42,8 +43,10 @@ class ContactFinder {
     found.first = tracks_.first();
     feet_ = detail::findFeet(clip_, skeleton_, tracks_, &found.ground);
     for (const FootJoint& foot : feet_) found.feet.push_back(foot.joint);
-    findRuns(&found);
-    if (found.list.empty()) {  // no foot stands still, so look for feet that slide slowly
+    belt_ = detail::slidesOnTheSpot(tracks_, skeleton_.carrier(), feet_, options_.low * skeleton_.height(),
+                                    options_.slow * skeleton_.height());
+    if (belt_ == 0.0) findRuns(&found);
+    if (belt_ == 0.0 && found.list.empty()) {  // no foot stands still, so look for feet that slide slowly
       slide_ = sliding;
       findRuns(&found);
     }
@@ -137,6 +140,12 @@ class ContactFinder {
   std::string note(const Contacts& found) const {
     if (!(skeleton_.height() > 0.0)) return "no feet found: the skeleton has no extent";
     if (clip_.frames < 2) return "no feet found: one frame does not show what stands";
+    if (belt_ > 0.0) {
+      return "no feet found: the feet slide at about " + detail::fixed(belt_ / skeleton_.height(), 2) +
+             " heights a second under a body that stays where it is; if it walks on the spot, add its way to "
+             "the "
+             "root first";
+    }
     std::vector<int> limbs;
     std::string names;
     for (const FootJoint& foot : feet_) {
@@ -165,6 +174,7 @@ class ContactFinder {
   const Tracks tracks_;
   std::vector<FootJoint> feet_;
   double slide_ = 1.0;  // factor for the speeds and distances of the options
+  double belt_ = 0.0;   // the speed of the feet if the body walks on the spot
 };
 
 }  // namespace

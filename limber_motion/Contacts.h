@@ -53,7 +53,8 @@ struct Contacts {
 
 /// Finds the contacts of a clip. The feet are found from the skeleton's structure and the motion, not from
 /// names: they are ends of the skeleton that come near the ground. A first frame that does not belong to the
-/// motion (a T-pose) is left out. If no foot stands still anywhere, the search is repeated with three times
+/// motion (a T-pose) is left out. If the feet slide under a body that stays where it is (a treadmill), none
+/// stands, and the note says so. If no foot stands still anywhere, the search is repeated with three times
 /// the speeds and distances of the options, because an edit is often meant to repair feet that slide. The
 /// note says so, unless it reports that more than two parts of the body may stand.
 LIMBER_MOTION_API Contacts findContacts(const Clip& clip, const ContactOptions& options = ContactOptions());

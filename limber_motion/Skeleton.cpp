@@ -4,13 +4,11 @@
 #include <cmath>
 
 #include "limber/linalg/SpVec.h"
-#include "limber_motion/Upright.h"
+#include "limber_motion/detail/Body.h"
 
 namespace limber::motion {
 
 namespace {
-
-constexpr double flat = 0.3;  // the vertical extent of a skeleton that stands, relative to its largest one
 
 // A joint's axes in world coordinates: the images of x, y and z.
 struct Axes {
@@ -28,39 +26,21 @@ struct Axes {
   }
 };
 
-// The vertical extent, or the largest one if the skeleton rather lies.
-double extent(const std::vector<Pnt3>& at, Up up) {
-  Pnt3 low = at[0], high = at[0];
-  for (const Pnt3& p : at) {
-    low.includeMin(p);
-    high.includeMax(p);
-  }
-  const Pnt3 size = high - low;
-  const double largest = std::max({size.x, size.y, size.z}), vertical = std::fabs(upright(size, up).y);
-  return vertical >= flat * largest ? vertical : largest;
-}
-
 }  // namespace
 
 Skeleton::Skeleton(const Clip& clip) {
-  std::vector<Pnt3> rest;
   for (std::size_t j = 0; j < clip.joints.size(); ++j) {
     const Joint& joint = clip.joints[j];
     const int last = joint.firstChannel + static_cast<int>(joint.channels.size());
     Part part = {joint.parent, joint.firstChannel, last, joint.offset, {}};
-    Pnt3 at = joint.offset;
-    if (joint.parent >= 0) {
-      part.chain = joints_[static_cast<std::size_t>(joint.parent)].chain;
-      at += rest[static_cast<std::size_t>(joint.parent)];
-    }
+    if (joint.parent >= 0) part.chain = joints_[static_cast<std::size_t>(joint.parent)].chain;
     for (int c = part.firstChannel; c < last; ++c) part.chain.push_back(c);
     for (const Channel& c : joint.channels)
       channels_.push_back({static_cast<int>(j), c.axis - 'X', c.rotation});
     joints_.push_back(part);
-    rest.push_back(at);
   }
-  height_ = extent(rest, clip.up);
-  if (height_ == 0.0 && clip.frames > 0) height_ = extent(positions(clip.frame(0)), clip.up);
+  carrier_ = detail::carrierOf(clip);
+  height_ = detail::bodyHeight(clip, *this);
 }
 
 void Skeleton::pose(const double* frame, Pose* out) const {

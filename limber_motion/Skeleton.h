@@ -49,10 +49,14 @@ class LIMBER_MOTION_API Skeleton {
   /// in a frame.
   Pnt3 position(int joint, const double* frame, SpVec rows[3]) const;
 
-  /// The body's height, which is the unit of relative lengths: the vertical extent of the skeleton when all
-  /// rotations are zero and only the offsets count, or its largest extent if it lies then (if the vertical
-  /// one is less than three tenths of it). If all offsets are zero, the extents of the clip's first frame are
-  /// used.
+  /// The joint that carries the body through the world: the root, or, if the root is a motionless reference,
+  /// the first joint after it whose position changes. Every joint between them has one limb.
+  int carrier() const { return carrier_; }
+  /// The body's height, which is the unit of relative lengths: the vertical extent of the carrier and what
+  /// hangs on it when all rotations are zero and only the offsets count, or the largest extent if the body
+  /// lies then (if the vertical one is less than three tenths of it). If all offsets are zero, the extents of
+  /// the clip's first frame are used. If the vertical extent in the clip's frames is usually more than one
+  /// and a half times as large, the rest pose is folded, and the median of that extent is used.
   double height() const { return height_; }
 
  private:
@@ -68,7 +72,8 @@ class LIMBER_MOTION_API Skeleton {
 
   std::vector<Part> joints_;
   std::vector<Motion> channels_;
-  double height_;
+  int carrier_ = 0;
+  double height_ = 0.0;
 };
 
 }  // namespace limber::motion

@@ -10,9 +10,9 @@ namespace limber::motion {
 namespace {
 
 constexpr double rootStiffness = 4.0, spineStiffness = 2.0, shortStiffness = 5.0;
-constexpr double shortReach = 0.07;    // heights: joints with a shorter reach are toes and fingers
-constexpr double boneStiffness = 1e4;  // factor for the channels that would make a bone longer
-constexpr double lever = 0.2;          // heights: the lever arm by which a rotation counts as a movement
+constexpr double shortReach = 0.07;     // heights: joints with a shorter reach are toes and fingers
+constexpr double fixedStiffness = 1e4;  // factor for channels that make a bone longer or move the reference
+constexpr double lever = 0.2;           // heights: the lever arm by which a rotation counts as a movement
 
 // What hangs on each joint of a skeleton.
 struct Branches {
@@ -53,7 +53,7 @@ std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
     if (branches.limbs[j] > 1) stiffness[j] = spineStiffness;
     if (branches.reach[j] < shortReach * skeleton.height()) stiffness[j] = shortStiffness;
   }
-  if (n > 0) stiffness[0] = rootStiffness;
+  if (n > 0) stiffness[static_cast<std::size_t>(skeleton.carrier())] = rootStiffness;
   for (const auto& [name, value] : byName) {
     const int j = clip.find(name);
     if (j < 0) throw Error("no joint is called '" + name + "'");
@@ -68,15 +68,17 @@ std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
 std::vector<double> channelMasses(const Clip& clip, const Skeleton& skeleton,
                                   const std::vector<double>& stiffness) {
   const double height = skeleton.height();
-  int mover = -1;  // the joint that carries the body through the world: the first one with a position channel
+  int mover = -1;  // the joint that moves the body: the first one with a position channel from the carrier on
   std::vector<double> masses;
   for (int c = 0; c < clip.channels; ++c) {
     const int joint = skeleton.owner(c);
     const bool rotation = skeleton.isRotation(c);
-    if (!rotation && mover < 0) mover = joint;
+    const bool reference = joint < skeleton.carrier();
+    if (!rotation && !reference && mover < 0) mover = joint;
     const double scale = rotation ? lever : 1.0 / height;
-    const double bone = rotation || joint == mover ? 1.0 : boneStiffness;
-    masses.push_back(stiffness[static_cast<std::size_t>(joint)] * scale * scale * bone);
+    const bool moves = !reference && (rotation || joint == mover);
+    masses.push_back(stiffness[static_cast<std::size_t>(joint)] * scale * scale *
+                     (moves ? 1.0 : fixedStiffness));
   }
   return masses;
 }

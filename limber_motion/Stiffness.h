@@ -14,9 +14,9 @@
 namespace limber::motion {
 
 /// The stiffness of each joint of a clip: 1 for the limbs, 2 for the spine (the joints that two or more limbs
-/// hang on), 4 for the root, and 5 for toes and fingers, which must turn far to move their ends a little.
-/// `byName` replaces the values of the joints that it names. Throws Error for a name that the clip does not
-/// have and for a value that is not a finite number above 0.
+/// hang on), 4 for the root (Skeleton::carrier), and 5 for toes and fingers, which must turn far to move
+/// their ends a little. `byName` replaces the values of the joints that it names. Throws Error for a name
+/// that the clip does not have and for a value that is not a finite number above 0.
 LIMBER_MOTION_API std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
                                                      const std::map<std::string, double>& byName = {});
 
@@ -26,8 +26,9 @@ LIMBER_MOTION_API std::vector<bool> trunkJoints(const Clip& clip, const Skeleton
 /// The masses of the measure of smoothness, one per channel of a frame, with lengths in body heights. A
 /// translation has the mass stiffness / height^2. A rotation has the mass of the arc at a fifth of the
 /// height, stiffness / 25. If other joints than the one that carries the body have position channels too,
-/// these weigh ten thousand times as much, because bones do not stretch. (With the bone's own length as the
-/// arm, short bones such as toes would turn far to spare the long ones a little.)
+/// these weigh ten thousand times as much, because bones do not stretch; so do all channels of a motionless
+/// reference before Skeleton::carrier. (With the bone's own length as the arm, short bones such as toes would
+/// turn far to spare the long ones a little.)
 LIMBER_MOTION_API std::vector<double> channelMasses(const Clip& clip, const Skeleton& skeleton,
                                                     const std::vector<double>& stiffness);
 

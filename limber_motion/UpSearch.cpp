@@ -9,6 +9,7 @@
 #include "limber_motion/Quality.h"
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/Upright.h"
+#include "limber_motion/detail/Body.h"
 
 namespace limber::motion {
 
@@ -104,13 +105,6 @@ std::optional<Up> standsAlong(const Body& body, const std::vector<Pnt3>& at) {
   return std::nullopt;
 }
 
-std::vector<Pnt3> restPose(const Clip& clip) {
-  std::vector<Pnt3> at;
-  for (const Joint& joint : clip.joints)
-    at.push_back(joint.parent < 0 ? joint.offset : at[index(joint.parent)] + joint.offset);
-  return at;
-}
-
 // For each axis, the fraction of the frames in which the body stands along it.
 std::map<Up, double> sharesOf(const Clip& clip, const Body& body) {
   const Skeleton skeleton(clip);
@@ -165,7 +159,7 @@ Up findUp(const Clip& clip) {
   for (auto& [up, sum] : evidence) {
     if (sum > 0.5 && goesAcross(clip, body->trunk.front(), up)) sum += walking;
   }
-  const std::optional<Up> rest = body ? standsAlong(*body, restPose(clip)) : std::nullopt;
+  const std::optional<Up> rest = body ? standsAlong(*body, detail::restPose(clip.joints)) : std::nullopt;
   if (rest) evidence[*rest] += 1.0;
   Up best = Up::Y;
   for (auto& [up, sum] : evidence) {

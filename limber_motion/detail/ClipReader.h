@@ -32,6 +32,7 @@ class ClipReader {
   void readTimes(ClipText* text);
   void readFrames(ClipText* text);
   bool readFrame(const std::vector<bool>& turns, ClipText* text);
+  void noteEmptyBone(const std::string& joint);
   void noteMissingFrames(int found);
   void noteRest();
   [[noreturn]] void refuse(const ShortLine& line) const;
@@ -41,9 +42,12 @@ class ClipReader {
 
   LineReader in_;
   Clip clip_;
-  bool commas_ = false;  // a number has a decimal comma
-  ShortLine broken_;     // the first line that does not hold a whole frame and is followed by another
-  ShortLine cut_;        // the same at the end of the file
+  bool commas_ = false;        // a number has a decimal comma
+  std::string firstEmpty_;     // the place and joint of the first bone of length zero
+  std::size_t emptyNote_ = 0;  // and the index of the note about it
+  int empty_ = 0;              // the number of these bones
+  ShortLine broken_;           // the first line that does not hold a whole frame and is followed by another
+  ShortLine cut_;              // the same at the end of the file
 };
 
 }  // namespace limber::motion::detail

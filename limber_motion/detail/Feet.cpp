@@ -59,6 +59,34 @@ void joinFeet(const Clip& clip, double height, std::vector<FootJoint>* joints) {
   }
 }
 
+// True if at most one bone leads from the joint that carries the body to the end: a reference or a marker. A
+// leg has more.
+bool isMarker(const Clip& clip, const Skeleton& skeleton, int end) {
+  int bones = 0, j = end;
+  for (; j > skeleton.carrier(); j = clip.joints[static_cast<std::size_t>(j)].parent)
+    bones += clip.joints[static_cast<std::size_t>(j)].offset.length() > noBone * skeleton.height();
+  return j != skeleton.carrier() || bones < 2;
+}
+
+// The ends of the skeleton: its end sites or, if there are none, its joints without children. Markers are
+// left out unless there is nothing else.
+std::vector<int> limbEnds(const Clip& clip, const Skeleton& skeleton) {
+  std::vector<bool> isParent(clip.joints.size(), false);
+  bool sites = false;
+  for (const Joint& joint : clip.joints) {
+    if (joint.parent >= 0) isParent[static_cast<std::size_t>(joint.parent)] = true;
+    sites = sites || joint.endSite;
+  }
+  std::vector<int> ends, limbs;
+  for (int j = 0; j < skeleton.joints(); ++j) {
+    if (sites ? !clip.joints[static_cast<std::size_t>(j)].endSite : isParent[static_cast<std::size_t>(j)])
+      continue;
+    ends.push_back(j);
+    if (!isMarker(clip, skeleton, j)) limbs.push_back(j);
+  }
+  return limbs.empty() ? ends : limbs;
+}
+
 }  // namespace
 
 std::vector<FootJoint> findFeet(const Clip& clip, const Skeleton& skeleton, const Tracks& tracks,
@@ -69,15 +97,9 @@ std::vector<FootJoint> findFeet(const Clip& clip, const Skeleton& skeleton, cons
     return (tracks.at(j, tracks.first()) - tracks.at(parent(j), tracks.first())).length();
   };
   std::map<int, double> ends;  // end sites and their parents, with their low places
-  for (int j = 0; j < skeleton.joints(); ++j) {
-    if (!clip.joints[static_cast<std::size_t>(j)].endSite) continue;
+  for (const int j : limbEnds(clip, skeleton)) {
     ends[j] = tracks.low(j);
-    ends[parent(j)] = tracks.low(parent(j));
-  }
-  // In a skeleton without end sites, the ends are the joints without children.
-  if (ends.empty()) {
-    for (int j = 0; j < skeleton.joints(); ++j) ends[j] = tracks.low(j);
-    for (int j = 1; j < skeleton.joints(); ++j) ends.erase(parent(j));
+    if (clip.joints[static_cast<std::size_t>(j)].endSite) ends[parent(j)] = tracks.low(parent(j));
   }
   *ground = std::numeric_limits<double>::infinity();
   for (const auto& [j, low] : ends) *ground = std::min(*ground, low);

@@ -17,7 +17,9 @@ constexpr double nearlyStraight = 0.9995;  // fraction of the reach of a foot's 
 constexpr int mostSweeps = 20000, alignSweeps = 50;
 
 constexpr double again = 0.35;  // seconds: a joint that comes back sooner stands at its previous place,
-constexpr double abrupt = 3.0;  // if the movement would otherwise be this many times more abrupt than it was
+constexpr double abrupt = 3.0;  // if the movement would otherwise be this many times more abrupt than it was,
+constexpr double risen =
+    0.02;  // heights: unless it is so much higher or lower, as an ankle when the heel rises
 
 // Two contacts that overlap in time and whose joints are a fixed distance apart, or at most that distance; or
 // two contacts of one joint that must have one place, as if connected by a bone of length 0.
@@ -93,16 +95,18 @@ bool rigid(const Clip& clip, int a, int b) {
 // True if a joint would have to jump from one contact to the next: compares the jerk of the smoothest
 // movement from rest to rest (60 distances / time^3 at its ends; Flash and Hogan 1985) with the jerk of the
 // original in that time.
-bool wouldJump(const Clip& clip, const Tracks& tracks, const Contact& a, const Contact& b) {
+bool wouldJump(const Clip& clip, const Tracks& tracks, double height, const Contact& a, const Contact& b) {
   const double dt = clip.frameTime, seconds = (b.first - a.last) * dt;
+  const Pnt3 way = b.place - a.place;
   if (a.joint != b.joint || a.last >= b.first || seconds > again) return false;
+  if (std::fabs(way.y) > risen * height) return false;
   double jerk = 0.0;
   for (int f = std::max(a.last - 3, 0); f + 3 <= std::min(b.first + 3, clip.frames - 1); ++f) {
     const Pnt3 third = tracks.at(a.joint, f + 3) - tracks.at(a.joint, f + 2) * 3.0 +
                        tracks.at(a.joint, f + 1) * 3.0 - tracks.at(a.joint, f);
     jerk = std::max(jerk, third.length() / (dt * dt * dt));
   }
-  return 60.0 * (a.place - b.place).length() > abrupt * jerk * seconds * seconds * seconds;
+  return 60.0 * way.length() > abrupt * jerk * seconds * seconds * seconds;
 }
 
 // True if no other joint of the same foot has a contact.
@@ -127,12 +131,13 @@ double reachBetween(const Clip& clip, int from, int to) {
   return reach;
 }
 
-std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, std::vector<Contact>* contacts) {
+std::vector<Bone> bonesBetween(const Clip& clip, const Tracks& tracks, double height,
+                               std::vector<Contact>* contacts) {
   std::vector<Bone> bones;
   for (Contact& a : *contacts) {
     for (Contact& b : *contacts) {
       const int first = std::max(a.first, b.first);
-      if (wouldJump(clip, tracks, a, b)) bones.push_back({&a, &b, 0.0, Pnt3(), false});
+      if (wouldJump(clip, tracks, height, a, b)) bones.push_back({&a, &b, 0.0, Pnt3(), false});
       if (a.joint >= b.joint || first > std::min(a.last, b.last)) continue;
       if (a.foot != b.foot) continue;
       if (!rigid(clip, a.joint, b.joint)) {
@@ -211,7 +216,7 @@ void choosePlaces(const Clip& clip, const Tracks& tracks, double height, const s
     usual[foot.joint] = usualHeight(own);
   }
   putOnTheGround(height, ground, usual, contacts);
-  const std::vector<Bone> bones = bonesBetween(clip, tracks, contacts);
+  const std::vector<Bone> bones = bonesBetween(clip, tracks, height, contacts);
   align(ground, bones);
   double off = bones.empty() ? 0.0 : height;
   for (int sweep = 0; sweep < mostSweeps && off > 1e-10 * height; ++sweep) {

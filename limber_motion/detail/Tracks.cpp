@@ -39,9 +39,9 @@ double Tracks::step(int frame) const {
   return most;
 }
 
-double Tracks::speed(int joint, int frame) const {
+Pnt3 Tracks::velocity(int joint, int frame) const {
   const int a = std::max(frame - half_, first_), b = std::min(frame + half_, frames_ - 1);
-  return a < b ? (at(joint, b) - at(joint, a)).length() / ((b - a) * frameTime_) : 0.0;
+  return a < b ? (at(joint, b) - at(joint, a)) * (1.0 / ((b - a) * frameTime_)) : Pnt3();
 }
 
 double Tracks::low(int joint) const {

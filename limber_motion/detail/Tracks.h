@@ -21,9 +21,10 @@ class Tracks {
   const Pnt3& at(int joint, int frame) const {
     return places_[static_cast<std::size_t>(frame) * joints_ + static_cast<std::size_t>(joint)];
   }
-  /// The speed of a joint, in units of length per second: the central difference over 0.05 seconds, or over
-  /// two frames if these are longer, and one-sided at the ends of the motion.
-  double speed(int joint, int frame) const;
+  /// The velocity of a joint, in units of length per second: the central difference over 0.05 seconds, or
+  /// over two frames if these are longer, and one-sided at the ends of the motion.
+  Pnt3 velocity(int joint, int frame) const;
+  double speed(int joint, int frame) const { return velocity(joint, frame).length(); }
   /// The height that a joint is below in only a twentieth of the frames. The first frame does not count.
   double low(int joint) const;
 

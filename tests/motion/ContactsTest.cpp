@@ -297,6 +297,35 @@ TEST(Contacts, ShortGapsAreClosedAndShortContactsDropped) {
   for (const Contact& c : rising.list) EXPECT_EQ(c.first, 0);
 }
 
+// A foot stands flat, and then its heel rises slowly over toes that stay where they are. Both are contacts of
+// the ankle, but at different heights.
+TEST(Contacts, OfAnAnkleBeforeAndAfterTheHeelRisesHaveTheirOwnPlaces) {
+  const TemporaryDirectory directory;
+  std::string text =
+      "HIERARCHY\nROOT Body\n{\nOFFSET 0 0 0\nCHANNELS 3 Xposition Yposition Zposition\n"
+      "JOINT Ankle\n{\nOFFSET 0 -80 0\nCHANNELS 1 Xrotation\n"
+      "JOINT Toes\n{\nOFFSET 0 -6 14\nCHANNELS 1 Xrotation\nEnd Site\n{\nOFFSET 0 -1 6\n}\n}\n}\n}\n"
+      "MOTION\nFrames: 120\nFrame Time: 0.0166667\n";
+  for (int f = 0; f < 120; ++f) {
+    const double u = std::clamp((f - 50) / 20.0, 0.0, 1.0),
+                 angle = 0.28 * u * u * u * (10 - 15 * u + 6 * u * u);
+    const double c = std::cos(angle), s = std::sin(angle), degrees = angle * 57.29577951308232;
+    text += "0 " + std::to_string(81 + 6 * c + 14 * s) + " " + std::to_string(6 * s - 14 * c) + " " +
+            std::to_string(degrees) + " " + std::to_string(-degrees) + "\n";
+  }
+  const Clip clip = readClip(directory.write("clip.bvh", text));
+  const Skeleton skeleton(clip);
+  int ofAnkle = 0;
+  for (const Contact& c : findContacts(clip).list) {
+    ofAnkle += c.joint == clip.find("Ankle");
+    for (int f = c.first; f <= c.last; ++f) {
+      const double off = (skeleton.position(c.joint, clip.frame(f)) - c.place).length();
+      EXPECT_LE(off, 0.02 * skeleton.height()) << clip.joints[static_cast<std::size_t>(c.joint)].name << f;
+    }
+  }
+  EXPECT_EQ(ofAnkle, 2);
+}
+
 TEST(Contacts, EndWhereTheBodyJumpsToAnotherPlace) {
   Clip clip = moved(60, [](int) { return 0.0; });
   clip.frameTime = 0.02;  // the two fast frames around the jump are a gap of 0.04 seconds
