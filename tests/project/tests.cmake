@@ -21,7 +21,7 @@ if(NOT LIMBER_SANITIZE)
   set_tests_properties(Project.InstalledPackageServesPrograms Project.LinesOfTheReadmeInstallLimber
                        PROPERTIES TIMEOUT 1800 RESOURCE_LOCK installation)
 endif()
-set_tests_properties(Project.EveryHeaderCompilesAlone PROPERTIES TIMEOUT 900)
+set_tests_properties(Project.EveryHeaderCompilesAlone PROPERTIES TIMEOUT 1800)
 foreach(how IN ITEMS subdirectory fetch)
   add_test(NAME Project.ServesInsideAnotherProject.${how} COMMAND sh ${here}/inside.sh ${how} ${PROJECT_SOURCE_DIR}
                                                                  ${CMAKE_CXX_COMPILER})
