@@ -12,9 +12,8 @@
 namespace {
 
 using Solve = SolveReport (*)(const SpMat&, const Vector&, Vector*, const SolveOptions&);
-// Compared with this pointer and not with the function, which may have a second address on Windows.
-const Solve leastSquares = solveLeastSquares;
-const Solve everyKind[] = {leastSquares, solvePositiveDefinite, solveSquare};
+// Least squares come first. A function of a DLL may have two addresses, so no pointer is compared with it.
+const Solve everyKind[] = {solveLeastSquares, solvePositiveDefinite, solveSquare};
 const Solve square[] = {solvePositiveDefinite, solveSquare};
 
 Vector vectorOf(std::initializer_list<double> values) {
@@ -63,10 +62,10 @@ TEST(SolveOddMatrices, MissingRowsAreRowsOfZeros) {
   first.insEnd(2.0, 0);
   HSpMat A(3);
   A.rows[0] = &first;
-  for (const Solve solve : everyKind) {
+  for (const Solve& solve : everyKind) {
     Vector x;
     EXPECT_EQ(SOLVE_CONVERGED, solve(A, vectorOf({4, 0, 0}), &x, SolveOptions()).status);
-    ASSERT_EQ(solve == leastSquares ? 1 : 3, x.count);
+    ASSERT_EQ(&solve == everyKind ? 1 : 3, x.count);
     EXPECT_NEAR(2.0, x[0], 1e-12);
   }
 }
@@ -166,8 +165,8 @@ class OnlyMult : public SpMat {
 
 TEST(SolveOddMatrices, AClassWithoutSizesHasThoseOfTheVectors) {
   const OnlyMult A;
-  for (const Solve solve : everyKind) {
-    Vector x(solve == leastSquares ? 2 : 0);
+  for (const Solve& solve : everyKind) {
+    Vector x(&solve == everyKind ? 2 : 0);
     EXPECT_EQ(SOLVE_CONVERGED, solve(A, vectorOf({1, 2}), &x, SolveOptions()).status);
     ASSERT_EQ(2, x.count);
     EXPECT_NEAR(1.0 / 11.0, x[0], 1e-12);
@@ -229,13 +228,13 @@ TEST(SolveOddMatrices, TheResidualOfUnfinishedProductsIsThatOfTheirSolution) {
     const HSpMat& matrix_;
   } products(A.matrix());
   const Vector b = Random(2).vector(4900);
-  for (const Solve solve : everyKind) {
+  for (const Solve& solve : everyKind) {
     SolveOptions options;
     options.maxIterations = 4;
     Vector x;
     const SolveReport report = solve(products, b, &x, options);
     EXPECT_EQ(SOLVE_LIMIT, report.status);
-    const double truth = relativeResidual(A.matrix(), 4900, b, x, solve == leastSquares);
+    const double truth = relativeResidual(A.matrix(), 4900, b, x, &solve == everyKind);
     EXPECT_NEAR(report.relativeResidual, truth, 1e-9 * truth);
   }
 }
