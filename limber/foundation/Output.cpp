@@ -15,7 +15,12 @@ int defaultStderrF(const char* text) {
 
 char defaultNumberFormat[] = "%g ";
 
-constexpr int messageSize = 500;
+// Passes at most 499 characters to the channel, without an allocation.
+int print(OutputFunction channel, const char* format, va_list arguments) {
+  char message[500];
+  std::vsnprintf(message, sizeof message, format, arguments);
+  return channel(message);
+}
 
 }  // namespace
 
@@ -26,19 +31,17 @@ char* numberPrintFormat = defaultNumberFormat;
 void* errPtrZero = nullptr;
 
 int stdoutPrintf(const char* format, ...) {
-  char message[messageSize];
   va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(message, sizeof message, format, arguments);
+  const int result = print(stdoutF, format, arguments);
   va_end(arguments);
-  return stdoutF(message);
+  return result;
 }
 
 int stderrPrintf(const char* format, ...) {
-  char message[messageSize];
   va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(message, sizeof message, format, arguments);
+  const int result = print(stderrF, format, arguments);
   va_end(arguments);
-  return stderrF(message);
+  return result;
 }

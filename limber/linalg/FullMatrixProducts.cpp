@@ -48,13 +48,38 @@ void elementwise(const FullMatrix& a, const FullMatrix& b, FullMatrix& out, F f)
   }
 }
 
+constexpr auto plus = [](double a, double b) { return a + b; };
+constexpr auto minus = [](double a, double b) { return a - b; };
+
+// An operator fills a temporary (kind 2) and returns a copy of it, which takes over the storage and has kind
+// 0. A temporary that failed (kind 1) is copied, and its elements are zeros.
+FullMatrix handedOver(const FullMatrix& temporary) { return FullMatrix(temporary); }
+
+// out(i, j) = f(a(i, j), b(i, j)); matrices of different sizes give `out` the kind 1.
+template <class F>
+FullMatrix combined(const FullMatrix& a, const FullMatrix& b, FullMatrix& out, F f) {
+  if (sameSize(a, b)) {
+    elementwise(a, b, out, f);
+  } else {
+    out.kind = 1;
+  }
+  return handedOver(out);
+}
+
+// a(i, j) = f(a(i, j), b(i, j)); matrices of different sizes give a the kind 1.
+template <class F>
+void combineInPlace(FullMatrix& a, const FullMatrix& b, F f) {
+  if (sameSize(a, b)) {
+    elementwise(a, b, [f](double& x, double y) { x = f(x, y); });
+  } else {
+    a.kind = 1;
+  }
+}
+
 // How many of the first n elements lie in v's storage. The size of v does not matter.
 int within(const Vector& v, int n) { return std::max(0, std::min(n, v.capacity)); }
 
 }  // namespace
-
-// An operator fills a temporary (kind 2) and returns a copy of it, which takes over the storage and has kind
-// 0. A temporary that failed (kind 1) is copied, and its elements are zeros.
 
 FullMatrix FullMatrix::transpose() const {
   FullMatrix result(numColumns, numRows, 2);
@@ -62,7 +87,7 @@ FullMatrix FullMatrix::transpose() const {
   for (int i = 0; i < h; ++i) {
     for (int j = 0; j < numColumns; ++j) result.e(j, i) = e(i, j);
   }
-  return FullMatrix(static_cast<const FullMatrix&>(result));
+  return handedOver(result);
 }
 
 void FullMatrix::transposeInPlace() {
@@ -88,7 +113,7 @@ FullMatrix FullMatrix::inverse() const {
   FullMatrix result(numRows, numColumns, 2);
   if (result.data && data) std::copy_n(data, denseCount(*this), result.data);
   result.invert();
-  return FullMatrix(static_cast<const FullMatrix&>(result));
+  return handedOver(result);
 }
 
 FullMatrix FullMatrix::operator*(const FullMatrix& other) const {
@@ -98,27 +123,17 @@ FullMatrix FullMatrix::operator*(const FullMatrix& other) const {
   } else {
     result.kind = 1;
   }
-  return FullMatrix(static_cast<const FullMatrix&>(result));
+  return handedOver(result);
 }
 
 FullMatrix FullMatrix::operator+(const FullMatrix& other) const {
   FullMatrix result(numRows, other.numColumns, 2);
-  if (sameSize(*this, other)) {
-    elementwise(*this, other, result, [](double a, double b) { return a + b; });
-  } else {
-    result.kind = 1;
-  }
-  return FullMatrix(static_cast<const FullMatrix&>(result));
+  return combined(*this, other, result, plus);
 }
 
 FullMatrix FullMatrix::operator-(const FullMatrix& other) const {
   FullMatrix result(numRows, other.numColumns, 2);
-  if (sameSize(*this, other)) {
-    elementwise(*this, other, result, [](double a, double b) { return a - b; });
-  } else {
-    result.kind = 1;
-  }
-  return FullMatrix(static_cast<const FullMatrix&>(result));
+  return combined(*this, other, result, minus);
 }
 
 void FullMatrix::operator*=(const FullMatrix& other) {
@@ -136,21 +151,9 @@ void FullMatrix::operator*=(const FullMatrix& other) {
   result.data = nullptr;
 }
 
-void FullMatrix::operator+=(const FullMatrix& other) {
-  if (sameSize(*this, other)) {
-    elementwise(*this, other, [](double& a, double b) { a += b; });
-  } else {
-    kind = 1;
-  }
-}
+void FullMatrix::operator+=(const FullMatrix& other) { combineInPlace(*this, other, plus); }
 
-void FullMatrix::operator-=(const FullMatrix& other) {
-  if (sameSize(*this, other)) {
-    elementwise(*this, other, [](double& a, double b) { a -= b; });
-  } else {
-    kind = 1;
-  }
-}
+void FullMatrix::operator-=(const FullMatrix& other) { combineInPlace(*this, other, minus); }
 
 // Contract: compared with < and >, so that a NaN equals anything.
 int FullMatrix::operator==(const FullMatrix& other) const {

@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "limber/linalg/Vector.h"
-#include "limber/solvers/BiCGrad.h"
 
 double cg_tol = 0.1;
 int cg_maxIters = 3;
@@ -30,29 +29,7 @@ double cgradTol = 0.0002;
 double cgradNeptune = 1e+20;
 int maxCGradPasses = 10;
 
-CGTuning::CGTuning()
-    : tol_(cg_tol),
-      goNoWhereSc_(cg_goNoWhereSc),
-      epsilon_(cg_epsilon),
-      definizer_(cgradDefinizer),
-      eps_(cgradEps),
-      oldTol_(cgradTol),
-      neptune_(cgradNeptune),
-      checkBiCG_(bicg_checkBiCG),
-      zeroStep_(bicg_zeroStep),
-      maxIters_(cg_maxIters),
-      maxRestarts_(cg_maxRestarts),
-      resetResid_(cg_reset_resid),
-      verbosity_(cg_verbosity),
-      maxX_(cgradMAXX),
-      maxB_(cgradMAXB),
-      passes_(maxCGradPasses),
-      numZeroSteps_(bicg_numZeroSteps),
-      dribble_(cgradDribble),
-      dampV_(cgradDampV),
-      massVec_(cgradMassVec),
-      observer_(cg_observer),
-      observerData_(cg_observerData) {}
+CGTuning::CGTuning() = default;
 
 CGTuning::CGTuning(double relative, const Vector& b) : CGTuning() {
   constexpr double smallest = std::numeric_limits<double>::min();
@@ -72,27 +49,4 @@ CGTuning::CGTuning(double relative, const Vector& b) : CGTuning() {
   cgradNeptune = largest;
 }
 
-CGTuning::~CGTuning() {
-  cg_tol = tol_;
-  cg_goNoWhereSc = goNoWhereSc_;
-  cg_epsilon = epsilon_;
-  cgradDefinizer = definizer_;
-  cgradEps = eps_;
-  cgradTol = oldTol_;
-  cgradNeptune = neptune_;
-  bicg_checkBiCG = checkBiCG_;
-  bicg_zeroStep = zeroStep_;
-  cg_maxIters = maxIters_;
-  cg_maxRestarts = maxRestarts_;
-  cg_reset_resid = resetResid_;
-  cg_verbosity = verbosity_;
-  cgradMAXX = maxX_;
-  cgradMAXB = maxB_;
-  maxCGradPasses = passes_;
-  bicg_numZeroSteps = numZeroSteps_;
-  cgradDribble = dribble_;
-  cgradDampV = dampV_;
-  cgradMassVec = massVec_;
-  cg_observer = observer_;
-  cg_observerData = observerData_;
-}
+CGTuning::~CGTuning() = default;

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "limber/Api.h"
+#include "limber/solvers/BiCGrad.h"
 #include "limber/solvers/CGObserver.h"
 
 class Vector;
@@ -95,10 +96,22 @@ class LIMBER_API CGTuning {
   CGTuning& operator=(const CGTuning&) = delete;
 
  private:
-  double tol_, goNoWhereSc_, epsilon_, definizer_, eps_, oldTol_, neptune_, checkBiCG_, zeroStep_;
-  int maxIters_, maxRestarts_, resetResid_, verbosity_, maxX_, maxB_, passes_, numZeroSteps_;
-  FILE* dribble_;
-  Vector *dampV_, *massVec_;
-  CGObserver observer_;
-  void* observerData_;
+  /// A variable and the value that it gets back.
+  template <class T>
+  struct Saved {
+    T& variable;
+    const T value = variable;
+    ~Saved() { variable = value; }
+  };
+
+  Saved<double> tol_{cg_tol}, goNoWhereSc_{cg_goNoWhereSc}, epsilon_{cg_epsilon}, definizer_{cgradDefinizer};
+  Saved<double> eps_{cgradEps}, oldTol_{cgradTol}, neptune_{cgradNeptune};
+  Saved<double> checkBiCG_{bicg_checkBiCG}, zeroStep_{bicg_zeroStep};
+  Saved<int> maxIters_{cg_maxIters}, maxRestarts_{cg_maxRestarts}, resetResid_{cg_reset_resid};
+  Saved<int> verbosity_{cg_verbosity}, maxX_{cgradMAXX}, maxB_{cgradMAXB};
+  Saved<int> passes_{maxCGradPasses}, numZeroSteps_{bicg_numZeroSteps};
+  Saved<FILE*> dribble_{cgradDribble};
+  Saved<Vector*> dampV_{cgradDampV}, massVec_{cgradMassVec};
+  Saved<CGObserver> observer_{cg_observer};
+  Saved<void*> observerData_{cg_observerData};
 };

@@ -27,11 +27,10 @@ bool moveAngles(const char* from, const char* to, double* params) {
 
 }  // namespace
 
-bool sameFormat(const char* a, const char* b) { return a && b && std::strcmp(a, b) == 0; }
-
 RotHelper* formatNamed(const char* name) {
+  if (!name) return nullptr;
   for (RotHelper* format : {qRot, xyzRot, zxyRot, zxRot, zyRot, xyRot, xRot, yRot, zRot})
-    if (sameFormat(format->name(), name)) return format;
+    if (std::strcmp(format->name(), name) == 0) return format;
   return nullptr;
 }
 

@@ -6,10 +6,7 @@ namespace limber::detail {
 
 /// What the nine named formats share: everything that follows from the letters of a format.
 
-/// True if the texts are the same, including case. A null text equals no text.
-bool sameFormat(const char* a, const char* b);
-
-/// The format object with this name, null if no format that can be converted has it.
+/// The format object with this name, in the same case; null if no format that can be converted has it.
 RotHelper* formatNamed(const char* name);
 
 /// Prints "WARNING:  Setting .-axis rotation on '...' joint type".

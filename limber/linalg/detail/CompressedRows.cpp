@@ -61,23 +61,18 @@ bool CompressedRows::reserve(int height, long long entries) {
   return true;
 }
 
-bool CompressedRows::takeRows(const HSpMat& A) {
-  const int height = std::max(A.numRows, 0);
-  const auto visit = [&A, height](auto each) {
-    for (int i = 0; i < height; ++i) {
-      const SpVec* const row = A.rows[i];
-      for (int k = 0; row && k < row->numEntries; ++k) {
-        if (reachable(row->indices[k])) each(i, row->indices[k], row->values[k]);
-      }
-    }
-  };
+// visit(each) calls each(i, j, value) for every entry, row by row, and returns the height. The first visit
+// counts the entries, the second one copies them.
+template <class Visit>
+bool CompressedRows::take(Visit visit) {
   long long n = 0;
-  visit([&n](int, int, double) { ++n; });
+  const int height = std::max(visit([&n](int, int, double) { ++n; }), 0);
   if (!reserve(height, n)) return false;
   std::fill_n(starts_.get(), height + 1LL, n);
   long long next = 0;
   int row = 0;
   visit([&](int i, int j, double value) {
+    if (next >= n) return;  // acc may return other values the second time
     while (row <= i) starts_[row++] = next;
     indices_[next] = j;
     values_[next++] = value;
@@ -85,22 +80,24 @@ bool CompressedRows::takeRows(const HSpMat& A) {
   return true;
 }
 
-bool CompressedRows::takeElements(const SpMat& A) {
-  long long n = 0;
-  const auto count = [&n](int, int, double value) { n += value != 0.0; };
-  const int height = std::max(visitElements(A, count), 0);
-  if (!reserve(height, n)) return false;
-  std::fill_n(starts_.get(), height + 1LL, n);
-  long long next = 0;
-  int row = 0;
-  visitElements(A, [&](int i, int j, double value) {
-    // nothing is written outside, even if acc returns another value the second time
-    if (value == 0.0 || next >= n) return;
-    while (row <= i) starts_[row++] = next;
-    indices_[next] = j;
-    values_[next++] = value;
+bool CompressedRows::takeRows(const HSpMat& A) {
+  return take([&A](auto each) {
+    for (int i = 0; i < A.numRows; ++i) {
+      const SpVec* const row = A.rows[i];
+      for (int k = 0; row && k < row->numEntries; ++k) {
+        if (reachable(row->indices[k])) each(i, row->indices[k], row->values[k]);
+      }
+    }
+    return A.numRows;
   });
-  return true;
+}
+
+bool CompressedRows::takeElements(const SpMat& A) {
+  return take([&A](auto each) {
+    return visitElements(A, [&each](int i, int j, double value) {
+      if (value != 0.0) each(i, j, value);
+    });
+  });
 }
 
 bool CompressedRows::takeTransposed(const CompressedRows& rows, int width) {

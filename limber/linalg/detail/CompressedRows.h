@@ -33,6 +33,8 @@ class CompressedRows {
   int reach() const;
 
  private:
+  template <class Visit>
+  bool take(Visit visit);
   bool reserve(int height, long long entries);
   long long entries() const { return height_ > 0 ? starts_[height_] : 0; }
 

@@ -197,24 +197,28 @@ bool SlicedRows::copy(const SlicedRows& other) {
   return true;
 }
 
+// A matrix without entries has no arrays.
+inline SlicedRows::Entries SlicedRows::entriesOf(int i) const {
+  const Place place = place_[i];
+  if (place.length == 0) return {nullptr, nullptr, 0, 1};
+  const long long start = start_[i / block] + place.start;
+  return {indices_.get() + start, values_.get() + start, place.length, place.step};
+}
+
 double SlicedRows::at(int i, int j) const {
   if (i < 0 || i >= height_) return 0.0;
-  const Place place = place_[i];
-  const long long start = start_[i / block] + place.start;
-  for (int k = 0; k < place.length; ++k) {
-    const long long entry = start + static_cast<long long>(k) * place.step;
-    if (indices_[entry] == j) return values_[entry];
+  const Entries row = entriesOf(i);
+  for (int k = 0; k < row.length; ++k) {
+    if (row.index[k * row.step] == j) return row.value[k * row.step];
   }
   return 0.0;
 }
 
 void SlicedRows::copyRow(int i, int* indices, double* values) const {
-  const Place place = place_[i];
-  const long long start = start_[i / block] + place.start;
-  for (int k = 0; k < place.length; ++k) {
-    const long long entry = start + static_cast<long long>(k) * place.step;
-    indices[k] = indices_[entry];
-    values[k] = values_[entry];
+  const Entries row = entriesOf(i);
+  for (int k = 0; k < row.length; ++k) {
+    indices[k] = row.index[k * row.step];
+    values[k] = row.value[k * row.step];
   }
 }
 
@@ -279,14 +283,12 @@ void SlicedRows::multiplyBlock(int b, const double* x, double* y) const {
 void SlicedRows::addBlock(int b, const double* x, double* y) const {
   for (int i = b * block; i < end(b); ++i) {
     const double s = x[i];
-    const Place place = place_[i];
-    if (isTiny(s) || place.length == 0) continue;
-    const int* const index = indices_.get() + start_[b] + place.start;
-    const double* const value = values_.get() + start_[b] + place.start;
-    if (place.step == slice) {
-      addRow<slice>(index, value, place.length, s, y);
+    if (isTiny(s)) continue;
+    const Entries row = entriesOf(i);
+    if (row.step == slice) {
+      addRow<slice>(row.index, row.value, row.length, s, y);
     } else {
-      addRow<1>(index, value, place.length, s, y);
+      addRow<1>(row.index, row.value, row.length, s, y);
     }
   }
 }
@@ -301,15 +303,11 @@ void SlicedRows::multiplyWithoutTiny(const double* x, double* y) const {
 
 void SlicedRows::multiplyInside(const double* x, int room, bool withoutTiny, double* y) const {
   for (int i = 0; i < height_; ++i) {
-    const Place place = place_[i];
-    y[i] = 0.0;
-    // A matrix without entries has no arrays.
-    if (place.length == 0) continue;
-    const int* index = indices_.get() + start_[i / block] + place.start;
-    const double* value = values_.get() + start_[i / block] + place.start;
+    const Entries row = entriesOf(i);
     double sum = 0.0;
-    for (int k = 0; k < place.length; ++k, index += place.step, value += place.step) {
-      if (*index < room) sum += (withoutTiny && isTiny(x[*index]) ? 0.0 : x[*index]) * *value;
+    for (int k = 0; k < row.length; ++k) {
+      const int j = row.index[k * row.step];
+      if (j < room) sum += (withoutTiny && isTiny(x[j]) ? 0.0 : x[j]) * row.value[k * row.step];
     }
     y[i] = sum;
   }
@@ -323,12 +321,11 @@ void SlicedRows::multiplyTransposed(const double* x, double* y) const {
 void SlicedRows::multiplyTransposedInside(const double* x, int values, int room, double* y) const {
   std::fill_n(y, room, 0.0);
   for (int i = 0; i < std::min(height_, values); ++i) {
-    const Place place = place_[i];
-    if (isTiny(x[i]) || place.length == 0) continue;
-    const int* index = indices_.get() + start_[i / block] + place.start;
-    const double* value = values_.get() + start_[i / block] + place.start;
-    for (int k = 0; k < place.length; ++k, index += place.step, value += place.step) {
-      if (*index < room) y[*index] += x[i] * *value;
+    if (isTiny(x[i])) continue;
+    const Entries row = entriesOf(i);
+    for (int k = 0; k < row.length; ++k) {
+      const int j = row.index[k * row.step];
+      if (j < room) y[j] += x[i] * row.value[k * row.step];
     }
   }
 }

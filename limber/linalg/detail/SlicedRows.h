@@ -67,6 +67,12 @@ class SlicedRows {
   struct Slice {
     int length, lanes;
   };
+  /// The entries of one row, `step` apart.
+  struct Entries {
+    const int* index;
+    const double* value;
+    int length, step;
+  };
 
   template <class RowAt>
   bool reserveRows(RowAt rowAt, int n);
@@ -79,6 +85,7 @@ class SlicedRows {
   template <bool withoutTiny>
   void multiplyBlock(int block, const double* x, double* y) const;
   void addBlock(int block, const double* x, double* y) const;
+  Entries entriesOf(int i) const;
   int blocks() const;
   int end(int block) const;
 

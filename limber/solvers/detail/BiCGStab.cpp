@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "limber/solvers/detail/Array.h"
+#include "limber/solvers/detail/BestIterate.h"
 #include "limber/solvers/detail/FixedSums.h"
 #include "limber/solvers/detail/LinearMap.h"
 
@@ -27,23 +28,19 @@ class Pass {
         t_(n_),
         pHat_(M ? n_ : 0),
         sHat_(n_),
-        best_(0) {
+        best_(n_, d) {
     std::fill_n(d, n_, 0.0);
-    square_ = bestSquare_ = weighted();
-    plain_ = fixedDot(n_, r, r);
+    measure();
+    best_.begin(square_);
     enough_ = goal.residual * goal.residual;
     enoughPlain_ = plain_ * goal.relative * goal.relative;
-    bestPlain_ = plain_;
   }
 
   Outcome iterate();
 
  private:
   bool done() const { return square_ <= enough_ && plain_ <= enoughPlain_; }
-  double weighted() const {
-    const double *const w = goal_.weight, *const r = r_;
-    return w ? fixedSum(n_, [=](int i) { return w[i] * r[i] * r[i]; }) : fixedDot(n_, r, r);
-  }
+  void measure();
   const double* preconditioned(const Doubles& from, Doubles& to) {
     if (!M_) return from.data();
     return M_->apply(from.data(), to.data()) ? to.data() : nullptr;
@@ -53,7 +50,6 @@ class Pass {
     return !M_ || M_->apply(r_, sHat_.data()) ? sHat_.data() : nullptr;
   }
   void restart();
-  // Adds step * along to d after r has changed, and keeps the best iterate.
   void advance(double step, const double* along);
   Outcome step(bool* again);
 
@@ -63,10 +59,12 @@ class Pass {
   SolveRun& run_;
   const int n_;
   double *const r_, *const d_;
-  Doubles shadow_, p_, v_, t_, pHat_, sHat_, best_;
-  double square_ = 0.0, bestSquare_ = 0.0, plain_ = 0.0, bestPlain_ = 0.0, enough_ = 0.0, enoughPlain_ = 0.0;
+  Doubles shadow_, p_, v_, t_, pHat_, sHat_;
+  BestIterate best_;
+  // |r|^2 in the caller's norm and in the plain one, and their goals
+  double square_ = 0.0, plain_ = 0.0, enough_ = 0.0, enoughPlain_ = 0.0;
   double rho_ = 1.0, alpha_ = 1.0, omega_ = 1.0;
-  bool ahead_ = true, fresh_ = true;
+  bool fresh_ = true;
 };
 
 void Pass::restart() {
@@ -76,20 +74,17 @@ void Pass::restart() {
   fresh_ = false;
 }
 
-void Pass::advance(double step, const double* along) {
-  const double square = weighted();
+// Computes both norms of the residual.
+void Pass::measure() {
   plain_ = fixedDot(n_, r_, r_);
-  if (!(square <= bestSquare_) && ahead_) {
-    best_.resize(n_);
-    std::copy_n(d_, n_, best_.data());
-    ahead_ = false;
-  }
+  square_ = goal_.weight ? fixedDots(n_, r_, r_, goal_.weight, r_, r_).second : plain_;
+}
+
+// Adds step * along to d, after r has changed.
+void Pass::advance(double step, const double* along) {
+  measure();
+  best_.moveTo(square_);
   for (int i = 0; i < n_; ++i) d_[i] += step * along[i];
-  square_ = square;
-  if (square_ <= bestSquare_) {
-    bestSquare_ = square_;
-    ahead_ = true;
-  }
 }
 
 // One iteration with two products. `again` is true as long as the iterations continue.
@@ -157,13 +152,13 @@ Outcome Pass::iterate() {
       sinceGain = 0;
     }
     if (sinceGain > patience || square_ > 1e24 * gain) break;
-    if (goal_.slow(k + 1, first, bestSquare_)) {
+    if (goal_.slow(k + 1, first, best_.square())) {
       outcome = Outcome::slow;
       break;
     }
   }
   if (outcome == Outcome::stuck && done()) outcome = Outcome::done;
-  if (!ahead_) std::copy_n(best_.data(), n_, d_);
+  best_.restore();
   return outcome;
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "limber/solvers/detail/Array.h"
+#include "limber/solvers/detail/BestIterate.h"
 #include "limber/solvers/detail/FixedSums.h"
 #include "limber/solvers/detail/LinearMap.h"
 
@@ -25,6 +26,7 @@ class Run {
         p_(n_),
         q_(n_),
         z_(M ? n_ : 0),
+        best_(n_, d),
         direction_(M ? z_.data() : r) {}
 
   Outcome iterate();
@@ -45,12 +47,12 @@ class Run {
   SolveRun& run_;
   const int n_;
   double *const r_, *const d_;
-  Doubles p_, q_, z_, best_;
+  Doubles p_, q_, z_;
+  BestIterate best_;
   const double* const direction_;  // M^-1 r
-  // |r|^2 in the caller's norm and r^T M^-1 r, their goals, and the best |r|^2 so far.
-  double square_ = 0.0, rz_ = 0.0, enough_ = 0.0, enoughRz_ = 0.0, bestSquare_ = 0.0;
+  // |r|^2 in the caller's norm and r^T M^-1 r, and their goals.
+  double square_ = 0.0, rz_ = 0.0, enough_ = 0.0, enoughRz_ = 0.0;
   double flattest_ = HUGE_VAL, steepest_ = 0.0;
-  bool ahead_ = true;  // d is the best iterate
 };
 
 // Starts with z = M^-1 r and both norms. False if the preconditioner fails.
@@ -58,7 +60,7 @@ bool Run::begin() {
   std::fill_n(d_, n_, 0.0);
   if (M_ && !M_->apply(r_, z_.data())) return false;
   measure();
-  bestSquare_ = square_;
+  best_.begin(square_);
   enough_ = goal_.residual * goal_.residual;
   enoughRz_ = rz_ * goal_.relative * goal_.relative;
   std::copy_n(direction_, n_, p_.data());
@@ -113,23 +115,15 @@ bool Run::reduce(double alpha) {
   return applied && (rz_ >= 0.0 || std::isnan(rz_));
 }
 
-// d = d + alpha p and p = z + beta p. Keeps the best iterate.
+// d = d + alpha p and p = z + beta p.
 void Run::advance(double alpha, double beta) {
-  if (!(square_ <= bestSquare_) && ahead_) {
-    best_.resize(n_);
-    std::copy_n(d_, n_, best_.data());
-    ahead_ = false;
-  }
+  best_.moveTo(square_);
   double* const __restrict d = d_, * const __restrict p = p_.data();
   const double* const __restrict z = direction_;
   for (int i = 0; i < n_; ++i) {
     const double along = p[i];
     d[i] += alpha * along;
     p[i] = z[i] + beta * along;
-  }
-  if (square_ <= bestSquare_) {
-    bestSquare_ = square_;
-    ahead_ = true;
   }
 }
 
@@ -166,13 +160,13 @@ Outcome Run::iterate() {
       sinceGain = 0;
     }
     if (sinceGain > patience) break;
-    if (goal_.slow(k + 1, first, bestSquare_)) {
+    if (goal_.slow(k + 1, first, best_.square())) {
       outcome = Outcome::slow;
       break;
     }
   }
   if (outcome == Outcome::stuck && done()) outcome = Outcome::done;
-  if (!ahead_) std::copy_n(best_.data(), n_, d_);
+  best_.restore();
   return outcome;
 }
 

@@ -14,11 +14,6 @@
 
 namespace limber::detail {
 
-double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift) {
-  const SpVec* const row = J.rows[i];
-  return jjtDiagonal(J, i, weights, damp, shift, row && !weights ? row->magSq() : 0.0);
-}
-
 double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift,
                    double ownDot) {
   // The weighted norm rounds w v^2 as w (v v), the weighted dot as (w v) v. So only the plain norm is the
@@ -39,7 +34,8 @@ Vector* jjtInverseDiagonal(const HSpMat& J, const Vector* weights, const Vector*
   }
   const double shift = definizerShift();
   for (int i = 0; i < std::min(n, inverse->count); ++i) {
-    const double d = jjtDiagonal(J, i, weights, damp, shift);
+    const double square = J.rows[i] && !weights ? J.rows[i]->magSq() : 0.0;
+    const double d = jjtDiagonal(J, i, weights, damp, shift, square);
     // Contract: a diagonal near zero is not inverted or clamped.
     inverse->data[i] = std::fabs(d) >= cg_epsilon ? 1.0 / d : d;
   }

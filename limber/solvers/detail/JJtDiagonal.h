@@ -5,11 +5,9 @@ class Vector;
 
 namespace limber::detail {
 
-/// d(i) = sum of w v^2 over the entries of row i of J, + damp[i], + shift. Null weights mean 1. The damping
-/// is 0 if damp is null, and for i beyond its storage.
-double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift);
-
-/// The same, given the dot product of the row with itself.
+/// d(i) = sum of w v^2 over the entries of row i of J, + damp[i], + shift. Null weights mean 1: the sum is
+/// then ownDot, the dot product of the row with itself. The damping is 0 if damp is null, and for i beyond
+/// its storage.
 double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* damp, double shift,
                    double ownDot);
 
