@@ -87,13 +87,14 @@ TEST_F(MotionEditProgram, MeetsTheScriptOfTheDemo) {
   EXPECT_TRUE(says(readFile(directory / "out.json"), "\"met\": true"));
 
   const Clip edited = readClip(directory / "out.bvh");
-  const std::vector<Constraint> wishes =
+  const std::vector<Constraint> constraints =
       readScript(data + "/walk_constraints.txt", nullptr, readClip(data + "/walk.bvh")).constraints;
   const Skeleton skeleton(edited);
-  ASSERT_EQ(wishes.size(), 279u);
-  for (const Constraint& wish : wishes) {
-    EXPECT_LT((skeleton.position(wish.joint, edited.frame(wish.frame)) - wish.target).length(),
-              1e-4 * skeleton.height());
+  ASSERT_EQ(constraints.size(), 279u);
+  for (const Constraint& constraint : constraints) {
+    EXPECT_LT(
+        (skeleton.position(constraint.joint, edited.frame(constraint.frame)) - constraint.target).length(),
+        1e-4 * skeleton.height());
   }
 }
 
@@ -152,7 +153,7 @@ TEST_F(MotionEditProgram, HoldsThePlantsBesideTheScriptOnRequest) {
 
 TEST_F(MotionEditProgram, NeverWritesOverWhatItReads) {
   directory.write("walk.bvh", readFile(data + "/walk.bvh"));
-  directory.write("wishes.txt", "60 LeftHand 34 128 216\n");
+  directory.write("targets.txt", "60 LeftHand 34 128 216\n");
   ASSERT_EQ(symlink("walk.bvh", (directory / "link.bvh").c_str()), 0);
   expectRefused({"-o", "walk", "walk.bvh"},
                 "limber-motion-edit: walk.bvh is read, and must not be written over");
@@ -160,8 +161,8 @@ TEST_F(MotionEditProgram, NeverWritesOverWhatItReads) {
                 "limber-motion-edit: ./walk.bvh is read, and must not be written over");
   expectRefused({"-o", "walk", "link.bvh"},
                 "limber-motion-edit: walk.bvh is read, and must not be written over");
-  expectRefused({"--report", "wishes.txt", "walk.bvh", "wishes.txt"},
-                "limber-motion-edit: wishes.txt is read, and must not be written over");
+  expectRefused({"--report", "targets.txt", "walk.bvh", "targets.txt"},
+                "limber-motion-edit: targets.txt is read, and must not be written over");
   expectRefused({"--report", "x", "--write-constraints", "x", "walk.bvh"},
                 "limber-motion-edit: x would be written twice");
 }

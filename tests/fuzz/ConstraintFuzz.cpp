@@ -26,30 +26,31 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const Clip small = smallOne();
   stdoutF = stderrF = silent;
   const MemoryFile file(data, size);
-  std::vector<Constraint> wishes;
+  std::vector<Constraint> constraints;
   try {
-    wishes = readScript(file.path(), nullptr, small).constraints;
+    constraints = readScript(file.path(), nullptr, small).constraints;
   } catch (const Error& error) {
     REQUIRE(std::strncmp(error.what(), file.path().c_str(), file.path().size()) == 0);
     return 0;
   }
-  for (const Constraint& wish : wishes) {
-    REQUIRE(wish.frame >= 0 && wish.frame < small.frames);
-    REQUIRE(wish.joint >= 0 && wish.joint < static_cast<int>(small.joints.size()));
-    REQUIRE(std::isfinite(wish.weight) && wish.weight > 0.0);
-    REQUIRE(std::isfinite(wish.target.x) && std::isfinite(wish.target.y) && std::isfinite(wish.target.z));
+  for (const Constraint& constraint : constraints) {
+    REQUIRE(constraint.frame >= 0 && constraint.frame < small.frames);
+    REQUIRE(constraint.joint >= 0 && constraint.joint < static_cast<int>(small.joints.size()));
+    REQUIRE(std::isfinite(constraint.weight) && constraint.weight > 0.0);
+    REQUIRE(std::isfinite(constraint.target.x) && std::isfinite(constraint.target.y) &&
+            std::isfinite(constraint.target.z));
   }
-  sortByFrame(&wishes);
-  for (std::size_t i = 1; i < wishes.size(); ++i) {
-    const Constraint &a = wishes[i - 1], &b = wishes[i];
+  sortByFrame(&constraints);
+  for (std::size_t i = 1; i < constraints.size(); ++i) {
+    const Constraint &a = constraints[i - 1], &b = constraints[i];
     REQUIRE(a.frame < b.frame || (a.frame == b.frame && a.joint < b.joint));
   }
-  if (wishes.empty()) return 0;
+  if (constraints.empty()) return 0;
   Clip clip = small;
   EditOptions options;
   options.mostSteps = 2;
   Edit edit(clip, options);
-  edit.add(wishes);
+  edit.add(constraints);
   const Report report = edit.solve();
   REQUIRE(std::isfinite(report.missAfter));
   for (const double value : clip.values) REQUIRE(std::isfinite(value));

@@ -5,12 +5,12 @@
 #include <limits>
 
 #include "limber/foundation/Output.h"
-
 #include "tests/geometry/RotationFormats.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/Tolerance.h"
 
 using formats::pi;
+using formats::rotation;
 using tolerance::close;
 using tolerance::epsilon;
 using tolerance::sameBits;
@@ -30,12 +30,6 @@ Angles factor(const Matrix4x4& M, int snapX = 0, int zeroX = 0, int verbose = 0)
   a.problems = factorZXY(&copy, snapX, zeroX, a.z, a.x, a.y, verbose);
   EXPECT_TRUE(sameEntries(copy, M));
   return a;
-}
-
-Matrix4x4 rotation(double x, double y, double z) {
-  Matrix4x4 m;
-  makeRot(x, y, z, &m);
-  return m;
 }
 
 // The documented steps with every matrix built explicitly, to check the short cut in the library. Prints the
@@ -349,53 +343,4 @@ TEST(FactorZXY, NaNSpreadsAndTheThirdRowIsOnlyCounted) {
   for (int j = 0; j < 3; ++j) m.m[2][j] = -m.m[2][j];
   EXPECT_TRUE(sameBits(factor(m).y, clean.y));
   EXPECT_EQ(factor(m).problems, 0);
-}
-
-TEST(ComposeEulerAngles, FirstThenSecond) {
-  RandomGeometry dice(31);
-  for (int i = 0; i < 200; ++i) {
-    const Pnt3 a = dice.point(), b = dice.point();
-    Pnt3 out;
-    composeEulerAngles(a, b, out);
-    Matrix4x4 A = rotation(a.x, a.y, a.z), B = rotation(b.x, b.y, b.z), C;
-    multMatrix(&A, &B, &C);
-    // The arc sine and the arc cosine lose half the digits.
-    ASSERT_TRUE(closeEntries(rotation(out.x, out.y, out.z), C, 4 * std::sqrt(epsilon)));
-  }
-}
-
-TEST(ComputeEulerOffset, TakesTheSecondToTheFirst) {
-  RandomGeometry dice(32);
-  for (int i = 0; i < 200; ++i) {
-    const Pnt3 a = dice.point(), b = dice.point();
-    Pnt3 out;
-    computeEulerOffset(a, b, out);
-    Matrix4x4 A = rotation(a.x, a.y, a.z), B = rotation(b.x, b.y, b.z),
-              offset = rotation(out.x, out.y, out.z);
-    Matrix4x4 transposedB, wanted;
-    for (int r = 0; r < 4; ++r)
-      for (int c = 0; c < 4; ++c) transposedB.m[r][c] = B.m[c][r];
-    multMatrix(&transposedB, &A, &wanted);
-    ASSERT_TRUE(closeEntries(offset, wanted, 4 * std::sqrt(epsilon)));
-  }
-}
-
-TEST(ComputeEulerOffset, OfARotationAndItselfIsZero) {
-  Pnt3 out(9, 9, 9);
-  computeEulerOffset(Pnt3(0.1, 0.2, 0.3), Pnt3(0.1, 0.2, 0.3), out);
-  EXPECT_EQ(out.x, 0.0);
-  EXPECT_EQ(out.z, 0.0);
-  EXPECT_TRUE(close(out.y, 0.0, 4 * std::sqrt(epsilon)));
-}
-
-TEST(ComputeEulerOffset, NaNAnglesReportWhatTheInversionReports) {
-  CapturedOutput output;
-  Pnt3 out;
-  computeEulerOffset(Pnt3(), Pnt3(quietNaN, quietNaN, quietNaN), out);
-  Matrix4x4 B = rotation(quietNaN, quietNaN, quietNaN);
-  const std::string reported = output.err();
-  output.clear();
-  invertMatrix(&B, 1);
-  EXPECT_EQ(reported, output.err());
-  EXPECT_TRUE(std::isnan(out.x));
 }

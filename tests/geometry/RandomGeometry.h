@@ -44,6 +44,12 @@ class RandomGeometry {
   std::normal_distribution<double> normal_;
 };
 
+/// The rotation by an angle about a coordinate axis.
+inline Quat about(char axis, double angle) {
+  return Quat(std::cos(angle / 2), axis == 'X' ? std::sin(angle / 2) : 0.0,
+              axis == 'Y' ? std::sin(angle / 2) : 0.0, axis == 'Z' ? std::sin(angle / 2) : 0.0);
+}
+
 /// 1, 2, 3, ... row by row.
 inline Matrix4x4 counting4() {
   Matrix4x4 m;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "limber/geometry/EulerZXY.h"
 #include "limber/geometry/Matrix.h"
 #include "limber/geometry/Quat.h"
 #include "limber/geometry/Rotation.h"
@@ -31,6 +32,13 @@ inline std::vector<Format> namedFormats() {
   std::vector<Format> all = angleFormats();
   all.insert(all.begin(), {"QRST", qRot, 4});
   return all;
+}
+
+/// The matrix of makeRot.
+inline Matrix4x4 rotation(double x, double y, double z) {
+  Matrix4x4 m;
+  makeRot(x, y, z, &m);
+  return m;
 }
 
 inline Matrix3x3 singleAxis(char axis, double angle) {

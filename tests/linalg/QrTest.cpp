@@ -33,6 +33,16 @@ FullMatrix leadingColumns(const FullMatrix& a, int count) {
   return m;
 }
 
+// x = the solution of a x = b, or of the least-squares problem, by the three functions in turn.
+void solveByQr(const FullMatrix& a, const Vector& b, Vector* x) {
+  *x = b;
+  FullMatrix qr(a);
+  Vector tau;
+  ASSERT_EQ(qrFactor(&qr, &tau), 0);
+  ASSERT_EQ(qtransTimes(&qr, &tau, x), 0);
+  solveUTri(&qr, x);
+}
+
 struct Shape {
   int rows, columns;
 };
@@ -102,13 +112,9 @@ TEST(Qr, PipelineSolvesSquareSystemsToTheirScaledResidual) {
       Engine engine(static_cast<unsigned>(1000 * n + trial));
       FullMatrix a(n, n);
       fillConditioned(engine, a, conditionOf(trial));
-      Vector b(n), tau;
+      Vector b(n), x;
       fill(engine, b);
-      Vector x(b);
-      FullMatrix qr(a);
-      ASSERT_EQ(qrFactor(&qr, &tau), 0);
-      ASSERT_EQ(qtransTimes(&qr, &tau, &x), 0);
-      solveUTri(&qr, &x);
+      ASSERT_NO_FATAL_FAILURE(solveByQr(a, b, &x));
       EXPECT_TRUE(small(scaledResidual(a, x, b), residualBound(n))) << n << " " << trial;
     }
   }
@@ -120,13 +126,9 @@ TEST(Qr, PipelineGivesTheLeastSquaresSolution) {
     Engine engine(9);
     FullMatrix a(shape.rows, shape.columns);
     fillConditioned(engine, a, 100.0);
-    Vector b(shape.rows), tau;
+    Vector b(shape.rows), x;
     fill(engine, b);
-    Vector x(b);
-    FullMatrix qr(a);
-    ASSERT_EQ(qrFactor(&qr, &tau), 0);
-    ASSERT_EQ(qtransTimes(&qr, &tau, &x), 0);
-    solveUTri(&qr, &x);
+    ASSERT_NO_FATAL_FAILURE(solveByQr(a, b, &x));
     // The residual is orthogonal to every column.
     Vector residual(b), normal(shape.columns);
     for (int i = 0; i < shape.rows; ++i) {

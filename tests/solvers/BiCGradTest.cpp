@@ -11,6 +11,8 @@
 
 namespace {
 
+using BiCGrad = RestoredTuning;
+
 using Elements = std::vector<double>;
 
 struct Solve {
@@ -37,21 +39,20 @@ FullMatrix skewed(int n) {
   return A;
 }
 
-TEST(BiCGrad, InitialValues) {
+TEST_F(BiCGrad, InitialValues) {
   EXPECT_EQ(bicg_checkBiCG, 0.0);
   EXPECT_EQ(bicg_numZeroSteps, 5);
   EXPECT_EQ(bicg_zeroStep, 0.01);
 }
 
-TEST(BiCGrad, ResidualIsTheRightHandSideLessTheProduct) {
+TEST_F(BiCGrad, ResidualIsTheRightHandSideLessTheProduct) {
   FullMatrix A = toDense(2, 2, {1, 2, 3, 4});
   Vector x = toVector({1, 1}), b = toVector({10, 10}), r(7);
   EXPECT_EQ(residual(&A, &x, &b, &r), &r);
   EXPECT_EQ(toElements(r), (Elements{7, 3}));
 }
 
-TEST(BiCGrad, SolvesNonSymmetricSystemsWithBothShadows) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, SolvesNonSymmetricSystemsWithBothShadows) {
   cg_tol = 1e-22;
   cg_epsilon = 1e-100;
   for (const int n : {1, 2, 5, 40, 7}) {
@@ -69,8 +70,7 @@ TEST(BiCGrad, SolvesNonSymmetricSystemsWithBothShadows) {
   }
 }
 
-TEST(BiCGrad, SolvedStartTakesNoIteration) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, SolvedStartTakesNoIteration) {
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix A = skewed(1);
@@ -80,8 +80,7 @@ TEST(BiCGrad, SolvedStartTakesNoIteration) {
   EXPECT_EQ(captured.out(), "  cg:ACCEPT  after (  0) because Solved\n");
 }
 
-TEST(BiCGrad, TracesStartAndEnd) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, TracesStartAndEnd) {
   const CapturedOutput captured;
   cg_verbosity = 2;
   FullMatrix A = toDense(1, 1, {2});
@@ -93,8 +92,7 @@ TEST(BiCGrad, TracesStartAndEnd) {
   EXPECT_EQ(solve.x[0], 2.0);
 }
 
-TEST(BiCGrad, TracesEveryIterationAtVerbosityThree) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, TracesEveryIterationAtVerbosityThree) {
   const CapturedOutput captured;
   cg_verbosity = 3;
   FullMatrix A = skewed(4);
@@ -105,7 +103,7 @@ TEST(BiCGrad, TracesEveryIterationAtVerbosityThree) {
     EXPECT_NE(captured.out().find(label, captured.out().find("bi-cg(1)")), std::string::npos) << label;
 }
 
-TEST(BiCGrad, LimitOfOneIteration) {
+TEST_F(BiCGrad, LimitOfOneIteration) {
   FullMatrix A = skewed(2);
   Solve solve({0, 0}, {3, 4});
   EXPECT_EQ(solve.pass(A, 1, 1), CGI_TOO_MANY_ITERS);
@@ -113,8 +111,7 @@ TEST(BiCGrad, LimitOfOneIteration) {
   EXPECT_EQ(toElements(solve.x), (Elements{0, 0}));
 }
 
-TEST(BiCGrad, ZeroMatrixIsAtABreakdownAndCannotStart) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, ZeroMatrixIsAtABreakdownAndCannotStart) {
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix A(2, 2);
@@ -127,15 +124,14 @@ TEST(BiCGrad, ZeroMatrixIsAtABreakdownAndCannotStart) {
 }
 
 // r . A r = 0 for a rotation by 90 degrees, at any start: moving by the residual does not help.
-TEST(BiCGrad, PerturbationMovesTheStartByItsResidual) {
+TEST_F(BiCGrad, PerturbationMovesTheStartByItsResidual) {
   FullMatrix A = toDense(2, 2, {0, -1, 1, 0});
   Solve solve({0, 0}, {3, 4});
   EXPECT_EQ(solve.pass(A, 0), CGI_BICG_CANT_START);
   EXPECT_EQ(toElements(solve.x), (Elements{3, 4}));
 }
 
-TEST(BiCGrad, ZeroCurvatureIsSingular) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, ZeroCurvatureIsSingular) {
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix A = toDense(2, 2, {0, -1, 1, 0});
@@ -145,7 +141,7 @@ TEST(BiCGrad, ZeroCurvatureIsSingular) {
   EXPECT_EQ(toElements(solve.x), (Elements{0, 0}));
 }
 
-TEST(BiCGrad, NumbersThatAreNotFiniteNeverReachTheSolution) {
+TEST_F(BiCGrad, NumbersThatAreNotFiniteNeverReachTheSolution) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   for (const double bad : {nan, std::numeric_limits<double>::infinity(), 1e308}) {
     FullMatrix A = skewed(3);
@@ -158,8 +154,7 @@ TEST(BiCGrad, NumbersThatAreNotFiniteNeverReachTheSolution) {
   }
 }
 
-TEST(BiCGrad, RestartsAreCountedAndEndAsTooMany) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, RestartsAreCountedAndEndAsTooMany) {
   const CapturedOutput captured;
   cg_verbosity = 1;
   cg_maxIters = 1;
@@ -174,8 +169,7 @@ TEST(BiCGrad, RestartsAreCountedAndEndAsTooMany) {
             "  cg:FAILED  stop  (  2) because Too Many Iters\n");
 }
 
-TEST(BiCGrad, StepsThatDoNotImproveGoBackToTheBest) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, StepsThatDoNotImproveGoBackToTheBest) {
   const CapturedOutput captured;
   cg_verbosity = 2;
   bicg_numZeroSteps = 0;
@@ -191,15 +185,14 @@ TEST(BiCGrad, StepsThatDoNotImproveGoBackToTheBest) {
       << captured.out();
 }
 
-TEST(BiCGrad, StepsThatDoNotImproveAreAllowedForAWhile) {
+TEST_F(BiCGrad, StepsThatDoNotImproveAreAllowedForAWhile) {
   FullMatrix A = toDense(2, 2, {10, 0, 0, -9});
   Solve solve({0, 0}, {1, 1});
   EXPECT_EQ(solve.pass(A, 1), CGI_SOLVED);
   EXPECT_TRUE(std::fabs(solve.x[0] - 0.1) <= 1e-10);
 }
 
-TEST(BiCGrad, LostConjugacyEndsThePassOnlyWhenTested) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, LostConjugacyEndsThePassOnlyWhenTested) {
   const CapturedOutput captured;
   cg_verbosity = 2;
   FullMatrix A = skewed(6);
@@ -217,8 +210,7 @@ TEST(BiCGrad, LostConjugacyEndsThePassOnlyWhenTested) {
   EXPECT_EQ(toElements(tested.x), toElements(tested.best));
 }
 
-TEST(BiCGrad, RecomputingEveryResidualStillConverges) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, RecomputingEveryResidualStillConverges) {
   cg_tol = 1e-20;
   cg_epsilon = 1e-100;
   cg_maxIters = 50;
@@ -230,8 +222,7 @@ TEST(BiCGrad, RecomputingEveryResidualStillConverges) {
   }
 }
 
-TEST(BiCGrad, LongSolvesTellEveryFiftyIterationsWhateverTheVerbosity) {
-  const CGTuning tuning;
+TEST_F(BiCGrad, LongSolvesTellEveryFiftyIterationsWhateverTheVerbosity) {
   const CapturedOutput captured;
   SparseMatrix A;
   for (int i = 0; i < 1001; ++i) A.addRow().insEnd(2.0, i);

@@ -11,6 +11,9 @@
 
 namespace {
 
+using CGrad = RestoredTuning;
+using CGradI = RestoredTuning;
+
 using Elements = std::vector<double>;
 
 std::vector<Elements> residuals, directions;
@@ -42,8 +45,7 @@ struct Core {
   }
 };
 
-TEST(CGradI, TracesEntryStartAndIterations) {
-  const CGTuning tuning;
+TEST_F(CGradI, TracesEntryStartAndIterations) {
   const Trace trace;
   Core core;
   // 25, 4, 4: the third does not change
@@ -56,8 +58,7 @@ TEST(CGradI, TracesEntryStartAndIterations) {
             "   2: rsq = 4 ( 0.0%)\n");
 }
 
-TEST(CGradI, EmptySystemsAreSolvedAndTraced) {
-  const CGTuning tuning;
+TEST_F(CGradI, EmptySystemsAreSolvedAndTraced) {
   const Trace trace;
   FullMatrix shape(1, 1);
   Vector none(0), one(1);
@@ -72,8 +73,7 @@ TEST(CGradI, EmptySystemsAreSolvedAndTraced) {
             "\nEnter cgradI - b:0 x:1 mat:(rows:1 cols:1)\n");
 }
 
-TEST(CGradI, EarlyExitBelowTheSquareOfEps) {
-  const CGTuning tuning;
+TEST_F(CGradI, EarlyExitBelowTheSquareOfEps) {
   const CapturedOutput captured;
   cgradEps = 0.5;
   Core core;
@@ -85,8 +85,7 @@ TEST(CGradI, EarlyExitBelowTheSquareOfEps) {
   EXPECT_NE(core.run({{0.5, 0}}, 1.0), 0) << "must be below, not at";
 }
 
-TEST(CGradI, SingularByCurvatureOrStep) {
-  const CGTuning tuning;
+TEST_F(CGradI, SingularByCurvatureOrStep) {
   const CapturedOutput captured;
   Core core;
   EXPECT_EQ(core.run({{3, 4}}, 0.99e-10), -1);
@@ -102,22 +101,21 @@ TEST(CGradI, SingularByCurvatureOrStep) {
   EXPECT_EQ(core.run({{3, 4}}, 1.0), 1);
 }
 
-TEST(CGradI, SingularIsSilentWithoutReporting) {
+TEST_F(CGradI, SingularIsSilentWithoutReporting) {
   const CapturedOutput captured;
   Core core;
   EXPECT_EQ(core.run({{3, 4}}, 0.0, 0), -1);
   EXPECT_EQ(captured.err(), "");
 }
 
-TEST(CGradI, StepIsTheSquaredResidualOverTheCurvature) {
+TEST_F(CGradI, StepIsTheSquaredResidualOverTheCurvature) {
   Core core;
   EXPECT_EQ(core.run({{3, 4}}, 50.0), 1);
   EXPECT_EQ(toElements(core.x), (Elements{1.5, 2}));
 }
 
 // r = (3, 4), then (2, 0): numerator 2 (2 - 3) + 0 = -2, over 25.
-TEST(CGradI, DirectionFollowsPolakAndRibiere) {
-  const CGTuning tuning;
+TEST_F(CGradI, DirectionFollowsPolakAndRibiere) {
   Core core;
   core.run({{3, 4}, {2, 0}, {0, 1}, {0, 1}}, 50.0);
   ASSERT_EQ(directions.size(), 3u);
@@ -128,8 +126,7 @@ TEST(CGradI, DirectionFollowsPolakAndRibiere) {
   EXPECT_EQ(directions[2], (Elements{0.25 * directions[1][0], 0.25 * directions[1][1] + 1}));
 }
 
-TEST(CGradI, DirectionRestartsWhenTheResidualGrew) {
-  const CGTuning tuning;
+TEST_F(CGradI, DirectionRestartsWhenTheResidualGrew) {
   Core core;
   core.run({{3, 4}, {6, 8}, {6, 8}}, 50.0);
   ASSERT_EQ(directions.size(), 2u);
@@ -137,8 +134,7 @@ TEST(CGradI, DirectionRestartsWhenTheResidualGrew) {
 }
 
 // r = (3, 4), then (4, 3) of the same square: numerator 4 (4 - 3) + 3 (3 - 4) = 1, over 25.
-TEST(CGradI, DirectionGoesOnWhenTheResidualStaysAsItIs) {
-  const CGTuning tuning;
+TEST_F(CGradI, DirectionGoesOnWhenTheResidualStaysAsItIs) {
   const CapturedOutput captured;
   cgradEps = cgradTol = 0.0;
   maxCGradPasses = 1;
@@ -148,8 +144,7 @@ TEST(CGradI, DirectionGoesOnWhenTheResidualStaysAsItIs) {
   EXPECT_EQ(directions[1], (Elements{3 * 0.04 + 4, 4 * 0.04 + 3}));
 }
 
-TEST(CGradI, ConvergesByRelativeChange) {
-  const CGTuning tuning;
+TEST_F(CGradI, ConvergesByRelativeChange) {
   cgradEps = 1e-30;
   cgradTol = 0.25;
   Core core;
@@ -157,8 +152,7 @@ TEST(CGradI, ConvergesByRelativeChange) {
   EXPECT_EQ(core.run({{4, 0}, {3, 0}, {2.8, 0}}, 50.0), 2);
 }
 
-TEST(CGradI, RelativeChangeIsOfTheSumOfBothSquares) {
-  const CGTuning tuning;
+TEST_F(CGradI, RelativeChangeIsOfTheSumOfBothSquares) {
   cgradEps = 1e-30;
   cgradTol = 0.25;
   Core core;
@@ -166,8 +160,7 @@ TEST(CGradI, RelativeChangeIsOfTheSumOfBothSquares) {
   EXPECT_EQ(core.run({{4, 0}, {3.5, 0}, {3, 0}}, 50.0), 1);
 }
 
-TEST(CGradI, ConvergesByAbsoluteChange) {
-  const CGTuning tuning;
+TEST_F(CGradI, ConvergesByAbsoluteChange) {
   cgradTol = 0.0;
   Core core;
   // 1, 0.25, 0.0625
@@ -177,8 +170,7 @@ TEST(CGradI, ConvergesByAbsoluteChange) {
   }
 }
 
-TEST(CGradI, LimitIsReported) {
-  const CGTuning tuning;
+TEST_F(CGradI, LimitIsReported) {
   const CapturedOutput captured;
   maxCGradPasses = 3;
   cgradTol = cgradEps = 0.0;
@@ -189,8 +181,7 @@ TEST(CGradI, LimitIsReported) {
   EXPECT_EQ(captured.err().rfind("ERR: Too many iterations @ (OldCGrad:", 0), 0u);
 }
 
-TEST(CGradI, LongerVectorsRaiseTheLimitsTwofoldOrToTheirLength) {
-  const CGTuning tuning;
+TEST_F(CGradI, LongerVectorsRaiseTheLimitsTwofoldOrToTheirLength) {
   const CapturedOutput captured;
   cgradMAXX = 10;
   cgradMAXB = 10;
@@ -211,8 +202,7 @@ TEST(CGradI, LongerVectorsRaiseTheLimitsTwofoldOrToTheirLength) {
             0u);
 }
 
-TEST(CGrad, ExactSolutionIsCalledSingularInTheNextIteration) {
-  const CGTuning tuning;
+TEST_F(CGrad, ExactSolutionIsCalledSingularInTheNextIteration) {
   const CapturedOutput captured;
   FullMatrix A = toDense(2, 2, {2, 0, 0, 2});
   Vector x(2), b = toVector({2, 4});
@@ -224,8 +214,7 @@ TEST(CGrad, ExactSolutionIsCalledSingularInTheNextIteration) {
 
 // Two steps solve a system of two unknowns up to rounding. The result looks like that of a singular system;
 // only the squared residual distinguishes them.
-TEST(CGrad, ExactSolutionAndSingularSystemDifferInTheResidual) {
-  const CGTuning tuning;
+TEST_F(CGrad, ExactSolutionAndSingularSystemDifferInTheResidual) {
   const CapturedOutput captured;
   cgradTol = 0.0;
   FullMatrix A = toDense(2, 2, {3, 1, 1, 2}), half = toDense(2, 2, {1, 0, 0, 0});
@@ -246,7 +235,7 @@ TEST(CGrad, ExactSolutionAndSingularSystemDifferInTheResidual) {
 }
 
 // A A^T = [2 1; 1 2]: with b = (3, 3), y = (1, 1), and damped by 1, (0.75, 0.75).
-TEST(CGrad, NormalFormsOfTwoConstraints) {
+TEST_F(CGrad, NormalFormsOfTwoConstraints) {
   const CapturedOutput captured;
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
   Vector ones = toVector({1, 1}), b = toVector({3, 3});
@@ -260,8 +249,7 @@ TEST(CGrad, NormalFormsOfTwoConstraints) {
 
 // A V^-1 A^T + D = [0.75 0.25; 0.25 1.25] + [1 0; 0 0]: columns without a weight have the weight 1, and rows
 // without damping are not damped.
-TEST(CGrad, ShorterWeightsAndDampingEndWhereTheyEnd) {
-  const CGTuning tuning;
+TEST_F(CGrad, ShorterWeightsAndDampingEndWhereTheyEnd) {
   const CapturedOutput captured;
   cgradTol = 0.0;
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
@@ -272,8 +260,7 @@ TEST(CGrad, ShorterWeightsAndDampingEndWhereTheyEnd) {
   EXPECT_NEAR(y[1], 1.0, 1e-12);
 }
 
-TEST(CGrad, TakesNoOperatorVariablesOfTheNewerFamily) {
-  const CGTuning tuning;
+TEST_F(CGrad, TakesNoOperatorVariablesOfTheNewerFamily) {
   const CapturedOutput captured;
   Vector ones = toVector({1, 1});
   cgradDampV = &ones;

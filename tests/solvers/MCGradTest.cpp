@@ -9,6 +9,8 @@
 
 namespace {
 
+using MCGrad = RestoredTuning;
+
 struct Solve {
   Vector x, b;
   double rsq = -7.0, rsqOut = -7.0;
@@ -23,8 +25,7 @@ struct Solve {
   }
 };
 
-TEST(MCGrad, SolvedStartIsAcceptedOnPassZero) {
-  const CGTuning tuning;
+TEST_F(MCGrad, SolvedStartIsAcceptedOnPassZero) {
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix two = toDense(1, 1, {2});
@@ -47,8 +48,7 @@ TEST(MCGrad, SolvedStartIsAcceptedOnPassZero) {
             "  cg:ACCEPT  after (  0) because Solved\n");
 }
 
-TEST(MCGrad, TraceTakesAllSizesFromTheMatrix) {
-  const CGTuning tuning;
+TEST_F(MCGrad, TraceTakesAllSizesFromTheMatrix) {
   FullMatrix m = toDense(2, 3, {1, 0, 0, 0, 1, 0});
   Solve solve({0, 0}, {0, 0});
   const Trace trace;
@@ -56,8 +56,7 @@ TEST(MCGrad, TraceTakesAllSizesFromTheMatrix) {
   EXPECT_EQ(trace.text().substr(0, trace.text().find('\n')), "MCGRADI x:3 b:2 a:(rows:2 cols:3)");
 }
 
-TEST(MCGrad, SingularOperatorFailsAtOnce) {
-  const CGTuning tuning;
+TEST_F(MCGrad, SingularOperatorFailsAtOnce) {
   FullMatrix none(2, 2);
   Solve solve({0, 0}, {3, 4});
   solve.run(&none);
@@ -67,8 +66,7 @@ TEST(MCGrad, SingularOperatorFailsAtOnce) {
   EXPECT_EQ(solve.rsqOut, 25.0);
 }
 
-TEST(MCGrad, FailedLineIsTracedOnlyWhenVerbose) {
-  const CGTuning tuning;
+TEST_F(MCGrad, FailedLineIsTracedOnlyWhenVerbose) {
   const CapturedOutput captured;
   FullMatrix none(1, 1);
   const char* const line = "  cg:FAILED  after (  1) because Singular\n";
@@ -82,8 +80,7 @@ TEST(MCGrad, FailedLineIsTracedOnlyWhenVerbose) {
   EXPECT_EQ(captured.out(), line);
 }
 
-TEST(MCGrad, FailedLineNeedsNoTraceFile) {
-  const CGTuning tuning;
+TEST_F(MCGrad, FailedLineNeedsNoTraceFile) {
   const CapturedOutput captured;
   cg_verbosity = 1;
   FullMatrix none(1, 1);
@@ -92,8 +89,7 @@ TEST(MCGrad, FailedLineNeedsNoTraceFile) {
   EXPECT_EQ(captured.out(), "  cg:FAILED  after (  1) because Singular\n");
 }
 
-TEST(MCGrad, EmptyMatrixIsSolvedUnlessNothingIsGoodEnough) {
-  const CGTuning tuning;
+TEST_F(MCGrad, EmptyMatrixIsSolvedUnlessNothingIsGoodEnough) {
   HSpMat empty(0);
   Solve solve({}, {});
   solve.run(&empty);
@@ -107,8 +103,7 @@ TEST(MCGrad, EmptyMatrixIsSolvedUnlessNothingIsGoodEnough) {
 }
 
 // One iteration is allowed, so no pass moves x: all passes except the first start from 0.5 x + 0.5 b.
-TEST(MCGrad, PassWithoutImprovementMovesTheStartTowardsTheRightHandSide) {
-  const CGTuning tuning;
+TEST_F(MCGrad, PassWithoutImprovementMovesTheStartTowardsTheRightHandSide) {
   const CapturedOutput captured;
   cg_verbosity = 1;
   cg_maxIters = 1;
@@ -129,8 +124,7 @@ TEST(MCGrad, PassWithoutImprovementMovesTheStartTowardsTheRightHandSide) {
   EXPECT_NE(text.find("\n  cg:Restart after (  1) because Too Many Iters\n"), std::string::npos);
 }
 
-TEST(MCGrad, FirstPassIsNeverPerturbed) {
-  const CGTuning tuning;
+TEST_F(MCGrad, FirstPassIsNeverPerturbed) {
   cg_maxIters = 1;
   cg_maxRestarts = 1;
   FullMatrix two = toDense(1, 1, {2});
@@ -140,8 +134,7 @@ TEST(MCGrad, FirstPassIsNeverPerturbed) {
   EXPECT_EQ(solve.status, CG_STOP);
 }
 
-TEST(MCGrad, StopsAfterTheLastRestart) {
-  const CGTuning tuning;
+TEST_F(MCGrad, StopsAfterTheLastRestart) {
   const CapturedOutput captured;
   cg_verbosity = 1;
   cg_maxIters = 1;
@@ -167,8 +160,7 @@ void worsening(SpMat*, const Vector* in, Vector* out) {
 }
 
 // The vector of the best iterate is also the scratch vector of the trace, so a traced solve restores M x.
-TEST(MCGrad, TracedSolveGoesBackToTheProductInsteadOfTheBest) {
-  const CGTuning tuning;
+TEST_F(MCGrad, TracedSolveGoesBackToTheProductInsteadOfTheBest) {
   cg_maxRestarts = 1;
   cg_goNoWhereSc = 0.0;
   FullMatrix shape(2, 2);
@@ -199,8 +191,7 @@ TEST(MCGrad, TracedSolveGoesBackToTheProductInsteadOfTheBest) {
 // Writes 0 to as many elements as the result has.
 void zeroInPlace(SpMat*, const Vector*, Vector* out) { *out = 0.0; }
 
-TEST(MCGrad, AnOperatorThatKeepsTheSizeOfItsResultSeesTheWholeRightHandSide) {
-  const CGTuning tuning;
+TEST_F(MCGrad, AnOperatorThatKeepsTheSizeOfItsResultSeesTheWholeRightHandSide) {
   HSpMat none(0);
   Solve solve({0, 0, 0}, {2, 2, 2});
   solve.run(&none, zeroInPlace);
@@ -209,8 +200,7 @@ TEST(MCGrad, AnOperatorThatKeepsTheSizeOfItsResultSeesTheWholeRightHandSide) {
   EXPECT_EQ(solve.rsqOut, 12.0);
 }
 
-TEST(MCGrad, SmallerSolvesSeeNothingOfALargerOneBefore) {
-  const CGTuning tuning;
+TEST_F(MCGrad, SmallerSolvesSeeNothingOfALargerOneBefore) {
   strict(1e-24);
   FullMatrix large(40, 40);
   for (int i = 0; i < 40; ++i) {

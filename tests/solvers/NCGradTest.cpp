@@ -15,6 +15,9 @@
 
 namespace {
 
+using CGMultiply = RestoredTuning;
+using NCGrad = RestoredTuning;
+
 using Elements = std::vector<double>;
 
 void expectNear(const Vector& x, const Elements& answer, const std::string& what) {
@@ -76,8 +79,7 @@ TEST(TinyProblems, EveryEntryPointOfBothFamilies) {
 }
 
 // (A A^T) y = b and (A A^T + I) y = b for A = [1 1 0; 0 1 1]: A A^T = [2 1; 1 2].
-TEST(NCGrad, NormalFormsOfTwoConstraints) {
-  const CGTuning tuning;
+TEST_F(NCGrad, NormalFormsOfTwoConstraints) {
   strict(1e-24);
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
   Vector ones = toVector({1, 1});
@@ -102,8 +104,7 @@ TEST(NCGrad, NormalFormsOfTwoConstraints) {
   EXPECT_EQ(solved(ncgradAAt), (Elements{1, 1}));
 }
 
-TEST(NCGrad, AtATakesTheTransposedRightHandSide) {
-  const CGTuning tuning;
+TEST_F(NCGrad, AtATakesTheTransposedRightHandSide) {
   strict(1e-24);
   FullMatrix A = toDense(3, 2, {1, 0, 1, 1, 1, 2});
   Vector x(2), b = toVector({6, 7});
@@ -113,8 +114,7 @@ TEST(NCGrad, AtATakesTheTransposedRightHandSide) {
 }
 
 // A = 2, d = 3: 2 (2 x + 3) = 2 b. A damping that multiplies x would give 2 b / 7.
-TEST(NCGrad, DampAddsAConstantToTheProduct) {
-  const CGTuning tuning;
+TEST_F(NCGrad, DampAddsAConstantToTheProduct) {
   cg_maxRestarts = 1;
   FullMatrix A = toDense(1, 1, {2});
   Vector x = toVector({3.5}), b = toVector({10});
@@ -135,8 +135,7 @@ TEST(NCGrad, DampAddsAConstantToTheProduct) {
 
 // A = 2, b = 10, d = 3 from x = 0: r = 20 - 6 = 14, and q = 2 (2 14 + 3) = 62 contains the constant too, so
 // alpha = 196 / 868 and x = 98 / 31. By the recurrence r is then 0; recomputed it is 14 - 4 x = 42 / 31.
-TEST(NCGrad, DampAddsTheConstantInEveryProduct) {
-  const CGTuning tuning;
+TEST_F(NCGrad, DampAddsTheConstantInEveryProduct) {
   cg_maxRestarts = 1;
   cg_maxIters = 2;
   FullMatrix A = toDense(1, 1, {2});
@@ -147,8 +146,7 @@ TEST(NCGrad, DampAddsTheConstantInEveryProduct) {
   EXPECT_NEAR(rsq, 42.0 / 31.0 * 42.0 / 31.0, 1e-13);
 }
 
-TEST(NCGrad, DampedSolvesEndAtTheDampedSolution) {
-  const CGTuning tuning;
+TEST_F(NCGrad, DampedSolvesEndAtTheDampedSolution) {
   cg_tol = 1e-2;
   const double d = 0.1;
   std::mt19937_64 engine(5);
@@ -181,8 +179,7 @@ TEST(NCGrad, DampedSolvesEndAtTheDampedSolution) {
   }
 }
 
-TEST(NCGrad, ZeroRightHandSideZeroesTheSolution) {
-  const CGTuning tuning;
+TEST_F(NCGrad, ZeroRightHandSideZeroesTheSolution) {
   FullMatrix A = toDense(2, 2, {2, 0, 0, 2});
   const Entry entries[] = {
       ncgradA,
@@ -209,8 +206,7 @@ TEST(NCGrad, ZeroRightHandSideZeroesTheSolution) {
   EXPECT_GT(ncgradAAt(&A, &x, &b, nullptr), 0);
 }
 
-TEST(NCGrad, JJtZeroRightHandSideLeavesTheDampingSet) {
-  const CGTuning tuning;
+TEST_F(NCGrad, JJtZeroRightHandSideLeavesTheDampingSet) {
   FullMatrix A = toDense(1, 1, {2});
   Vector x = toVector({3}), b = toVector({0}), damp = toVector({5});
   EXPECT_EQ(ncgradJJt(&A, &x, &b, nullptr, &damp, nullptr), 0);
@@ -220,8 +216,7 @@ TEST(NCGrad, JJtZeroRightHandSideLeavesTheDampingSet) {
   EXPECT_EQ(w[0], 7.0);
 }
 
-TEST(NCGrad, JVJtZeroRightHandSideLeavesBothSet) {
-  const CGTuning tuning;
+TEST_F(NCGrad, JVJtZeroRightHandSideLeavesBothSet) {
   FullMatrix A = toDense(1, 1, {2});
   Vector x = toVector({3}), b = toVector({0}), damp = toVector({5}), mass = toVector({4});
   EXPECT_EQ(ncgradJVJt(&A, &x, &b, nullptr, &mass, &damp, nullptr), 0);
@@ -232,8 +227,7 @@ TEST(NCGrad, JVJtZeroRightHandSideLeavesBothSet) {
   EXPECT_EQ(w[0], 6.0);
 }
 
-TEST(NCGrad, SingularSystems) {
-  const CGTuning tuning;
+TEST_F(NCGrad, SingularSystems) {
   FullMatrix none(2, 2);
   Vector b = toVector({3, 4});
   Vector x(2);
@@ -252,8 +246,7 @@ TEST(NCGrad, SingularSystems) {
   EXPECT_EQ(ncgradJJt(&half, &dual, &rhs, nullptr, nullptr, nullptr), -1);
 }
 
-TEST(NCGrad, UnsolvedReturnsTheNegatedIterations) {
-  const CGTuning tuning;
+TEST_F(NCGrad, UnsolvedReturnsTheNegatedIterations) {
   cg_tol = 1e-30;
   cg_maxIters = 1;
   cg_maxRestarts = 4;
@@ -266,8 +259,7 @@ TEST(NCGrad, UnsolvedReturnsTheNegatedIterations) {
   EXPECT_EQ(ncgradAtA(&A, &y, &b, &rsq), -4);
 }
 
-TEST(NCGrad, JVJtWarnsOfSizesAndGoesOn) {
-  const CGTuning tuning;
+TEST_F(NCGrad, JVJtWarnsOfSizesAndGoesOn) {
   const CapturedOutput captured;
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
   Vector x(2), b = toVector({1, 1}), mass = toVector({1, 1}), damp = toVector({0, 0, 0});
@@ -281,8 +273,7 @@ TEST(NCGrad, JVJtWarnsOfSizesAndGoesOn) {
   EXPECT_EQ(captured.err().find("Cgrad mult may fail!"), std::string::npos);
 }
 
-TEST(NCGrad, JVJtAcceptsALongerMass) {
-  const CGTuning tuning;
+TEST_F(NCGrad, JVJtAcceptsALongerMass) {
   const CapturedOutput captured;
   FullMatrix A = toDense(1, 1, {1});
   Vector x(1), b = toVector({1}), mass = toVector({1, 1}), damp = toVector({0});
@@ -290,8 +281,7 @@ TEST(NCGrad, JVJtAcceptsALongerMass) {
   EXPECT_EQ(captured.err(), "");
 }
 
-TEST(CGMultiply, DefinizerAddsAMultipleWhenPositive) {
-  const CGTuning tuning;
+TEST_F(CGMultiply, DefinizerAddsAMultipleWhenPositive) {
   FullMatrix A = toDense(2, 2, {1, 2, 3, 4});
   const Vector v = toVector({1, 10});
   Vector w;
@@ -307,8 +297,7 @@ TEST(CGMultiply, DefinizerAddsAMultipleWhenPositive) {
   EXPECT_EQ(toElements(w), (Elements{150, 214}));
 }
 
-TEST(CGMultiply, DampingOfMultFunAReachesAsFarAsTheDamping) {
-  const CGTuning tuning;
+TEST_F(CGMultiply, DampingOfMultFunAReachesAsFarAsTheDamping) {
   FullMatrix A = toDense(2, 2, {1, 0, 0, 1});
   const Vector v = toVector({1, 10});
   Vector w, shorter = toVector({2}), longer = toVector({2, 3, 4, 5, 6, 7});
@@ -320,8 +309,7 @@ TEST(CGMultiply, DampingOfMultFunAReachesAsFarAsTheDamping) {
   EXPECT_EQ(toElements(w), (Elements{3, 40}));
 }
 
-TEST(CGMultiply, DampingOfMultFunJJtReachesAsFarAsTheProduct) {
-  const CGTuning tuning;
+TEST_F(CGMultiply, DampingOfMultFunJJtReachesAsFarAsTheProduct) {
   FullMatrix A = toDense(2, 2, {1, 0, 0, 1});
   const Vector v = toVector({1, 10});
   Vector w, damp = toVector({2, 3, 4, 5, 6, 7});
@@ -337,8 +325,7 @@ TEST(CGMultiply, DampingOfMultFunJJtReachesAsFarAsTheProduct) {
 }
 
 // t = A^T (1, 1) = (1, 2, 1).
-TEST(CGMultiply, WeightsDivideTheProductOfMultFunJJtOnly) {
-  const CGTuning tuning;
+TEST_F(CGMultiply, WeightsDivideTheProductOfMultFunJJtOnly) {
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
   const Vector v = toVector({1, 1}), three = toVector({1, 2, 3});
   Vector w, mass = toVector({2, 4, 8}), shorter = toVector({2, 4});
@@ -358,7 +345,7 @@ class Derived : public HSpMat {
   using HSpMat::HSpMat;
 };
 
-TEST(CGMultiply, RowsFetchedOnceGiveTheBitsOfTwoProducts) {
+TEST_F(CGMultiply, RowsFetchedOnceGiveTheBitsOfTwoProducts) {
   for (const int height : {1, 5, 255, 256, 257, 700}) {
     SparseMatrix sparse;
     for (int i = 0; i < height; ++i) {
@@ -376,7 +363,7 @@ TEST(CGMultiply, RowsFetchedOnceGiveTheBitsOfTwoProducts) {
   }
 }
 
-TEST(CGMultiply, OutputsGrowAndShrinkToTheirLength) {
+TEST_F(CGMultiply, OutputsGrowAndShrinkToTheirLength) {
   FullMatrix A = toDense(2, 3, {1, 1, 0, 0, 1, 1});
   const Vector three = toVector({1, 2, 3}), two = toVector({1, 2});
   Vector w(30);

@@ -19,6 +19,8 @@
 
 namespace {
 
+using Observer = RestoredTuning;
+
 // The arguments that the observer received. It ends the solve at iteration `last`.
 struct Seen {
   std::vector<int> iterations;
@@ -121,14 +123,13 @@ struct Solved {
   }
 };
 
-TEST(Observer, IsNobodyAtFirst) {
+TEST_F(Observer, IsNobodyAtFirst) {
   EXPECT_EQ(cg_observer, nullptr);
   EXPECT_EQ(cg_observerData, nullptr);
   EXPECT_EQ(cg_stopped, 0);
 }
 
-TEST(Observer, SeesEachIterationOnceAndChangesNothing) {
-  const CGTuning tuning;
+TEST_F(Observer, SeesEachIterationOnceAndChangesNothing) {
   strict(1e-16);
   cgradEps = 1e-6;
   SparseMatrix A = springs();
@@ -149,8 +150,7 @@ TEST(Observer, SeesEachIterationOnceAndChangesNothing) {
   }
 }
 
-TEST(Observer, CountsThroughAllPasses) {
-  const CGTuning tuning;
+TEST_F(Observer, CountsThroughAllPasses) {
   strict(1e-300);
   cg_maxIters = 1;
   cg_maxRestarts = 3;
@@ -190,8 +190,7 @@ double trueSquare(const std::string& name, SparseMatrix& A, const Solved& s) {
   return r.magSq();
 }
 
-TEST(Observer, EndsTheSolveWithTheBestIterate) {
-  const CGTuning tuning;
+TEST_F(Observer, EndsTheSolveWithTheBestIterate) {
   CapturedOutput captured;
   strict(1e-16);
   SparseMatrix A = springs();
@@ -216,8 +215,7 @@ TEST(Observer, EndsTheSolveWithTheBestIterate) {
   }
 }
 
-TEST(Observer, TheStartCountsAsSeen) {
-  const CGTuning tuning;
+TEST_F(Observer, TheStartCountsAsSeen) {
   SparseMatrix A(2, 2, {1, 0, 0, 1e4});
   // rsq: 1.01 at the start, then far larger
   Vector x(2), b = toVector({1, 0.1});
@@ -232,8 +230,7 @@ TEST(Observer, TheStartCountsAsSeen) {
   EXPECT_EQ(toElements(x), (std::vector<double>{0, 0}));
 }
 
-TEST(Observer, TheBestIterateIsRightInATracedSolveToo) {
-  const CGTuning tuning;
+TEST_F(Observer, TheBestIterateIsRightInATracedSolveToo) {
   strict(1e-16);
   const Trace trace;
   SparseMatrix A = springs();
@@ -249,8 +246,7 @@ TEST(Observer, TheBestIterateIsRightInATracedSolveToo) {
   EXPECT_EQ(trace.text().find("cg:Restart"), std::string::npos);
 }
 
-TEST(Observer, ASolutionIsASolutionWhateverTheObserverReturns) {
-  const CGTuning tuning;
+TEST_F(Observer, ASolutionIsASolutionWhateverTheObserverReturns) {
   SparseMatrix A(2, 2, {2, 0, 0, 2});
   for (const Entry& entry : entries()) {
     Vector x(2), b = toVector({1, 2});
@@ -266,8 +262,7 @@ TEST(Observer, ASolutionIsASolutionWhateverTheObserverReturns) {
   }
 }
 
-TEST(Observer, SinglePassesCallItToo) {
-  const CGTuning tuning;
+TEST_F(Observer, SinglePassesCallItToo) {
   strict(1e-16);
   diagonal = {1, 2, 3, 4, 5, 6, 7, 8};
   setStagnation(8, 10.0);
@@ -292,8 +287,7 @@ TEST(Observer, SinglePassesCallItToo) {
   EXPECT_EQ(cg_stopped, 1);
 }
 
-TEST(Observer, ASolveWithNothingToDoIsNotStopped) {
-  const CGTuning tuning;
+TEST_F(Observer, ASolveWithNothingToDoIsNotStopped) {
   SparseMatrix A = springs();
   for (const Entry& entry : entries()) {
     cg_stopped = 1;

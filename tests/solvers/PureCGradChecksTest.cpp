@@ -12,6 +12,9 @@
 
 namespace {
 
+using MCGrad = RestoredTuning;
+using PureCGrad = RestoredTuning;
+
 using Elements = std::vector<double>;
 
 static_assert(sizeof(Preconditioner) == sizeof(void*), "nothing but the table");
@@ -47,8 +50,7 @@ TEST(Preconditioner, SolveIsItsFirstVirtualOperation) {
 
 // M = diag(1, 4), b = (1, 2), x = 0. By M itself: z = (1, 0.5), rz = 2, q = (1, 2), pq = 2, alpha = 1 and x =
 // (1, 0.5). If r replaced z anywhere, it would take two iterations.
-TEST(PureCGrad, ExactPreconditionerSolvesInOneStep) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, ExactPreconditionerSolvesInOneStep) {
   diagonal = {1, 4};
   Scaling exact({1, 4});
   OnePass run({0, 0}, {1, 2});
@@ -64,8 +66,7 @@ TEST(PureCGrad, ExactPreconditionerSolvesInOneStep) {
 // P = diag(1, 2) for M = diag(1, 4), b = (2, 2): z = (2, 1), rz = 6, q = (2, 4), pq = 8, alpha = 0.75, r =
 // (0.5, -1); then z = (0.5, -0.5), rz = 0.75, beta = 0.75 / 6 and p = (0.75, -0.375). The plain ratios, 1.25
 // / 8 for beta and 8 / 8 for alpha, lead elsewhere.
-TEST(PureCGrad, PreconditionedStepsTakeTheirRatiosFromZ) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, PreconditionedStepsTakeTheirRatiosFromZ) {
   cg_tol = -1.0;
   diagonal = {1, 4};
   Scaling halved({1, 2});
@@ -80,8 +81,7 @@ TEST(PureCGrad, PreconditionedStepsTakeTheirRatiosFromZ) {
   EXPECT_TRUE(tolerance::close(two.x[1], 0.5, 1e-15));
 }
 
-TEST(PureCGrad, StartAtTheToleranceIsNotSolved) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, StartAtTheToleranceIsNotSolved) {
   diagonal = {2};
   cg_tol = 0.25;
   OnePass at({1}, {2.5});
@@ -95,8 +95,7 @@ TEST(PureCGrad, StartAtTheToleranceIsNotSolved) {
 }
 
 // p = 2 and q = 4: curvature 8.
-TEST(PureCGrad, CurvatureAtEpsilonIsNotSingular) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, CurvatureAtEpsilonIsNotSingular) {
   diagonal = {2};
   cg_epsilon = 8.0;
   OnePass at({0}, {2});
@@ -110,8 +109,7 @@ TEST(PureCGrad, CurvatureAtEpsilonIsNotSingular) {
 }
 
 // r = (4, 0), q = (2, 2): curvature 8, alpha 2, r = (0, -4), of the same square.
-TEST(PureCGrad, EqualSquareIsNoImprovement) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, EqualSquareIsNoImprovement) {
   setStagnation(1, 0.0);
   const CapturedOutput captured;
   cg_verbosity = 1;
@@ -123,8 +121,7 @@ TEST(PureCGrad, EqualSquareIsNoImprovement) {
             "  no improvement from iter 0 to iter 1, giving up\n");
 }
 
-TEST(PureCGrad, EqualSquareAtTheLimitKeepsTheIterate) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, EqualSquareAtTheLimitKeepsTheIterate) {
   setStagnation(1, 5.0);
   const CapturedOutput captured;
   cg_verbosity = 1;
@@ -136,8 +133,7 @@ TEST(PureCGrad, EqualSquareAtTheLimitKeepsTheIterate) {
   EXPECT_EQ(captured.out(), "");
 }
 
-TEST(PureCGrad, SolutionIsAcceptedBeforeAReset) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, SolutionIsAcceptedBeforeAReset) {
   cg_reset_resid = 1;
   diagonal = {2};
   OnePass run({0}, {4});
@@ -148,8 +144,7 @@ TEST(PureCGrad, SolutionIsAcceptedBeforeAReset) {
 }
 
 // By the recurrence r is 0, recomputed it is 2, and the reset that follows finds 3.
-TEST(PureCGrad, FalseSolutionIsReportedBeforeTheReset) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, FalseSolutionIsReportedBeforeTheReset) {
   setStagnation(1, 5.0);
   cg_reset_resid = 1;
   const CapturedOutput captured;
@@ -167,8 +162,7 @@ TEST(PureCGrad, FalseSolutionIsReportedBeforeTheReset) {
 
 // The check for a solution precedes the reset, so a residual that the reset finds small is accepted only in
 // the next iteration: q = (1, 1) makes r (0, -4), and recomputed it is (0, 0.25).
-TEST(PureCGrad, ResetBelowTheToleranceIsNotAcceptedAtOnce) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, ResetBelowTheToleranceIsNotAcceptedAtOnce) {
   setStagnation(1, 5.0);
   cg_reset_resid = 1;
   OnePass run({0, 0}, {4, 0});
@@ -181,8 +175,7 @@ TEST(PureCGrad, ResetBelowTheToleranceIsNotAcceptedAtOnce) {
 
 // M = diag(1, 3), b = (3, 3), one step a pass: x = (1.5, 1.5), then (2.25, 0.75). Mixing b into x between the
 // passes would change the result.
-TEST(MCGrad, PassThatImprovedIsFollowedFromWhereItEnded) {
-  const CGTuning tuning;
+TEST_F(MCGrad, PassThatImprovedIsFollowedFromWhereItEnded) {
   const CapturedOutput captured;
   cg_maxIters = 1;
   cg_maxRestarts = 2;
@@ -205,8 +198,7 @@ void neverBetter(SpMat*, const Vector* in, Vector* out) {
   *out = toVector({in->data[0] + 2.0 * in->data[1], 2.0 * in->data[0] + in->data[1]});
 }
 
-TEST(MCGrad, LimitsGoByTheLargerSide) {
-  const CGTuning tuning;
+TEST_F(MCGrad, LimitsGoByTheLargerSide) {
   const CapturedOutput captured;
   cg_maxRestarts = 1;
   for (const bool wide : {false, true}) {
@@ -232,8 +224,7 @@ TEST(MCGrad, LimitsGoByTheLargerSide) {
   }
 }
 
-TEST(MCGrad, HugeMultiplierMeansNoLimit) {
-  const CGTuning tuning;
+TEST_F(MCGrad, HugeMultiplierMeansNoLimit) {
   cg_maxIters = INT_MAX;
   FullMatrix A = toDense(2, 2, {2, 0, 0, 2});
   Vector x(2), b = toVector({2, 4});

@@ -10,6 +10,8 @@
 
 namespace {
 
+using PureCGrad = RestoredTuning;
+
 TEST(CGStatus, TextsOfAllCodes) {
   const char* const texts[] = {"Solved",
                                "Too Many Iters",
@@ -60,7 +62,7 @@ TEST(Preconditioner, BaseIsTheIdentityAndGrowsItsOutput) {
   EXPECT_EQ(longer.count, 6);
 }
 
-TEST(PureCGrad, SolvedStartLeavesIterationsUntouched) {
+TEST_F(PureCGrad, SolvedStartLeavesIterationsUntouched) {
   OnePass run({1}, {2.3});
   diagonal = {2};
   run.solve(diagonalMult, 10);
@@ -72,8 +74,7 @@ TEST(PureCGrad, SolvedStartLeavesIterationsUntouched) {
   EXPECT_EQ(run.best.count, 0);
 }
 
-TEST(PureCGrad, TracesWithSwappedLabelsAndPlusSignAtTheStart) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, TracesWithSwappedLabelsAndPlusSignAtTheStart) {
   const CapturedOutput captured;
   const Trace trace;
   cg_verbosity = 2;
@@ -90,8 +91,7 @@ TEST(PureCGrad, TracesWithSwappedLabelsAndPlusSignAtTheStart) {
             "    cg:iter (  1) - obj (-4) rsq(0) lastR(4) alpha(0.5) beta(0) nextBeta(0)\n");
 }
 
-TEST(PureCGrad, TraceCarriesBetaFromTheSecondIteration) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, TraceCarriesBetaFromTheSecondIteration) {
   const Trace trace;
   cg_tol = -1.0;
   diagonal = {1, 3};
@@ -106,8 +106,7 @@ TEST(PureCGrad, TraceCarriesBetaFromTheSecondIteration) {
   EXPECT_NE(text.find("lastR(4.5) alpha(0.666667) beta(0.25)"), std::string::npos) << text;
 }
 
-TEST(PureCGrad, NextBetaOfAPreconditionedTraceIsAlwaysOne) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, NextBetaOfAPreconditionedTraceIsAlwaysOne) {
   const Trace trace;
   cg_tol = -1.0;
   diagonal = {1, 3};
@@ -119,10 +118,9 @@ TEST(PureCGrad, NextBetaOfAPreconditionedTraceIsAlwaysOne) {
             "    cg:iter (  1) - obj (-4.5) rsq(4.5) lastR(18) alpha(0.5) beta(0) nextBeta(1)\n");
 }
 
-TEST(PureCGrad, TraceFileHasAPointInAnyLocale) {
+TEST_F(PureCGrad, TraceFileHasAPointInAnyLocale) {
   const CommaLocale comma;
   if (!comma.active()) GTEST_SKIP() << "cannot make a locale here";
-  const CGTuning tuning;
   const Trace trace;
   diagonal = {2};
   OnePass run({1}, {4});
@@ -130,7 +128,7 @@ TEST(PureCGrad, TraceFileHasAPointInAnyLocale) {
   EXPECT_NE(trace.text().find("alpha(0.5)"), std::string::npos);
 }
 
-TEST(PureCGrad, LimitOfOneIterationSkipsTheLoop) {
+TEST_F(PureCGrad, LimitOfOneIterationSkipsTheLoop) {
   for (const int limit : {1, 0, -5}) {
     OnePass run({1}, {4});
     diagonal = {2};
@@ -143,7 +141,7 @@ TEST(PureCGrad, LimitOfOneIterationSkipsTheLoop) {
   }
 }
 
-TEST(PureCGrad, VanishingCurvatureIsSingularAndKeepsTheIterate) {
+TEST_F(PureCGrad, VanishingCurvatureIsSingularAndKeepsTheIterate) {
   OnePass run({1}, {4});
   diagonal = {0};
   run.solve(diagonalMult, 10);
@@ -152,7 +150,7 @@ TEST(PureCGrad, VanishingCurvatureIsSingularAndKeepsTheIterate) {
   EXPECT_EQ(run.rsq, 16.0);
 }
 
-TEST(PureCGrad, NegativeCurvatureIsJudgedByMagnitude) {
+TEST_F(PureCGrad, NegativeCurvatureIsJudgedByMagnitude) {
   OnePass run({0}, {4});
   diagonal = {-2};
   run.solve(diagonalMult, 10);
@@ -161,8 +159,7 @@ TEST(PureCGrad, NegativeCurvatureIsJudgedByMagnitude) {
 }
 
 // r = 4; q = 4 makes alpha 1 and r 0: solved by the recurrence. Recomputed it is b - 2 = 2.
-TEST(PureCGrad, FalseSolutionIsReportedAndGoesOn) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, FalseSolutionIsReportedAndGoesOn) {
   setStagnation(1, 5.0);
   const CapturedOutput captured;
   const Trace trace;
@@ -179,8 +176,7 @@ TEST(PureCGrad, FalseSolutionIsReportedAndGoesOn) {
             std::string::npos);
 }
 
-TEST(PureCGrad, ResetTracesADifferenceThatIsAlwaysZero) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, ResetTracesADifferenceThatIsAlwaysZero) {
   setStagnation(1, 5.0);
   for (const int every : {1, 2, 0}) {
     const CapturedOutput captured;
@@ -201,8 +197,7 @@ TEST(PureCGrad, ResetTracesADifferenceThatIsAlwaysZero) {
 // r = (4, 0); q = (1, 10): curvature 4, alpha 4, x = (16, 0), r = (0, -40).
 const std::vector<std::vector<double>> worseStep = {{0, 0}, {1, 10}};
 
-TEST(PureCGrad, StagnationGoesBackToTheBestIterate) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, StagnationGoesBackToTheBestIterate) {
   setStagnation(1, 0.0);
   const CapturedOutput captured;
   cg_verbosity = 1;
@@ -218,8 +213,7 @@ TEST(PureCGrad, StagnationGoesBackToTheBestIterate) {
             "  no improvement from iter 0 to iter 1, giving up\n");
 }
 
-TEST(PureCGrad, StagnationIsTracedFurtherIn) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, StagnationIsTracedFurtherIn) {
   setStagnation(1, 0.0);
   const CapturedOutput captured;
   const Trace trace;
@@ -232,8 +226,7 @@ TEST(PureCGrad, StagnationIsTracedFurtherIn) {
   EXPECT_EQ(captured.out(), "");
 }
 
-TEST(PureCGrad, StagnationWithoutABestWarnsEvenWhenSilent) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, StagnationWithoutABestWarnsEvenWhenSilent) {
   setStagnation(1, 0.0);
   const CapturedOutput captured;
   OnePass run({0, 0}, {4, 0});
@@ -244,8 +237,7 @@ TEST(PureCGrad, StagnationWithoutABestWarnsEvenWhenSilent) {
   EXPECT_EQ(captured.out(), "warning - cg not backing up to better time (0:16->1:1600)\n");
 }
 
-TEST(PureCGrad, StagnationLimitMustBeExceeded) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, StagnationLimitMustBeExceeded) {
   setStagnation(1, 1.0);
   OnePass run({0, 0}, {4, 0});
   // the second step: p = (400, -40), curvature 400, alpha 4, r = (-8, -80)
@@ -254,8 +246,7 @@ TEST(PureCGrad, StagnationLimitMustBeExceeded) {
   EXPECT_EQ(run.iter, 2);
 }
 
-TEST(PureCGrad, IterationLimitGoesBackToTheBestIterate) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, IterationLimitGoesBackToTheBestIterate) {
   setStagnation(1, 1.0);
   const CapturedOutput captured;
   const Trace trace;
@@ -270,8 +261,7 @@ TEST(PureCGrad, IterationLimitGoesBackToTheBestIterate) {
   EXPECT_NE(trace.text().find("\n    cg:backing up to better time (0:16->2:1600)\n"), std::string::npos);
 }
 
-TEST(PureCGrad, IterationLimitWithoutABestWarnsEvenWhenSilent) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, IterationLimitWithoutABestWarnsEvenWhenSilent) {
   setStagnation(1, 1.0);
   const CapturedOutput captured;
   const Trace trace;
@@ -284,8 +274,7 @@ TEST(PureCGrad, IterationLimitWithoutABestWarnsEvenWhenSilent) {
   EXPECT_NE(trace.text().find(line), std::string::npos);
 }
 
-TEST(PureCGrad, UntracedCallsUseNoSharedScratch) {
-  const CGTuning tuning;
+TEST_F(PureCGrad, UntracedCallsUseNoSharedScratch) {
   OnePass run({0, 0}, {3, 3});
   diagonal = {1, 3};
   run.solve(diagonalMult, 10);

@@ -194,4 +194,44 @@ TEST(SolveConstraints, RefusesWeightsThatDoNotFit) {
   EXPECT_EQ(SOLVE_BAD_INPUT, solveConstraints(J.matrix(), nullptr, nullptr, c, nullptr).status);
 }
 
+TEST(SolveConstraints, RefusesWhatDoesNotFit) {
+  Entries J(2, 3);
+  J.add(0, 0, 1.0);
+  J.add(1, 2, 1.0);
+  const Vector c(2), longer(3);
+  SolveOptions bad;
+  bad.relative = -1.0;
+  Vector x, two(2), three(3);
+  two[0] = 5.0;
+  EXPECT_EQ(SOLVE_BAD_INPUT, solveConstraints(J.matrix(), nullptr, nullptr, c, &two, bad).status);
+  EXPECT_EQ(5.0, two[0]);
+  EXPECT_EQ(SOLVE_BAD_INPUT, solveConstraints(J.matrix(), nullptr, nullptr, longer, &x).status);
+  EXPECT_EQ(SOLVE_BAD_INPUT, solveConstraints(J.matrix(), nullptr, nullptr, c, &three).status);
+  class Derived : public HSpMat {
+   public:
+    using HSpMat::HSpMat;
+  } derived(2);
+  EXPECT_STREQ("The Jacobian is of a class of the caller's, whose rows may not be what it is.",
+               solveConstraints(derived, nullptr, nullptr, c, &x).message);
+  const HSpMat none(0);
+  const Vector empty;
+  EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(none, &empty, &empty, empty, &x).status);
+  EXPECT_EQ(0, x.count);
+}
+
+// A damping far above the scale of J V^-1 J^T sets the scale of the system, with and without masses.
+TEST(SolveConstraints, SolvesLargeDamping) {
+  Entries J(2, 2);
+  J.add(0, 0, 1.0);
+  J.add(0, 1, 0.0);
+  J.add(1, 1, 2.0);
+  const Vector damp = vectorOf({1e20, 3e20}), mass = vectorOf({1e-3, 1e3}), c = vectorOf({2e20, 3e20});
+  for (const Vector* const m : {static_cast<const Vector*>(nullptr), &mass}) {
+    Vector x;
+    EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(J.matrix(), m, &damp, c, &x).status);
+    EXPECT_NEAR(2.0, x[0], 1e-12);
+    EXPECT_NEAR(1.0, x[1], 1e-12);
+  }
+}
+
 }  // namespace

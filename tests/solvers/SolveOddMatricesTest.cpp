@@ -11,18 +11,6 @@
 
 namespace {
 
-using Solve = SolveReport (*)(const SpMat&, const Vector&, Vector*, const SolveOptions&);
-// Least squares come first. A function of a DLL may have two addresses, so no pointer is compared with it.
-const Solve everyKind[] = {solveLeastSquares, solvePositiveDefinite, solveSquare};
-const Solve square[] = {solvePositiveDefinite, solveSquare};
-
-Vector vectorOf(std::initializer_list<double> values) {
-  Vector v(static_cast<int>(values.size()));
-  int i = 0;
-  for (const double value : values) v[i++] = value;
-  return v;
-}
-
 FullMatrix denseOf(std::initializer_list<std::initializer_list<double>> rows) {
   FullMatrix m(static_cast<int>(rows.size()), static_cast<int>(rows.begin()->size()));
   int i = 0;
@@ -358,46 +346,6 @@ TEST(SolveOddMatrices, AGradedCubeIsSolvedWithoutItsFactor) {
   const SolveReport report = solvePositiveDefinite(A.matrix(), b, &x);
   EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
   EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1.001e-10);
-}
-
-TEST(SolveOddMatrices, ConstraintsRefuseWhatDoesNotFit) {
-  Entries J(2, 3);
-  J.add(0, 0, 1.0);
-  J.add(1, 2, 1.0);
-  const Vector c(2), longer(3);
-  SolveOptions bad;
-  bad.relative = -1.0;
-  Vector x, two(2), three(3);
-  two[0] = 5.0;
-  EXPECT_EQ(SOLVE_BAD_INPUT, solveConstraints(J.matrix(), nullptr, nullptr, c, &two, bad).status);
-  EXPECT_EQ(5.0, two[0]);
-  EXPECT_EQ(SOLVE_BAD_INPUT, solveConstraints(J.matrix(), nullptr, nullptr, longer, &x).status);
-  EXPECT_EQ(SOLVE_BAD_INPUT, solveConstraints(J.matrix(), nullptr, nullptr, c, &three).status);
-  class Derived : public HSpMat {
-   public:
-    using HSpMat::HSpMat;
-  } derived(2);
-  EXPECT_STREQ("The Jacobian is of a class of the caller's, whose rows may not be what it is.",
-               solveConstraints(derived, nullptr, nullptr, c, &x).message);
-  const HSpMat none(0);
-  const Vector empty;
-  EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(none, &empty, &empty, empty, &x).status);
-  EXPECT_EQ(0, x.count);
-}
-
-// A damping far above the scale of J V^-1 J^T sets the scale of the system, with and without masses.
-TEST(SolveOddMatrices, ConstraintsOfLargeDampingAreSolved) {
-  Entries J(2, 2);
-  J.add(0, 0, 1.0);
-  J.add(0, 1, 0.0);
-  J.add(1, 1, 2.0);
-  const Vector damp = vectorOf({1e20, 3e20}), mass = vectorOf({1e-3, 1e3}), c = vectorOf({2e20, 3e20});
-  for (const Vector* const m : {static_cast<const Vector*>(nullptr), &mass}) {
-    Vector x;
-    EXPECT_EQ(SOLVE_CONVERGED, solveConstraints(J.matrix(), m, &damp, c, &x).status);
-    EXPECT_NEAR(2.0, x[0], 1e-12);
-    EXPECT_NEAR(1.0, x[1], 1e-12);
-  }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <initializer_list>
 #include <memory>
 #include <random>
 #include <vector>
@@ -121,3 +122,18 @@ inline Entries grid(int k, double convection, double shift) {
   }
   return A;
 }
+
+inline Vector vectorOf(std::initializer_list<double> values) {
+  Vector v(static_cast<int>(values.size()));
+  int i = 0;
+  for (const double value : values) v[i++] = value;
+  return v;
+}
+
+using Solve = SolveReport (*)(const SpMat&, const Vector&, Vector*, const SolveOptions&);
+/// A function of the tests, because its address is the same everywhere. The address of a function from a DLL
+/// need not be.
+inline SolveReport leastSquares(const SpMat& A, const Vector& b, Vector* x, const SolveOptions& options) {
+  return solveLeastSquares(A, b, x, options);
+}
+inline const Solve everyKind[] = {leastSquares, solvePositiveDefinite, solveSquare};

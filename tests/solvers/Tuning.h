@@ -1,9 +1,16 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <string>
 
 #include "limber/solvers/CGTuning.h"
+
+/// A test after which every tuning variable has its value back.
+class RestoredTuning : public ::testing::Test {
+  const CGTuning tuning_;
+};
 
 /// Makes both families solve to about `tol` in the squared residual.
 inline void strict(double tol) {
