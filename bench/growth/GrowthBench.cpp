@@ -171,13 +171,13 @@ Cost bandOf(int n, bool factored) {
 
 Cost editOf(int frames) {
   const auto start = swaying::clipOf(frames);
-  const auto wishes = swaying::wishesFor(start);
+  const auto targets = swaying::constraintsFor(start);
   double least = HUGE_VAL;
   for (int repeat = 0; repeat < (frames < 5000 ? 3 : 1); ++repeat) {
     auto clip = start;
     const double begin = processorTime();
     limber::motion::Edit edit(clip);
-    edit.add(wishes);
+    edit.add(targets);
     edit.solve();
     least = std::min(least, processorTime() - begin);
   }

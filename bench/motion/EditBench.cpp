@@ -26,16 +26,16 @@ namespace {
 using Sparse = Eigen::SparseMatrix<double>;
 
 // The rows of J, from the same derivatives.
-Sparse sparseOf(const Skeleton& skeleton, const Clip& clip, const std::vector<Constraint>& wishes) {
+Sparse sparseOf(const Skeleton& skeleton, const Clip& clip, const std::vector<Constraint>& constraints) {
   std::vector<Eigen::Triplet<double>> entries;
   Pose pose;
   int row = 0;
-  for (const Constraint& wish : wishes) {
-    skeleton.pose(clip.frame(wish.frame), &pose);
-    for (const int c : skeleton.chain(wish.joint)) {
-      Pnt3 slope = skeleton.derivative(pose, wish.joint, c);
+  for (const Constraint& constraint : constraints) {
+    skeleton.pose(clip.frame(constraint.frame), &pose);
+    for (const int c : skeleton.chain(constraint.joint)) {
+      Pnt3 slope = skeleton.derivative(pose, constraint.joint, c);
       for (int axis = 0; axis < 3; ++axis) {
-        entries.emplace_back(row + axis, wish.frame * clip.channels + c, slope.v()[axis]);
+        entries.emplace_back(row + axis, constraint.frame * clip.channels + c, slope.v()[axis]);
       }
     }
     row += 3;
@@ -63,7 +63,7 @@ Sparse sparseOf(const Smoothness& measure) {
 void step(benchmark::State& state) {
   const Clip clip = swaying::clipOf(1000);
   const Skeleton skeleton(clip);
-  const std::vector<Constraint> wishes = swaying::wishesFor(clip);
+  const std::vector<Constraint> constraints = swaying::constraintsFor(clip);
   // As the edit does: only channels that move a held joint. The peer's ordering finds the others itself.
   std::vector<int> channels;
   for (int c = 0; c < clip.channels; ++c) {
@@ -71,7 +71,7 @@ void step(benchmark::State& state) {
       const std::vector<int>& chain = skeleton.chain(w.joint);
       return std::find(chain.begin(), chain.end(), c) != chain.end();
     };
-    if (std::any_of(wishes.begin(), wishes.begin() + 4, moves)) channels.push_back(c);
+    if (std::any_of(constraints.begin(), constraints.begin() + 4, moves)) channels.push_back(c);
   }
   const std::vector<double> masses = channelMasses(clip, skeleton, jointStiffness(clip, skeleton));
   std::vector<double> picked;
@@ -82,7 +82,7 @@ void step(benchmark::State& state) {
   const Curves curves(clip.frames, 0);
   Holds holds(skeleton, curves, channels);
   std::vector<Hold> list;
-  for (const Constraint& w : wishes) list.push_back({w.frame, w.joint, w.target, weight, false, false});
+  for (const Constraint& w : constraints) list.push_back({w.frame, w.joint, w.target, weight, false, false});
   const Vector none(measure.height());
   Vector step(0);
   const auto ours = [&] {
@@ -95,7 +95,7 @@ void step(benchmark::State& state) {
   Eigen::SimplicialLDLT<Sparse> solver;
   Eigen::VectorXd theirStep;
   const auto theirs = [&] {
-    const Sparse jacobian = sparseOf(skeleton, clip, wishes);
+    const Sparse jacobian = sparseOf(skeleton, clip, constraints);
     const Sparse normal = size + Sparse(weight * Sparse(jacobian.transpose()) * jacobian);
     solver.compute(normal);
     const Eigen::Map<const Eigen::VectorXd> misses(holds.misses().data, holds.misses().size());
@@ -125,12 +125,12 @@ BENCHMARK(step)->Arg(1)->Arg(0)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 void edit(benchmark::State& state) {
   const Clip start = swaying::clipOf(static_cast<int>(state.range(0)));
-  const std::vector<Constraint> wishes = swaying::wishesFor(start);
+  const std::vector<Constraint> constraints = swaying::constraintsFor(start);
   Report report;
   for (auto _ : state) {
     Clip clip = start;
     Edit edit(clip);
-    edit.add(wishes);
+    edit.add(constraints);
     report = edit.solve();
   }
   rusage usage = {};

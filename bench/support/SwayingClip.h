@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// A motion of any length and wishes for it.
+/// A motion of any length and constraints for it.
 
 #include <cmath>
 #include <string>
@@ -45,20 +45,20 @@ inline Clip clipOf(int frames) {
 }
 
 /// Four ends of the skeleton in each frame, a hundredth of the height from where they are: 12 rows.
-inline std::vector<Constraint> wishesFor(const Clip& clip) {
+inline std::vector<Constraint> constraintsFor(const Clip& clip) {
   const Skeleton skeleton(clip);
-  std::vector<Constraint> wishes;
+  std::vector<Constraint> constraints;
   for (int f = 0; f < clip.frames; ++f) {
     int found = 0;
     for (int j = 0; j < skeleton.joints() && found < 4; ++j) {
       if (!clip.joints[static_cast<std::size_t>(j)].endSite) continue;
       const Pnt3 shift(std::sin(0.05 * f + j), 1.0, std::cos(0.03 * f - j));
-      wishes.push_back({f, j, skeleton.position(j, clip.frame(f)) + shift, 1.0});
+      constraints.push_back({f, j, skeleton.position(j, clip.frame(f)) + shift, 1.0});
       ++found;
     }
   }
-  sortByFrame(&wishes);
-  return wishes;
+  sortByFrame(&constraints);
+  return constraints;
 }
 
 }  // namespace swaying

@@ -107,10 +107,10 @@ void listPlants(const Clip& clip, const Contacts& contacts, double height) {
 
 // The constraints: the targets of the script, and the contacts if there is no script or if it has the line
 // "plants".
-struct Wishes {
+struct Requests {
   Contacts plants;
   std::vector<Constraint> targets;
-  bool planted = true;  // the contacts that were found are wanted
+  bool planted = true;  // the contacts that were found are held
 
   std::vector<Constraint> all() const {
     std::vector<Constraint> both = constraintsOf(plants);
@@ -120,21 +120,21 @@ struct Wishes {
   }
 };
 
-Wishes wishesOf(const Options& options, const Clip& clip, const Contacts& found) {
-  Wishes wishes = {found, {}, true};
-  if (options.script.empty()) return wishes;
+Requests requestsOf(const Options& options, const Clip& clip, const Contacts& found) {
+  Requests requests = {found, {}, true};
+  if (options.script.empty()) return requests;
   const Script script = readScript(options.script, options.path(), clip);
   if (script.constraints.empty() && !script.plants) {
     throw InputError(options.script + ": no constraints in the script");
   }
-  wishes.targets = script.constraints;
-  wishes.planted = script.plants;
+  requests.targets = script.constraints;
+  requests.planted = script.plants;
   if (script.plants) {
-    wishes.plants = contactsBeside(found, wishes.targets);
+    requests.plants = contactsBeside(found, requests.targets);
   } else {
-    wishes.plants.list.clear();
+    requests.plants.list.clear();
   }
-  return wishes;
+  return requests;
 }
 
 int statusOf(const Report& report) { return report.met ? Met : report.impossible ? BadInput : NotMet; }
@@ -160,17 +160,17 @@ int run(const Options& options) {
     return found.list.empty() ? BadInput : Met;
   }
 
-  const Wishes wishes = wishesOf(options, clip, found);
-  if (wishes.planted || !options.plantScript.empty()) printNote(found);
-  const std::vector<Constraint> all = wishes.all();
-  std::printf("%zu contacts of %zu joints, %zu targets in %zu frames of joints\n", wishes.plants.list.size(),
-              found.feet.size(), wishes.targets.size(), all.size());
+  const Requests requests = requestsOf(options, clip, found);
+  if (requests.planted || !options.plantScript.empty()) printNote(found);
+  const std::vector<Constraint> all = requests.all();
+  std::printf("%zu contacts of %zu joints, %zu targets in %zu frames of joints\n",
+              requests.plants.list.size(), found.feet.size(), requests.targets.size(), all.size());
   Progress progress;
   EditOptions how = options.edit;
   how.observer = [&](const EditStep& step) { return progress.goesOn(step); };
   Edit edit(clip, how);
-  edit.plant(wishes.plants);
-  edit.add(wishes.targets);
+  edit.plant(requests.plants);
+  edit.add(requests.targets);
   const Report report = edit.solve();
   if (QuietAllocations::failed()) throw std::bad_alloc();
   if (!all.empty()) std::fputs(textOf(report).c_str(), stdout);

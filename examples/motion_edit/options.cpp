@@ -42,21 +42,22 @@ says so.
                        OUTPUT-preconditioners.ai
   --version            prints the version
 
-A script holds one wish a line, '#' begins a comment, frames count from 1:
+A script has one constraint per line. '#' begins a comment. Frames count from 1:
   FRAMES JOINT X Y Z [WEIGHT] [ease IN [OUT]]
-                       the joint shall be at (X, Y, Z) in FRAMES, which is 12 or 10-25
+                       the joint must be at (X, Y, Z) in FRAMES, which is 12 or 10-25
   hold FRAMES JOINT [at FRAME] [WEIGHT] [ease IN [OUT]]
-                       it stays where the clip has it in FRAME (the first of FRAMES)
-  plants               the feet are held where they stand, too
-A weight below 1 pulls only. With ease it rises over IN frames and falls over OUT.
+                       the joint stays where the clip has it in FRAME (the first of FRAMES)
+  plants               the feet are also held where they stand
+A weight below 1 only pulls. With ease, the weight rises over IN frames and falls over OUT.
 
 Exit status:
   0  met: every joint is within the goal of its target in every frame
-  1  input that cannot be used, output that cannot be written, or wishes that no motion can meet: no
-     feet found, targets that contradict each other or are out of reach, feet held in every frame
+  1  input that cannot be used, output that cannot be written, or constraints that no motion can
+     meet: no feet found, targets that contradict each other or are out of reach, feet held in every
+     frame
   2  the goal was not met: the steps, the largest turn or a smooth motion stood in the way
   3  not enough memory
-The best motion that was found is written with 2, and with 1 where only the wishes cannot be met.
+With 2 the best motion that was found is written; with 1 only if the constraints cannot be met.
 )";
 
 class ArgumentReader {

@@ -89,10 +89,10 @@ int record(int, double rsq, void* data) {
 }
 
 // The channels that move a constrained joint, in ascending order.
-std::vector<int> channelsOf(const Skeleton& skeleton, const std::vector<Constraint>& wishes) {
+std::vector<int> channelsOf(const Skeleton& skeleton, const std::vector<Constraint>& constraints) {
   std::vector<int> channels;
-  for (const Constraint& wish : wishes) {
-    const std::vector<int>& chain = skeleton.chain(wish.joint);
+  for (const Constraint& constraint : constraints) {
+    const std::vector<int>& chain = skeleton.chain(constraint.joint);
     channels.insert(channels.end(), chain.begin(), chain.end());
   }
   std::sort(channels.begin(), channels.end());
@@ -136,12 +136,13 @@ Convergence converge(const char* name, DualSystem& system, Vector misses, Make m
 
 }  // namespace
 
-std::vector<Convergence> comparePreconditioners(const Clip& original, const std::vector<Constraint>& wishes,
+std::vector<Convergence> comparePreconditioners(const Clip& original,
+                                                const std::vector<Constraint>& constraints,
                                                 const EditOptions& options) {
   Clip clip = original;
   unwrapAngles(&clip);
   const Skeleton skeleton(clip);
-  const std::vector<int> channels = channelsOf(skeleton, wishes);
+  const std::vector<int> channels = channelsOf(skeleton, constraints);
   const std::vector<double> all =
       channelMasses(clip, skeleton, jointStiffness(clip, skeleton, options.stiffness));
   std::vector<double> masses;
@@ -151,8 +152,9 @@ std::vector<Convergence> comparePreconditioners(const Clip& original, const std:
   Holds holds(skeleton, curves, channels);
   std::vector<Hold> list;
   const double weight = firmness / (skeleton.height() * skeleton.height());
-  for (const Constraint& wish : wishes) {
-    list.push_back({wish.frame, wish.joint, wish.target, weight * wish.weight * wish.weight, false, false});
+  for (const Constraint& constraint : constraints) {
+    list.push_back({constraint.frame, constraint.joint, constraint.target,
+                    weight * constraint.weight * constraint.weight, false, false});
   }
   holds.linearize(list, clip);
 

@@ -15,7 +15,7 @@ struct Convergence {
 /// Solves (J R^-1 J^T + W^-1) lambda = c, the dual system of the edit's first step, with several
 /// preconditioners: none, the diagonal, the blocks of single frames, and the factor of R + J^T W J that the
 /// edit itself computes. With the last one, one iteration is enough. R is the measure of smoothness; J, c and
-/// W are the derivatives, misses and weights of the constraints `wishes`, which are sorted by frame.
+/// W are the derivatives, misses and weights of `constraints`, which are sorted by frame.
 std::vector<Convergence> comparePreconditioners(const limber::motion::Clip& clip,
-                                                const std::vector<limber::motion::Constraint>& wishes,
+                                                const std::vector<limber::motion::Constraint>& constraints,
                                                 const limber::motion::EditOptions& options);

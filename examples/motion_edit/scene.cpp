@@ -56,11 +56,12 @@ Scene::Scene(const Clip& before, const Clip& after, const Contacts& contacts,
   findSides(rest);
   findHandsAndHead(rest);
   track(was, is, contacts.ground);
-  for (const Constraint& wish : held) {
+  for (const Constraint& constraint : held) {
     const bool foot =
-        std::find(contacts.feet.begin(), contacts.feet.end(), wish.joint) != contacts.feet.end();
-    const Pnt3 place = inView(upright(wish.target, before.up));
-    targets_.push_back({wish.frame, wish.joint, place, foot && place.y < 0.15, wish.weight >= 1.0});
+        std::find(contacts.feet.begin(), contacts.feet.end(), constraint.joint) != contacts.feet.end();
+    const Pnt3 place = inView(upright(constraint.target, before.up));
+    targets_.push_back(
+        {constraint.frame, constraint.joint, place, foot && place.y < 0.15, constraint.weight >= 1.0});
   }
 }
 

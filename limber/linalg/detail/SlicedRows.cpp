@@ -283,12 +283,14 @@ void SlicedRows::multiplyBlock(int b, const double* x, double* y) const {
 void SlicedRows::addBlock(int b, const double* x, double* y) const {
   for (int i = b * block; i < end(b); ++i) {
     const double s = x[i];
-    if (isTiny(s)) continue;
-    const Entries row = entriesOf(i);
-    if (row.step == slice) {
-      addRow<slice>(row.index, row.value, row.length, s, y);
+    const Place place = place_[i];
+    if (isTiny(s) || place.length == 0) continue;
+    const int* const index = indices_.get() + start_[b] + place.start;
+    const double* const value = values_.get() + start_[b] + place.start;
+    if (place.step == slice) {
+      addRow<slice>(index, value, place.length, s, y);
     } else {
-      addRow<1>(row.index, row.value, row.length, s, y);
+      addRow<1>(index, value, place.length, s, y);
     }
   }
 }
