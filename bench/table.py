@@ -143,7 +143,10 @@ def page_of(results, works):
             lines += [f"## {room}", "",
                       f"{context['date'][:16]}, {context['num_cpus']} processors, load at the start {load}.{shared}", "",
                       "| work | Limber | peer | its time | ratio |", "|---|---|---|---|---|"]
-            lines += table_of(room, report, works) + [""]
+            rows = table_of(room, report, works)
+            if not rows:
+                sys.exit(f"{path}: works.txt names none of its benchmarks")
+            lines += rows + [""]
     return "\n".join(lines)
 
 

@@ -33,24 +33,16 @@ set_tests_properties(Project.ServesAsStaticLibraryInAbsoluteDirectories PROPERTI
 add_test(NAME Project.CompilesForWindows COMMAND Python3::Interpreter ${here}/windows.py ${PROJECT_SOURCE_DIR})
 set_tests_properties(Project.CompilesForWindows PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 900)
 
-set(readme_flags)
+# The programs of the README and of the guide do what their pages say, and the reference tables agree with the code.
+set(guide_flags)
 if(LIMBER_SANITIZE)
-  set(readme_flags -fsanitize=address,undefined)
+  set(guide_flags -- -fsanitize=address,undefined)
 endif()
-add_test(NAME Project.ProgramOfTheReadmeDoesWhatItSays
-         COMMAND Python3::Interpreter ${here}/readme.py ${CMAKE_CXX_COMPILER} ${PROJECT_SOURCE_DIR} $<TARGET_FILE:limber>
-                 ${readme_flags})
-
-# The programs of the guide do what it says, and its reference tables agree with the code.
+set(check_pages Python3::Interpreter ${here}/guide.py ${CMAKE_CXX_COMPILER} ${PROJECT_SOURCE_DIR} $<TARGET_FILE:limber>)
+add_test(NAME Project.ProgramOfTheReadmeDoesWhatItSays COMMAND ${check_pages} README.md ${guide_flags})
 file(GLOB chapters RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/guide/*.md)
 list(FILTER chapters INCLUDE REGEX "(first-solve|constraints|your-matrix|your-preconditioner|rotations|pendulum|read-and-draw)")
-set(guide_flags)
-if(readme_flags)
-  set(guide_flags -- ${readme_flags})
-endif()
-add_test(NAME Project.ProgramsOfTheGuideDoWhatItSays
-         COMMAND Python3::Interpreter ${here}/guide.py ${CMAKE_CXX_COMPILER} ${PROJECT_SOURCE_DIR} $<TARGET_FILE:limber>
-                 ${chapters} ${guide_flags})
+add_test(NAME Project.ProgramsOfTheGuideDoWhatItSays COMMAND ${check_pages} ${chapters} ${guide_flags})
 set_tests_properties(Project.ProgramsOfTheGuideDoWhatItSays PROPERTIES TIMEOUT 600)
 add_test(NAME Project.ReferencePagesAgreeWithTheCode COMMAND Python3::Interpreter ${here}/reference_pages.py ${PROJECT_SOURCE_DIR})
 add_test(NAME Project.FiguresOfTheReadmeAreThoseOfTheirPage

@@ -211,7 +211,7 @@ TEST(SolveConstraints, RefusesWhatDoesNotFit) {
    public:
     using HSpMat::HSpMat;
   } derived(2);
-  EXPECT_STREQ("The Jacobian is of a class of the caller's, whose rows may not be what it is.",
+  EXPECT_STREQ("The Jacobian's class is derived from HSpMat, so its rows may not say what it is.",
                solveConstraints(derived, nullptr, nullptr, c, &x).message);
   const HSpMat none(0);
   const Vector empty;

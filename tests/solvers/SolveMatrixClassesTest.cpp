@@ -1,4 +1,4 @@
-// The front door with structured matrices and with classes of the caller's.
+// The front door with structured matrices and with matrix classes that the caller wrote.
 #include <gtest/gtest.h>
 
 #include "limber/solvers/Solve.h"
