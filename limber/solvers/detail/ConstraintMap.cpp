@@ -105,9 +105,7 @@ Doubles ConstraintMap::diagonal() const {
 SparseRows ConstraintMap::matrix() const {
   const SparseRows columns = rows.transposed();
   const int n = rows.height;
-  SparseRows result;
-  result.height = result.width = n;
-  result.start.push(0);
+  SparseRows result(n, n);
   Doubles sum(n);
   Ints seen(n, -1), met;
   for (int i = 0; i < n; ++i) {
@@ -129,11 +127,8 @@ SparseRows ConstraintMap::matrix() const {
       }
     }
     std::sort(met.begin(), met.end());
-    for (const int other : met) {
-      result.index.push(other);
-      result.value.push(sum[other]);
-    }
-    result.start.push(result.index.size());
+    for (const int other : met) result.append(other, sum[other]);
+    result.endRow();
   }
   return result;
 }
@@ -146,9 +141,8 @@ SparseRows ConstraintMap::root() const {
   }
   for (int i = 0; i < damp.size(); ++i) {
     if (!(damp[i] > 0.0)) continue;
-    result.index.push(i);
-    result.value.push(std::sqrt(damp[i]));
-    result.start.push(result.index.size());
+    result.append(i, std::sqrt(damp[i]));
+    result.endRow();
     ++result.height;
   }
   return result;

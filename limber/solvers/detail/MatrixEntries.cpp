@@ -28,26 +28,9 @@ const FullMatrix* dense(const SpMat& A) {
 
 int entriesOf(const SpVec* row) { return row ? std::max(row->numEntries, 0) : 0; }
 
-// Writes a matrix row by row.
-class Writer {
- public:
-  Writer(SparseRows* out, const Extent& extent) : out_(*out) {
-    out_ = SparseRows();
-    out_.height = extent.height;
-    out_.width = extent.width;
-    out_.start.reserve(extent.height + 1);
-    out_.start.push(0);
-  }
-  void entry(int j, double value) {
-    if (value == 0.0) return;
-    out_.index.push(j);
-    out_.value.push(value);
-  }
-  void endRow() { out_.start.push(out_.index.size()); }
-
- private:
-  SparseRows& out_;
-};
+void appendNonZero(SparseRows* out, int j, double value) {
+  if (value != 0.0) out->append(j, value);
+}
 
 // Copies rows and finds their extent: row i has lengthOf(i) entries, which copyRow(i, indices, values)
 // copies. The indices are examined in the copy, because the rows may be anywhere in memory.
@@ -105,33 +88,33 @@ Extent copySliced(const SlicedMatrix& A, SparseRows* out) {
 }
 
 void copyDense(const FullMatrix& A, const Extent& extent, SparseRows* out) {
-  Writer writer(out, extent);
+  *out = SparseRows(extent.height, extent.width);
   for (int i = 0; i < extent.height; ++i) {
-    for (int j = 0; j < extent.width; ++j) writer.entry(j, A.e(i, j));
-    writer.endRow();
+    for (int j = 0; j < extent.width; ++j) appendNonZero(out, j, A.e(i, j));
+    out->endRow();
   }
 }
 
 // Copies the band as mult sees it: places that were never allocated are zeros.
 void copyBand(const BandedMatrix& A, const Extent& extent, SparseRows* out) {
-  Writer writer(out, extent);
+  *out = SparseRows(extent.height, extent.width);
   const long long bw = A.bw;
   const long long places = std::clamp<long long>(2 * bw, 0, std::max(A.maxWidth, 0));
   for (int i = 0; i < extent.height; ++i) {
     const double* const row = A.data && i < A.maxRows ? A.data[i] : nullptr;
     const long long end = std::min<long long>({i + bw, extent.width, i - bw + places});
     for (long long j = std::max<long long>(0, i - bw); row && j < end; ++j) {
-      writer.entry(static_cast<int>(j), row[bw - i + j]);
+      appendNonZero(out, static_cast<int>(j), row[bw - i + j]);
     }
-    writer.endRow();
+    out->endRow();
   }
 }
 
 void copyDiagonal(int n, const double* values, double all, const Extent& extent, SparseRows* out) {
-  Writer writer(out, extent);
+  *out = SparseRows(extent.height, extent.width);
   for (int i = 0; i < n; ++i) {
-    writer.entry(i, values ? values[i] : all);
-    writer.endRow();
+    appendNonZero(out, i, values ? values[i] : all);
+    out->endRow();
   }
 }
 
@@ -143,40 +126,23 @@ void copyBlocks(const SQPMatrix& A, const Extent& extent, SparseRows* out) {
   const int n = H.height;
   J.width = std::max(J.width, n);
   const SparseRows Jt = J.transposed();
-  *out = SparseRows();
-  out->height = extent.height;
-  out->width = extent.width;
-  out->start.push(0);
-  const auto append = [out](const SparseRows& block, int row, int shift) {
-    for (int k = block.start[row]; k < block.start[row + 1]; ++k) {
-      out->index.push(block.index[k] + shift);
-      out->value.push(block.value[k]);
-    }
-  };
-  const auto diagonal = [out](int i, double value) {
-    if (value == 0.0) return;
-    out->index.push(i);
-    out->value.push(value);
-  };
+  *out = SparseRows(extent.height, extent.width);
   for (int i = 0; i < extent.height; ++i) {
     if (i < n) {
-      append(H, i, 0);
-      diagonal(i, A.hessianShift);
-      append(Jt, i, n);
+      out->appendRow(H, i);
+      appendNonZero(out, i, A.hessianShift);
+      out->appendRow(Jt, i, n);
     } else {
-      append(J, i - n, 0);
-      diagonal(i, A.lowerDiagonal);
+      out->appendRow(J, i - n);
+      appendNonZero(out, i, A.lowerDiagonal);
     }
-    out->start.push(out->index.size());
+    out->endRow();
   }
 }
 
 void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
   constexpr int most = 50000000;  // a matrix with more entries is not sparse
-  SparseRows columns;
-  Extent turned = extent;
-  std::swap(turned.height, turned.width);
-  Writer writer(&columns, turned);
+  SparseRows columns(extent.width, extent.height);
   Vector unit(extent.width), column(extent.height);
   if (unit.count != extent.width || column.count != extent.height) throw std::bad_alloc();
   for (int j = 0; j < extent.width; ++j) {
@@ -187,8 +153,8 @@ void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
     A.mult(&unit, &column);
     unit[j] = 0.0;
     const int n = std::min(column.count, extent.height);
-    for (int i = 0; i < n; ++i) writer.entry(i, column[i]);
-    writer.endRow();
+    for (int i = 0; i < n; ++i) appendNonZero(&columns, i, column[i]);
+    columns.endRow();
     if (columns.entries() > most) throw std::bad_alloc();
   }
   *out = columns.transposed();

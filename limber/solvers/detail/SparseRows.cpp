@@ -121,21 +121,10 @@ void SparseRows::tidy() {
 }
 
 void SparseRows::scale(const int* rows, const int* columns) {
-  constexpr int moderate = 500;
-  bool fast = true;
-  for (int i = 0; rows && i < height; ++i) fast &= rows[i] >= -moderate && rows[i] <= moderate;
-  for (int j = 0; columns && j < width; ++j) fast &= columns[j] >= -moderate && columns[j] <= moderate;
-  Doubles factor(fast && columns ? width : 0, 1.0);
-  for (int j = 0; j < factor.size(); ++j) factor[j] = powerOfTwo(columns[j]);
   for (int i = 0; i < height; ++i) {
     const int row = rows ? rows[i] : 0;
-    if (fast) {
-      const double own = powerOfTwo(row);
-      for (int k = start[i]; k < start[i + 1]; ++k) value[k] *= columns ? own * factor[index[k]] : own;
-    } else {
-      for (int k = start[i]; k < start[i + 1]; ++k) {
-        value[k] = timesPowerOfTwo(value[k], row + (columns ? columns[index[k]] : 0));
-      }
+    for (int k = start[i]; k < start[i + 1]; ++k) {
+      value[k] = timesPowerOfTwo(value[k], row + (columns ? columns[index[k]] : 0));
     }
   }
 }

@@ -15,6 +15,22 @@ struct SparseRows {
   Ints index;
   Doubles value;
 
+  SparseRows() = default;
+  /// No rows yet. append() and appendRow() add entries to a row, endRow() completes it.
+  SparseRows(int rows, int columns) : height(rows), width(columns) {
+    start.reserve(rows + 1);
+    start.push(0);
+  }
+  void append(int j, double x) {
+    index.push(j);
+    value.push(x);
+  }
+  /// Appends row i of another matrix, moved to the right by `shift` columns.
+  void appendRow(const SparseRows& other, int i, int shift = 0) {
+    for (int k = other.start[i]; k < other.start[i + 1]; ++k) append(other.index[k] + shift, other.value[k]);
+  }
+  void endRow() { start.push(index.size()); }
+
   int entries() const { return index.size(); }
 
   /// y = A x, each element summed from 0.0 in ascending column order.

@@ -55,20 +55,12 @@ struct Arranged {
     }
     transversal(scaled, &units.order);
 
-    rows.height = rows.width = n;
-    rows.start.reserve(n + 1);
-    rows.index.reserve(A.entries());
-    rows.value.reserve(A.entries());
-    rows.start.push(0);
+    rows = SparseRows(n, n);
     units.rows.resize(n);
     for (int k = 0; k < n; ++k) {
-      const int i = units.order[k];
-      units.rows[k] = rowPower[i];
-      for (int e = scaled.start[i]; e < scaled.start[i + 1]; ++e) {
-        rows.index.push(scaled.index[e]);
-        rows.value.push(scaled.value[e]);
-      }
-      rows.start.push(rows.index.size());
+      units.rows[k] = rowPower[units.order[k]];
+      rows.appendRow(scaled, units.order[k]);
+      rows.endRow();
     }
     units.columns = std::move(columns);
   }

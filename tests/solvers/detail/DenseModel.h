@@ -21,17 +21,13 @@ class Dense {
 
   /// The elements that are not 0.0, by rows. With `diagonal`, zeros on the diagonal are stored too.
   limber::detail::SparseRows rows(bool diagonal = false) const {
-    limber::detail::SparseRows out;
-    out.height = height_;
-    out.width = width_;
-    out.start.push(0);
+    limber::detail::SparseRows out(height_, width_);
     for (int i = 0; i < height_; ++i) {
       for (int j = 0; j < width_; ++j) {
         if ((*this)(i, j) == 0.0 && !(diagonal && i == j)) continue;
-        out.index.push(j);
-        out.value.push((*this)(i, j));
+        out.append(j, (*this)(i, j));
       }
-      out.start.push(out.index.size());
+      out.endRow();
     }
     return out;
   }

@@ -18,33 +18,23 @@ using namespace limber::detail;
 
 namespace {
 
-SparseRows rowsOf(int height, int width) {
-  SparseRows rows;
-  rows.height = height;
-  rows.width = width;
-  rows.start.push(0);
-  return rows;
-}
-
 // All elements, pairwise different, with a large diagonal.
 SparseRows full(int height, int width) {
-  SparseRows rows = rowsOf(height, width);
+  SparseRows rows(height, width);
   for (int i = 0; i < height; ++i) {
     for (int j = 0; j < width; ++j) {
-      rows.index.push(j);
-      rows.value.push((i == j ? 50.0 : 0.0) + 1.0 / (1.0 + i + 2.0 * j));
+      rows.append(j, (i == j ? 50.0 : 0.0) + 1.0 / (1.0 + i + 2.0 * j));
     }
-    rows.start.push(rows.index.size());
+    rows.endRow();
   }
   return rows;
 }
 
 TEST(MapConsistency, TheIncompleteFactorKeepsRowsOfZerosAsTheyAre) {
-  SparseRows A = rowsOf(2, 2);
+  SparseRows A(2, 2);
   for (int i = 0; i < 2; ++i) {
-    A.index.push(i);
-    A.value.push(i == 0 ? 4.0 : 0.0);
-    A.start.push(i + 1);
+    A.append(i, i == 0 ? 4.0 : 0.0);
+    A.endRow();
   }
   IncompleteLu lu;
   ASSERT_TRUE(lu.factor(A));

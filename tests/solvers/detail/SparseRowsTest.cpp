@@ -123,20 +123,16 @@ TEST(SparseRows, TidySortsAndAddsUp) {
     Dice dice(seed);
     const int m = 1 + dice.below(6), n = 1 + dice.below(6);
     Dense sum(m, n), present(m, n);
-    SparseRows rows;
-    rows.height = m;
-    rows.width = n;
-    rows.start.push(0);
+    SparseRows rows(m, n);
     for (int i = 0; i < m; ++i) {
       for (int k = dice.below(6); k > 0; --k) {
         const int j = dice.below(n);
         const double value = dice.value();
-        rows.index.push(j);
-        rows.value.push(value);
+        rows.append(j, value);
         sum(i, j) += value;
         present(i, j) = 1.0;
       }
-      rows.start.push(rows.index.size());
+      rows.endRow();
     }
     rows.tidy();
     const SparseRows expected = present.rows();
