@@ -47,7 +47,7 @@ def shares(*runs):
 
 def measured(one, two, rounds):
     print(f"Measured with `bench/run distributed` on {processor_name()}, {os.cpu_count()} cores: conjugate gradients with the")
-    print(f"diagonal on the five-point stencil of {SIDE} x {SIDE} points, 5 entries a row. The times are the least of {rounds} runs.\n")
+    print(f"diagonal on the five-point stencil of {SIDE} x {SIDE} points, 5 entries per row. The times are the least of {rounds} runs.\n")
     row("a process", "1 process", "2 processes")
     row("---", "---", "---")
     row("rows of the matrix, MB", *(f"{run['rows'] / 1e6:.0f}" for run in (one, two)))
@@ -76,8 +76,8 @@ def computed(one, two):
     print(f"\nComputed, not measured: time = rows of a process x {work * 1e9:.1f} ns + 2 messages of {8 * SIDE} bytes to its")
     print(f"neighbours + 3 sums of log2(processes) messages each. Assumed: a message takes {LATENCY * 1e6:.0f} microseconds and its bytes at")
     print(f"{BYTES_PER_SECOND / 1e9:.0f} GB/s; a process {pace}, as in the measurement; it holds")
-    print(f"{memory:.0f} bytes a row; the work is spread evenly; caches do not help when the parts are small.\n")
-    row("processes", f"ms, {SIDE} x {SIDE} in all", "efficiency", "MB a process", f"ms, {SIDE} x {SIDE} each", "efficiency")
+    print(f"{memory:.0f} bytes per row; the work is spread evenly; caches do not help when the parts are small.\n")
+    row("processes", f"ms, {SIDE} x {SIDE} in all", "efficiency", "MB per process", f"ms, {SIDE} x {SIDE} each", "efficiency")
     row(*["---"] * 6)
     for processes in (16, 64, 256, 1024):
         messages = 2 * (LATENCY + 8 * SIDE / BYTES_PER_SECOND) + 3 * math.ceil(math.log2(processes)) * LATENCY

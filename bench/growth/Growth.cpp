@@ -32,7 +32,7 @@ double freeMemory() {
   return 1024.0 * kilobytes;
 }
 
-// Runs one measurement in a process of its own, so that each finds the memory as the first one does.
+// Runs one measurement in a new process, so that all of them find the memory in the same state.
 Cost inOwnProcess(const Work& work, int size) {
   int pipe[2];
   if (::pipe(pipe) != 0) std::abort();

@@ -28,7 +28,7 @@ says so.
   --write-constraints FILE  also writes where the feet stand as a script, to be changed and used
   --up AXIS            the axis that points up: x, y, z, -x, -y, -z or auto (auto: found from the motion)
   --smooth SECONDS     time constant of the change: larger is smoother and reaches further (0.16)
-  --knots SECONDS      between the knots of coarse curves (0: one unknown a frame)
+  --knots SECONDS      between the knots of coarse curves (0: one unknown per frame)
   --stiff NAME=VALUE   how much a joint resists being turned (5 toes and fingers, 4 root, 2 spine, 1
                        limbs); may be given for several joints
   --most-turn DEGREES  no joint angle is changed by more (60)

@@ -43,7 +43,7 @@ Options readOptions(int count, char** arguments) {
       }
       frameGiven = true;
     } else {
-      throw InputError(programName() + ": expected nothing behind the frame, found " + quoted(word.c_str()));
+      throw InputError(programName() + ": expected nothing after the frame, found " + quoted(word.c_str()));
     }
   }
   if (options.clip.empty())

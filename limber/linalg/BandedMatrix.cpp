@@ -10,6 +10,7 @@
 #include "limber/foundation/detail/Sharing.h"
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/BandRow.h"
 #include "limber/linalg/detail/CompactRows.h"
 #include "limber/linalg/detail/RowStorage.h"
 
@@ -43,13 +44,8 @@ void makeEmpty(BandedMatrix& m) {
   m.data = nullptr;
 }
 
-// The number of rows in use that are allocated. usableWidth is the number of band places that are.
+// The number of rows in use that are allocated.
 int usableRows(const BandedMatrix& m) { return m.data ? std::min(m.rows, m.maxRows) : 0; }
-
-// A half bandwidth may be any int, so places in a row are computed in 64 bits.
-int usableWidth(const BandedMatrix& m) {
-  return static_cast<int>(std::clamp<std::int64_t>(2 * std::int64_t{m.bw}, 0, std::max(m.maxWidth, 0)));
-}
 
 std::int64_t placeInRow(const BandedMatrix& m, int i, int j) { return std::int64_t{m.bw} - i + j; }
 
@@ -58,17 +54,6 @@ double* place(const BandedMatrix& m, int i, int j) {
   const std::int64_t k = placeInRow(m, i, j);
   if (i < 0 || !m.data || i >= m.maxRows || k < 0 || k >= usableWidth(m)) return nullptr;
   return m.data[i] ? m.data[i] + k : nullptr;
-}
-
-// f(j, value) for every stored place of row i inside the matrix, in ascending j.
-template <class F>
-void forRow(const BandedMatrix& m, int i, F f) {
-  const double* const row = m.data[i];
-  if (!row) return;
-  const std::int64_t bw = m.bw;
-  const std::int64_t end = std::min({i + bw, std::int64_t{m.rows}, i - bw + usableWidth(m)});
-  for (std::int64_t j = std::max<std::int64_t>(0, i - bw); j < end; ++j)
-    f(static_cast<int>(j), row[bw - i + j]);
 }
 
 class BandRows final : public RowSource {
@@ -162,7 +147,7 @@ void BandedMatrix::mult(const Vector* x, Vector* y) const {
   const int h = std::min(usableRows(*this), y->count);
   for (int i = 0; i < h; ++i) {
     double sum = 0.0;
-    forRow(*this, i, [&](int j, double value) {
+    forBandRow(*this, i, [&](int j, double value) {
       if (inStorage(*x, j)) sum += value * x->data[j];
     });
     y->data[i] = sum;
@@ -176,7 +161,7 @@ void BandedMatrix::multT(const Vector* x, Vector* y) const {
   const int h = std::min({usableRows(*this), y->count, x->capacity});
   for (int i = 0; i < h; ++i) {
     const double xi = x->data[i];
-    forRow(*this, i, [&](int j, double value) { y->data[j] += value * xi; });
+    forBandRow(*this, i, [&](int j, double value) { y->data[j] += value * xi; });
   }
 }
 

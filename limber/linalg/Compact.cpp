@@ -5,24 +5,6 @@
 
 using namespace limber::detail;
 
-namespace {
-
-class AnyMatrix final : public RowSource {
- public:
-  AnyMatrix(const SpMat& m, double diagAdd) : m_(m), width_(m.width()), diagAdd_(diagAdd) {}
-
-  void appendRow(int i, SpVec& row) const override {
-    for (int j = 0; j < width_; ++j) appendCompacted(row, i, j, m_.acc(i, j), diagAdd_);
-  }
-
- private:
-  const SpMat& m_;
-  int width_;
-  double diagAdd_;
-};
-
-}  // namespace
-
 HSpMat* naiveCompact(SpMat* m, double diagAdd, int, int reset) {
-  return compactRows(m->height(), AnyMatrix(*m, diagAdd), reset);
+  return compactRows(m->height(), ElementRows<const SpMat>(*m, diagAdd), reset);
 }

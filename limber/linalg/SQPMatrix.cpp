@@ -70,20 +70,6 @@ void addDiagonal(Vector& y, int start, int n, double s, const Vector& x) {
   for (int i = start; i < end && s != 0.0; ++i) y.data[i] += s * x.data[i];
 }
 
-class BlockRows final : public RowSource {
- public:
-  BlockRows(SQPMatrix& q, double diagAdd) : q_(q), size_(q.width()), diagAdd_(diagAdd) {}
-
-  void appendRow(int i, SpVec& row) const override {
-    for (int j = 0; j < size_; ++j) appendCompacted(row, i, j, q_.acc(i, j), diagAdd_);
-  }
-
- private:
-  SQPMatrix& q_;
-  int size_;
-  double diagAdd_;
-};
-
 }  // namespace
 
 SQPMatrix::SQPMatrix(SpMat* hessian, SpMat* jacobian)
@@ -133,7 +119,7 @@ void SQPMatrix::mult(const Vector* x, Vector* y) const {
 void SQPMatrix::multT(const Vector* x, Vector* y) const { mult(x, y); }
 
 SpMat* SQPMatrix::compact(double diagAdd, int, int b) {
-  return compactRows(height(), BlockRows(*this, diagAdd), b);
+  return compactRows(height(), ElementRows<SQPMatrix>(*this, diagAdd), b);
 }
 
 namespace {

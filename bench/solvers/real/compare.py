@@ -1,17 +1,16 @@
 #!/usr/bin/python3
-"""The front door beside Eigen, scipy and LAPACK, system by system.
+"""Compares the front door with Eigen, scipy and LAPACK, system by system.
 
     compare.py PEERS [--limit SECONDS] [--only TEXT] [KIND FILE]...
 
 PEERS is the library that the preset bench builds from SolvePeers.cpp (build/bench/bench/solvers/libsolve_peers.so).
-Without files: the shared data, where they lie beside the checkout, and generated systems. KIND is definite,
+Without files it takes the shared data, if they are beside the checkout, and generated systems. KIND is definite,
 least-squares or square.
 
-A system is solved where the residual, recomputed in long double, is at most 1e-8 of the right-hand side (for
-least squares that of the normal equations). Every method runs with its defaults and a goal of 1e-10, in a process of
-its own that may take SECONDS (20). Times are processor times in milliseconds, the best of a few;
-"--" is not solved, "n/a" not tried (dense methods above 3000 unknowns). --only takes the systems whose name contains
-TEXT.
+A system is solved if its residual, recomputed in long double, is at most 1e-8 of the right-hand side (for least
+squares, the residual of the normal equations). Every method runs with its defaults and a goal of 1e-10 in a separate
+process, which may take SECONDS (20). Times are processor times in milliseconds, the best of a few; "--" means not
+solved, "n/a" not tried (dense methods above 3000 unknowns). --only takes the systems whose name contains TEXT.
 """
 import argparse
 import ctypes
@@ -193,7 +192,7 @@ def peers_of(system, library):
 
 
 class Table:
-    """One line a system: for each group of peers the fastest method that solves it."""
+    """One line per system: for each group of peers the fastest method that solves it."""
 
     def __init__(self, library, limit):
         self.library, self.limit = library, limit

@@ -26,6 +26,21 @@ class RowSource {
   ~RowSource() = default;
 };
 
+/// Takes the rows of any matrix, element by element.
+template <class Matrix>
+class ElementRows final : public RowSource {
+ public:
+  ElementRows(Matrix& m, double diagAdd) : m_(m), width_(m.width()), diagAdd_(diagAdd) {}
+  void appendRow(int i, SpVec& row) const override {
+    for (int j = 0; j < width_; ++j) appendCompacted(row, i, j, m_.acc(i, j), diagAdd_);
+  }
+
+ private:
+  Matrix& m_;
+  const int width_;
+  const double diagAdd_;
+};
+
 /// naiveCompact for a matrix of `height` rows that `source` supplies.
 HSpMat* compactRows(int height, const RowSource& source, int reset);
 

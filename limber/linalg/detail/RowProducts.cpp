@@ -13,7 +13,7 @@
 //   rows.
 // - The width of a transposed product is found while its rows are added, because a separate pass would fetch
 //   each row twice: 27 % for 200000 rows.
-// - Entries of transposed products are added in unrolled blocks (UnrolledLoop.h): 8 % for 30 entries a row.
+// - Entries of transposed products are added in unrolled blocks (UnrolledLoop.h): 8 % for 30 entries per row.
 //   Plain products gain 3 %, so they go without.
 // - A^T (A x) is computed in blocks of rows that are still in the cache: 38 % for 200000 rows.
 

@@ -14,7 +14,8 @@ namespace limber::detail {
 const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vector* damping, int* power) {
   const Extent extent = extentOf(J, 0, &rows);
   if (extent.damaged) return "The matrix has entries in negative columns, or too many of them.";
-  if (extent.foreign) return "The Jacobian's class is derived from HSpMat, so its rows may not say what it is.";
+  if (extent.foreign)
+    return "The Jacobian's class is derived from HSpMat, so its rows may not say what it is.";
   if (mass && mass->count < extent.width) return "There are fewer masses than columns.";
   if (damping && damping->count != extent.height) return "There is not one damping for each row.";
   if (mass && !allFinite(extent.width, mass->data)) return "A mass is not finite.";

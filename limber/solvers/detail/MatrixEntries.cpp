@@ -13,6 +13,7 @@
 #include "limber/linalg/SlicedMatrix.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
+#include "limber/linalg/detail/BandRow.h"
 #include "limber/linalg/detail/ClassOf.h"
 #include "limber/linalg/detail/SlicedAccess.h"
 #include "limber/linalg/detail/SlicedRows.h"
@@ -95,17 +96,10 @@ void copyDense(const FullMatrix& A, const Extent& extent, SparseRows* out) {
   }
 }
 
-// Copies the band as mult sees it: places that were never allocated are zeros.
 void copyBand(const BandedMatrix& A, const Extent& extent, SparseRows* out) {
   *out = SparseRows(extent.height, extent.width);
-  const long long bw = A.bw;
-  const long long places = std::clamp<long long>(2 * bw, 0, std::max(A.maxWidth, 0));
   for (int i = 0; i < extent.height; ++i) {
-    const double* const row = A.data && i < A.maxRows ? A.data[i] : nullptr;
-    const long long end = std::min<long long>({i + bw, extent.width, i - bw + places});
-    for (long long j = std::max<long long>(0, i - bw); row && j < end; ++j) {
-      appendNonZero(out, static_cast<int>(j), row[bw - i + j]);
-    }
+    forBandRow(A, i, [out](int j, double value) { appendNonZero(out, j, value); });
     out->endRow();
   }
 }
