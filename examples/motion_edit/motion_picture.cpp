@@ -61,7 +61,7 @@ class Figures {
     beside_ = scene.travel() < 1.5;
     double shift = 0.0;
     for (const int f : frames) {
-      figures_.push_back({f, beside_ ? shift - scene.at(false, f, 0).x : 0.0});
+      figures_.push_back({f, beside_ ? shift - scene.at(false, f, scene.root()).x : 0.0});
       shift += 1.1 * widest;
     }
   }
@@ -89,7 +89,7 @@ class Figures {
     for (const Figure& figure : figures_) drawReaches(figure);
     writer_->reset();
     for (const Figure& figure : figures_) {
-      const double at = scene_.at(true, figure.frame, 0).x + figure.shift;
+      const double at = scene_.at(true, figure.frame, scene_.root()).x + figure.shift;
       chart.label(at - 6.0 * unit, up.low + 4.0 * unit, std::to_string(figure.frame + 1), 7);
     }
     return top - high;
@@ -102,7 +102,7 @@ class Figures {
 
   void include(const Figure& figure, Range* across, Range* up) const {
     for (const bool after : {false, true}) {
-      for (int j = 0; j < static_cast<int>(scene_.joints().size()); ++j) {
+      for (int j = scene_.root(); j < static_cast<int>(scene_.joints().size()); ++j) {
         const Pnt3 p = place(figure, after, j);
         across->include(p.x);
         up->include(p.y);

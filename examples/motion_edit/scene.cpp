@@ -1,6 +1,7 @@
 #include "scene.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <map>
 
@@ -25,6 +26,25 @@ std::vector<Pnt3> restPose(const std::vector<Joint>& joints) {
   return rest;
 }
 
+// True if a joint hangs on the root of the body.
+bool hangsOn(const std::vector<Joint>& joints, int root, int joint) {
+  if (joint == root) return false;
+  while (joint > root) joint = joints[index(joint)].parent;
+  return joint == root;
+}
+
+// The side that a joint's name tells: Left or left anywhere in it, or L or l as a word of its own, and the
+// same for the right.
+Side sideOfName(const std::string& name) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+  std::string words = " ";
+  for (const char c : name) words += std::isalnum(static_cast<unsigned char>(c)) ? lower(c) : ' ';
+  words += ' ';
+  const auto has = [&](const char* part) { return words.find(part) != std::string::npos; };
+  if (has("left") || has(" l ")) return Side::Left;
+  return has("right") || has(" r ") ? Side::Right : Side::Middle;
+}
+
 double dot(const Pnt3& a, const Pnt3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 
 Pnt3 flat(const Pnt3& p) { return Pnt3(p.x, 0.0, p.z); }
@@ -47,11 +67,15 @@ Pnt3 mainDirection(const std::vector<Pnt3>& points) {
 
 Scene::Scene(const Clip& before, const Clip& after, const Contacts& contacts,
              const std::vector<Constraint>& held)
-    : clip_(upright(before)), height_(Skeleton(clip_).height()), first_(contacts.first) {
+    : clip_(upright(before)),
+      height_(Skeleton(clip_).height()),
+      root_(Skeleton(clip_).carrier()),
+      first_(contacts.first) {
   if (!(height_ > 0.0)) height_ = 1.0;
   const Clip was = clip_, is = upright(after);
   const std::vector<Pnt3> rest = restPose(clip_.joints);
-  drawn_.assign(rest.size(), true);
+  for (std::size_t j = 0; j < rest.size(); ++j)
+    drawn_.push_back(hangsOn(clip_.joints, root_, static_cast<int>(j)));
   findFeet(contacts.feet, rest);
   findSides(rest);
   findHandsAndHead(rest);
@@ -96,19 +120,29 @@ void Scene::findFeet(const std::vector<int>& feet, const std::vector<Pnt3>& rest
   }
 }
 
-// The left side is on the left when one looks in the direction of the feet with all angles 0.
+// The sides are told by the names, if these name both, or else by the rest pose: the left side is on the left
+// when one looks in the direction of the feet with all angles 0.
 void Scene::findSides(const std::vector<Pnt3>& rest) {
   Pnt3 forward;
   for (const Foot& foot : feet_) forward += flat(rest[index(foot.sole.back())] - rest[index(foot.ankle)]);
   if (!(forward.length() > 1e-6 * height_)) forward = Pnt3(0, 0, 1);
   forward /= forward.length();
   const Pnt3 left = Pnt3(0, 1, 0) * forward;
+  const auto named = [&](Side side) {
+    return std::any_of(clip_.joints.begin(), clip_.joints.end(),
+                       [&](const Joint& joint) { return sideOfName(joint.name) == side; });
+  };
+  const bool byName = named(Side::Left) && named(Side::Right);
   for (std::size_t j = 0; j < clip_.joints.size(); ++j) {
     const int parent = clip_.joints[j].parent;
-    const double aside = j < rest.size() ? dot(rest[j] - rest[0], left) / height_ : 0.0;
-    Side side = parent < 0 ? Side::Middle : sides_[index(parent)];
-    if (std::fabs(aside) > 0.02) side = aside > 0.0 ? Side::Left : Side::Right;
-    sides_.push_back(side);
+    Side own = Side::Middle;
+    const double aside = j < rest.size() ? dot(rest[j] - rest[index(root_)], left) / height_ : 0.0;
+    if (byName) {
+      own = sideOfName(clip_.joints[j].name);
+    } else if (std::fabs(aside) > 0.02) {
+      own = aside > 0.0 ? Side::Left : Side::Right;
+    }
+    sides_.push_back(own == Side::Middle && parent >= 0 ? sides_[index(parent)] : own);
   }
 }
 
@@ -123,7 +157,8 @@ void Scene::findHandsAndHead(const std::vector<Pnt3>& rest) {
       isFoot = isFoot || std::count(foot.sole.begin(), foot.sole.end(), joint) > 0;
     if (!isEnd || isFoot) continue;
     const Side side = sides_[j];
-    const double far = side == Side::Middle ? rest[j].y - rest[0].y : (rest[j] - rest[0]).length();
+    const double far =
+        side == Side::Middle ? rest[j].y - rest[index(root_)].y : (rest[j] - rest[index(root_)]).length();
     if (ends.count(side) && farthest[side] >= far) continue;
     farthest[side] = far;
     ends[side] = joint;
@@ -156,7 +191,7 @@ void Scene::track(const Clip& before, const Clip& after, double ground) {
     for (int f = 0; f < clip.frames; ++f) {
       skeleton.pose(clip.frame(f), &pose);
       places[edited].insert(places[edited].end(), pose.position.begin(), pose.position.end());
-      if (!edited && f >= first_) roots.push_back(flat(pose.position[0]));
+      if (!edited && f >= first_) roots.push_back(flat(pose.position[index(root_)]));
     }
   }
   along_ = mainDirection(roots);
@@ -168,7 +203,8 @@ void Scene::track(const Clip& before, const Clip& after, double ground) {
     Pnt3 left;
     for (std::size_t j = 0; j < clip_.joints.size(); ++j) {
       if (sides_[j] != Side::Middle)
-        left += flat(places[0][middle + j] - places[0][middle]) * (sides_[j] == Side::Left ? 1.0 : -1.0);
+        left += flat(places[0][middle + j] - places[0][middle + index(root_)]) *
+                (sides_[j] == Side::Left ? 1.0 : -1.0);
     }
     if (left.length() > 0.0) along_ = left * Pnt3(0, 1, 0) * (1.0 / left.length());
   } else if (dot(roots.back() - roots.front(), along_) < 0.0) {

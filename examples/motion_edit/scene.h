@@ -27,6 +27,8 @@ class Scene {
     return tracks_[after]
                   [static_cast<std::size_t>(frame) * joints().size() + static_cast<std::size_t>(joint)];
   }
+  /// The joint that carries the body. Those before it are not drawn.
+  int root() const { return root_; }
   /// How far the root travels.
   double travel() const { return travel_; }
 
@@ -62,7 +64,7 @@ class Scene {
 
   limber::motion::Clip clip_;  // includes the heels; only the times of its motion are used
   double height_;
-  int first_;
+  int root_, first_;
   Pnt3 origin_, along_, right_;
   double travel_ = 0.0;
   std::vector<Pnt3> tracks_[2];

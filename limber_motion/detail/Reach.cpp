@@ -40,6 +40,7 @@ ReachCheck::ReachCheck(const Clip& clip, const Skeleton& skeleton, const std::ve
       wishes_(wishes),
       rank_(rank),
       feet_(feet),
+      root_(skeleton.carrier()),
       slack_(slack),
       ways_(clip.joints.size() * clip.joints.size(), Way{-1.0, false}),
       fastest_(clip.joints.size(), -1.0),
@@ -109,17 +110,17 @@ void ReachCheck::compareWithRoot() {
   for (std::size_t begin = 0, end = 0; begin < wishes_.size(); begin = end) {
     bool carriedThere = false;
     for (end = begin; end < wishes_.size() && wishes_[end].frame == wishes_[begin].frame; ++end) {
-      const bool carries = wishes_[end].joint == 0 || isFoot(wishes_[end].joint);
+      const bool carries = wishes_[end].joint <= root_ || isFoot(wishes_[end].joint);
       carriedThere = carriedThere || (carries && rank_[end] > 0);
     }
     if (carriedThere) continue;
-    const Pnt3 root = skeleton_.position(0, clip_.frame(wishes_[begin].frame));
+    const Pnt3 root = skeleton_.position(root_, clip_.frame(wishes_[begin].frame));
     for (std::size_t i = begin; i < end; ++i) {
-      const double apart = (wishes_[i].target - root).length(), most = way(0, wishes_[i].joint).length;
+      const double apart = (wishes_[i].target - root).length(), most = way(root_, wishes_[i].joint).length;
       if (!counts(i) || isFoot(wishes_[i].joint) || !(apart > most + carried * skeleton_.height())) continue;
       giveUp(i, apart - most,
              "the target of " + name(wishes_[i].joint) + inFrame(wishes_[i].frame) + " is " +
-                 significant(apart, 4) + " from " + name(0) + ", but the bones between them reach only " +
+                 significant(apart, 4) + " from " + name(root_) + ", but the bones between them reach only " +
                  significant(most, 4));
     }
   }
@@ -179,8 +180,8 @@ void ReachCheck::aimWithinReach() {
       const double apart = (aim - anchor).length();
       if (apart > most) aim = anchor + (aim - anchor) * (most / apart);
     };
-    bringNearer(skeleton_.position(0, clip_.frame(wishes_[i].frame)),
-                way(0, wishes_[i].joint).length + leaned * skeleton_.height());
+    bringNearer(skeleton_.position(root_, clip_.frame(wishes_[i].frame)),
+                way(root_, wishes_[i].joint).length + leaned * skeleton_.height());
     for (std::size_t k = begin; k < wishes_.size() && wishes_[k].frame == wishes_[i].frame; ++k) {
       if (k == i || found_.wishes[k] || !counts(k)) continue;
       bringNearer(wishes_[k].target, comfortable * way(wishes_[i].joint, wishes_[k].joint).length);

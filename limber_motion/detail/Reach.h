@@ -62,6 +62,7 @@ class ReachCheck {
   const std::vector<Constraint>& wishes_;
   const std::vector<int>& rank_;
   const std::vector<int>& feet_;
+  const int root_;  // the joint that carries the body
   const double slack_;
   std::vector<Way> ways_;        // joints times joints; a length below 0 has not been computed yet
   std::vector<double> fastest_;  // below 0: not computed yet
