@@ -16,7 +16,7 @@ ROOMS = ("foundation", "linalg", "solvers", "geometry", "ode", "io", "graphics",
 PEERS = {"eigen": "Eigen", "direct": "LAPACK, called directly", "Glm": "GLM", "Fprintf": "fprintf",
          "PlainEigen": "Eigen, not normalized", "PlainGlm": "GLM, not normalized", "PlainImath": "Imath, not normalized",
          "EigenUnpivoted": "Eigen, no pivoting", "EigenUnpivotedInPlace": "Eigen, no pivoting, in place",
-         "EigenFullPivoting": "Eigen, full pivoting", "ImathPivoting": "Imath, pivoting"}
+         "EigenFullPivoting": "Eigen, full pivoting", "ImathPivoting": "Imath, pivoting", "Plain": "the plain elimination"}
 LIBRARIES = ("libeigen3-dev", "libglm-dev", "libimath-dev", "libboost-dev", "libsuitesparse-dev", "libopenblas-serial-dev",
              "zlib1g-dev")
 
@@ -70,7 +70,7 @@ def time_of(run, room):
 
 def rows_of(room, report):
     """(work, ours, peer, theirs, ratio) for each pair that ran side by side; work is the benchmark's name."""
-    runs = {r["run_name"].replace("/iterations:1", ""): r for r in report["benchmarks"] if r.get("aggregate_name") == "median"}
+    runs = {re.sub(r"/iterations:\d+", "", r["run_name"]): r for r in report["benchmarks"] if r.get("aggregate_name") == "median"}
     ours = {}
     for name, run in runs.items():
         sides = by_counters(run)

@@ -128,7 +128,7 @@ void labelKind(benchmark::State& state) {
                                       "uniform scale", "rigid",       "general"};
   state.SetLabel(names[state.range(0)]);
 }
-void Inverse4Common(benchmark::State& state) {
+void Inverse4CommonLimber(benchmark::State& state) {
   const auto& in = commonMatrices(static_cast<int>(state.range(0)));
   overArrays<Matrix4x4>(state, in, in, [](const Matrix4x4& m, const Matrix4x4&, Matrix4x4& out) {
     out = m;
@@ -184,7 +184,7 @@ BENCHMARK(PointEigen);
 BENCHMARK(PointGlm);
 BENCHMARK(PointImath);
 BENCHMARK(Inverse4Limber);
-BENCHMARK(Inverse4Common)->DenseRange(0, 5);
+BENCHMARK(Inverse4CommonLimber)->DenseRange(0, 5);
 BENCHMARK(Inverse4CommonPlain)->DenseRange(0, 5);
 BENCHMARK(Inverse4EigenUnpivoted);
 BENCHMARK(Inverse4EigenUnpivotedInPlace);
