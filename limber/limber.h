@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The whole public surface of Limber, but for limber/foundation/CaseCompare.h, whose names the C library
-/// may own.
+/// The whole public surface of Limber, except for two headers: limber/foundation/CaseCompare.h, whose names
+/// the C library may own, and limber/names.h, which repeats the classes in namespace limber.
 
 // foundation
 #include "limber/foundation/Clock.h"

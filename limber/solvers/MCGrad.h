@@ -20,7 +20,7 @@ class Preconditioner;
 ///
 /// A must not change during the solve; the effect of a change is undefined. With one of the multiply
 /// functions of this library and an HSpMat of at least 32 rows, a solve computes its tenth and later products
-/// (with 2^18 entries or more, its fourth and later ones) with a copy of A that is laid out for products. The
+/// (with 2^17 entries or more, its fourth and later ones) with a copy of A that is laid out for products. The
 /// numbers are the same. The storage of the copy, up to 15 bytes per entry and 30 per row, is kept for later
 /// solves and lent to one solve at a time; a copy of more than 2^24 entries is released after its solve. A
 /// solve that does not get a copy multiplies by A.

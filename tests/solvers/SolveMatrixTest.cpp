@@ -129,8 +129,8 @@ TEST_F(SolveMatrix, OperationsOfTheLibraryReadTheCopyAndThoseOfTheCallerTheMatri
 
 TEST_F(SolveMatrix, ManyEntriesAreCopiedEarlier) {
   strictPasses();
-  EXPECT_FALSE(followsTheMatrix(multFunA, 1700, 6)) << "about 320000 entries";
-  EXPECT_TRUE(followsTheMatrix(multFunA, 1300, 6)) << "about 190000 entries";
+  EXPECT_FALSE(followsTheMatrix(multFunA, 1200, 6)) << "about 160000 entries";
+  EXPECT_TRUE(followsTheMatrix(multFunA, 930, 6)) << "about 96000 entries";
 }
 
 TEST_F(SolveMatrix, WhoeverMultipliesDuringASolveGetsTheMatrixAsItIs) {

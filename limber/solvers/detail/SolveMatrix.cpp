@@ -24,7 +24,7 @@ namespace {
 // iterations 10 to 20 % slower and gain less than 10 % later.)
 constexpr int firstCopied = 10;
 constexpr int firstCopiedOfMany = 4;
-constexpr long long manyEntries = 1 << 18;
+constexpr long long manyEntries = 1 << 17;
 // A matrix of fewer rows is in the nearest cache anyway.
 constexpr int fewestRows = 32;
 

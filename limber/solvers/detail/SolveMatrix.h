@@ -16,7 +16,7 @@ namespace limber::detail {
 ///   true sizes, a DiagonalMatrix or an IdentityMatrix multiplies by its diagonal in both directions, and the
 ///   blocks of an SQPMatrix may be such matrices.
 /// - A solve with an HSpMat counts its products. The tenth and later ones, or the fourth and later ones with
-///   2^18 entries or more, use a copy of the matrix that is laid out for products (SlicedRows). The bits are
+///   2^17 entries or more, use a copy of the matrix that is laid out for products (SlicedRows). The bits are
 ///   the same.
 ///
 /// A class that is derived from one of these may override anything, so it is treated like any other class:
