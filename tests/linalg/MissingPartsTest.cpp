@@ -11,6 +11,7 @@
 #include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/STMLapack.h"
 #include "limber/linalg/SlicedMatrix.h"
+#include "limber/linalg/SparseDot.h"
 #include "limber/linalg/SparseProducts.h"
 #include "limber/linalg/WierdMatrices.h"
 #include "tests/linalg/Matrices.h"
@@ -95,6 +96,14 @@ TEST(MissingParts, RowsThatAreNullAreLeftOut) {
   output.clear();
   m.printStats();
   EXPECT_EQ(output.out(), "HSpMat (4 3) (1 non-zero, 100 total MaqSq)\n");
+}
+
+TEST(MissingParts, ARowEndsBehindItsLastEntryWhateverItsStorageHolds) {
+  SpVec row = rowOf({{0, 2.0}, {1, 3.0}, {2, 5.0}});
+  row.numEntries = 2;
+  Vector v(3);
+  v = 1.0;
+  EXPECT_EQ(dot(row, &v), 5.0);
 }
 
 TEST(MissingParts, ConvertingAndMultiplyingLeavesOutMissingRows) {
@@ -203,6 +212,21 @@ TEST(MissingParts, LapackFindsNothingToDoWithoutRowsOrColumns) {
   EXPECT_EQ(elementsOf(lu), (std::vector<std::vector<double>>{{2, 0, 0}, {0, 2, 0}, {0, 0, 2}}));
 }
 
+TEST(MissingParts, LapackFindsNothingToDoWithoutStorage) {
+  FullMatrix square(3, 3);
+  delete[] square.data;
+  square.data = nullptr;
+  FullMatrix other = matrixOf({{1, 2, 3}, {4, 5, 6}, {7, 8, 9}});
+  Vector tau(3);
+  long pivots[3];
+  CapturedOutput output;
+  EXPECT_EQ(qrFactor(&square, &tau), 0);
+  EXPECT_EQ(luFactor(&square, pivots), 0);
+  EXPECT_EQ(cholFactorBanded(&square), 0);
+  matrixMultiply(&other, &other, &square);
+  EXPECT_EQ(square.data, nullptr);
+}
+
 TEST(MissingParts, SingularValuesOfAWideMatrixFillTheirRoom) {
   FullMatrix A = matrixOf({{3, 0, 0, 0, 4}, {0, 2, 0, 0, 0}}), U(2, 2), S(1, 2), Vt(5, 5);
   CapturedOutput output;
@@ -258,14 +282,15 @@ TEST(MissingParts, ASlicedMatrixWithoutRowsHasATransposedProductOfZeros) {
 
 // With an infinity among the values, a row is left out only where its factor is tiny.
 TEST(MissingParts, ASlicedMatrixWithAnInfinityLeavesOutEntriesBehindItsWidth) {
-  OwnRows rows({{{0, 2.0}, {4, 3.0}}, {{1, HUGE_VAL}}});
+  OwnRows rows({{{0, 2.0}, {4, 3.0}}, {{1, HUGE_VAL}}, {}, {{2, 7.0}}});
   rows.rows[0]->compact(0.0);  // the width now excludes the last entry
   const SlicedMatrix sliced(rows.matrix);
   ASSERT_EQ(sliced.width(), 4);
-  Vector x(2), y;
+  Vector x(4), y;
   x[0] = 5.0;
+  x[2] = x[3] = 3.0;
   sliced.multT(&x, &y);
-  expectElements(y, {10, 0, 0, 0});
+  expectElements(y, {10, 0, 21, 0});
 }
 
 }  // namespace

@@ -74,9 +74,11 @@ TEST(ResizeMatrix, GrowSetsTheKindByTheShape) {
   ResizeMatrix m(2, 2);
   m.grow(0, 7);
   EXPECT_EQ(m.kind, 1);
-  m.kind = 3;
-  m.grow(2, 1);
-  EXPECT_EQ(m.kind, 0);
+  for (const int rows : {1, 2}) {
+    m.kind = 3;
+    m.grow(rows, 1);
+    EXPECT_EQ(m.kind, 0);
+  }
 }
 
 TEST(ResizeMatrix, GrownOneHasItsSpareElement) {

@@ -128,7 +128,7 @@ TEST(SolveConstraints, TellsTheTruthAboutRowsOfZeros) {
 }
 
 TEST(SolveConstraints, TheReportedResidualIsTrueAtTheLimitOfPrecision) {
-  if (!longDoubleIsWide()) GTEST_SKIP() << "long double is no wider than double here";
+  LIMBER_NEEDS_WIDE_LONG_DOUBLE();
   int limited = 0;
   for (unsigned seed = 1; seed <= 12; ++seed) {
     SCOPED_TRACE(seed);

@@ -234,7 +234,7 @@ TEST(SolveFamilies, KernelMatricesAreNotCalledIndefinite) {
 
 // Where rounding of x limits the residual, a residual that is computed in plain doubles would be off by half.
 TEST(SolveFamilies, TheReportedResidualIsTrueAtTheLimitOfPrecision) {
-  if (!longDoubleIsWide()) GTEST_SKIP() << "long double is no wider than double here";
+  LIMBER_NEEDS_WIDE_LONG_DOUBLE();
   int limited = 0;
   for (unsigned seed = 1; seed <= 12; ++seed) {
     SCOPED_TRACE(seed);

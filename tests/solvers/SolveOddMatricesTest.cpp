@@ -348,4 +348,22 @@ TEST(SolveOddMatrices, AGradedCubeIsSolvedWithoutItsFactor) {
   EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), 1.001e-10);
 }
 
+// The fields that rows have for their widths need not cover their entries.
+TEST(SolveOddMatrices, HaveAtLeastTheColumnsOfTheirEntries) {
+  SpVec rows[2];
+  rows[0].ins(2.0, 1);
+  rows[1].ins(4.0, 4);
+  HSpMat A(2);
+  Vector x, b(2);
+  for (int i = 0; i < 2; ++i) {
+    rows[i].width = 1;
+    A.rows[i] = &rows[i];
+    b[i] = 8.0;
+  }
+  EXPECT_EQ(solveLeastSquares(A, b, &x).status, SOLVE_CONVERGED);
+  ASSERT_EQ(x.count, 5);
+  EXPECT_EQ(x[1], 4.0);
+  EXPECT_EQ(x[4], 2.0);
+}
+
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -115,6 +116,35 @@ TEST(SolvePathsAllocation, SystemsThatNeedAFactorSayWhetherTheyAreSolved) {
     return static_cast<double>(std::sqrt(square / whole));
   };
   failEach([&](Vector* lambda) { return solveConstraints(J.matrix(), &mass, nullptr, c, lambda); }, residual);
+}
+
+// The differences of the fourth order of n numbers. Their condition grows as the fourth power of n.
+Entries fourthDifferences(int n) {
+  FullMatrix A(n, n);
+  A.zero();
+  const auto second = [n](int i, int j) {
+    return i < 0 || i >= n ? 0.0 : i == j ? 2.0 : std::abs(i - j) == 1 ? -1.0 : 0.0;
+  };
+  for (int i = 0; i < n; ++i) {
+    for (int j = 0; j < n; ++j) {
+      for (int k = i - 1; k <= i + 1; ++k) A.e(i, j) += second(i, k) * second(k, j);
+    }
+  }
+  return Entries(A);
+}
+
+TEST(SolvePathsAllocation, SystemsOfALargeConditionSayWhetherTheyAreSolved) {
+  const Entries A = fourthDifferences(60), J = fourthDifferences(24);
+  const Vector b = Random(5).vector(60), multipliers = Random(6).vector(24);
+  Vector force, c;
+  J.matrix().multT(&multipliers, &force);
+  J.matrix().mult(&force, &c);
+  failEach([&](Vector* x) { return solveLeastSquares(A.matrix(), b, x); }, residualOf(A, b, true));
+  failEach([&](Vector* lambda) { return solveConstraints(J.matrix(), nullptr, nullptr, c, lambda); },
+           [&](const Vector& lambda) {
+             J.matrix().multT(&lambda, &force);
+             return relativeResidual(J.matrix(), 24, c, force, false);
+           });
 }
 
 class Products : public SpMat {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "limber/limber.h"
+#include "tests/support/Tolerance.h"
 
 /// A sparse matrix that keeps all entries, however small they are.
 class Entries {
@@ -40,12 +41,6 @@ class Entries {
   std::vector<std::unique_ptr<SpVec>> rows_;
   HSpMat matrix_{0};
 };
-
-/// True if long double is wider than double, which it is not in every emulator.
-inline bool longDoubleIsWide() {
-  const volatile long double one = 1.0L, tiny = 0x1p-60L;
-  return one + tiny != one;
-}
 
 /// b - A x in long double.
 inline std::vector<long double> longResidual(const HSpMat& A, const Vector& b, const Vector& x) {

@@ -120,6 +120,9 @@ TEST(SolversAllocation, AHalfBandwidthWithoutMemoryIsTheLargest) {
   EXPECT_EQ(bandwidth, 8);
   EXPECT_NE(captured.err().find("FATAL ERROR"), std::string::npos);
   EXPECT_LT(halfBandwidth(&A.m), 8);
+  const SparseMatrix one = chain(1);
+  const allocations::FailAt fail(0, true);
+  EXPECT_EQ(halfBandwidth(&one.m), 0);
 }
 
 TEST(SolversAllocation, NothingAfterTheFirstSolveOfASize) {

@@ -27,3 +27,13 @@ constexpr double epsilon = std::numeric_limits<double>::epsilon();
 std::uint64_t bits(double x);
 
 }  // namespace tolerance
+
+/// For tests that compute references in long double. It is no wider than double under memcheck and in some
+/// emulators.
+#define LIMBER_NEEDS_WIDE_LONG_DOUBLE() \
+  if (!longDoubleIsWide()) GTEST_SKIP() << "long double is no wider than double here"
+
+inline bool longDoubleIsWide() {
+  const volatile long double one = 1.0L, tiny = 0x1p-60L;
+  return one + tiny != one;
+}
