@@ -106,7 +106,8 @@ LIMBER_API SolveReport solveSquare(const SpMat& A, const Vector& b, Vector* x,
 /// ncgradJVJt; positive, with at least as many elements as J has columns). D is the diagonal matrix of `damp`
 /// (null: 0; not negative, with as many elements as J has rows). The method is conjugate gradients. The
 /// preconditioner is the Cholesky factor of the band of J J^T if that needs at most twenty times J's memory,
-/// and the diagonal otherwise.
+/// otherwise a sparse Cholesky factor of the matrix without the fullest columns of J if that is cheap, and
+/// otherwise the diagonal.
 LIMBER_API SolveReport solveConstraints(const HSpMat& J, const Vector* mass, const Vector* damp,
                                         const Vector& c, Vector* lambda,
                                         const SolveOptions& options = SolveOptions());

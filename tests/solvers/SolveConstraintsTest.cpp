@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "limber/solvers/Solve.h"
 #include "tests/solvers/SolveSystems.h"
@@ -82,6 +83,40 @@ TEST(SolveConstraints, FactorsANarrowBandAndThenNeedsFewIterations) {
   const SolveReport report = solveConstraints(J.matrix(), nullptr, nullptr, c, &x);
   EXPECT_EQ(SOLVE_CONVERGED, report.status);
   EXPECT_LE(report.iterations, 3);
+}
+
+// The chain with its constraints in a random order, and `shared` columns that nearly all of them share.
+Entries shuffledChain(int n, int shared, Random* random) {
+  std::vector<int> order(static_cast<std::size_t>(n));
+  for (int i = 0; i < n; ++i) order[static_cast<std::size_t>(i)] = i;
+  for (int i = n - 1; i > 0; --i) {
+    const int other = static_cast<int>(0.5 * (random->value() + 1.0) * i);
+    std::swap(order[static_cast<std::size_t>(i)], order[static_cast<std::size_t>(other)]);
+  }
+  Entries J(n, n + 3 + shared);
+  for (int i = 0; i < n; ++i) {
+    const int at = order[static_cast<std::size_t>(i)];
+    // the first constraint has no columns but the shared ones
+    for (int k = 0; k < 3 && at > 0; ++k) J.add(i, at + k, random->value());
+    for (int k = 0; k < shared; ++k) J.add(i, n + 3 + k, random->value());
+  }
+  return J;
+}
+
+TEST(SolveConstraints, AFewFullColumnsDoNotSpoilTheFactor) {
+  Random random(5);
+  for (const int shared : {0, 1, 3}) {
+    SCOPED_TRACE(shared);
+    const int n = 3000;
+    const Entries J = shuffledChain(n, shared, &random);
+    Vector mass(J.width()), damp(n), c = random.vector(n), x;
+    for (int j = 0; j < mass.count; ++j) mass[j] = 1.5 + random.value();
+    damp = 0.01;
+    const SolveReport report = solveConstraints(J.matrix(), &mass, &damp, c, &x);
+    EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+    EXPECT_LE(residual(J.matrix(), J.width(), &mass, &damp, c, x), 1.001e-10);
+    EXPECT_LE(report.iterations, 30);
+  }
 }
 
 TEST(SolveConstraints, SolvesTwiceTheSameRowAndNearlyTheSameRow) {

@@ -103,7 +103,7 @@ Doubles ConstraintMap::diagonal() const {
   return result;
 }
 
-SparseRows ConstraintMap::matrix() const {
+SparseRows ConstraintMap::matrixOfColumns(int longest) const {
   const SparseRows columns = rows.transposed();
   const int n = rows.height;
   SparseRows result(n, n);
@@ -116,6 +116,7 @@ SparseRows ConstraintMap::matrix() const {
     sum[i] = damp.size() > 0 ? damp[i] : 0.0;
     for (int k = rows.start[i]; k < rows.start[i + 1]; ++k) {
       const int j = rows.index[k];
+      if (columns.start[j + 1] - columns.start[j] > longest) continue;
       const double factor = rows.value[k] * weight(j);
       for (int e = columns.start[j]; e < columns.start[j + 1]; ++e) {
         const int other = columns.index[e];

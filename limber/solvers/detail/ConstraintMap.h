@@ -29,7 +29,10 @@ class ConstraintMap final : public LinearMap {
   /// The half bandwidth, the diagonal and the entries of the map as a matrix.
   int halfBandwidth() const;
   Doubles diagonal() const;
-  SparseRows matrix() const;
+  SparseRows matrix() const { return matrixOfColumns(rows.height); }
+  /// The same without the columns of J with more than `longest` entries. It is positive semidefinite, too,
+  /// and its difference to the map has the rank of these columns.
+  SparseRows matrixOfColumns(int longest) const;
   /// The matrix (V^-1/2 J^T; D^1/2). Its normal matrix is this map.
   SparseRows root() const;
 
