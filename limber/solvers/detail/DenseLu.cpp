@@ -90,7 +90,8 @@ LIMBER_WIDE void wideProduct(const double* L, const double* U, double* c, int ro
 }  // namespace
 
 void DenseLu::clear(int n) {
-  n_ = n;
+  n_ = rank_ = n;
+  exchanges_.resize(0);
   value_.resize(0);
   value_.resize(n * n);
 }
@@ -113,39 +114,48 @@ bool DenseLu::pivot(int k, Ints* rows) {
   return largest > 0.0;
 }
 
+// Exchanges column k, which has no pivot, with the last column that is not known to have none. That one may
+// still lack the pivots of the panel from `from` to `to` - 1.
+void DenseLu::postpone(int k, int from, int to) {
+  if (k == --rank_) return;
+  double* const last = column(rank_);
+  for (int p = from; rank_ >= to && p < k; ++p) {
+    subtractColumn(column(p) + p + 1, last + p, last + p + 1, n_ - p - 1, 1, n_);
+  }
+  std::swap_ranges(last, last + n_, column(k));
+  exchanges_.push({k, rank_});
+}
+
 // Factors the columns from `from` to `to` - 1, whose earlier pivots have been subtracted.
-int DenseLu::factorPanel(int from, int to, Ints* rows) {
-  int defects = 0;
-  for (int k = from; k < to; ++k) {
+void DenseLu::factorPanel(int from, int to, Ints* rows) {
+  for (int k = from; k < std::min(to, rank_); ++k) {
     double* const own = column(k);
-    if (!pivot(k, rows)) {
-      ++defects;
-      own[k] = 1.0;
-    }
+    while (k < rank_ && !pivot(k, rows)) postpone(k, from, to);
+    if (k == rank_) return;
     for (int i = k + 1; i < n_; ++i) own[i] /= own[k];
     for (int j = k + 1; j < to; ++j)
       subtractColumn(own + k + 1, column(j) + k, column(j) + k + 1, n_ - k - 1, 1, n_);
   }
-  return defects;
 }
 
 int DenseLu::factor(Ints* rows) {
-  int defects = 0;
-  for (int from = 0; from < n_; from += block) {
-    const int to = std::min(from + block, n_), rest = n_ - to;
-    defects += factorPanel(from, to, rows);
-    for (int j = to; j < n_; ++j) {
+  for (int from = 0; from < rank_; from += block) {
+    const int to = std::min(from + block, n_);
+    factorPanel(from, to, rows);
+    // postponed columns are complete
+    const int rest = rank_ - to;
+    if (rest <= 0) continue;
+    for (int j = to; j < rank_; ++j) {
       double* const other = column(j);
       for (int k = from; k < to; ++k) {
         subtractColumn(column(k) + k + 1, other + k, other + k + 1, to - k - 1, 1, n_);
       }
     }
-    if (rest > 0) {
-      (useWideVectors() ? wideProduct : plainProduct)(column(from) + to, column(to) + from, column(to) + to,
-                                                      rest, rest, to - from, n_);
-    }
+    (useWideVectors() ? wideProduct : plainProduct)(column(from) + to, column(to) + from, column(to) + to,
+                                                    n_ - to, rest, to - from, n_);
   }
-  return defects;
+  for (int k = rank_; k < n_; ++k) column(k)[k] = 1.0;
+  return n_ - rank_;
 }
 
 void DenseLu::solveLower(double* x) const {
@@ -157,6 +167,7 @@ void DenseLu::solveUpper(double* x) const {
     x[k] /= column(k)[k];
     subtractColumn(column(k), x + k, x, k, 1, n_);
   }
+  for (int e = exchanges_.size() - 1; e >= 0; --e) std::swap(x[exchanges_[e].first], x[exchanges_[e].second]);
 }
 
 }  // namespace limber::detail

@@ -18,55 +18,70 @@ void SparseCholesky::gatherColumn(const SparseRows& A, int k, Doubles* column) c
   }
 }
 
+// Lets column j wait for the row of its next entry.
+void SparseCholesky::wait(int j) {
+  if (next_[j] == shape_.start[j + 1]) return;
+  const int row = shape_.index[next_[j]];
+  after_[j] = first_[row];
+  first_[row] = j;
+}
+
+// Subtracts the earlier columns that have an entry in row k from column k.
+void SparseCholesky::reduceColumn(int k) {
+  const int* const index = shape_.index.data();
+  const double* const value = value_.data();
+  double* const work = work_.data();
+  for (int j = first_[k]; j >= 0;) {
+    const int following = after_[j], end = shape_.start[j + 1];
+    const double s = value[next_[j]];
+    for (int e = next_[j]; e < end; ++e) work[index[e]] -= s * value[e];
+    ++next_[j];
+    wait(j);
+    j = following;
+  }
+}
+
+// Chooses the diagonal element of column k for this pivot, and zero for a column that is left out. `own` is
+// the size of the diagonal element of A. False if the pivot is negative.
+bool SparseCholesky::takePivot(int k, double pivot, double own) {
+  const double unit = 2.2e-16 * std::max(diagonal_.size(), 10);
+  if (pivot > unit * std::max(own, 1e-300)) {
+    diagonal_[k] = std::sqrt(pivot);
+    return true;
+  }
+  // after pivots that were nearly zero, the rounding is larger
+  const double rounding = defects_ > 0 ? 1e-6 : 1e4 * unit;
+  if (!(pivot >= -rounding * std::max(own, 1.0))) return false;
+  ++defects_;
+  return true;
+}
+
 bool SparseCholesky::factor(const SparseRows& A, Elimination elimination) {
   shape_ = std::move(elimination);
   const int n = A.height;
-  const Ints &start = shape_.start, &index = shape_.index;
   diagonal_.assign(n, 0.0);
-  value_.assign(index.size(), 0.0);
+  value_.assign(shape_.index.size(), 0.0);
   work_.assign(n, 0.0);
+  next_.assign(n, 0);
+  first_.assign(n, -1);
+  after_.assign(n, -1);
   defects_ = 0;
-  // for each column its next entry; for each row the columns whose next entry is in that row
-  Ints next(n), first(n, -1), after(n, -1);
-  const auto wait = [&](int j) {
-    if (next[j] == start[j + 1]) return;
-    const int row = index[next[j]];
-    after[j] = first[row];
-    first[row] = j;
-  };
-  const double unit = 2.2e-16 * std::max(n, 10);
   for (int k = 0; k < n; ++k) {
     gatherColumn(A, k, &work_);
     const double own = std::fabs(work_[k]);
-    for (int j = first[k]; j >= 0;) {
-      const int following = after[j];
-      const double s = value_[next[j]];
-      for (int e = next[j]; e < start[j + 1]; ++e) work_[index[e]] -= s * value_[e];
-      ++next[j];
-      wait(j);
-      j = following;
+    reduceColumn(k);
+    if (!takePivot(k, std::exchange(work_[k], 0.0), own)) {
+      failed_ = k;
+      return false;
     }
-    const double pivot = work_[k];
-    work_[k] = 0.0;
-    next[k] = start[k];
-    if (!(pivot > unit * std::max(own, 1e-300))) {
-      // after pivots that were nearly zero, the rounding is larger
-      const double rounding = defects_ > 0 ? 1e-6 : 1e4 * unit;
-      if (!(pivot >= -rounding * std::max(own, 1.0))) {
-        failed_ = k;
-        return false;
-      }
-      ++defects_;
-      diagonal_[k] = 1.0;
-      for (int e = start[k]; e < start[k + 1]; ++e) work_[index[e]] = 0.0;
-      continue;
+    const bool leftOut = diagonal_[k] == 0.0;
+    if (leftOut) diagonal_[k] = 1.0;
+    next_[k] = shape_.start[k];
+    for (int e = shape_.start[k]; e < shape_.start[k + 1]; ++e) {
+      const double element = std::exchange(work_[shape_.index[e]], 0.0);
+      value_[e] = leftOut ? 0.0 : element / diagonal_[k];
     }
-    diagonal_[k] = std::sqrt(pivot);
-    for (int e = start[k]; e < start[k + 1]; ++e) {
-      value_[e] = work_[index[e]] / diagonal_[k];
-      work_[index[e]] = 0.0;
-    }
-    wait(k);
+    if (!leftOut) wait(k);
   }
   return true;
 }

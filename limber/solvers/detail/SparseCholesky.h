@@ -22,7 +22,12 @@ class SparseCholesky final : public Inverse {
 
  private:
   void gatherColumn(const SparseRows& A, int k, Doubles* column) const;
+  void wait(int j);
+  void reduceColumn(int k);
+  bool takePivot(int k, double pivot, double own);
   Elimination shape_;
+  // for each column its next entry, and for each row the columns whose next entry is in it
+  Ints next_, first_, after_;
   Doubles diagonal_, value_, work_;
   int defects_ = 0, failed_ = 0;
 };

@@ -113,32 +113,66 @@ bool SparseLu::worthDense(int k, const Allowance& allowance) {
          operations_ + 0.7 * rest * rest * rest <= allowance.operations;
 }
 
+// Forgets the reduced column.
+void SparseLu::clearColumn() {
+  for (int t = top_; t < n_; ++t) {
+    work_[found_[t]] = 0.0;
+    mark_[found_[t]] = -1;
+  }
+}
+
+// Takes the reduced column k into L.
+void SparseLu::keepColumn(int k, int pivotRow) {
+  pivot_[k] = work_[pivotRow];
+  position_[pivotRow] = k;
+  for (int t = top_; t < n_; ++t) {
+    const int i = found_[t];
+    if (position_[i] < 0) {
+      lowerIndex_.push(i);
+      lower_.push(work_[i] / pivot_[k]);
+    }
+    work_[i] = 0.0;
+  }
+  lowerStart_[k + 1] = searchEnd_[k] = lower_.size();
+  prune(k, pivotRow);
+}
+
+// Columns without a pivot are postponed until all others have their pivot rows. False if it costs too much.
 bool SparseLu::factorSparse(const SparseRows& columns, const Allowance& allowance) {
-  for (sparse_ = 0; sparse_ < n_ && !worthDense(sparse_, allowance); ++sparse_) {
-    const int k = sparse_, j = order_[k];
+  Ints postponed;
+  int next = 0;
+  for (sparse_ = 0; next < n_ && !worthDense(sparse_, allowance); ++next) {
+    const int k = sparse_, j = order_[next];
+    order_[k] = j;
     reduce(columns, k);
-    int chosen = pivotRow(j);
+    const int chosen = pivotRow(j);
     if (chosen < 0) {
-      ++defects_;
-      while (position_[freeRow_] >= 0) ++freeRow_;
-      chosen = freeRow_;
-    } else {
-      pivot_[k] = work_[chosen];
+      clearColumn();
+      upperIndex_.resize(upperStart_[k]);
+      upper_.resize(upperStart_[k]);
+      postponed.push(j);
+      continue;
     }
-    position_[chosen] = k;
-    for (int t = top_; t < n_; ++t) {
-      const int i = found_[t];
-      if (position_[i] < 0) {
-        lowerIndex_.push(i);
-        lower_.push(work_[i] / pivot_[k]);
-      }
-      work_[i] = 0.0;
-    }
-    lowerStart_[k + 1] = searchEnd_[k] = lower_.size();
-    prune(k, chosen);
+    keepColumn(k, chosen);
+    ++sparse_;
     if (tooMuch(allowance)) return false;
   }
+  std::copy(order_.begin() + next, order_.end(), order_.begin() + sparse_);
+  std::copy(postponed.begin(), postponed.end(), order_.end() - postponed.size());
+  if (next == n_) closeEmptyColumns(columns);
   return true;
+}
+
+// Gives each of the remaining columns, which have no pivot, one of the remaining rows and the pivot 1.
+void SparseLu::closeEmptyColumns(const SparseRows& columns) {
+  defects_ = n_ - sparse_;
+  for (int row = 0; sparse_ < n_; ++row) {
+    if (position_[row] >= 0) continue;
+    reduce(columns, sparse_);
+    clearColumn();
+    position_[row] = sparse_++;
+    lowerStart_[sparse_] = lower_.size();
+  }
 }
 
 // Reduces the remaining columns by the sparse ones and factors them as a dense matrix.

@@ -93,6 +93,46 @@ TEST(SparseLu, CountsColumnsWithoutAPivot) {
   }
 }
 
+// `missing` rows and columns of zeros at random places, and large elements that pair the other ones.
+Dense randomSingular(Dice* dice, int n, int missing, int perRow) {
+  const auto shuffled = [dice, n] {
+    std::vector<int> order(static_cast<std::size_t>(n));
+    for (int i = 0; i < n; ++i) {
+      const int other = dice->below(i + 1);
+      order[static_cast<std::size_t>(i)] = order[static_cast<std::size_t>(other)];
+      order[static_cast<std::size_t>(other)] = i;
+    }
+    return order;
+  };
+  const std::vector<int> rows = shuffled(), columns = shuffled();
+  Dense A(n, n);
+  for (std::size_t k = static_cast<std::size_t>(missing); k < rows.size(); ++k) {
+    for (int e = 0; e < perRow; ++e) {
+      A(rows[k], columns[static_cast<std::size_t>(missing + dice->below(n - missing))]) = dice->value();
+    }
+    A(rows[k], columns[k]) = 2.0 * perRow;
+  }
+  return A;
+}
+
+TEST(SparseLu, FindsTheRankAndSolvesConsistentSingularSystems) {
+  for (const int perRow : {1, 3, 30}) {
+    for (unsigned seed = 1; seed <= 30; ++seed) {
+      SCOPED_TRACE(seed);
+      Dice dice(seed);
+      const int n = 10 + dice.below(100), missing = 1 + dice.below(8);
+      const Dense A = randomSingular(&dice, n, missing, perRow);
+      SparseLu lu;
+      ASSERT_TRUE(lu.factor(A.rows(), Allowance()));
+      EXPECT_EQ(missing, lu.defects());
+      const std::vector<double> b = A.times(std::vector<double>(static_cast<std::size_t>(n), 1.0));
+      std::vector<double> z(b.size());
+      ASSERT_TRUE(lu.apply(b.data(), z.data()));
+      EXPECT_LE(farthest(A.times(z), b), bound(z, n));
+    }
+  }
+}
+
 TEST(SparseLu, GivesUpWhereItCostsMoreThanAllowed) {
   Dice dice(3);
   const Dense A = randomSquare(&dice, 20, 4);
