@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "limber_motion/motion.h"
+#include "tests/motion/Resample.h"
 #include "tests/support/TemporaryFile.h"
 
 using namespace limber::motion;
@@ -13,6 +14,18 @@ using namespace limber::motion;
 namespace {
 
 Clip walk() { return readClip(sourceFile("examples/data/walk.bvh")); }
+
+// The largest acceleration of the change of a joint, in the clip's unit per second squared.
+double acceleration(const Clip& before, const Clip& after, int joint) {
+  const Skeleton skeleton(before);
+  const auto change = [&](int f) {
+    return skeleton.position(joint, after.frame(f)) - skeleton.position(joint, before.frame(f));
+  };
+  double most = 0.0;
+  for (int f = 1; f + 1 < before.frames; ++f)
+    most = std::max(most, (change(f + 1) - change(f) * 2.0 + change(f - 1)).length());
+  return most / (before.frameTime * before.frameTime);
+}
 
 }  // namespace
 
@@ -52,6 +65,54 @@ TEST(Edit, AReachOfOneFrameFadesOverTheTimeConstantAndLeavesFarFramesAlone) {
   };
   EXPECT_GT(moved(63), 3.0);
   EXPECT_LT(moved(100), 0.15);
+}
+
+TEST(Edit, AReachOfOneFrameIsAsGentleAtEveryFrameRate) {
+  for (const double knots : {0.0, 0.15}) {
+    double at30 = 0.0;
+    for (const int rate : {30, 120}) {
+      Clip clip = resampled(walk(), rate);
+      const Clip before = clip;
+      const int hand = clip.find("LeftHand"), frame = 2 * rate;
+      EditOptions options;
+      options.knots = knots;
+      Edit edit(clip, options);
+      edit.reach(frame, hand, Skeleton(clip).position(hand, clip.frame(frame)) + Pnt3(0.0, 20.0, 0.0));
+      const Report report = edit.solve();
+      EXPECT_TRUE(report.met) << textOf(report);
+      const double most = acceleration(before, clip, hand);
+      if (rate == 30) at30 = most;
+      EXPECT_LT(most, 1.5 * at30) << rate << " frames a second, knots of " << knots << " s";
+    }
+  }
+}
+
+// The body turns through half a turn, where its angle leaps from 180 to -180 degrees.
+TEST(Edit, ALeapOfAnAngleByAWholeTurnMakesNoDifference) {
+  constexpr double pi = 3.14159265358979323846;
+  Clip plain = walk();
+  plain.text = nullptr;
+  int turn = 0;
+  while (!plain.channel(turn).rotation || plain.channel(turn).axis != 'Y') ++turn;
+  Clip leaping = plain;
+  for (int f = 0; f < plain.frames; ++f) {
+    plain.frame(f)[turn] += 2.0 * pi * f / plain.frames;
+    leaping.frame(f)[turn] = std::remainder(plain.frame(f)[turn], 2.0 * pi);
+  }
+  const Clip before = leaping;
+  for (Clip* clip : {&plain, &leaping}) {
+    const int hand = clip->find("LeftHand");
+    Edit edit(*clip);
+    edit.reach(60, hand, Skeleton(*clip).position(hand, clip->frame(60)) + Pnt3(0.0, 20.0, 0.0));
+    EXPECT_TRUE(edit.solve().met);
+  }
+  for (int f = 0; f < plain.frames; ++f) {
+    EXPECT_LE(std::fabs(leaping.frame(f)[turn]), pi);
+    for (int c = 0; c < plain.channels; ++c) {
+      const double off = leaping.frame(f)[c] - plain.frame(f)[c];
+      EXPECT_TRUE(std::fabs(plain.channel(c).rotation ? std::remainder(off, 2.0 * pi) : off) <= 1e-6) << f;
+    }
+  }
 }
 
 TEST(Edit, HoldsAJointWhereItIsBesidePlants) {
