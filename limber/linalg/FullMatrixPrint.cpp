@@ -5,7 +5,6 @@
 using namespace limber::detail;
 
 void FullMatrix::print(FILE* file) const {
-  if (numRows < 1) return;
   const CLocale plainNumbers;
   const int w = data ? numColumns : 0;
   for (int i = 0; i < numRows; ++i) {

@@ -19,6 +19,7 @@ std::string printed(const FullMatrix& m) {
 
 TEST(FullMatrixPrint, OneLineARowWithZerosAsIntegers) {
   EXPECT_EQ(printed(matrixOf({{1.5, 0}, {-0.0, 123456.789}})), " 1.5000       0 \n      0 123456.7890 \n");
+  EXPECT_EQ(printed(matrixOf({{2.5, 1}})), " 2.5000  1.0000 \n");
 }
 
 TEST(FullMatrixPrint, HasADecimalPointInEveryLocale) {
