@@ -22,9 +22,9 @@ double bicg_zeroStep = 0.01;
 namespace {
 
 // True if an updated value and the newly computed one differ by more than half a percent.
-bool roundedOff(double carried, double anew) { return std::fabs(anew - carried) > 0.005 * carried; }
+bool roundedOff(double updated, double computed) { return std::fabs(computed - updated) > 0.005 * updated; }
 
-double percent(double carried, double anew) { return (anew - carried) * 100.0 / carried; }
+double percent(double updated, double computed) { return (computed - updated) * 100.0 / updated; }
 
 constexpr int longSolve = 1000;
 constexpr int longSolveLines = 50;
@@ -159,12 +159,12 @@ bool Pass::confirmSolved() {
   recomputed = (cg_reset_resid != 0 && iter % cg_reset_resid == 0) || rsq < cg_tol;
   if (!recomputed) return false;
   computeResidual(scratch);
-  const double anew = scratch->magSq();
-  if (cg_verbosity > 1 && roundedOff(rsq, anew)) {
-    cgConsole("  bi-cg(%d): RSQ roundoff error (%g) should be (%g) = (%g %%)\n", iter, rsq, anew,
-              percent(rsq, anew));
+  const double computed = scratch->magSq();
+  if (cg_verbosity > 1 && roundedOff(rsq, computed)) {
+    cgConsole("  bi-cg(%d): RSQ roundoff error (%g) should be (%g) = (%g %%)\n", iter, rsq, computed,
+              percent(rsq, computed));
   }
-  rsq = anew;
+  rsq = computed;
   assign(r, *scratch);
   if (bestIter == iter) bestRsq = rsq;
   return rsq < cg_tol;
@@ -208,12 +208,12 @@ bool Pass::updateDirections() {
 
 void Pass::traceProduct() {
   if (cg_verbosity > 1 && recomputed) {
-    const double carried = q->magSq();
+    const double updated = q->magSq();
     A.mult(p, q);
-    const double anew = q->magSq();
-    if (roundedOff(carried, anew)) {
-      cgConsole("bi-cg(%d): PP roundoff err (%g) should be (%g) = (%g %%)\n", iter, carried, anew,
-                percent(carried, anew));
+    const double computed = q->magSq();
+    if (roundedOff(updated, computed)) {
+      cgConsole("bi-cg(%d): PP roundoff err (%g) should be (%g) = (%g %%)\n", iter, updated, computed,
+                percent(updated, computed));
     }
   }
   if (cg_verbosity > 2) {

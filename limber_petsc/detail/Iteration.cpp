@@ -52,7 +52,7 @@ PetscErrorCode test(KSP solver, PetscInt iteration, PetscReal norm, KSPConverged
   return 0;
 }
 
-// Computes the residual of x anew.
+// Recomputes the residual of x.
 PetscErrorCode residualOf(const Iteration& problem, Vec x, double* norm) {
   Array r;
   PetscCall(VecDuplicate(problem.b, &r));
