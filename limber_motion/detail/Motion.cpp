@@ -166,7 +166,8 @@ void Motion::aimBetween() {
   for (std::size_t i = 0; i < aims_.size(); ++i) {
     if (looseness_[i] == 0.0) continue;
     const Constraint& wish = task_.wishes[i];
-    const Pnt3 now = places.at(wish.joint, wish.frame), still = places.stilled(wish.joint, wish.frame, half);
+    const Pnt3 now = places.at(wish.joint, wish.frame);
+    const Pnt3 still = places.stilled(wish.joint, wish.frame, half, floor_.first());
     const Pnt3 place = still + (now - still) * std::clamp(looseness_[i] - mostStilled, 0.0, 1.0);
     aims_[i] += (place * height - wish.target) * std::min(looseness_[i], 1.0);
   }

@@ -18,8 +18,8 @@ double Places::third(int joint, int f) const {
   return (at(joint, f + 3) - at(joint, f + 2) * 3.0 + at(joint, f + 1) * 3.0 - at(joint, f)).length();
 }
 
-Pnt3 Places::stilled(int joint, int f, int half) const {
-  const int m = std::min({half, f, frames() - 1 - f});
+Pnt3 Places::stilled(int joint, int f, int half, int first) const {
+  const int m = std::min({half, f - first, frames() - 1 - f});
   if (m < 2) return at(joint, f);  // the parabola passes through all of them
   const double mm = static_cast<double>(m) * (m + 1),
                all = (2.0 * m + 3.0) * (2.0 * m + 1.0) * (2.0 * m - 1.0);

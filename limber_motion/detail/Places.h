@@ -21,9 +21,9 @@ class Places {
   /// The length of the third difference of a joint's positions in the frames f .. f + 3.
   double third(int joint, int f) const;
   /// A joint's position without its trembling: the value at frame f of the parabola that fits the positions
-  /// in the frames f - half .. f + half best (Savitzky and Golay 1964). Near the ends of the clip fewer
-  /// frames are used.
-  Pnt3 stilled(int joint, int f, int half) const;
+  /// in the frames f - half .. f + half best (Savitzky and Golay 1964). Near the end of the clip, and near
+  /// `first`, where its motion begins, fewer frames are used.
+  Pnt3 stilled(int joint, int f, int half, int first) const;
   /// The frame from `first` to `last` with the largest third difference; `first` if last < first.
   int mostAbrupt(int joint, int first, int last) const;
 
