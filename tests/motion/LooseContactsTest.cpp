@@ -124,30 +124,6 @@ TEST(LooseContacts, DoNotTremble) {
   EXPECT_TRUE(is <= 1e-4 * was) << is / was;
 }
 
-// The clip begins with a pose far from the motion.
-TEST(LooseContacts, AreNotDrawnTowardsAPoseInFront) {
-  Clip clip = standing(240, 120.0);
-  for (int f = 0; f < clip.frames; f++) {
-    angle(&clip, f, "RightToe", 'X') = 30.0 * degree * std::sin(3.14159 * (f - 120.0) / 240.0);
-    angle(&clip, f, "LeftUpLeg", 'Z') = 0.3 * degree * std::sin(0.05 * f);
-  }
-  clip.frame(0)[2] += 0.5;
-  const Clip before = clip;
-  const Contacts contacts = findContacts(clip);
-  EXPECT_EQ(contacts.first, 1);
-  Edit edit(clip);
-  edit.plant(contacts);
-  const Report report = edit.solve();
-  EXPECT_TRUE(report.met) << textOf(report);
-  EXPECT_GT(report.looseFrames, 0) << textOf(report);
-  const Skeleton skeleton(before);
-  const int toe = clip.find("RightToe.End");
-  for (int f = 1; f < 20; f++) {
-    const Pnt3 step = skeleton.position(toe, clip.frame(f + 1)) - skeleton.position(toe, clip.frame(f));
-    EXPECT_TRUE(step.length() <= 0.001) << f << ": " << step.length();
-  }
-}
-
 TEST(LooseContacts, FirmContactsAreNotLoosened) {
   Clip clip = standing(90, 30.0);
   for (int f = 0; f < clip.frames; f++) clip.frame(f)[0] = 0.01 * std::sin(0.1 * f);
