@@ -99,6 +99,27 @@ TEST(SolveRank, ConsistentSingularNetworksAreSolvedWithoutMuchOfTheNullSpace) {
   }
 }
 
+// The factors of these matrices overflow when they are applied: solutions of A x = 0 without its last row
+// grow by a factor of 4 from row to row.
+TEST(SolveRank, AMatrixWhoseFactorsOverflowHasTheSmallestResidual) {
+  for (const double below : {0.0, 1.0}) {
+    SCOPED_TRACE(below);
+    const int n = 1200;
+    Entries A(n, n);
+    Vector b(n), square, least;
+    for (int i = 0; i < n; ++i) {
+      if (i > 0 && below != 0.0) A.add(i, i - 1, below);
+      A.add(i, i, 1.0);
+      if (i + 1 < n) A.add(i, i + 1, 4.0);
+      b[i] = std::sin(i + 1.0);
+    }
+    EXPECT_EQ(SOLVE_STAGNATED, solveSquare(A.matrix(), b, &square).status);
+    EXPECT_EQ(SOLVE_CONVERGED, solveLeastSquares(A.matrix(), b, &least).status);
+    EXPECT_LE(restOf(A, b, square), 1.001 * restOf(A, b, least));
+    EXPECT_LE(normOf(square), 1e3 * normOf(b));
+  }
+}
+
 // An entry that is nearly zero makes x as large as doubles can be; the residual must not become a NaN then.
 TEST(SolveRank, TheResidualOfASolutionNearTheLargestNumberIsANumber) {
   for (const double tiny : {1e-290, 1e-298, 1e-302, 1e-306}) {

@@ -39,6 +39,7 @@ struct LsmrRun {
   const Doubles* scale = nullptr;
   SparseQr* qr = nullptr;
   Doubles rowFactors = Doubles();
+  double every = 0.0;  // LsmrGoal::every
   Doubles work = Doubles();
 
   Outcome solve(int iterations, bool once);
@@ -63,7 +64,6 @@ void LsmrRun::unscale(const double* from, int power, double* to) {
 Outcome LsmrRun::solve(int iterations, bool once) {
   const int m = system.height, n = system.width;
   Doubles u(m), d(n), step(n), gradient(n), tryR(m), tryG(system.g.size());
-  double truth = 0.0;
   Outcome outcome = Outcome::stuck;
   const int last = lastIteration(system, iterations);
   while (!system.ended() && system.run.iterations < last) {
@@ -83,28 +83,32 @@ Outcome LsmrRun::solve(int iterations, bool once) {
       map.multiplyTransposed(u.data(), gradient.data());
     }
     const double start = safeNorm(n, gradient.data());
-    if (!(start > 0.0) || !std::isfinite(start)) return Outcome::stuck;
+    if (!std::isfinite(start)) return Outcome::overflow;
+    if (!(start > 0.0)) return Outcome::stuck;
     LsmrGoal goal;
     goal.iterations = last - system.run.iterations;
     goal.residual = start * std::clamp(0.9 * system.goal / before, 1e-16, 1.0);
     goal.ratio = before / start;
     goal.truth = system.goal;
+    goal.every = every;
+    LinearSystem::State best;  // of those that were checked
     goal.check = [&](const double* at) {
       unscale(at, power, step.data());
       for (int j = 0; j < n; ++j) step[j] += system.x[j];
-      return truth = system.measure(step.data(), tryR.data(), tryG.data());
+      const double truth = system.measure(step.data(), tryR.data(), tryG.data());
+      if (truth < best.residual) best = {step, tryR, tryG, truth};
+      return truth;
     };
     goal.gradient = gradient.data();
     const LsmrResult result = lsmr(map, u.data(), d.data(), goal, system.run);
     outcome = result.outcome;
     if (!qr) system.condition = std::max(system.condition, result.condition);
-    bool better;
-    if (result.checked) {
-      better = system.adopt(&step, &tryR, &tryG, truth);
-    } else {
+    bool better = false;
+    if (!result.checked) {
       unscale(d.data(), power, step.data());
       better = system.improve(step.data());
     }
+    better |= system.adopt(&best.x, &best.r, &best.g, best.residual);
     if (!better || once || !(system.residual <= 0.5 * before)) break;
   }
   return outcome;
@@ -288,7 +292,7 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
         system.takeBack(begin);
       }
     }
-    return true;
+    return *outcome != Outcome::overflow;
   } catch (const std::bad_alloc&) {
     return false;
   }
@@ -308,6 +312,16 @@ Outcome solveByLeastSquares(LinearSystem& system) {
         });
   }
   if (!system.ended() && denseMethod(system, lastResort)) outcome = Outcome::stuck;
+  if (!system.ended() && system.goal > 0.0) {
+    // if columns of very different lengths are nearly dependent, the first iterates of LSMR with columns that
+    // are not scaled are better than the last ones
+    LinearSystem::State scaled = system.state();
+    system.goBack();
+    LsmrRun run{system, *system.map, {}, {}};
+    run.every = 0.5;
+    run.solve(firstBudget(system, 20, 5000), true);
+    system.keepBetter(std::move(scaled));
+  }
   const bool far = !system.fullRank && farFromMinimum(system), doubtful = far || system.condition > 1e4;
   if (worthPolish(system, doubtful)) {
     Allowance allowance = polishAllowance(system, doubtful);

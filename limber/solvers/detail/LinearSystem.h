@@ -3,6 +3,7 @@
 /// @file
 /// The scaled system of a solve, the best solution so far, and its recomputed residual.
 
+#include <cmath>
 #include <memory>
 
 #include "limber/solvers/detail/Array.h"
@@ -50,7 +51,7 @@ class LinearSystem {
   /// A state of the solution that can be restored.
   struct State {
     Doubles x, r, g;
-    double residual;
+    double residual = HUGE_VAL;
   };
   State state() const { return {x, r, g, residual}; }
   /// Restores the start.

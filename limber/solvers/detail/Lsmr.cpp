@@ -164,7 +164,7 @@ Outcome Run::iterate() {
   Outcome outcome = begin();
   if (outcome != Outcome::stuck) return outcome;
   const int patience = std::clamp(n_, 200, 10000);
-  double gain = estimate();
+  double gain = estimate(), milestone = goal_.every * gain;
   int sinceGain = 0;
   for (; steps_ < goal_.iterations; ++steps_) {
     if (run_.mustEnd()) return run_.whyEnded();
@@ -173,6 +173,10 @@ Outcome Run::iterate() {
     if (outcome != Outcome::done) return outcome;
     run_.step(estimate() * goal_.ratio);
     if ((estimate() <= goal_.residual || complete()) && verify(&outcome)) return outcome;
+    if (estimate() <= milestone) {
+      milestone = goal_.every * estimate();
+      goal_.check(d_);
+    }
     ++sinceGain;
     if (estimate() < 0.98 * gain) {
       gain = estimate();

@@ -22,6 +22,9 @@ struct LsmrGoal {
   /// at most `truth`. May be empty.
   std::function<double(const double* d)> check;
   double truth = 0.0;
+  /// d is also checked whenever the estimate has fallen by this factor; the check may keep the best d. 0:
+  /// never.
+  double every = 0.0;
   /// A^T r. If null, it is computed.
   const double* gradient = nullptr;
 };

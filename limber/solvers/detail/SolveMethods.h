@@ -20,7 +20,7 @@ Outcome solveDefinite(LinearSystem& system);
 Outcome solveAnySquare(LinearSystem& system);
 
 /// The single least-squares methods: LSMR with scaled columns, and LSMR preconditioned by a QR factor. The
-/// second one returns false if the factor costs too much.
+/// second one returns false if the factor costs too much, or if numbers overflow when it is applied.
 Outcome scaledLsmr(LinearSystem& system, int iterations);
 bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int iterations, Outcome* outcome);
 

@@ -331,6 +331,23 @@ TEST(Lsmr, EndsAtOnceWithoutAGradient) {
             lsmr(endless.map, endless.r.data(), endless.d.data(), lsmrGoal(0.0), endless.run).outcome);
 }
 
+TEST(Lsmr, ShowsTheCallerAlsoTheIteratesOnTheWay) {
+  Dice dice(9);
+  Solve s(tall(&dice, 60, 40), dice.vector(60));
+  const Dense T = s.A.transposed();
+  std::vector<double> gradients{normOf(T.times(s.b))};
+  LsmrGoal goal = lsmrGoal(1e-9 * gradients[0]);
+  goal.truth = 1e-8 * gradients[0];
+  goal.every = 0.1;
+  goal.check = [&](const double* d) {
+    gradients.push_back(normOf(T.times(residualOf(s.A, s.b, std::vector<double>(d, d + 40)))));
+    return gradients.back();
+  };
+  EXPECT_EQ(Outcome::done, lsmr(s.map, s.r.data(), s.d.data(), goal, s.run).outcome);
+  ASSERT_GE(gradients.size(), 4u);
+  for (std::size_t k = 1; k + 1 < gradients.size(); ++k) EXPECT_LE(gradients[k], 0.11 * gradients[k - 1]);
+}
+
 TEST(Lsmr, AsksWhetherTheCallerHasEnough) {
   Dice dice(9);
   Solve s(tall(&dice, 30, 10), dice.vector(30));
