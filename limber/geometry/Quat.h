@@ -52,7 +52,8 @@ class LIMBER_API Quat {
 
   /// The rotation vector, angle times unit axis, of a length in [0, 2 pi]: the angle 2 acos(w) is not
   /// clamped, and it may be the longer way. (0, 0, 0) if x, y and z are zero, and for every angle below 2e-8,
-  /// for which w rounds to 1. RotationVector keeps small angles.
+  /// for which w rounds to 1. Above that, the error of a small angle is up to 4e-16 / angle. RotationVector
+  /// is accurate for every angle.
   Pnt3 Log() const;
   /// The angle of the relative rotation q^-1 * this, in [0, 2 pi]. It is computed by acos(w), so near 0 its
   /// error is about 1e-8.
@@ -80,13 +81,13 @@ class LIMBER_API Quat {
 
   /// this = the rotation by `angle`, wrapped into (-pi, pi], about the axis, which need not have length 1; a
   /// zero axis reports "Normalizing Zero Point!" and counts as (0, 1, 0). An angle that is not finite gives
-  /// NaN. The sine of half the angle is sqrt(1 - w^2), so an angle below 2e-8 gives the identity;
-  /// FromRotationVector keeps small angles.
+  /// NaN. The sine of half the angle is sqrt(1 - w^2), so an angle below 2e-8 gives the identity,
+  /// and the error of a small one is up to 4e-16 / angle. FromRotationVector is accurate for every angle.
   void FromAxisAngle(const Pnt3* axis, double angle);
   /// The same with the cosine of an angle in [0, pi]; a cosine outside [-1, 1] gives NaN.
   void FromAxisCosAngle(const Pnt3* axis, double cosAngle);
   /// this = the shortest turn of the direction `from` to the direction `to`, by (1 + cos, sin axis). Opposite
-  /// directions give no rotation: the result is not finite for 75 % of random vectors and 99 % of unit
+  /// directions give no rotation: the result is not finite for 69 % of random vectors and 99 % of unit
   /// vectors, otherwise a quaternion near zero. Nearly opposite directions lose digits. FromDirections has
   /// none of these errors.
   void FromVectors(const Pnt3* from, const Pnt3* to);

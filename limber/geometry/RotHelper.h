@@ -37,10 +37,10 @@
 ///       formula:  Quat::FromVectors, wrong for opposite directions and inaccurate near them
 ///       accurate: Quat::FromDirections
 ///     quaternion of an angle and an axis
-///       formula:  Quat::FromAxisAngle, which takes angles below 2e-8 as 0
+///       formula:  Quat::FromAxisAngle, which takes angles below 2e-8 as 0; small ones are inaccurate
 ///       accurate: Quat::FromRotationVector
 ///     angle and axis of a quaternion
-///       formula:  Quat::Log and Quat::Angle, which take angles below 2e-8 as 0
+///       formula:  Quat::Log and Quat::Angle, which take angles below 2e-8 as 0; small ones are inaccurate
 ///       accurate: Quat::RotationVector
 
 #include "limber/Api.h"

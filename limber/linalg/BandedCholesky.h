@@ -9,8 +9,9 @@
 /// in the middle of a row.)
 ///
 /// Results are LAPACK's INFO: 0, k > 0 when the leading minor of order k is not positive definite, -k when
-/// the k-th argument of the LAPACK routine named at each function is illegal (a missing or short operand). If
-/// the BLAS gets no memory, that is reported and the result is minus the position of INFO itself: -6 or -8.
+/// the k-th argument of the LAPACK routine named at each function is illegal (a missing or short operand). A
+/// null band counts as an empty one, which gives 0. If the BLAS gets no memory, that is reported and the
+/// result is minus the position of INFO itself: -6 or -8.
 
 #include "limber/Api.h"
 

@@ -102,7 +102,8 @@ class LIMBER_API FullMatrix : public SpMat {
   FullMatrix inverse() const;
   /// Inverts in place by Gauss-Jordan elimination with full pivoting. Returns 1, or 0 with the values
   /// unchanged for a matrix that is not square (kind becomes 1) and when there is no memory (which is
-  /// reported). A singular matrix gets kind 3 and the values at the end of the elimination.
+  /// reported). For a singular matrix, too, the result is 1; it gets kind 3 and the values at the end of the
+  /// elimination.
   int invert();
 
   /// One line per row: "%7.4f " for each non-zero value, "      0 " for each zero. Nothing for a matrix

@@ -3,7 +3,8 @@
 /// @file
 /// LU factorization with partial pivoting, by LAPACK. Results are LAPACK's INFO: 0, k > 0 when the k-th pivot
 /// is exactly 0, -k when the k-th argument of the LAPACK routine named at each function is illegal (a missing
-/// or short operand, a pivot out of range); then nothing is written. Not reentrant: the work array is shared.
+/// or short operand, a pivot out of range); then nothing is written. A null A counts as an empty matrix,
+/// which gives 0. Not reentrant: the work array is shared.
 
 #include "limber/Api.h"
 

@@ -7,7 +7,8 @@
 ///
 /// the leading width(A) elements of b become the least-squares solution of A x = b. Results are LAPACK's
 /// INFO: 0, or -k when the k-th argument of the LAPACK routine named at each function is illegal (a missing
-/// or short operand); then nothing is written. Not reentrant: the work array is shared.
+/// or short operand); then nothing is written. A null matrix counts as an empty one, which gives 0. Not
+/// reentrant: the work array is shared.
 
 #include "limber/Api.h"
 

@@ -20,7 +20,7 @@ class LIMBER_API SpVec {
   int numEntries;
   /// One past the last stored index after insertions, sums and drop(), -1 while empty; the last index itself
   /// (0 if none) after compact() and quantize(). linComb of three rows or more counts its last index even if
-  /// the sum there was too small to store, and sets 0 for an empty result.
+  /// the sum there was too small to store, and sets 0 if all of these rows are the output itself.
   int width;
   /// The stored values. compact() and quantize() do not change its count; the next insertion sets it to
   /// numEntries again.

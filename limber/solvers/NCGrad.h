@@ -24,7 +24,9 @@ LIMBER_API int ncgradA(SpMat* A, Vector* x, Vector* b, double* rsqOut);
 LIMBER_API int ncgradAtA(SpMat* A, Vector* x, Vector* b, double* rsqOut);
 /// Least squares, min |A x - b|: A^T A x = A^T b.
 LIMBER_API int ncgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut);
-/// A^T (A x + d 1) = A^T b. (Contract: d is added to each element of the product; it is not multiplied by x.)
+/// A^T (A x + d 1) = A^T b. (Contract: d is added to each element of the product; it is not multiplied by x.
+/// This operator is not linear, so conjugate gradients only come near the solution. With a small cg_tol a
+/// solve uses up its restarts. For the exact solution, call ncgrad with b - d 1.)
 LIMBER_API int ncgradDamp(SpMat* A, Vector* x, Vector* b, double* rsqOut, double d);
 /// (A A^T + diag(dampV)) y = b, with y in x; dampV and pre may be null. (Contract: a zero right-hand
 /// side leaves cgradDampV set, so later products are still damped.)
