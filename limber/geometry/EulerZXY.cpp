@@ -43,6 +43,27 @@ Pnt3 turnedXAxis(double z, double x) {
   return Pnt3(std::cos(z) + spread, std::sin(z) + spread, spread);
 }
 
+// The angles about Z and X whose rotation has Y as the image of the y axis; none below 1e-5.
+void tiltOf(const Pnt3& Y, int snapX, int zeroX, double& z, double& x, int verbose) {
+  if (snapX && std::fabs(Y.x) < 0.02) {
+    z = 0.0;
+    x = std::atan2(Y.z, Y.y);
+  } else {
+    z = -std::atan2(Y.x, Y.y);
+    x = zeroX ? 0.0 : std::asin(Y.z);
+  }
+  if (verbose) stdoutPrintf("z,x = %g %g\n", z, x);
+  if (std::fabs(x) < 1e-5) x = 0.0;
+  if (std::fabs(z) < 1e-5) z = 0.0;
+}
+
+// The angle between two directions with this dot product, which rounding may carry beyond 1.
+double angleOf(double cosine) {
+  if (cosine > 1.1) ReportSite{"Rotation", 125}.error("bad value (too big) in factorZXY");
+  if (cosine < -1.1) ReportSite{"Rotation", 129}.error("bad value (too small) in factorZXY");
+  return std::acos(cosine > 1.0 ? 1.0 : cosine < -1.0 ? -1.0 : cosine);
+}
+
 }  // namespace
 
 void makeRot(double x, double y, double z, Matrix4x4* out) {
@@ -76,17 +97,7 @@ int factorZXY(Matrix4x4* M, int snapX, int zeroX, double& z, double& x, double& 
     stdoutPrintf("Xax : %g %g %g\n", X.x, X.y, X.z);
   }
 
-  if (snapX && std::fabs(Y.x) < 0.02) {
-    z = 0.0;
-    x = std::atan2(Y.z, Y.y);
-  } else {
-    z = -std::atan2(Y.x, Y.y);
-    x = zeroX ? 0.0 : std::asin(Y.z);
-  }
-  if (verbose) stdoutPrintf("z,x = %g %g\n", z, x);
-  if (std::fabs(x) < 1e-5) x = 0.0;
-  if (std::fabs(z) < 1e-5) z = 0.0;
-
+  tiltOf(Y, snapX, zeroX, z, x, verbose);
   const Pnt3 newX = turnedXAxis(z, x);
   if (verbose) stdoutPrintf("NewX: %g %g %g\n", newX.x, newX.y, newX.z);
   if (lengthX <= 0.1) {
@@ -94,15 +105,7 @@ int factorZXY(Matrix4x4* M, int snapX, int zeroX, double& z, double& x, double& 
     return problems;
   }
   X /= lengthX;
-  double d = dot(newX, X);
-  if (d > 1.0) {
-    if (d > 1.1) ReportSite{"Rotation", 125}.error("bad value (too big) in factorZXY");
-    d = 1.0;
-  } else if (d < -1.0) {
-    if (d < -1.1) ReportSite{"Rotation", 129}.error("bad value (too small) in factorZXY");
-    d = -1.0;
-  }
-  y = std::acos(d);
+  y = angleOf(dot(newX, X));
   const Pnt3 newY = newX * X;
   if (verbose) stdoutPrintf("NewY: %g %g %g\n", newY.x, newY.y, newY.z);
   if (dot(newY, Y) < 0.0) y = -y;

@@ -88,6 +88,38 @@ inline void findPivot(const double* a, int n, int ld, const GaussJordanScratch& 
   }
 }
 
+inline double* rowAt(double* a, int ld, int i) { return a + static_cast<std::ptrdiff_t>(i) * ld; }
+
+/// Tells the watcher of the columns that have been used twice, once for each row that is still searched.
+template <class Watcher>
+void tellUsedTwice(int usedTwice, int n, const GaussJordanScratch& s, Watcher& watcher) {
+  for (int i = 0; usedTwice > 0 && i < n; ++i) {
+    if (s.uses[i] == 1) continue;
+    for (int k = 0; k < usedTwice; ++k) watcher.columnUsedTwice();
+  }
+}
+
+/// Divides the pivot row of `column` by its pivot, and subtracts multiples of it from all other rows.
+template <class Watcher>
+__attribute__((always_inline)) inline void reduceRows(double* a, int n, int ld, int column,
+                                                      Watcher& watcher) {
+  double* const pivotRow = rowAt(a, ld, column);
+  if (pivotRow[column] == 0.0) watcher.zeroPivot();
+  const double factor = 1.0 / pivotRow[column];
+  pivotRow[column] = 1.0;
+  for (int j = 0; j < n; ++j) pivotRow[j] *= factor;
+  watcher.pivotRowScaled(column, factor);
+  for (int i = 0; i < n; ++i) {
+    if (i == column) continue;
+    double* __restrict target = rowAt(a, ld, i);
+    const double* __restrict source = pivotRow;
+    const double multiple = target[column];
+    target[column] = 0.0;
+    for (int j = 0; j < n; ++j) target[j] -= source[j] * multiple;
+    watcher.rowReduced(i, column, multiple);
+  }
+}
+
 /// Replaces the leading n x n block of the row-major `a` (row stride `ld`) by its inverse. With Size above 0
 /// the size is fixed and n is not read. A singular matrix is eliminated to the end, with a division by zero;
 /// the watcher is told.
@@ -98,50 +130,27 @@ void gaussJordan(double* a, int n, int ld, const GaussJordanScratch& s, Watcher&
     s.uses[j] = 0;
     s.closed[j] = 0.0;
   }
-  const auto rowAt = [a, ld](int i) { return a + static_cast<std::ptrdiff_t>(i) * ld; };
-  int row = 0;
-  int column = 0;
-  int usedTwice = 0;
+  int row = 0, column = 0, usedTwice = 0;
   for (int step = 0; step < size; ++step) {
-    if (usedTwice > 0) {
-      for (int i = 0; i < size; ++i) {
-        if (s.uses[i] == 1) continue;
-        for (int k = 0; k < usedTwice; ++k) watcher.columnUsedTwice();
-      }
-    }
+    tellUsedTwice(usedTwice, size, s, watcher);
     findPivot(a, size, ld, s, row, column);
-    ++s.uses[column];
     s.closed[column] = std::numeric_limits<double>::quiet_NaN();
-    if (s.uses[column] == 2) ++usedTwice;
-    double* const pivotRow = rowAt(column);
-    if (row != column) {
-      double* const other = rowAt(row);
-      for (int j = 0; j < size; ++j) std::swap(other[j], pivotRow[j]);
-      watcher.rowsSwapped(row, column);
-    }
+    if (++s.uses[column] == 2) ++usedTwice;
     s.pivotRow[step] = row;
     s.pivotColumn[step] = column;
-    if (pivotRow[column] == 0.0) watcher.zeroPivot();
-
-    const double factor = 1.0 / pivotRow[column];
-    pivotRow[column] = 1.0;
-    for (int j = 0; j < size; ++j) pivotRow[j] *= factor;
-    watcher.pivotRowScaled(column, factor);
-    for (int i = 0; i < size; ++i) {
-      if (i == column) continue;
-      double* __restrict target = rowAt(i);
-      const double* __restrict source = pivotRow;
-      const double multiple = target[column];
-      target[column] = 0.0;
-      for (int j = 0; j < size; ++j) target[j] -= source[j] * multiple;
-      watcher.rowReduced(i, column, multiple);
+    if (row != column) {
+      for (int j = 0; j < size; ++j) std::swap(rowAt(a, ld, row)[j], rowAt(a, ld, column)[j]);
+      watcher.rowsSwapped(row, column);
     }
+    reduceRows(a, size, ld, column, watcher);
   }
+  // The exchanges of rows of A are exchanges of columns of the inverse, in the opposite order.
   for (int step = size - 1; step >= 0; --step) {
-    const int first = s.pivotRow[step];
-    const int second = s.pivotColumn[step];
-    if (first == second) continue;
-    for (int i = 0; i < size; ++i) std::swap(rowAt(i)[first], rowAt(i)[second]);
+    const int first = s.pivotRow[step], second = s.pivotColumn[step];
+    for (int i = 0; first != second && i < size; ++i) {
+      double* const values = rowAt(a, ld, i);
+      std::swap(values[first], values[second]);
+    }
   }
 }
 
