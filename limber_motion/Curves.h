@@ -23,6 +23,8 @@ class LIMBER_MOTION_API Curves {
     int first, count;  ///< the times first .. first + count - 1
     double weight[4];  ///< their sum is 1
   };
+  /// The same curves with the times first .. end - 1 only, which are counted from 0.
+  Curves part(int first, int end) const;
   /// change(frame) = sum over k < count of weight[k] unknown[first + k].
   Basis at(int frame) const;
   /// The number of times that one frame depends on.
@@ -30,6 +32,7 @@ class LIMBER_MOTION_API Curves {
 
  private:
   int spacing_, times_;
+  int skipped_ = 0;  // times before the first one
   std::optional<Spline> spline_;
 };
 

@@ -21,6 +21,18 @@ std::string place(const std::string& joint, int frame) {
   return joint.empty() ? "" : ", " + joint + " in frame " + std::to_string(frame);
 }
 
+// The number of steps, and in how many of them a frame took part. All frames take part in the first step.
+std::string stepsOf(const Report& report) {
+  double frames = 0.0;
+  for (const EditStep& step : report.steps) frames += step.frames;
+  const std::string count = std::to_string(report.steps.size());
+  if (report.steps.empty() ||
+      !(frames < report.steps.front().frames * static_cast<double>(report.steps.size())))
+    return count;
+  return count + ", of which a frame took part in " + number(frames / report.steps.front().frames) +
+         " in the mean";
+}
+
 }  // namespace
 
 std::string textOf(const Report& r) {
@@ -45,7 +57,7 @@ std::string textOf(const Report& r) {
                         number(r.largestEdgeJerk) + " at most; whole body " + number(r.bodyJerk));
   line("below ground", number(r.belowBefore) + " -> " + length(r.belowAfter, r));
   line("frames changed", std::to_string(r.framesChanged));
-  line("steps", std::to_string(r.steps.size()) + ", " + number(r.seconds) + " seconds");
+  line("steps", stepsOf(r) + ", " + number(r.seconds) + " seconds");
   for (const std::string& note : r.notes) line("note", note);
   return out;
 }
@@ -91,7 +103,7 @@ std::string jsonOf(const Report& r) {
     out += "    {\"number\": " + std::to_string(s.number) + ", \"exact\": " + (s.exact ? "true" : "false") +
            ", \"before\": " + jsonNumber(s.before) + ", \"after\": " + jsonNumber(s.after) +
            ", \"scale\": " + jsonNumber(s.scale) + ", \"turn\": " + jsonNumber(s.turn) +
-           ", \"seconds\": " + jsonNumber(s.seconds) + "}";
+           ", \"seconds\": " + jsonNumber(s.seconds) + ", \"frames\": " + std::to_string(s.frames) + "}";
   }
   return out + (r.steps.empty() ? "]\n}\n" : "\n  ]\n}\n");
 }

@@ -11,14 +11,16 @@
 
 namespace limber::motion {
 
-/// One Gauss-Newton step. Distances from targets (misses) are in body heights.
+/// One Gauss-Newton step. It is taken in windows around the frames that need it; all other frames stay as
+/// they are. Distances from targets (misses) are in body heights.
 struct EditStep {
   int number = 0;      ///< from 1
   bool exact = false;  ///< the step meets the targets exactly; if false, it approaches them smoothly
   double before = 0.0, after = 0.0;  ///< largest miss of the held joints
-  double scale = 0.0;                ///< the fraction of the step that was taken
-  double turn = 0.0;                 ///< largest change of an angle so far, in radians
+  double scale = 0.0;  ///< the fraction of the step that was taken, the smallest one of all windows
+  double turn = 0.0;   ///< largest change of an angle so far, in radians
   double seconds = 0.0;
+  int frames = 0;  ///< the number of frames that took part
 };
 
 /// The outcome of an edit. Everything is computed from the clip before and after the edit, over all frames.
@@ -50,7 +52,7 @@ struct Report {
   double belowBefore = 0.0, belowAfter = 0.0;    ///< how far the feet go below the ground
   int framesChanged = 0;
 
-  std::vector<EditStep> steps;
+  std::vector<EditStep> steps;  ///< those that led to the result, of all attempts
   double seconds = 0.0;
 };
 

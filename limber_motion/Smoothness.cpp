@@ -50,6 +50,16 @@ Smoothness::Smoothness(int times, const std::vector<double>& masses, double dt, 
   }
 }
 
+Smoothness Smoothness::part(int first, int end) const {
+  Smoothness part = *this;
+  part.times_ = end - first;
+  for (int k = 0; k <= reach_; ++k) {
+    const auto begin = diagonals_[k].begin() + first;
+    part.diagonals_[k].assign(begin, begin + std::max(part.times_ - k, 0));
+  }
+  return part;
+}
+
 void Smoothness::mult(const Vector* x, Vector* y) const {
   const int n = channels();
   detail::setLength(y, height());

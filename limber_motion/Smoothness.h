@@ -38,6 +38,9 @@ class LIMBER_MOTION_API Smoothness : public SpMat {
   double massOf(int channel) const { return masses_[static_cast<std::size_t>(channel)]; }
   int height() const override { return times_ * channels(); }
   int width() const override { return height(); }
+  /// The part of R for the times first .. end - 1, which are counted from 0. It measures a change that is
+  /// zero at all other times.
+  Smoothness part(int first, int end) const;
   /// y = R x, overwriting y, which gets height() elements. x and y are different vectors. Throws
   /// std::bad_alloc if there is no memory for them.
   void mult(const Vector* x, Vector* y) const override;

@@ -32,11 +32,11 @@ Floor::Floor(const Clip& original, const Skeleton& skeleton, const Contacts& fee
   watched_.assign(static_cast<std::size_t>(original.frames) * feet_.size(), false);
 }
 
-bool Floor::watch(const Clip& clip, const std::vector<Hold>& holds) {
-  bool news = false;
+std::vector<int> Floor::watch(const Clip& clip, int first, int end, const std::vector<Hold>& holds) {
+  std::vector<int> news;
   std::size_t next = 0;
   Pose pose;
-  for (int f = first_; f < clip.frames; ++f) {
+  for (int f = std::max(first_, first); f < end; ++f) {
     skeleton_.pose(clip.frame(f), &pose);
     for (std::size_t i = 0; i < feet_.size(); ++i) {
       const double height = pose.position[static_cast<std::size_t>(feet_[i])].y;
@@ -45,16 +45,17 @@ bool Floor::watch(const Clip& clip, const std::vector<Hold>& holds) {
       if (height >= least_[i] - tolerance * skeleton_.height()) continue;
       if (isHeld(holds, &next, f, feet_[i])) continue;
       watched_[k] = true;
-      news = true;
+      news.push_back(f);
     }
   }
   return news;
 }
 
-void Floor::addTo(const Clip& clip, double weight, std::vector<Hold>* holds) const {
+void Floor::addTo(const Clip& clip, int first, int end, double weight, std::vector<Hold>* holds) const {
   std::vector<Hold> low;
   std::size_t next = 0;
-  for (std::size_t k = 0; k < watched_.size(); ++k) {
+  for (std::size_t k = static_cast<std::size_t>(first) * feet_.size();
+       k < static_cast<std::size_t>(end) * feet_.size(); ++k) {
     if (!watched_[k]) continue;
     const int f = static_cast<int>(k / feet_.size());
     const int joint = feet_[k % feet_.size()];

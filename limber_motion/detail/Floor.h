@@ -18,11 +18,12 @@ class Floor {
   /// The skeleton must outlive the floor.
   Floor(const Clip& original, const Skeleton& skeleton, const Contacts& feet, bool strict);
 
-  /// Starts to watch the joints that are too low in `clip`, except those that `holds` holds in that frame.
-  /// `holds` is sorted by frame. Returns true if any joint is too low.
-  bool watch(const Clip& clip, const std::vector<Hold>& holds);
-  /// Adds a hold of the height for each watched joint that is not held already. The order by frame is kept.
-  void addTo(const Clip& clip, double weight, std::vector<Hold>* holds) const;
+  /// Starts to watch the joints that are too low in the frames first .. end - 1 of `clip`, except those that
+  /// `holds` holds in that frame. `holds` is sorted by frame. Returns the frames in which a joint is too low.
+  std::vector<int> watch(const Clip& clip, int first, int end, const std::vector<Hold>& holds);
+  /// Adds a hold of the height for each joint that is watched in one of these frames and not held already.
+  /// The order by frame is kept.
+  void addTo(const Clip& clip, int first, int end, double weight, std::vector<Hold>* holds) const;
   const std::vector<int>& feet() const { return feet_; }
   /// The first frame of the motion, after separate poses such as a T-pose.
   int first() const { return first_; }

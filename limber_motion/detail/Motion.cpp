@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
+
 #include <utility>
 
-#include "limber_motion/StepSystem.h"
 #include "limber_motion/detail/GivingUp.h"
 #include "limber_motion/detail/HeldJoints.h"
 #include "limber_motion/detail/Memory.h"
@@ -19,21 +18,19 @@ namespace {
 constexpr double floorFirmness = 100.0;  // pull of the floor, relative to that of the targets
 constexpr double nothing = 5e-6;         // heights: such a miss needs no further step
 constexpr double nearEnough = 0.01;      // heights: the next stage can remove such a miss
+constexpr double nearer = 0.8;           // fraction of a miss that a worthwhile step leaves
 constexpr double trembles = 0.05;        // seconds: what is faster than this is trembling
 constexpr double mostStilled = 4.0;      // looseness up to which trembling is removed
-constexpr int boundRounds = 4;  // largest number of rounds of a step that find unknowns that turn too far
 
 double squared(double x) { return x * x; }
 
-Vector sum(const Vector& a, const Vector& b) {
-  Vector result(0);
-  assign(&result, a);
-  result += b;
-  return result;
-}
-
 int spacingOf(const Clip& clip, double knots) {
   return static_cast<int>(std::lrint(std::min(knots / clip.frameTime, 1e6)));
+}
+
+bool same(const Hold& a, const Hold& b) {
+  return a.weight == b.weight && a.target.x == b.target.x && a.target.y == b.target.y &&
+         a.target.z == b.target.z;
 }
 
 }  // namespace
@@ -41,29 +38,34 @@ int spacingOf(const Clip& clip, double knots) {
 Motion::Motion(const Task& task, const std::vector<bool>& givenUp, double pull, Floor floor)
     : task_(task),
       givenUpAtFirst_(givenUp),
-      givenUp_(givenUp),
       givenUpPull_(pull),
-      looseness_(task.wishes.size(), 0.0),
-      floor_(std::move(floor)),
       curves_(task.original.frames, spacingOf(task.original, task.options.knots)),
-      channels_(movingChannels(task, floor_.feet())),
+      channels_(movingChannels(task, floor.feet())),
       urgency_(urgencies(task)),
-      clip_(task.original),
-      holds_(task.skeleton, curves_, channels_),
-      turns_(task, channels_),
+      all_{0, curves_.times()},
+      floor_(std::move(floor)),
+      turns_(task, channels_, curves_.times()),
       stages_(stagesOf(task, curves_, channels_, floor_.first(), pull)),
-      before_(curves_.times() * static_cast<int>(channels_.size())),
-      change_(before_),
-      approach_(0) {
-  const int n = curves_.times() * static_cast<int>(channels_.size());
-  if (before_.size() != n || change_.size() != n) throw std::bad_alloc();
-}
+      looseness_(task.wishes.size(), 0.0),
+      givenUp_(givenUp),
+      misses_(task.wishes.size(), 0.0),
+      changes_{curves_, channels_, zeros(curves_.times() * static_cast<int>(channels_.size())),
+               zeros(curves_.times() * static_cast<int>(channels_.size())), task.original},
+      done_(stages_.size(), Done{{}, givenUp, changes_.now}) {}
 
 void Motion::run(const std::vector<double>& looseness) {
-  const bool again = approachSteps_ > 0 && pullsAsBefore(looseness);
+  const bool again = !steps_.empty() && pullsAsBefore(looseness);
   looseness_ = looseness;
-  if (!again) approach();
-  if (!interrupted_) meet();
+  stepsOfRun_ = again ? stepsBeforeLast_ : 0;
+  std::vector<Window> windows;
+  for (std::size_t s = again ? lastStage() : 0; s < stages_.size() && !interrupted_; ++s) {
+    if (s == lastStage()) stepsBeforeLast_ = stepsOfRun_;
+    begin(s);
+    windows = windowsOf(s, windows);
+    restore(done_[s].change, windows);
+    run(stages_[s], windows);
+    assign(&done_[s].change, changes_.now);
+  }
 }
 
 bool Motion::pullsAsBefore(const std::vector<double>& looseness) const {
@@ -73,81 +75,36 @@ bool Motion::pullsAsBefore(const std::vector<double>& looseness) const {
   return true;
 }
 
-// Takes the steps of all stages but the last one.
-void Motion::approach() {
-  before_ = 0.0;
-  change_ = 0.0;
-  show(change_);
-  steps_.clear();
-  givenUp_ = givenUpAtFirst_;
-  for (std::size_t s = 0; s + 1 < stages_.size(); ++s) {
-    if (s > 0) giveUpWhatStaysFar(stages_[s - 1]);
-    run(stages_[s]);
-    if (interrupted_) return;
-    before_ += change_;
-    change_ = 0.0;
-  }
-  assign(&approach_, before_);
-  approachSteps_ = steps_.size();
-  approachGivenUp_ = givenUp_;
+// Decides from the result of the previous stages what is given up and aimed at.
+void Motion::begin(std::size_t s) {
+  changes_.before = 0.0;
+  changes_.now = 0.0;
+  for (std::size_t earlier = 0; earlier < s; ++earlier) changes_.before += done_[earlier].change;
+  showChanges(task_.original, all_, &changes_);
+  measureMisses(all_);
+  givenUp_ = s == 0 ? givenUpAtFirst_ : done_[s - 1].givenUp;
+  if (s > 0) giveUpWhatStaysFar(stages_[s - 1]);
+  done_[s].givenUp = givenUp_;
+  if (stages_[s].exact) aimBetween();
 }
 
-// Takes the steps of the last stage.
-void Motion::meet() {
-  assign(&before_, approach_);
-  change_ = 0.0;
-  show(change_);
-  steps_.resize(approachSteps_);
-  givenUp_ = approachGivenUp_;
-  giveUpWhatStaysFar(stages_[stages_.size() - 2]);
-  aimBetween();
-  run(stages_.back());
-  before_ += change_;
-  change_ = 0.0;
-}
-
-void Motion::run(const Stage& stage) {
-  double damping = 0.0;
-  while (worthAnother(stage)) {
-    const bool better = step(stage, damping);
-    interrupted_ = task_.options.observer && !task_.options.observer(steps_.back());
-    if (interrupted_) return;
-    if (!better && stage.exact && largestMiss() <= task_.options.goal) return;
-    if (!better) damping = damping == 0.0 ? 1.0 : 100.0 * damping;
-  }
-}
-
-bool Motion::worthAnother(const Stage& stage) const {
-  const int done = static_cast<int>(steps_.size());
-  if (done >= std::min(stage.mostSteps, task_.options.mostSteps)) return false;
-  if (stage.exact) return !finished(stage);
-  return done < stage.leastSteps || getsNearer();
-}
-
-// True if another step of the same stage is worthwhile: the misses are still large and become smaller, or
-// targets out of reach pull, so that the change is large.
-bool Motion::getsNearer() const {
-  const EditStep& last = steps_.back();
-  const bool anyGivenUp = std::find(givenUp_.begin(), givenUp_.end(), true) != givenUp_.end();
-  if (anyGivenUp && givenUpPull_ > 0.0) return last.scale > 0.0;
-  return last.after > nearEnough && last.after < 0.8 * last.before;
-}
-
-bool Motion::finished(const Stage& stage) const {
-  if (!(largestMiss() <= std::min(nothing, task_.options.goal))) return false;
-  if (anyLoose() && !steps_.back().exact) return false;
-  Floor floor = floor_;
-  return !floor.watch(clip_, holds(stage));
+// Takes over the change that a stage made in an earlier run, but not in the windows, where it begins anew.
+void Motion::restore(const Vector& change, const std::vector<Window>& windows) {
+  const int n = static_cast<int>(channels_.size());
+  assign(&changes_.now, change);
+  for (const Window& window : windows)
+    std::fill(changes_.now.begin() + window.first * n, changes_.now.begin() + window.end * n, 0.0);
+  showChanges(task_.original, all_, &changes_);
+  measureMisses(all_);
 }
 
 // Gives up each run of frames in which a joint stays far from its targets, because the joint would have to
 // jump to them.
 void Motion::giveUpWhatStaysFar(const Stage& stage) {
-  if (static_cast<int>(steps_.size()) >= task_.options.mostSteps) return;
-  const std::vector<double> misses = missesOf(task_.wishes, clip_, task_.skeleton);
+  if (stepsOfRun_ >= task_.options.mostSteps) return;
   std::vector<bool> far = givenUp_;
-  for (std::size_t i = 0; i < misses.size(); ++i) {
-    if (isExact(i) && !(misses[i] <= stage.tooFar)) far[i] = true;
+  for (std::size_t i = 0; i < misses_.size(); ++i) {
+    if (isExact(i) && !(misses_[i] <= stage.tooFar)) far[i] = true;
   }
   if (far == givenUp_) return;
   spreadOverRuns(task_.wishes, &far);
@@ -159,8 +116,8 @@ void Motion::giveUpWhatStaysFar(const Stage& stage) {
 void Motion::aimBetween() {
   aims_.clear();
   for (const Constraint& wish : task_.wishes) aims_.push_back(wish.target);
-  if (!anyLoose()) return;
-  const Places places(clip_, task_.skeleton);
+  if (std::all_of(looseness_.begin(), looseness_.end(), [](double l) { return l == 0.0; })) return;
+  const Places places(changes_.clip, task_.skeleton);
   const double height = task_.skeleton.height();
   const int half = static_cast<int>(std::lrint(std::min(trembles / task_.original.frameTime, 1e6)));
   for (std::size_t i = 0; i < aims_.size(); ++i) {
@@ -173,122 +130,167 @@ void Motion::aimBetween() {
   }
 }
 
-bool Motion::anyLoose() const {
-  return std::any_of(looseness_.begin(), looseness_.end(), [](double l) { return l > 0.0; });
-}
-
-bool Motion::step(const Stage& stage, double damping) {
-  const double begun = secondsNow();
-  EditStep done;
-  done.number = static_cast<int>(steps_.size()) + 1;
-  done.exact = stage.exact;
-  done.before = largestMiss();
-  std::vector<Hold> wanted = holds(stage);
-  floor_.watch(clip_, wanted);
-  floor_.addTo(clip_, stage.exact ? stage.pull : floorFirmness * stage.pull, &wanted);
-  holds_.linearize(wanted, clip_);
-  Vector way = direction(stage, damping);
-  done.scale = goAlong(stage, way, wanted);
-  done.after = largestMiss();
-  done.turn = turns_.largestTurn(sum(before_, change_));
-  done.seconds = secondsNow() - begun;
-  steps_.push_back(done);
-  return done.scale > 0.0;
-}
-
-std::vector<Hold> Motion::holds(const Stage& stage) const {
+// What the stage asks of each constraint; the weight is 0 if it asks nothing.
+std::vector<Hold> Motion::asks(const Stage& stage) const {
   std::vector<Hold> list;
   for (std::size_t i = 0; i < task_.wishes.size(); ++i) {
     const Constraint& wish = task_.wishes[i];
-    const bool isHeld = wish.weight >= 1.0 && !givenUp_[i];
-    if (stage.exact && !isHeld) continue;
     double weight = stage.pull;
-    if (!stage.exact && givenUp_[i]) weight = stage.gentlePull * squared(std::min(wish.weight, 1.0));
-    if (!stage.exact && !givenUp_[i]) weight *= urgency_[i] * squared(wish.weight);
-    if (!stage.exact && looseness_[i] > 1.0) weight *= std::pow(0.1, looseness_[i] - 1.0);
-    if (weight == 0.0) continue;
+    if (stage.exact) {
+      if (wish.weight < 1.0 || givenUp_[i]) weight = 0.0;
+    } else {
+      weight = givenUp_[i] ? stage.gentlePull * squared(std::min(wish.weight, 1.0))
+                           : stage.pull * urgency_[i] * squared(wish.weight);
+      if (looseness_[i] > 1.0) weight *= std::pow(0.1, looseness_[i] - 1.0);
+    }
     list.push_back(
         {wish.frame, wish.joint, stage.exact ? aims_[i] : wish.target, weight, stage.exact, false});
   }
   return list;
 }
 
-// Computes the Gauss-Newton step. Unknowns that would turn too far are bound, and the others make up for
-// them.
-Vector Motion::direction(const Stage& stage, double damping) {
-  Vector step = zeros(change_.size());
-  const Vector sofar = sum(before_, change_);
-  turns_.release(stage, sofar);
-  for (int round = 0; round < boundRounds; ++round) {
-    StepSystem system(stage.measure, holds_, damping, turns_.bounds(stage, before_));
-    if (!system.factored()) break;
-    system.solve(change_, stage.exact && damping == 0.0 ? 6 : 1, &step);
-    if (!turns_.bind(stage, sum(sofar, step))) break;
+// The windows in which a stage works: those in which the previous stages have just worked, and those around
+// the frames whose constraints were different when this stage ran before.
+std::vector<Window> Motion::windowsOf(std::size_t s, std::vector<Window> windows) {
+  const std::vector<Hold> asked = asks(stages_[s]);
+  const bool first = done_[s].asked.empty();
+  std::vector<bool> differs(static_cast<std::size_t>(task_.original.frames), false);
+  for (std::size_t i = 0; i < asked.size(); ++i) {
+    if (first || !same(asked[i], done_[s].asked[i])) differs[static_cast<std::size_t>(asked[i].frame)] = true;
   }
-  return step;
+  done_[s].asked = asked;
+  if (first) return {all_};
+  std::vector<bool> times(static_cast<std::size_t>(all_.end), false);
+  for (const Window& own : around(differs, all_, stages_[s].reach)) windows.push_back(own);
+  for (const Window& window : windows) {
+    std::fill(times.begin() + window.first, times.begin() + window.end, true);
+  }
+  return windowsAround(times, 0, 0);
 }
 
-// Takes the whole step, or the largest part of it that reduces the cost and turns no joint too far. Returns
-// the fraction, 0 if there is none.
-double Motion::goAlong(const Stage& stage, Vector step, const std::vector<Hold>& wanted) {
-  const double costBefore = cost(stage, change_, wanted);
+void Motion::run(const Stage& stage, std::vector<Window> windows) {
+  while (!windows.empty() && stepsOfRun_ < std::min(stage.mostSteps, task_.options.mostSteps)) {
+    windows = step(stage, windows);
+    interrupted_ = task_.options.observer && !task_.options.observer(steps_.back());
+    if (interrupted_) return;
+  }
+}
+
+// Takes a step in each window. Returns the windows that need another one.
+std::vector<Window> Motion::step(const Stage& stage, const std::vector<Window>& windows) {
+  const double begun = secondsNow();
+  const std::vector<double> missesBefore = misses_;
+  ++stepsOfRun_;
+  EditStep done;
+  done.number = static_cast<int>(steps_.size()) + 1;
+  done.exact = stage.exact;
+  done.before = largestMiss(all_);
+  done.scale = 1.0;
+  std::vector<Window> rest;
+  for (const Window& window : windows) {
+    const double scale = step(stage, window);
+    const std::vector<Window> open = unfinished(stage, window, scale, missesBefore);
+    rest.insert(rest.end(), open.begin(), open.end());
+    done.scale = std::min(done.scale, scale);
+    done.frames += framesOf(window).second - framesOf(window).first;
+  }
+  done.after = largestMiss(all_);
+  Vector change(0);
+  assign(&change, changes_.before);
+  change += changes_.now;
+  done.turn = turns_.largestTurn(change);
+  done.seconds = secondsNow() - begun;
+  steps_.push_back(done);
+  return rest;
+}
+
+// Takes a step in one window. Returns the fraction that was taken.
+double Motion::step(const Stage& stage, const Window& window) {
+  const auto [first, end] = framesOf(window);
+  std::vector<Hold> wanted = holdsIn(stage, window);
+  floor_.watch(changes_.clip, first, end, wanted);
+  floor_.addTo(changes_.clip, first, end, stage.exact ? stage.pull : floorFirmness * stage.pull, &wanted);
   // If the motion is good enough already, only large parts are tried, because a small part of a bad step
   // could make it worse elsewhere.
-  const double least = stage.exact && largestMiss() <= task_.options.goal ? 0.75 : 0.05;
-  Vector trial(0);
-  for (double scale = 1.0; scale > least; scale *= 0.5) {
-    assign(&trial, change_);
-    trial.scaleAdd(scale, &step);
-    if (!turns_.allow(sum(before_, trial))) continue;
-    show(trial);
-    if (!(cost(stage, trial, wanted) < costBefore)) continue;
-    assign(&change_, trial);
-    return scale;
-  }
-  show(change_);
-  return 0.0;
+  const double least = stage.exact && largestMiss(window) <= task_.options.goal ? 0.75 : 0.05;
+  const double scale = WindowStep(task_, stage, window, wanted, &changes_, &turns_).take(least);
+  measureMisses(window);
+  return scale;
 }
 
-double Motion::cost(const Stage& stage, const Vector& change, const std::vector<Hold>& list) const {
-  const Skeleton& skeleton = task_.skeleton;
-  double sum = 0.0;
-  for (const Bound& b : turns_.bounds(stage, before_)) sum += b.weight * squared(change[b.unknown] - b.value);
-  if (!stage.exact) {
-    Vector size(0);
-    stage.measure.mult(&change, &size);
-    for (int i = 0; i < change.size(); ++i) sum += change[i] * size[i];
+// The parts of a window that need another step of the same stage, after one of which the fraction `scale` was
+// taken.
+std::vector<Window> Motion::unfinished(const Stage& stage, const Window& window, double scale,
+                                       const std::vector<double>& missesBefore) {
+  const double damping = scale > 0.0 ? window.damping : window.damping == 0.0 ? 1.0 : 100.0 * window.damping;
+  if (!stage.exact && stepsOfRun_ < stage.leastSteps) return {{window.first, window.end, damping}};
+  if (stage.exact && scale == 0.0 && largestMiss(window) <= task_.options.goal) return {};
+  const auto [first, last] = framesOf(window);
+  const auto [begin, end] = wishesOf(window);
+  std::vector<bool> open(static_cast<std::size_t>(last - first), false);
+  for (std::size_t i = begin; i < end; ++i) {
+    bool another = isExact(i) && misses_[i] > std::min(nothing, task_.options.goal);
+    if (!stage.exact)
+      another = isExact(i) && misses_[i] > nearEnough && misses_[i] < nearer * missesBefore[i];
+    if (!stage.exact && givenUp_[i] && givenUpPull_ > 0.0) another = scale > 0.0;
+    if (another) open[static_cast<std::size_t>(task_.wishes[i].frame - first)] = true;
   }
-  Pose pose;
-  for (std::size_t i = 0; i < list.size(); ++i) {
-    if (i == 0 || list[i].frame != list[i - 1].frame) skeleton.pose(clip_.frame(list[i].frame), &pose);
-    const Pnt3 miss = list[i].target - pose.position[static_cast<std::size_t>(list[i].joint)];
-    sum += list[i].weight * (list[i].heightOnly ? miss.y * miss.y : miss.lengthSq());
+  if (stage.exact) {
+    for (const int f : floor_.watch(changes_.clip, first, last, holdsIn(stage, window)))
+      open[static_cast<std::size_t>(f - first)] = true;
   }
-  return sum;
+  std::vector<Window> windows = around(open, window, stage.reach);
+  for (Window& rest : windows) rest.damping = damping;
+  return windows;
 }
 
-// Sets the clip to the original plus the changes of the previous stages and `change`.
-void Motion::show(const Vector& change) {
-  const int n = static_cast<int>(channels_.size());
-  for (int f = 0; f < clip_.frames; ++f) {
-    const Curves::Basis basis = curves_.at(f);
-    for (int c = 0; c < n; ++c) {
-      double sum = 0.0;
-      for (int k = 0; k < basis.count; ++k) {
-        const int i = (basis.first + k) * n + c;
-        sum += basis.weight[k] * (before_[i] + change[i]);
-      }
-      const int channel = channels_[static_cast<std::size_t>(c)];
-      clip_.frame(f)[channel] = task_.original.frame(f)[channel] + sum;
-    }
+std::vector<Hold> Motion::holdsIn(const Stage& stage, const Window& window) const {
+  const std::vector<Hold>& asked = done_[static_cast<std::size_t>(&stage - stages_.data())].asked;
+  const auto [begin, end] = wishesOf(window);
+  std::vector<Hold> list;
+  for (std::size_t i = begin; i < end; ++i) {
+    if (asked[i].weight > 0.0) list.push_back(asked[i]);
   }
+  return list;
 }
 
-double Motion::largestMiss() const {
-  const std::vector<double> misses = missesOf(task_.wishes, clip_, task_.skeleton);
+// The windows around the marked frames of a window. Knots couple all frames of a clip.
+std::vector<Window> Motion::around(const std::vector<bool>& marks, const Window& window, int margin) const {
+  if (curves_.spacing() == 1) return windowsAround(marks, window.first, margin);
+  if (std::find(marks.begin(), marks.end(), true) == marks.end()) return {};
+  return {window};
+}
+
+std::pair<int, int> Motion::framesOf(const Window& window) const {
+  if (curves_.spacing() > 1) return {0, task_.original.frames};
+  return {window.first, window.end};
+}
+
+// The indices of the constraints in the window's frames.
+std::pair<std::size_t, std::size_t> Motion::wishesOf(const Window& window) const {
+  const auto [first, end] = framesOf(window);
+  const auto indexOf = [&](int frame) {
+    const auto isBefore = [](const Constraint& wish, int f) { return wish.frame < f; };
+    const auto at = std::lower_bound(task_.wishes.begin(), task_.wishes.end(), frame, isBefore);
+    return static_cast<std::size_t>(at - task_.wishes.begin());
+  };
+  return {indexOf(first), indexOf(end)};
+}
+
+void Motion::measureMisses(const Window& window) {
+  const auto [begin, end] = wishesOf(window);
+  const std::vector<Constraint> wishes(task_.wishes.begin() + static_cast<std::ptrdiff_t>(begin),
+                                       task_.wishes.begin() + static_cast<std::ptrdiff_t>(end));
+  const std::vector<double> misses = missesOf(wishes, changes_.clip, task_.skeleton);
+  std::copy(misses.begin(), misses.end(), misses_.begin() + static_cast<std::ptrdiff_t>(begin));
+}
+
+// The largest miss of a constraint that must be met, in the window's frames.
+double Motion::largestMiss(const Window& window) const {
   double largest = 0.0;
-  for (std::size_t i = 0; i < misses.size(); ++i) {
-    if (isExact(i)) largest = std::max(largest, misses[i]);
+  const auto [begin, end] = wishesOf(window);
+  for (std::size_t i = begin; i < end; ++i) {
+    if (isExact(i)) largest = std::max(largest, misses_[i]);
   }
   return largest;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <utility>
 #include <vector>
 
 #include "limber/linalg/Vector.h"
@@ -11,21 +12,26 @@
 #include "limber_motion/detail/Stages.h"
 #include "limber_motion/detail/Task.h"
 #include "limber_motion/detail/TurnBounds.h"
+#include "limber_motion/detail/Window.h"
+#include "limber_motion/detail/WindowStep.h"
 
 namespace limber::motion::detail {
 
-/// Takes the Gauss-Newton steps of one attempt, from the original motion to the edited one, stage by stage.
+/// Takes the Gauss-Newton steps of an edit, from the original motion to the edited one, stage by stage. The
+/// measure of smoothness is local in time, so after its first step a stage goes on only in windows around the
+/// frames that need it, and a later run changes only windows around the constraints that changed.
 class Motion {
  public:
   /// Constraints for which `givenUp` is true pull only in the first stage, and gently: their pull is
   /// multiplied by `pull`, which is between 0 and 1. The task must outlive this object.
   Motion(const Task& task, const std::vector<bool>& givenUp, double pull, Floor floor);
 
-  /// Takes all steps. `looseness` has one number per constraint (Loosening). If it is called again and no
-  /// constraint pulls more weakly than before, only the steps of the last stage are taken again.
+  /// Takes all steps. `looseness` has one number per constraint (Loosening). A later call keeps the result of
+  /// the last one outside the windows around the constraints that changed. If no constraint pulls more weakly
+  /// than before, only the last stage is repeated.
   void run(const std::vector<double>& looseness);
 
-  const Clip& clip() const { return clip_; }
+  const Clip& clip() const { return changes_.clip; }
   const std::vector<EditStep>& steps() const { return steps_; }
   /// For each constraint, true if it was given up, including those that stayed far from their targets.
   const std::vector<bool>& givenUp() const { return givenUp_; }
@@ -35,46 +41,53 @@ class Motion {
   bool interrupted() const { return interrupted_; }
 
  private:
-  void approach();
-  void meet();
+  std::size_t lastStage() const { return stages_.size() - 1; }
   bool pullsAsBefore(const std::vector<double>& looseness) const;
-  void run(const Stage& stage);
-  bool worthAnother(const Stage& stage) const;
-  bool getsNearer() const;
-  bool finished(const Stage& stage) const;
-  bool step(const Stage& stage, double damping);
-  std::vector<Hold> holds(const Stage& stage) const;
-  Vector direction(const Stage& stage, double damping);
-  double goAlong(const Stage& stage, Vector step, const std::vector<Hold>& wanted);
-  double cost(const Stage& stage, const Vector& change, const std::vector<Hold>& holds) const;
-  void show(const Vector& change);
+  void begin(std::size_t s);
   void giveUpWhatStaysFar(const Stage& stage);
   void aimBetween();
-  bool anyLoose() const;
+  std::vector<Window> windowsOf(std::size_t s, std::vector<Window> windows);
+  void restore(const Vector& change, const std::vector<Window>& windows);
+  void run(const Stage& stage, std::vector<Window> windows);
+  std::vector<Window> step(const Stage& stage, const std::vector<Window>& windows);
+  double step(const Stage& stage, const Window& window);
+  std::vector<Window> unfinished(const Stage& stage, const Window& window, double scale,
+                                 const std::vector<double>& missesBefore);
+  std::vector<Hold> asks(const Stage& stage) const;
+  std::vector<Hold> holdsIn(const Stage& stage, const Window& window) const;
+  std::vector<Window> around(const std::vector<bool>& marks, const Window& window, int margin) const;
+  void measureMisses(const Window& window);
+  double largestMiss(const Window& window) const;
+  std::pair<int, int> framesOf(const Window& window) const;
+  std::pair<std::size_t, std::size_t> wishesOf(const Window& window) const;
   bool isExact(std::size_t wish) const {
     return task_.wishes[wish].weight >= 1.0 && !givenUp_[wish] && looseness_[wish] == 0.0;
   }
-  double largestMiss() const;
 
   const Task& task_;
   const std::vector<bool> givenUpAtFirst_;
-  std::vector<bool> givenUp_;
   const double givenUpPull_;
-  std::vector<double> looseness_;
-  std::vector<Pnt3> aims_;  // for each constraint, where the last stage holds its joint
+  const Curves curves_;
+  const std::vector<int> channels_;    // the channels that move a held joint or a foot
+  const std::vector<double> urgency_;  // for each constraint
+  const Window all_;                   // the whole clip
   Floor floor_;
-  Curves curves_;
-  std::vector<int> channels_;    // the channels that move a held joint or a foot
-  std::vector<double> urgency_;  // for each constraint
-  Clip clip_;
-  Holds holds_;
   TurnBounds turns_;
-  std::vector<Stage> stages_;
-  Vector before_, change_;  // the changes of the previous stages and of this one
-  // After all stages but the last one: the change, the number of steps, and what was given up until then.
-  Vector approach_;
-  std::size_t approachSteps_ = 0;
-  std::vector<bool> approachGivenUp_;
+  const std::vector<Stage> stages_;
+
+  std::vector<double> looseness_;  // for each constraint
+  std::vector<bool> givenUp_;      // in the present stage
+  std::vector<Pnt3> aims_;         // for each constraint, where the last stage holds its joint
+  std::vector<double> misses_;     // for each constraint, in heights
+  Changes changes_;
+  struct Done {               // what is kept of each stage for the next run
+    std::vector<Hold> asked;  // for each constraint; the weight is 0 if it does not count
+    std::vector<bool> givenUp;
+    Vector change;
+  };
+  std::vector<Done> done_;
+  int stepsOfRun_ = 0,
+      stepsBeforeLast_ = 0;  // the steps that count for this run, and those before its last stage
   bool interrupted_ = false;
   std::vector<EditStep> steps_;
 };

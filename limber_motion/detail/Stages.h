@@ -11,6 +11,7 @@ namespace limber::motion::detail {
 /// What the steps of one stage of an edit minimize, and how many they are.
 struct Stage {
   Smoothness measure;
+  int reach;                  ///< times: the effect of a hold has faded at that distance
   bool exact;                 ///< the targets are met; if false, they only pull
   double pull;                ///< weight of a squared miss in the clip's unit
   double gentlePull;          ///< the same for constraints that are given up

@@ -32,11 +32,14 @@ std::vector<double> plantTurns(const Task& task) {
 
 }  // namespace
 
-TurnBounds::TurnBounds(const Task& task, const std::vector<int>& channels)
+TurnBounds::TurnBounds(const Task& task, const std::vector<int>& channels, int times)
     : task_(task),
       channels_(channels),
       preferred_(plantTurns(task)),
-      swinging_(swingingAxes(task.original)) {}
+      swinging_(swingingAxes(task.original)),
+      eachFrame_(times == task.original.frames) {
+  for (std::vector<int>& signs : bound_) signs.assign(static_cast<std::size_t>(times) * channels.size(), 0);
+}
 
 double TurnBounds::most(const Stage& stage, int unknown, bool firm) const {
   const double allowed = task_.options.mostTurn;
@@ -46,58 +49,59 @@ double TurnBounds::most(const Stage& stage, int unknown, bool firm) const {
 }
 
 // Firm bounds keep away from the largest turn, which no step may exceed.
-double TurnBounds::keptAt(const Stage& stage, const Bind& bind) const {
-  return (bind.firm ? boundPart : 1.0) * most(stage, bind.unknown, bind.firm);
+double TurnBounds::keptAt(const Stage& stage, int unknown, bool firm) const {
+  return (firm ? boundPart : 1.0) * most(stage, unknown, firm);
 }
 
-void TurnBounds::release(const Stage& stage, const Vector& change) {
-  const auto isBack = [&](const Bind& b) { return b.sign * change[b.unknown] < cameBack * keptAt(stage, b); };
-  binds_.erase(std::remove_if(binds_.begin(), binds_.end(), isBack), binds_.end());
+// Curves with knots change several frames by one unknown, so they leave swinging axes alone.
+bool TurnBounds::isSwinging(int unknown) const {
+  const std::size_t frame = static_cast<std::size_t>(unknown) / channels_.size();
+  const std::size_t channels = static_cast<std::size_t>(task_.original.channels);
+  return eachFrame_ && swinging_[frame * channels + static_cast<std::size_t>(channelOf(unknown))];
 }
 
-bool TurnBounds::bind(const Stage& stage, const Vector& change) {
-  std::vector<bool> bound[2];  // [0] for gentle bounds, [1] for firm ones
-  for (std::vector<bool>& some : bound) some.assign(static_cast<std::size_t>(change.size()), false);
-  for (const Bind& b : binds_) bound[b.firm][static_cast<std::size_t>(b.unknown)] = true;
-  bool news = false;
+void TurnBounds::release(const Stage& stage, const Window& window, const Vector& change) {
+  const int begin = window.first * static_cast<int>(channels_.size());
+  for (const bool firm : {false, true}) {
+    for (int i = 0; i < change.size(); ++i) {
+      int& sign = bound_[firm][static_cast<std::size_t>(begin + i)];
+      if (sign * change[i] < cameBack * keptAt(stage, i, firm)) sign = 0;
+    }
+  }
+}
+
+std::vector<bool> TurnBounds::bind(const Stage& stage, const Window& window, const Vector& change) {
+  const int n = static_cast<int>(channels_.size()), begin = window.first * n;
+  std::vector<bool> news(static_cast<std::size_t>(window.end - window.first), false);
   for (int i = 0; i < change.size(); ++i) {
     if (!task_.skeleton.isRotation(channelOf(i))) continue;
     for (const bool firm : {false, true}) {
-      if (!(std::fabs(change[i]) > most(stage, i, firm)) || bound[firm][static_cast<std::size_t>(i)])
-        continue;
-      binds_.push_back({i, std::copysign(1.0, change[i]), firm});
-      news = true;
+      int& sign = bound_[firm][static_cast<std::size_t>(begin + i)];
+      if (!(std::fabs(change[i]) > most(stage, i, firm)) || sign != 0) continue;
+      sign = change[i] < 0.0 ? -1 : 1;
+      news[static_cast<std::size_t>(i / n)] = true;
       turnedTooFar_ = turnedTooFar_ || firm;
     }
   }
   return news;
 }
 
-std::vector<Bound> TurnBounds::bounds(const Stage& stage, const Vector& before) const {
+std::vector<Bound> TurnBounds::bounds(const Stage& stage, const Window& window, const Vector& before) const {
   const double height = task_.skeleton.height(), pull = stage.pull * (height * height);
-  const int n = static_cast<int>(channels_.size());
+  const int n = static_cast<int>(channels_.size()), begin = window.first * n;
   std::vector<Bound> bounds;
-  for (const Bind& b : binds_) {
-    const double weight =
-        b.firm ? boundFirmness * (stage.measure.acc(b.unknown, b.unknown) + pull)
-               : plantFirmness * stage.measure.massOf(b.unknown % n) / stage.measure.flexibility();
-    bounds.push_back({b.unknown, b.sign * keptAt(stage, b) - before[b.unknown], weight});
-  }
-  keepSwinging(stage, before, &bounds);
-  return bounds;
-}
-
-// Curves with knots change several frames by one unknown, so they leave swinging axes alone.
-void TurnBounds::keepSwinging(const Stage& stage, const Vector& before, std::vector<Bound>* bounds) const {
-  const int n = static_cast<int>(channels_.size());
-  const std::size_t channels = static_cast<std::size_t>(task_.original.channels);
-  if (before.size() != task_.original.frames * n) return;
   for (int i = 0; i < before.size(); ++i) {
-    const std::size_t frame = static_cast<std::size_t>(i / n);
-    if (!swinging_[frame * channels + static_cast<std::size_t>(channelOf(i))]) continue;
-    bounds->push_back(
-        {i, -before[i], swingFirmness * stage.measure.massOf(i % n) / stage.measure.flexibility()});
+    const double spring = stage.measure.massOf(i % n) / stage.measure.flexibility();
+    for (const bool firm : {false, true}) {
+      const int sign = bound_[firm][static_cast<std::size_t>(begin + i)];
+      if (sign == 0) continue;
+      const double weight =
+          firm ? boundFirmness * (stage.measure.acc(begin + i, begin + i) + pull) : plantFirmness * spring;
+      bounds.push_back({i, sign * keptAt(stage, i, firm) - before[i], weight});
+    }
+    if (isSwinging(begin + i)) bounds.push_back({i, -before[i], swingFirmness * spring});
   }
+  return bounds;
 }
 
 double TurnBounds::largestTurn(const Vector& change) const {

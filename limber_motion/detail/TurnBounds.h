@@ -6,6 +6,7 @@
 #include "limber_motion/StepSystem.h"
 #include "limber_motion/detail/Stages.h"
 #include "limber_motion/detail/Task.h"
+#include "limber_motion/detail/Window.h"
 
 namespace limber::motion::detail {
 
@@ -15,17 +16,20 @@ namespace limber::motion::detail {
 /// for angles that only help to hold feet. Angles of joints that pass near gimbal lock are kept as they were.
 class TurnBounds {
  public:
-  /// `channels` are those that the edit changes. The operands must outlive this object.
-  TurnBounds(const Task& task, const std::vector<int>& channels);
+  /// `channels` are those that the edit changes at each of the `times`. The operands must outlive this
+  /// object.
+  TurnBounds(const Task& task, const std::vector<int>& channels, int times);
 
-  /// Releases the angles that have come back. `change` is the change of all stages so far, one number per
-  /// unknown of the edit.
-  void release(const Stage& stage, const Vector& change);
-  /// Binds the angles that turn too far if the change is `change`. Returns true if there are any that were
-  /// not bound yet.
-  bool bind(const Stage& stage, const Vector& change);
-  /// The bounds on the change of this stage alone. `before` is the change of the previous stages.
-  std::vector<Bound> bounds(const Stage& stage, const Vector& before) const;
+  // The changes that are passed to these functions have one number per unknown of a window's times.
+
+  /// Releases the angles that have come back. `change` is the change of all stages so far.
+  void release(const Stage& stage, const Window& window, const Vector& change);
+  /// Binds the angles that turn too far if the change is `change`. Marks the times of the window at which
+  /// there are any that were not bound yet.
+  std::vector<bool> bind(const Stage& stage, const Window& window, const Vector& change);
+  /// The bounds on the change of this stage alone. `before` is the change of the previous stages. Unknowns
+  /// are counted from the beginning of the window.
+  std::vector<Bound> bounds(const Stage& stage, const Window& window, const Vector& before) const;
   /// The largest turn of an angle in a change.
   double largestTurn(const Vector& change) const;
   /// True if no angle turns by more than is allowed in the change.
@@ -34,22 +38,17 @@ class TurnBounds {
   bool turnedTooFar() const { return turnedTooFar_; }
 
  private:
-  struct Bind {
-    int unknown;
-    double sign;  // of the turn
-    bool firm;
-  };
-
   int channelOf(int unknown) const { return channels_[static_cast<std::size_t>(unknown) % channels_.size()]; }
   double most(const Stage& stage, int unknown, bool firm) const;
-  void keepSwinging(const Stage& stage, const Vector& before, std::vector<Bound>* bounds) const;
-  double keptAt(const Stage& stage, const Bind& bind) const;
+  double keptAt(const Stage& stage, int unknown, bool firm) const;
+  bool isSwinging(int unknown) const;
 
   const Task& task_;
   const std::vector<int>& channels_;
   std::vector<double> preferred_;  // for each channel of the clip, the largest turn that is preferred
   std::vector<bool> swinging_;     // for each frame and channel of the clip, see swingingAxes
-  std::vector<Bind> binds_;
+  const bool eachFrame_;           // there is one unknown per frame and channel
+  std::vector<int> bound_[2];      // the sign of each unknown's turn if it is bound, or 0; [1] firmly
   bool turnedTooFar_ = false;
 };
 

@@ -30,14 +30,14 @@ TEST(Report, JsonNumbersAreTheSameInEveryLocale) {
   Report report;
   report.turn = 0.123456789012;
   report.edgeJerk = std::numeric_limits<double>::infinity();
-  report.steps.push_back({1, true, 0.5, 1e-7, 1.0, 0.25, 0.125});
+  report.steps.push_back({1, true, 0.5, 1e-7, 1.0, 0.25, 0.125, 120});
   const CommaLocale comma;
   const std::string json = jsonOf(report);
   EXPECT_TRUE(contains(json, "\"turn\": 0.123456789,")) << json;
   EXPECT_TRUE(contains(json, "\"edgeJerk\": null,")) << json;
   EXPECT_TRUE(contains(json,
                        "{\"number\": 1, \"exact\": true, \"before\": 0.5, \"after\": 1e-07, \"scale\": 1, "
-                       "\"turn\": 0.25, \"seconds\": 0.125}"))
+                       "\"turn\": 0.25, \"seconds\": 0.125, \"frames\": 120}"))
       << json;
 }
 

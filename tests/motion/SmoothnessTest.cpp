@@ -84,6 +84,27 @@ TEST(Smoothness, ElementsProductAndBandAgree) {
   }
 }
 
+TEST(Smoothness, APartHasTheElementsOfTheWhole) {
+  const std::vector<double> masses = {1.0, 2.5};
+  const int first = 3, end = 11, n = 2;
+  for (const double round : {0.0, 0.1}) {
+    const Smoothness whole(20, masses, 1.0 / 30.0, 0.2, round, 5), part = whole.part(first, end);
+    ASSERT_EQ(part.height(), (end - first) * n);
+    for (int i = 0; i < part.height(); ++i) {
+      for (int j = 0; j < part.width(); ++j)
+        EXPECT_EQ(part.acc(i, j), whole.acc(first * n + i, first * n + j));
+    }
+  }
+}
+
+TEST(Curves, APartCountsItsTimesFromItsBeginning) {
+  const Curves whole(20, 0), part = whole.part(3, 11);
+  EXPECT_EQ(part.times(), 8);
+  EXPECT_EQ(part.at(5).first, 2);
+  EXPECT_EQ(part.part(1, 4).at(5).first, 1);
+  EXPECT_EQ(part.part(1, 4).times(), 3);
+}
+
 TEST(Smoothness, MeasuresTheSameCurveAlikeAtEveryFrameRate) {
   const auto size = [](double rate) {
     const int times = static_cast<int>(4.0 * rate) + 1;

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <vector>
+
+namespace limber::motion::detail {
+
+/// Consecutive times of an edit, first .. end - 1, whose unknowns a step changes while all others stay.
+struct Window {
+  int first, end;
+  double damping = 0.0;  ///< of the step (StepSystem)
+};
+
+/// The windows that reach `margin` times further than the marked times but not beyond the marks, of which the
+/// first one belongs to the time `first`. The windows are sorted and do not touch one another.
+std::vector<Window> windowsAround(const std::vector<bool>& marks, int first, int margin);
+
+}  // namespace limber::motion::detail
