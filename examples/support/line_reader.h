@@ -43,10 +43,10 @@ class LineReader {
   /// Consumes an integer between `least` and `most` of the line.
   long long whole(long long least, long long most, const char* wanted);
 
-  /// "FILE:LINE: message".
-  [[noreturn]] void fail(const std::string& message) const;
+  /// "FILE:LINE: message", and whether the rest of a compressed file is damaged.
+  [[noreturn]] void fail(const std::string& message);
   /// "FILE:LINE: expected WANTED, found 'WORD'".
-  [[noreturn]] void unexpected(const std::string& wanted, const char* word) const;
+  [[noreturn]] void unexpected(const std::string& wanted, const char* word);
   /// FILE:LINE.
   std::string place() const;
   /// The name of the file that was opened.

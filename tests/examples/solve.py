@@ -159,6 +159,15 @@ class Solve(SolveRunner):
             self.assertEqual((status, out), (1, ""))
             self.assertRegex(err, r"^" + re.escape(path) + r":(\d+:)? expected [^\n]*the file is damaged or cut short\n$")
 
+    def test_damaged_compressed_files(self):
+        text = BANNER + "90 90 900\n" + "".join(f"{i % 90 + 1} {i % 89 + 1} {i * 7919}\n" for i in range(900))
+        for where in (0.3, 0.5, 0.8):
+            damaged = bytearray(gzip.compress(text.encode()))
+            damaged[int(where * len(damaged))] ^= 0x55
+            status, out, err = self.run_solve(self.write("damaged.mtx.gz", bytes(damaged)))
+            self.assertEqual((status, out), (1, ""))
+            self.assertRegex(err, "the file is damaged or cut short\n$")
+
     def test_indices_out_of_range(self):
         for word in ("0", "3", "-1", "x", "1.5", "99999999999999999999"):
             self.refused(BANNER + f"2 2 1\n{word} 1 5\n", f"3: expected a row from 1 to 2, found '{word}'")
