@@ -28,10 +28,10 @@ struct Goal {
   int iterations = 0;
   Trial trial;
 
-  /// True if this is the end of the trial, the squared norm was reduced from `before` to `now`, and the
-  /// method is slow.
+  /// True if the trial checks this iteration, and a method that has reduced the squared norm from `before` to
+  /// `now` is slow.
   bool slow(int iteration, double before, double now) const {
-    return iteration == trial.iterations &&
+    return trial.iterations > 0 && iteration % trial.iterations == 0 &&
            trial.most * std::log(now / before) > iteration * std::log(residual * residual / before);
   }
 };

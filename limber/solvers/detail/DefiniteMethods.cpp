@@ -190,7 +190,7 @@ Outcome solveDefinite(LinearSystem& system) {
   if (!scaled) return outcome;
   Factor factor = Factor::costly;
   if (!system.ended() && outcome != Outcome::indefinite) {
-    system.trial = trialOf(system, 40, 270);
+    system.trial = trialOf(system, 20, 120);
     outcome = escalate(
         system, budget, [&](int iterations) { return diagonalCG(system, *scaled, iterations); },
         [&](const Allowance& allowance, Outcome* result) {

@@ -53,11 +53,11 @@ int firstBudget(const LinearSystem& system, int least, int most);
 /// the columns.
 int budgetWithoutEntries(const LinearSystem& system);
 
-/// The trial for a small sparse system, whose factor is cheap. No trial for others.
+/// The trial for a sparse system whose factor costs about as much as `most` iterations. No trial for others.
 inline Trial trialOf(const LinearSystem& system, int iterations, int most) {
-  constexpr int tiny = 200, small = 3000, sparse = 8;
-  const bool cheap =
-      system.width >= tiny && system.width <= small && system.rows.entries() <= sparse * system.width;
+  constexpr int tiny = 50, large = 3000, full = 50;
+  const int n = system.width;
+  const bool cheap = n >= tiny && n <= large && system.rows.entries() <= static_cast<double>(full) * n;
   return cheap ? Trial{iterations, most} : Trial();
 }
 
@@ -76,7 +76,8 @@ Outcome alternate(LinearSystem& system, int iterations, First first, Direct dire
     const bool stuck = outcome != Outcome::slow && system.run.iterations - begin < iterations;
     system.trial = Trial();
     // more than halfway to the goal: the same number of iterations should be enough, without a factorization
-    again = !again && !stuck && std::log(before / system.residual) > 0.5 * std::log(before / system.goal);
+    again = !again && !stuck && outcome != Outcome::slow &&
+            std::log(before / system.residual) > 0.5 * std::log(before / system.goal);
     if (again) continue;
     Allowance allowance;
     if (!stuck) allowance.operations = std::min(allowance.operations, 4.0 * system.spent() + 1e7);

@@ -31,8 +31,8 @@ enum class Outcome {
   preconditioner
 };
 
-/// A method ends as slow if, judged by its residual after so many iterations, it will need more than `most`
-/// of them. No iterations: there is no trial.
+/// A method ends as slow if, judged by its residual after every `iterations` iterations, it will need more
+/// than `most` of them. No iterations: there is no trial.
 struct Trial {
   int iterations = 0, most = 0;
 };

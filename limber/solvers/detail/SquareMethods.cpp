@@ -117,7 +117,7 @@ Outcome solveAnySquare(LinearSystem& system) {
   const Arranged arranged(system.rows);
   IncompleteLu incomplete;
   const bool factored = incomplete.factor(arranged.rows);
-  system.trial = trialOf(system, 40, 100);
+  system.trial = trialOf(system, 15, 60);
   bool orthogonal = false;  // the QR factor has been tried
   outcome = escalate(
       system, budget,
