@@ -14,7 +14,7 @@ namespace {
 constexpr double longReach =
     0.25;  // seconds: if a hand is held for a shorter time, that is a movement and not a contact
 constexpr double smoothEdge = 3.0, smoothBody = 1.7;  // largest ratios of jerk that look smooth
-constexpr int mostLoosened = 6;                       // attempts
+constexpr int mostLoosened = 8;                       // attempts
 constexpr double rounding = 1e-6;                     // heights: rounding of the lengths of bones
 constexpr double leastMiss = 1e-5;                    // heights: no contact is loosened for a smaller miss
 constexpr double unchanged = 1e-9;                    // radians or heights: a smaller change is none

@@ -69,9 +69,13 @@ int Loosening::count() const {
 
 bool Loosening::isAsked(int frame) const { return asked_[static_cast<std::size_t>(frame)]; }
 
+bool Loosening::isBefore(const Offence& a, const Offence& b) {
+  return a.limb != b.limb ? a.limb < b.limb : a.frame < b.frame;
+}
+
 void Loosening::offend(int limb, int frame, double badness) {
   badness_ = std::max(badness_, badness);
-  offences_.push_back({limb, frame});
+  offences_.push_back({limb, frame, badness});
 }
 
 void Loosening::judge(const Clip& edited, const std::vector<bool>& missed) {
@@ -147,6 +151,17 @@ void Loosening::judgeMisses(const std::vector<bool>& missed) {
   }
 }
 
+// False if the contacts of this limb were loosened for the same moment before, and it is hardly better now.
+// What makes the limb jerk then comes through the trunk.
+bool Loosening::hasHelped(const Offence& offence) const {
+  const int near = static_cast<int>(std::min(flat / task_.original.frameTime, 1e6));
+  const auto first = std::lower_bound(loosened_.begin(), loosened_.end(),
+                                      Offence{offence.limb, offence.frame - near, 0.0}, isBefore);
+  const auto last =
+      std::upper_bound(first, loosened_.end(), Offence{offence.limb, offence.frame + near, 0.0}, isBefore);
+  return std::none_of(first, last, [&](const Offence& o) { return offence.badness > 0.98 * o.badness; });
+}
+
 bool Loosening::loosen() {
   std::vector<double> more(looseness_.size(), 0.0);
   // For each limb, the distance in frames from each frame to the nearest offence.
@@ -157,7 +172,14 @@ bool Loosening::loosen() {
     if (own.empty()) own.assign(static_cast<std::size_t>(frames), frames);
     own[static_cast<std::size_t>(frame)] = 0;
   };
-  for (const Offence& offence : offences_) mark(offence.limb, offence.frame);
+  bool byLimb = false;
+  for (const Offence& offence : offences_) {
+    const int limb = hasHelped(offence) ? offence.limb : 0;
+    mark(limb, offence.frame);
+    byLimb = byLimb || limb != 0;
+  }
+  loosened_ = offences_;
+  std::sort(loosened_.begin(), loosened_.end(), isBefore);
   for (std::vector<int>& own : distance) {
     for (std::size_t f = 1; f < own.size(); ++f) own[f] = std::min(own[f], own[f - 1] + 1);
     for (std::size_t f = own.size(); f-- > 1;) own[f - 1] = std::min(own[f - 1], own[f] + 1);
@@ -176,7 +198,7 @@ bool Loosening::loosen() {
     looseness_[i] += more[i];
     news = news || more[i] > 0.0;
   }
-  return news;
+  return news || (byLimb && loosen());  // a limb without contacts: those of all limbs
 }
 
 std::vector<std::string> Loosening::notes(const Clip& edited) const {

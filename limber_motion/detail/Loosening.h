@@ -12,8 +12,9 @@ namespace limber::motion::detail {
 
 /// Decides where the contacts that were found must not be held firmly, because the motion would not look
 /// natural: a foot would start or stop too abruptly, or a joint would turn too far. Around such a moment, the
-/// contacts of that limb are held loosely: the foot follows its recorded movement, as far as the first stages
-/// of the edit leave it.
+/// contacts of that limb are held loosely: the foot follows the movement that the first stages of the edit
+/// give it. If this does not help, so are the contacts of all limbs, because what holds a foot also moves the
+/// trunk.
 ///
 /// The looseness of a constraint is 0 if it is held at its target. From 0 to 1 it is held between its target
 /// and where the first stages bring its joint. Each further 1 makes its pull in these stages ten times
@@ -48,6 +49,7 @@ class Loosening {
   struct Offence {
     int limb;  // whose contacts must be loosened; 0 for all limbs
     int frame;
+    double badness;
   };
 
   void judgeEnds(const Places& after, const std::vector<Stand>& stands, double mostMean);
@@ -55,6 +57,8 @@ class Loosening {
   void judgeBody(const Places& after);
   void judgeMisses(const std::vector<bool>& missed);
   void offend(int limb, int frame, double badness);
+  bool hasHelped(const Offence& offence) const;
+  static bool isBefore(const Offence& a, const Offence& b);
   bool isAsked(int frame) const;
 
   const Task& task_;
@@ -64,6 +68,7 @@ class Loosening {
   std::vector<bool> asked_;           // frames that are so near to a constraint of the user that it counts
   std::vector<double> looseness_;
   std::vector<Offence> offences_;
+  std::vector<Offence> loosened_;  // those for which contacts were loosened last, by limb and frame
   double badness_ = 0.0;
 };
 

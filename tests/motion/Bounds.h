@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "limber_motion/motion.h"
@@ -11,6 +12,9 @@ struct Bounds {
   const char* clip;
   double skate, bodyJerk;
 };
+
+/// Lets names of tests show the clip instead of the bytes of the bounds.
+inline void PrintTo(const Bounds& bounds, std::ostream* out) { *out << bounds.clip; }
 
 /// Edits the clip with its contacts and default options, and checks the bounds.
 inline void expectGood(limber::motion::Clip clip, const Bounds& bounds, const std::string& what) {
