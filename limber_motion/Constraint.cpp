@@ -9,9 +9,10 @@ void sortByFrame(std::vector<Constraint>* constraints) {
     return a.frame != b.frame ? a.frame < b.frame : a.joint < b.joint;
   });
   std::vector<Constraint> kept;
-  for (const Constraint& wish : *constraints) {
-    if (!kept.empty() && kept.back().frame == wish.frame && kept.back().joint == wish.joint) kept.pop_back();
-    kept.push_back(wish);
+  for (const Constraint& constraint : *constraints) {
+    if (!kept.empty() && kept.back().frame == constraint.frame && kept.back().joint == constraint.joint)
+      kept.pop_back();
+    kept.push_back(constraint);
   }
   *constraints = kept;
 }

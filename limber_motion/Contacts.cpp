@@ -189,9 +189,9 @@ Contacts contactsBeside(const Contacts& contacts, const std::vector<Constraint>&
   std::map<int, int> footOf;  // the foot of each joint that stands
   for (const Contact& contact : contacts.list) footOf[contact.joint] = contact.foot;
   std::set<std::pair<int, int>> asked;  // foot and frame
-  for (const Constraint& wish : constraints) {
-    const auto found = footOf.find(wish.joint);
-    if (found != footOf.end()) asked.insert({found->second, wish.frame});
+  for (const Constraint& constraint : constraints) {
+    const auto found = footOf.find(constraint.joint);
+    if (found != footOf.end()) asked.insert({found->second, constraint.frame});
   }
   Contacts left = contacts;
   left.list.clear();
@@ -210,13 +210,13 @@ Contacts contactsBeside(const Contacts& contacts, const std::vector<Constraint>&
 }
 
 std::vector<Constraint> constraintsOf(const Contacts& contacts) {
-  std::vector<Constraint> wishes;
+  std::vector<Constraint> constraints;
   for (const Contact& contact : contacts.list) {
     for (int f = contact.first; f <= contact.last; ++f)
-      wishes.push_back({f, contact.joint, contact.place, 1.0});
+      constraints.push_back({f, contact.joint, contact.place, 1.0});
   }
-  sortByFrame(&wishes);
-  return wishes;
+  sortByFrame(&constraints);
+  return constraints;
 }
 
 }  // namespace limber::motion

@@ -60,7 +60,7 @@ void Edit::reach(int frame, int joint, const Pnt3& point, double weight) {
     throw Error("the target of " + name + " in frame " + std::to_string(frame + 1) +
                 " is not a finite point");
   }
-  wishes_.push_back({frame, joint, point, weight});
+  constraints_.push_back({frame, joint, point, weight});
 }
 
 void Edit::hold(int first, int last, int joint) {
@@ -88,37 +88,37 @@ void Edit::add(const std::vector<Constraint>& constraints) {
 
 // All constraints, sorted by frame and joint. Those of the user replace those of contacts. `rank` is 1 for
 // constraints of the user, 0 for contacts.
-std::vector<Constraint> Edit::allWishes(std::vector<int>* rank) {
-  std::stable_sort(wishes_.begin(), wishes_.end(), before);
-  for (std::size_t i = 1; i < wishes_.size(); i++) {
-    if (before(wishes_[i - 1], wishes_[i])) continue;
-    throw Error("two targets for " + nameOf(clip_, wishes_[i].joint) + " in frame " +
-                std::to_string(wishes_[i].frame + 1));
+std::vector<Constraint> Edit::allConstraints(std::vector<int>* rank) {
+  std::stable_sort(constraints_.begin(), constraints_.end(), before);
+  for (std::size_t i = 1; i < constraints_.size(); i++) {
+    if (before(constraints_[i - 1], constraints_[i])) continue;
+    throw Error("two targets for " + nameOf(clip_, constraints_[i].joint) + " in frame " +
+                std::to_string(constraints_[i].frame + 1));
   }
-  std::vector<Constraint> wishes = plants_;
-  wishes.insert(wishes.end(), wishes_.begin(), wishes_.end());
-  sortByFrame(&wishes);
-  for (const Constraint& wish : wishes) {
-    rank->push_back(std::binary_search(wishes_.begin(), wishes_.end(), wish, before) ? 1 : 0);
+  std::vector<Constraint> constraints = plants_;
+  constraints.insert(constraints.end(), constraints_.begin(), constraints_.end());
+  sortByFrame(&constraints);
+  for (const Constraint& constraint : constraints) {
+    rank->push_back(std::binary_search(constraints_.begin(), constraints_.end(), constraint, before) ? 1 : 0);
   }
-  return wishes;
+  return constraints;
 }
 
 Report Edit::solve() {
   const double begun = detail::secondsNow();
   if (!planted_) feet_ = findContacts(clip_);
   std::vector<int> rank;
-  const std::vector<Constraint> wishes = allWishes(&rank);
-  Report report = wishes.empty() ? nothingToDo() : solveUpright(wishes, rank);
+  const std::vector<Constraint> constraints = allConstraints(&rank);
+  Report report = constraints.empty() ? nothingToDo() : solveUpright(constraints, rank);
   report.seconds = detail::secondsNow() - begun;
   return report;
 }
 
 // The edit itself knows only clips in which y is up.
-Report Edit::solveUpright(std::vector<Constraint> wishes, const std::vector<int>& rank) {
+Report Edit::solveUpright(std::vector<Constraint> constraints, const std::vector<int>& rank) {
   Clip turned = upright(clip_);
-  for (Constraint& wish : wishes) wish.target = upright(wish.target, clip_.up);
-  Report report = detail::EditRun(&turned, feet_, wishes, rank, options_).run();
+  for (Constraint& constraint : constraints) constraint.target = upright(constraint.target, clip_.up);
+  Report report = detail::EditRun(&turned, feet_, constraints, rank, options_).run();
   takeFrames(turned, &clip_);
   if (clip_.up != Up::Y) report.notes.insert(report.notes.begin(), nameOf(clip_.up) + " is up");
   return report;

@@ -75,15 +75,15 @@ class LIMBER_MOTION_API Edit {
 
  private:
   int jointCalled(const std::string& name) const;
-  std::vector<Constraint> allWishes(std::vector<int>* rank);
-  Report solveUpright(std::vector<Constraint> wishes, const std::vector<int>& rank);
+  std::vector<Constraint> allConstraints(std::vector<int>* rank);
+  Report solveUpright(std::vector<Constraint> constraints, const std::vector<int>& rank);
   Report nothingToDo() const;
 
   Clip& clip_;
   EditOptions options_;
-  Contacts feet_;                   // the feet and the ground
-  std::vector<Constraint> plants_;  // from contacts, with weight 1
-  std::vector<Constraint> wishes_;  // from reach, hold and add
+  Contacts feet_;                        // the feet and the ground
+  std::vector<Constraint> plants_;       // from contacts, with weight 1
+  std::vector<Constraint> constraints_;  // from reach, hold and add
   bool planted_ = false;
 };
 

@@ -42,7 +42,7 @@ class ScriptReader {
         script_.plants = true;
         in_.expectLineEnd();
       } else {
-        readWish();
+        readConstraint();
       }
     }
     sortByFrame(&script_.constraints);
@@ -111,41 +111,41 @@ class ScriptReader {
     return true;
   }
 
-  void readWish() {
+  void readConstraint() {
     const bool hold = take("hold");
     int first, last;
     frames(&first, &last);
-    Constraint wish;
-    wish.joint = joint();
+    Constraint constraint;
+    constraint.joint = joint();
     if (hold) {
       int from = first;
       if (take("at")) {
         const std::string_view word = in_.next("a frame");
         from = frame(word, word);
       }
-      wish.target = skeleton_.position(wish.joint, clip_.frame(from));
+      constraint.target = skeleton_.position(constraint.joint, clip_.frame(from));
     } else {
-      wish.target.x = in_.real("a coordinate");
-      wish.target.y = in_.real("a coordinate");
-      wish.target.z = in_.real("a coordinate");
+      constraint.target.x = in_.real("a coordinate");
+      constraint.target.y = in_.real("a coordinate");
+      constraint.target.z = in_.real("a coordinate");
     }
     const double full = weight();
     const int length = last - first + 1;
     const Ramps eased = ramps(length);
     in_.expectLineEnd();
-    for (wish.frame = first; wish.frame <= last; ++wish.frame) {
-      refuseSecond(wish);
-      const double part = eased.at(wish.frame - first, length);
-      wish.weight = part < 1.0 ? std::min(full, 1.0) * part : full;
-      script_.constraints.push_back(wish);
+    for (constraint.frame = first; constraint.frame <= last; ++constraint.frame) {
+      refuseSecond(constraint);
+      const double part = eased.at(constraint.frame - first, length);
+      constraint.weight = part < 1.0 ? std::min(full, 1.0) * part : full;
+      script_.constraints.push_back(constraint);
     }
   }
 
-  void refuseSecond(const Constraint& wish) {
-    const auto [found, isNew] = lines_.insert({{wish.frame, wish.joint}, in_.lineNumber()});
+  void refuseSecond(const Constraint& constraint) {
+    const auto [found, isNew] = lines_.insert({{constraint.frame, constraint.joint}, in_.lineNumber()});
     if (isNew) return;
-    in_.fail("a second target for " + nameOf(clip_, wish.joint) + " in frame " +
-             std::to_string(wish.frame + 1) + "; line " + std::to_string(found->second) + " has one");
+    in_.fail("a second target for " + nameOf(clip_, constraint.joint) + " in frame " +
+             std::to_string(constraint.frame + 1) + "; line " + std::to_string(found->second) + " has one");
   }
 
   detail::LineReader in_;

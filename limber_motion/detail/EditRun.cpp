@@ -30,17 +30,17 @@ bool isSmooth(const Quality& quality) {
 
 }  // namespace
 
-EditRun::EditRun(Clip* clip, const Contacts& feet, const std::vector<Constraint>& wishes,
+EditRun::EditRun(Clip* clip, const Contacts& feet, const std::vector<Constraint>& constraints,
                  const std::vector<int>& rank, const EditOptions& options)
     : clip_(*clip),
       feet_(feet),
-      wishes_(wishes),
+      constraints_(constraints),
       rank_(rank),
       options_(options),
       original_(*clip),
       continuous_(unwrapped(*clip)),
       skeleton_(*clip),
-      impossible_(ReachCheck(original_, skeleton_, wishes, rank, feet.feet,
+      impossible_(ReachCheck(original_, skeleton_, constraints, rank, feet.feet,
                              std::max(2.0 * options.goal, rounding) * skeleton_.height())
                       .find()),
       floor_(continuous_, skeleton_, feet, options.ground),
@@ -52,7 +52,7 @@ Report EditRun::run() {
   report_.goal = options_.goal;
   noteMisses();
   report_.missBefore = report_.missAfter;
-  GivingUp givingUp(wishes_, rank_, impossible_.wishes);
+  GivingUp givingUp(constraints_, rank_, impossible_.givenUp);
   while (attempt(&givingUp)) continue;
   measure();
   if (!report_.met) explain();
@@ -63,7 +63,7 @@ Report EditRun::run() {
 
 // Returns true if another attempt may be better.
 bool EditRun::attempt(GivingUp* givingUp) {
-  Motion motion(task_, givingUp->wishes(), givingUp->pull(), floor_);
+  Motion motion(task_, givingUp->givenUp(), givingUp->pull(), floor_);
   best_.reset();
   do {
     motion.run(loosening_.looseness());
@@ -74,7 +74,7 @@ bool EditRun::attempt(GivingUp* givingUp) {
   report_.met = report_.missAfter <= options_.goal && impossible_.reasons.empty();
   if (report_.met) return false;
   if (motion.turnedTooFar()) hindrance_ = Hindrance::Turn;
-  if (motion.givenUp() != givingUp->wishes() && !motion.turnedTooFar()) hindrance_ = Hindrance::Jump;
+  if (motion.givenUp() != givingUp->givenUp() && !motion.turnedTooFar()) hindrance_ = Hindrance::Jump;
   const bool smooth = isSmooth(measureQuality(original_, clip_));
   const std::vector<double> misses = this->misses();
   std::vector<bool> missed = motion.givenUp();
@@ -135,9 +135,9 @@ void EditRun::take(const Clip& edited, const std::vector<EditStep>& steps) {
 // The distances of the held joints from their targets, in heights; 0 for those that are only pulled or
 // held loosely.
 std::vector<double> EditRun::misses() const {
-  std::vector<double> misses = missesOf(wishes_, clip_, skeleton_);
+  std::vector<double> misses = missesOf(constraints_, clip_, skeleton_);
   for (std::size_t i = 0; i < misses.size(); ++i) {
-    if (wishes_[i].weight < 1.0 || loosening_.isLoose(i)) misses[i] = 0.0;
+    if (constraints_[i].weight < 1.0 || loosening_.isLoose(i)) misses[i] = 0.0;
   }
   return misses;
 }
@@ -145,15 +145,15 @@ std::vector<double> EditRun::misses() const {
 void EditRun::noteMisses() {
   const std::vector<double> misses = this->misses();
   const auto worst = std::max_element(misses.begin(), misses.end());
-  const Constraint& wish = wishes_[static_cast<std::size_t>(worst - misses.begin())];
+  const Constraint& constraint = constraints_[static_cast<std::size_t>(worst - misses.begin())];
   report_.missAfter = *worst;
-  report_.missJoint = *worst > 0.0 ? nameOf(clip_, wish.joint) : "";
-  report_.missFrame = *worst > 0.0 ? wish.frame + 1 : 0;
+  report_.missJoint = *worst > 0.0 ? nameOf(clip_, constraint.joint) : "";
+  report_.missFrame = *worst > 0.0 ? constraint.frame + 1 : 0;
 }
 
 void EditRun::measure() {
   std::vector<Stand> contacts, feet;
-  for (const Stand& run : runsOf(wishes_)) {
+  for (const Stand& run : runsOf(constraints_)) {
     const bool foot = std::find(feet_.feet.begin(), feet_.feet.end(), run.joint) != feet_.feet.end();
     if (foot || (run.end - run.first) * clip_.frameTime >= longReach) contacts.push_back(run);
   }
@@ -176,7 +176,7 @@ void EditRun::measure() {
 
 void EditRun::explain() {
   report_.reasons = impossible_.reasons;
-  for (const std::string& reason : feetThatNeverLeave(wishes_, original_, skeleton_))
+  for (const std::string& reason : feetThatNeverLeave(constraints_, original_, skeleton_))
     report_.reasons.push_back(reason);
   report_.impossible = !report_.reasons.empty();
   if (interrupted_) report_.reasons.push_back("the edit was ended before it was done");

@@ -21,9 +21,9 @@ namespace limber::motion::detail {
 /// Edits a clip so that it meets the constraints, in as many attempts as it takes, and reports the result.
 class EditRun {
  public:
-  /// `wishes` are sorted by frame and not empty. `rank` is 0 for contacts and 1 for constraints of the user.
-  /// The operands must outlive this object.
-  EditRun(Clip* clip, const Contacts& feet, const std::vector<Constraint>& wishes,
+  /// `constraints` are sorted by frame and not empty. `rank` is 0 for contacts and 1 for constraints of the
+  /// user. The operands must outlive this object.
+  EditRun(Clip* clip, const Contacts& feet, const std::vector<Constraint>& constraints,
           const std::vector<int>& rank, const EditOptions& options);
 
   Report run();
@@ -48,7 +48,7 @@ class EditRun {
 
   Clip& clip_;
   const Contacts& feet_;
-  const std::vector<Constraint>& wishes_;
+  const std::vector<Constraint>& constraints_;
   const std::vector<int>& rank_;
   const EditOptions& options_;
   const Clip original_;

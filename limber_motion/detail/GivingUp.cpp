@@ -14,21 +14,21 @@ bool anyOf(const std::vector<bool>& flags) {
   return std::find(flags.begin(), flags.end(), true) != flags.end();
 }
 
-std::vector<std::size_t> inOrderOfJoints(const std::vector<Constraint>& wishes) {
+std::vector<std::size_t> inOrderOfJoints(const std::vector<Constraint>& constraints) {
   std::vector<std::size_t> order;
-  for (std::size_t i = 0; i < wishes.size(); ++i) order.push_back(i);
+  for (std::size_t i = 0; i < constraints.size(); ++i) order.push_back(i);
   std::stable_sort(order.begin(), order.end(),
-                   [&](std::size_t a, std::size_t b) { return wishes[a].joint < wishes[b].joint; });
+                   [&](std::size_t a, std::size_t b) { return constraints[a].joint < constraints[b].joint; });
   return order;
 }
 
 }  // namespace
 
-void spreadOverRuns(const std::vector<Constraint>& wishes, std::vector<bool>* givenUp) {
-  const std::vector<std::size_t> order = inOrderOfJoints(wishes);
+void spreadOverRuns(const std::vector<Constraint>& constraints, std::vector<bool>* givenUp) {
+  const std::vector<std::size_t> order = inOrderOfJoints(constraints);
   const auto spread = [&](std::size_t to, std::size_t from) {
-    const bool neighbours =
-        wishes[to].joint == wishes[from].joint && std::abs(wishes[to].frame - wishes[from].frame) == 1;
+    const bool neighbours = constraints[to].joint == constraints[from].joint &&
+                            std::abs(constraints[to].frame - constraints[from].frame) == 1;
     if ((*givenUp)[from] && neighbours) (*givenUp)[to] = true;
   };
   for (std::size_t i = 1; i < order.size(); ++i) spread(order[i], order[i - 1]);
@@ -37,9 +37,9 @@ void spreadOverRuns(const std::vector<Constraint>& wishes, std::vector<bool>* gi
 
 bool GivingUp::tryAgain(bool smooth, const std::vector<bool>& missed) {
   bool suffers = false;  // true if a constraint that was not given up is missed
-  for (std::size_t i = 0; i < missed.size(); ++i) suffers = suffers || (missed[i] && !wishesGivenUp_[i]);
+  for (std::size_t i = 0; i < missed.size(); ++i) suffers = suffers || (missed[i] && !givenUp_[i]);
   if (smooth && !suffers) return false;
-  if (anyOf(wishesGivenUp_) && pull_ > softest) {
+  if (anyOf(givenUp_) && pull_ > softest) {
     pull_ *= softer;
     return true;
   }
@@ -54,11 +54,11 @@ bool GivingUp::tryAgain(bool smooth, const std::vector<bool>& missed) {
 
 bool GivingUp::giveUpMore(const std::vector<bool>& missed) {
   for (const int rank : {1, 0}) {
-    std::vector<bool> more = wishesGivenUp_;
+    std::vector<bool> more = givenUp_;
     for (std::size_t i = 0; i < missed.size(); ++i) more[i] = more[i] || (missed[i] && rank_[i] == rank);
-    if (more == wishesGivenUp_) continue;
-    spreadOverRuns(wishes_, &more);
-    wishesGivenUp_ = more;
+    if (more == givenUp_) continue;
+    spreadOverRuns(constraints_, &more);
+    givenUp_ = more;
     return true;
   }
   return false;
@@ -67,11 +67,11 @@ bool GivingUp::giveUpMore(const std::vector<bool>& missed) {
 // Gives up constraints in the same frames as those that cannot be met: they may be met only by a jump.
 bool GivingUp::giveUpBeside() {
   std::set<int> frames;
-  for (std::size_t i = 0; i < wishes_.size(); ++i) {
-    if (wishesGivenUp_[i]) frames.insert(wishes_[i].frame);
+  for (std::size_t i = 0; i < constraints_.size(); ++i) {
+    if (givenUp_[i]) frames.insert(constraints_[i].frame);
   }
-  std::vector<bool> beside(wishes_.size(), false);
-  for (std::size_t i = 0; i < wishes_.size(); ++i) beside[i] = frames.count(wishes_[i].frame) > 0;
+  std::vector<bool> beside(constraints_.size(), false);
+  for (std::size_t i = 0; i < constraints_.size(); ++i) beside[i] = frames.count(constraints_[i].frame) > 0;
   return giveUpMore(beside);
 }
 

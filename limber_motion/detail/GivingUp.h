@@ -13,13 +13,13 @@ namespace limber::motion::detail {
 /// those of the user go before the contacts.
 class GivingUp {
  public:
-  /// `wishes` are sorted by frame. `rank` is 0 for contacts and 1 for constraints of the user. Both must
+  /// `constraints` are sorted by frame. `rank` is 0 for contacts and 1 for constraints of the user. Both must
   /// outlive this object. `impossible` is true for constraints that cannot be met.
-  GivingUp(const std::vector<Constraint>& wishes, const std::vector<int>& rank,
+  GivingUp(const std::vector<Constraint>& constraints, const std::vector<int>& rank,
            const std::vector<bool>& impossible)
-      : wishes_(wishes), rank_(rank), wishesGivenUp_(impossible) {}
+      : constraints_(constraints), rank_(rank), givenUp_(impossible) {}
 
-  const std::vector<bool>& wishes() const { return wishesGivenUp_; }
+  const std::vector<bool>& givenUp() const { return givenUp_; }
   /// From 0 to 1.
   double pull() const { return pull_; }
   /// Prepares the next attempt. Returns false if the last attempt is good enough or nothing else helps.
@@ -30,14 +30,14 @@ class GivingUp {
   bool giveUpMore(const std::vector<bool>& missed);
   bool giveUpBeside();
 
-  const std::vector<Constraint>& wishes_;
+  const std::vector<Constraint>& constraints_;
   const std::vector<int>& rank_;
-  std::vector<bool> wishesGivenUp_;
+  std::vector<bool> givenUp_;
   double pull_ = 1.0;
 };
 
 /// If a constraint is given up, also gives up the whole run of consecutive frames in which its joint is held.
-/// A joint that is held only in some of these frames would jump. `wishes` are sorted by frame.
-void spreadOverRuns(const std::vector<Constraint>& wishes, std::vector<bool>* givenUp);
+/// A joint that is held only in some of these frames would jump. `constraints` are sorted by frame.
+void spreadOverRuns(const std::vector<Constraint>& constraints, std::vector<bool>* givenUp);
 
 }  // namespace limber::motion::detail

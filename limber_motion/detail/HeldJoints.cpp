@@ -13,8 +13,8 @@ constexpr double shortRun = 0.1;           // seconds: targets of a shorter run 
 // For each joint, the indices of its constraints in the order of frames.
 std::vector<std::vector<std::size_t>> byJoint(const Task& task) {
   std::vector<std::vector<std::size_t>> places(static_cast<std::size_t>(task.skeleton.joints()));
-  for (std::size_t i = 0; i < task.wishes.size(); ++i)
-    places[static_cast<std::size_t>(task.wishes[i].joint)].push_back(i);
+  for (std::size_t i = 0; i < task.constraints.size(); ++i)
+    places[static_cast<std::size_t>(task.constraints[i].joint)].push_back(i);
   return places;
 }
 
@@ -23,7 +23,8 @@ std::vector<std::vector<std::size_t>> byJoint(const Task& task) {
 std::vector<int> movingChannels(const Task& task, const std::vector<int>& feet) {
   const Skeleton& skeleton = task.skeleton;
   std::vector<bool> held(static_cast<std::size_t>(skeleton.joints()), false);
-  for (const Constraint& wish : task.wishes) held[static_cast<std::size_t>(wish.joint)] = true;
+  for (const Constraint& constraint : task.constraints)
+    held[static_cast<std::size_t>(constraint.joint)] = true;
   for (const int j : feet) held[static_cast<std::size_t>(j)] = true;
   std::vector<int> channels;
   for (int j = 0; j < skeleton.joints(); ++j) {
@@ -36,12 +37,12 @@ std::vector<int> movingChannels(const Task& task, const std::vector<int>& feet) 
 }
 
 std::vector<double> urgencies(const Task& task) {
-  const std::vector<Constraint>& wishes = task.wishes;
-  std::vector<double> urgency(wishes.size(), 1.0);
+  const std::vector<Constraint>& constraints = task.constraints;
+  std::vector<double> urgency(constraints.size(), 1.0);
   for (const std::vector<std::size_t>& own : byJoint(task)) {
     for (std::size_t begin = 0, end = 0; begin < own.size(); begin = end) {
       for (end = begin + 1; end < own.size(); ++end) {
-        if (wishes[own[end]].frame != wishes[own[end - 1]].frame + 1) break;
+        if (constraints[own[end]].frame != constraints[own[end - 1]].frame + 1) break;
       }
       const double seconds = static_cast<double>(end - begin) * task.original.frameTime;
       for (std::size_t i = begin; i < end && seconds < shortRun; ++i)
@@ -57,8 +58,8 @@ double trembling(const Task& task, int stride) {
   int count = 0;
   for (const std::vector<std::size_t>& own : byJoint(task)) {
     for (std::size_t i = 0; i + last < own.size(); ++i) {
-      const Constraint& first = task.wishes[own[i]];
-      if (task.wishes[own[i + last]].frame != first.frame + 3 * stride) continue;
+      const Constraint& first = task.constraints[own[i]];
+      if (task.constraints[own[i + last]].frame != first.frame + 3 * stride) continue;
       Pnt3 at[4];
       for (int k = 0; k < 4; ++k) {
         at[k] = task.skeleton.position(first.joint, task.original.frame(first.frame + k * stride));
@@ -70,15 +71,16 @@ double trembling(const Task& task, int stride) {
   return count ? std::sqrt(sum / count) / task.skeleton.height() : typicalTrembling;
 }
 
-std::vector<double> missesOf(const std::vector<Constraint>& wishes, const Clip& clip,
+std::vector<double> missesOf(const std::vector<Constraint>& constraints, const Clip& clip,
                              const Skeleton& skeleton) {
   std::vector<double> misses;
   Pose pose;
-  for (std::size_t i = 0; i < wishes.size(); ++i) {
-    const Constraint& wish = wishes[i];
-    if (i == 0 || wish.frame != wishes[i - 1].frame) skeleton.pose(clip.frame(wish.frame), &pose);
-    const Pnt3 at = pose.position[static_cast<std::size_t>(wish.joint)];
-    misses.push_back((wish.target - at).length() / skeleton.height());
+  for (std::size_t i = 0; i < constraints.size(); ++i) {
+    const Constraint& constraint = constraints[i];
+    if (i == 0 || constraint.frame != constraints[i - 1].frame)
+      skeleton.pose(clip.frame(constraint.frame), &pose);
+    const Pnt3 at = pose.position[static_cast<std::size_t>(constraint.joint)];
+    misses.push_back((constraint.target - at).length() / skeleton.height());
   }
   return misses;
 }

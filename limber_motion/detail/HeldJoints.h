@@ -21,8 +21,8 @@ std::vector<double> urgencies(const Task& task);
 /// `stride` apart it measures slower trembling.
 double trembling(const Task& task, int stride);
 
-/// The distance of each held joint from its target, in heights. `wishes` are sorted by frame.
-std::vector<double> missesOf(const std::vector<Constraint>& wishes, const Clip& clip,
+/// The distance of each held joint from its target, in heights. `constraints` are sorted by frame.
+std::vector<double> missesOf(const std::vector<Constraint>& constraints, const Clip& clip,
                              const Skeleton& skeleton);
 
 }  // namespace limber::motion::detail

@@ -33,13 +33,13 @@ std::vector<int> limbsOf(const Task& task) {
   return limb;
 }
 
-std::vector<bool> framesNearWishes(const Task& task) {
+std::vector<bool> framesNearConstraints(const Task& task) {
   std::vector<bool> asked(static_cast<std::size_t>(task.original.frames), false);
   const int reach = static_cast<int>(std::min(actsFor / task.original.frameTime, 1e6));
-  for (std::size_t i = 0; i < task.wishes.size(); ++i) {
+  for (std::size_t i = 0; i < task.constraints.size(); ++i) {
     if (task.rank[i] == 0) continue;
-    const int first = std::max(task.wishes[i].frame - reach, 0);
-    const int last = std::min(task.wishes[i].frame + reach, task.original.frames - 1);
+    const int first = std::max(task.constraints[i].frame - reach, 0);
+    const int last = std::min(task.constraints[i].frame + reach, task.original.frames - 1);
     for (int f = first; f <= last; ++f) asked[static_cast<std::size_t>(f)] = true;
   }
   return asked;
@@ -57,10 +57,10 @@ Loosening::Loosening(const Task& task)
     : task_(task),
       before_(task.original, task.skeleton),
       stands_(findStands(task.original)),
-      runs_(runsOf(task.wishes)),
+      runs_(runsOf(task.constraints)),
       limb_(limbsOf(task)),
-      asked_(framesNearWishes(task)),
-      looseness_(task.wishes.size(), 0.0) {}
+      asked_(framesNearConstraints(task)),
+      looseness_(task.constraints.size(), 0.0) {}
 
 int Loosening::count() const {
   return static_cast<int>(
@@ -145,9 +145,9 @@ void Loosening::judgeBody(const Places& after) {
 
 void Loosening::judgeMisses(const std::vector<bool>& missed) {
   for (std::size_t i = 0; i < missed.size(); ++i) {
-    const Constraint& wish = task_.wishes[i];
-    if (missed[i] && task_.rank[i] == 0 && !isAsked(wish.frame))
-      offend(limb_[static_cast<std::size_t>(wish.joint)], wish.frame, 2.0);
+    const Constraint& constraint = task_.constraints[i];
+    if (missed[i] && task_.rank[i] == 0 && !isAsked(constraint.frame))
+      offend(limb_[static_cast<std::size_t>(constraint.joint)], constraint.frame, 2.0);
   }
 }
 
@@ -187,12 +187,12 @@ bool Loosening::loosen() {
   bool news = false;
   for (std::size_t i = 0; i < looseness_.size(); ++i) {
     if (task_.rank[i] > 0) continue;
-    const Constraint& wish = task_.wishes[i];
-    const int limb = limb_[static_cast<std::size_t>(wish.joint)];
+    const Constraint& constraint = task_.constraints[i];
+    const int limb = limb_[static_cast<std::size_t>(constraint.joint)];
     for (const int l : {limb, 0}) {  // what happens to the trunk concerns all limbs
       const std::vector<int>& own = distance[static_cast<std::size_t>(l)];
       if (own.empty()) continue;
-      const double seconds = own[static_cast<std::size_t>(wish.frame)] * task_.original.frameTime;
+      const double seconds = own[static_cast<std::size_t>(constraint.frame)] * task_.original.frameTime;
       more[i] = std::max(more[i], fading(seconds));
     }
     looseness_[i] += more[i];
@@ -202,7 +202,7 @@ bool Loosening::loosen() {
 }
 
 std::vector<std::string> Loosening::notes(const Clip& edited) const {
-  const std::vector<double> misses = missesOf(task_.wishes, edited, task_.skeleton);
+  const std::vector<double> misses = missesOf(task_.constraints, edited, task_.skeleton);
   struct Loose {
     int frames = 0, worst = 0;
     double miss = 0.0;
@@ -210,11 +210,11 @@ std::vector<std::string> Loosening::notes(const Clip& edited) const {
   std::vector<Loose> of(limb_.size());
   for (std::size_t i = 0; i < misses.size(); ++i) {
     if (!isLoose(i)) continue;
-    Loose& loose = of[static_cast<std::size_t>(task_.wishes[i].joint)];
+    Loose& loose = of[static_cast<std::size_t>(task_.constraints[i].joint)];
     ++loose.frames;
     if (!(misses[i] > loose.miss)) continue;
     loose.miss = misses[i];
-    loose.worst = task_.wishes[i].frame;
+    loose.worst = task_.constraints[i].frame;
   }
   std::vector<std::string> sentences;
   for (std::size_t j = 0; j < of.size(); ++j) {

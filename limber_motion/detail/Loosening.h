@@ -28,7 +28,7 @@ class Loosening {
   const std::vector<double>& looseness() const { return looseness_; }
   /// Sets the looseness.
   void restore(const std::vector<double>& looseness) { looseness_ = looseness; }
-  bool isLoose(std::size_t wish) const { return looseness_[wish] > 0.0; }
+  bool isLoose(std::size_t constraint) const { return looseness_[constraint] > 0.0; }
   /// The number of loose constraints.
   int count() const;
 

@@ -46,9 +46,9 @@ Motion::Motion(const Task& task, const std::vector<bool>& givenUp, double pull, 
       floor_(std::move(floor)),
       turns_(task, channels_, curves_.times()),
       stages_(stagesOf(task, curves_, channels_, floor_.first(), pull)),
-      looseness_(task.wishes.size(), 0.0),
+      looseness_(task.constraints.size(), 0.0),
       givenUp_(givenUp),
-      misses_(task.wishes.size(), 0.0),
+      misses_(task.constraints.size(), 0.0),
       changes_{curves_, channels_, zeros(curves_.times() * static_cast<int>(channels_.size())),
                zeros(curves_.times() * static_cast<int>(channels_.size())), task.original},
       done_(stages_.size(), Done{{}, givenUp, changes_.now}) {}
@@ -107,7 +107,7 @@ void Motion::giveUpWhatStaysFar(const Stage& stage) {
     if (isExact(i) && !(misses_[i] <= stage.tooFar)) far[i] = true;
   }
   if (far == givenUp_) return;
-  spreadOverRuns(task_.wishes, &far);
+  spreadOverRuns(task_.constraints, &far);
   givenUp_ = far;
 }
 
@@ -115,36 +115,36 @@ void Motion::giveUpWhatStaysFar(const Stage& stage) {
 // trembling as long as they are not too loose for that: the shortest bones may have to follow it.
 void Motion::aimBetween() {
   aims_.clear();
-  for (const Constraint& wish : task_.wishes) aims_.push_back(wish.target);
+  for (const Constraint& constraint : task_.constraints) aims_.push_back(constraint.target);
   if (std::all_of(looseness_.begin(), looseness_.end(), [](double l) { return l == 0.0; })) return;
   const Places places(changes_.clip, task_.skeleton);
   const double height = task_.skeleton.height();
   const int half = static_cast<int>(std::lrint(std::min(trembles / task_.original.frameTime, 1e6)));
   for (std::size_t i = 0; i < aims_.size(); ++i) {
     if (looseness_[i] == 0.0) continue;
-    const Constraint& wish = task_.wishes[i];
-    const Pnt3 now = places.at(wish.joint, wish.frame);
-    const Pnt3 still = places.stilled(wish.joint, wish.frame, half, floor_.first());
+    const Constraint& constraint = task_.constraints[i];
+    const Pnt3 now = places.at(constraint.joint, constraint.frame);
+    const Pnt3 still = places.stilled(constraint.joint, constraint.frame, half, floor_.first());
     const Pnt3 place = still + (now - still) * std::clamp(looseness_[i] - mostStilled, 0.0, 1.0);
-    aims_[i] += (place * height - wish.target) * std::min(looseness_[i], 1.0);
+    aims_[i] += (place * height - constraint.target) * std::min(looseness_[i], 1.0);
   }
 }
 
 // What the stage asks of each constraint; the weight is 0 if it asks nothing.
 std::vector<Hold> Motion::asks(const Stage& stage) const {
   std::vector<Hold> list;
-  for (std::size_t i = 0; i < task_.wishes.size(); ++i) {
-    const Constraint& wish = task_.wishes[i];
+  for (std::size_t i = 0; i < task_.constraints.size(); ++i) {
+    const Constraint& constraint = task_.constraints[i];
     double weight = stage.pull;
     if (stage.exact) {
-      if (wish.weight < 1.0 || givenUp_[i]) weight = 0.0;
+      if (constraint.weight < 1.0 || givenUp_[i]) weight = 0.0;
     } else {
-      weight = givenUp_[i] ? stage.gentlePull * squared(std::min(wish.weight, 1.0))
-                           : stage.pull * urgency_[i] * squared(wish.weight);
+      weight = givenUp_[i] ? stage.gentlePull * squared(std::min(constraint.weight, 1.0))
+                           : stage.pull * urgency_[i] * squared(constraint.weight);
       if (looseness_[i] > 1.0) weight *= std::pow(0.1, looseness_[i] - 1.0);
     }
-    list.push_back(
-        {wish.frame, wish.joint, stage.exact ? aims_[i] : wish.target, weight, stage.exact, false});
+    list.push_back({constraint.frame, constraint.joint, stage.exact ? aims_[i] : constraint.target, weight,
+                    stage.exact, false});
   }
   return list;
 }
@@ -226,14 +226,14 @@ std::vector<Window> Motion::unfinished(const Stage& stage, const Window& window,
   if (!stage.exact && stepsOfRun_ < stage.leastSteps) return {{window.first, window.end, damping}};
   if (stage.exact && scale == 0.0 && largestMiss(window) <= task_.options.goal) return {};
   const auto [first, last] = framesOf(window);
-  const auto [begin, end] = wishesOf(window);
+  const auto [begin, end] = constraintsOf(window);
   std::vector<bool> open(static_cast<std::size_t>(last - first), false);
   for (std::size_t i = begin; i < end; ++i) {
     bool another = isExact(i) && misses_[i] > std::min(nothing, task_.options.goal);
     if (!stage.exact)
       another = isExact(i) && misses_[i] > nearEnough && misses_[i] < nearer * missesBefore[i];
     if (!stage.exact && givenUp_[i] && givenUpPull_ > 0.0) another = scale > 0.0;
-    if (another) open[static_cast<std::size_t>(task_.wishes[i].frame - first)] = true;
+    if (another) open[static_cast<std::size_t>(task_.constraints[i].frame - first)] = true;
   }
   if (stage.exact) {
     for (const int f : floor_.watch(changes_.clip, first, last, holdsIn(stage, window)))
@@ -246,7 +246,7 @@ std::vector<Window> Motion::unfinished(const Stage& stage, const Window& window,
 
 std::vector<Hold> Motion::holdsIn(const Stage& stage, const Window& window) const {
   const std::vector<Hold>& asked = done_[static_cast<std::size_t>(&stage - stages_.data())].asked;
-  const auto [begin, end] = wishesOf(window);
+  const auto [begin, end] = constraintsOf(window);
   std::vector<Hold> list;
   for (std::size_t i = begin; i < end; ++i) {
     if (asked[i].weight > 0.0) list.push_back(asked[i]);
@@ -267,28 +267,28 @@ std::pair<int, int> Motion::framesOf(const Window& window) const {
 }
 
 // The indices of the constraints in the window's frames.
-std::pair<std::size_t, std::size_t> Motion::wishesOf(const Window& window) const {
+std::pair<std::size_t, std::size_t> Motion::constraintsOf(const Window& window) const {
   const auto [first, end] = framesOf(window);
   const auto indexOf = [&](int frame) {
-    const auto isBefore = [](const Constraint& wish, int f) { return wish.frame < f; };
-    const auto at = std::lower_bound(task_.wishes.begin(), task_.wishes.end(), frame, isBefore);
-    return static_cast<std::size_t>(at - task_.wishes.begin());
+    const auto isBefore = [](const Constraint& constraint, int f) { return constraint.frame < f; };
+    const auto at = std::lower_bound(task_.constraints.begin(), task_.constraints.end(), frame, isBefore);
+    return static_cast<std::size_t>(at - task_.constraints.begin());
   };
   return {indexOf(first), indexOf(end)};
 }
 
 void Motion::measureMisses(const Window& window) {
-  const auto [begin, end] = wishesOf(window);
-  const std::vector<Constraint> wishes(task_.wishes.begin() + static_cast<std::ptrdiff_t>(begin),
-                                       task_.wishes.begin() + static_cast<std::ptrdiff_t>(end));
-  const std::vector<double> misses = missesOf(wishes, changes_.clip, task_.skeleton);
+  const auto [begin, end] = constraintsOf(window);
+  const std::vector<Constraint> constraints(task_.constraints.begin() + static_cast<std::ptrdiff_t>(begin),
+                                            task_.constraints.begin() + static_cast<std::ptrdiff_t>(end));
+  const std::vector<double> misses = missesOf(constraints, changes_.clip, task_.skeleton);
   std::copy(misses.begin(), misses.end(), misses_.begin() + static_cast<std::ptrdiff_t>(begin));
 }
 
 // The largest miss of a constraint that must be met, in the window's frames.
 double Motion::largestMiss(const Window& window) const {
   double largest = 0.0;
-  const auto [begin, end] = wishesOf(window);
+  const auto [begin, end] = constraintsOf(window);
   for (std::size_t i = begin; i < end; ++i) {
     if (isExact(i)) largest = std::max(largest, misses_[i]);
   }

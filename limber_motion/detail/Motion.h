@@ -59,9 +59,10 @@ class Motion {
   void measureMisses(const Window& window);
   double largestMiss(const Window& window) const;
   std::pair<int, int> framesOf(const Window& window) const;
-  std::pair<std::size_t, std::size_t> wishesOf(const Window& window) const;
-  bool isExact(std::size_t wish) const {
-    return task_.wishes[wish].weight >= 1.0 && !givenUp_[wish] && looseness_[wish] == 0.0;
+  std::pair<std::size_t, std::size_t> constraintsOf(const Window& window) const;
+  bool isExact(std::size_t constraint) const {
+    return task_.constraints[constraint].weight >= 1.0 && !givenUp_[constraint] &&
+           looseness_[constraint] == 0.0;
   }
 
   const Task& task_;

@@ -33,11 +33,11 @@ std::string inFrame(int frame) { return " in frame " + std::to_string(frame + 1)
 
 }  // namespace
 
-ReachCheck::ReachCheck(const Clip& clip, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
+ReachCheck::ReachCheck(const Clip& clip, const Skeleton& skeleton, const std::vector<Constraint>& constraints,
                        const std::vector<int>& rank, const std::vector<int>& feet, double slack)
     : clip_(clip),
       skeleton_(skeleton),
-      wishes_(wishes),
+      constraints_(constraints),
       rank_(rank),
       feet_(feet),
       root_(skeleton.carrier()),
@@ -45,14 +45,14 @@ ReachCheck::ReachCheck(const Clip& clip, const Skeleton& skeleton, const std::ve
       ways_(clip.joints.size() * clip.joints.size(), Way{-1.0, false}),
       fastest_(clip.joints.size(), -1.0),
       worst_(clip.joints.size()) {
-  found_.wishes.assign(wishes.size(), false);
-  found_.aims = wishes;
+  found_.givenUp.assign(constraints.size(), false);
+  found_.aims = constraints;
 }
 
 Impossible ReachCheck::find() {
   comparePairs();
   compareWithRoot();
-  spreadOverRuns(wishes_, &found_.wishes);
+  spreadOverRuns(constraints_, &found_.givenUp);
   compareTimes();
   aimWithinReach();
   for (const Worst& worst : worst_) {
@@ -80,24 +80,24 @@ const ReachCheck::Way& ReachCheck::way(int a, int b) {
   return way;
 }
 
-void ReachCheck::giveUp(std::size_t wish, double excess, const std::string& reason) {
-  found_.wishes[wish] = true;
-  Worst& worst = worst_[static_cast<std::size_t>(wishes_[wish].joint)];
+void ReachCheck::giveUp(std::size_t constraint, double excess, const std::string& reason) {
+  found_.givenUp[constraint] = true;
+  Worst& worst = worst_[static_cast<std::size_t>(constraints_[constraint].joint)];
   if (excess > worst.excess) worst = {excess, reason};
 }
 
 void ReachCheck::comparePairs() {
-  for (std::size_t i = 0, begin = 0; i < wishes_.size(); ++i) {
-    if (wishes_[i].frame != wishes_[begin].frame) begin = i;
+  for (std::size_t i = 0, begin = 0; i < constraints_.size(); ++i) {
+    if (constraints_[i].frame != constraints_[begin].frame) begin = i;
     for (std::size_t k = begin; k < i; ++k) {
       if (!counts(i) || !counts(k)) continue;
-      const Way& bones = way(wishes_[k].joint, wishes_[i].joint);
-      const double apart = (wishes_[i].target - wishes_[k].target).length();
+      const Way& bones = way(constraints_[k].joint, constraints_[i].joint);
+      const double apart = (constraints_[i].target - constraints_[k].target).length();
       const bool tooNear = bones.rigid && apart < bones.length - slack_;
       if (!(apart > bones.length + slack_) && !tooNear) continue;
       giveUp(rank_[i] < rank_[k] ? k : i, std::fabs(apart - bones.length),
-             "the targets of " + name(wishes_[k].joint) + " and " + name(wishes_[i].joint) +
-                 inFrame(wishes_[i].frame) + " are " + significant(apart, 4) +
+             "the targets of " + name(constraints_[k].joint) + " and " + name(constraints_[i].joint) +
+                 inFrame(constraints_[i].frame) + " are " + significant(apart, 4) +
                  " apart, but the bones between them " + (tooNear ? "are " : "reach only ") +
                  significant(bones.length, 4) + (tooNear ? " long" : ""));
     }
@@ -107,19 +107,22 @@ void ReachCheck::comparePairs() {
 // The root may move, but a target of a hand must not make the body fly. If the user asks for a place of the
 // root or of a foot, that carries the body, and may put it anywhere.
 void ReachCheck::compareWithRoot() {
-  for (std::size_t begin = 0, end = 0; begin < wishes_.size(); begin = end) {
+  for (std::size_t begin = 0, end = 0; begin < constraints_.size(); begin = end) {
     bool carriedThere = false;
-    for (end = begin; end < wishes_.size() && wishes_[end].frame == wishes_[begin].frame; ++end) {
-      const bool carries = wishes_[end].joint <= root_ || isFoot(wishes_[end].joint);
+    for (end = begin; end < constraints_.size() && constraints_[end].frame == constraints_[begin].frame;
+         ++end) {
+      const bool carries = constraints_[end].joint <= root_ || isFoot(constraints_[end].joint);
       carriedThere = carriedThere || (carries && rank_[end] > 0);
     }
     if (carriedThere) continue;
-    const Pnt3 root = skeleton_.position(root_, clip_.frame(wishes_[begin].frame));
+    const Pnt3 root = skeleton_.position(root_, clip_.frame(constraints_[begin].frame));
     for (std::size_t i = begin; i < end; ++i) {
-      const double apart = (wishes_[i].target - root).length(), most = way(root_, wishes_[i].joint).length;
-      if (!counts(i) || isFoot(wishes_[i].joint) || !(apart > most + carried * skeleton_.height())) continue;
+      const double apart = (constraints_[i].target - root).length(),
+                   most = way(root_, constraints_[i].joint).length;
+      if (!counts(i) || isFoot(constraints_[i].joint) || !(apart > most + carried * skeleton_.height()))
+        continue;
       giveUp(i, apart - most,
-             "the target of " + name(wishes_[i].joint) + inFrame(wishes_[i].frame) + " is " +
+             "the target of " + name(constraints_[i].joint) + inFrame(constraints_[i].frame) + " is " +
                  significant(apart, 4) + " from " + name(root_) + ", but the bones between them reach only " +
                  significant(most, 4));
     }
@@ -145,46 +148,48 @@ double ReachCheck::fastest(int joint) {
 void ReachCheck::compareTimes() {
   std::vector<int> last(clip_.joints.size(), -1);  // the latest constraint of each joint
   std::vector<std::size_t> late;                   // the second constraint of each jump
-  for (std::size_t i = 0; i < wishes_.size(); ++i) {
-    if (!counts(i) || found_.wishes[i]) continue;
-    const Constraint& wish = wishes_[i];
-    const int k = std::exchange(last[static_cast<std::size_t>(wish.joint)], static_cast<int>(i));
+  for (std::size_t i = 0; i < constraints_.size(); ++i) {
+    if (!counts(i) || found_.givenUp[i]) continue;
+    const Constraint& constraint = constraints_[i];
+    const int k = std::exchange(last[static_cast<std::size_t>(constraint.joint)], static_cast<int>(i));
     if (k < 0) continue;
-    const Constraint& earlier = wishes_[static_cast<std::size_t>(k)];
-    const double speed =
-        (wish.target - earlier.target).length() / ((wish.frame - earlier.frame) * clip_.frameTime);
+    const Constraint& earlier = constraints_[static_cast<std::size_t>(k)];
+    const double speed = (constraint.target - earlier.target).length() /
+                         ((constraint.frame - earlier.frame) * clip_.frameTime);
     const double most = fastestReach * skeleton_.height();
-    if (!(speed > most) || !(speed > 2.0 * fastest(wish.joint))) continue;
+    if (!(speed > most) || !(speed > 2.0 * fastest(constraint.joint))) continue;
     late.push_back(i);
     giveUp(i, speed,
-           "the targets of " + name(wish.joint) + " in frames " + std::to_string(earlier.frame + 1) +
-               " and " + std::to_string(wish.frame + 1) + " are " +
-               significant((wish.target - earlier.target).length(), 4) +
+           "the targets of " + name(constraint.joint) + " in frames " + std::to_string(earlier.frame + 1) +
+               " and " + std::to_string(constraint.frame + 1) + " are " +
+               significant((constraint.target - earlier.target).length(), 4) +
                " apart: no body moves that far in so short a time");
   }
   const int frames = static_cast<int>(aroundJump / clip_.frameTime);
   for (const std::size_t jump : late) {
-    for (std::size_t i = 0; i < wishes_.size(); ++i) {
-      if (wishes_[i].joint != wishes_[jump].joint) continue;
-      if (std::abs(wishes_[i].frame - wishes_[jump].frame) <= frames) found_.wishes[i] = true;
+    for (std::size_t i = 0; i < constraints_.size(); ++i) {
+      if (constraints_[i].joint != constraints_[jump].joint) continue;
+      if (std::abs(constraints_[i].frame - constraints_[jump].frame) <= frames) found_.givenUp[i] = true;
     }
   }
 }
 
 void ReachCheck::aimWithinReach() {
-  for (std::size_t i = 0, begin = 0; i < wishes_.size(); ++i) {
-    if (wishes_[i].frame != wishes_[begin].frame) begin = i;
-    if (!found_.wishes[i] && counts(i)) continue;
+  for (std::size_t i = 0, begin = 0; i < constraints_.size(); ++i) {
+    if (constraints_[i].frame != constraints_[begin].frame) begin = i;
+    if (!found_.givenUp[i] && counts(i)) continue;
     Pnt3& aim = found_.aims[i].target;
     const auto bringNearer = [&](const Pnt3& anchor, double most) {
       const double apart = (aim - anchor).length();
       if (apart > most) aim = anchor + (aim - anchor) * (most / apart);
     };
-    bringNearer(skeleton_.position(root_, clip_.frame(wishes_[i].frame)),
-                way(root_, wishes_[i].joint).length + leaned * skeleton_.height());
-    for (std::size_t k = begin; k < wishes_.size() && wishes_[k].frame == wishes_[i].frame; ++k) {
-      if (k == i || found_.wishes[k] || !counts(k)) continue;
-      bringNearer(wishes_[k].target, comfortable * way(wishes_[i].joint, wishes_[k].joint).length);
+    bringNearer(skeleton_.position(root_, clip_.frame(constraints_[i].frame)),
+                way(root_, constraints_[i].joint).length + leaned * skeleton_.height());
+    for (std::size_t k = begin; k < constraints_.size() && constraints_[k].frame == constraints_[i].frame;
+         ++k) {
+      if (k == i || found_.givenUp[k] || !counts(k)) continue;
+      bringNearer(constraints_[k].target,
+                  comfortable * way(constraints_[i].joint, constraints_[k].joint).length);
     }
   }
 }

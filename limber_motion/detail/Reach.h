@@ -12,7 +12,7 @@ namespace limber::motion::detail {
 /// The constraints that no motion of a skeleton can meet, and what the edit aims at instead.
 struct Impossible {
   std::vector<std::string> reasons;  ///< a sentence for each joint with constraints that are given up
-  std::vector<bool> wishes;          ///< one per constraint: true if it is given up
+  std::vector<bool> givenUp;         ///< one per constraint: true if it is given up
   std::vector<Constraint> aims;      ///< with targets within reach where one is given up or only pulls
 };
 
@@ -25,10 +25,10 @@ struct Impossible {
 /// within 0.3 s of it are.
 class ReachCheck {
  public:
-  /// `wishes` are sorted by frame; those with a weight below 1 do not count. `rank` has one number per
+  /// `constraints` are sorted by frame; those with a weight below 1 do not count. `rank` has one number per
   /// constraint: 0 for contacts, which take precedence, and 1 for constraints of the user. `feet` carry the
   /// body. `slack` is in the clip's unit.
-  ReachCheck(const Clip& clip, const Skeleton& skeleton, const std::vector<Constraint>& wishes,
+  ReachCheck(const Clip& clip, const Skeleton& skeleton, const std::vector<Constraint>& constraints,
              const std::vector<int>& rank, const std::vector<int>& feet, double slack);
 
   Impossible find();
@@ -50,8 +50,8 @@ class ReachCheck {
   void compareWithRoot();
   void compareTimes();
   void aimWithinReach();
-  void giveUp(std::size_t wish, double excess, const std::string& reason);
-  bool counts(std::size_t wish) const { return wishes_[wish].weight >= 1.0; }
+  void giveUp(std::size_t constraint, double excess, const std::string& reason);
+  bool counts(std::size_t constraint) const { return constraints_[constraint].weight >= 1.0; }
   bool isFoot(int joint) const;
   std::string name(int joint) const { return clip_.joints[static_cast<std::size_t>(joint)].name; }
   /// The speed that a joint rarely exceeds in the clip.
@@ -59,7 +59,7 @@ class ReachCheck {
 
   const Clip& clip_;
   const Skeleton& skeleton_;
-  const std::vector<Constraint>& wishes_;
+  const std::vector<Constraint>& constraints_;
   const std::vector<int>& rank_;
   const std::vector<int>& feet_;
   const int root_;  // the joint that carries the body

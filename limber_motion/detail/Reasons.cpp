@@ -14,36 +14,36 @@ constexpr double degrees = 180.0 / 3.14159265358979323846;
 
 }  // namespace
 
-std::vector<Stand> runsOf(std::vector<Constraint> wishes) {
-  std::sort(wishes.begin(), wishes.end(), [](const Constraint& a, const Constraint& b) {
+std::vector<Stand> runsOf(std::vector<Constraint> constraints) {
+  std::sort(constraints.begin(), constraints.end(), [](const Constraint& a, const Constraint& b) {
     return a.joint != b.joint ? a.joint < b.joint : a.frame < b.frame;
   });
   std::vector<Stand> runs;
-  for (const Constraint& wish : wishes) {
-    if (wish.weight < 1.0) continue;
-    if (!runs.empty() && runs.back().joint == wish.joint && runs.back().end == wish.frame) {
+  for (const Constraint& constraint : constraints) {
+    if (constraint.weight < 1.0) continue;
+    if (!runs.empty() && runs.back().joint == constraint.joint && runs.back().end == constraint.frame) {
       runs.back().end++;
     } else {
-      runs.push_back({wish.joint, wish.frame, wish.frame + 1});
+      runs.push_back({constraint.joint, constraint.frame, constraint.frame + 1});
     }
   }
   return runs;
 }
 
-std::vector<std::string> feetThatNeverLeave(const std::vector<Constraint>& wishes, const Clip& original,
+std::vector<std::string> feetThatNeverLeave(const std::vector<Constraint>& constraints, const Clip& original,
                                             const Skeleton& skeleton) {
   std::vector<std::string> sentences;
-  for (const Stand& run : runsOf(wishes)) {
+  for (const Stand& run : runsOf(constraints)) {
     if (run.first > 0 || run.end < original.frames || original.frames == 1) continue;
     double travels = 0.0, asked = 0.0;  // distances from the first place and target
     const Constraint* first = nullptr;
-    for (const Constraint& wish : wishes) {
-      if (wish.joint != run.joint) continue;
-      if (!first) first = &wish;
-      const Pnt3 way = skeleton.position(run.joint, original.frame(wish.frame)) -
+    for (const Constraint& constraint : constraints) {
+      if (constraint.joint != run.joint) continue;
+      if (!first) first = &constraint;
+      const Pnt3 way = skeleton.position(run.joint, original.frame(constraint.frame)) -
                        skeleton.position(run.joint, original.frame(0));
       travels = std::max(travels, way.length());
-      asked = std::max(asked, (wish.target - first->target).length());
+      asked = std::max(asked, (constraint.target - first->target).length());
     }
     if (travels < lifted * skeleton.height() || asked > 0.5 * travels) continue;
     sentences.push_back(nameOf(original, run.joint) + " is held in all " + std::to_string(original.frames) +

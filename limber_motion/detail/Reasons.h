@@ -13,11 +13,11 @@ namespace limber::motion::detail {
 
 /// The runs of consecutive frames in which a joint is held (with a weight of 1 or more), ordered by joint and
 /// then by frame.
-std::vector<Stand> runsOf(std::vector<Constraint> wishes);
+std::vector<Stand> runsOf(std::vector<Constraint> constraints);
 
 /// A sentence for each joint that is held at one place in every frame although it travels in the clip; in
 /// that case the body cannot move on.
-std::vector<std::string> feetThatNeverLeave(const std::vector<Constraint>& wishes, const Clip& original,
+std::vector<std::string> feetThatNeverLeave(const std::vector<Constraint>& constraints, const Clip& original,
                                             const Skeleton& skeleton);
 
 /// Why the largest miss of the report was not made smaller.

@@ -13,8 +13,8 @@ namespace limber::motion::detail {
 struct Task {
   const Clip& original;  ///< with continuous angles
   const Skeleton& skeleton;
-  const std::vector<Constraint>& wishes;  ///< sorted by frame
-  const std::vector<int>& rank;           ///< for each constraint 0 if it comes from a contact, or 1
+  const std::vector<Constraint>& constraints;  ///< sorted by frame
+  const std::vector<int>& rank;                ///< for each constraint 0 if it comes from a contact, or 1
   const EditOptions& options;
 };
 

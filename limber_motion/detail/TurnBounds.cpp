@@ -22,9 +22,9 @@ constexpr double cameBack = 0.99;       // fraction of a bound below which its u
 // must reach something else.
 std::vector<double> plantTurns(const Task& task) {
   std::vector<double> turns(static_cast<std::size_t>(task.skeleton.channels()), plantTurn);
-  for (std::size_t i = 0; i < task.wishes.size(); ++i) {
+  for (std::size_t i = 0; i < task.constraints.size(); ++i) {
     if (task.rank[i] == 0) continue;
-    for (const int c : task.skeleton.chain(task.wishes[i].joint))
+    for (const int c : task.skeleton.chain(task.constraints[i].joint))
       turns[static_cast<std::size_t>(c)] = std::numeric_limits<double>::infinity();
   }
   return turns;

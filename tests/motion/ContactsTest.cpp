@@ -358,14 +358,14 @@ TEST(Contacts, GiveWayToWhatAScriptAsksOfTheSameFoot) {
 TEST(Contacts, EachFrameOfAContactIsAConstraint) {
   Contacts contacts;
   contacts.list = {{5, 3, 4, Pnt3(1, 0, 0)}, {2, 4, 6, Pnt3(2, 0, 0)}};
-  const std::vector<Constraint> wishes = constraintsOf(contacts);
-  ASSERT_EQ(wishes.size(), 5u);
+  const std::vector<Constraint> constraints = constraintsOf(contacts);
+  ASSERT_EQ(constraints.size(), 5u);
   const int frames[] = {3, 4, 4, 5, 6}, joints[] = {5, 2, 5, 2, 2};
   for (std::size_t i = 0; i < 5; ++i) {
-    EXPECT_EQ(wishes[i].frame, frames[i]);
-    EXPECT_EQ(wishes[i].joint, joints[i]);
-    EXPECT_EQ(wishes[i].target.x, joints[i] == 5 ? 1.0 : 2.0);
-    EXPECT_EQ(wishes[i].weight, 1.0);
+    EXPECT_EQ(constraints[i].frame, frames[i]);
+    EXPECT_EQ(constraints[i].joint, joints[i]);
+    EXPECT_EQ(constraints[i].target.x, joints[i] == 5 ? 1.0 : 2.0);
+    EXPECT_EQ(constraints[i].weight, 1.0);
   }
 }
 

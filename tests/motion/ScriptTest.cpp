@@ -35,25 +35,25 @@ class Script : public ::testing::Test {
 };
 
 TEST_F(Script, SaysWhereAJointShallBe) {
-  const std::vector<Constraint> wishes = read("2 Arm 1 -2 .5\n1 Arm.End +1e1 0 0 2.5\n");
-  ASSERT_EQ(wishes.size(), 2u);
-  EXPECT_EQ(wishes[1].frame, 1);
-  EXPECT_EQ(wishes[1].joint, 1);
-  EXPECT_EQ((wishes[1].target - Pnt3(1, -2, 0.5)).length(), 0.0);
-  EXPECT_EQ(wishes[1].weight, 1.0);
-  EXPECT_EQ(wishes[0].frame, 0);
-  EXPECT_EQ(wishes[0].joint, 2);
-  EXPECT_EQ(wishes[0].target.x, 10.0);
-  EXPECT_EQ(wishes[0].weight, 2.5);
+  const std::vector<Constraint> constraints = read("2 Arm 1 -2 .5\n1 Arm.End +1e1 0 0 2.5\n");
+  ASSERT_EQ(constraints.size(), 2u);
+  EXPECT_EQ(constraints[1].frame, 1);
+  EXPECT_EQ(constraints[1].joint, 1);
+  EXPECT_EQ((constraints[1].target - Pnt3(1, -2, 0.5)).length(), 0.0);
+  EXPECT_EQ(constraints[1].weight, 1.0);
+  EXPECT_EQ(constraints[0].frame, 0);
+  EXPECT_EQ(constraints[0].joint, 2);
+  EXPECT_EQ(constraints[0].target.x, 10.0);
+  EXPECT_EQ(constraints[0].weight, 2.5);
 }
 
-TEST_F(Script, ARangeIsAWishForEachOfItsFrames) {
-  const std::vector<Constraint> wishes = read("1-2 Arm 1 2 3 4");
-  ASSERT_EQ(wishes.size(), 2u);
+TEST_F(Script, ARangeIsAConstraintForEachOfItsFrames) {
+  const std::vector<Constraint> constraints = read("1-2 Arm 1 2 3 4");
+  ASSERT_EQ(constraints.size(), 2u);
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(wishes[static_cast<std::size_t>(i)].frame, i);
-    EXPECT_EQ(wishes[static_cast<std::size_t>(i)].target.z, 3.0);
-    EXPECT_EQ(wishes[static_cast<std::size_t>(i)].weight, 4.0);
+    EXPECT_EQ(constraints[static_cast<std::size_t>(i)].frame, i);
+    EXPECT_EQ(constraints[static_cast<std::size_t>(i)].target.z, 3.0);
+    EXPECT_EQ(constraints[static_cast<std::size_t>(i)].weight, 4.0);
   }
 }
 
@@ -97,12 +97,12 @@ TEST(ScriptOfAWalk, EasingRaisesTheWeightAndLowersItAgain) {
   const Clip clip = readClip(sourceFile("examples/data/walk.bvh"));
   const std::string path =
       directory.write("script.txt", "11-20 LeftHand 1 2 3 2 ease 3 1\nhold 31-33 LeftHand ease 1\n");
-  const std::vector<Constraint> wishes = readScript(path, nullptr, clip).constraints;
-  ASSERT_EQ(wishes.size(), 13u);
+  const std::vector<Constraint> constraints = readScript(path, nullptr, clip).constraints;
+  ASSERT_EQ(constraints.size(), 13u);
   const auto smooth = [](double u) { return u * u * (3 - 2 * u); };
   const double weights[] = {smooth(0.25), 0.5, smooth(0.75), 2, 2, 2, 2, 2, 2, 0.5, 0.5, 1, 0.5};
   for (std::size_t i = 0; i < 13; ++i)
-    EXPECT_TRUE(tolerance::close(wishes[i].weight, weights[i], 1e-15)) << i;
+    EXPECT_TRUE(tolerance::close(constraints[i].weight, weights[i], 1e-15)) << i;
 }
 
 TEST(ScriptOfAWalk, WrittenContactsReadBackAsTheSamePlaces) {
@@ -123,11 +123,11 @@ TEST(ScriptOfAWalk, WrittenContactsReadBackAsTheSamePlaces) {
 }
 
 TEST_F(Script, CommentsBlankLinesAndLineEndsMakeNoDifference) {
-  const std::vector<Constraint> wishes =
+  const std::vector<Constraint> constraints =
       read("# 9 Leg\r\n\r\n \t\r\n1 Arm 1 2 3 # as it was\r\n#2 Arm 1 2 3\r\n2 Arm 1 2 3 4 #\r\n");
-  ASSERT_EQ(wishes.size(), 2u);
-  EXPECT_EQ(wishes[0].weight, 1.0);
-  EXPECT_EQ(wishes[1].weight, 4.0);
+  ASSERT_EQ(constraints.size(), 2u);
+  EXPECT_EQ(constraints[0].weight, 1.0);
+  EXPECT_EQ(constraints[1].weight, 4.0);
   EXPECT_TRUE(read("").empty());
   EXPECT_TRUE(read("# nothing\n\n").empty());
 }
@@ -136,10 +136,11 @@ TEST_F(Script, LinesMayBeLong) {
   for (const std::size_t length : {509u, 510u, 511u, 512u, 4095u, 4096u, 5000u}) {
     const std::string wide = "1 Arm 1 2" + std::string(length - 10, ' ') + "3\n";
     ASSERT_EQ(wide.size(), length + 1);
-    const std::vector<Constraint> wishes = read(wide + "#" + std::string(length, '#') + "\n2 Arm 4 5 6\n");
-    ASSERT_EQ(wishes.size(), 2u) << length;
-    EXPECT_EQ(wishes[0].target.z, 3.0);
-    EXPECT_EQ(wishes[1].target.x, 4.0);
+    const std::vector<Constraint> constraints =
+        read(wide + "#" + std::string(length, '#') + "\n2 Arm 4 5 6\n");
+    ASSERT_EQ(constraints.size(), 2u) << length;
+    EXPECT_EQ(constraints[0].target.z, 3.0);
+    EXPECT_EQ(constraints[1].target.x, 4.0);
     EXPECT_EQ(problem(wide + " \n \n2 Arm 4 5\n"),
               "script.txt:4: expected a coordinate, found the end of the line");
   }
@@ -211,18 +212,18 @@ TEST_F(Script, CompressedScriptsAreReadAndTruncatedOnesRefused) {
   EXPECT_NE(problem(full.substr(0, full.size() - 8)).find("damaged or cut short"), std::string::npos);
 }
 
-TEST(SortByFrame, LeavesEachJointItsLastWishOfAFrame) {
-  std::vector<Constraint> wishes = {{5, 1, Pnt3(1, 0, 0), 1}, {3, 2, Pnt3(2, 0, 0), 1},
-                                    {5, 0, Pnt3(3, 0, 0), 1}, {5, 1, Pnt3(4, 0, 0), 1},
-                                    {3, 2, Pnt3(5, 0, 0), 1}, {5, 1, Pnt3(6, 0, 0), 1}};
-  sortByFrame(&wishes);
-  ASSERT_EQ(wishes.size(), 3u);
+TEST(SortByFrame, LeavesEachJointItsLastConstraintOfAFrame) {
+  std::vector<Constraint> constraints = {{5, 1, Pnt3(1, 0, 0), 1}, {3, 2, Pnt3(2, 0, 0), 1},
+                                         {5, 0, Pnt3(3, 0, 0), 1}, {5, 1, Pnt3(4, 0, 0), 1},
+                                         {3, 2, Pnt3(5, 0, 0), 1}, {5, 1, Pnt3(6, 0, 0), 1}};
+  sortByFrame(&constraints);
+  ASSERT_EQ(constraints.size(), 3u);
   const double targets[] = {5, 3, 6};
   const int frames[] = {3, 5, 5}, joints[] = {2, 0, 1};
   for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(wishes[i].target.x, targets[i]);
-    EXPECT_EQ(wishes[i].frame, frames[i]);
-    EXPECT_EQ(wishes[i].joint, joints[i]);
+    EXPECT_EQ(constraints[i].target.x, targets[i]);
+    EXPECT_EQ(constraints[i].frame, frames[i]);
+    EXPECT_EQ(constraints[i].joint, joints[i]);
   }
 }
 

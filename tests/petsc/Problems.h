@@ -97,8 +97,8 @@ struct MotionSystem {
     std::vector<int> channels;
     for (int c = 0; c < clip.channels; ++c) channels.push_back(c);
     std::vector<Hold> list;
-    for (const Constraint& wish : swaying::wishesFor(clip))
-      list.push_back({wish.frame, wish.joint, wish.target, 1.0, false, false});
+    for (const Constraint& constraint : swaying::constraintsFor(clip))
+      list.push_back({constraint.frame, constraint.joint, constraint.target, 1.0, false, false});
     Holds J(skeleton, curves, channels);
     J.linearize(list, clip);
     columns = J.width();

@@ -7,8 +7,8 @@
 
 namespace limber::detail {
 
-SolveRun::SolveRun(const SolveOptions& wishes)
-    : options(wishes), limit(wishes.maxIterations), begin_(std::chrono::steady_clock::now()) {}
+SolveRun::SolveRun(const SolveOptions& chosen)
+    : options(chosen), limit(chosen.maxIterations), begin_(std::chrono::steady_clock::now()) {}
 
 void SolveRun::expect(int unknowns) {
   const long long generous = 20LL * unknowns + 1000;

@@ -11,9 +11,10 @@ using namespace limber::motion;
 
 namespace {
 
-class ImpossibleWishes : public testing::Test {
+class ImpossibleConstraints : public testing::Test {
  protected:
-  ImpossibleWishes() : clip(readClip(sourceFile("examples/data/walk.bvh"))), before(clip), skeleton(clip) {}
+  ImpossibleConstraints()
+      : clip(readClip(sourceFile("examples/data/walk.bvh"))), before(clip), skeleton(clip) {}
 
   Pnt3 at(int frame, const char* joint) const {
     return skeleton.position(clip.find(joint), before.frame(frame));
@@ -21,10 +22,10 @@ class ImpossibleWishes : public testing::Test {
   Pnt3 up(double heights) const { return Pnt3(0, heights * skeleton.height(), 0); }
 
   // Solves with the contacts, if wanted, and checks what holds for every result.
-  Report solve(const std::vector<Constraint>& wishes, bool plants = true) {
+  Report solve(const std::vector<Constraint>& constraints, bool plants = true) {
     Edit edit(clip);
     if (plants) edit.plant(findContacts(before));
-    edit.add(wishes);
+    edit.add(constraints);
     const Report report = edit.solve();
     for (const double value : clip.values) EXPECT_TRUE(std::isfinite(value));
     EXPECT_TRUE(report.turn <= 1.0473) << report.turn;
@@ -37,9 +38,9 @@ class ImpossibleWishes : public testing::Test {
   }
 
   std::vector<Constraint> inFrames(int first, int last, const char* joint, const Pnt3& target) const {
-    std::vector<Constraint> wishes;
-    for (int f = first; f <= last; ++f) wishes.push_back({f, clip.find(joint), target, 1.0});
-    return wishes;
+    std::vector<Constraint> constraints;
+    for (int f = first; f <= last; ++f) constraints.push_back({f, clip.find(joint), target, 1.0});
+    return constraints;
   }
 
   Clip clip;
@@ -51,7 +52,7 @@ std::string first(const Report& report) { return report.reasons.empty() ? "" : r
 
 }  // namespace
 
-TEST_F(ImpossibleWishes, OneFrameBeyondTheArmsLengthIsApproachedAndPlantsStand) {
+TEST_F(ImpossibleConstraints, OneFrameBeyondTheArmsLengthIsApproachedAndPlantsStand) {
   const Pnt3 target = at(60, "LeftHand") + up(1.0);
   const Report report = solve({{60, clip.find("LeftHand"), target, 1.0}});
   EXPECT_TRUE(report.impossible);
@@ -62,35 +63,35 @@ TEST_F(ImpossibleWishes, OneFrameBeyondTheArmsLengthIsApproachedAndPlantsStand) 
   EXPECT_LT(report.skateAfter, 0.1 * report.skateBefore);
 }
 
-TEST_F(ImpossibleWishes, FiftyFramesBeyondTheArmsLength) {
+TEST_F(ImpossibleConstraints, FiftyFramesBeyondTheArmsLength) {
   EXPECT_TRUE(solve(inFrames(30, 79, "LeftHand", at(55, "LeftHand") + up(1.0))).impossible);
 }
 
-TEST_F(ImpossibleWishes, BeyondTheArmsLengthIsImpossibleWithoutPlantsToo) {
+TEST_F(ImpossibleConstraints, BeyondTheArmsLengthIsImpossibleWithoutPlantsToo) {
   const Report report = solve({{60, clip.find("LeftHand"), at(60, "LeftHand") + up(10.0), 1.0}}, false);
   EXPECT_TRUE(report.impossible);
   EXPECT_NE(first(report).find("from Hips"), std::string::npos) << first(report);
 }
 
-TEST_F(ImpossibleWishes, HipsThatStayWhileTheFeetWalkOn) {
+TEST_F(ImpossibleConstraints, HipsThatStayWhileTheFeetWalkOn) {
   EXPECT_TRUE(solve(inFrames(0, 119, "Hips", at(0, "Hips"))).impossible);
 }
 
-TEST_F(ImpossibleWishes, HipsAndHeadThatStayWhileTheFeetWalkOn) {
-  std::vector<Constraint> wishes = inFrames(20, 99, "Hips", at(20, "Hips"));
-  for (const Constraint& c : inFrames(20, 99, "Head", at(20, "Head"))) wishes.push_back(c);
-  EXPECT_TRUE(solve(wishes).impossible);
+TEST_F(ImpossibleConstraints, HipsAndHeadThatStayWhileTheFeetWalkOn) {
+  std::vector<Constraint> constraints = inFrames(20, 99, "Hips", at(20, "Hips"));
+  for (const Constraint& c : inFrames(20, 99, "Head", at(20, "Head"))) constraints.push_back(c);
+  EXPECT_TRUE(solve(constraints).impossible);
 }
 
-TEST_F(ImpossibleWishes, FeetThatStandInEveryFrameHaveAMessageOfTheirOwn) {
-  std::vector<Constraint> wishes = inFrames(0, 119, "LeftFoot", at(0, "LeftFoot"));
-  for (const Constraint& c : inFrames(0, 119, "RightFoot", at(0, "RightFoot"))) wishes.push_back(c);
-  const Report report = solve(wishes, false);
+TEST_F(ImpossibleConstraints, FeetThatStandInEveryFrameHaveAMessageOfTheirOwn) {
+  std::vector<Constraint> constraints = inFrames(0, 119, "LeftFoot", at(0, "LeftFoot"));
+  for (const Constraint& c : inFrames(0, 119, "RightFoot", at(0, "RightFoot"))) constraints.push_back(c);
+  const Report report = solve(constraints, false);
   EXPECT_TRUE(report.impossible);
   EXPECT_NE(first(report).find("is held in all 120 frames"), std::string::npos) << first(report);
 }
 
-TEST_F(ImpossibleWishes, TwoPlacesInNeighbouringFrames) {
+TEST_F(ImpossibleConstraints, TwoPlacesInNeighbouringFrames) {
   const int hand = clip.find("LeftHand");
   const Report report =
       solve({{60, hand, at(60, "LeftHand") + up(0.3), 1.0}, {61, hand, at(60, "LeftHand") + up(-0.3), 1.0}});
@@ -98,17 +99,18 @@ TEST_F(ImpossibleWishes, TwoPlacesInNeighbouringFrames) {
   EXPECT_NE(first(report).find("frames 61 and 62"), std::string::npos) << first(report);
 }
 
-TEST_F(ImpossibleWishes, AHandThroughTheFloor) {
+TEST_F(ImpossibleConstraints, AHandThroughTheFloor) {
   solve(inFrames(30, 79, "LeftHand", at(55, "LeftHand") + up(-1.2)));
 }
 
-TEST_F(ImpossibleWishes, EndsOfABoneThatIsShorterThanTheirTargetsAreApart) {
-  std::vector<Constraint> wishes = inFrames(40, 60, "LeftFoot", at(50, "LeftFoot"));
-  for (const Constraint& c : inFrames(40, 60, "LeftLeg", at(50, "LeftFoot") + up(0.6))) wishes.push_back(c);
-  EXPECT_TRUE(solve(wishes, false).impossible);
+TEST_F(ImpossibleConstraints, EndsOfABoneThatIsShorterThanTheirTargetsAreApart) {
+  std::vector<Constraint> constraints = inFrames(40, 60, "LeftFoot", at(50, "LeftFoot"));
+  for (const Constraint& c : inFrames(40, 60, "LeftLeg", at(50, "LeftFoot") + up(0.6)))
+    constraints.push_back(c);
+  EXPECT_TRUE(solve(constraints, false).impossible);
 }
 
-TEST_F(ImpossibleWishes, WhatOnlyTheLargestTurnKeepsFromBeingMetIsNotImpossible) {
+TEST_F(ImpossibleConstraints, WhatOnlyTheLargestTurnKeepsFromBeingMetIsNotImpossible) {
   EditOptions options;
   options.mostTurn = 0.05;
   Edit edit(clip, options);
@@ -121,7 +123,7 @@ TEST_F(ImpossibleWishes, WhatOnlyTheLargestTurnKeepsFromBeingMetIsNotImpossible)
   EXPECT_TRUE(report.turn <= 0.05) << report.turn;
 }
 
-TEST_F(ImpossibleWishes, AGoalFinerThanNumbersIsOnlyNotMet) {
+TEST_F(ImpossibleConstraints, AGoalFinerThanNumbersIsOnlyNotMet) {
   EditOptions options;
   options.goal = 1e-30;
   Edit edit(clip, options);
@@ -132,7 +134,7 @@ TEST_F(ImpossibleWishes, AGoalFinerThanNumbersIsOnlyNotMet) {
   EXPECT_TRUE(report.missAfter <= 1e-6) << report.missAfter;
 }
 
-TEST_F(ImpossibleWishes, OtherJointsMakeUpForOneThatMayNotTurnFurther) {
+TEST_F(ImpossibleConstraints, OtherJointsMakeUpForOneThatMayNotTurnFurther) {
   EditOptions options;
   options.mostTurn = 0.35;
   Edit edit(clip, options);
