@@ -70,7 +70,7 @@ def time_of(run, room):
 
 def rows_of(room, report):
     """(work, ours, peer, theirs, ratio) for each pair that ran side by side; work is the benchmark's name."""
-    runs = {re.sub(r"/iterations:\d+", "", r["run_name"]): r for r in report["benchmarks"] if r.get("aggregate_name") == "median"}
+    runs = {re.sub(r"/iterations:1$", "", r["run_name"]): r for r in report["benchmarks"] if r.get("aggregate_name") == "median"}
     ours = {}
     for name, run in runs.items():
         sides = by_counters(run)
