@@ -15,20 +15,7 @@ namespace {
 class Pass {
  public:
   Pass(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run)
-      : A_(A),
-        M_(M),
-        goal_(goal),
-        run_(run),
-        n_(A.height()),
-        r_(r),
-        d_(d),
-        shadow_(n_),
-        p_(n_),
-        v_(n_),
-        t_(n_),
-        pHat_(M ? n_ : 0),
-        sHat_(n_),
-        best_(n_, d) {
+      : A_(A), M_(M), goal_(goal), run_(run), r_(r), d_(d) {
     std::fill_n(d, n_, 0.0);
     measure();
     best_.begin(square_);
@@ -36,131 +23,115 @@ class Pass {
     enoughPlain_ = plain_ * goal.relative * goal.relative;
   }
 
-  Outcome iterate();
+  Outcome iterate() {
+    const Outcome outcome = improve();
+    best_.restore();
+    return outcome == Outcome::stuck && done() ? Outcome::done : outcome;
+  }
 
  private:
   bool done() const { return square_ <= enough_ && plain_ <= enoughPlain_; }
-  void measure();
-  const double* preconditioned(const Doubles& from, Doubles& to) {
-    if (!M_) return from.data();
-    return M_->apply(from.data(), to.data()) ? to.data() : nullptr;
+
+  Outcome improve() {
+    const int patience = std::clamp(n_ / 2, 100, 5000);
+    int sinceGain = 0;
+    const double first = square_;
+    double gain = first;
+    for (int k = 0; k < goal_.iterations && !done(); ++k) {
+      if (run_.mustEnd()) return run_.whyEnded();
+      bool again = true;
+      const Outcome outcome = step(&again);
+      run_.step(std::sqrt(square_));
+      if (!again) return outcome;
+      ++sinceGain;
+      if (square_ < 0.96 * gain) {
+        gain = square_;
+        sinceGain = 0;
+      }
+      if (sinceGain > patience || square_ > 1e24 * gain) return Outcome::stuck;
+      if (goal_.slow(k + 1, first, best_.square())) return Outcome::slow;
+    }
+    return Outcome::stuck;
   }
-  const double* preconditionedResidual() {
-    if (!M_) std::copy_n(r_, n_, sHat_.data());
-    return !M_ || M_->apply(r_, sHat_.data()) ? sHat_.data() : nullptr;
+
+  // Computes both norms of the residual.
+  void measure() {
+    plain_ = fixedDot(n_, r_, r_);
+    square_ = goal_.weight ? fixedDots(n_, r_, r_, goal_.weight, r_, r_).second : plain_;
   }
-  void restart();
-  void advance(double step, const double* along);
-  Outcome step(bool* again);
+
+  // to = M^-1 from. False if that is not finite.
+  bool precondition(const double* from, Doubles& to) {
+    if (M_) return M_->apply(from, to.data());
+    std::copy_n(from, n_, to.data());
+    return true;
+  }
+
+  void restart() {
+    std::copy_n(r_, n_, shadow_.data());
+    std::copy_n(r_, n_, p_.data());
+    rho_ = fixedDot(n_, r_, r_);
+    fresh_ = false;
+  }
+
+  // Adds step * along to d, after r has changed.
+  void advance(double step, const Doubles& along) {
+    measure();
+    best_.moveTo(square_);
+    for (int i = 0; i < n_; ++i) d_[i] += step * along[i];
+  }
+
+  // One iteration with two products. `again` is true as long as the iterations continue.
+  Outcome step(bool* again) {
+    *again = false;
+    if (fresh_) restart();
+    if (!precondition(p_.data(), pHat_)) return Outcome::preconditioner;
+    A_.multiply(pHat_.data(), v_.data());
+    const double along = fixedDot(n_, shadow_.data(), v_.data());
+    if (!std::isfinite(along)) return Outcome::overflow;
+    if (along == 0.0) return Outcome::stuck;
+    alpha_ = rho_ / along;
+    for (int i = 0; i < n_; ++i) r_[i] -= alpha_ * v_[i];
+    advance(alpha_, pHat_);
+    if (!std::isfinite(square_)) return Outcome::overflow;
+    if (done()) return Outcome::done;
+
+    if (!precondition(r_, sHat_)) return Outcome::preconditioner;
+    A_.multiply(sHat_.data(), t_.data());
+    const double tt = fixedDot(n_, t_.data(), t_.data());
+    if (!std::isfinite(tt)) return Outcome::overflow;
+    if (!(tt > 0.0)) return Outcome::stuck;
+    omega_ = fixedDot(n_, t_.data(), r_) / tt;
+    for (int i = 0; i < n_; ++i) r_[i] -= omega_ * t_[i];
+    advance(omega_, sHat_);
+    if (!std::isfinite(square_)) return Outcome::overflow;
+
+    const double rho = fixedDot(n_, shadow_.data(), r_);
+    const double size = std::sqrt(plain_) * fixedNorm(n_, shadow_.data());
+    *again = true;
+    if (!(std::fabs(rho) > 1e-14 * size) || omega_ == 0.0) {
+      fresh_ = true;
+      return Outcome::stuck;
+    }
+    const double beta = (rho / rho_) * (alpha_ / omega_);
+    rho_ = rho;
+    for (int i = 0; i < n_; ++i) p_[i] = r_[i] + beta * (p_[i] - omega_ * v_[i]);
+    return Outcome::stuck;
+  }
 
   LinearMap& A_;
   Inverse* const M_;
   const Goal& goal_;
   SolveRun& run_;
-  const int n_;
   double *const r_, *const d_;
-  Doubles shadow_, p_, v_, t_, pHat_, sHat_;
-  BestIterate best_;
+  const int n_ = A_.height();
+  Doubles shadow_{n_}, p_{n_}, v_{n_}, t_{n_}, pHat_{n_}, sHat_{n_};
+  BestIterate best_{n_, d_};
   // |r|^2 in the caller's norm and in the plain one, and their goals
   double square_ = 0.0, plain_ = 0.0, enough_ = 0.0, enoughPlain_ = 0.0;
   double rho_ = 1.0, alpha_ = 1.0, omega_ = 1.0;
   bool fresh_ = true;
 };
-
-void Pass::restart() {
-  std::copy_n(r_, n_, shadow_.data());
-  std::copy_n(r_, n_, p_.data());
-  rho_ = fixedDot(n_, r_, r_);
-  fresh_ = false;
-}
-
-// Computes both norms of the residual.
-void Pass::measure() {
-  plain_ = fixedDot(n_, r_, r_);
-  square_ = goal_.weight ? fixedDots(n_, r_, r_, goal_.weight, r_, r_).second : plain_;
-}
-
-// Adds step * along to d, after r has changed.
-void Pass::advance(double step, const double* along) {
-  measure();
-  best_.moveTo(square_);
-  for (int i = 0; i < n_; ++i) d_[i] += step * along[i];
-}
-
-// One iteration with two products. `again` is true as long as the iterations continue.
-Outcome Pass::step(bool* again) {
-  *again = false;
-  if (fresh_) restart();
-  const double* const pHat = preconditioned(p_, pHat_);
-  if (!pHat) return Outcome::preconditioner;
-  A_.multiply(pHat, v_.data());
-  const double along = fixedDot(n_, shadow_.data(), v_.data());
-  if (!std::isfinite(along)) return Outcome::overflow;
-  if (along == 0.0) return Outcome::stuck;
-  alpha_ = rho_ / along;
-  for (int i = 0; i < n_; ++i) r_[i] -= alpha_ * v_[i];
-  advance(alpha_, pHat);
-  if (!std::isfinite(square_)) return Outcome::overflow;
-  if (done()) return Outcome::done;
-
-  const double* const sHat = preconditionedResidual();
-  if (!sHat) return Outcome::preconditioner;
-  A_.multiply(sHat, t_.data());
-  const double tt = fixedDot(n_, t_.data(), t_.data());
-  if (!std::isfinite(tt)) return Outcome::overflow;
-  if (!(tt > 0.0)) return Outcome::stuck;
-  omega_ = fixedDot(n_, t_.data(), r_) / tt;
-  for (int i = 0; i < n_; ++i) r_[i] -= omega_ * t_[i];
-  advance(omega_, sHat);
-  if (!std::isfinite(square_)) return Outcome::overflow;
-
-  const double rho = fixedDot(n_, shadow_.data(), r_);
-  const double size = std::sqrt(plain_) * fixedNorm(n_, shadow_.data());
-  *again = true;
-  if (!(std::fabs(rho) > 1e-14 * size) || omega_ == 0.0) {
-    fresh_ = true;
-    return Outcome::stuck;
-  }
-  const double beta = (rho / rho_) * (alpha_ / omega_);
-  rho_ = rho;
-  for (int i = 0; i < n_; ++i) p_[i] = r_[i] + beta * (p_[i] - omega_ * v_[i]);
-  return Outcome::stuck;
-}
-
-Outcome Pass::iterate() {
-  const int patience = std::clamp(n_ / 2, 100, 5000);
-  int sinceGain = 0;
-  const double first = square_;
-  double gain = first;
-  Outcome outcome = Outcome::stuck;
-  for (int k = 0; k < goal_.iterations; ++k) {
-    if (done()) {
-      outcome = Outcome::done;
-      break;
-    }
-    if (run_.mustEnd()) {
-      outcome = run_.whyEnded();
-      break;
-    }
-    bool again = true;
-    outcome = step(&again);
-    run_.step(std::sqrt(square_));
-    if (!again) break;
-    ++sinceGain;
-    if (square_ < 0.96 * gain) {
-      gain = square_;
-      sinceGain = 0;
-    }
-    if (sinceGain > patience || square_ > 1e24 * gain) break;
-    if (goal_.slow(k + 1, first, best_.square())) {
-      outcome = Outcome::slow;
-      break;
-    }
-  }
-  if (outcome == Outcome::stuck && done()) outcome = Outcome::done;
-  best_.restore();
-  return outcome;
-}
 
 }  // namespace
 

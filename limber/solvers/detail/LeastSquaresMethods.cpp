@@ -42,77 +42,75 @@ struct LsmrRun {
   double every = 0.0;  // LsmrGoal::every
   Doubles work = Doubles();
 
-  Outcome solve(int iterations, bool once);
+  Outcome solve(int iterations, bool once) {
+    const int m = system.height, n = system.width;
+    Doubles u(m), d(n), step(n), gradient(n), tryR(m), tryG(system.g.size());
+    Outcome outcome = Outcome::stuck;
+    const int last = lastIteration(system, iterations);
+    while (!system.ended() && system.run.iterations < last) {
+      const double before = system.residual;
+      for (int i = 0; i < m; ++i) {
+        u[i] = rows.size() > 0 ? timesPowerOfTwo(system.r[i], rows[i]) : system.r[i];
+        if (rowFactors.size() > 0) u[i] *= rowFactors[i];
+      }
+      const int power = largestExponent(m, u.data());
+      scaleByPowerOfTwo(m, u.data(), -power);
+      if (plain() && system.g.size() > 0) {
+        for (int j = 0; j < n; ++j) {
+          const double v = timesPowerOfTwo(system.g[j], (columns.size() > 0 ? columns[j] : 0) - power);
+          gradient[j] = scale ? (*scale)[j] * v : v;
+        }
+      } else {
+        map.multiplyTransposed(u.data(), gradient.data());
+      }
+      const double start = safeNorm(n, gradient.data());
+      if (!std::isfinite(start)) return Outcome::overflow;
+      if (!(start > 0.0)) return Outcome::stuck;
+      LsmrGoal goal;
+      goal.iterations = last - system.run.iterations;
+      goal.residual = start * std::clamp(0.9 * system.goal / before, 1e-16, 1.0);
+      goal.ratio = before / start;
+      goal.truth = system.goal;
+      goal.every = every;
+      LinearSystem::State best;  // of those that were checked
+      goal.check = [&](const double* at) {
+        unscale(at, power, step.data());
+        for (int j = 0; j < n; ++j) step[j] += system.x[j];
+        const double truth = system.measure(step.data(), tryR.data(), tryG.data());
+        if (truth < best.residual) best = {step, tryR, tryG, truth};
+        return truth;
+      };
+      goal.gradient = gradient.data();
+      const LsmrResult result = lsmr(map, u.data(), d.data(), goal, system.run);
+      outcome = result.outcome;
+      if (!qr) system.condition = std::max(system.condition, result.condition);
+      bool better = false;
+      if (!result.checked) {
+        unscale(d.data(), power, step.data());
+        better = system.improve(step.data());
+      }
+      better |= system.adopt(&best.x, &best.r, &best.g, best.residual);
+      if (!better || once || !(system.residual <= 0.5 * before)) break;
+    }
+    return outcome;
+  }
+
   // True if only columns are scaled, so A^T r follows from the system's gradient.
   bool plain() const { return !qr && rows.size() == 0; }
-  void unscale(const double* from, int power, double* to);
+
+  void unscale(const double* from, int power, double* to) {
+    const int n = system.width;
+    if (qr) {
+      work.resize(n);
+      qr->solve(from, work.data());
+      from = work.data();
+    }
+    for (int j = 0; j < n; ++j) {
+      const double v = scale ? (*scale)[j] * from[j] : from[j];
+      to[j] = timesPowerOfTwo(v, power + (columns.size() > 0 ? columns[j] : 0));
+    }
+  }
 };
-
-void LsmrRun::unscale(const double* from, int power, double* to) {
-  const int n = system.width;
-  if (qr) {
-    work.resize(n);
-    qr->solve(from, work.data());
-    from = work.data();
-  }
-  for (int j = 0; j < n; ++j) {
-    const double v = scale ? (*scale)[j] * from[j] : from[j];
-    to[j] = timesPowerOfTwo(v, power + (columns.size() > 0 ? columns[j] : 0));
-  }
-}
-
-Outcome LsmrRun::solve(int iterations, bool once) {
-  const int m = system.height, n = system.width;
-  Doubles u(m), d(n), step(n), gradient(n), tryR(m), tryG(system.g.size());
-  Outcome outcome = Outcome::stuck;
-  const int last = lastIteration(system, iterations);
-  while (!system.ended() && system.run.iterations < last) {
-    const double before = system.residual;
-    for (int i = 0; i < m; ++i) {
-      u[i] = rows.size() > 0 ? timesPowerOfTwo(system.r[i], rows[i]) : system.r[i];
-      if (rowFactors.size() > 0) u[i] *= rowFactors[i];
-    }
-    const int power = largestExponent(m, u.data());
-    scaleByPowerOfTwo(m, u.data(), -power);
-    if (plain() && system.g.size() > 0) {
-      for (int j = 0; j < n; ++j) {
-        const double v = timesPowerOfTwo(system.g[j], (columns.size() > 0 ? columns[j] : 0) - power);
-        gradient[j] = scale ? (*scale)[j] * v : v;
-      }
-    } else {
-      map.multiplyTransposed(u.data(), gradient.data());
-    }
-    const double start = safeNorm(n, gradient.data());
-    if (!std::isfinite(start)) return Outcome::overflow;
-    if (!(start > 0.0)) return Outcome::stuck;
-    LsmrGoal goal;
-    goal.iterations = last - system.run.iterations;
-    goal.residual = start * std::clamp(0.9 * system.goal / before, 1e-16, 1.0);
-    goal.ratio = before / start;
-    goal.truth = system.goal;
-    goal.every = every;
-    LinearSystem::State best;  // of those that were checked
-    goal.check = [&](const double* at) {
-      unscale(at, power, step.data());
-      for (int j = 0; j < n; ++j) step[j] += system.x[j];
-      const double truth = system.measure(step.data(), tryR.data(), tryG.data());
-      if (truth < best.residual) best = {step, tryR, tryG, truth};
-      return truth;
-    };
-    goal.gradient = gradient.data();
-    const LsmrResult result = lsmr(map, u.data(), d.data(), goal, system.run);
-    outcome = result.outcome;
-    if (!qr) system.condition = std::max(system.condition, result.condition);
-    bool better = false;
-    if (!result.checked) {
-      unscale(d.data(), power, step.data());
-      better = system.improve(step.data());
-    }
-    better |= system.adopt(&best.x, &best.r, &best.g, best.residual);
-    if (!better || once || !(system.residual <= 0.5 * before)) break;
-  }
-  return outcome;
-}
 
 // Conjugate gradients for A^T A x = A^T b with the caller's preconditioner.
 Outcome preconditionedNormal(LinearSystem& system, int iterations) {
