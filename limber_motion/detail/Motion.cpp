@@ -186,13 +186,16 @@ std::vector<Window> Motion::step(const Stage& stage, const std::vector<Window>& 
   done.exact = stage.exact;
   done.before = largestMiss(all_);
   done.scale = 1.0;
+  int counted = 0;
   std::vector<Window> rest;
   for (const Window& window : windows) {
     const double scale = step(stage, window);
     const std::vector<Window> open = unfinished(stage, window, scale, missesBefore);
     rest.insert(rest.end(), open.begin(), open.end());
     done.scale = std::min(done.scale, scale);
-    done.frames += framesOf(window).second - framesOf(window).first;
+    const auto [first, end] = framesOf(window);
+    done.frames += end - std::max(first, counted);  // with knots, windows share frames
+    counted = end;
   }
   done.after = largestMiss(all_);
   Vector change(0);
@@ -254,16 +257,18 @@ std::vector<Hold> Motion::holdsIn(const Stage& stage, const Window& window) cons
   return list;
 }
 
-// The windows around the marked frames of a window. Knots couple all frames of a clip.
+// The windows around those times of a window on which the marked ones of its frames depend.
 std::vector<Window> Motion::around(const std::vector<bool>& marks, const Window& window, int margin) const {
-  if (curves_.spacing() == 1) return windowsAround(marks, window.first, margin);
-  if (std::find(marks.begin(), marks.end(), true) == marks.end()) return {};
-  return {window};
-}
-
-std::pair<int, int> Motion::framesOf(const Window& window) const {
-  if (curves_.spacing() > 1) return {0, task_.original.frames};
-  return {window.first, window.end};
+  const int first = framesOf(window).first;
+  std::vector<bool> times(static_cast<std::size_t>(window.end - window.first), false);
+  for (std::size_t i = 0; i < marks.size(); ++i) {
+    if (!marks[i]) continue;
+    const Curves::Basis basis = curves_.at(first + static_cast<int>(i));
+    const int begin = std::max(basis.first, window.first);
+    const int end = std::min(basis.first + basis.count, window.end);
+    std::fill(times.begin() + (begin - window.first), times.begin() + (end - window.first), true);
+  }
+  return windowsAround(times, window.first, margin);
 }
 
 // The indices of the constraints in the window's frames.

@@ -58,7 +58,9 @@ class Motion {
   std::vector<Window> around(const std::vector<bool>& marks, const Window& window, int margin) const;
   void measureMisses(const Window& window);
   double largestMiss(const Window& window) const;
-  std::pair<int, int> framesOf(const Window& window) const;
+  std::pair<int, int> framesOf(const Window& window) const {
+    return detail::framesOf(window, curves_, task_.original.frames);
+  }
   std::pair<std::size_t, std::size_t> constraintsOf(const Window& window) const;
   bool isExact(std::size_t constraint) const {
     return task_.constraints[constraint].weight >= 1.0 && !givenUp_[constraint] &&

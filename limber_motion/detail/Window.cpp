@@ -19,4 +19,9 @@ std::vector<Window> windowsAround(const std::vector<bool>& marks, int first, int
   return windows;
 }
 
+std::pair<int, int> framesOf(const Window& window, const Curves& curves, int frames) {
+  const int first = (window.first - curves.overlap() + 1) * curves.spacing();
+  return {std::max(first, 0), std::min(window.end * curves.spacing(), frames)};
+}
+
 }  // namespace limber::motion::detail

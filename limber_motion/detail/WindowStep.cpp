@@ -9,7 +9,7 @@ namespace limber::motion::detail {
 
 namespace {
 
-constexpr int border = 3;               // times: further apart, the measure of smoothness couples nothing
+constexpr int border = 3;  // times: further apart, neither the measure of smoothness nor knots couple
 constexpr double borderFirmness = 1e6;  // weight of the border, relative to what pulls at it
 constexpr int boundRounds = 4;  // largest number of rounds of a step that find unknowns that turn too far
 
@@ -18,11 +18,10 @@ double squared(double x) { return x * x; }
 }  // namespace
 
 void showChanges(const Clip& original, const Window& window, Changes* changes) {
-  const Curves& curves = changes->curves;
   const int n = static_cast<int>(changes->channels.size());
-  const bool eachFrame = curves.spacing() == 1;
-  for (int f = eachFrame ? window.first : 0; f < (eachFrame ? window.end : original.frames); ++f) {
-    const Curves::Basis basis = curves.at(f);
+  const auto [first, end] = framesOf(window, changes->curves, original.frames);
+  for (int f = first; f < end; ++f) {
+    const Curves::Basis basis = changes->curves.at(f);
     for (int c = 0; c < n; ++c) {
       double sum = 0.0;
       for (int k = 0; k < basis.count; ++k) {
@@ -94,10 +93,10 @@ bool WindowStep::solve(const Window& window) {
   const Window wide = withBorder(window);
   const Curves curves = changes_.curves.part(wide.first, wide.end);
   const Smoothness measure = stage_.measure.part(wide.first, wide.end);
+  const auto [first, end] = framesOf(window, changes_.curves, task_.original.frames);
   std::vector<Hold> held;
   for (const Hold& hold : holds_) {
-    if (changes_.curves.spacing() > 1 || (hold.frame >= window.first && hold.frame < window.end))
-      held.push_back(hold);
+    if (hold.frame >= first && hold.frame < end) held.push_back(hold);
   }
   Holds holds(task_.skeleton, curves, changes_.channels);
   holds.linearize(held, changes_.clip);
@@ -107,8 +106,8 @@ bool WindowStep::solve(const Window& window) {
   if (!system.factored()) return false;
   Vector step(0);
   system.solve(part(changes_.now, wide), stage_.exact && window_.damping == 0.0 ? 6 : 1, &step);
-  const int first = (window.first - wide.first) * channels_, count = (window.end - window.first) * channels_;
-  std::copy_n(step.begin() + first, count, step_.begin() + (window.first - wide_.first) * channels_);
+  std::copy_n(step.begin() + (window.first - wide.first) * channels_, (window.end - window.first) * channels_,
+              step_.begin() + (window.first - wide_.first) * channels_);
   return true;
 }
 

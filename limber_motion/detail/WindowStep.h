@@ -23,11 +23,12 @@ struct Changes {
   Clip clip;                         ///< the original with both
 };
 
-/// Sets the frames of the clip that the window's unknowns act on to the original plus the changes.
+/// Sets the frames of the clip that depend on the window's unknowns to the original plus the changes.
 void showChanges(const Clip& original, const Window& window, Changes* changes);
 
 /// One Gauss-Newton step in one window. The unknowns outside keep their values, and the measure of smoothness
-/// joins the window to them: with a border of three times on both sides, the window is a problem of its own.
+/// joins the window to them, as do curves with knots. With a border of three times on both sides, the window
+/// is a problem of its own.
 class WindowStep {
  public:
   /// `holds` are those of the window's frames. The operands must outlive this object.

@@ -326,6 +326,38 @@ TEST(Contacts, OfAnAnkleBeforeAndAfterTheHeelRisesHaveTheirOwnPlaces) {
   EXPECT_EQ(ofAnkle, 2);
 }
 
+// A foot with high knuckles slides forward slowly: first its ankle stands, then the end of its toes. The mean
+// places of both are further apart than the foot is long.
+TEST(Contacts, OfAnkleAndToesAreWithinReachOfTheBonesBetweenThem) {
+  const TemporaryDirectory directory;
+  std::string text =
+      "HIERARCHY\nROOT Body\n{\nOFFSET 0 0 0\nCHANNELS 3 Xposition Yposition Zposition\n"
+      "JOINT Ankle\n{\nOFFSET 0 -80 0\nCHANNELS 1 Xrotation\n"
+      "JOINT Toes\n{\nOFFSET 0 0 15\nCHANNELS 1 Xrotation\nEnd Site\n{\nOFFSET 0 0 15\n}\n}\n}\n}\n"
+      "MOTION\nFrames: 180\nFrame Time: 0.0166667\n";
+  const auto smooth = [](double u) { return std::clamp(u, 0.0, 1.0) * std::clamp(u, 0.0, 1.0); };
+  for (int f = 0; f < 180; ++f) {
+    const double knuckle = 8.0 * smooth((f - 20) / 20.0),
+                 end = 6.0 * smooth((f - 20) / 20.0) * smooth((110 - f) / 10.0);
+    const double ankle = 6.0 * smooth((f - 115) / 10.0);
+    const double first = std::asin((knuckle - ankle) / 15.0), second = std::asin((end - knuckle) / 15.0);
+    text += "0 " + std::to_string(80.0 + ankle) + " " + std::to_string(5.0 * std::max(f - 20, 0) / 60.0) +
+            " " + std::to_string(-first * 57.29577951308232) + " " +
+            std::to_string((first - second) * 57.29577951308232) + "\n";
+  }
+  const Clip clip = readClip(directory.write("clip.bvh", text));
+  const Contacts contacts = findContacts(clip);
+  double furthest = 0.0;
+  for (const Contact& a : contacts.list) {
+    for (const Contact& b : contacts.list) {
+      if (a.joint != clip.find("Ankle") || b.joint != clip.find("Toes.End")) continue;
+      if (std::max(a.first, b.first) > std::min(a.last, b.last)) continue;
+      furthest = std::max(furthest, (b.place - a.place).length());
+    }
+  }
+  EXPECT_TRUE(furthest <= 30.0 && furthest >= 29.9) << furthest;
+}
+
 TEST(Contacts, EndWhereTheBodyJumpsToAnotherPlace) {
   Clip clip = moved(60, [](int) { return 0.0; });
   clip.frameTime = 0.02;  // the two fast frames around the jump are a gap of 0.04 seconds
