@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <new>
+#include <vector>
 
 #include "input_error.h"
 #include "limber/io/SearchP.h"
@@ -14,9 +15,6 @@
 namespace {
 
 constexpr std::size_t longestWord = 1 << 20;
-// The number of bytes read at once. Of a damaged file the last piece is lost, so small pieces locate the
-// damage better.
-constexpr std::size_t bufferSize = 1 << 12;
 constexpr double largest = 1e15;
 
 bool isLineEnd(int c) { return c == '\n' || c == '\r'; }
@@ -25,45 +23,36 @@ bool isBlank(int c) { return c >= 0 && c <= ' '; }
 }  // namespace
 
 LineReader::LineReader(const char* name, const char* searchPath, char comment)
-    : file_(name), comment_(comment), buffer_(bufferSize) {
+    : file_(name), comment_(comment) {
   std::vector<char> path(std::strlen(name) + (searchPath ? std::strlen(searchPath) : 0) + 4);
-  stream_ = gzopenp(searchPath, name, path.data(), "rb");
-  if (!stream_) fail(searchPath ? std::string("not found along ") + searchPath : "cannot be opened");
+  in_.file = gzopenp(searchPath, name, path.data(), "rb");
+  if (!in_.file) fail(searchPath ? std::string("not found along ") + searchPath : "cannot be opened");
+  in_.more = 1;  // a reader that is given its stream in this way has not yet read a line
   file_ = path.data();
 }
 
-LineReader::~LineReader() {
-  if (stream_) gzclose(static_cast<gzFile>(stream_));
-}
-
-// Reads more of the file. Returns its next byte, or endOfFile.
+// Drops what is left in the buffer and fills it again. Returns its first byte, or endOfFile.
 int LineReader::refill() {
   if (!damage_.empty()) return endOfFile;
-  const auto stream = static_cast<gzFile>(stream_);
   errno = 0;
-  const auto read = [&] { return gzread(stream, buffer_.data(), static_cast<unsigned>(buffer_.size())); };
-  int count = read();
-  if (count == 0 && !gzdirect(stream)) {
-    gzclearerr(stream);  // a cut exactly where zlib's buffer is full is detected only by another read
-    count = read();
+  in_.bufPos = in_.bufCount;
+  char piece[2];
+  if (in_.bgets(piece, sizeof piece) && in_.bufCount > 0) {
+    in_.bufPos = 0;  // bgets has consumed at least one byte
+    return static_cast<unsigned char>(in_.buf[0]);
   }
-  at_ = 0;
-  end_ = count > 0 ? static_cast<std::size_t>(count) : 0;
-  if (end_ > 0) return static_cast<unsigned char>(buffer_[0]);
+  if (!in_.damaged()) return endOfFile;
   int problem = Z_OK;
-  gzerror(stream, &problem);
+  gzerror(static_cast<gzFile>(in_.file), &problem);
   if (problem == Z_MEM_ERROR) throw std::bad_alloc();
-  if (problem == Z_ERRNO) {
-    damage_ = std::string("reading failed: ") + std::strerror(errno);
-  } else if (problem != Z_OK && problem != Z_STREAM_END) {
-    damage_ = "the file is damaged or cut short";
-  }
+  damage_ = problem == Z_ERRNO ? std::string("reading failed: ") + std::strerror(errno)
+                               : "the file is damaged or cut short";
   return endOfFile;
 }
 
 // The next byte, without consuming it; endOfFile if there is none.
 int LineReader::look() {
-  const int c = at_ < end_ ? static_cast<unsigned char>(buffer_[at_]) : refill();
+  const int c = in_.bufPos < in_.bufCount ? static_cast<unsigned char>(in_.buf[in_.bufPos]) : refill();
   if (c == 0) fail("a zero byte: this is not a text file");
   return c;
 }
@@ -71,13 +60,13 @@ int LineReader::look() {
 void LineReader::skipByteOrderMark() {
   for (const char mark : {'\xEF', '\xBB', '\xBF'}) {
     if (look() != static_cast<unsigned char>(mark)) return;
-    ++at_;
+    ++in_.bufPos;
   }
 }
 
 void LineReader::skipRestOfLine() {
   found_ = false;
-  for (int c = look(); c != endOfFile && !isLineEnd(c); c = look()) ++at_;
+  for (int c = look(); c != endOfFile && !isLineEnd(c); c = look()) ++in_.bufPos;
 }
 
 bool LineReader::nextLine() {
@@ -86,10 +75,10 @@ bool LineReader::nextLine() {
     if (line_ > 0) {
       skipRestOfLine();
       if (look() == '\r') {
-        ++at_;
-        if (look() == '\n') ++at_;
+        ++in_.bufPos;
+        if (look() == '\n') ++in_.bufPos;
       } else if (look() == '\n') {
-        ++at_;
+        ++in_.bufPos;
       }
     }
     if (look() == endOfFile) {
@@ -106,7 +95,7 @@ const char* LineReader::peek() {
   if (line_ == 0) return nullptr;
   int c = look();
   while (isBlank(c) && !isLineEnd(c)) {
-    ++at_;
+    ++in_.bufPos;
     c = look();
   }
   if (comment_ && c == comment_) {
@@ -119,7 +108,7 @@ const char* LineReader::peek() {
       fail("a word of more than " + std::to_string(longestWord) + " characters");
     }
     word_ += static_cast<char>(c);
-    ++at_;
+    ++in_.bufPos;
   }
   found_ = !word_.empty();
   return found_ ? word_.c_str() : nullptr;
@@ -175,8 +164,8 @@ long long LineReader::whole(long long least, long long most, const char* wanted)
 
 void LineReader::fail(const std::string& message) {
   // what a damaged compressed file unpacks to is wrong long before its checksum is read
-  constexpr int mostPieces = 1 << 14;
-  const bool compressed = stream_ && !gzdirect(static_cast<gzFile>(stream_));
+  constexpr int mostPieces = 1 << 16;
+  const bool compressed = in_.file && !gzdirect(static_cast<gzFile>(in_.file));
   for (int k = 0; compressed && k < mostPieces && refill() != endOfFile; ++k) {
   }
   throw InputError(file_, line_, damage_.empty() ? message : message + "; " + damage_);

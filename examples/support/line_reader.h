@@ -1,20 +1,20 @@
 #pragma once
 
 #include <string>
-#include <vector>
+
+#include "limber/io/Reader.h"
 
 /// Reads the words of a text file, plain or gzip-compressed, and counts its lines. A line ends with LF, CR LF
 /// or CR; a byte-order mark at the start is skipped; all other characters up to the blank are white space,
 /// except the zero byte, which no text contains. Anything that cannot be used throws an InputError that names
-/// the file, the line and the word. It keeps only one word at a time, because a matrix file may be larger
-/// than the memory and its lines may have any length. The reader of limber_motion keeps the whole text,
-/// because names in clips contain blanks; it is private to that component, which this example does not need.
+/// the file, the line and the word. It takes the bytes from a Reader, whose own lines are cut at 511
+/// characters and counted differently. It keeps only one word at a time, because a matrix file may be larger
+/// than the memory and its lines may have any length.
 class LineReader {
  public:
   /// Opens `name` along `searchPath` (null: only `name` itself). A word that begins with `comment` is skipped
   /// together with the rest of its line; 0: there are no comments.
   LineReader(const char* name, const char* searchPath, char comment = 0);
-  ~LineReader();
   LineReader(const LineReader&) = delete;
   LineReader& operator=(const LineReader&) = delete;
 
@@ -62,9 +62,7 @@ class LineReader {
 
   std::string file_;
   char comment_;
-  void* stream_ = nullptr;    // a gzFile
-  std::vector<char> buffer_;  // bytes of the file: those from at_ to end_ have not been used yet
-  std::size_t at_ = 0, end_ = 0;
+  Reader in_{nullptr, nullptr};
   int line_ = 0;        // 0: no line has been begun
   std::string word_;    // the word that peek found
   bool found_ = false;  // word_ has been found and not consumed
