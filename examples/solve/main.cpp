@@ -20,13 +20,16 @@ namespace {
 
 int printOnStandardError(const char* text) { return std::fputs(text, stderr); }
 
-// The right-hand side b that the command line asks for; `file` receives the name of the file that was read.
-Vector rightHandSide(const Options& options, const SparseProblem& problem, std::string* file) {
+// The right-hand side b that the command line asks for. `file` receives the name of the file that was read,
+// and the problem receives the notes on it.
+Vector rightHandSide(const Options& options, SparseProblem& problem, std::string* file) {
   if (options.rightHandSide.empty()) return rightHandSideOfOnes(systemOf(options.method), problem);
-  const std::vector<double> values = readVector(options.rightHandSide, options.path(), problem.rows, file);
+  const NumberFile read = readVector(options.rightHandSide, options.path(), problem.rows);
+  *file = read.path;
+  problem.notes.insert(problem.notes.end(), read.notes.begin(), read.notes.end());
   Vector b(problem.rows);
   if (b.size() != problem.rows) throw std::bad_alloc();
-  std::copy(values.begin(), values.end(), b.data);
+  std::copy(read.values.begin(), read.values.end(), b.data);
   return b;
 }
 
@@ -129,7 +132,7 @@ Result solve(const Options& options, const SparseProblem& problem, const Vector&
 }
 
 int run(const Options& options) {
-  const SparseProblem problem = readMatrix(options.matrix, options.path());
+  SparseProblem problem = readMatrix(options.matrix, options.path());
   const bool square =
       options.method == Method::Spd || options.method == Method::Square || options.method == Method::BiCG;
   if (square && problem.rows != problem.columns) {

@@ -84,18 +84,19 @@ long long listed(const Banner& banner, long long rows, long long columns) {
 
 Size readSize(LineReader& in, const Banner& banner) {
   const bool array = banner.format == Format::Array;
-  const char* const wanted = array ? "a size line: rows, columns" : "a size line: rows, columns, entries";
-  if (!in.nextLine()) in.fail(std::string("expected ") + wanted + ", found the end of the file");
+  const std::string line = "a size line: rows and columns up to " + to_string(INT_MAX);
+  const std::string wanted = array ? line : line + ", entries";
+  if (!in.nextLine()) in.fail("expected " + wanted + ", found the end of the file");
   Size size;
-  size.rows = static_cast<int>(in.whole(1, INT_MAX, wanted));
-  size.columns = static_cast<int>(in.whole(1, INT_MAX, wanted));
+  size.rows = static_cast<int>(in.whole(1, INT_MAX, wanted.c_str()));
+  size.columns = static_cast<int>(in.whole(1, INT_MAX, wanted.c_str()));
   if (banner.symmetry != Symmetry::General && size.columns != size.rows) {
     in.fail("expected as many columns as rows, because the matrix is symmetric, found " +
             to_string(size.columns));
   }
   size.entries = listed(banner, size.rows, size.columns);
   if (!array) {
-    size.entries = in.whole(0, std::numeric_limits<long long>::max(), wanted);
+    size.entries = in.whole(0, std::numeric_limits<long long>::max(), wanted.c_str());
   }
   in.expectLineEnd();
   return size;
@@ -149,6 +150,18 @@ void check(LineReader& in, const Banner& banner, const Size& size, double share)
   const double bytes = entries * mirrored * (sizeof(Entry) + 12.0) + size.rows * 8.0 +
                        8.0 * 8.0 * (static_cast<double>(size.rows) + size.columns);
   requireMemory(in.file(), share * bytes);
+}
+
+// What the user should know about a file that has been read.
+std::vector<std::string> notesOn(const LineReader& in, std::size_t repeated) {
+  std::vector<std::string> notes;
+  const auto add = [&](long long count, const char* one, const char* several, const char* what) {
+    if (count > 0) notes.push_back(in.file() + ": " + to_string(count) + (count == 1 ? one : several) + what);
+  };
+  add(in.vanished(), " number is", " numbers are", " too small for a double and taken as 0");
+  add(static_cast<long long>(repeated), " entry was", " entries were",
+      " added to another one at the same place");
+  return notes;
 }
 
 // Reads the entries that the size line declares.
@@ -211,7 +224,7 @@ class EntryReader {
 
   double number() {
     if (banner_.field == Field::Real) return in_.finite("a finite real number");
-    return static_cast<double>(in_.whole(LLONG_MIN, LLONG_MAX, "an integer"));
+    return static_cast<double>(in_.whole(LLONG_MIN, LLONG_MAX, "an integer of at most 64 bits"));
   }
 
   void add(int i, int j, double value) {
@@ -247,10 +260,7 @@ void readBody(LineReader& in, const Banner& banner, const RowSelection& keep, Sp
                            to_string(entry.column + 1) + " add up to more than a number can hold");
     }
   }
-  if (repeated == 0) return;
-  problem.notes.push_back(in.file() + ": " + to_string(repeated) +
-                          (repeated == 1 ? " entry was" : " entries were") +
-                          " added to another one at the same place");
+  problem.notes = notesOn(in, repeated);
 }
 
 // The first line with a word has been begun; it may be a comment.
@@ -285,11 +295,13 @@ SparseProblem readMatrix(const std::string& file, const char* searchPath, const 
   return problem;
 }
 
-std::vector<double> readVector(const std::string& file, const char* searchPath, int size, std::string* found,
-                               const RowSelection& keep) {
+NumberFile readVector(const std::string& file, const char* searchPath, int size, const RowSelection& keep) {
   LineReader in(file.c_str(), searchPath);
-  *found = in.file();
-  if (!in.nextLine() || lower(in.peek()) != bannerBegins) return readPlainNumbers(in, size, kept(keep, size));
+  const Run rows = kept(keep, size);
+  if (!in.nextLine() || lower(in.peek()) != bannerBegins) {
+    std::vector<double> values = readPlainNumbers(in, size, rows);
+    return {in.file(), std::move(values), notesOn(in, 0)};
+  }
   const Banner banner = readBanner(in);
   SparseProblem column;
   readBody(in, banner, keep, column);
@@ -298,9 +310,8 @@ std::vector<double> readVector(const std::string& file, const char* searchPath, 
                      "expected a right-hand side of " + to_string(size) + " x 1, found " +
                          to_string(column.rows) + " x " + to_string(column.columns));
   }
-  const Run rows = kept(keep, size);
   std::vector<double> values(static_cast<std::size_t>(rows.count()));
   for (const Entry& entry : column.entries)
     values[static_cast<std::size_t>(entry.row - rows.first)] = entry.value;
-  return values;
+  return {in.file(), std::move(values), std::move(column.notes)};
 }

@@ -18,8 +18,14 @@ using RowSelection = std::function<std::pair<int, int>(int rows)>;
 /// numbers. Throws InputError, and std::bad_alloc if there is no memory.
 SparseProblem readMatrix(const std::string& file, const char* searchPath, const RowSelection& keep = {});
 
+/// The numbers of a file.
+struct NumberFile {
+  std::string path;  ///< the file that was opened
+  std::vector<double> values;
+  std::vector<std::string> notes;  ///< what the user should know about the file
+};
+
 /// Reads `size` numbers: words separated by white space, or a Matrix Market file of one column, coordinate or
-/// array. `found` receives the name of the file that was opened. The result contains the numbers that are
-/// kept.
-std::vector<double> readVector(const std::string& file, const char* searchPath, int size, std::string* found,
-                               const RowSelection& keep = {});
+/// array. The result contains the numbers that are kept.
+NumberFile readVector(const std::string& file, const char* searchPath, int size,
+                      const RowSelection& keep = {});

@@ -137,8 +137,9 @@ class OwnRows {
   HSpMat matrix_{0};
 };
 
-// This process's part of the right-hand side.
-Vector rightHandSide(const Options& options, const OwnRows& A, MPI_Comm comm) {
+// This process's part of the right-hand side. `notes` receives those on its file.
+Vector rightHandSide(const Options& options, const OwnRows& A, MPI_Comm comm,
+                     std::vector<std::string>& notes) {
   Vector b(A.part().count);
   if (b.count != A.part().count) throw std::bad_alloc();
   if (options.rightHandSide.empty()) {
@@ -149,12 +150,11 @@ Vector rightHandSide(const Options& options, const OwnRows& A, MPI_Comm comm) {
     const limber::petsc::Part part = limber::petsc::evenPart(comm, rows);
     return std::pair<int, int>(part.first, part.first + part.count);
   };
-  std::string found;
-  const std::vector<double> values =
-      readVector(options.rightHandSide, nullptr, A.problem().rows, &found, own);
-  if (!options.solution.empty() && sameFile(options.solution, found))
+  const NumberFile read = readVector(options.rightHandSide, nullptr, A.problem().rows, own);
+  notes.insert(notes.end(), read.notes.begin(), read.notes.end());
+  if (!options.solution.empty() && sameFile(options.solution, read.path))
     throw InputError("solve_distributed: -x: expected another file than the right-hand side");
-  for (int i = 0; i < b.count; ++i) b[i] = values[static_cast<std::size_t>(i)];
+  for (int i = 0; i < b.count; ++i) b[i] = read.values[static_cast<std::size_t>(i)];
   return b;
 }
 
@@ -203,13 +203,15 @@ int run(int argc, char** argv, const limber::petsc::Session& session) {
   const MPI_Comm comm = MPI_COMM_WORLD;
   Options options;
   std::unique_ptr<OwnRows> A;
+  std::vector<std::string> notes;
   Vector b, x;
   together(comm, [&] { options = readOptions(argc, argv); });
   together(comm, [&] {
     A = std::make_unique<OwnRows>(comm, options.matrix);
     if (!options.solution.empty() && sameFile(options.solution, A->problem().path))
       throw InputError("solve_distributed: -x: expected another file than the matrix");
-    b = rightHandSide(options, *A, comm);
+    notes = A->problem().notes;
+    b = rightHandSide(options, *A, comm, notes);
   });
 
   SolveOptions how;
@@ -222,7 +224,7 @@ int run(int argc, char** argv, const limber::petsc::Session& session) {
 
   together(comm, [&] {
     if (session.rank() != 0) return;
-    for (const std::string& note : A->problem().notes) std::fprintf(stderr, "%s\n", note.c_str());
+    for (const std::string& note : notes) std::fprintf(stderr, "%s\n", note.c_str());
     std::printf("%s: %d x %d on %d process%s\n", A->problem().path.c_str(), A->problem().rows,
                 A->problem().columns, session.size(), session.size() == 1 ? "" : "es");
     std::printf("%s after %d iterations and %.3f s: %s\n",

@@ -2,6 +2,7 @@
 
 #include <zlib.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -152,6 +153,7 @@ double LineReader::finite(const char* wanted) {
   const char* const word = next(wanted);
   double value;
   if (!parseReal(word, &value)) unexpected(wanted, word);
+  if (value == 0.0 && std::isdigit(static_cast<unsigned char>(word[std::strspn(word, "+-.0")]))) ++vanished_;
   return value;
 }
 

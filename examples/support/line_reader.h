@@ -40,6 +40,8 @@ class LineReader {
   int integer(const char* wanted);
   /// Consumes any finite number of the line.
   double finite(const char* wanted);
+  /// How many of these numbers are not 0 but too small for doubles, and were read as 0.
+  long long vanished() const { return vanished_; }
   /// Consumes an integer between `least` and `most` of the line.
   long long whole(long long least, long long most, const char* wanted);
 
@@ -66,5 +68,6 @@ class LineReader {
   int line_ = 0;        // 0: no line has been begun
   std::string word_;    // the word that peek found
   bool found_ = false;  // word_ has been found and not consumed
+  long long vanished_ = 0;
   std::string damage_;  // why reading ended before the end of the file; empty if it did not
 };

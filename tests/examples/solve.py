@@ -79,8 +79,18 @@ class Solve(SolveRunner):
         number = ["1", "+1", ".5", "-.5", "+.5", "1.", "1e5", "1E-1"]
         for word in number:
             self.report(self.write("n.mtx", BANNER + f"1 1 1\n1 1 {word}\n"))
-        # Too small for a double is zero, not an error.
-        self.report(self.write("n.mtx", BANNER + "1 2 2\n1 1 -1e-400\n1 2 1\n"))
+
+    def test_numbers_too_small_for_a_double_are_zeros_with_a_note(self):
+        small = "too small for a double and taken as 0"
+        path = self.write("small.mtx", BANNER + "1 2 2\n1 1 -1e-400\n1 2 1\n")
+        self.assertEqual(self.report("--ls", path)["note"], f"{path}: 1 number is {small}")
+        zeros = self.write("zeros.mtx", BANNER + "2 2 4\n1 1 1\n1 2 -0.0e7\n2 1 0\n2 2 1\n")
+        self.assertNotIn("note", self.report("--ls", zeros))
+        for text in ("3 .004e-399", "%%MatrixMarket matrix array real general\n2 1\n3\n0.1E-500\n"):
+            b = self.write("b", text)
+            self.assertEqual(self.report("--ls", "-b", b, zeros)["note"], f"{b}: 1 number is {small}")
+        self.assertEqual(self.report("--ls", "-b", self.write("b", "1e-399\n-1e-400\n"), zeros)["note"],
+                         f"{b}: 2 numbers are {small}")
 
     def test_right_hand_sides(self):
         path = self.write("d.mtx", BANNER + "2 2 2\n1 1 1\n2 2 1\n")
@@ -123,14 +133,15 @@ class Solve(SolveRunner):
         self.refused("%%MatrixMarket matrix coordinate real general x\n", "1: expected the end of the line, found 'x'")
 
     def test_malformed_size_lines(self):
-        size = "expected a size line: rows, columns, entries, found "
+        size = "expected a size line: rows and columns up to 2147483647, entries, found "
         self.refused(BANNER, "1: " + size + "the end of the file")
         self.refused("%%MatrixMarket matrix array real general\n3\n3\n",
-                     "2: expected a size line: rows, columns, found the end of the line")
+                     "2: expected a size line: rows and columns up to 2147483647, found the end of the line")
         self.refused(BANNER + "% c\n2 2\n1 1 1\n", "3: " + size + "the end of the line")
         for word in ("0", "-1", "x", "2.0", "999999999999", "99999999999999999999"):
             self.refused(BANNER + f"{word} 2 1\n", f"2: {size}'{word}'")
-        self.refused(BANNER + "2 2 -1\n", "2: " + size + "'-1'")
+        for word in ("-1", "99999999999999999999"):
+            self.refused(BANNER + f"2 2 {word}\n", f"2: {size}'{word}'")
         self.refused(BANNER + "2 2 1 9\n", "2: expected the end of the line, found '9'")
         self.refused("%%MatrixMarket matrix coordinate real symmetric\n2 3 1\n1 1 1\n",
                      "2: expected as many columns as rows, because the matrix is symmetric, found 3")
@@ -182,9 +193,9 @@ class Solve(SolveRunner):
         for word in ("x", "12abc", "1,5", "inf", "-inf", "nan", "-nan", "infinity", "1e999", "0x10", "+-1", "+", "-",
                      ".", "1e", "1d5", "--1"):
             self.refused(BANNER + f"1 1 1\n1 1 {word}\n", f"3: expected a finite real number, found '{word}'")
-        for word in ("1.5", "1e3", "x"):
+        for word in ("1.5", "1e3", "x", "99999999999999999999"):
             self.refused(f"%%MatrixMarket matrix coordinate integer general\n1 1 1\n1 1 {word}\n",
-                         f"3: expected an integer, found '{word}'")
+                         f"3: expected an integer of at most 64 bits, found '{word}'")
 
     def test_trailing_text(self):
         self.refused(BANNER + "2 2 1\n1 1 5 6\n", "3: expected the end of the line, found '6'")

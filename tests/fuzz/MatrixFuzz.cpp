@@ -87,11 +87,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (problem.rows <= 1000000 && problem.columns <= 1000000) checkReadsBack(problem);
   }
   const int wanted = 1 + static_cast<int>(size % 5);
-  std::vector<double> values;
-  std::string found;
-  if (reads(file.path(), [&] { values = readVector(file.path(), nullptr, wanted, &found); })) {
-    REQUIRE(static_cast<int>(values.size()) == wanted && found == file.path());
-    for (const double value : values) REQUIRE(std::isfinite(value));
+  NumberFile read;
+  if (reads(file.path(), [&] { read = readVector(file.path(), nullptr, wanted); })) {
+    REQUIRE(static_cast<int>(read.values.size()) == wanted && read.path == file.path());
+    for (const double value : read.values) REQUIRE(std::isfinite(value));
   }
   return 0;
 }
