@@ -6,6 +6,13 @@
 #include "limber/solvers/detail/SolveRun.h"
 
 namespace limber::detail {
+namespace {
+
+// A row that is so many times longer than the row below is searched. Walking along it for each of many short
+// rows would take quadratic time.
+constexpr int longer = 32;
+
+}  // namespace
 
 bool IncompleteLu::factor(const SparseRows& A) {
   factors_ = A;
@@ -31,9 +38,19 @@ bool IncompleteLu::factor(const SparseRows& A) {
       const int j = index[k];
       const double factor = value[k] *= inverse_[j];
       if (factor == 0.0) continue;
-      for (int e = diagonal_[j] + 1; e < start[j + 1]; ++e) {
-        const int at = place[index[e]];
-        if (at >= 0) value[at] -= factor * value[e];
+      const int last = start[j + 1];
+      int e = diagonal_[j] + 1;
+      if (last - e > longer * (start[i + 1] - k)) {
+        for (int at = k + 1; at < start[i + 1]; ++at) {
+          const int* const found = std::lower_bound(index.data() + e, index.data() + last, index[at]);
+          e = static_cast<int>(found - index.data());
+          if (e < last && index[e] == index[at]) value[at] -= factor * value[e];
+        }
+      } else {
+        for (; e < last; ++e) {
+          const int at = place[index[e]];
+          if (at >= 0) value[at] -= factor * value[e];
+        }
       }
     }
     double& pivot = value[diagonal_[i]];

@@ -308,6 +308,31 @@ TEST(IncompleteLu, IsExactWhereNothingFillsIn) {
 }
 
 // (L U)_ij = a_ij for every place of the pattern, which is what ILU(0) means.
+void expectProductInPattern(const Dense& A, int n) {
+  IncompleteLu lu;
+  ASSERT_TRUE(lu.factor(A.rows(true)));
+  // The columns of the inverse, whose own inverse is L U.
+  Dense inverse(n, n);
+  for (int j = 0; j < n; ++j) {
+    std::vector<double> unit(static_cast<std::size_t>(n)), z(unit.size());
+    unit[static_cast<std::size_t>(j)] = 1.0;
+    ASSERT_TRUE(lu.apply(unit.data(), z.data()));
+    for (int i = 0; i < n; ++i) inverse(i, j) = z[static_cast<std::size_t>(i)];
+  }
+  SparseLu exact;
+  ASSERT_TRUE(exact.factor(inverse.rows(true), Allowance()));
+  for (int j = 0; j < n; ++j) {
+    std::vector<double> unit(static_cast<std::size_t>(n)), column(unit.size());
+    unit[static_cast<std::size_t>(j)] = 1.0;
+    ASSERT_TRUE(exact.apply(unit.data(), column.data()));
+    for (int i = 0; i < n; ++i) {
+      if (A(i, j) != 0.0) {
+        EXPECT_NEAR(A(i, j), column[static_cast<std::size_t>(i)], 1e-12);
+      }
+    }
+  }
+}
+
 TEST(IncompleteLu, AgreesWithTheMatrixInItsPattern) {
   for (unsigned seed = 1; seed <= 40; ++seed) {
     SCOPED_TRACE(seed);
@@ -318,29 +343,20 @@ TEST(IncompleteLu, AgreesWithTheMatrixInItsPattern) {
       for (int k = 0; k < 3; ++k) A(i, dice.below(n)) = 0.2 * dice.value();
       A(i, i) = 1.0;
     }
-    IncompleteLu lu;
-    ASSERT_TRUE(lu.factor(A.rows(true)));
-    // The columns of the inverse, whose own inverse is L U.
-    Dense inverse(n, n);
-    for (int j = 0; j < n; ++j) {
-      std::vector<double> unit(static_cast<std::size_t>(n)), z(unit.size());
-      unit[static_cast<std::size_t>(j)] = 1.0;
-      ASSERT_TRUE(lu.apply(unit.data(), z.data()));
-      for (int i = 0; i < n; ++i) inverse(i, j) = z[static_cast<std::size_t>(i)];
-    }
-    SparseLu exact;
-    ASSERT_TRUE(exact.factor(inverse.rows(true), Allowance()));
-    for (int j = 0; j < n; ++j) {
-      std::vector<double> unit(static_cast<std::size_t>(n)), column(unit.size());
-      unit[static_cast<std::size_t>(j)] = 1.0;
-      ASSERT_TRUE(exact.apply(unit.data(), column.data()));
-      for (int i = 0; i < n; ++i) {
-        if (A(i, j) != 0.0) {
-          EXPECT_NEAR(A(i, j), column[static_cast<std::size_t>(i)], 1e-12);
-        }
-      }
-    }
+    expectProductInPattern(A, n);
   }
+}
+
+TEST(IncompleteLu, AgreesWithTheMatrixInItsPatternBelowAFullRow) {
+  Dice dice(5);
+  const int n = 150;
+  Dense A(n, n);
+  for (int i = 0; i < n; ++i) {
+    A(0, i) = 0.1 * dice.value();
+    for (const int j : {0, dice.below(n)}) A(i, j) = 0.1 * dice.value();
+    A(i, i) = 1.0;
+  }
+  expectProductInPattern(A, n);
 }
 
 TEST(IncompleteLu, ReplacesAPivotOfZeroAndNeedsAStoredDiagonal) {
