@@ -24,11 +24,8 @@ constexpr double productMemory = 20.0;
 
 Outcome correctByCG(LinearSystem& system, const Units& units, ConstraintMap& map, Inverse* inverse,
                     int iterations) {
-  const Outcome outcome = correct(system, units, iterations, [&](double* r, double* d, const Goal& goal) {
-    return conjugateGradients(map, inverse, r, d, goal, system.run, &system.condition);
-  });
-  system.map->products += map.products;
-  map.products = 0;
+  const Outcome outcome =
+      correct(system, conjugateGradients, units, map, inverse, iterations, &system.condition);
   // the map is never indefinite: this is rounding
   return outcome == Outcome::indefinite ? Outcome::stuck : outcome;
 }
@@ -125,13 +122,11 @@ Outcome solveIt(LinearSystem& system, const ConstraintMap& map) {
   const int budget = firstBudget(system, 200, 1000);
   if (system.run.options.preconditioner) {
     ConstraintMap own = map;
-    own.products = 0;
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     outcome = correctByCG(system, Units(), own, foreignPreconditioner(system) ? &foreign : nullptr, budget);
     if (system.ended()) return outcome;
   }
   ConstraintMap scaled = map;
-  scaled.products = 0;
   Units units;
   units.rows = units.columns = scaled.equilibrate();
   bool factored = false;

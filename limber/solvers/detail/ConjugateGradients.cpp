@@ -21,10 +21,11 @@ class Run {
     if (!begin()) return Outcome::preconditioner;
     const Outcome outcome = improve();
     best_.restore();
+    if (goal_.condition && steepest_ > 0.0) {
+      *goal_.condition = std::max(*goal_.condition, steepest_ / flattest_);
+    }
     return outcome == Outcome::stuck && done() ? Outcome::done : outcome;
   }
-
-  double condition() const { return steepest_ > 0.0 ? steepest_ / flattest_ : 0.0; }
 
  private:
   bool done() const { return square_ <= enough_ && rz_ <= enoughRz_; }
@@ -144,12 +145,8 @@ class Run {
 
 }  // namespace
 
-Outcome conjugateGradients(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run,
-                           double* condition) {
-  Run work(A, M, r, d, goal, run);
-  const Outcome outcome = work.iterate();
-  if (condition) *condition = std::max(*condition, work.condition());
-  return outcome;
+Outcome conjugateGradients(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run) {
+  return Run(A, M, r, d, goal, run).iterate();
 }
 
 }  // namespace limber::detail

@@ -27,6 +27,9 @@ struct Goal {
   /// The largest number of iterations of this method.
   int iterations = 0;
   Trial trial;
+  /// If it is not null, conjugate gradients raise it to the ratio of the largest curvature to the smallest
+  /// that they have met.
+  double* condition = nullptr;
 
   /// True if the trial checks this iteration, and a method that has reduced the squared norm from `before` to
   /// `now` is slow.
@@ -37,9 +40,7 @@ struct Goal {
 };
 
 /// Solves A d = r from d = 0 for a symmetric positive definite A and overwrites r. d is the iterate with the
-/// smallest residual. *condition (may be null) is raised to the ratio of the largest curvature to the
-/// smallest that the method has met.
-Outcome conjugateGradients(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run,
-                           double* condition = nullptr);
+/// smallest residual.
+Outcome conjugateGradients(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal, SolveRun& run);
 
 }  // namespace limber::detail

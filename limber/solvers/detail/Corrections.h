@@ -3,62 +3,37 @@
 /// @file
 /// Improves the solution by corrections that a method computes in its own units.
 
-#include <algorithm>
-
 #include "limber/solvers/detail/ConjugateGradients.h"
+#include "limber/solvers/detail/LinearMap.h"
 #include "limber/solvers/detail/LinearSystem.h"
-#include "limber/solvers/detail/PowersOfTwo.h"
 
 namespace limber::detail {
 
 /// How a method's system follows from the system of the solve: row k is row order[k] (k if `order` is empty)
-/// times 2^rows[k], and unknown j is multiplied by 2^columns[j] to get the unknown of the solve. Empty
-/// vectors of exponents mean zeros.
+/// times 2^rows[k] rowFactors[k], and unknown j is multiplied by 2^columns[j] columnFactors[j] to get the
+/// unknown of the solve. Empty vectors mean exponents 0 and factors 1.
 struct Units {
   Ints order, rows, columns;
+  Doubles rowFactors, columnFactors;
+
+  /// u = a right-hand side r of the solve in the method's units, times 2^-p so that its largest element is
+  /// near 1. Returns p.
+  int take(const Doubles& r, Doubles* u) const;
+  /// Converts the method's unknowns d for such a u, times 2^power, to unknowns of the solve.
+  void giveBack(int power, Doubles* d) const;
 };
 
 /// The number of the iteration at which a method that may take `iterations` iterations must end.
-inline int lastIteration(const LinearSystem& system, int iterations) {
-  return system.run.iterations + std::min(iterations, system.run.limit - system.run.iterations);
-}
+int lastIteration(const LinearSystem& system, int iterations);
 
-/// Lets `method` solve for a correction and adds it, and repeats that as long as it reduces the residual,
-/// until one correction (four if residuals are precise) has not halved it. `method` receives the residual in
-/// its units, scaled so that the largest element is near 1, space for the correction, and its goal.
-template <class Method>
-Outcome correct(LinearSystem& system, const Units& units, int iterations, Method method) {
-  const int m = system.height, n = system.width;
-  Doubles u(m), d(n), weight(units.rows.size());
-  for (int k = 0; k < weight.size(); ++k) weight[k] = timesPowerOfTwo(1.0, -2 * units.rows[k]);
-  Outcome outcome = Outcome::stuck;
-  const int last = lastIteration(system, iterations);
-  int patience = system.precise() ? 4 : 1;
-  while (!system.ended() && patience > 0 && system.run.iterations < last) {
-    const double before = system.residual;
-    for (int k = 0; k < m; ++k) {
-      const double r = system.r[units.order.size() > 0 ? units.order[k] : k];
-      u[k] = units.rows.size() > 0 ? timesPowerOfTwo(r, units.rows[k]) : r;
-    }
-    const int power = largestExponent(m, u.data());
-    scaleByPowerOfTwo(m, u.data(), -power);
-    Goal goal;
-    goal.iterations = last - system.run.iterations;
-    goal.residual = 0.999 * timesPowerOfTwo(system.goal, -power);
-    goal.relative = system.goal / before;
-    goal.trial = system.trial;
-    goal.weight = weight.size() > 0 ? weight.data() : nullptr;
-    system.run.unit += power;
-    outcome = method(u.data(), d.data(), goal);
-    system.run.unit -= power;
-    for (int j = 0; j < n; ++j) {
-      d[j] = timesPowerOfTwo(d[j], power + (units.columns.size() > 0 ? units.columns[j] : 0));
-    }
-    if (!system.improve(d.data()) || outcome == Outcome::slow) break;
-    if (!(system.residual <= 0.5 * before)) --patience;
-  }
-  if (outcome == Outcome::done) outcome = Outcome::stuck;
-  return system.run.mustEnd() ? system.run.whyEnded() : outcome;
-}
+/// conjugateGradients or biCGStab.
+using KrylovMethod = Outcome (*)(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal,
+                                 SolveRun& run);
+
+/// Lets `method` solve for a correction of the solution (for least squares, with the normal equations) and
+/// adds it, and repeats that as long as it reduces the residual, until one correction (four if residuals are
+/// precise) has not halved it. `map` is the matrix in these units. *condition: see Goal.
+Outcome correct(LinearSystem& system, KrylovMethod method, const Units& units, LinearMap& map,
+                Inverse* inverse, int iterations, double* condition = nullptr);
 
 }  // namespace limber::detail

@@ -6,6 +6,7 @@
 
 #include "limber/solvers/detail/Corrections.h"
 #include "limber/solvers/detail/FixedSums.h"
+#include "limber/solvers/detail/PowersOfTwo.h"
 #include "limber/solvers/detail/SolveMethods.h"
 #include "limber/solvers/detail/SparseCholesky.h"
 
@@ -57,19 +58,10 @@ struct Equilibrated {
   bool narrow() const { return 1.0 * rows.height * halfBandwidth * halfBandwidth <= 10.0 * rows.entries(); }
 };
 
-Outcome correctByCG(LinearSystem& system, const Units& units, LinearMap& map, Inverse* inverse,
-                    int iterations, double* condition = nullptr) {
-  const Outcome outcome = correct(system, units, iterations, [&](double* r, double* d, const Goal& goal) {
-    return conjugateGradients(map, inverse, r, d, goal, system.run, condition);
-  });
-  if (&map != system.map.get()) system.map->products += map.products;
-  return outcome;
-}
-
 Outcome diagonalCG(LinearSystem& system, const Equilibrated& scaled, int iterations) {
   RowsMap map(scaled.rows);
   DiagonalInverse inverse(scaled.inverseDiagonal);
-  return correctByCG(system, scaled.units, map, &inverse, iterations, &system.condition);
+  return correct(system, conjugateGradients, scaled.units, map, &inverse, iterations, &system.condition);
 }
 
 // True if the direction at which the factor failed has a curvature p^T A p < 0 beyond all rounding. A
@@ -104,7 +96,7 @@ Factor choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowa
     }
     system.measurePrecisely();
     RowsMap map(scaled.rows);
-    *outcome = correctByCG(system, scaled.units, map, &cholesky, iterations);
+    *outcome = correct(system, conjugateGradients, scaled.units, map, &cholesky, iterations);
     return Factor::complete;
   } catch (const std::bad_alloc&) {
     return Factor::costly;
@@ -184,8 +176,8 @@ Outcome solveDefinite(LinearSystem& system) {
   if (foreignPreconditioner(system) || wantsIdentity(system) || !scaled) {
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     Inverse* const inverse = foreignPreconditioner(system) ? &foreign : nullptr;
-    outcome =
-        correctByCG(system, Units(), *system.map, inverse, scaled ? budget : budgetWithoutEntries(system));
+    outcome = correct(system, conjugateGradients, Units(), *system.map, inverse,
+                      scaled ? budget : budgetWithoutEntries(system));
   }
   if (!scaled) return outcome;
   Factor factor = Factor::costly;

@@ -5,6 +5,7 @@
 #include "limber/solvers/detail/Corrections.h"
 #include "limber/solvers/detail/DenseQr.h"
 #include "limber/solvers/detail/FixedSums.h"
+#include "limber/solvers/detail/PowersOfTwo.h"
 #include "limber/solvers/detail/SolveMethods.h"
 
 namespace limber::detail {
@@ -15,22 +16,13 @@ namespace {
 struct Scaled {
   SparseRows rows;
   Units units;
-  Doubles factors;
 
   explicit Scaled(const LinearSystem& system) : rows(system.rows) {
     if (!system.leastSquares()) {
       units.rows = rowPowers(rows);
       rows.scale(units.rows.data(), nullptr);
     }
-    scaleColumns(rows, &units.columns, &factors);
-    rows.scale(nullptr, units.columns.data());
-    for (int k = 0; k < rows.entries(); ++k) rows.value[k] *= factors[rows.index[k]];
-  }
-  // Converts the unknowns of the scaled system to those of the system.
-  void unscale(Doubles* d) const {
-    for (int j = 0; j < d->size(); ++j) {
-      (*d)[j] = timesPowerOfTwo(factors[j] * (*d)[j], units.columns[j]);
-    }
+    normaliseColumns(&rows, &units.columns, &units.columnFactors);
   }
 };
 
@@ -53,7 +45,7 @@ void moveToNearest(LinearSystem& system, const Scaled& scaled, const DenseQr& qr
   for (int k = 0; k < n - qr.rank(); ++k) {
     Doubles z(n);
     qr.nullVector(k, z.data());
-    scaled.unscale(&z);
+    scaled.units.giveBack(0, &z);
     scaleByPowerOfTwo(n, z.data(), -largestExponent(n, z.data()));
     const double before = fixedNorm(n, z.data());
     orthogonalise(units, &z);
@@ -74,18 +66,12 @@ void moveToNearest(LinearSystem& system, const Scaled& scaled, const DenseQr& qr
 
 // Solves with the factor and adds corrections as long as they at least halve the residual.
 void refine(LinearSystem& system, const Scaled& scaled, DenseQr& qr) {
-  const int m = system.height;
-  Doubles u(m), d(system.width);
+  Doubles u(system.height), d(system.width);
   for (int repeat = 0; repeat < 6 && !system.ended(); ++repeat) {
     const double before = system.residual;
-    for (int i = 0; i < m; ++i) {
-      u[i] = scaled.units.rows.size() > 0 ? timesPowerOfTwo(system.r[i], scaled.units.rows[i]) : system.r[i];
-    }
-    const int power = largestExponent(m, u.data());
-    scaleByPowerOfTwo(m, u.data(), -power);
+    const int power = scaled.units.take(system.r, &u);
     qr.solve(u.data(), d.data());
-    scaled.unscale(&d);
-    for (double& v : d) v = timesPowerOfTwo(v, power);
+    scaled.units.giveBack(power, &d);
     const bool better = system.improve(d.data());
     system.run.step(system.residual);
     if (!better || !(system.residual <= 0.5 * before)) break;

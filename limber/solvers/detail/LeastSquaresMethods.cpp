@@ -9,6 +9,7 @@
 #include "limber/solvers/detail/Corrections.h"
 #include "limber/solvers/detail/FixedSums.h"
 #include "limber/solvers/detail/Lsmr.h"
+#include "limber/solvers/detail/PowersOfTwo.h"
 #include "limber/solvers/detail/SolveMethods.h"
 #include "limber/solvers/detail/SparseQr.h"
 
@@ -29,37 +30,27 @@ Doubles normaliseRows(SparseRows* rows) {
   return factors;
 }
 
-// Runs LSMR repeatedly on a scaled map, each time from the current solution, as long as that helps. An
-// unknown of the map times 2^columns times `scale` is an unknown of the system; the rows of the map are
-// scaled by 2^rows.
+// Runs LSMR repeatedly on a map in these units, each time from the current solution, as long as that helps.
+// If there is a QR factor, the map is preconditioned by it.
 struct LsmrRun {
   LinearSystem& system;
   LinearMap& map;
-  Ints rows, columns;
-  const Doubles* scale = nullptr;
+  Units units = Units();
   SparseQr* qr = nullptr;
-  Doubles rowFactors = Doubles();
   double every = 0.0;  // LsmrGoal::every
-  Doubles work = Doubles();
 
   Outcome solve(int iterations, bool once) {
     const int m = system.height, n = system.width;
-    Doubles u(m), d(n), step(n), gradient(n), tryR(m), tryG(system.g.size());
+    Doubles u(m), d(n), gradient(n), tryR(m), tryG(system.g.size());
     Outcome outcome = Outcome::stuck;
     const int last = lastIteration(system, iterations);
     while (!system.ended() && system.run.iterations < last) {
       const double before = system.residual;
-      for (int i = 0; i < m; ++i) {
-        u[i] = rows.size() > 0 ? timesPowerOfTwo(system.r[i], rows[i]) : system.r[i];
-        if (rowFactors.size() > 0) u[i] *= rowFactors[i];
-      }
-      const int power = largestExponent(m, u.data());
-      scaleByPowerOfTwo(m, u.data(), -power);
-      if (plain() && system.g.size() > 0) {
-        for (int j = 0; j < n; ++j) {
-          const double v = timesPowerOfTwo(system.g[j], (columns.size() > 0 ? columns[j] : 0) - power);
-          gradient[j] = scale ? (*scale)[j] * v : v;
-        }
+      const int power = units.take(system.r, &u);
+      if (!qr && units.rows.size() == 0 && system.g.size() > 0) {
+        // only columns are scaled, so A^T r follows from the system's gradient
+        gradient = system.g;
+        units.giveBack(-power, &gradient);
       } else {
         map.multiplyTransposed(u.data(), gradient.data());
       }
@@ -74,69 +65,36 @@ struct LsmrRun {
       goal.every = every;
       LinearSystem::State best;  // of those that were checked
       goal.check = [&](const double* at) {
-        unscale(at, power, step.data());
-        for (int j = 0; j < n; ++j) step[j] += system.x[j];
-        const double truth = system.measure(step.data(), tryR.data(), tryG.data());
-        if (truth < best.residual) best = {step, tryR, tryG, truth};
+        Doubles x = unscaled(at, power);
+        for (int j = 0; j < n; ++j) x[j] += system.x[j];
+        const double truth = system.measure(x.data(), tryR.data(), tryG.data());
+        if (truth < best.residual) best = {x, tryR, tryG, truth};
         return truth;
       };
       goal.gradient = gradient.data();
       const LsmrResult result = lsmr(map, u.data(), d.data(), goal, system.run);
       outcome = result.outcome;
       if (!qr) system.condition = std::max(system.condition, result.condition);
-      bool better = false;
-      if (!result.checked) {
-        unscale(d.data(), power, step.data());
-        better = system.improve(step.data());
-      }
+      bool better = !result.checked && system.improve(unscaled(d.data(), power).data());
       better |= system.adopt(&best.x, &best.r, &best.g, best.residual);
       if (!better || once || !(system.residual <= 0.5 * before)) break;
     }
     return outcome;
   }
 
-  // True if only columns are scaled, so A^T r follows from the system's gradient.
-  bool plain() const { return !qr && rows.size() == 0; }
-
-  void unscale(const double* from, int power, double* to) {
-    const int n = system.width;
+ private:
+  // The unknowns of the map in the units of the solve, times 2^power.
+  Doubles unscaled(const double* from, int power) {
+    Doubles to(system.width);
     if (qr) {
-      work.resize(n);
-      qr->solve(from, work.data());
-      from = work.data();
+      qr->solve(from, to.data());
+    } else {
+      std::copy_n(from, to.size(), to.data());
     }
-    for (int j = 0; j < n; ++j) {
-      const double v = scale ? (*scale)[j] * from[j] : from[j];
-      to[j] = timesPowerOfTwo(v, power + (columns.size() > 0 ? columns[j] : 0));
-    }
+    units.giveBack(power, &to);
+    return to;
   }
 };
-
-// Conjugate gradients for A^T A x = A^T b with the caller's preconditioner.
-Outcome preconditionedNormal(LinearSystem& system, int iterations) {
-  NormalMap map(*system.map);
-  const int n = system.width;
-  ForeignInverse inverse(foreignPreconditioner(system), n);
-  Doubles u(n), d(n);
-  Outcome outcome = Outcome::stuck;
-  const int last = lastIteration(system, iterations);
-  while (!system.ended() && system.run.iterations < last) {
-    const double before = system.residual;
-    u = system.g;
-    const int power = largestExponent(n, u.data());
-    scaleByPowerOfTwo(n, u.data(), -power);
-    Goal goal;
-    goal.iterations = last - system.run.iterations;
-    goal.residual = 0.999 * timesPowerOfTwo(system.goal, -power);
-    goal.relative = HUGE_VAL;
-    system.run.unit += power;
-    outcome = conjugateGradients(map, &inverse, u.data(), d.data(), goal, system.run);
-    system.run.unit -= power;
-    scaleByPowerOfTwo(n, d.data(), power);
-    if (!system.improve(d.data()) || !(system.residual <= 0.5 * before)) break;
-  }
-  return outcome;
-}
 
 }  // namespace
 
@@ -176,6 +134,12 @@ void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms) {
   for (int j = 0; j < n; ++j) (*inverseNorms)[j] = squares[j] > 0.0 ? 1.0 / std::sqrt(squares[j]) : 1.0;
 }
 
+void normaliseColumns(SparseRows* rows, Ints* powers, Doubles* factors) {
+  scaleColumns(*rows, powers, factors);
+  rows->scale(nullptr, powers->data());
+  for (int k = 0; k < rows->entries(); ++k) rows->value[k] *= (*factors)[rows->index[k]];
+}
+
 Ints rowPowers(const SparseRows& rows) {
   Ints powers(rows.height);
   for (int i = 0; i < rows.height; ++i) {
@@ -204,33 +168,30 @@ int budgetWithoutEntries(const LinearSystem& system) {
 
 Outcome scaledLsmr(LinearSystem& system, int iterations) {
   if (!system.haveRows || wantsIdentity(system)) {
-    LsmrRun run{system, *system.map, {}, {}};
-    return run.solve(iterations, false);
+    return LsmrRun{system, *system.map}.solve(iterations, false);
   }
   SparseRows scaled;
-  Ints rows, columns;
-  Doubles factors, rowFactors;
+  Units units;
   const bool wide = system.height < system.width;
   if (wide) {
-    rows = rowPowers(system.rows);
+    units.rows = rowPowers(system.rows);
     scaled = system.rows;
-    scaled.scale(rows.data(), nullptr);
-    rowFactors = normaliseRows(&scaled);
-    factors.assign(system.width, 1.0);
+    scaled.scale(units.rows.data(), nullptr);
+    units.rowFactors = normaliseRows(&scaled);
+    units.columnFactors.assign(system.width, 1.0);
   } else {
-    scaleColumns(system.rows, &columns, &factors);
-    if (moderate(columns)) {
+    scaleColumns(system.rows, &units.columns, &units.columnFactors);
+    if (moderate(units.columns)) {
       // the factors of the map can contain the whole scaling, so no copy is needed
-      for (int j = 0; j < system.width; ++j) factors[j] *= powerOfTwo(columns[j]);
-      columns.release();
+      for (int j = 0; j < system.width; ++j) units.columnFactors[j] *= powerOfTwo(units.columns[j]);
+      units.columns.release();
     } else {
       scaled = system.rows;
-      scaled.scale(nullptr, columns.data());
+      scaled.scale(nullptr, units.columns.data());
     }
   }
-  ScaledColumnsMap map(wide || columns.size() > 0 ? scaled : system.rows, std::move(factors));
-  LsmrRun run{system, map, std::move(rows), std::move(columns), &map.scale(), nullptr, std::move(rowFactors)};
-  const Outcome outcome = run.solve(iterations, false);
+  ScaledColumnsMap map(wide || units.columns.size() > 0 ? scaled : system.rows, units.columnFactors);
+  const Outcome outcome = LsmrRun{system, map, units}.solve(iterations, false);
   system.map->products += map.products;
   return outcome;
 }
@@ -261,11 +222,8 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
     Elimination elimination;
     if (!eliminateColumns(system.rows, allowance, &elimination)) return false;
     SparseRows scaled = system.rows;
-    Ints columns;
-    Doubles norms;
-    scaleColumns(system.rows, &columns, &norms);
-    scaled.scale(nullptr, columns.data());
-    for (int k = 0; k < scaled.entries(); ++k) scaled.value[k] *= norms[scaled.index[k]];
+    Units units;
+    normaliseColumns(&scaled, &units.columns, &units.columnFactors);
     RowsMap map(scaled);
     system.measurePrecisely();
     // the second attempt leaves out nearly dependent columns and begins where the first one began
@@ -275,7 +233,7 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
       SparseQr qr;
       qr.factor(scaled, elimination, tiny);
       ConditionedMap conditioned(map, qr);
-      LsmrRun run{system, conditioned, {}, columns, &norms, &qr};
+      LsmrRun run{system, conditioned, units, &qr};
       for (int repeat = 0; repeat < 6 && !system.ended(); ++repeat) {
         const double before = system.residual;
         *outcome = run.solve(iterations, true);
@@ -299,7 +257,11 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
 Outcome solveByLeastSquares(LinearSystem& system) {
   const int budget = system.haveRows ? firstBudget(system, 200, 2000) : budgetWithoutEntries(system);
   Outcome outcome = Outcome::stuck;
-  if (foreignPreconditioner(system)) outcome = preconditionedNormal(system, budget);
+  if (foreignPreconditioner(system)) {
+    NormalMap normal(*system.map);
+    ForeignInverse inverse(foreignPreconditioner(system), system.width);
+    outcome = correct(system, conjugateGradients, Units(), normal, &inverse, budget);
+  }
   if (!system.haveRows) return system.ended() ? outcome : scaledLsmr(system, budget);
   if (!system.ended() && !system.run.options.preconditioner) thinMethod(system);
   if (!system.ended()) {
@@ -315,7 +277,7 @@ Outcome solveByLeastSquares(LinearSystem& system) {
     // are not scaled are better than the last ones
     LinearSystem::State scaled = system.state();
     system.goBack();
-    LsmrRun run{system, *system.map, {}, {}};
+    LsmrRun run{system, *system.map};
     run.every = 0.5;
     run.solve(firstBudget(system, 20, 5000), true);
     system.keepBetter(std::move(scaled));

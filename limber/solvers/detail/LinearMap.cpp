@@ -122,7 +122,6 @@ double ScaledColumnsMap::multiplyBothWays(const double* v, double s, double* u, 
 }
 
 void NormalMap::multiply(const double* x, double* y) {
-  products += 2;
   A_.multiply(x, work_.data());
   A_.multiplyTransposed(work_.data(), y);
 }

@@ -72,7 +72,6 @@ class ScaledColumnsMap final : public LinearMap {
   void multiply(const double* x, double* y) override;
   void multiplyTransposed(const double* x, double* y) override;
   double multiplyBothWays(const double* v, double s, double* u, double* w) override;
-  const Doubles& scale() const { return scale_; }
 
  private:
   const SparseRows& rows_;
@@ -80,7 +79,7 @@ class ScaledColumnsMap final : public LinearMap {
   Doubles work_;
 };
 
-/// x -> A^T A x.
+/// x -> A^T A x. A counts the products.
 class NormalMap final : public LinearMap {
  public:
   explicit NormalMap(LinearMap& A) : A_(A), work_(A.height()) {}

@@ -37,6 +37,8 @@ Ints rowPowers(const SparseRows& rows);
 /// For each column, the exponent of the power of two that brings its largest entry near 1, and the inverse of
 /// its norm after that.
 void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms);
+/// Scales the columns to norms of 1, first by these powers of two and then by these factors.
+void normaliseColumns(SparseRows* rows, Ints* powers, Doubles* factors);
 
 /// True if powers of two with these exponents can be multiplied without overflow.
 bool moderate(const Ints& powers);

@@ -6,6 +6,7 @@
 #include "limber/solvers/detail/BiCGStab.h"
 #include "limber/solvers/detail/Corrections.h"
 #include "limber/solvers/detail/IncompleteLu.h"
+#include "limber/solvers/detail/PowersOfTwo.h"
 #include "limber/solvers/detail/SolveMethods.h"
 #include "limber/solvers/detail/SparseLu.h"
 #include "limber/solvers/detail/Transversal.h"
@@ -33,10 +34,7 @@ struct Arranged {
   Arranged() = default;
   explicit Arranged(const SparseRows& A) {
     const int n = A.height;
-    Ints columns(n), rowPower(n);
-    for (int i = 0; i < n; ++i) {
-      rowPower[i] = -largestExponent(A.start[i + 1] - A.start[i], A.value.data() + A.start[i]);
-    }
+    Ints columns(n), rowPower = rowPowers(A);
     Doubles largest(n);
     for (int i = 0; i < n; ++i) {
       for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
@@ -45,35 +43,21 @@ struct Arranged {
       }
     }
     for (int j = 0; j < n; ++j) columns[j] = -exponentOf(largest[j]);
-    SparseRows scaled = A;
-    scaled.scale(rowPower.data(), columns.data());
-    if (largeDiagonal(scaled)) {
-      rows = std::move(scaled);
-      units.rows = std::move(rowPower);
-      units.columns = std::move(columns);
-      return;
-    }
-    transversal(scaled, &units.order);
-
+    rows = A;
+    rows.scale(rowPower.data(), columns.data());
+    units.rows = rowPower;
+    units.columns = std::move(columns);
+    if (largeDiagonal(rows)) return;
+    transversal(rows, &units.order);
+    const SparseRows scaled = std::move(rows);
     rows = SparseRows(n, n);
-    units.rows.resize(n);
     for (int k = 0; k < n; ++k) {
       units.rows[k] = rowPower[units.order[k]];
       rows.appendRow(scaled, units.order[k]);
       rows.endRow();
     }
-    units.columns = std::move(columns);
   }
 };
-
-Outcome correctByBiCGStab(LinearSystem& system, const Units& units, LinearMap& map, Inverse* inverse,
-                          int iterations) {
-  const Outcome outcome = correct(system, units, iterations, [&](double* r, double* d, const Goal& goal) {
-    return biCGStab(map, inverse, r, d, goal, system.run);
-  });
-  if (&map != system.map.get()) system.map->products += map.products;
-  return outcome;
-}
 
 // BiCGSTAB, preconditioned by an LU factor. False if the factor costs too much.
 bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, const Allowance& allowance,
@@ -83,7 +67,7 @@ bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, const Allo
     if (!lu.factor(arranged.rows, allowance)) return false;
     system.measurePrecisely();
     RowsMap map(arranged.rows);
-    *outcome = correctByBiCGStab(system, arranged.units, map, &lu, iterations);
+    *outcome = correct(system, biCGStab, arranged.units, map, &lu, iterations);
     return true;
   } catch (const std::bad_alloc&) {
     return false;
@@ -108,8 +92,8 @@ Outcome solveAnySquare(LinearSystem& system) {
   if (foreignPreconditioner(system) || wantsIdentity(system) || !system.haveRows) {
     ForeignInverse foreign(foreignPreconditioner(system), system.width);
     Inverse* const inverse = foreignPreconditioner(system) ? &foreign : nullptr;
-    outcome = correctByBiCGStab(system, Units(), *system.map, inverse,
-                                system.haveRows ? budget : budgetWithoutEntries(system));
+    outcome = correct(system, biCGStab, Units(), *system.map, inverse,
+                      system.haveRows ? budget : budgetWithoutEntries(system));
     if (!system.ended() && system.endless && !system.haveRows) outcome = scaledLsmr(system, system.run.limit);
   }
   if (!system.haveRows || system.ended()) return outcome;
@@ -123,7 +107,7 @@ Outcome solveAnySquare(LinearSystem& system) {
       system, budget,
       [&](int iterations) {
         RowsMap map(arranged.rows);
-        return correctByBiCGStab(system, arranged.units, map, factored ? &incomplete : nullptr, iterations);
+        return correct(system, biCGStab, arranged.units, map, factored ? &incomplete : nullptr, iterations);
       },
       [&](const Allowance& allowance, Outcome* result) {
         if (!factoredBiCGStab(system, arranged, allowance, 20, result)) return false;

@@ -82,8 +82,9 @@ TEST(ConjugateGradients, NeedAsManyStepsAsThereAreEigenvalues) {
     for (int i = 0; i < 30; ++i) values.push_back(1.0 + i % different);
     Solve s(withEigenvalues(values, &dice), dice.vector(30));
     double condition = 0.0;
-    const Outcome outcome =
-        conjugateGradients(s.map, nullptr, s.r.data(), s.d.data(), s.goal(1e-10), s.run, &condition);
+    Goal goal = s.goal(1e-10);
+    goal.condition = &condition;
+    const Outcome outcome = conjugateGradients(s.map, nullptr, s.r.data(), s.d.data(), goal, s.run);
     EXPECT_EQ(Outcome::done, outcome);
     EXPECT_LE(s.left(), 1.1e-10 * normOf(s.b));
     EXPECT_EQ(different, s.run.iterations);
