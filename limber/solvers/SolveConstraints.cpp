@@ -93,7 +93,7 @@ Outcome firstMethod(LinearSystem& system, ConstraintMap& scaled, const Units& un
   if (system.ended() || (*factored && system.residual <= 1e-6 * system.norm)) return outcome;
   Doubles inverse = scaled.diagonal();
   for (double& d : inverse) d = d > 0.0 ? 1.0 / d : 1.0;
-  DiagonalInverse diagonal(std::move(inverse));
+  DiagonalInverse diagonal(inverse);
   return correctByCG(system, units, scaled, &diagonal, iterations);
 }
 

@@ -159,7 +159,7 @@ void ConstraintMap::multiply(const double* x, double* y) {
   for (int i = 0; i < damp.size(); ++i) y[i] += damp[i] * x[i];
 }
 
-void ConstraintMap::preciseResidual(const double* b, const double* x, double* r) {
+void ConstraintMap::preciseResidual(const double* b, const double* x, double* r, double* g) {
   ++products;
   Array<DoubleSum> forces(rows.width);
   for (int i = 0; i < rows.height; ++i) {
@@ -177,6 +177,7 @@ void ConstraintMap::preciseResidual(const double* b, const double* x, double* r)
       sum.addProduct(-rows.value[k], forces[rows.index[k]]);
     r[i] = sum.rounded();
   }
+  if (g) multiplyTransposed(r, g);
 }
 
 }  // namespace limber::detail

@@ -41,7 +41,7 @@ class ConstraintMap final : public LinearMap {
   double entries() const override { return 2.0 * rows.entries(); }
   void multiply(const double* x, double* y) override;
   void multiplyTransposed(const double* x, double* y) override { multiply(x, y); }
-  void preciseResidual(const double* b, const double* x, double* r) override;
+  void preciseResidual(const double* b, const double* x, double* r, double* g) override;
 
  private:
   double weight(int j) const { return inverseMass.size() > 0 ? inverseMass[j] : 1.0; }

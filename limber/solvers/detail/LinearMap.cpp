@@ -3,14 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <new>
-#include <utility>
 
 #include "limber/linalg/SpMat.h"
-#include "limber/linalg/detail/SlicedRows.h"
 #include "limber/solvers/Preconditioner.h"
 #include "limber/solvers/detail/FixedSums.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
-#include "limber/solvers/detail/SparseRows.h"
 
 namespace limber::detail {
 namespace {
@@ -35,40 +32,21 @@ double LinearMap::multiplyBothWays(const double* v, double s, double* u, double*
   return fixedDot(m, u, u);
 }
 
-void LinearMap::preciseResidual(const double* b, const double* x, double* r) {
+void LinearMap::preciseResidual(const double* b, const double* x, double* r, double* g) {
   multiply(x, r);
   const int m = height();
   for (int i = 0; i < m; ++i) r[i] = b[i] - r[i];
-}
-
-void LinearMap::preciseGradient(const double* b, const double* x, double* r, double* g) {
-  preciseResidual(b, x, r);
-  multiplyTransposed(r, g);
-}
-
-RowsMap::RowsMap(const SparseRows& rows) : rows_(rows) {}
-
-RowsMap::~RowsMap() = default;
-
-int RowsMap::height() const { return rows_.height; }
-
-int RowsMap::width() const { return rows_.width; }
-
-double RowsMap::entries() const { return rows_.entries(); }
-
-void RowsMap::layOut() {
-  auto slices = std::make_unique<SlicedRows>();
-  if (!slices->copy(rows_.start.data(), rows_.index.data(), rows_.value.data(), rows_.height, rows_.width)) {
-    throw std::bad_alloc();
-  }
-  slices_ = std::move(slices);
+  if (g) multiplyTransposed(r, g);
 }
 
 void RowsMap::multiply(const double* x, double* y) {
   ++products;
-  if (++multiplications_ == firstSliced && rows_.height > 0) layOut();
-  if (slices_) {
-    slices_->multiply(x, y);
+  if (++multiplications_ == firstSliced && rows_.height > 0 &&
+      !slices_.copy(rows_.start.data(), rows_.index.data(), rows_.value.data(), rows_.height, rows_.width)) {
+    throw std::bad_alloc();
+  }
+  if (slices_.height() > 0) {
+    slices_.multiply(x, y);
   } else {
     rows_.multiply(x, y);
   }
@@ -84,22 +62,10 @@ double RowsMap::multiplyBothWays(const double* v, double s, double* u, double* w
   return rows_.multiplyBothWays(v, s, u, w);
 }
 
-void RowsMap::preciseResidual(const double* b, const double* x, double* r) {
-  ++products;
-  rows_.residual(b, x, r);
+void RowsMap::preciseResidual(const double* b, const double* x, double* r, double* g) {
+  products += g ? 2 : 1;
+  rows_.residual(b, x, r, g);
 }
-
-void RowsMap::preciseGradient(const double* b, const double* x, double* r, double* g) {
-  products += 2;
-  rows_.residualBothWays(b, x, r, g);
-}
-
-ScaledColumnsMap::ScaledColumnsMap(const SparseRows& rows, Doubles scale)
-    : rows_(rows), scale_(std::move(scale)), work_(rows.width) {}
-
-int ScaledColumnsMap::height() const { return rows_.height; }
-
-int ScaledColumnsMap::width() const { return rows_.width; }
 
 void ScaledColumnsMap::multiply(const double* x, double* y) {
   ++products;
@@ -126,8 +92,6 @@ void NormalMap::multiply(const double* x, double* y) {
   A_.multiplyTransposed(work_.data(), y);
 }
 
-ForeignMap::ForeignMap(const SpMat& A, int height, int width) : A_(A), height_(height), width_(width) {}
-
 void ForeignMap::product(const double* x, int n, double* y, int m, bool transposed) {
   ++products;
   const int shift = std::min(100, 900 + power_) - largestExponent(n, x);
@@ -145,17 +109,10 @@ void ForeignMap::product(const double* x, int n, double* y, int m, bool transpos
   for (int i = common; i < m; ++i) y[i] = 0.0;
 }
 
-void ForeignMap::multiply(const double* x, double* y) { product(x, width_, y, height_, false); }
-
-void ForeignMap::multiplyTransposed(const double* x, double* y) { product(x, height_, y, width_, true); }
-
 bool DiagonalInverse::apply(const double* r, double* z) {
   for (int i = 0; i < inverse_.size(); ++i) z[i] = inverse_[i] * r[i];
   return true;
 }
-
-ForeignInverse::ForeignInverse(Preconditioner* preconditioner, int n)
-    : preconditioner_(preconditioner), n_(n) {}
 
 bool ForeignInverse::apply(const double* r, double* z) {
   setSize(r_, n_);

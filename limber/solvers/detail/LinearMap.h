@@ -3,18 +3,14 @@
 /// @file
 /// The linear maps and approximate inverses that the methods of Solve.h work with.
 
-#include <memory>
-
 #include "limber/linalg/Vector.h"
-#include "limber/solvers/detail/Array.h"
+#include "limber/linalg/detail/SlicedRows.h"
+#include "limber/solvers/detail/SparseRows.h"
 
 class Preconditioner;
 class SpMat;
 
 namespace limber::detail {
-
-struct SparseRows;
-class SlicedRows;
 
 /// A linear map, given by its products, which it counts.
 class LinearMap {
@@ -29,10 +25,8 @@ class LinearMap {
   virtual void multiplyTransposed(const double* x, double* y) = 0;
   /// u = A v - s u, then w = A^T u. Returns |u|^2.
   virtual double multiplyBothWays(const double* v, double s, double* u, double* w);
-  /// r = b - A x, in twice the precision if the map supports that.
-  virtual void preciseResidual(const double* b, const double* x, double* r);
-  /// The same, and g = A^T r.
-  virtual void preciseGradient(const double* b, const double* x, double* r, double* g);
+  /// r = b - A x and, unless g is null, g = A^T r, in twice the precision if the map supports that.
+  virtual void preciseResidual(const double* b, const double* x, double* r, double* g);
 
   int products = 0;
 
@@ -44,38 +38,35 @@ class LinearMap {
 /// these faster.
 class RowsMap final : public LinearMap {
  public:
-  explicit RowsMap(const SparseRows& rows);
-  ~RowsMap() override;
-  int height() const override;
-  int width() const override;
-  double entries() const override;
+  explicit RowsMap(const SparseRows& rows) : rows_(rows) {}
+  int height() const override { return rows_.height; }
+  int width() const override { return rows_.width; }
+  double entries() const override { return rows_.entries(); }
   void multiply(const double* x, double* y) override;
   void multiplyTransposed(const double* x, double* y) override;
   double multiplyBothWays(const double* v, double s, double* u, double* w) override;
-  void preciseResidual(const double* b, const double* x, double* r) override;
-  void preciseGradient(const double* b, const double* x, double* r, double* g) override;
+  void preciseResidual(const double* b, const double* x, double* r, double* g) override;
 
  private:
-  void layOut();
-
   const SparseRows& rows_;
-  std::unique_ptr<SlicedRows> slices_;
+  SlicedRows slices_;        // the copy, once there is one
   int multiplications_ = 0;  // calls of multiply
 };
 
 /// x -> A S x for compressed rows A and a diagonal S.
 class ScaledColumnsMap final : public LinearMap {
  public:
-  ScaledColumnsMap(const SparseRows& rows, Doubles scale);
-  int height() const override;
-  int width() const override;
+  ScaledColumnsMap(const SparseRows& rows, const Doubles& scale)
+      : rows_(rows), scale_(scale), work_(rows.width) {}
+  int height() const override { return rows_.height; }
+  int width() const override { return rows_.width; }
   void multiply(const double* x, double* y) override;
   void multiplyTransposed(const double* x, double* y) override;
   double multiplyBothWays(const double* v, double s, double* u, double* w) override;
 
  private:
   const SparseRows& rows_;
-  const Doubles scale_;
+  const Doubles& scale_;
   Doubles work_;
 };
 
@@ -98,11 +89,11 @@ class NormalMap final : public LinearMap {
 /// nothing that matters.
 class ForeignMap final : public LinearMap {
  public:
-  ForeignMap(const SpMat& A, int height, int width);
+  ForeignMap(const SpMat& A, int height, int width) : A_(A), height_(height), width_(width) {}
   int height() const override { return height_; }
   int width() const override { return width_; }
-  void multiply(const double* x, double* y) override;
-  void multiplyTransposed(const double* x, double* y) override;
+  void multiply(const double* x, double* y) override { product(x, width_, y, height_, false); }
+  void multiplyTransposed(const double* x, double* y) override { product(x, height_, y, width_, true); }
   /// From now on, the products are 2^k times those of the caller's matrix.
   void scaleBy(int k) { power_ = k; }
 
@@ -127,18 +118,18 @@ class Inverse {
 /// z_i = inverse_i r_i.
 class DiagonalInverse final : public Inverse {
  public:
-  explicit DiagonalInverse(Doubles inverse) : inverse_(static_cast<Doubles&&>(inverse)) {}
+  explicit DiagonalInverse(const Doubles& inverse) : inverse_(inverse) {}
   bool apply(const double* r, double* z) override;
   const double* diagonal() const override { return inverse_.data(); }
 
  private:
-  const Doubles inverse_;
+  const Doubles& inverse_;
 };
 
 /// The caller's preconditioner.
 class ForeignInverse final : public Inverse {
  public:
-  ForeignInverse(Preconditioner* preconditioner, int n);
+  ForeignInverse(Preconditioner* preconditioner, int n) : preconditioner_(preconditioner), n_(n) {}
   bool apply(const double* r, double* z) override;
 
  private:

@@ -158,9 +158,9 @@ const char* LinearSystem::take(std::unique_ptr<LinearMap> scaledMap, int power, 
 }
 
 double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
+  double* const gradient = leastSquares() ? gOut : nullptr;
   if (!precise_) {
-    map->LinearMap::preciseResidual(b.data(), at, rOut);
-    if (leastSquares()) map->multiplyTransposed(rOut, gOut);
+    map->LinearMap::preciseResidual(b.data(), at, rOut, gradient);
     const double plain = sizeOf(rOut, gOut);
     if (!(plain <= 2.0 * goal) || roundingOfProduct(at) < 0.5 * goal) return plain;
   }
@@ -168,25 +168,17 @@ double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
   constexpr int most = 900;
   const int excess = largestExponent(width, at) - most;
   if (excess <= 0) {
-    multiplyPrecisely(b.data(), at, rOut, gOut);
+    map->preciseResidual(b.data(), at, rOut, gradient);
   } else {
     Doubles smallB = b, smallX(width);
     std::copy_n(at, width, smallX.data());
     scaleByPowerOfTwo(height, smallB.data(), -excess);
     scaleByPowerOfTwo(width, smallX.data(), -excess);
-    multiplyPrecisely(smallB.data(), smallX.data(), rOut, gOut);
+    map->preciseResidual(smallB.data(), smallX.data(), rOut, gradient);
     scaleByPowerOfTwo(height, rOut, excess);
     if (leastSquares()) scaleByPowerOfTwo(width, gOut, excess);
   }
   return sizeOf(rOut, gOut);
-}
-
-void LinearSystem::multiplyPrecisely(const double* right, const double* at, double* rOut, double* gOut) {
-  if (leastSquares()) {
-    map->preciseGradient(right, at, rOut, gOut);
-  } else {
-    map->preciseResidual(right, at, rOut);
-  }
 }
 
 void LinearSystem::measurePrecisely() {

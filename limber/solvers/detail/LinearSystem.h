@@ -102,7 +102,6 @@ class LinearSystem {
   double sizeOf(const double* itsR, const double* itsG) const;
   double roundingOfProduct(const double* at);
   bool unsolvable() const;
-  void multiplyPrecisely(const double* right, const double* at, double* r, double* g);
   /// What the report says about a solve whose last method ended so.
   struct Verdict {
     SolveStatus status;

@@ -6,15 +6,6 @@
 #include "limber/solvers/detail/PowersOfTwo.h"
 
 namespace limber::detail {
-namespace {
-
-DoubleSum rowResidual(const SparseRows& A, int i, double b, const double* x) {
-  DoubleSum sum{b, 0.0};
-  for (int k = A.start[i]; k < A.start[i + 1]; ++k) sum.addProduct(-A.value[k], x[A.index[k]]);
-  return sum;
-}
-
-}  // namespace
 
 void SparseRows::multiply(const double* x, double* y) const {
   const int* const at = start.data();
@@ -55,22 +46,20 @@ double SparseRows::multiplyBothWays(const double* v, double s, double* u, double
   return square;
 }
 
-void SparseRows::residual(const double* b, const double* x, double* r) const {
-  for (int i = 0; i < height; ++i) r[i] = rowResidual(*this, i, b[i], x).rounded();
-}
-
-void SparseRows::residualBothWays(const double* b, const double* x, double* r, double* g) const {
-  Array<DoubleSum> sums(width);
+void SparseRows::residual(const double* b, const double* x, double* r, double* g) const {
+  Array<DoubleSum> sums(g ? width : 0);
   for (int i = 0; i < height; ++i) {
-    const DoubleSum sum = rowResidual(*this, i, b[i], x);
+    DoubleSum sum{b[i], 0.0};
+    for (int k = start[i]; k < start[i + 1]; ++k) sum.addProduct(-value[k], x[index[k]]);
     r[i] = sum.rounded();
+    if (!g) continue;
     const double low = (sum.high - r[i]) + sum.low;
     for (int k = start[i]; k < start[i + 1]; ++k) {
       sums[index[k]].addProduct(value[k], r[i]);
       sums[index[k]].low += value[k] * low;
     }
   }
-  for (int j = 0; j < width; ++j) g[j] = sums[j].rounded();
+  for (int j = 0; j < sums.size(); ++j) g[j] = sums[j].rounded();
 }
 
 SparseRows SparseRows::transposed() const {

@@ -39,10 +39,9 @@ struct SparseRows {
   void multiplyTransposed(const double* x, double* y) const;
   /// u = A v - s u for each row, then w = A^T u, in one pass. Returns |u|^2.
   double multiplyBothWays(const double* v, double s, double* u, double* w) const;
-  /// r = b - A x, each element as if summed in twice the precision (Dekker 1971; Ogita, Rump and Oishi 2005).
-  void residual(const double* b, const double* x, double* r) const;
-  /// The same, and g = A^T r for the residual before it is rounded.
-  void residualBothWays(const double* b, const double* x, double* r, double* g) const;
+  /// r = b - A x, each element as if summed in twice the precision (Dekker 1971; Ogita, Rump and Oishi 2005),
+  /// and g = A^T r for the residual before it is rounded, unless g is null.
+  void residual(const double* b, const double* x, double* r, double* g) const;
   SparseRows transposed() const;
   /// Sorts the rows and adds up entries at the same place.
   void tidy();

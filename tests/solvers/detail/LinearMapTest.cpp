@@ -164,11 +164,11 @@ TEST(LinearMap, MultipliesBothWaysByTwoProducts) {
             map.multiplyBothWays(v.data(), 1.5, u.data(), w.data()));
   EXPECT_EQ(expected, u);
   EXPECT_EQ(A.transposed().times(expected), w);
-  map.preciseResidual(b.data(), v.data(), r.data());
+  map.preciseResidual(b.data(), v.data(), r.data(), nullptr);
   std::vector<double> residual(b), product = A.times(v);
   for (std::size_t i = 0; i < b.size(); ++i) residual[i] -= product[i];
   EXPECT_EQ(residual, r);
-  map.preciseGradient(b.data(), v.data(), r.data(), g.data());
+  map.preciseResidual(b.data(), v.data(), r.data(), g.data());
   EXPECT_EQ(residual, r);
   EXPECT_EQ(A.transposed().times(residual), g);
 }

@@ -75,7 +75,7 @@ void expectConsistent(LinearMap& A) {
   A.multiplyTransposed(u.data(), expected.data());
   for (std::size_t j = 0; j < w.size(); ++j) EXPECT_NEAR(w[j], expected[j], 1e-12 * (1.0 + sum));
 
-  A.preciseGradient(y.data(), x.data(), r.data(), g.data());
+  A.preciseResidual(y.data(), x.data(), r.data(), g.data());
   for (std::size_t i = 0; i < r.size(); ++i) EXPECT_NEAR(r[i], y[i] - Ax[i], 1e-12);
   A.multiplyTransposed(r.data(), expected.data());
   for (std::size_t j = 0; j < g.size(); ++j) EXPECT_NEAR(g[j], expected[j], 1e-10);
