@@ -121,7 +121,7 @@ TEST(LinearMap, OfTheNormalMatrixMultipliesTwice) {
   EXPECT_EQ(A.transposed().times(A.times(x)), y);
   map.multiplyTransposed(x.data(), y.data());
   EXPECT_EQ(A.transposed().times(A.times(x)), y);
-  EXPECT_EQ(4, map.products);
+  EXPECT_EQ(4, inner.products);
 }
 
 TEST(LinearMap, OfAForeignClassLosesNothingThatIsSmall) {
