@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Prints the figures of docs/guide/distributed.md: a solve on one and two processes, measured, and on more, computed.
 
-table.py PROGRAM [ROUNDS] [--page]: PROGRAM is bench_distributed. The jobs of one and two processes run by turns; the least time
+table.py PROGRAM [ROUNDS] [--page]: PROGRAM is bench_distributed. The jobs of one and two processes run by turns; the least median
 of each counts. When a process had less than nine tenths of a core, the text says that the machine was busy. With --page the
 figures replace those of the page."""
 import contextlib
@@ -16,7 +16,7 @@ SIDE, ITERATIONS = 1000, 30
 LATENCY, BYTES_PER_SECOND = 2e-6, 10e9
 PAGE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../docs/guide/distributed.md")
 BEGIN, END = "<!-- bench/run distributed --page -->\n", "<!-- end -->\n"
-NAMES = ["seconds", "messages", "bytes", "sums", "processor", "rows", "solve", "sum_seconds"]
+NAMES = ["seconds", "messages", "bytes", "sums", "share", "rows", "solve", "sum_seconds", "gigabyte"]
 
 
 def job(program, processes):
@@ -41,13 +41,10 @@ def row(name, *cells):
     print(f"| {name} | " + " | ".join(cells) + " |")
 
 
-def shares(*runs):
-    return [run["processor"] / run["seconds"] for run in runs]
-
-
 def measured(one, two, rounds):
     print(f"Measured with `bench/run distributed` on {processor_name()}, {os.cpu_count()} cores: conjugate gradients with the")
-    print(f"diagonal on the five-point stencil of {SIDE} x {SIDE} points, 5 entries per row. The times are the least of {rounds} runs.\n")
+    print(f"diagonal on the five-point stencil of {SIDE} x {SIDE} points, 5 entries per row. The times are medians of 90")
+    print(f"iterations, the least of {rounds} runs.\n")
     row("a process", "1 process", "2 processes")
     row("---", "---", "---")
     row("rows of the matrix, MB", *(f"{run['rows'] / 1e6:.0f}" for run in (one, two)))
@@ -57,10 +54,11 @@ def measured(one, two, rounds):
     row("sums over all processes an iteration", *(f"{run['sums']:.0f}" for run in (one, two)))
     row("one such sum, microseconds", "-", f"{two['sum_seconds'] * 1e6:.1f}")
     row("time of an iteration, ms", *(f"{run['seconds'] * 1e3:.2f}" for run in (one, two)))
-    row("processor time of an iteration, ms", *(f"{run['processor'] * 1e3:.2f}" for run in (one, two)))
-    row("share of a core that a process had", *(f"{share:.0%}" for share in shares(one, two)))
-    print(f"\nTwo processes take {two['seconds'] / one['seconds']:.2f} of the time of one.")
-    if min(shares(one, two)) < 0.9:
+    row("share of a core that a process had", *(f"{run['share']:.0%}" for run in (one, two)))
+    row("a = b + s c over 96 MB, GB/s", *(f"{1.0 / run['gigabyte']:.1f}" for run in (one, two)))
+    print(f"\nTwo processes take {two['seconds'] / one['seconds']:.2f} of the time of one. The last row alone would give "
+          f"{0.5 * two['gigabyte'] / one['gigabyte']:.2f}.")
+    if min(one["share"], two["share"]) < 0.9:
         print("The machine was busy: other programs had part of the cores, and a process that waits for the other one uses its")
         print("core up. These times are therefore no measure of what a second core gains.")
 
@@ -69,8 +67,8 @@ def computed(one, two):
     """Work in proportion to a process's rows, its messages one after the other, and sums over a tree of processes."""
     rows = SIDE * SIDE
     # The work of one row. Waiting counts as processor time, so on a busy machine only the process alone tells it.
-    quiet = min(shares(one, two)) >= 0.9
-    work = two["seconds"] / (rows / 2) if quiet else one["processor"] / rows
+    quiet = min(one["share"], two["share"]) >= 0.9
+    work = two["seconds"] / (rows / 2) if quiet else one["seconds"] * one["share"] / rows
     pace = "shares its memory with one other" if quiet else "has its memory for itself"
     memory = (two["rows"] + two["solve"]) / (rows / 2)
     print(f"\nComputed, not measured: time = rows of a process x {work * 1e9:.1f} ns + 2 messages of {8 * SIDE} bytes to its")
