@@ -21,6 +21,10 @@ void golden::print(const std::string& name, double value) {
   std::printf("%s.%s %a\n", current.c_str(), name.c_str(), value);
 }
 
+void golden::print(const std::string& name, const std::string& text) {
+  std::printf("%s.%s %s\n", current.c_str(), name.c_str(), text.c_str());
+}
+
 void golden::print(const std::string& name, const double* values, int n) {
   for (int i = 0; i < n; ++i) print(name + "[" + std::to_string(i) + "]", values[i]);
 }

@@ -11,7 +11,8 @@
 ///   void run() { ... golden::print("dot", dot(&a, &b)); ... }
 ///   const golden::Part part("vectors", run);
 ///
-/// bits.txt holds the expected output. golden.py compares it, and with --update writes it again.
+/// bits.txt holds the expected output. golden.py compares it, and with --update writes it again. The table of
+/// the solvers in tests/solvers/table/ is printed and compared in the same way.
 namespace golden {
 
 /// A fixed sequence of numbers in [-1, 1), exact in any arithmetic of doubles (no library distribution is the
@@ -30,6 +31,8 @@ class Numbers {
 
 /// Prints "part.name 0x1.8p+1".
 void print(const std::string& name, double value);
+/// Prints "part.name text".
+void print(const std::string& name, const std::string& text);
 /// Prints "part.name[i] ..." for each of n values.
 void print(const std::string& name, const double* values, int n);
 
