@@ -86,4 +86,55 @@ TEST(SolveLargeClasses, WhatProductsSolveIsNotCopied) {
   EXPECT_LE(products.count, 1000);
 }
 
+// A class of the caller whose products with unit vectors are not finite, so that it cannot be copied. The
+// last row is empty.
+class NoCopy final : public SpMat {
+ public:
+  int height() const override { return n; }
+  int width() const override { return n; }
+  void mult(const Vector* x, Vector* y) const override {
+    int used = 0;
+    for (int i = 0; i < n; ++i) used += (*x)[i] != 0.0;
+    for (int i = 0; i < n - 1; ++i) (*y)[i] = used == 1 && i == 0 ? HUGE_VAL : (1.0 + i % 5) * (*x)[i];
+  }
+  void multT(const Vector* x, Vector* y) const override {
+    for (int i = 0; i < n - 1; ++i) (*y)[i] = (1.0 + i % 5) * (*x)[i];
+  }
+};
+
+TEST(SolveLargeClasses, WhatCannotBeCopiedIsSolvedByItsProductsAsFarAsPossible) {
+  Vector b = Random(4).vector(n);
+  const Solve solvers[] = {solveSquare, solveLeastSquares};
+  for (const Solve solve : solvers) {
+    Vector x;
+    const SolveReport report = solve(NoCopy(), b, &x, SolveOptions());
+    // the last equation is 0 = b
+    EXPECT_EQ(solve == solvers[0] ? SOLVE_STAGNATED : SOLVE_CONVERGED, report.status) << report.message;
+    ASSERT_EQ(n, x.count);
+    for (int i = 0; i < n - 1; ++i) EXPECT_NEAR(b[i] / (1.0 + i % 5), x[i], 1e-8) << i;
+  }
+}
+
+// -z is not positive definite.
+class Opposite : public Preconditioner {
+ public:
+  void solve(const Vector* r, Vector* z) override {
+    *z = *r;
+    *z *= -1.0;
+  }
+};
+
+TEST(SolveLargeClasses, WithProductsAloneABadPreconditionerIsReported) {
+  const Entries A = grid(65, 0.0, 0.0);
+  const Products products(A.matrix());
+  Opposite opposite;
+  SolveOptions options;
+  options.preconditioner = &opposite;
+  Vector x;
+  const SolveReport report = solvePositiveDefinite(products, Random(5).vector(n), &x, options);
+  EXPECT_EQ(SOLVE_BREAKDOWN, report.status);
+  EXPECT_STREQ("The preconditioner is not positive definite, or does not give finite numbers.",
+               report.message);
+}
+
 }  // namespace

@@ -195,4 +195,21 @@ TEST(SolveRank, AConsistentNearlySingularProblemIsSolvedToASmallResidual) {
   EXPECT_LE(restOf(A, b, x), 1e-11 * normOf(b));
 }
 
+// The full first row is too long for a QR factor, and there are too many unknowns for a dense one.
+TEST(SolveRank, AnUnsolvableSystemThatNoFactorHelpsEndsWithALeastSquaresSolution) {
+  constexpr int n = 30001;
+  Entries A(n, n);
+  for (int j = 0; j < n; ++j) A.add(0, j, 1.0);
+  for (int i = 1; i < n - 1; ++i) A.add(i, i, 2.0);
+  Vector b(n), x;
+  for (int i = 0; i < n; ++i) b[i] = 1.0;
+  EXPECT_EQ(SOLVE_STAGNATED, solveSquare(A.matrix(), b, &x).status);
+  ASSERT_EQ(n, x.count);
+  // only the empty last row has a residual
+  double sum = 0.0;
+  for (int j = 0; j < n; ++j) sum += x[j];
+  EXPECT_NEAR(1.0, sum, 1e-6);
+  for (int i = 1; i < n - 1; ++i) ASSERT_NEAR(0.5, x[i], 1e-6) << i;
+}
+
 }  // namespace
