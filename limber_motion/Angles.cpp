@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "limber_motion/Clip.h"
+#include "limber_motion/detail/CheckClip.h"
 
 namespace limber::motion {
 
@@ -32,6 +33,7 @@ double nearest(double angle, double centre) { return angle - turn * std::round((
 }  // namespace
 
 void unwrapAngles(Clip* clip) {
+  detail::checkClip(*clip);
   for (int c = 0; c < clip->channels; ++c) {
     if (!clip->channel(c).rotation) continue;
     for (int f = 1; f < clip->frames; ++f) {
@@ -57,6 +59,7 @@ void wrapAngles(Clip* clip, const Clip& original) {
 }
 
 std::vector<GimbalLock> findGimbalLock(const Clip& clip, double nearness) {
+  detail::checkClip(clip);
   std::vector<GimbalLock> found;
   for (std::size_t j = 0; j < clip.joints.size(); ++j) {
     std::vector<int> rotations;

@@ -42,7 +42,11 @@ struct ClipText {
 /// The axis of the world that points up.
 enum class Up { X, Y, Z, MinusX, MinusY, MinusZ };
 
-/// A skeleton and its motion. Angles are in radians, lengths in the file's unit, times in seconds.
+/// A skeleton and its motion. Angles are in radians, lengths in the file's unit, times in seconds. A program
+/// may build a clip of its own. Functions that take a clip throw an Error if it is not consistent: the first
+/// joint is the only one without a parent, every other joint stands after its parent, the channels of the
+/// joints follow one another, there are frames times channels values, all numbers are finite, and the frame
+/// time is above 0.
 struct LIMBER_MOTION_API Clip {
   std::vector<Joint> joints;
   int channels = 0;  ///< numbers per frame
@@ -85,7 +89,8 @@ LIMBER_MOTION_API Clip readClip(const std::string& path, const char* searchPath 
 /// The clip as BVH text. The hierarchy and every number that has not changed since the clip was read are
 /// written as they stood in the file. Other numbers get as many decimals as the file had, at least six. If
 /// the body is smaller than one unit, positions get more decimals, so that they are exact to a millionth of
-/// its height.
+/// its height. Throws Error if the joints do not stand in the order of a BVH file (each joint after its
+/// parent and all that hangs on the parent's earlier children). End sites have no names in the file.
 LIMBER_MOTION_API std::string textOf(const Clip& clip);
 /// Writes textOf(clip) to a file. The file appears complete or not at all: the text is first written to
 /// PATH.part, which stays only if the process is ended meanwhile. Throws Error on failure.

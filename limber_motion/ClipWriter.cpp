@@ -7,6 +7,7 @@
 #include "limber_motion/Clip.h"
 #include "limber_motion/Error.h"
 #include "limber_motion/Skeleton.h"
+#include "limber_motion/detail/CheckClip.h"
 #include "limber_motion/detail/ClipReader.h"
 #include "limber_motion/detail/Degrees.h"
 #include "limber_motion/detail/Numbers.h"
@@ -33,7 +34,7 @@ bool same(const Joint& a, const Joint& b) {
 // The number of decimals, at most 15, that gives a position to a millionth of the body's height. If the unit
 // is larger than the body, fewer decimals would move the joints away from their places.
 int decimalsOfHeight(const Clip& clip) {
-  const double height = clip.joints.empty() ? 0.0 : Skeleton(clip).height();
+  const double height = Skeleton(clip).height();
   return height > 0.0 && height < 1.0 ? std::min(15, static_cast<int>(std::ceil(6.0 - std::log10(height))))
                                       : 0;
 }
@@ -52,6 +53,7 @@ class ClipWriter {
     } else {
       out_ = "HIERARCHY\n";
       writeJoint(0, 0);
+      checkHierarchy();
     }
     out_ += "MOTION" + lineEnd_ + "Frames: " + std::to_string(clip_.frames) + lineEnd_;
     out_ += "Frame Time: " + frameTime() + lineEnd_;
@@ -73,6 +75,22 @@ class ClipWriter {
       return true;
     } catch (const Error&) {
       return false;
+    }
+  }
+
+  // A skeleton that a program has built may be one that no BVH file describes.
+  void checkHierarchy() const {
+    const std::string fault = "the skeleton cannot be written as BVH: ";
+    try {
+      const std::vector<Joint> joints =
+          detail::ClipReader(detail::LineReader::ofText("its text", out_)).readHierarchy();
+      for (std::size_t j = 0; j < clip_.joints.size(); ++j) {
+        if (j < joints.size() && joints[j].parent == clip_.joints[j].parent) continue;
+        throw Error(
+            "each joint must stand after its parent and all that hangs on the parent's earlier children");
+      }
+    } catch (const Error& error) {
+      throw Error(fault + error.what());
     }
   }
 
@@ -137,7 +155,10 @@ class ClipWriter {
 
 }  // namespace
 
-std::string textOf(const Clip& clip) { return ClipWriter(clip).write(); }
+std::string textOf(const Clip& clip) {
+  detail::checkClip(clip);
+  return ClipWriter(clip).write();
+}
 
 void writeClip(const Clip& clip, const std::string& path) { detail::writeWhole(path, textOf(clip)); }
 

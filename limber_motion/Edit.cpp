@@ -23,50 +23,66 @@ bool before(const Constraint& a, const Constraint& b) {
   return a.frame != b.frame ? a.frame < b.frame : a.joint < b.joint;
 }
 
-void checkClip(const Clip& clip) {
-  if (clip.frames < 1) throw Error("the clip has no frames");
-  for (int f = 0; f < clip.frames; f++) {
-    for (int c = 0; c < clip.channels; c++) {
-      if (std::isfinite(clip.frame(f)[c])) continue;
-      throw Error("frame " + std::to_string(f + 1) + " of the clip has a channel of " +
-                  nameOf(clip, clip.owner(c)) + " that is not a finite number");
-    }
+void check(const EditOptions& options) {
+  const double longest = 1e6;
+  const auto refuse = [](const char* what) { throw Error(std::string("EditOptions::") + what); };
+  if (!(options.smooth >= 0.0 && options.smooth <= longest))
+    refuse("smooth is not a time from 0 to 1e6 seconds");
+  if (!(options.knots >= 0.0)) refuse("knots is not a number from 0 on");
+  if (!(options.goal > 0.0)) refuse("goal is not a number above 0");
+  if (!(options.mostTurn > 0.0)) refuse("mostTurn is not a number above 0");
+  if (options.mostSteps < 1) refuse("mostSteps is less than 1");
+}
+
+void checkPlace(const Clip& clip, int frame, int joint) {
+  if (joint < 0 || joint >= static_cast<int>(clip.joints.size())) {
+    throw Error("there is no joint " + std::to_string(joint) + " in the clip, which has joints 0 to " +
+                std::to_string(clip.joints.size() - 1));
   }
-  if (!(Skeleton(clip).height() > 0.0))
-    throw Error("the skeleton has no extent: all its bones have length zero");
+  if (frame < 0 || frame >= clip.frames) {
+    throw Error(nameOf(clip, joint) + " cannot be held in frame " + std::to_string(frame + 1) +
+                " of a clip of " + std::to_string(clip.frames) + " frames");
+  }
 }
 
 }  // namespace
 
-Edit::Edit(Clip& clip, EditOptions options) : clip_(clip), options_(std::move(options)) { checkClip(clip); }
+Edit::Edit(Clip& clip, EditOptions options) : clip_(clip), options_(std::move(options)) {
+  check(options_);
+  if (clip.frames < 1) throw Error("the clip has no frames");
+  if (!(Skeleton(clip).height() > 0.0))
+    throw Error("the skeleton has no extent: all its bones have length zero");
+}
 
 void Edit::plant(const Contacts& contacts) {
+  for (const Contact& contact : contacts.list) {
+    checkPlace(clip_, contact.first, contact.joint);
+    checkPlace(clip_, contact.last, contact.joint);
+  }
+  for (const int foot : contacts.feet) checkPlace(clip_, 0, foot);
   feet_ = contacts;
   planted_ = true;
   plants_ = constraintsOf(contacts);
 }
 
 void Edit::reach(int frame, int joint, const Pnt3& point, double weight) {
-  if (joint < 0 || joint >= static_cast<int>(clip_.joints.size())) {
-    throw Error("there is no joint " + std::to_string(joint) + " in the clip, which has joints 0 to " +
-                std::to_string(clip_.joints.size() - 1));
-  }
-  const std::string name = nameOf(clip_, joint);
-  if (frame < 0 || frame >= clip_.frames) {
-    throw Error(name + " cannot reach for a point in frame " + std::to_string(frame + 1) + " of a clip of " +
-                std::to_string(clip_.frames) + " frames");
-  }
-  if (!std::isfinite(point.x) || !std::isfinite(point.y) || !std::isfinite(point.z) || !(weight >= 0.0)) {
-    throw Error("the target of " + name + " in frame " + std::to_string(frame + 1) +
-                " is not a finite point");
-  }
+  checkPlace(clip_, frame, joint);
+  const std::string target =
+      "the target of " + nameOf(clip_, joint) + " in frame " + std::to_string(frame + 1);
+  if (!std::isfinite(point.x) || !std::isfinite(point.y) || !std::isfinite(point.z))
+    throw Error(target + " is not a finite point");
+  if (!(weight >= 0.0 && std::isfinite(weight)))
+    throw Error(target + " has a weight that is not a number from 0 on");
   constraints_.push_back({frame, joint, point, weight});
 }
 
 void Edit::hold(int first, int last, int joint) {
-  const bool exists = joint >= 0 && joint < static_cast<int>(clip_.joints.size());
-  const bool inClip = first >= 0 && first < clip_.frames;
-  const Pnt3 place = exists && inClip ? Skeleton(clip_).position(joint, clip_.frame(first)) : Pnt3();
+  checkPlace(clip_, first, joint);
+  checkPlace(clip_, last, joint);
+  if (last < first)
+    throw Error(nameOf(clip_, joint) + " is to be held from frame " + std::to_string(first + 1) +
+                " to the earlier frame " + std::to_string(last + 1));
+  const Pnt3 place = Skeleton(clip_).position(joint, clip_.frame(first));
   for (int f = first; f <= last; f++) reach(f, joint, place);
 }
 

@@ -44,21 +44,22 @@ struct EditOptions {
 ///     Report report = edit.solve();
 class LIMBER_MOTION_API Edit {
  public:
-  /// The clip must outlive the edit; solve() changes it. Throws Error if the clip has numbers that are not
-  /// finite or no frames, or if the skeleton has no extent.
+  /// The clip must outlive the edit; solve() changes it. Throws Error if an option is not usable, if the clip
+  /// is not consistent (struct Clip) or has no frames, or if the skeleton has no extent.
   explicit Edit(Clip& clip, EditOptions options = EditOptions());
 
-  /// Holds each contact's joint at its place in its frames.
+  /// Holds each contact's joint at its place in its frames, and no other contacts from an earlier call.
+  /// Throws Error if the clip does not have a contact's frames or joint.
   void plant(const Contacts& contacts);
   /// Holds a joint at a point in one frame (from 0), in the clip's unit. A weight of 1 or more holds the
   /// joint there; a smaller weight only pulls. Throws Error if the clip does not have the frame or joint, or
-  /// if the point is not finite; solve() throws it if a joint has a second point in the same frame. The point
-  /// replaces the place of a contact.
+  /// if the point or the weight is not finite or the weight is negative; solve() throws it if a joint has a
+  /// second point in the same frame. The point replaces the place of a contact.
   void reach(int frame, int joint, const Pnt3& point, double weight = 1.0);
   /// The same for the joint with that name. Throws Error if the clip has none.
   void reach(int frame, const std::string& joint, const Pnt3& point, double weight = 1.0);
   /// Keeps a joint in the frames first .. last, both included, where the clip has it in the frame `first`.
-  /// Throws as reach does.
+  /// Throws as reach does, and if `last` is before `first`.
   void hold(int first, int last, int joint);
   void hold(int first, int last, const std::string& joint);
   /// Calls reach for each constraint.

@@ -5,6 +5,7 @@
 
 #include "limber/linalg/SpVec.h"
 #include "limber_motion/detail/Body.h"
+#include "limber_motion/detail/CheckClip.h"
 
 namespace limber::motion {
 
@@ -29,6 +30,7 @@ struct Axes {
 }  // namespace
 
 Skeleton::Skeleton(const Clip& clip) {
+  detail::checkClip(clip);
   for (std::size_t j = 0; j < clip.joints.size(); ++j) {
     const Joint& joint = clip.joints[j];
     const int last = joint.firstChannel + static_cast<int>(joint.channels.size());

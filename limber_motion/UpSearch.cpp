@@ -10,6 +10,7 @@
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/Upright.h"
 #include "limber_motion/detail/Body.h"
+#include "limber_motion/detail/CheckClip.h"
 
 namespace limber::motion {
 
@@ -152,6 +153,7 @@ Ground groundFor(const Clip& clip, Up up) {
 }  // namespace
 
 Up findUp(const Clip& clip) {
+  detail::checkClip(clip);
   const std::optional<Body> body = findBody(clip);
   std::map<Up, double> evidence = body ? sharesOf(clip, *body) : std::map<Up, double>();
   if (evidence[Up::Y] >= oftenEnough) return Up::Y;

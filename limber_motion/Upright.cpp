@@ -1,5 +1,7 @@
 #include "limber_motion/Upright.h"
 
+#include "limber_motion/detail/CheckClip.h"
+
 namespace limber::motion {
 
 namespace {
@@ -49,6 +51,7 @@ Pnt3 fromUpright(const Pnt3& point, Up up) {
 }
 
 Clip upright(const Clip& clip) {
+  detail::checkClip(clip);
   Clip turned = clip;
   turned.text = nullptr;
   turned.up = Up::Y;

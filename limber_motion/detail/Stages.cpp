@@ -51,7 +51,8 @@ std::vector<Stage> stagesOf(const Task& task, const Curves& curves, const std::v
                             int first, double givenUpPull) {
   const double dt = task.original.frameTime * curves.spacing(), smooth = task.options.smooth;
   const double heightSq = squared(task.skeleton.height());
-  const int stride = std::max(1, static_cast<int>(std::lrint(trembleSeconds / task.original.frameTime)));
+  const int stride =
+      std::max(1, static_cast<int>(std::lrint(std::min(trembleSeconds / task.original.frameTime, 1e6))));
   const double slow = std::max(trembling(task, stride), 1e-9), fast = std::max(trembling(task, 1), 1e-9);
   const auto measure = [&](int s, double round) {
     return Smoothness(curves.times(), massesWith(firmTrunk[s], task, channels), dt, shorter[s] * smooth,

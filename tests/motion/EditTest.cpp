@@ -223,6 +223,22 @@ TEST(Edit, KeepsFeetAboveTheGroundWhenAsked) {
   EXPECT_TRUE(report.belowAfter <= 1e-4) << report.belowAfter;
 }
 
+// With knots, one hold depends on unknowns of several times, also where only a few of them are bound.
+TEST(Edit, KeepsToTheLargestTurnWithKnotsToo) {
+  Clip clip = walk();
+  const Skeleton skeleton(clip);
+  EditOptions options;
+  options.knots = 0.3;
+  options.mostTurn = 0.15;
+  Edit edit(clip, options);
+  const int hand = clip.find("LeftHand");
+  for (const int f : {30, 60, 90})
+    edit.reach(f, hand, skeleton.position(hand, clip.frame(f)) + Pnt3(0.0, 0.1 * skeleton.height(), 0.0));
+  const Report report = edit.solve();
+  EXPECT_LE(report.turn, options.mostTurn * (1.0 + 1e-9));
+  EXPECT_TRUE(report.missAfter <= report.missBefore) << textOf(report);
+}
+
 TEST(Edit, OneFrameIsEditedToo) {
   Clip clip = walk();
   clip.frames = 1;
