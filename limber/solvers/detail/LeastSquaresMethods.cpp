@@ -221,17 +221,10 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
   try {
     Elimination elimination;
     if (!eliminateColumns(system.rows, allowance, &elimination)) return false;
-    SparseRows scaled = system.rows;
-    Units units;
-    normaliseColumns(&scaled, &units.columns, &units.columnFactors);
-    RowsMap map(scaled);
-    system.measurePrecisely();
-    // the second attempt leaves out nearly dependent columns and begins where the first one began
-    LinearSystem::State begin = system.state(), first = begin;
-    const double n = std::max(system.width, 10);
-    for (const double tiny : {2.2e-16 * std::sqrt(n), 1e-11}) {
+    const auto attempt = [&](const SparseRows& rows, const Units& units, double tiny) {
+      RowsMap map(rows);
       SparseQr qr;
-      qr.factor(scaled, elimination, tiny);
+      qr.factor(rows, elimination, tiny);
       ConditionedMap conditioned(map, qr);
       LsmrRun run{system, conditioned, units, &qr};
       for (int repeat = 0; repeat < 6 && !system.ended(); ++repeat) {
@@ -240,14 +233,23 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
         if (!(system.residual <= 0.5 * before)) break;
       }
       system.map->products += conditioned.products;
-      if (tiny == 1e-11) {
-        system.keepBetter(std::move(first));  // NOLINT(bugprone-use-after-move): the last round
-      } else {
-        if (system.ended() || system.goal == 0.0) break;
-        first = system.state();
-        system.takeBack(begin);
-      }
-    }
+    };
+    SparseRows scaled = system.rows;
+    Units units;
+    normaliseColumns(&scaled, &units.columns, &units.columnFactors);
+    system.measurePrecisely();
+    const LinearSystem::State begin = system.state();
+    attempt(scaled, units, 2.2e-16 * std::sqrt(std::max(system.width, 10) * 1.0));
+    const auto again = [&](const SparseRows& rows, const Units& itsUnits, double tiny) {
+      if (system.ended() || system.goal == 0.0) return;
+      LinearSystem::State best = system.state();
+      system.takeBack(begin);
+      attempt(rows, itsUnits, tiny);
+      system.keepBetter(std::move(best));
+    };
+    // without nearly dependent columns, then without short ones too
+    again(scaled, units, 1e-11);
+    if (system.leastSquares()) again(system.rows, Units(), 4.4e-15 * (1.0 * system.height + system.width));
     return *outcome != Outcome::overflow;
   } catch (const std::bad_alloc&) {
     return false;
