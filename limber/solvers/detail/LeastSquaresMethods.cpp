@@ -281,7 +281,7 @@ Outcome solveByLeastSquares(LinearSystem& system) {
     system.goBack();
     LsmrRun run{system, *system.map};
     run.every = 0.5;
-    run.solve(firstBudget(system, 20, 5000), true);
+    run.solve(firstBudget(system, 20, 20000), true);
     system.keepBetter(std::move(scaled));
   }
   const bool far = !system.fullRank && farFromMinimum(system), doubtful = far || system.condition > 1e4;
