@@ -10,61 +10,26 @@
 namespace limber {
 
 // foundation
-using ::Clock;
-using ::ClockPtr;
-using ::ConsCell;
-using ::List;
-using ::ListI;
-using ::StringArray;
+using ::Clock, ::ClockPtr, ::ConsCell, ::List, ::ListI, ::StringArray;
 
 // linalg
-using ::BandedMatrix;
-using ::DiagonalMatrix;
-using ::FullMatrix;
-using ::HSpMat;
-using ::IdentityMatrix;
-using ::IntVec;
-using ::ResizeMatrix;
-using ::SlicedMatrix;
-using ::SpMat;
-using ::SpVec;
-using ::SQPMatrix;
-using ::StaticVector;
-using ::Vector;
+using ::BandedMatrix, ::DiagonalMatrix, ::FullMatrix, ::HSpMat, ::IdentityMatrix, ::IntVec, ::ResizeMatrix,
+    ::SlicedMatrix, ::SpMat, ::SpVec, ::SQPMatrix, ::StaticVector, ::Vector;
 
 // solvers
-using ::CGIStatus;
-using ::CGStatus;
-using ::CGTuning;
-using ::JJtBandedPrecond;
-using ::JJtCholeskyPrecond;
-using ::JJtPrecond;
-using ::Preconditioner;
-using ::SolveOptions;
-using ::SolveReport;
-using ::SolveStatus;
+using ::CGIStatus, ::CGStatus, ::CGTuning, ::JJtBandedPrecond, ::JJtCholeskyPrecond, ::JJtPrecond,
+    ::Preconditioner, ::SolveOptions, ::SolveReport, ::SolveStatus;
 
 // geometry
-using ::Matrix3x3;
-using ::Matrix4x4;
-using ::MatRow;
-using ::Pnt3;
-using ::Quat;
-using ::QuatTransform;
-using ::RotHelper;
+using ::Matrix3x3, ::Matrix4x4, ::MatRow, ::Pnt3, ::Quat, ::QuatTransform, ::RotHelper;
 
 // ode
-using ::EulerSolver;
-using ::Integrand;
-using ::OdeSolver;
-using ::RK2Solver;
-using ::RK4Solver;
+using ::EulerSolver, ::Integrand, ::OdeSolver, ::RK2Solver, ::RK4Solver;
 
 // io
 using ::Reader;
 
 // graphics
-using ::AIPSMatrix;
-using ::AIPSWriter;
+using ::AIPSMatrix, ::AIPSWriter;
 
 }  // namespace limber

@@ -12,7 +12,8 @@ source = pathlib.Path(sys.argv[1]) / "limber"
 definition = re.compile(r"^(?:class|struct|enum)(?: LIMBER_API)? (\w+)(?: final)?(?: : [^;{]*)? \{", re.MULTILINE)
 public = {name for header in source.rglob("*.h") if "detail" not in header.parts and header.parent != source
           for name in definition.findall(header.read_text())}
-named = set(re.findall(r"^using ::(\w+);", (source / "names.h").read_text(), re.MULTILINE))
+lists = re.findall(r"^using ([^;]*);", (source / "names.h").read_text(), re.MULTILINE)
+named = set(re.findall(r"::(\w+)", " ".join(lists)))
 complaints = [f"limber/names.h lacks `using ::{name};`" for name in sorted(public - named)]
 complaints += [f"limber/names.h names {name}, which is no public class" for name in sorted(named - public)]
 print("\n".join(complaints) or f"{len(public)} public classes have their names in namespace limber")

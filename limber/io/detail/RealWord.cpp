@@ -15,28 +15,17 @@ namespace limber::detail {
 
 namespace {
 
-constexpr std::uint64_t wholePowers[] = {1u,
-                                         10u,
-                                         100u,
-                                         1000u,
-                                         10000u,
-                                         100000u,
-                                         1000000u,
-                                         10000000u,
-                                         100000000u,
-                                         1000000000u,
-                                         10000000000u,
-                                         100000000000u,
-                                         1000000000000u,
-                                         10000000000000u,
-                                         100000000000000u,
-                                         1000000000000000u,
-                                         10000000000000000u,
-                                         100000000000000000u,
-                                         1000000000000000000u,
-                                         10000000000000000000u};
 // Integers with this number of digits fit into 64 bits.
 constexpr int longest = 19;
+struct WholePowers {
+  std::uint64_t of[longest + 1];
+  constexpr WholePowers() : of() {
+    of[0] = 1;
+    for (int power = 1; power <= longest; ++power) of[power] = of[power - 1] * 10;
+  }
+  constexpr std::uint64_t operator[](int power) const { return of[power]; }
+};
+constexpr WholePowers wholePowers;
 constexpr std::uint64_t exactIntegers = UINT64_C(1) << 53;
 
 constexpr std::uint64_t zeros = '0' * everyByte;

@@ -57,7 +57,8 @@ class Pass {
   // Computes both norms of the residual.
   void measure() {
     plain_ = fixedDot(n_, r_, r_);
-    square_ = goal_.weight ? fixedDots(n_, r_, r_, goal_.weight, r_, r_).second : plain_;
+    const double *const r = r_, *const weight = goal_.weight;
+    square_ = weight ? fixedSum(n_, [=](int i) { return weight[i] * r[i] * r[i]; }) : plain_;
   }
 
   // to = M^-1 from. False if that is not finite.

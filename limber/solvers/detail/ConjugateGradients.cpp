@@ -72,7 +72,9 @@ class Run {
   // Computes both norms of the residual.
   void measure() {
     if (goal_.weight) {
-      const TwoSums sums = fixedDots(n_, r_, direction_, goal_.weight, r_, r_);
+      const double *const r = r_, *const z = direction_, *const weight = goal_.weight;
+      const TwoSums sums = fixedSums(
+          n_, [=](auto at) { return at(r) * at(z); }, [=](auto at) { return at(weight) * at(r) * at(r); });
       rz_ = sums.first;
       square_ = sums.second;
     } else {
@@ -85,7 +87,8 @@ class Run {
   Outcome curve(double* alpha) {
     A_.multiply(p_.data(), q_.data());
     const double *const p = p_.data(), *const q = q_.data();
-    const auto [curvature, square] = fixedDots(n_, p, q, p);
+    const auto [curvature, square] = fixedSums(
+        n_, [=](auto at) { return at(p) * at(q); }, [=](auto at) { return at(p) * at(p); });
     if (!std::isfinite(curvature) || !std::isfinite(rz_)) return Outcome::overflow;
     if (!(rz_ > 0.0)) return rz_ < 0.0 ? Outcome::preconditioner : Outcome::stuck;
     if (!(curvature > 0.0)) {

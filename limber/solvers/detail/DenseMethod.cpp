@@ -61,7 +61,7 @@ void moveToNearest(LinearSystem& system, const Scaled& scaled, const DenseQr& qr
   orthogonalise(units, &way);
   scaleByPowerOfTwo(n, way.data(), power);
   for (int j = 0; j < system.begin.size(); ++j) way[j] += system.begin[j];
-  system.nearest = system.replace(&way);
+  system.nearest = system.replace(way);
 }
 
 // Solves with the factor and adds corrections as long as they at least halve the residual.
@@ -92,10 +92,10 @@ bool denseMethod(LinearSystem& system, const Allowance& allowance) {
     if (!system.converged() && system.goal > 0.0 && !system.run.mustEnd()) {
       // try again from the start, because earlier methods may have made x so large that its rounding is too
       // large
-      LinearSystem::State first = system.state();
+      const Iterate first = system;
       system.goBack();
       refine(system, scaled, qr);
-      system.keepBetter(std::move(first));
+      system.keepBetter(first);
     }
     if (system.leastSquares() && qr.rank() < system.width) moveToNearest(system, scaled, qr);
     return true;

@@ -34,42 +34,29 @@ inline TwoLanes twoAt(const double* p) {
   return two;
 }
 
-/// The sums of a_i b_i and of c_i d_i e_i, in the order of fixedSum.
 struct TwoSums {
   double first, second;
 };
-inline TwoSums fixedDots(int n, const double* a, const double* b, const double* c, const double* d,
-                         const double* e) {
-  TwoLanes p01 = {0.0, 0.0}, p23 = p01, q01 = p01, q23 = p01;
-  int i = 0;
-  for (; i + 4 <= n; i += 4) {
-    p01 += twoAt(a + i) * twoAt(b + i);
-    p23 += twoAt(a + i + 2) * twoAt(b + i + 2);
-    q01 += twoAt(c + i) * twoAt(d + i) * twoAt(e + i);
-    q23 += twoAt(c + i + 2) * twoAt(d + i + 2) * twoAt(e + i + 2);
-  }
-  double p[4] = {p01[0], p01[1], p23[0], p23[1]}, q[4] = {q01[0], q01[1], q23[0], q23[1]};
-  for (int k = 0; i < n; ++i, ++k) {
-    p[k] += a[i] * b[i];
-    q[k] += c[i] * d[i] * e[i];
-  }
-  return {(p[0] + p[1]) + (p[2] + p[3]), (q[0] + q[1]) + (q[2] + q[3])};
-}
 
-/// The sums of a_i b_i and of a_i c_i, in the order of fixedSum.
-inline TwoSums fixedDots(int n, const double* a, const double* b, const double* c) {
+/// Two sums in the order of fixedSum. first(at) and second(at) are their terms, where at(p) is p[i], or
+/// several elements at once.
+template <class First, class Second>
+inline TwoSums fixedSums(int n, First first, Second second) {
   TwoLanes p01 = {0.0, 0.0}, p23 = p01, q01 = p01, q23 = p01;
   int i = 0;
   for (; i + 4 <= n; i += 4) {
-    p01 += twoAt(a + i) * twoAt(b + i);
-    p23 += twoAt(a + i + 2) * twoAt(b + i + 2);
-    q01 += twoAt(a + i) * twoAt(c + i);
-    q23 += twoAt(a + i + 2) * twoAt(c + i + 2);
+    const auto low = [i](const double* p) { return twoAt(p + i); };
+    const auto high = [i](const double* p) { return twoAt(p + i + 2); };
+    p01 += first(low);
+    p23 += first(high);
+    q01 += second(low);
+    q23 += second(high);
   }
   double p[4] = {p01[0], p01[1], p23[0], p23[1]}, q[4] = {q01[0], q01[1], q23[0], q23[1]};
   for (int k = 0; i < n; ++i, ++k) {
-    p[k] += a[i] * b[i];
-    q[k] += a[i] * c[i];
+    const auto one = [i](const double* x) { return x[i]; };
+    p[k] += first(one);
+    q[k] += second(one);
   }
   return {(p[0] + p[1]) + (p[2] + p[3]), (q[0] + q[1]) + (q[2] + q[3])};
 }

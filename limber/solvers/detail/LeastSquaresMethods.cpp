@@ -41,7 +41,7 @@ struct LsmrRun {
 
   Outcome solve(int iterations, bool once) {
     const int m = system.height, n = system.width;
-    Doubles u(m), d(n), gradient(n), tryR(m), tryG(system.g.size());
+    Doubles u(m), d(n), gradient(n);
     Outcome outcome = Outcome::stuck;
     const int last = lastIteration(system, iterations);
     while (!system.ended() && system.run.iterations < last) {
@@ -63,20 +63,20 @@ struct LsmrRun {
       goal.ratio = before / start;
       goal.truth = system.goal;
       goal.every = every;
-      LinearSystem::State best;  // of those that were checked
+      Iterate best;  // of those that were checked
       goal.check = [&](const double* at) {
-        Doubles x = unscaled(at, power);
-        for (int j = 0; j < n; ++j) x[j] += system.x[j];
-        const double truth = system.measure(x.data(), tryR.data(), tryG.data());
-        if (truth < best.residual) best = {x, tryR, tryG, truth};
-        return truth;
+        Iterate tried{unscaled(at, power), {}, {}};
+        for (int j = 0; j < n; ++j) tried.x[j] += system.x[j];
+        system.measure(&tried);
+        if (tried.residual < best.residual) best = tried;
+        return tried.residual;
       };
       goal.gradient = gradient.data();
       const LsmrResult result = lsmr(map, u.data(), d.data(), goal, system.run);
       outcome = result.outcome;
       if (!qr) system.condition = std::max(system.condition, result.condition);
       bool better = !result.checked && system.improve(unscaled(d.data(), power).data());
-      better |= system.adopt(&best.x, &best.r, &best.g, best.residual);
+      better |= system.adopt(&best);
       if (!better || once || !(system.residual <= 0.5 * before)) break;
     }
     return outcome;
@@ -238,14 +238,14 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
     Units units;
     normaliseColumns(&scaled, &units.columns, &units.columnFactors);
     system.measurePrecisely();
-    const LinearSystem::State begin = system.state();
+    const Iterate begin = system;
     attempt(scaled, units, 2.2e-16 * std::sqrt(std::max(system.width, 10) * 1.0));
     const auto again = [&](const SparseRows& rows, const Units& itsUnits, double tiny) {
       if (system.ended() || system.goal == 0.0) return;
-      LinearSystem::State best = system.state();
-      system.takeBack(begin);
+      const Iterate best = system;
+      system.iterate() = begin;
       attempt(rows, itsUnits, tiny);
-      system.keepBetter(std::move(best));
+      system.keepBetter(best);
     };
     // without nearly dependent columns, then without short ones too
     again(scaled, units, 1e-11);
@@ -277,12 +277,12 @@ Outcome solveByLeastSquares(LinearSystem& system) {
   if (!system.ended() && system.goal > 0.0) {
     // if columns of very different lengths are nearly dependent, the first iterates of LSMR with columns that
     // are not scaled are better than the last ones
-    LinearSystem::State scaled = system.state();
+    const Iterate scaled = system;
     system.goBack();
     LsmrRun run{system, *system.map};
     run.every = 0.5;
     run.solve(firstBudget(system, 20, 20000), true);
-    system.keepBetter(std::move(scaled));
+    system.keepBetter(scaled);
   }
   const bool far = !system.fullRank && farFromMinimum(system), doubtful = far || system.condition > 1e4;
   if (worthPolish(system, doubtful)) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <new>
+#include <utility>
 
 #include "limber/linalg/SpMat.h"
 #include "limber/solvers/detail/FixedSums.h"
@@ -100,7 +101,7 @@ void LinearSystem::copyColumns(const SpMat& A) {
   map = std::make_unique<RowsMap>(rows);
   map->products = products;
   haveRows = true;
-  residual = measure(x.data(), r.data(), g.data());
+  measure(this);
 }
 
 const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) {
@@ -114,30 +115,25 @@ const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) 
   rightPower_ = largestExponent(height, b.data());
   scaleByPowerOfTwo(height, b.data(), -rightPower_);
   x.assign(width, 0.0);
-  r.assign(height, 0.0);
   g.assign(leastSquares() ? width : 0, 0.0);
   run.unit = rightPower_ + (leastSquares() ? matrixPower_ : 0);
 
   // x is zero
   r = b;
   if (leastSquares()) map->multiplyTransposed(r.data(), g.data());
-  norm = sizeOf(r.data(), g.data());
+  norm = sizeOf(*this);
   goal = run.options.relative * norm;
   residual = startResidual_ = norm;
   if (start.count == 0) return nullptr;
-  Doubles first(width);
-  for (int j = 0; j < width; ++j) first[j] = timesPowerOfTwo(start.data[j], matrixPower_ - rightPower_);
-  const double itsResidual = measure(first.data(), r.data(), g.data());
-  startResidual_ = itsResidual;
+  Iterate first = *this;
+  for (int j = 0; j < width; ++j) first.x[j] = timesPowerOfTwo(start.data[j], matrixPower_ - rightPower_);
+  measure(&first);
+  startResidual_ = first.residual;
   // if the right-hand side is zero, zero is the solution; otherwise the solve begins at the caller's start
-  if (std::isfinite(itsResidual) && (norm > 0.0 || itsResidual == 0.0)) {
-    begin = first;
-    x.swap(first);
-    residual = itsResidual;
-  } else {
-    moved_ = true;
-    measure(x.data(), r.data(), g.data());
-  }
+  moved_ = !std::isfinite(first.residual) || (norm == 0.0 && first.residual != 0.0);
+  if (moved_) return nullptr;
+  begin = first.x;
+  iterate() = first;
   return nullptr;
 }
 
@@ -157,97 +153,84 @@ const char* LinearSystem::take(std::unique_ptr<LinearMap> scaledMap, int power, 
   return takeVectors(right, start);
 }
 
-double LinearSystem::measure(const double* at, double* rOut, double* gOut) {
-  double* const gradient = leastSquares() ? gOut : nullptr;
+void LinearSystem::measure(Iterate* at) {
+  at->r.resize(height);
+  at->g.resize(leastSquares() ? width : 0);
+  double* const gradient = leastSquares() ? at->g.data() : nullptr;
   if (!precise_) {
-    map->LinearMap::preciseResidual(b.data(), at, rOut, gradient);
-    const double plain = sizeOf(rOut, gOut);
-    if (!(plain <= 2.0 * goal) || roundingOfProduct(at) < 0.5 * goal) return plain;
+    map->LinearMap::preciseResidual(b.data(), at->x.data(), at->r.data(), gradient);
+    at->residual = sizeOf(*at);
+    if (!(at->residual <= 2.0 * goal) || roundingOfProduct(at->x) < 0.5 * goal) return;
   }
   // larger elements overflow where their products are split
   constexpr int most = 900;
-  const int excess = largestExponent(width, at) - most;
+  const int excess = largestExponent(width, at->x.data()) - most;
   if (excess <= 0) {
-    map->preciseResidual(b.data(), at, rOut, gradient);
+    map->preciseResidual(b.data(), at->x.data(), at->r.data(), gradient);
   } else {
-    Doubles smallB = b, smallX(width);
-    std::copy_n(at, width, smallX.data());
+    Doubles smallB = b, smallX = at->x;
     scaleByPowerOfTwo(height, smallB.data(), -excess);
     scaleByPowerOfTwo(width, smallX.data(), -excess);
-    map->preciseResidual(smallB.data(), smallX.data(), rOut, gradient);
-    scaleByPowerOfTwo(height, rOut, excess);
-    if (leastSquares()) scaleByPowerOfTwo(width, gOut, excess);
+    map->preciseResidual(smallB.data(), smallX.data(), at->r.data(), gradient);
+    scaleByPowerOfTwo(height, at->r.data(), excess);
+    scaleByPowerOfTwo(at->g.size(), at->g.data(), excess);
   }
-  return sizeOf(rOut, gOut);
+  at->residual = sizeOf(*at);
 }
 
 void LinearSystem::measurePrecisely() {
   if (precise_) return;
   precise_ = true;
-  residual = measure(x.data(), r.data(), g.data());
+  measure(this);
 }
 
-double LinearSystem::sizeOf(const double* itsR, const double* itsG) const {
-  return leastSquares() ? safeNorm(width, itsG) : safeNorm(height, itsR);
+double LinearSystem::sizeOf(const Iterate& at) const {
+  return leastSquares() ? safeNorm(width, at.g.data()) : safeNorm(height, at.r.data());
 }
 
 // The expected rounding of A x, or of A^T (b - A x) for least squares, in plain precision.
-double LinearSystem::roundingOfProduct(const double* at) {
+double LinearSystem::roundingOfProduct(const Doubles& at) {
   // the entries are at most 1
   const double entries = haveRows ? rows.entries() : height;
   if (size_ == 0.0) size_ = haveRows ? safeNorm(rows.entries(), rows.value.data()) : std::sqrt(entries);
   const double terms = std::max(entries / std::max(std::min(height, width), 1), 4.0);
   const double unit = 4.4e-16 * std::sqrt(terms);
-  const double rounding = unit * size_ * safeNorm(width, at);
+  const double rounding = unit * size_ * safeNorm(width, at.data());
   return leastSquares() ? size_ * (rounding + unit * safeNorm(height, b.data())) : rounding;
 }
 
 bool LinearSystem::swollen() {
-  return roundingOfProduct(x.data()) > (converged() ? 1e-4 * norm : std::max(goal, 1e-10 * norm));
+  return roundingOfProduct(x) > (converged() ? 1e-4 * norm : std::max(goal, 1e-10 * norm));
 }
 
 bool LinearSystem::improve(const double* d) {
-  tryX_.resize(width);
-  tryR_.resize(height);
-  tryG_.resize(g.size());
-  for (int j = 0; j < width; ++j) tryX_[j] = x[j] + d[j];
-  const double tried = measure(tryX_.data(), tryR_.data(), tryG_.data());
-  return adopt(&tryX_, &tryR_, &tryG_, tried);
+  tried_.x.resize(width);
+  for (int j = 0; j < width; ++j) tried_.x[j] = x[j] + d[j];
+  measure(&tried_);
+  return adopt(&tried_);
 }
 
-bool LinearSystem::adopt(Doubles* at, Doubles* itsR, Doubles* itsG, double itsResidual) {
+bool LinearSystem::adopt(Iterate* other) {
   // of two least-squares solutions, the one with the smaller |b - A x| is better
-  const bool good = leastSquares() && itsResidual <= polished_ &&
-                    safeNorm(height, itsR->data()) < (1.0 - 1e-9) * safeNorm(height, r.data());
-  if (!(itsResidual < residual) && !good) return false;
-  x.swap(*at);
-  r.swap(*itsR);
-  g.swap(*itsG);
-  residual = itsResidual;
+  const bool good = leastSquares() && other->residual <= polished_ &&
+                    safeNorm(height, other->r.data()) < (1.0 - 1e-9) * safeNorm(height, r.data());
+  if (!(other->residual < residual) && !good) return false;
+  std::swap(iterate(), *other);
   return moved_ = true;
 }
 
-bool LinearSystem::replace(Doubles* at) {
-  tryR_.resize(height);
-  tryG_.resize(g.size());
-  const double tried = measure(at->data(), tryR_.data(), tryG_.data());
-  if (!(tried <= std::max({goal, polished_, 2.0 * residual}))) return false;
+bool LinearSystem::replace(const Doubles& other) {
+  tried_.x = other;
+  measure(&tried_);
+  if (!(tried_.residual <= std::max({goal, polished_, 2.0 * residual}))) return false;
   residual = HUGE_VAL;
-  return adopt(at, &tryR_, &tryG_, tried);
+  return adopt(&tried_);
 }
 
 void LinearSystem::goBack() {
   x.assign(width, 0.0);
   if (begin.size() > 0) x = begin;
-  residual = measure(x.data(), r.data(), g.data());
-}
-
-void LinearSystem::keepBetter(State&& other) {
-  if (!(other.residual < residual)) return;
-  x.swap(other.x);
-  r.swap(other.r);
-  g.swap(other.g);
-  residual = other.residual;
+  measure(this);
 }
 
 // True if the residual is large and orthogonal to the range of A as far as double precision can tell.
@@ -294,7 +277,7 @@ Doubles LinearSystem::toScaleOfUser() {
     x[j] = kept;
     underflow_ = true;
   }
-  if (underflow_) residual = measure(x.data(), r.data(), g.data());
+  if (underflow_) measure(this);
   return result;
 }
 

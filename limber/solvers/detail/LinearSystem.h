@@ -13,8 +13,15 @@
 
 namespace limber::detail {
 
-/// A x = b, or min |A x - b|, in units in which the largest entries of A and of b are near 1.
-class LinearSystem {
+/// A solution x, b - A x and, for least squares, A^T (b - A x), and the norm of the latter that counts.
+struct Iterate {
+  Doubles x, r, g;
+  double residual = HUGE_VAL;
+};
+
+/// A x = b, or min |A x - b|, in units in which the largest entries of A and of b are near 1. It is the best
+/// iterate so far.
+class LinearSystem : public Iterate {
  public:
   enum class Kind { leastSquares, positiveDefinite, square };
 
@@ -33,8 +40,8 @@ class LinearSystem {
   bool converged() const { return residual <= goal; }
   /// True if the solve must end here: it has converged or is not allowed to continue.
   bool ended() const { return converged() || run.mustEnd(); }
-  /// Computes r = b - A x and, for least squares, g = A^T r. Returns the norm of the residual.
-  double measure(const double* at, double* r, double* g);
+  /// Computes everything else about an iterate from its x.
+  void measure(Iterate* at);
   /// From now on, residuals are computed in twice the precision, beginning with that of x.
   void measurePrecisely();
   bool precise() const { return precise_; }
@@ -42,25 +49,18 @@ class LinearSystem {
   /// has only about four correct digits in a product in plain precision. A factor of a nearly singular matrix
   /// may have added much of its null space.
   bool swollen();
-  /// Adds d to x if that reduces the residual, and updates r and g. Returns true if it did.
+  /// Adds d to x if that reduces the residual. Returns true if it did.
   bool improve(const double* d);
-  /// The same for a new x that has already been measured.
-  bool adopt(Doubles* at, Doubles* itsR, Doubles* itsG, double itsResidual);
+  /// Exchanges the best iterate with one that has been measured, if that is better. Returns true if it did.
+  bool adopt(Iterate* other);
   /// Replaces x by another one if that is about as good. Returns true if it did.
-  bool replace(Doubles* at);
-  /// A state of the solution that can be restored.
-  struct State {
-    Doubles x, r, g;
-    double residual = HUGE_VAL;
-  };
-  State state() const { return {x, r, g, residual}; }
-  /// Restores the start.
+  bool replace(const Doubles& other);
+  Iterate& iterate() { return *this; }
+  /// Goes back to the start.
   void goBack();
-  /// Restores that state if its residual is smaller.
-  void keepBetter(State&& other);
-  void takeBack(const State& other) {
-    x = other.x, r = other.r, g = other.g;
-    residual = other.residual;
+  /// Goes back to that iterate if its residual is smaller.
+  void keepBetter(const Iterate& other) {
+    if (other.residual < residual) iterate() = other;
   }
   /// From here on, every method reduces the residual as far as it can; endPolish restores the goal.
   void beginPolish() { polished_ = goal, goal = 0.0; }
@@ -89,18 +89,16 @@ class LinearSystem {
   bool endless = false;
   std::unique_ptr<LinearMap> map;
   int height = 0, width = 0;
-  Doubles b, x;
+  Doubles b;
   /// The start; empty means zero.
   Doubles begin;
-  /// b - A x and, for least squares, A^T (b - A x).
-  Doubles r, g;
-  /// The norms of the right-hand side and of the residual, and the goal for the latter.
-  double norm = 0.0, residual = 0.0, goal = 0.0;
+  /// The norm of the right-hand side, and the goal for that of the residual.
+  double norm = 0.0, goal = 0.0;
 
  private:
   const char* takeMatrix(const SpMat& A, const Vector& right, const Vector& start);
-  double sizeOf(const double* itsR, const double* itsG) const;
-  double roundingOfProduct(const double* at);
+  double sizeOf(const Iterate& at) const;
+  double roundingOfProduct(const Doubles& at);
   bool unsolvable() const;
   /// What the report says about a solve whose last method ended so.
   struct Verdict {
@@ -117,7 +115,7 @@ class LinearSystem {
   /// |A| (Frobenius), once it is needed.
   double size_ = 0.0;
   bool moved_ = false, precise_ = false, underflow_ = false;
-  Doubles tryX_, tryR_, tryG_;
+  Iterate tried_;
 };
 
 /// |x|, without underflow or overflow of the squares.

@@ -78,10 +78,10 @@ bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, const Allo
 // x. If the method does not solve the system, the better x stays.
 template <class Method>
 void withoutNullSpace(LinearSystem& system, Method method) {
-  LinearSystem::State before = system.state();
+  const Iterate before = system;
   if (system.swollen()) system.goBack();
   method();
-  if (!system.converged()) system.keepBetter(std::move(before));
+  if (!system.converged()) system.keepBetter(before);
 }
 
 }  // namespace
