@@ -1,6 +1,8 @@
 #include "report.h"
 
 #include <cmath>
+#include <cwchar>
+#include <locale>
 
 namespace {
 
@@ -21,18 +23,11 @@ Formulas formulasOf(Method method) {
 
 // The length of the UTF-8 character that begins at `at`; 0 if there is none.
 std::size_t lengthOfCharacter(const std::string& text, std::size_t at) {
-  const auto byte = [&](std::size_t k) { return k < text.size() ? static_cast<unsigned char>(text[k]) : 0u; };
-  const unsigned first = byte(at), second = byte(at + 1);
-  if (first < 0x80) return 1;
-  const std::size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
-  if (first < 0xc2 || first > 0xf4) return 0;
-  for (std::size_t k = 1; k < length; ++k) {
-    if (byte(at + k) < 0x80 || byte(at + k) > 0xbf) return 0;
-  }
-  // overlong encodings, surrogates, and numbers above the last character are not valid
-  const bool wrong = (first == 0xe0 && second < 0xa0) || (first == 0xed && second > 0x9f) ||
-                     (first == 0xf0 && second < 0x90) || (first == 0xf4 && second > 0x8f);
-  return wrong ? 0 : length;
+  // the facet accepts surrogates, which begin with ED and A0 to BF
+  if (text[at] == '\xed' && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) > 0x9f) return 0;
+  const auto& utf8 = std::use_facet<std::codecvt<char32_t, char, std::mbstate_t>>(std::locale::classic());
+  std::mbstate_t state{};
+  return static_cast<std::size_t>(utf8.length(state, text.data() + at, text.data() + text.size(), 1));
 }
 
 // A JSON string, which is UTF-8. File names may contain any bytes; those that are no UTF-8 become U+FFFD.

@@ -19,7 +19,7 @@ namespace {
 
 constexpr int firstEntries = 2000;
 
-// The result of the one product with a block that has just been made.
+// The vector that each product with one block is written to, shared by all matrices.
 Vector* sharedResult() {
   static Vector* result = nullptr;
   if (!result) {

@@ -26,57 +26,53 @@ struct SlicedMatrix::Layout {
   bool finite = false;
 };
 
-namespace {
-
-void reportNoMemory() { limber::detail::ReportSite{"Vectors", __LINE__}.fatal(limber::detail::newFails); }
-
-}  // namespace
+// Makes the layout by fill(layout). The matrix is empty if that fails, which is reported.
+template <class Fill>
+void SlicedMatrix::make(int width, Fill fill) {
+  layout_ = new (std::nothrow) Layout;
+  if (layout_ && fill(*layout_)) {
+    width_ = width;
+    return;
+  }
+  limber::detail::ReportSite{"Vectors", __LINE__}.fatal(limber::detail::newFails);
+  delete layout_;
+  layout_ = nullptr;
+}
 
 // The rows' indices may reach beyond the width: SpVec::compact leaves a width that excludes the last one.
 template <class Take>
-void SlicedMatrix::make(int width, Take take) {
-  CompressedRows rows, columns;
-  if (!take(rows)) {
-    reportNoMemory();
-    return;
-  }
-  width_ = std::max(width, 0);
-  if (rows.height() == 0) return;
-  layout_ = new (std::nothrow) Layout;
-  bool made = layout_ && layout_->rows.copy(rows, std::max(width_, rows.reach()));
-  if (made) layout_->finite = layout_->rows.allFinite();
-  made = made && columns.takeTransposed(rows, width_) &&
-         (width_ == 0 || layout_->columns.copy(columns, rows.height()));
-  if (made) return;
-  reportNoMemory();
-  delete layout_;
-  layout_ = nullptr;
-  width_ = 0;
+void SlicedMatrix::layOut(int width, Take take) {
+  width = std::max(width, 0);
+  make(width, [&](Layout& layout) {
+    CompressedRows rows, columns;
+    if (!take(rows)) return false;
+    if (rows.height() == 0) return true;
+    if (!layout.rows.copy(rows, std::max(width, rows.reach())) || !columns.takeTransposed(rows, width)) {
+      return false;
+    }
+    layout.finite = layout.rows.allFinite();
+    return width == 0 || layout.columns.copy(columns, rows.height());
+  });
 }
 
 SlicedMatrix::SlicedMatrix(const HSpMat& A) {
-  make(A.width(), [&A](CompressedRows& rows) { return rows.takeRows(A); });
+  layOut(A.width(), [&A](CompressedRows& rows) { return rows.takeRows(A); });
 }
 
 SlicedMatrix::SlicedMatrix(const SpMat& A) {
   if (const HSpMat* const rowSparse = limber::detail::exactly<HSpMat>(&A)) {
-    make(rowSparse->width(), [rowSparse](CompressedRows& rows) { return rows.takeRows(*rowSparse); });
+    layOut(rowSparse->width(), [rowSparse](CompressedRows& rows) { return rows.takeRows(*rowSparse); });
   } else {
-    make(CompressedRows::widthOf(A), [&A](CompressedRows& rows) { return rows.takeElements(A); });
+    layOut(CompressedRows::widthOf(A), [&A](CompressedRows& rows) { return rows.takeElements(A); });
   }
 }
 
-SlicedMatrix::SlicedMatrix(const SlicedMatrix& other) : SpMat(other), width_(other.width_) {
+SlicedMatrix::SlicedMatrix(const SlicedMatrix& other) : SpMat(other) {
   if (!other.layout_) return;
-  layout_ = new (std::nothrow) Layout;
-  if (layout_ && layout_->rows.copy(other.layout_->rows) && layout_->columns.copy(other.layout_->columns)) {
-    layout_->finite = other.layout_->finite;
-    return;
-  }
-  reportNoMemory();
-  delete layout_;
-  layout_ = nullptr;
-  width_ = 0;
+  make(other.width_, [&other](Layout& layout) {
+    layout.finite = other.layout_->finite;
+    return layout.rows.copy(other.layout_->rows) && layout.columns.copy(other.layout_->columns);
+  });
 }
 
 SlicedMatrix& SlicedMatrix::operator=(const SlicedMatrix& other) {

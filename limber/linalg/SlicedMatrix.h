@@ -23,15 +23,15 @@ LIMBER_FIXED_TABLE_BEGIN
 /// factors from them. Up to the first factor it takes about 40 bytes for each entry of a matrix with five
 /// entries per row in least squares, and 60 for a positive definite matrix.
 ///
-/// When there is no memory that is reported, and the matrix has no rows and no columns. Copies are deep.
+/// If there is no memory, that is reported, and the matrix has no rows and no columns. Copies are deep.
 class LIMBER_API SlicedMatrix : public SpMat {
  public:
   /// The rows of A as they are, in the width that A has.
   explicit SlicedMatrix(const HSpMat& A);
-  /// The elements of A that are not 0.0, which are read through acc: for each place of A, except that only
-  /// the band of a BandedMatrix and the diagonal of a DiagonalMatrix or an IdentityMatrix are read. These
-  /// classes and SQPMatrix are asked for their own sizes and elements, which they hide from SpMat. An HSpMat
-  /// is copied by its rows.
+  /// The elements of A that are not 0.0. The rows of an HSpMat are copied; any other class is read through
+  /// acc, element by element. Only the band of a BandedMatrix and the diagonal of a DiagonalMatrix or an
+  /// IdentityMatrix are read. These classes and SQPMatrix hide their sizes and elements from SpMat; here
+  /// their own ones count.
   explicit SlicedMatrix(const SpMat& A);
   SlicedMatrix(const SlicedMatrix& other);
   SlicedMatrix& operator=(const SlicedMatrix& other);
@@ -45,7 +45,7 @@ class LIMBER_API SlicedMatrix : public SpMat {
   /// y = A^T x, as HSpMat::multT: y grows to the width, rows with x_i in [-1e-12, 1e-12] and entries outside
   /// the width are left out, and the slot behind y becomes 0.0. Allocates only to grow y.
   void multT(const Vector* x, Vector* y) const override;
-  /// The value of the first entry at column j of row i, 0.0 without one.
+  /// The value of the first entry at column j of row i, or 0.0 if there is none.
   double acc(int i, int j) const override;
   /// Multiplies every entry by s.
   void scalar(double s) override;
@@ -54,11 +54,13 @@ class LIMBER_API SlicedMatrix : public SpMat {
   friend class limber::detail::SlicedAccess;
   struct Layout;
 
+  template <class Fill>
+  void make(int width, Fill fill);
   template <class Take>
-  void make(int width, Take take);
+  void layOut(int width, Take take);
 
   int width_ = 0;
-  /// Null for a matrix without rows.
+  /// Null without memory.
   Layout* layout_ = nullptr;
 };
 

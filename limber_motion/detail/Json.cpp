@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cwchar>
+#include <locale>
 #include <string_view>
 
 #include "limber_motion/detail/Numbers.h"
@@ -14,19 +16,14 @@ unsigned byte(std::string_view text, std::size_t i) {
   return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
 }
 
-// The number of bytes of the UTF-8 character at the beginning of the text, or 0 if it does not begin with one
-// (RFC 3629).
+// The number of bytes of the UTF-8 character at the beginning of the text, or 0 if it does not begin with
+// one.
 std::size_t lengthOfCharacter(std::string_view text) {
-  const unsigned first = byte(text, 0), second = byte(text, 1);
-  if (first < 0x80) return 1;
-  if (first < 0xC2 || first > 0xF4) return 0;
-  const std::size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(text, i) & 0xC0) != 0x80) return 0;
-  }
-  const bool overlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
-  const bool surrogate = first == 0xED && second >= 0xA0, tooLarge = first == 0xF4 && second >= 0x90;
-  return overlong || surrogate || tooLarge ? 0 : length;
+  // the facet accepts surrogates
+  if (byte(text, 0) == 0xED && byte(text, 1) >= 0xA0) return 0;
+  const auto& utf8 = std::use_facet<std::codecvt<char32_t, char, std::mbstate_t>>(std::locale::classic());
+  std::mbstate_t state{};
+  return static_cast<std::size_t>(utf8.length(state, text.data(), text.data() + text.size(), 1));
 }
 
 std::string escaped(unsigned code) {

@@ -13,6 +13,24 @@ SMALL = "2 2 3\n1 1 2\n2 2 3\n2 1 .5\n"
 SPD = "%%MatrixMarket matrix coordinate real symmetric\n3 3 5\n1 1 4\n2 1 -1\n2 2 4\n3 2 -1\n3 3 4\n"
 
 
+def entries_of(rows):
+    return [(i, j, value) for i, row in enumerate(rows) for j, value in enumerate(row) if value]
+
+
+def coordinate(rows, scale=1.0):
+    """A dense matrix as the text of a coordinate file."""
+    entries = entries_of(rows)
+    lines = "".join(f"{i + 1} {j + 1} {value * scale!r}\n" for i, j, value in entries)
+    return f"{BANNER}{len(rows)} {len(rows[0])} {len(entries)}\n{lines}"
+
+
+def read_solution(path):
+    """The numbers of a Matrix Market array, after its size line."""
+    with open(path) as file:
+        lines = [line for line in file if not line.startswith("%")]
+    return [float(line) for line in lines[1:]]
+
+
 class SolveRunner(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()

@@ -19,10 +19,11 @@ if(TARGET solve)
     set(motion_programs SKELETON=$<TARGET_FILE:skeleton> MOTION_EDIT=$<TARGET_FILE:motion_edit>)
   endif()
   foreach(group IN ITEMS Files Truth Faults Memory)
+    string(TOLOWER ${group} script)
     add_test(NAME Examples.${group}
              COMMAND ${CMAKE_COMMAND} -E env ${motion_programs} $<TARGET_FILE:Python3::Interpreter>
-                     ${CMAKE_CURRENT_LIST_DIR}/solve_faults.py $<TARGET_FILE:solve> $<TARGET_FILE:survey_network>
-                     ${PROJECT_SOURCE_DIR}/examples/data ${group})
+                     ${CMAKE_CURRENT_LIST_DIR}/solve_${script}.py $<TARGET_FILE:solve>
+                     $<TARGET_FILE:survey_network> ${PROJECT_SOURCE_DIR}/examples/data)
     set_tests_properties(Examples.${group} PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 600)
   endforeach()
 endif()

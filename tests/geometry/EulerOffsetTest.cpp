@@ -16,33 +16,35 @@ namespace {
 
 const double quietNaN = std::numeric_limits<double>::quiet_NaN();
 
-TEST(ComposeEulerAngles, FirstThenSecond) {
-  RandomGeometry dice(31);
+// compute(a, b) gives the angles of the product of two rotations, which multiply(A, B) computes.
+template <class Compute, class Multiply>
+void expectAnglesOfProduct(unsigned seed, Compute compute, Multiply multiply) {
+  RandomGeometry dice(seed);
   for (int i = 0; i < 200; ++i) {
     const Pnt3 a = dice.point(), b = dice.point();
     Pnt3 out;
-    composeEulerAngles(a, b, out);
-    Matrix4x4 A = rotation(a.x, a.y, a.z), B = rotation(b.x, b.y, b.z), C;
-    multMatrix(&A, &B, &C);
+    compute(a, b, out);
+    const Matrix4x4 wanted = multiply(rotation(a.x, a.y, a.z), rotation(b.x, b.y, b.z));
     // The arc sine and the arc cosine lose half the digits.
-    ASSERT_TRUE(closeEntries(rotation(out.x, out.y, out.z), C, 4 * std::sqrt(epsilon)));
+    ASSERT_TRUE(closeEntries(rotation(out.x, out.y, out.z), wanted, 4 * std::sqrt(epsilon)));
   }
 }
 
+Matrix4x4 product(Matrix4x4 A, Matrix4x4 B) {
+  Matrix4x4 result;
+  multMatrix(&A, &B, &result);
+  return result;
+}
+
+TEST(ComposeEulerAngles, FirstThenSecond) { expectAnglesOfProduct(31, composeEulerAngles, product); }
+
 TEST(ComputeEulerOffset, TakesTheSecondToTheFirst) {
-  RandomGeometry dice(32);
-  for (int i = 0; i < 200; ++i) {
-    const Pnt3 a = dice.point(), b = dice.point();
-    Pnt3 out;
-    computeEulerOffset(a, b, out);
-    Matrix4x4 A = rotation(a.x, a.y, a.z), B = rotation(b.x, b.y, b.z),
-              offset = rotation(out.x, out.y, out.z);
-    Matrix4x4 transposedB, wanted;
+  expectAnglesOfProduct(32, computeEulerOffset, [](const Matrix4x4& A, const Matrix4x4& B) {
+    Matrix4x4 inverse;
     for (int r = 0; r < 4; ++r)
-      for (int c = 0; c < 4; ++c) transposedB.m[r][c] = B.m[c][r];
-    multMatrix(&transposedB, &A, &wanted);
-    ASSERT_TRUE(closeEntries(offset, wanted, 4 * std::sqrt(epsilon)));
-  }
+      for (int c = 0; c < 4; ++c) inverse.m[r][c] = B.m[c][r];
+    return product(inverse, A);
+  });
 }
 
 TEST(ComputeEulerOffset, OfARotationAndItselfIsZero) {

@@ -76,20 +76,23 @@ Jacobian band(int rows, int entries) {
   return J;
 }
 
+// Counts the walks and the merges that make all dot products of J's rows.
+void makeDots(const Jacobian& J) {
+  walks = merges = 0;
+  const std::unique_ptr<ResizeMatrix> dots(buildJJt(&J.matrix, nullptr, nullptr, nullptr, 0.0));
+}
+
 TEST(FastPaths, DotsOfRowsWithTheSameIndicesAreWalkedFourRowsAtATime) {
   Jacobian J(1);
   J.addFrames(1, 24, 5, 0);
-  walks = merges = 0;
-  const std::unique_ptr<ResizeMatrix> dots(buildJJt(&J.matrix, nullptr, nullptr, nullptr, 0.0));
+  makeDots(J);
   // Three panels of eight rows, each against itself and the rows below it.
   EXPECT_EQ(walks, 6 + 4 + 2);
   EXPECT_EQ(merges, 0);
 }
 
 TEST(FastPaths, DotsOfRowsWithOtherIndicesAreWalkedRowByRow) {
-  const Jacobian J = band(24, 5);
-  walks = merges = 0;
-  const std::unique_ptr<ResizeMatrix> dots(buildJJt(&J.matrix, nullptr, nullptr, nullptr, 0.0));
+  makeDots(band(24, 5));
   EXPECT_EQ(walks, 24 + 16 + 8);
   EXPECT_EQ(merges, 0);
 }
@@ -97,8 +100,7 @@ TEST(FastPaths, DotsOfRowsWithOtherIndicesAreWalkedRowByRow) {
 TEST(FastPaths, OnlyTheDotsOfARowThatIsNotInOrderAreMerged) {
   const Jacobian J = band(24, 5);
   std::swap(J.rows[20]->indices.data[1], J.rows[20]->indices.data[2]);
-  walks = merges = 0;
-  const std::unique_ptr<ResizeMatrix> dots(buildJJt(&J.matrix, nullptr, nullptr, nullptr, 0.0));
+  makeDots(J);
   EXPECT_EQ(walks, 23 + 15 + 7);
   // Row 20 with all rows; its dot with itself needs no merge. In its own panel it meets each row twice.
   EXPECT_GE(merges, 23);
@@ -111,8 +113,7 @@ TEST(FastPaths, RowsThatReachTooFarForAPanelAreMerged) {
     J.addRow(i, 3, 1.0);
     J.rows.back()->ins(1.5, 65536 + i);
   }
-  walks = merges = 0;
-  const std::unique_ptr<ResizeMatrix> dots(buildJJt(&J.matrix, nullptr, nullptr, nullptr, 0.0));
+  makeDots(J);
   EXPECT_EQ(walks, 0);
   EXPECT_GE(merges, 28);
 }

@@ -13,43 +13,36 @@ namespace {
 
 bool reachable(int index) { return index >= 0 && index < INT_MAX; }
 
-// Calls visit(i, j, element) for every element in the columns first(i) ... last(i) - 1 of every row.
-template <class Matrix, class First, class Last, class Visit>
-void visitBand(Matrix& A, int height, First first, Last last, Visit visit) {
-  for (int i = 0; i < height; ++i) {
-    for (int j = first(i); j < last(i); ++j) visit(i, j, A.acc(i, j));
-  }
+// Calls visit(A) with A as an object of its class, for the classes that hide height, width and acc from
+// SpMat.
+template <class Visit>
+int withItsClass(const SpMat& A, Visit visit) {
+  if (auto* const m = exactly<SQPMatrix>(&A)) return visit(*m);
+  if (auto* const m = exactly<IdentityMatrix>(&A)) return visit(*m);
+  if (auto* const m = exactly<DiagonalMatrix>(&A)) return visit(*m);
+  if (auto* const m = exactly<BandedMatrix>(&A)) return visit(*m);
+  return visit(A);
 }
 
-template <class Matrix, class Visit>
-int visitAll(Matrix& A, Visit visit) {
-  const int height = A.height(), width = A.width();
-  visitBand(
-      A, height, [](int) { return 0; }, [width](int) { return width; }, visit);
-  return height;
-}
+// The number of diagonals on each side of the main one that may be non-zero.
+long long bandOf(const SpMat&) { return INT_MAX; }
+long long bandOf(const IdentityMatrix&) { return 0; }
+long long bandOf(const DiagonalMatrix&) { return 0; }
+long long bandOf(const BandedMatrix& A) { return std::max(A.bw, 0); }
 
 // Calls visit(i, j, element) for every element that may be non-zero, in ascending i and j. Returns the
 // height.
 template <class Visit>
 int visitElements(const SpMat& A, Visit visit) {
-  if (auto* const m = exactly<SQPMatrix>(&A)) return visitAll(*m, visit);
-  const auto diagonal = [visit](auto& m) {
-    visitBand(
-        m, m.height(), [](int i) { return i; }, [](int i) { return i + 1; }, visit);
-    return m.height();
-  };
-  if (auto* const m = exactly<IdentityMatrix>(&A)) return diagonal(*m);
-  if (auto* const m = exactly<DiagonalMatrix>(&A)) return diagonal(*m);
-  if (auto* const m = exactly<BandedMatrix>(&A)) {
-    const int n = m->height(), bw = std::clamp(m->bw, 0, std::max(n, 0));
-    visitBand(
-        *m, n, [bw](int i) { return std::max(0, i - bw); },
-        [bw, n](int i) { return static_cast<int>(std::min<long long>(n, static_cast<long long>(i) + bw)); },
-        visit);
-    return n;
-  }
-  return visitAll(A, visit);
+  return withItsClass(A, [visit](auto& m) {
+    const int height = m.height(), width = m.width();
+    const long long band = bandOf(m);
+    for (int i = 0; i < height; ++i) {
+      const long long end = std::min<long long>(width, i + band + 1);
+      for (int j = static_cast<int>(std::max(0LL, i - band)); j < end; ++j) visit(i, j, m.acc(i, j));
+    }
+    return height;
+  });
 }
 
 }  // namespace
@@ -124,11 +117,7 @@ bool CompressedRows::takeTransposed(const CompressedRows& rows, int width) {
 }
 
 int CompressedRows::widthOf(const SpMat& A) {
-  if (auto* const m = exactly<SQPMatrix>(&A)) return m->width();
-  if (auto* const m = exactly<IdentityMatrix>(&A)) return m->width();
-  if (auto* const m = exactly<DiagonalMatrix>(&A)) return m->width();
-  if (auto* const m = exactly<BandedMatrix>(&A)) return m->width();
-  return A.width();
+  return withItsClass(A, [](auto& m) { return m.width(); });
 }
 
 int CompressedRows::reach() const {

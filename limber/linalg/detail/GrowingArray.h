@@ -3,6 +3,7 @@
 /// @file
 /// An array that keeps its storage between uses.
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -23,6 +24,12 @@ class GrowingArray {
     data_.reset(new (std::nothrow) T[static_cast<std::size_t>(room)]);
     if (data_) room_ = room;
     return data_ != nullptr;
+  }
+  /// Copies n elements of another array. False when there is no memory.
+  bool copy(const GrowingArray& other, long long n) {
+    if (!reserve(n)) return false;
+    std::copy_n(other.get(), n, get());
+    return true;
   }
   T* get() const { return data_.get(); }
   T& operator[](long long i) const { return data_[static_cast<std::size_t>(i)]; }

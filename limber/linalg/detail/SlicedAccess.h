@@ -13,7 +13,7 @@ class SlicedRows;
 
 class LIMBER_HIDDEN SlicedAccess {
  public:
-  /// Null for a matrix without rows.
+  /// Null for a matrix that had no memory.
   static const SlicedRows* rowsOf(const SlicedMatrix& A);
 };
 

@@ -96,13 +96,6 @@ int SlicedRows::blocks() const {
 
 int SlicedRows::end(int b) const { return height_ - b * block > block ? (b + 1) * block : height_; }
 
-bool SlicedRows::reserveFor(int n, long long entries, int longest) {
-  const long long blocksOfN = n / block + 2LL;
-  return place_.reserve(n) && slice_.reserve(n) && order_.reserve(n) && first_.reserve(blocksOfN) &&
-         start_.reserve(blocksOfN) && lengths_.reserve(longest + 2LL) && indices_.reserve(entries) &&
-         values_.reserve(entries);
-}
-
 template <class RowAt>
 bool SlicedRows::reserveRows(RowAt rowAt, int n) {
   if (n <= 0) return false;
@@ -113,7 +106,10 @@ bool SlicedRows::reserveRows(RowAt rowAt, int n) {
     entries += length;
     longest = std::max(longest, length);
   }
-  return reserveFor(n, entries, longest);
+  const long long blocksOfN = n / block + 2LL;
+  return place_.reserve(n) && slice_.reserve(n) && order_.reserve(n) && first_.reserve(blocksOfN) &&
+         start_.reserve(blocksOfN) && lengths_.reserve(longest + 2LL) && indices_.reserve(entries) &&
+         values_.reserve(entries);
 }
 
 template <class RowAt>
@@ -179,16 +175,13 @@ bool SlicedRows::copy(const int* starts, const int* indices, const double* value
 bool SlicedRows::copy(const SlicedRows& other) {
   height_ = width_ = slices_ = 0;
   if (other.height_ == 0) return true;
-  const int blocks = other.blocks();
-  const long long entries = other.start_[blocks];
-  if (!reserveFor(other.height_, entries, 0)) return false;
-  std::copy_n(other.place_.get(), other.height_, place_.get());
-  std::copy_n(other.order_.get(), other.height_, order_.get());
-  std::copy_n(other.slice_.get(), other.slices_, slice_.get());
-  std::copy_n(other.first_.get(), blocks + 1, first_.get());
-  std::copy_n(other.start_.get(), blocks + 1, start_.get());
-  std::copy_n(other.indices_.get(), entries, indices_.get());
-  std::copy_n(other.values_.get(), entries, values_.get());
+  const long long n = other.height_, bounds = other.blocks() + 1LL, entries = other.entries();
+  if (!place_.copy(other.place_, n) || !order_.copy(other.order_, n) ||
+      !slice_.copy(other.slice_, other.slices_) || !first_.copy(other.first_, bounds) ||
+      !start_.copy(other.start_, bounds) || !indices_.copy(other.indices_, entries) ||
+      !values_.copy(other.values_, entries)) {
+    return false;
+  }
   height_ = other.height_;
   width_ = other.width_;
   slices_ = other.slices_;

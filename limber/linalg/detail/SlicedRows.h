@@ -18,25 +18,25 @@ class CompressedRows;
 /// by one. The copy does not follow later changes of the rows. Its storage is kept for the next matrix.
 class SlicedRows {
  public:
-  /// Makes room for a copy of n rows: what copy() does then allocates nothing. False for no rows and when
-  /// there is no memory.
+  /// Makes room for a copy of n rows, so that copy() does not allocate. Returns false if there are no rows or
+  /// no memory.
   bool reserve(const SpVec* const* rows, int n);
-  /// Copies n rows with indices below `width`; null rows have no entries. False, and then without rows, where
-  /// reserve() is false and when an index lies outside.
+  /// Copies n rows with indices below `width`; null rows have no entries. If reserve() fails or an index lies
+  /// outside, this object has no rows afterwards, and the result is false.
   bool copy(const SpVec* const* rows, int n, int width);
   bool copy(const CompressedRows& rows, int width);
   /// The same for n rows whose entries stand at starts[i] ... starts[i + 1] - 1 of two arrays.
   bool copy(const int* starts, const int* indices, const double* values, int n, int width);
-  /// A deep copy. False, and then without rows, when there is no memory.
+  /// A deep copy. Without memory, this object has no rows afterwards, and the result is false.
   bool copy(const SlicedRows& other);
 
   /// The sizes of the copied matrix.
   int height() const { return height_; }
   int width() const { return width_; }
   long long entries() const { return height_ > 0 ? start_[blocks()] : 0; }
-  /// The value of the first entry of row i with the index j; 0.0 without one.
+  /// The value of the first entry of row i with the index j, or 0.0 if there is none.
   double at(int i, int j) const;
-  /// How many entries row i has, and a copy of them in their order.
+  /// The number of entries of row i, and a copy of them in their order.
   int length(int i) const { return place_[i].length; }
   void copyRow(int i, int* indices, double* values) const;
   /// Multiplies every value by s.
@@ -80,7 +80,6 @@ class SlicedRows {
   bool copyRows(RowAt rowAt, int n, int width);
   template <class RowAt>
   bool copyBlock(RowAt rowAt, int from, int to, int width);
-  bool reserveFor(int n, long long entries, int longest);
   int layOut(int from, int to);
   template <bool withoutTiny>
   void multiplyBlock(int block, const double* x, double* y) const;
