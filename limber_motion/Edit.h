@@ -71,7 +71,10 @@ class LIMBER_MOTION_API Edit {
   /// loosely for about 0.2 s around moments at which they would break what looks natural: the edge jerk (at
   /// most 3, 1.1 in the mean), the body jerk (1.3) or the turn of a joint (20 degrees); the foot then follows
   /// its recorded movement, smoothed, and the report's notes say where. Within 0.5 s of a constraint of the
-  /// user, contacts stay firm. Call it only once.
+  /// user, contacts stay firm. An edit without constraints of the user is met only if it keeps these bounds,
+  /// if standing feet (findStands) slide slower than 0.02 heights per second in the mean and not faster than
+  /// before, and, as in any edit, if no foot goes further below the ground than before or than its targets.
+  /// Call it only once.
   Report solve();
 
  private:

@@ -173,7 +173,7 @@ Quality measureQuality(const Clip& original, const Clip& edited, const std::vect
     throw Error("the clips to compare differ in joints or frames");
   }
   const Skeleton skeleton(before);
-  const Places was(before, skeleton), is(after, Skeleton(after));
+  const Places was(before, skeleton), is(after, skeleton);
   const double height = skeleton.height() > 0.0 ? skeleton.height() : 1.0;
   Quality quality;
   quality.stands = static_cast<int>(stands.size());

@@ -27,7 +27,7 @@ struct EditStep {
 /// Lengths are fractions of the body's height, speeds are such fractions per second, angles are in radians.
 struct Report {
   bool met = false;  ///< every firmly held joint is within the goal in every frame, no target was refused,
-                     ///< and the observer did not end the edit
+                     ///< the motion keeps the bounds of Edit::solve, and the observer did not end the edit
   bool impossible = false;           ///< no motion can meet all targets, or there were no targets
   std::vector<std::string> reasons;  ///< why the edit was not met, one sentence each
   std::vector<std::string> notes;    ///< other facts that the animator should know

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "limber_motion/Quality.h"
+#include "limber_motion/detail/BrokenBounds.h"
 #include "limber_motion/detail/HeldJoints.h"
 #include "limber_motion/detail/NameOf.h"
 
@@ -56,6 +57,7 @@ Report EditRun::run() {
   while (attempt(&givingUp)) continue;
   measure();
   if (!report_.met) explain();
+  noteBrokenBounds();
   for (const std::string& note : loosening_.notes(clip_)) report_.notes.push_back(note);
   noteGimbalLock();
   return report_;
@@ -152,7 +154,7 @@ void EditRun::noteMisses() {
 }
 
 void EditRun::measure() {
-  std::vector<Stand> contacts, feet;
+  std::vector<Stand> contacts;
   for (const Stand& run : runsOf(constraints_)) {
     const bool foot = std::find(feet_.feet.begin(), feet_.feet.end(), run.joint) != feet_.feet.end();
     if (foot || (run.end - run.first) * clip_.frameTime >= longReach) contacts.push_back(run);
@@ -168,10 +170,26 @@ void EditRun::measure() {
   report_.edgeJerk = quality.edgeJerk;
   report_.largestEdgeJerk = quality.largestEdgeJerk;
   report_.bodyJerk = quality.bodyJerk;
-  for (const int j : feet_.feet) feet.push_back({j, 0, 1});
-  const Quality ofFeet = measureQuality(original_, clip_, feet, feet_.ground);
-  report_.belowBefore = ofFeet.belowBefore;
-  report_.belowAfter = ofFeet.belowAfter;
+  report_.belowBefore = deepest(original_, skeleton_, feet_.feet, feet_.ground).depth;
+  report_.belowAfter = deepest(clip_, skeleton_, feet_.feet, feet_.ground).depth;
+}
+
+// Constraints of the user may ask for more than the bounds of an edit that only holds contacts.
+void EditRun::noteBrokenBounds() {
+  double target = 0.0;  // depth
+  bool user = false;
+  for (std::size_t i = 0; i < constraints_.size(); ++i) {
+    target = std::max(target, (feet_.ground - constraints_[i].target.y) / report_.height);
+    user = user || rank_[i] > 0;
+  }
+  std::vector<std::string> broken =
+      whoSinks(clip_, report_.belowBefore, target, deepest(clip_, skeleton_, feet_.feet, feet_.ground));
+  if (!user) {
+    for (const std::string& bound : brokenBounds(original_, clip_, skeleton_, feet_.first, report_))
+      broken.push_back(bound);
+  }
+  report_.met = report_.met && broken.empty();
+  report_.reasons.insert(report_.reasons.end(), broken.begin(), broken.end());
 }
 
 void EditRun::explain() {

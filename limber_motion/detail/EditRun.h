@@ -44,6 +44,7 @@ class EditRun {
   void noteMisses();
   void measure();
   void explain();
+  void noteBrokenBounds();
   void noteGimbalLock();
 
   Clip& clip_;

@@ -1,6 +1,7 @@
 #include "limber_motion/detail/Floor.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace limber::motion::detail {
 
@@ -30,6 +31,12 @@ Floor::Floor(const Clip& original, const Skeleton& skeleton, const Contacts& fee
   }
   for (double& least : least_) least += margin * skeleton.height();
   watched_.assign(static_cast<std::size_t>(original.frames) * feet_.size(), false);
+}
+
+double Floor::least(int joint) const {
+  const auto foot = std::find(feet_.begin(), feet_.end(), joint);
+  return foot == feet_.end() ? -std::numeric_limits<double>::infinity()
+                             : least_[static_cast<std::size_t>(foot - feet_.begin())];
 }
 
 std::vector<int> Floor::watch(const Clip& clip, int first, int end, const std::vector<Hold>& holds) {

@@ -24,6 +24,8 @@ class Floor {
   /// Adds a hold of the height for each joint that is watched in one of these frames and not held already.
   /// The order by frame is kept.
   void addTo(const Clip& clip, int first, int end, double weight, std::vector<Hold>* holds) const;
+  /// The least height of a joint; minus infinity if it is not a foot joint.
+  double least(int joint) const;
   const std::vector<int>& feet() const { return feet_; }
   /// The first frame of the motion, after separate poses such as a T-pose.
   int first() const { return first_; }

@@ -17,8 +17,8 @@ namespace limber::motion::detail {
 /// trunk.
 ///
 /// The looseness of a constraint is 0 if it is held at its target. From 0 to 1 it is held between its target
-/// and where the first stages bring its joint. Each further 1 makes its pull in these stages ten times
-/// weaker. Constraints of the user are never loose.
+/// and where the first stages bring its joint. Each further 1 makes its pull in these stages about thirty
+/// times weaker. Constraints of the user are never loose.
 class Loosening {
  public:
   /// The task must outlive this object.

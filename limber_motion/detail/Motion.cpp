@@ -20,6 +20,7 @@ constexpr double nothing = 5e-6;         // heights: such a miss needs no furthe
 constexpr double nearEnough = 0.01;      // heights: the next stage can remove such a miss
 constexpr double nearer = 0.8;           // fraction of a miss that a worthwhile step leaves
 constexpr double trembles = 0.05;        // seconds: what is faster than this is trembling
+constexpr double slackening = 0.03;      // factor for the pull of a contact per 1 of looseness above 1
 constexpr double mostStilled = 4.0;      // looseness up to which trembling is removed
 
 double squared(double x) { return x * x; }
@@ -127,6 +128,7 @@ void Motion::aimBetween() {
     const Pnt3 still = places.stilled(constraint.joint, constraint.frame, half, floor_.first());
     const Pnt3 place = still + (now - still) * std::clamp(looseness_[i] - mostStilled, 0.0, 1.0);
     aims_[i] += (place * height - constraint.target) * std::min(looseness_[i], 1.0);
+    aims_[i].y = std::max(aims_[i].y, std::min(constraint.target.y, floor_.least(constraint.joint)));
   }
 }
 
@@ -141,7 +143,7 @@ std::vector<Hold> Motion::asks(const Stage& stage) const {
     } else {
       weight = givenUp_[i] ? stage.gentlePull * squared(std::min(constraint.weight, 1.0))
                            : stage.pull * urgency_[i] * squared(constraint.weight);
-      if (looseness_[i] > 1.0) weight *= std::pow(0.1, looseness_[i] - 1.0);
+      if (looseness_[i] > 1.0) weight *= std::pow(slackening, looseness_[i] - 1.0);
     }
     list.push_back({constraint.frame, constraint.joint, stage.exact ? aims_[i] : constraint.target, weight,
                     stage.exact, false});
@@ -211,11 +213,11 @@ std::vector<Window> Motion::step(const Stage& stage, const std::vector<Window>& 
 double Motion::step(const Stage& stage, const Window& window) {
   const auto [first, end] = framesOf(window);
   std::vector<Hold> wanted = holdsIn(stage, window);
-  floor_.watch(changes_.clip, first, end, wanted);
+  const bool sinks = !floor_.watch(changes_.clip, first, end, wanted).empty();
   floor_.addTo(changes_.clip, first, end, stage.exact ? stage.pull : floorFirmness * stage.pull, &wanted);
   // If the motion is good enough already, only large parts are tried, because a small part of a bad step
   // could make it worse elsewhere.
-  const double least = stage.exact && largestMiss(window) <= task_.options.goal ? 0.75 : 0.05;
+  const double least = stage.exact && !sinks && largestMiss(window) <= task_.options.goal ? 0.75 : 0.05;
   const double scale = WindowStep(task_, stage, window, wanted, &changes_, &turns_).take(least);
   measureMisses(window);
   return scale;
@@ -227,8 +229,10 @@ std::vector<Window> Motion::unfinished(const Stage& stage, const Window& window,
                                        const std::vector<double>& missesBefore) {
   const double damping = scale > 0.0 ? window.damping : window.damping == 0.0 ? 1.0 : 100.0 * window.damping;
   if (!stage.exact && stepsOfRun_ < stage.leastSteps) return {{window.first, window.end, damping}};
-  if (stage.exact && scale == 0.0 && largestMiss(window) <= task_.options.goal) return {};
   const auto [first, last] = framesOf(window);
+  std::vector<int> low;  // frames in which a foot is too low
+  if (stage.exact) low = floor_.watch(changes_.clip, first, last, holdsIn(stage, window));
+  if (stage.exact && scale == 0.0 && low.empty() && largestMiss(window) <= task_.options.goal) return {};
   const auto [begin, end] = constraintsOf(window);
   std::vector<bool> open(static_cast<std::size_t>(last - first), false);
   for (std::size_t i = begin; i < end; ++i) {
@@ -238,10 +242,7 @@ std::vector<Window> Motion::unfinished(const Stage& stage, const Window& window,
     if (!stage.exact && givenUp_[i] && givenUpPull_ > 0.0) another = scale > 0.0;
     if (another) open[static_cast<std::size_t>(task_.constraints[i].frame - first)] = true;
   }
-  if (stage.exact) {
-    for (const int f : floor_.watch(changes_.clip, first, last, holdsIn(stage, window)))
-      open[static_cast<std::size_t>(f - first)] = true;
-  }
+  for (const int f : low) open[static_cast<std::size_t>(f - first)] = true;
   std::vector<Window> windows = around(open, window, stage.reach);
   for (Window& rest : windows) rest.damping = damping;
   return windows;
