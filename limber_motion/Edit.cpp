@@ -31,7 +31,7 @@ void check(const EditOptions& options) {
   if (!(options.knots >= 0.0)) refuse("knots is not a number from 0 on");
   if (!(options.goal > 0.0)) refuse("goal is not a number above 0");
   if (!(options.mostTurn > 0.0)) refuse("mostTurn is not a number above 0");
-  if (options.mostSteps < 1) refuse("mostSteps is less than 1");
+  if (options.mostSteps < 1 || options.mostSteps > 1000) refuse("mostSteps is not a number from 1 to 1000");
 }
 
 void checkPlace(const Clip& clip, int frame, int joint) {

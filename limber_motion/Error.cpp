@@ -5,6 +5,7 @@ namespace limber::motion {
 namespace {
 
 std::string place(const std::string& file, int line) {
+  if (file.empty()) return "";
   return line < 1 ? file + ": " : file + ":" + std::to_string(line) + ": ";
 }
 

@@ -8,7 +8,8 @@
 namespace limber::motion {
 
 /// The only exception class of this component: the input is not valid, or a file cannot be read or written.
-/// what() is "file:line: message", or "file: message" without a line, or only the message without a file.
+/// what() is "file:line: message", or "file: message" without a line, or only the message without a file
+/// name.
 class LIMBER_MOTION_API Error : public std::runtime_error {
  public:
   explicit Error(const std::string& message);

@@ -57,9 +57,8 @@ std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
   for (const auto& [name, value] : byName) {
     const int j = clip.find(name);
     if (j < 0) throw Error("no joint is called '" + name + "'");
-    if (!(value > 0.0) || !std::isfinite(value)) {
-      throw Error("the stiffness of '" + name + "' must be a number above 0");
-    }
+    if (!(value >= 1e-9 && value <= 1e9))
+      throw Error("the stiffness of '" + name + "' must be a number from 1e-9 to 1e9");
     stiffness[static_cast<std::size_t>(j)] = value;
   }
   return stiffness;

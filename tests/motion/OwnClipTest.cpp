@@ -132,7 +132,7 @@ TEST(OwnClip, TheEditRefusesOptionsThatAreNotUsable) {
   EXPECT_EQ(errorOf([&] { Edit(clip, options); }), "EditOptions::mostTurn is not a number above 0");
   options = EditOptions();
   options.mostSteps = 0;
-  EXPECT_EQ(errorOf([&] { Edit(clip, options); }), "EditOptions::mostSteps is less than 1");
+  EXPECT_EQ(errorOf([&] { Edit(clip, options); }), "EditOptions::mostSteps is not a number from 1 to 1000");
 }
 
 TEST(OwnClip, TheEditRefusesPlacesThatTheClipDoesNotHave) {
