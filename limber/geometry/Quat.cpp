@@ -79,18 +79,11 @@ void Quat::Euler(const char* order, double* angles) {
   for (int i = static_cast<int>(std::strlen(order)) - 1; i >= 0; --i) {
     const double h = angles[i] * 0.5;
     Quat f(std::cos(h), 0.0, 0.0, 0.0);
-    switch (order[i]) {
-      case 'X':
-        f.x = std::sin(h);
-        break;
-      case 'Y':
-        f.y = std::sin(h);
-        break;
-      case 'Z':
-        f.z = std::sin(h);
-        break;
-      default:
-        stdoutPrintf("unsupported euler channel type in conversion to quaternions\n");
+    double* const part = order[i] == 'X' ? &f.x : order[i] == 'Y' ? &f.y : order[i] == 'Z' ? &f.z : nullptr;
+    if (part) {
+      *part = std::sin(h);
+    } else {
+      stdoutPrintf("unsupported euler channel type in conversion to quaternions\n");
     }
     *this = *this * f;
   }

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "limber/foundation/detail/DoubleSum.h"
 #include "limber/geometry/Matrix3x3.h"
 #include "limber/geometry/Quat.h"
 
@@ -39,17 +40,10 @@ double length(const Pnt3& p) {
 }
 
 // a b - c d with an error of about one unit in the last place, also under cancellation: the rounding error
-// of each product is recovered exactly (Dekker 1971).
+// of each product is recovered exactly.
 double differenceOfProducts(double a, double b, double c, double d) {
-  const auto roundingError = [](double u, double v, double product) {
-    constexpr double splitter = 134217729.0;  // 2^27 + 1
-    const double bigU = splitter * u, bigV = splitter * v;
-    const double highU = bigU - (bigU - u), highV = bigV - (bigV - v);
-    const double lowU = u - highU, lowV = v - highV;
-    return ((highU * highV - product) + highU * lowV + lowU * highV) + lowU * lowV;
-  };
-  const double ab = a * b, cd = c * d;
-  return (ab - cd) + (roundingError(a, b, ab) - roundingError(c, d, cd));
+  const limber::detail::ExactProduct ab(a, b), cd(c, d);
+  return (ab.high - cd.high) + (ab.low - cd.low);
 }
 
 // a x b, with an error of about one unit in the last place of each component.

@@ -27,19 +27,10 @@ RotHelper nullFormat;
 RotHelper* nullRot = &nullFormat;
 
 void RotHelper::Set(char axis, double* params, double angle) const {
-  switch (axis) {
-    case 'X':
-      setX(params, angle);
-      break;
-    case 'Y':
-      setY(params, angle);
-      break;
-    case 'Z':
-      setZ(params, angle);
-      break;
-    default:
-      stdoutPrintf("can't set rotation variable %c\n", axis);
-  }
+  if (axis == 'X') return setX(params, angle);
+  if (axis == 'Y') return setY(params, angle);
+  if (axis == 'Z') return setZ(params, angle);
+  stdoutPrintf("can't set rotation variable %c\n", axis);
 }
 
 void RotHelper::Convert(const char* fromFormat, const char* toFormat, double* in, double* out) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdint>
+#include <functional>
 #include <new>
 
 #include "limber/foundation/Output.h"
@@ -55,26 +56,6 @@ double* place(const BandedMatrix& m, int i, int j) {
   if (i < 0 || !m.data || i >= m.maxRows || k < 0 || k >= usableWidth(m)) return nullptr;
   return m.data[i] ? m.data[i] + k : nullptr;
 }
-
-class BandRows final : public RowSource {
- public:
-  BandRows(const BandedMatrix& m, double diagAdd) : m_(m), diagAdd_(diagAdd) {}
-
-  void appendRow(int i, SpVec& row) const override {
-    // The diagonal is included even if the band does not contain it, because diagAdd is added there.
-    const std::int64_t bw = m_.bw;
-    const int start = static_cast<int>(std::clamp<std::int64_t>(i - bw, 0, i));
-    const int end = static_cast<int>(std::max<std::int64_t>(i + 1, std::min<std::int64_t>(i + bw, m_.rows)));
-    for (int j = start; j < end; ++j) {
-      const double* const stored = place(m_, i, j);
-      appendCompacted(row, i, j, stored ? *stored : 0.0, diagAdd_);
-    }
-  }
-
- private:
-  const BandedMatrix& m_;
-  double diagAdd_;
-};
 
 double scratch;
 std::int64_t farthestReported = 0;
@@ -166,7 +147,14 @@ void BandedMatrix::multT(const Vector* x, Vector* y) const {
 }
 
 SpMat* BandedMatrix::compact(double diagAdd, int, int b) {
-  return compactRows(rows, BandRows(*this, diagAdd), b);
+  const auto appendRow = [this, diagAdd](int i, SpVec& row) {
+    // The diagonal is included even if the band does not contain it, because diagAdd is added there.
+    const std::int64_t band = bw;
+    const int start = static_cast<int>(std::clamp<std::int64_t>(i - band, 0, i));
+    const int end = static_cast<int>(std::max<std::int64_t>(i + 1, std::min<std::int64_t>(i + band, rows)));
+    for (int j = start; j < end; ++j) appendCompacted(row, i, j, BandedMatrix::acc(i, j), diagAdd);
+  };
+  return compactRows(rows, std::cref(appendRow), b);
 }
 
 void BandedMatrix::scalar(double s) {

@@ -6,5 +6,5 @@
 using namespace limber::detail;
 
 HSpMat* naiveCompact(SpMat* m, double diagAdd, int, int reset) {
-  return compactRows(m->height(), ElementRows<const SpMat>(*m, diagAdd), reset);
+  return compactElements<const SpMat>(*m, diagAdd, reset);
 }

@@ -118,9 +118,7 @@ void SQPMatrix::mult(const Vector* x, Vector* y) const {
 
 void SQPMatrix::multT(const Vector* x, Vector* y) const { mult(x, y); }
 
-SpMat* SQPMatrix::compact(double diagAdd, int, int b) {
-  return compactRows(height(), ElementRows<SQPMatrix>(*this, diagAdd), b);
-}
+SpMat* SQPMatrix::compact(double diagAdd, int, int b) { return compactElements(*this, diagAdd, b); }
 
 namespace {
 

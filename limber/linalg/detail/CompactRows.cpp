@@ -66,7 +66,7 @@ void appendCompacted(SpVec& row, int i, int j, double value, double diagAdd) {
 
 long compactedEntries() { return entries; }
 
-HSpMat* compactRows(int height, const RowSource& source, int reset) {
+HSpMat* compactRows(int height, const std::function<void(int i, SpVec& row)>& appendRow, int reset) {
   if (!makeResult()) return nullptr;
   const int available = reset ? pool.count() : cursor.count();
   if (available < height) addRows(2 * (height - available));
@@ -80,7 +80,7 @@ HSpMat* compactRows(int height, const RowSource& source, int reset) {
     // The height grows with each added row, so row i exists if the result already had more than i rows.
     SpVec* const row = i >= result->height() ? takeRow() : result->row(i);
     if (!row) break;
-    source.appendRow(i, *row);
+    appendRow(i, *row);
     result->add(row);
   }
   if (reset) ncompact_clock.stop();

@@ -4,6 +4,8 @@
 /// What every conversion to the row-sparse form shares: the threshold, the entry counter, and the result
 /// matrix with its pool of rows.
 
+#include <functional>
+
 class HSpMat;
 class SpVec;
 
@@ -17,31 +19,17 @@ void appendCompacted(SpVec& row, int i, int j, double value, double diagAdd);
 /// FullMatrix::compact.
 long compactedEntries();
 
-/// Fills one row of the image: calls appendCompacted for each entry of row i, in ascending order.
-class RowSource {
- public:
-  virtual void appendRow(int i, SpVec& row) const = 0;
+/// naiveCompact for a matrix of `height` rows: appendRow(i, row) calls appendCompacted for each entry of row
+/// i, in ascending order.
+HSpMat* compactRows(int height, const std::function<void(int i, SpVec& row)>& appendRow, int reset);
 
- protected:
-  ~RowSource() = default;
-};
-
-/// Takes the rows of any matrix, element by element.
+/// The same for any matrix, element by element.
 template <class Matrix>
-class ElementRows final : public RowSource {
- public:
-  ElementRows(Matrix& m, double diagAdd) : m_(m), width_(m.width()), diagAdd_(diagAdd) {}
-  void appendRow(int i, SpVec& row) const override {
-    for (int j = 0; j < width_; ++j) appendCompacted(row, i, j, m_.acc(i, j), diagAdd_);
-  }
-
- private:
-  Matrix& m_;
-  const int width_;
-  const double diagAdd_;
-};
-
-/// naiveCompact for a matrix of `height` rows that `source` supplies.
-HSpMat* compactRows(int height, const RowSource& source, int reset);
+HSpMat* compactElements(Matrix& m, double diagAdd, int reset) {
+  const auto appendRow = [&m, width = m.width(), diagAdd](int i, SpVec& row) {
+    for (int j = 0; j < width; ++j) appendCompacted(row, i, j, m.acc(i, j), diagAdd);
+  };
+  return compactRows(m.height(), std::cref(appendRow), reset);
+}
 
 }  // namespace limber::detail

@@ -28,8 +28,12 @@ struct WorkVectors {
 
   /// Shares the vectors of another solver.
   void share(const Vector* const (&others)[N]) const {
-    for (int i = 0; i < N; ++i) copyShared(*fields[i], const_cast<Vector*>(others[i]));
-    if (!complete()) drop();
+    bool complete = true;
+    for (int i = 0; i < N; ++i) {
+      copyShared(*fields[i], const_cast<Vector*>(others[i]));
+      complete &= *fields[i] != nullptr;
+    }
+    if (!complete) drop();
   }
 
   void drop() const {
@@ -52,14 +56,6 @@ struct WorkVectors {
       if (vector->size() == size) continue;
       vector->grow(size);
       if (vector->size() != size) return false;
-    }
-    return true;
-  }
-
- private:
-  bool complete() const {
-    for (Vector** field : fields) {
-      if (!*field) return false;
     }
     return true;
   }

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "limber/foundation/detail/DoubleSum.h"
 #include "limber/linalg/HSpMat.h"
-#include "limber/solvers/detail/DoubleSum.h"
 #include "limber/solvers/detail/MatrixEntries.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
 #include "limber/solvers/detail/SolveRun.h"

@@ -40,12 +40,11 @@ void complete(LinearSystem::Kind kind, int start, Extent* extent) {
 double safeNorm(int n, const double* x) {
   const int k = largestExponent(n, x);
   if (k > -400 && k < 400) return fixedNorm(n, x);
-  return timesPowerOfTwo(std::sqrt(fixedSum(n,
-                                            [=](int i) {
-                                              const double v = timesPowerOfTwo(x[i], -k);
-                                              return v * v;
-                                            })),
-                         k);
+  const auto square = [=](int i) {
+    const double v = timesPowerOfTwo(x[i], -k);
+    return v * v;
+  };
+  return timesPowerOfTwo(std::sqrt(fixedSum(n, square)), k);
 }
 
 const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const Vector& start) {
@@ -85,6 +84,7 @@ void LinearSystem::copyColumns(const SpMat& A) {
   endless = true;
   try {
     Extent extent;
+    extent.foreign = true;
     extent.height = height;
     extent.width = width;
     copyEntries(A, extent, &rows);

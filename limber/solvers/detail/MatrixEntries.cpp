@@ -88,40 +88,37 @@ Extent copySliced(const SlicedMatrix& A, SparseRows* out) {
       [rows](int i, int* indices, double* values) { rows->copyRow(i, indices, values); });
 }
 
-void copyDense(const FullMatrix& A, const Extent& extent, SparseRows* out) {
+// Makes the rows of a matrix: appendRow(i) appends the entries of row i.
+template <class AppendRow>
+Extent makeRows(int height, int width, SparseRows* out, AppendRow appendRow) {
+  Extent extent;
+  extent.height = std::max(height, 0);
+  extent.width = std::max(width, 0);
   *out = SparseRows(extent.height, extent.width);
   for (int i = 0; i < extent.height; ++i) {
-    for (int j = 0; j < extent.width; ++j) appendNonZero(out, j, A.e(i, j));
+    appendRow(i);
     out->endRow();
   }
-}
-
-void copyBand(const BandedMatrix& A, const Extent& extent, SparseRows* out) {
-  *out = SparseRows(extent.height, extent.width);
-  for (int i = 0; i < extent.height; ++i) {
-    forBandRow(A, i, [out](int j, double value) { appendNonZero(out, j, value); });
-    out->endRow();
-  }
-}
-
-void copyDiagonal(int n, const double* values, double all, const Extent& extent, SparseRows* out) {
-  *out = SparseRows(extent.height, extent.width);
-  for (int i = 0; i < n; ++i) {
-    appendNonZero(out, i, values ? values[i] : all);
-    out->endRow();
-  }
+  return extent;
 }
 
 // | H + shift I, J^T; J, lower I |
-void copyBlocks(const SQPMatrix& A, const Extent& extent, SparseRows* out) {
+Extent copyBlocks(const SQPMatrix& A, SparseRows* out) {
+  Extent extent;
+  extent.damaged = true;
+  if (!A.H || !A.J) return extent;
   SparseRows H, J;
-  copyEntries(*A.H, extentOf(*A.H, 0, &H), &H);
-  copyEntries(*A.J, extentOf(*A.J, 0, &J), &J);
-  const int n = H.height;
+  const Extent h = extentOf(*A.H, 0, &H), j = extentOf(*A.J, 0, &J);
+  if (h.damaged || j.damaged || (h.width != h.height && !(h.open && h.width < h.height)) ||
+      j.width > h.height || (!j.open && j.width != h.height)) {
+    return extent;
+  }
+  copyEntries(*A.H, h, &H);
+  copyEntries(*A.J, j, &J);
+  const int n = h.height;
   J.width = std::max(J.width, n);
   const SparseRows Jt = J.transposed();
-  *out = SparseRows(extent.height, extent.width);
-  for (int i = 0; i < extent.height; ++i) {
+  return makeRows(n + j.height, n + j.height, out, [&](int i) {
     if (i < n) {
       out->appendRow(H, i);
       appendNonZero(out, i, A.hessianShift);
@@ -130,8 +127,7 @@ void copyBlocks(const SQPMatrix& A, const Extent& extent, SparseRows* out) {
       out->appendRow(J, i - n);
       appendNonZero(out, i, A.lowerDiagonal);
     }
-    out->endRow();
-  }
+  });
 }
 
 void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
@@ -159,52 +155,36 @@ void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
 Extent extentOf(const SpMat& A, int rows, SparseRows* copied) {
   if (const auto* sparse = exactly<HSpMat>(&A)) return copySparse(*sparse, copied);
   if (const auto* sliced = exactly<SlicedMatrix>(&A)) return copySliced(*sliced, copied);
-  Extent extent;
+  if (const auto* blocks = exactly<SQPMatrix>(&A)) return copyBlocks(*blocks, copied);
   if (const FullMatrix* const full = dense(A)) {
     const bool stored = full->data != nullptr;
-    extent.height = stored ? std::max(full->numRows, 0) : 0;
-    extent.width = stored ? std::max(full->numColumns, 0) : 0;
-  } else if (const auto* identity = exactly<IdentityMatrix>(&A)) {
-    extent.height = extent.width = std::max(identity->n, 0);
-  } else if (const auto* diagonal = exactly<DiagonalMatrix>(&A)) {
-    extent.height = extent.width = diagonal->diag ? std::max(diagonal->diag->count, 0) : 0;
-  } else if (const auto* band = exactly<BandedMatrix>(&A)) {
-    extent.height = extent.width = std::max(band->rows, 0);
-  } else if (const auto* blocks = exactly<SQPMatrix>(&A)) {
-    if (!blocks->H || !blocks->J) {
-      extent.damaged = true;
-      return extent;
-    }
-    SparseRows unused;
-    const Extent h = extentOf(*blocks->H, 0, &unused), j = extentOf(*blocks->J, 0, &unused);
-    extent.damaged = h.damaged || j.damaged || (h.width != h.height && !(h.open && h.width < h.height)) ||
-                     j.width > h.height || (!j.open && j.width != h.height);
-    extent.height = extent.width = h.height + j.height;
-  } else {
-    extent.foreign = true;
-    extent.height = std::max(A.height(), 0);
-    extent.width = std::max(A.width(), 0);
-    if (extent.height == 0) extent.height = rows;
+    return makeRows(stored ? full->numRows : 0, stored ? full->numColumns : 0, copied, [=](int i) {
+      for (int j = 0; j < copied->width; ++j) appendNonZero(copied, j, full->e(i, j));
+    });
   }
+  if (const auto* identity = exactly<IdentityMatrix>(&A)) {
+    return makeRows(identity->n, identity->n, copied, [=](int i) { appendNonZero(copied, i, identity->s); });
+  }
+  if (const auto* diagonal = exactly<DiagonalMatrix>(&A)) {
+    const int n = diagonal->diag ? diagonal->diag->count : 0;
+    return makeRows(n, n, copied, [=](int i) { appendNonZero(copied, i, diagonal->diag->data[i]); });
+  }
+  if (const auto* band = exactly<BandedMatrix>(&A)) {
+    return makeRows(band->rows, band->rows, copied, [=](int i) {
+      forBandRow(*band, i, [copied](int j, double value) { appendNonZero(copied, j, value); });
+    });
+  }
+  Extent extent;
+  extent.foreign = true;
+  extent.height = std::max(A.height(), 0);
+  extent.width = std::max(A.width(), 0);
+  if (extent.height == 0) extent.height = rows;
   return extent;
 }
 
 void copyEntries(const SpMat& A, const Extent& extent, SparseRows* out) {
-  if (exactly<HSpMat>(&A) || exactly<SlicedMatrix>(&A)) {
-    out->width = extent.width;
-  } else if (const FullMatrix* const full = dense(A)) {
-    copyDense(*full, extent, out);
-  } else if (const auto* identity = exactly<IdentityMatrix>(&A)) {
-    copyDiagonal(extent.height, nullptr, identity->s, extent, out);
-  } else if (const auto* diagonal = exactly<DiagonalMatrix>(&A)) {
-    copyDiagonal(extent.height, diagonal->diag ? diagonal->diag->data : nullptr, 0.0, extent, out);
-  } else if (const auto* band = exactly<BandedMatrix>(&A)) {
-    copyBand(*band, extent, out);
-  } else if (const auto* blocks = exactly<SQPMatrix>(&A)) {
-    copyBlocks(*blocks, extent, out);
-  } else {
-    copyByProducts(A, extent, out);
-  }
+  if (extent.foreign) copyByProducts(A, extent, out);
+  out->width = extent.width;
   out->tidy();
 }
 

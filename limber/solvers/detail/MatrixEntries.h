@@ -20,13 +20,12 @@ struct Extent {
   bool damaged = false;
 };
 
-/// The sizes of A. `rows` is the length of the right-hand side, which is used as the height of a foreign
-/// class that does not know its own. The entries of a row-sparse or sliced matrix are copied to find its
-/// width.
+/// The sizes of A, and a copy of its entries unless the class is foreign. `rows` is the length of the
+/// right-hand side, which is used as the height of a foreign class that does not know its own.
 Extent extentOf(const SpMat& A, int rows, SparseRows* copied);
 
-/// Copies the entries, or completes the copy that extentOf began: sorts them and adds up those at the same
-/// place. A foreign matrix is multiplied by the unit vectors. Throws std::bad_alloc.
+/// Completes the copy that extentOf began: sorts the entries and adds up those at the same place. A foreign
+/// matrix is multiplied by the unit vectors. Throws std::bad_alloc.
 void copyEntries(const SpMat& A, const Extent& extent, SparseRows* out);
 
 }  // namespace limber::detail

@@ -54,16 +54,17 @@ bool sameIndices(const SpVec* a, const SpVec* b) {
 
 }  // namespace
 
-IndexRuns::IndexRuns(const HSpMat& matrix) : lengths_(nullptr) {
+IndexRuns::IndexRuns(const HSpMat& matrix) {
   const int n = matrix.numRows;
   if (n < 1) return;
-  lengths_ = new (std::nothrow) int[static_cast<std::size_t>(n)];
+  lengths_.reset(new (std::nothrow) int[static_cast<std::size_t>(n)]);
   if (!lengths_) return;
+  int* const lengths = lengths_.get();
   for (int j = n - 1; j >= 0; --j) {
     if (j + 1 < n && sameIndices(matrix.rows[j], matrix.rows[j + 1])) {
-      lengths_[j] = lengths_[j + 1] > 0 ? lengths_[j + 1] + 1 : 0;
+      lengths[j] = lengths[j + 1] > 0 ? lengths[j + 1] + 1 : 0;
     } else {
-      lengths_[j] = isFilled(matrix.rows[j]) && isAscending(*matrix.rows[j]) ? 1 : 0;
+      lengths[j] = isFilled(matrix.rows[j]) && isAscending(*matrix.rows[j]) ? 1 : 0;
     }
   }
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
+#include <memory>
 
 #include "limber/linalg/HSpMat.h"
 #include "limber/solvers/detail/RowWalk.h"
@@ -13,15 +15,12 @@ namespace limber::detail {
 class IndexRuns {
  public:
   explicit IndexRuns(const HSpMat& matrix);
-  ~IndexRuns() { delete[] lengths_; }
-  IndexRuns(const IndexRuns&) = delete;
-  IndexRuns& operator=(const IndexRuns&) = delete;
   /// Number of rows from j on that have the indices of row j. 0 for a row that must be merged, because it is
   /// empty, its indices are not ascending, or there was no memory to find out.
-  int at(int j) const { return lengths_ ? lengths_[j] : 0; }
+  int at(int j) const { return lengths_ ? lengths_[static_cast<std::size_t>(j)] : 0; }
 
  private:
-  int* lengths_;
+  std::unique_ptr<int[]> lengths_;
 };
 
 /// Weighted dot products of up to eight neighbouring rows with other rows. The eight rows are stored side by

@@ -72,22 +72,13 @@ SolveMatrix::~SolveMatrix() {
 const HSpMat& SolveMatrix::rows() const { return *static_cast<const HSpMat*>(A_); }
 
 int SolveMatrix::height() const {
-  switch (kind_) {
-    case Kind::rows:
-      return rows().numRows;
-    case Kind::diagonal:
-      return concrete<DiagonalMatrix>(A_).height();
-    case Kind::identity:
-      return concrete<IdentityMatrix>(A_).height();
-    case Kind::banded:
-      return concrete<BandedMatrix>(A_).height();
-    case Kind::quadratic:
-      return SolveMatrix(concrete<SQPMatrix>(A_).H, Products::few).height() +
-             SolveMatrix(concrete<SQPMatrix>(A_).J, Products::few).height();
-    case Kind::other:
-      break;
-  }
-  return A_->height();
+  if (kind_ == Kind::rows) return rows().numRows;
+  if (kind_ == Kind::diagonal) return concrete<DiagonalMatrix>(A_).height();
+  if (kind_ == Kind::identity) return concrete<IdentityMatrix>(A_).height();
+  if (kind_ == Kind::banded) return concrete<BandedMatrix>(A_).height();
+  if (kind_ == Kind::other) return A_->height();
+  const SQPMatrix& Q = concrete<SQPMatrix>(A_);
+  return SolveMatrix(Q.H, Products::few).height() + SolveMatrix(Q.J, Products::few).height();
 }
 
 int SolveMatrix::width() const {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "limber/solvers/detail/DoubleSum.h"
+#include "limber/foundation/detail/DoubleSum.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
 
 namespace limber::detail {
