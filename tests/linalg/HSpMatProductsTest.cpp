@@ -32,6 +32,22 @@ TEST(HSpMat, MultTIntoALongerVectorForgetsWhatItHeld) {
   expectElements(y, {1, 0, 0, 1});
 }
 
+// The number of rows is public, so a caller may leave out the last rows.
+TEST(HSpMat, MultTDoesNotLookBehindTheLastRow) {
+  std::vector<Entries> rows(80);
+  for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = {{i < 40 ? 1 : 5000, 2.0}};
+  rows[20] = {{100, 3.0}};
+  OwnRows m(rows);
+  m.matrix.numRows = 40;
+  Vector x(40), y;
+  x = 1.0;
+  m.matrix.multT(&x, &y);
+  EXPECT_EQ(101, y.size());
+  EXPECT_LT(y.capacity, 5000);
+  EXPECT_EQ(3.0, y[100]);
+  EXPECT_EQ(2.0 * 39, y[1]);
+}
+
 TEST(HSpMat, MultTLeavesOutRowsWithATinyCoefficient) {
   OwnRows m({{{0, 1e30}}, {{1, 3.0}}});
   Vector x = vectorOf({1e-13, 2}), y;

@@ -1,6 +1,8 @@
 // Large matrices that are not row-sparse.
 #include <gtest/gtest.h>
 
+#include <new>
+
 #include "limber/linalg/SlicedMatrix.h"
 #include "limber/solvers/Solve.h"
 #include "tests/solvers/SolveSystems.h"
@@ -86,32 +88,39 @@ TEST(SolveLargeClasses, WhatProductsSolveIsNotCopied) {
   EXPECT_LE(products.count, 1000);
 }
 
-// A class of the caller whose products with unit vectors are not finite, so that it cannot be copied. The
-// last row is empty.
+// A class of the caller whose products with unit vectors are not finite, or fail, so that it cannot be
+// copied. The last row is empty.
 class NoCopy final : public SpMat {
  public:
+  explicit NoCopy(bool fails) : fails_(fails) {}
   int height() const override { return n; }
   int width() const override { return n; }
   void mult(const Vector* x, Vector* y) const override {
     int used = 0;
     for (int i = 0; i < n; ++i) used += (*x)[i] != 0.0;
-    for (int i = 0; i < n - 1; ++i) (*y)[i] = used == 1 && i == 0 ? HUGE_VAL : (1.0 + i % 5) * (*x)[i];
+    if (used == 1 && fails_) throw std::bad_alloc();
+    for (int i = 0; i < n - 1; ++i) (*y)[i] = (1.0 + i % 5) * (*x)[i];
+    if (used == 1) (*y)[0] = HUGE_VAL;
   }
   void multT(const Vector* x, Vector* y) const override {
     for (int i = 0; i < n - 1; ++i) (*y)[i] = (1.0 + i % 5) * (*x)[i];
   }
+
+ private:
+  const bool fails_;
 };
 
 TEST(SolveLargeClasses, WhatCannotBeCopiedIsSolvedByItsProductsAsFarAsPossible) {
-  Vector b = Random(4).vector(n);
-  const Solve solvers[] = {solveSquare, solveLeastSquares};
-  for (const Solve solve : solvers) {
-    Vector x;
-    const SolveReport report = solve(NoCopy(), b, &x, SolveOptions());
-    // the last equation is 0 = b
-    EXPECT_EQ(solve == solvers[0] ? SOLVE_STAGNATED : SOLVE_CONVERGED, report.status) << report.message;
-    ASSERT_EQ(n, x.count);
-    for (int i = 0; i < n - 1; ++i) EXPECT_NEAR(b[i] / (1.0 + i % 5), x[i], 1e-8) << i;
+  const Vector b = Random(4).vector(n);
+  for (const bool fails : {false, true}) {
+    for (const Solve solve : {solveSquare, solveLeastSquares}) {
+      Vector x;
+      const SolveReport report = solve(NoCopy(fails), b, &x, SolveOptions());
+      // the last equation is 0 = b
+      EXPECT_EQ(solve == solveSquare ? SOLVE_STAGNATED : SOLVE_CONVERGED, report.status) << report.message;
+      ASSERT_EQ(n, x.count);
+      for (int i = 0; i < n - 1; ++i) EXPECT_NEAR(b[i] / (1.0 + i % 5), x[i], 1e-8) << i;
+    }
   }
 }
 

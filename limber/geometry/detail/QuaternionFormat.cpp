@@ -52,10 +52,8 @@ class QuaternionFormat final : public RotHelper {
     const double s2 = 2.0 * s;
     for (int p = 0; p < 4; ++p) {
       const double c = 2.0 * s2 * s * q[p];
-      for (int e = 0; e < 9; ++e) out[9 * p + e] = s2 * dU[p][e] - c * U[e];
+      for (int e = 0; e < 9; ++e) out[9 * p + e] = (s2 * dU[p][e] - c * U[e]) * scale;
     }
-    if (scale != 1.0)
-      for (int e = 0; e < 36; ++e) out[e] *= scale;
   }
 
   void setX(double* params, double angle) const override { setInZXY(params, 1, angle); }
