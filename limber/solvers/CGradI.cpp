@@ -55,7 +55,7 @@ double ratio(const Vector& r, const Vector& stored, double oldSq) {
 
 void storeNegated(Vector& r, Vector& stored) {
   stored.grow(r.count);
-  for (int i = 0; i < r.count && i < stored.count; ++i) stored[i] = -r[i];
+  for (int i = 0; i < stored.count; ++i) stored[i] = -r[i];
 }
 
 bool converged(double rsq, double previous) {

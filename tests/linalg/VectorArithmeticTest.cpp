@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 
 #include "limber/foundation/Output.h"
@@ -151,6 +152,36 @@ TEST(VectorArithmetic, ScaleCopyTakesTheSize) {
   expectElements(longer, {0.5, 1, 1.5, 2, 2.5, 3});
   scaleCopy(3.0, &src, &src);
   expectElements(src, {3, 6, 9, 12, 15, 18});
+}
+
+// What is left in the storage behind the size may become visible again, so no operation writes there.
+TEST(VectorArithmetic, NoOperationWritesBehindTheSize) {
+  const std::function<void(Vector&, Vector&)> operations[] = {
+      [](Vector& v, Vector& w) { v += w; },
+      [](Vector& v, Vector& w) { v -= w; },
+      [](Vector& v, Vector& w) { v *= w; },
+      [](Vector& v, Vector& w) { v /= w; },
+      [](Vector& v, Vector& w) { v = w; },
+      [](Vector& v, Vector&) { v = 5.0; },
+      [](Vector& v, Vector&) { v += 5.0; },
+      [](Vector& v, Vector&) { v *= 5.0; },
+      [](Vector& v, Vector&) { v.scale(5.0); },
+      [](Vector& v, Vector& w) { v.sum(&w, &w); },
+      [](Vector& v, Vector& w) { v.scaleAdd(2, &w); },
+      [](Vector& v, Vector& w) { scaleCopy(2, &w, &v); },
+  };
+  for (const auto& operation : operations) {
+    for (const int n : {0, 1, 3, 4, 7, 16}) {
+      Vector v(20), w(20);
+      v = 7.0;
+      w = 3.0;
+      v.count = w.count = n;
+      operation(v, w);
+      EXPECT_EQ(n, v.count);
+      for (int i = 0; i < n; ++i) EXPECT_NE(7.0, v[i]);
+      for (int i = n; i < 20; ++i) EXPECT_EQ(7.0, v.data[i]) << &operation - operations << " " << n;
+    }
+  }
 }
 
 TEST(VectorArithmetic, MagnitudeIsOfAllElements) {
