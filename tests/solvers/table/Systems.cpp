@@ -151,7 +151,9 @@ std::deque<System> systems() {
         for (int k = 0; k < j; ++k) v *= i / 40.0;
         return v;
       }));
-  add("row1x7", filled(1, 7, [](int, int j) { return j + 0.5; }));
+  for (const int n : {7, 40, 90}) {
+    add("row1x" + std::to_string(n), filled(1, n, [&](int, int j) { return j + 0.5 + numbers.next(); }));
+  }
   add("column7x1", filled(7, 1, [](int i, int) { return i - 2.5; }));
   return all;
 }
