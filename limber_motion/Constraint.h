@@ -24,4 +24,10 @@ struct Constraint {
 /// one is kept.
 LIMBER_MOTION_API void sortByFrame(std::vector<Constraint>* constraints);
 
+/// The weights of a constraint that lasts for `frames` frames, one for each of them. It rises from 0 over the
+/// first `in` frames and falls over the last `out` frames by 3 u^2 - 2 u^3. In between it is `weight`. The
+/// ramps stay below 1, so that they only pull. Throws Error if a ramp is negative or if both together are
+/// longer than the range.
+LIMBER_MOTION_API std::vector<double> easedWeights(int frames, int in, int out, double weight = 1.0);
+
 }  // namespace limber::motion

@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "limber_motion/Error.h"
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/Upright.h"
 #include "limber_motion/detail/Feet.h"
@@ -180,6 +181,7 @@ class ContactFinder {
 }  // namespace
 
 Contacts findContacts(const Clip& clip, const ContactOptions& options) {
+  if (clip.frames < 1) throw Error("the clip has no frames");
   Contacts found = ContactFinder(upright(clip), options).find();
   for (Contact& contact : found.list) contact.place = fromUpright(contact.place, clip.up);
   return found;

@@ -34,13 +34,15 @@ void check(const EditOptions& options) {
   if (options.mostSteps < 1 || options.mostSteps > 1000) refuse("mostSteps is not a number from 1 to 1000");
 }
 
+bool isFinite(const Pnt3& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
+
 void checkPlace(const Clip& clip, int frame, int joint) {
   if (joint < 0 || joint >= static_cast<int>(clip.joints.size())) {
     throw Error("there is no joint " + std::to_string(joint) + " in the clip, which has joints 0 to " +
                 std::to_string(clip.joints.size() - 1));
   }
   if (frame < 0 || frame >= clip.frames) {
-    throw Error(nameOf(clip, joint) + " cannot be held in frame " + std::to_string(frame + 1) +
+    throw Error(nameOf(clip, joint) + " cannot be held in frame " + std::to_string(frame + 1LL) +
                 " of a clip of " + std::to_string(clip.frames) + " frames");
   }
 }
@@ -58,8 +60,10 @@ void Edit::plant(const Contacts& contacts) {
   for (const Contact& contact : contacts.list) {
     checkPlace(clip_, contact.first, contact.joint);
     checkPlace(clip_, contact.last, contact.joint);
+    if (!isFinite(contact.place))
+      throw Error("the place of a contact of " + nameOf(clip_, contact.joint) + " is not a finite point");
   }
-  for (const int foot : contacts.feet) checkPlace(clip_, 0, foot);
+  for (const int foot : contacts.feet) checkPlace(clip_, contacts.first, foot);
   feet_ = contacts;
   planted_ = true;
   plants_ = constraintsOf(contacts);
@@ -69,28 +73,34 @@ void Edit::reach(int frame, int joint, const Pnt3& point, double weight) {
   checkPlace(clip_, frame, joint);
   const std::string target =
       "the target of " + nameOf(clip_, joint) + " in frame " + std::to_string(frame + 1);
-  if (!std::isfinite(point.x) || !std::isfinite(point.y) || !std::isfinite(point.z))
-    throw Error(target + " is not a finite point");
+  if (!isFinite(point)) throw Error(target + " is not a finite point");
   if (!(weight >= 0.0 && std::isfinite(weight)))
     throw Error(target + " has a weight that is not a number from 0 on");
   constraints_.push_back({frame, joint, point, weight});
 }
 
-void Edit::hold(int first, int last, int joint) {
+void Edit::hold(int first, int last, int joint, int easeIn, int easeOut) {
   checkPlace(clip_, first, joint);
   checkPlace(clip_, last, joint);
   if (last < first)
     throw Error(nameOf(clip_, joint) + " is to be held from frame " + std::to_string(first + 1) +
                 " to the earlier frame " + std::to_string(last + 1));
   const Pnt3 place = Skeleton(clip_).position(joint, clip_.frame(first));
-  for (int f = first; f <= last; f++) reach(f, joint, place);
+  const std::vector<double> weights = easedWeights(last - first + 1, easeIn, easeOut);
+  for (int f = first; f <= last; f++) reach(f, joint, place, weights[static_cast<std::size_t>(f - first)]);
 }
+
+void Edit::hold(int first, int last, int joint) { hold(first, last, joint, 0, 0); }
 
 void Edit::reach(int frame, const std::string& joint, const Pnt3& point, double weight) {
   reach(frame, jointCalled(joint), point, weight);
 }
 
 void Edit::hold(int first, int last, const std::string& joint) { hold(first, last, jointCalled(joint)); }
+
+void Edit::hold(int first, int last, const std::string& joint, int easeIn, int easeOut) {
+  hold(first, last, jointCalled(joint), easeIn, easeOut);
+}
 
 int Edit::jointCalled(const std::string& name) const {
   const int joint = clip_.find(name);

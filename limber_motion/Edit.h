@@ -49,7 +49,7 @@ class LIMBER_MOTION_API Edit {
   explicit Edit(Clip& clip, EditOptions options = EditOptions());
 
   /// Holds each contact's joint at its place in its frames, and no other contacts from an earlier call.
-  /// Throws Error if the clip does not have a contact's frames or joint.
+  /// Throws Error if the clip does not have a contact's frames or joint, or if a place is not finite.
   void plant(const Contacts& contacts);
   /// Holds a joint at a point in one frame (from 0), in the clip's unit. A weight of 1 or more holds the
   /// joint there; a smaller weight only pulls. Throws Error if the clip does not have the frame or joint, or
@@ -62,6 +62,10 @@ class LIMBER_MOTION_API Edit {
   /// Throws as reach does, and if `last` is before `first`.
   void hold(int first, int last, int joint);
   void hold(int first, int last, const std::string& joint);
+  /// The same with weights that rise over the first `easeIn` frames and fall over the last `easeOut` frames.
+  /// Throws as easedWeights does, too.
+  void hold(int first, int last, int joint, int easeIn, int easeOut);
+  void hold(int first, int last, const std::string& joint, int easeIn, int easeOut);
   /// Calls reach for each constraint.
   void add(const std::vector<Constraint>& constraints);
 

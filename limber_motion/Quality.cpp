@@ -154,6 +154,7 @@ double largestTurn(const Clip& before, const Clip& after) {
 }  // namespace
 
 std::vector<Stand> findStands(const Clip& original, double* ground) {
+  if (original.frames < 1) throw Error("the clip has no frames");
   const Clip clip = upright(original);
   const Skeleton skeleton(clip);
   double lowest = 0.0;
@@ -171,6 +172,11 @@ Quality measureQuality(const Clip& original, const Clip& edited, const std::vect
   if (before.frames != after.frames || before.joints.size() != after.joints.size() ||
       before.channels != after.channels) {
     throw Error("the clips to compare differ in joints or frames");
+  }
+  for (const Stand& s : stands) {
+    const bool jointFits = s.joint >= 0 && s.joint < static_cast<int>(before.joints.size());
+    if (!jointFits || s.first < 0 || s.end <= s.first || s.end > before.frames)
+      throw Error("a stand is not within the clip");
   }
   const Skeleton skeleton(before);
   const Places was(before, skeleton), is(after, skeleton);

@@ -5,6 +5,7 @@
 #include <map>
 #include <utility>
 
+#include "limber_motion/Error.h"
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/detail/LineReader.h"
 #include "limber_motion/detail/NameOf.h"
@@ -16,20 +17,6 @@ namespace limber::motion {
 namespace {
 
 using detail::nameOf;
-
-// The numbers of frames over which a weight rises at the beginning of a range and falls at its end.
-struct Ramps {
-  int in = 0, out = 0;
-
-  // The fraction of the weight in frame i of a range of n frames.
-  double at(int i, int n) const {
-    const double u = std::min(rise(i, in), rise(n - 1 - i, out));
-    return u * u * (3.0 - 2.0 * u);
-  }
-
- private:
-  static double rise(int i, int frames) { return i >= frames ? 1.0 : (i + 1.0) / (frames + 1.0); }
-};
 
 class ScriptReader {
  public:
@@ -92,17 +79,19 @@ class ScriptReader {
     return value;
   }
 
-  Ramps ramps(int length) {
-    Ramps ramps;
-    if (!take("ease")) return ramps;
-    ramps.in = in_.integer("the frames of a ramp");
-    ramps.out = in_.peek().empty() ? ramps.in : in_.integer("the frames of a ramp");
-    if (ramps.in < 0 || ramps.out < 0) in_.fail("expected a ramp of 0 frames or more");
-    if (ramps.in > length - ramps.out) {
-      in_.fail("ramps of " + std::to_string(ramps.in) + " and " + std::to_string(ramps.out) +
-               " frames are longer than the range of " + std::to_string(length));
+  // The weights in each of the frames.
+  std::vector<double> weights(int frames) {
+    const double full = weight();
+    int in = 0, out = 0;
+    if (take("ease")) {
+      in = in_.integer("the frames of a ramp");
+      out = in_.peek().empty() ? in : in_.integer("the frames of a ramp");
     }
-    return ramps;
+    try {
+      return easedWeights(frames, in, out, full);
+    } catch (const Error& error) {
+      in_.fail(error.what());
+    }
   }
 
   bool take(const char* word) {
@@ -129,15 +118,14 @@ class ScriptReader {
       constraint.target.y = in_.real("a coordinate");
       constraint.target.z = in_.real("a coordinate");
     }
-    const double full = weight();
-    const int length = last - first + 1;
-    const Ramps eased = ramps(length);
+    constraint.frame = first;
+    const std::vector<double> weights = this->weights(last - first + 1);
     in_.expectLineEnd();
-    for (constraint.frame = first; constraint.frame <= last; ++constraint.frame) {
+    for (const double weight : weights) {
+      constraint.weight = weight;
       refuseSecond(constraint);
-      const double part = eased.at(constraint.frame - first, length);
-      constraint.weight = part < 1.0 ? std::min(full, 1.0) * part : full;
       script_.constraints.push_back(constraint);
+      ++constraint.frame;
     }
   }
 

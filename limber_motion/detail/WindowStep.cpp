@@ -71,8 +71,7 @@ double WindowStep::take(double least) {
   return 0.0;
 }
 
-// Unknowns that would turn too far are bound, and the others near them make up for them. Knots couple all
-// frames, so with knots all unknowns do.
+// Unknowns that would turn too far are bound, and the others near them make up for them.
 void WindowStep::findStep() {
   turns_.release(stage_, wide_, total(0.0));
   std::vector<Window> open = {window_};
@@ -81,7 +80,6 @@ void WindowStep::findStep() {
       if (!solve(window)) return;
     }
     open = windowsAround(turns_.bind(stage_, wide_, total(1.0)), wide_.first, stage_.reach);
-    if (changes_.curves.spacing() > 1 && !open.empty()) open = {window_};
     for (Window& window : open) {
       window.first = std::max(window.first, window_.first);
       window.end = std::min(window.end, window_.end);

@@ -128,9 +128,32 @@ TEST(Edit, HoldsAJointWhereItIsBesidePlants) {
   for (int f = 30; f <= 33; f++) {
     EXPECT_LE((skeleton.position(head, clip.frame(f)) - place).length(), 1e-4 * skeleton.height()) << f;
   }
-  Clip other = walk();
-  EXPECT_THROW(Edit(other).hold(0, 3, -1), Error);
-  EXPECT_THROW(Edit(other).hold(118, 120, head), Error);
+}
+
+// The frames of a ramp are only pulled at, so the joint comes to its place and leaves it more gently.
+TEST(Edit, AnEasedHoldIsAsAScriptWouldHaveItAndGentler) {
+  const TemporaryDirectory directory;
+  Clip eased = walk(), scripted = walk(), firm = walk();
+  const Clip before = eased;
+  const Skeleton skeleton(before);
+  const int hand = before.find("LeftHand");
+  Edit easedEdit(eased), scriptedEdit(scripted), firmEdit(firm);
+  easedEdit.hold(40, 59, "LeftHand", 6, 5);
+  scriptedEdit.add(
+      readScript(directory.write("script.txt", "hold 41-60 LeftHand ease 6 5\n"), nullptr, before)
+          .constraints);
+  firmEdit.hold(40, 59, hand);
+  const Report report = easedEdit.solve();
+  EXPECT_TRUE(report.met) << textOf(report);
+  EXPECT_EQ(report.heldFrames, 9);
+  EXPECT_TRUE(scriptedEdit.solve().met);
+  EXPECT_TRUE(firmEdit.solve().met);
+  EXPECT_EQ(eased.values, scripted.values);
+  const Pnt3 place = skeleton.position(hand, before.frame(40));
+  for (int f = 46; f <= 54; f++)
+    EXPECT_LE((skeleton.position(hand, eased.frame(f)) - place).length(), 1e-4 * skeleton.height()) << f;
+  const double gentle = acceleration(before, eased, hand), abrupt = acceleration(before, firm, hand);
+  EXPECT_TRUE(gentle < 0.8 * abrupt) << gentle << " " << abrupt;
 }
 
 TEST(Edit, RefusesASecondTargetForTheSameJointAndFrame) {

@@ -151,4 +151,28 @@ TEST(OwnClip, TheEditRefusesPlacesThatTheClipDoesNotHave) {
             "the target of Left.End in frame 1 has a weight that is not a number from 0 on");
   EXPECT_EQ(errorOf([&] { edit.reach(0, 2, Pnt3(), std::numeric_limits<double>::infinity()); }),
             "the target of Left.End in frame 1 has a weight that is not a number from 0 on");
+  contacts.list = {{2, 0, 1, Pnt3(0, std::nan(""), 0), 1}};
+  EXPECT_EQ(errorOf([&] { edit.plant(contacts); }),
+            "the place of a contact of Left.End is not a finite point");
+  contacts.list.clear();
+  contacts.feet = {2};
+  contacts.first = 2;
+  EXPECT_EQ(errorOf([&] { edit.plant(contacts); }),
+            "Left.End cannot be held in frame 3 of a clip of 2 frames");
+  EXPECT_EQ(errorOf([&] { edit.hold(0, 2147483647, 2); }),
+            "Left.End cannot be held in frame 2147483648 of a clip of 2 frames");
+  EXPECT_EQ(errorOf([&] { edit.hold(0, 1, 2, 2, 1); }),
+            "ramps of 2 and 1 frames are longer than the range of 2");
+  EXPECT_EQ(errorOf([&] { edit.hold(0, 1, 2, -1, 0); }), "expected a ramp of 0 frames or more");
+}
+
+TEST(OwnClip, NothingStandsOutsideItsFrames) {
+  Clip clip = twoBones();
+  for (const Stand& stand :
+       {Stand{-1, 0, 2}, Stand{5, 0, 2}, Stand{2, -1, 2}, Stand{2, 1, 1}, Stand{2, 0, 3}})
+    EXPECT_EQ(errorOf([&] { measureQuality(clip, clip, {stand}, 0.0); }), "a stand is not within the clip");
+  clip.frames = 0;
+  clip.values.clear();
+  EXPECT_EQ(errorOf([&] { findContacts(clip); }), "the clip has no frames");
+  EXPECT_EQ(errorOf([&] { measureQuality(clip, clip); }), "the clip has no frames");
 }
