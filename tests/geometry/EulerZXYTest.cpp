@@ -203,6 +203,14 @@ TEST(FactorZXY, LengthsOf0Point9To1Point1AreRotationsAndNaNIsNot) {
     }
 }
 
+TEST(FactorZXY, AYAxisOfNoLengthIsTakenForUp) {
+  Matrix4x4 m = rotation(0.5, 0.25, 0.125);
+  for (int j = 0; j < 3; ++j) m.m[1][j] = 0.0;
+  CapturedOutput output;
+  factor(m, 0, 0, 1);
+  EXPECT_NE(output.out().find("Yax : 0 1 0\n"), std::string::npos);
+}
+
 TEST(FactorZXY, VerbosePrintsEachStep) {
   Matrix4x4 m = rotation(0.5, 0.25, 0.125), scaled = m;
   for (int j = 0; j < 3; ++j) scaled.m[0][j] *= 1.05;

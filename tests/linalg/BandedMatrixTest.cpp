@@ -134,7 +134,7 @@ TEST(BandedMatrix, GrowBeyondTheRowsKeepsThemAndAddsTenMore) {
   BandedMatrix m(5, 6);
   m.zero();
   m.e(3, 3) = 4.0;
-  double* const third = m.data[3];
+  double *const first = m.data[0], *const third = m.data[3];
   CapturedOutput output;
   m.growbw(12, 2);
   EXPECT_EQ(output.out(), "Expanding Banded Matrix from 5 to 22 rows!\n");
@@ -142,6 +142,7 @@ TEST(BandedMatrix, GrowBeyondTheRowsKeepsThemAndAddsTenMore) {
   EXPECT_EQ(m.maxRows, 22);
   EXPECT_EQ(m.rows, 12);
   EXPECT_EQ(m.bw, 2);
+  EXPECT_EQ(m.data[0], first);
   EXPECT_EQ(m.data[3], third);
   EXPECT_EQ(m.acc(3, 4), 4.0);  // values keep their places, which are now one place right of the diagonal
   for (int i = 5; i < 22; ++i)

@@ -121,6 +121,20 @@ TEST(Svd, SmallerResultsReturnTheirArgumentAndNothingIsWritten) {
   EXPECT_EQ(norm(u) + norm(s) + norm(vt), 0.0);
 }
 
+TEST(Svd, ValuesBehindTheRankGoOnlyIntoTheRoomThatThereIs) {
+  FullMatrix a(2, 3), u(2, 2), s(1, 3), vt(3, 3);
+  a.e(0, 0) = a.e(1, 1) = 1.0;
+  s.data[2] = 7.0;
+  FullMatrix again(a);
+  EXPECT_EQ(svdDecomp(&again, &u, &s, &vt), 0);
+  EXPECT_EQ(s.data[2], 0.0);
+  s.numColumns = 2;
+  s.data[2] = 7.0;
+  CapturedOutput output;
+  EXPECT_EQ(svdDecomp(&a, &u, &s, &vt), 0);
+  EXPECT_EQ(s.data[2], 7.0);
+}
+
 TEST(Svd, OfNothingIsNoError) {
   FullMatrix none(0, 0), noRows(0, 2), s(1, 2), vt(2, 2);
   CapturedOutput output;

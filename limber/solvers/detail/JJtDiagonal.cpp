@@ -23,7 +23,7 @@ double jjtDiagonal(const HSpMat& J, int i, const Vector* weights, const Vector* 
   return d + shift;
 }
 
-double definizerShift() { return cgradDefinizer > 0.0 ? cgradDefinizer : 0.0; }
+double definizerShift() { return std::max(0.0, cgradDefinizer); }
 
 Vector* jjtInverseDiagonal(const HSpMat& J, const Vector* weights, const Vector* damp) {
   const int n = J.numRows;

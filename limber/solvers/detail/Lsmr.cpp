@@ -10,14 +10,14 @@
 namespace limber::detail {
 namespace {
 
-// The rotation that takes (a, b) to (length, 0).
+// The rotation that takes (a, b) to (length, 0). If both are 0, nothing is a number.
 struct Rotation {
   double c, s, length;
-  Rotation(double a, double b) : length(0.0) {
+  Rotation(double a, double b) {
     const double most = std::max(std::fabs(a), std::fabs(b));
-    if (most > 0.0) length = most * std::sqrt((a / most) * (a / most) + (b / most) * (b / most));
-    c = length > 0.0 ? a / length : 1.0;
-    s = length > 0.0 ? b / length : 0.0;
+    length = most * std::sqrt((a / most) * (a / most) + (b / most) * (b / most));
+    c = a / length;
+    s = b / length;
   }
 };
 
@@ -138,7 +138,7 @@ class Run {
 
   double estimate() const { return std::fabs(zetabar_); }
   // True if the process has found a space that contains the solution.
-  bool complete() const { return !(beta_ > 0.0) || !(alpha_ > 0.0); }
+  bool complete() const { return !(alpha_ > 0.0); }
 
   // Lets the caller check d. True if the solve ends with that; otherwise the goal is lower from now on.
   bool verify(Outcome* outcome) {
