@@ -25,7 +25,7 @@ int cholFactorBanded(FullMatrix* band) {
   const LapackBand a(band);
   if (a.n == 0) return 0;
   if (a.kd < 0) return -3;
-  if (!blasHasMemory()) return -6;
+  if (!ensureBlasMemory()) return -6;
   int info = 0;
   dpbtrf_("U", &a.n, &a.kd, a.data, &a.ld, &info, 1);
   return info;
@@ -36,7 +36,7 @@ int cholSolveBanded(FullMatrix* band, Vector* b) {
   if (a.n == 0) return 0;
   if (a.kd < 0) return -3;
   if (!b || b->count < a.n) return -7;
-  if (!blasHasMemory()) return -8;
+  if (!ensureBlasMemory()) return -8;
   const int one = 1;
   int info = 0;
   dpbtrs_("U", &a.n, &a.kd, &one, a.data, &a.ld, b->data, &a.n, &info, 1);

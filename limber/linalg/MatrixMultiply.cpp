@@ -41,7 +41,7 @@ void matrixMultiply(const FullMatrix* A, const FullMatrix* B, FullMatrix* C) {
     for (int j = 0; j < n; ++j) std::fill_n(c.data + static_cast<std::ptrdiff_t>(j) * c.ld, m, 0.0);
     return;
   }
-  if (!blasHasMemory()) return;
+  if (!ensureBlasMemory()) return;
   const bool apart = !overlap(a, c) && !overlap(b, c);
   double* const product = apart ? c.data : lapackWorkspace(static_cast<long long>(m) * n);
   if (!product) return;

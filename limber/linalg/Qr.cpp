@@ -99,7 +99,7 @@ void solveUTri(FullMatrix* R, Vector* b) {
   if (!b) return;
   const LapackMatrix r = asLapack(R);
   const int order = std::min({r.m, r.n, b->count});
-  if (order <= 0 || !blasHasMemory()) return;
+  if (order <= 0 || !ensureBlasMemory()) return;
   const int one = 1;
   const double alpha = 1.0;
   dtrsm_("L", "L", "T", "N", &order, &one, &alpha, r.data, &r.ld, b->data, &order, 1, 1, 1, 1);
@@ -110,7 +110,7 @@ void solveUTri(FullMatrix* R, FullMatrix* B, int order) {
   const LapackMatrix b = asLapack(B);
   const int common = std::min({r.m, r.n, b.n});
   if (order <= 0 || order > common) order = common;
-  if (order == 0 || b.m == 0 || !blasHasMemory()) return;
+  if (order == 0 || b.m == 0 || !ensureBlasMemory()) return;
   const double alpha = 1.0;
   dtrsm_("R", "L", "N", "N", &b.m, &order, &alpha, r.data, &r.ld, b.data, &b.ld, 1, 1, 1, 1);
 }

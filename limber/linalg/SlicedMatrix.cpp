@@ -13,9 +13,7 @@
 #include "limber/linalg/detail/SlicedAccess.h"
 #include "limber/linalg/detail/SlicedRows.h"
 
-using limber::detail::clearBehind;
-using limber::detail::CompressedRows;
-using limber::detail::SlicedRows;
+using namespace limber::detail;
 
 struct SlicedMatrix::Layout {
   SlicedRows rows;
@@ -34,7 +32,7 @@ void SlicedMatrix::make(int width, Fill fill) {
     width_ = width;
     return;
   }
-  limber::detail::ReportSite{"Vectors", __LINE__}.fatal(limber::detail::newFails);
+  ReportSite{"Vectors", __LINE__}.fatal(newFails);
   delete layout_;
   layout_ = nullptr;
 }
@@ -60,7 +58,7 @@ SlicedMatrix::SlicedMatrix(const HSpMat& A) {
 }
 
 SlicedMatrix::SlicedMatrix(const SpMat& A) {
-  if (const HSpMat* const rowSparse = limber::detail::exactly<HSpMat>(&A)) {
+  if (const HSpMat* const rowSparse = exactly<HSpMat>(&A)) {
     layOut(rowSparse->width(), [rowSparse](CompressedRows& rows) { return rows.takeRows(*rowSparse); });
   } else {
     layOut(CompressedRows::widthOf(A), [&A](CompressedRows& rows) { return rows.takeElements(A); });
@@ -85,7 +83,7 @@ SlicedMatrix& SlicedMatrix::operator=(const SlicedMatrix& other) {
 
 SlicedMatrix::~SlicedMatrix() { delete layout_; }
 
-const SlicedRows* limber::detail::SlicedAccess::rowsOf(const SlicedMatrix& A) {
+const SlicedRows* SlicedAccess::rowsOf(const SlicedMatrix& A) {
   return A.layout_ ? &A.layout_->rows : nullptr;
 }
 

@@ -27,8 +27,9 @@ struct OldWork {
   Vector stored{firstLength(cgradMAXX)};
 };
 
-// Raises an initial length that is too small to at least `count`, and at least twofold.
-bool raised(int& limit, int count, const char* message, int line) {
+// Raises an initial length that is too small to at least `count`, and at least twofold. Returns true if it
+// did.
+bool raise(int& limit, int count, const char* message, int line) {
   if (count <= limit) return false;
   ReportSite{"OldCGrad", line}.error(message);
   limit = static_cast<int>(std::max<long long>(count, std::min(2LL * limit, 2147483647LL)));
@@ -37,8 +38,8 @@ bool raised(int& limit, int count, const char* message, int line) {
 
 OldWork& workFor(const Vector& x, const Vector& b) {
   const bool longerX =
-      raised(cgradMAXX, x.count, "Matrix X too big in cgrad solver - attempting to grow!", __LINE__);
-  raised(cgradMAXB, b.count, "Matrix B too big in cgrad solver - attempting to grow!", __LINE__);
+      raise(cgradMAXX, x.count, "Matrix X too big in cgrad solver - attempting to grow!", __LINE__);
+  raise(cgradMAXB, b.count, "Matrix B too big in cgrad solver - attempting to grow!", __LINE__);
   OldWork& work = createdOnFirstUse<OldWork>();
   if (longerX) {
     for (Vector* v : {&work.gradient, &work.direction, &work.stored}) v->resize(cgradMAXX);

@@ -106,7 +106,6 @@ inline double exactQuotient(bool negative, std::uint64_t integer, int power) {
   return static_cast<double>(static_cast<std::int64_t>(integer)) / powers.of[negative][power];
 }
 
-#ifdef __SIZEOF_INT128__
 __extension__ typedef unsigned __int128 Wide;
 
 // A power of ten that is shifted up to fill 64 bits, and its reciprocal.
@@ -157,7 +156,6 @@ double longQuotient(bool negative, std::uint64_t integer, int power) {
   const bool remainder = Wide{bits} * divisor.value != dividend;
   return withExponent(negative, bits | std::uint64_t{remainder}, divisor.shift - shift - 62);
 }
-#endif
 
 // A word of one to eight digits and points, processed in one piece: the digits before the point are moved up
 // over it.
@@ -172,18 +170,13 @@ inline bool shortDecimal(bool negative, const char* first, int length, double& o
   return true;
 }
 
-// +-integer / 10^behindPoint. False if this number needs a division, or wide integers that the compiler
-// lacks.
+// +-integer / 10^behindPoint. False if this number needs a division.
 inline bool scaled(bool negative, std::uint64_t integer, int behindPoint, double& out) {
   if (integer <= exactIntegers) {
     out = exactQuotient(negative, integer, behindPoint);
     return true;
   }
-#ifdef __SIZEOF_INT128__
   return quotient(negative, integer, behindPoint, out);
-#else
-  return false;
-#endif
 }
 
 // A word of one to seven digits, a point, and at most 16 digits, the most frequent long words. False for
@@ -208,13 +201,8 @@ bool anyDecimal(bool negative, const char* first, int length, double& out) {
   const std::uint64_t integer =
       number(first, point, wrong) * wholePowers[behindPoint] + number(first + point + 1, behindPoint, wrong);
   if (wrong) return false;
-  if (scaled(negative, integer, behindPoint, out)) return true;
-#ifdef __SIZEOF_INT128__
-  out = longQuotient(negative, integer, behindPoint);
+  if (!scaled(negative, integer, behindPoint, out)) out = longQuotient(negative, integer, behindPoint);
   return true;
-#else
-  return false;
-#endif
 }
 
 // All words that the functions above leave. from_chars rounds as strtod does and is several times faster.

@@ -43,7 +43,7 @@ void takeBuffer() {
 
 }  // namespace
 
-bool blasHasMemory() {
+bool ensureBlasMemory() {
   constexpr std::size_t enough = 136u << 20;  // the buffer and what is allocated along with it
   static std::atomic<bool> ready{!isOpenBlas()};
   if (ready) return true;

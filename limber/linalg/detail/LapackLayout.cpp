@@ -53,9 +53,9 @@ LapackMatrix asLapack(const FullMatrix* matrix) {
   return {matrix->data, matrix->numColumns, matrix->numRows, std::max(1, matrix->numColumns)};
 }
 
-double* lapackWorkspace(long long n) { return blasHasMemory() ? workspace.reserve(n) : nullptr; }
+double* lapackWorkspace(long long n) { return ensureBlasMemory() ? workspace.reserve(n) : nullptr; }
 
-int* lapackIntegers(int n) { return blasHasMemory() ? integers.reserve(n) : nullptr; }
+int* lapackIntegers(int n) { return ensureBlasMemory() ? integers.reserve(n) : nullptr; }
 
 const int* pivotsToLapack(const long* pivots, int n, int largest) {
   int* const converted = pivots ? lapackIntegers(n) : nullptr;

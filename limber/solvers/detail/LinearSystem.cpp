@@ -189,7 +189,7 @@ double LinearSystem::sizeOf(const Iterate& at) const {
 }
 
 // The expected rounding of A x, or of A^T (b - A x) for least squares, in plain precision.
-double LinearSystem::roundingOfProduct(const Doubles& at) {
+double LinearSystem::roundingOfProduct(const Doubles& at) const {
   // the entries are at most 1
   const double entries = haveRows ? rows.entries() : height;
   if (size_ == 0.0) size_ = haveRows ? safeNorm(rows.entries(), rows.value.data()) : std::sqrt(entries);
@@ -199,7 +199,7 @@ double LinearSystem::roundingOfProduct(const Doubles& at) {
   return leastSquares() ? size_ * (rounding + unit * safeNorm(height, b.data())) : rounding;
 }
 
-bool LinearSystem::swollen() {
+bool LinearSystem::swollen() const {
   return roundingOfProduct(x) > (converged() ? 1e-4 * norm : std::max(goal, 1e-10 * norm));
 }
 

@@ -48,7 +48,7 @@ class LinearSystem : public Iterate {
   /// True if x is so large that rounding alone keeps the residual above the goal, or, for a solution, that b
   /// has only about four correct digits in a product in plain precision. A factor of a nearly singular matrix
   /// may have added much of its null space.
-  bool swollen();
+  bool swollen() const;
   /// Adds d to x if that reduces the residual. Returns true if it did.
   bool improve(const double* d);
   /// Exchanges the best iterate with one that has been measured, if that is better. Returns true if it did.
@@ -98,7 +98,7 @@ class LinearSystem : public Iterate {
  private:
   const char* takeMatrix(const SpMat& A, const Vector& right, const Vector& start);
   double sizeOf(const Iterate& at) const;
-  double roundingOfProduct(const Doubles& at);
+  double roundingOfProduct(const Doubles& at) const;
   bool unsolvable() const;
   /// What the report says about a solve whose last method ended so.
   struct Verdict {
@@ -113,7 +113,7 @@ class LinearSystem : public Iterate {
   int matrixPower_ = 0, rightPower_ = 0;
   double polished_ = 0.0, startResidual_ = 0.0;
   /// |A| (Frobenius), once it is needed.
-  double size_ = 0.0;
+  mutable double size_ = 0.0;
   bool moved_ = false, precise_ = false, underflow_ = false;
   Iterate tried_;
 };

@@ -9,12 +9,12 @@
 
 namespace limber::detail {
 
-// Copies column k of P A P^T from the diagonal on to a vector that is zero at the places of that column.
-void SparseCholesky::gatherColumn(const SparseRows& A, int k, Doubles* column) const {
+// Copies column k of P A P^T from the diagonal on to work_, which is zero at the places of that column.
+void SparseCholesky::gatherColumn(const SparseRows& A, int k) {
   const int i = shape_.order[k];
   for (int e = A.start[i]; e < A.start[i + 1]; ++e) {
     const int to = shape_.position[A.index[e]];
-    if (to >= k) (*column)[to] = A.value[e];
+    if (to >= k) work_[to] = A.value[e];
   }
 }
 
@@ -67,7 +67,7 @@ bool SparseCholesky::factor(const SparseRows& A, Elimination elimination) {
   after_.assign(n, -1);
   defects_ = 0;
   for (int k = 0; k < n; ++k) {
-    gatherColumn(A, k, &work_);
+    gatherColumn(A, k);
     const double own = std::fabs(work_[k]);
     reduceColumn(k);
     if (!takePivot(k, std::exchange(work_[k], 0.0), own)) {

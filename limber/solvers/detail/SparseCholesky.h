@@ -21,7 +21,7 @@ class SparseCholesky final : public Inverse {
   int defects() const { return defects_; }
 
  private:
-  void gatherColumn(const SparseRows& A, int k, Doubles* column) const;
+  void gatherColumn(const SparseRows& A, int k);
   void wait(int j);
   void reduceColumn(int k);
   bool takePivot(int k, double pivot, double own);

@@ -102,9 +102,9 @@ bool SparseLu::tooMuch(const Allowance& allowance) const {
          operations_ > allowance.operations;
 }
 
-// True if the columns from k on should be factored as a dense matrix: the last columns of L were nearly full,
-// and the matrix is not too large.
-bool SparseLu::worthDense(int k, const Allowance& allowance) {
+// Counts the columns before k that are nearly full in L without a gap. Returns true if the columns from k on
+// should be factored as a dense matrix: if there are enough such columns, and the matrix is not too large.
+bool SparseLu::countFullColumns(int k, const Allowance& allowance) {
   constexpr int enough = 8, least = 64;
   const double rest = n_ - k, entries = lower_.size() + static_cast<double>(upper_.size());
   const bool full = k > 0 && lowerStart_[k] - lowerStart_[k - 1] > 0.5 * rest;
@@ -141,7 +141,7 @@ void SparseLu::keepColumn(int k, int pivotRow) {
 bool SparseLu::factorSparse(const SparseRows& columns, const Allowance& allowance) {
   Ints postponed;
   int next = 0;
-  for (sparse_ = 0; next < n_ && !worthDense(sparse_, allowance); ++next) {
+  for (sparse_ = 0; next < n_ && !countFullColumns(sparse_, allowance); ++next) {
     const int k = sparse_, j = order_[next];
     order_[k] = j;
     reduce(columns, k);

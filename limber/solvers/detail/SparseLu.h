@@ -28,7 +28,7 @@ class SparseLu final : public Inverse {
   bool factorSparse(const SparseRows& columns, const Allowance& allowance);
   void closeEmptyColumns(const SparseRows& columns);
   bool factorTail(const SparseRows& columns, const Allowance& allowance);
-  bool worthDense(int k, const Allowance& allowance);
+  bool countFullColumns(int k, const Allowance& allowance);
   bool tooMuch(const Allowance& allowance) const;
   int pivotRow(int j) const;
   void prune(int k, int pivotRow);
