@@ -38,6 +38,13 @@ rlim_t used() {
   return static_cast<rlim_t>(kilobytes) * 1024;
 }
 
+// True if this process has only 16 MB left from now on.
+bool tighten() {
+  const rlim_t limit = used() + (16u << 20);
+  const rlimit tight{limit, limit};
+  return setrlimit(RLIMIT_AS, &tight) == 0;
+}
+
 // Calls everything that needs the BLAS with 16 MB left, in a separate process that has not used it before.
 // The exit status is the number of calls that did not report missing memory.
 [[noreturn]] void factorWithoutMemory() {
@@ -47,9 +54,7 @@ rlim_t used() {
   C.e(0, 0) = 7.0;
   Vector b(2), tau(2);
   long pivots[2] = {1, 2};
-  const rlim_t limit = used() + (16u << 20);
-  const rlimit tight{limit, limit};
-  if (setrlimit(RLIMIT_AS, &tight) != 0) std::exit(100);
+  if (!tighten()) std::exit(100);
   int wrong = 0;
   wrong += luFactor(&A, pivots) != -5;
   wrong += luSolve(&A, pivots, &b) != -6;
@@ -66,6 +71,24 @@ rlim_t used() {
   wrong += C.e(0, 0) != 7.0;
   wrong += failedAllocations != 13;
   std::exit(wrong);
+}
+
+// Factors with enough memory, and again with 16 MB left, in a separate process.
+[[noreturn]] void factorBeforeAndAfter() {
+  FullMatrix A(2, 2);
+  A.e(0, 0) = A.e(1, 1) = 1.0;
+  long pivots[2] = {1, 2};
+  if (luFactor(&A, pivots) != 0 || !tighten()) std::exit(100);
+  std::exit(luFactor(&A, pivots) == 0 ? 0 : 1);
+}
+
+TEST(BlasMemory, WhatTheFirstCallHasTakenServesTheLaterOnes) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizer needs the address space";
+#endif
+  if (!openblas_get_config) GTEST_SKIP() << "not OpenBLAS";
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(factorBeforeAndAfter(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST(BlasMemory, CallsEndWithAReportWhenThereIsNone) {

@@ -92,8 +92,7 @@ LIMBER_WIDE void wideProduct(const double* L, const double* U, double* c, int ro
 void DenseLu::clear(int n) {
   n_ = rank_ = n;
   exchanges_.resize(0);
-  value_.resize(0);
-  value_.resize(n * n);
+  value_.assign(n * n, 0.0);
 }
 
 // Brings the largest element of column k, from row k on, to row k. False if there is none.
