@@ -4,7 +4,9 @@ execute_process(COMMAND ${PROGRAM} --help OUTPUT_VARIABLE help RESULT_VARIABLE s
 if(NOT status EQUAL 0 OR help STREQUAL "")
   message(FATAL_ERROR "${NAME} --help: exit status ${status}")
 endif()
+# A script calls itself by the name of its file.
 get_filename_component(called ${PROGRAM} NAME)
+string(REGEX REPLACE "^${called} " "${NAME} " help "${help}")
 
 # What bash offers: every long option of the text, and files.
 string(REGEX MATCHALL "--[a-z][a-z0-9-]*" options "${help}")
