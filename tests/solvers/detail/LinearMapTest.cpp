@@ -151,6 +151,26 @@ TEST(LinearMap, OfAForeignClassLosesNothingThatIsSmall) {
   EXPECT_EQ(expected, y);
 }
 
+// A matrix of the caller's class that only writes the first element of a product.
+class FirstElement : public SpMat {
+ public:
+  void mult(const Vector* x, Vector* y) const override { (*y)[0] = (*x)[0]; }
+  void multT(const Vector* x, Vector* y) const override { (*y)[0] = (*x)[0]; }
+};
+
+TEST(ForeignMap, ElementsThatTheProductLeavesOutAreZeros) {
+  const FirstElement matrix;
+  ForeignMap map(matrix, 3, 2);
+  const double x[] = {3.0, 1.0, 2.0};
+  for (int repeat = 0; repeat < 2; ++repeat) {
+    std::vector<double> y(3, 7.0), w(2, 7.0);
+    map.multiply(x, y.data());
+    EXPECT_EQ((std::vector<double>{3.0, 0.0, 0.0}), y);
+    map.multiplyTransposed(x, w.data());
+    EXPECT_EQ((std::vector<double>{3.0, 0.0}), w);
+  }
+}
+
 // Maps without entries compute u = A v - s u by a function of their class.
 TEST(LinearMap, MultipliesBothWaysByTwoProducts) {
   Dice dice(5);
