@@ -82,7 +82,7 @@ void iterations() {
       for (int i = 0; i < A.height; ++i) size += system.b[i] * system.b[i];
       goal.residual = (trial ? 1e-11 : 1e-6) * std::sqrt(size);
       goal.relative = trial ? 1e-4 : HUGE_VAL;
-      goal.iterations = 150;
+      goal.iterations = 1000;
       goal.weight = trial ? weight.data() : nullptr;
       if (trial) goal.trial = Trial{10, 50};
       const auto print = [&](const std::string& name, const std::string& more, Outcome outcome,
@@ -99,7 +99,7 @@ void iterations() {
       {
         LsmrGoal its;
         its.residual = goal.residual;
-        its.iterations = 60;
+        its.iterations = 1000;
         its.every = trial ? 0.5 : 0.0;
         Hash checked;
         its.check = [&](const double* d) {
