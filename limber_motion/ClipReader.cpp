@@ -234,7 +234,8 @@ void ClipReader::noteMissingFrames(int found) {
   if (broken_.line > 0) refuse(broken_);
   if (found == 0 && cut_.numbers > 0) refuse(cut_);
   const std::string declared = std::to_string(clip_.frames) + " frames";
-  if (found == 0) in_.fail("expected " + declared + ", found none");
+  if (found == 0)
+    in_.fail("expected " + (clip_.frames > 0 ? declared : "at least one frame") + ", found none");
   note("there are " + std::to_string(found) + " whole frames instead of the declared " + declared);
 }
 

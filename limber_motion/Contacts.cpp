@@ -144,8 +144,7 @@ class ContactFinder {
     if (belt_ > 0.0) {
       return "no feet found: the feet slide at about " + detail::fixed(belt_ / skeleton_.height(), 2) +
              " heights a second under a body that stays where it is; if it walks on the spot, add its way to "
-             "the "
-             "root first";
+             "the root first";
     }
     std::vector<int> limbs;
     std::string names;

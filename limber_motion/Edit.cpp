@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "limber_motion/Error.h"
-#include "limber_motion/Quality.h"
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/Upright.h"
 #include "limber_motion/detail/EditRun.h"

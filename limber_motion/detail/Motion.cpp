@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-
 #include <utility>
 
 #include "limber_motion/detail/GivingUp.h"

@@ -268,6 +268,8 @@ const Spoilt spoilt[] = {
     {"30 40 50\n", "30 40\n50 60\n", "19: expected 8 numbers in a frame, found 7"},
     {"30 40 50\n", "30 40 50\nmore\n", "20: expected a number, found 'more'"},
     {smallMotion.c_str(), "MOTION\nFrames: 2\nFrame Time: 0.04\n", "18: expected 2 frames, found none"},
+    {smallMotion.c_str(), "MOTION\nFrames: 0\nFrame Time: 0.04\n",
+     "18: expected at least one frame, found none"},
     {smallMotion.c_str(), "MOTION\nFrames: 2\nFrame Time: 0.04\n1 2 3\n",
      "19: expected 8 numbers in a frame, found 3"},
     {smallMotion.c_str(), "MOTION\nFrames: 2\nFrame Time: 0.04\n1 2 3 4\n5 6 7 8\n",
