@@ -67,7 +67,7 @@ class ArgumentReader {
   Options read() {
     for (at_ = 1; at_ < count_; ++at_) readOne(arguments_[at_]);
     if (options_.clip.empty())
-      throw InputError(programName() + ": no clip named; --help shows what can be said");
+      throw InputError(programName() + ": no clip named; --help shows how to call it");
     return options_;
   }
 

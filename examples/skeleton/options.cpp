@@ -47,6 +47,6 @@ Options readOptions(int count, char** arguments) {
     }
   }
   if (options.clip.empty())
-    throw InputError(programName() + ": no clip named; --help shows what can be said");
+    throw InputError(programName() + ": no clip named; --help shows how to call it");
   return options;
 }

@@ -237,7 +237,7 @@ TEST_F(MotionEditProgram, RefusesWhatItCannotUse) {
   directory.write("empty.txt", "# nothing\n");
   directory.write("bad.txt", "1 Arm 1 2\n");
   directory.write("good.txt", "1 Arm 1 2 3\n");
-  expectRefused({}, "limber-motion-edit: no clip named; --help shows what can be said");
+  expectRefused({}, "limber-motion-edit: no clip named; --help shows how to call it");
   expectRefused({"none.bvh"}, "none.bvh: cannot be opened");
   expectRefused({"-p", "a;b", "none.bvh"}, "none.bvh: not found along a;b");
   expectRefused({"bad.bvh"}, "bad.bvh:19: expected a number, found 'nan'");
@@ -304,7 +304,7 @@ TEST_F(MotionEditProgram, NamesWhatItCannotWriteBeforeItReadsTheClip) {
 TEST_F(MotionEditProgram, CallsItselfByTheNameByWhichItIsCalled) {
   ASSERT_EQ(symlink(MOTION_EDIT_PROGRAM, (directory / "my-editor").c_str()), 0);
   const ProgramRun result = runProgram(directory / "my-editor", {}, directory.path());
-  EXPECT_EQ(result.err, "my-editor: no clip named; --help shows what can be said\n");
+  EXPECT_EQ(result.err, "my-editor: no clip named; --help shows how to call it\n");
 }
 
 TEST_F(MotionEditProgram, LeavesEarlierResultsWhenItFails) {
