@@ -86,7 +86,7 @@ void Edit::hold(int first, int last, int joint, int easeIn, int easeOut) {
                 " to the earlier frame " + std::to_string(last + 1));
   const Pnt3 place = Skeleton(clip_).position(joint, clip_.frame(first));
   const std::vector<double> weights = easedWeights(last - first + 1, easeIn, easeOut);
-  for (int f = first; f <= last; f++) reach(f, joint, place, weights[static_cast<std::size_t>(f - first)]);
+  for (int f = first; f <= last; ++f) reach(f, joint, place, weights[static_cast<std::size_t>(f - first)]);
 }
 
 void Edit::hold(int first, int last, int joint) { hold(first, last, joint, 0, 0); }
@@ -115,7 +115,7 @@ void Edit::add(const std::vector<Constraint>& constraints) {
 // constraints of the user, 0 for contacts.
 std::vector<Constraint> Edit::allConstraints(std::vector<int>* rank) {
   std::stable_sort(constraints_.begin(), constraints_.end(), before);
-  for (std::size_t i = 1; i < constraints_.size(); i++) {
+  for (std::size_t i = 1; i < constraints_.size(); ++i) {
     if (before(constraints_[i - 1], constraints_[i])) continue;
     throw Error("two targets for " + nameOf(clip_, constraints_[i].joint) + " in frame " +
                 std::to_string(constraints_[i].frame + 1));

@@ -33,8 +33,8 @@ bool hangsOn(const std::vector<Joint>& joints, int root, int joint) {
   return joint == root;
 }
 
-// The side that a joint's name tells: Left or left anywhere in it, or L or l as a word of its own, and the
-// same for the right.
+// The side in a joint's name: Left or left anywhere in it, or L or l as a separate word, and the same for the
+// right.
 Side sideOfName(const std::string& name) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
   std::string words = " ";
@@ -120,8 +120,8 @@ void Scene::findFeet(const std::vector<int>& feet, const std::vector<Pnt3>& rest
   }
 }
 
-// The sides are told by the names, if these name both, or else by the rest pose: the left side is on the left
-// when one looks in the direction of the feet with all angles 0.
+// The sides follow from the names if these name both, and otherwise from the rest pose: with all angles 0,
+// the left side is on the left of someone who looks in the direction of the feet.
 void Scene::findSides(const std::vector<Pnt3>& rest) {
   Pnt3 forward;
   for (const Foot& foot : feet_) forward += flat(rest[index(foot.sole.back())] - rest[index(foot.ankle)]);

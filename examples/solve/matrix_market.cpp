@@ -76,7 +76,7 @@ Banner readBanner(LineReader& in) {
   return banner;
 }
 
-// How many numbers an array file contains.
+// The number of numbers in an array file.
 long long listed(const Banner& banner, long long rows, long long columns) {
   if (banner.symmetry == Symmetry::General) return rows * columns;
   return banner.symmetry == Symmetry::Symmetric ? rows * (rows + 1) / 2 : rows * (rows - 1) / 2;
@@ -263,7 +263,7 @@ void readBody(LineReader& in, const Banner& banner, const RowSelection& keep, Sp
   problem.notes = notesOn(in, repeated);
 }
 
-// The first line with a word has been begun; it may be a comment.
+// The reader is at the first line with a word, which may be a comment.
 std::vector<double> readPlainNumbers(LineReader& in, int size, Run kept) {
   in.setComment('%');
   if (in.peek() && *in.peek() == '%') in.nextLine();

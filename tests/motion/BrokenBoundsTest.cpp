@@ -23,7 +23,7 @@ bool names(const std::vector<std::string>& sentences, const std::string& what) {
 // A figure that stands and sways a little.
 Clip swaying() {
   Clip clip = standing(60, 30.0);
-  for (int f = 0; f < clip.frames; f++) clip.frame(f)[0] = 0.01 * std::sin(0.2 * f);
+  for (int f = 0; f < clip.frames; ++f) clip.frame(f)[0] = 0.01 * std::sin(0.2 * f);
   return clip;
 }
 
@@ -79,7 +79,7 @@ TEST(BrokenBounds, AFootThatSinksIsNamed) {
   EditOptions options;
   options.observer = [](const EditStep& step) { return step.number < 2; };
   Edit edit(clip, options);
-  for (int f = 20; f < 40; f++) edit.reach(f, "RightFoot", Pnt3(-0.09, 0.3, 0.3));
+  for (int f = 20; f < 40; ++f) edit.reach(f, "RightFoot", Pnt3(-0.09, 0.3, 0.3));
   const Report report = edit.solve();
   ASSERT_GT(report.belowAfter, report.belowBefore + 5e-4) << textOf(report);
   EXPECT_FALSE(report.met);

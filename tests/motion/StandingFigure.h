@@ -28,14 +28,14 @@ inline limber::motion::Clip standing(int frames, double rate) {
       "End Site\n{\nOFFSET 0 0.2 0\n}\n}\n}\n}\n"
       "MOTION\nFrames: 1\nFrame Time: " +
       std::to_string(1.0 / rate) + "\n0 0.92 0";
-  for (int i = 0; i < 33; i++) text += " 0";
+  for (int i = 0; i < 33; ++i) text += " 0";
   const TemporaryDirectory directory;
   limber::motion::Clip clip = limber::motion::readClip(directory.write("standing.bvh", text + "\n"));
   clip.text = nullptr;
   const std::vector<double> pose = clip.values;
   while (clip.frames < frames) {
     clip.values.insert(clip.values.end(), pose.begin(), pose.end());
-    clip.frames++;
+    ++clip.frames;
   }
   return clip;
 }
@@ -43,7 +43,7 @@ inline limber::motion::Clip standing(int frames, double rate) {
 /// The angle of a joint in a frame, in radians.
 inline double& angle(limber::motion::Clip* clip, int frame, const std::string& joint, char axis) {
   const limber::motion::Joint& of = clip->joints[static_cast<std::size_t>(clip->find(joint))];
-  for (std::size_t c = 0; c < of.channels.size(); c++) {
+  for (std::size_t c = 0; c < of.channels.size(); ++c) {
     if (of.channels[c].rotation && of.channels[c].axis == axis)
       return clip->frame(frame)[of.firstChannel + static_cast<int>(c)];
   }

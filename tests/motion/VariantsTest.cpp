@@ -26,9 +26,9 @@ Clip spedUp(Clip clip, double factor) {
 
 Clip mirrored(Clip clip) {
   for (Joint& joint : clip.joints) joint.offset.x = -joint.offset.x;
-  for (int c = 0; c < clip.channels; c++) {
+  for (int c = 0; c < clip.channels; ++c) {
     if (clip.channel(c).rotation == (clip.channel(c).axis == 'X')) continue;
-    for (int f = 0; f < clip.frames; f++) clip.frame(f)[c] = -clip.frame(f)[c];
+    for (int f = 0; f < clip.frames; ++f) clip.frame(f)[c] = -clip.frame(f)[c];
   }
   clip.text = nullptr;
   return clip;
@@ -37,8 +37,8 @@ Clip mirrored(Clip clip) {
 /// Adds a random angle of up to `most` radians to every rotation of every frame, the same angles each time.
 Clip trembling(Clip clip, double most) {
   std::uint32_t state = 1;
-  for (int f = 0; f < clip.frames; f++) {
-    for (int c = 0; c < clip.channels; c++) {
+  for (int f = 0; f < clip.frames; ++f) {
+    for (int c = 0; c < clip.channels; ++c) {
       state = state * 1664525u + 1013904223u;
       if (clip.channel(c).rotation) clip.frame(f)[c] += most * (state / 2147483648.0 - 1.0);
     }
@@ -60,7 +60,7 @@ Clip behindPose(Clip clip) {
   std::vector<double> pose(static_cast<std::size_t>(clip.channels), 0.0);
   pose[1] = clip.values[1];
   clip.values.insert(clip.values.begin(), pose.begin(), pose.end());
-  clip.frames++;
+  ++clip.frames;
   clip.text = nullptr;
   return clip;
 }
@@ -107,7 +107,7 @@ TEST(Variants, APoseInFrontIsLeftAloneAndDoesNoHarm) {
   Edit edit(clip);
   edit.plant(findContacts(clip));
   EXPECT_TRUE(edit.solve().met);
-  for (int c = 0; c < clip.channels; c++) EXPECT_EQ(clip.frame(0)[c], before.frame(0)[c]) << c;
+  for (int c = 0; c < clip.channels; ++c) EXPECT_EQ(clip.frame(0)[c], before.frame(0)[c]) << c;
 }
 
 TEST(Variants, OneFingerOfALowHandStandsForAll) {
@@ -123,14 +123,14 @@ TEST(Variants, OneFingerOfALowHandStandsForAll) {
   clip.text = nullptr;
   clip.joints.erase(clip.joints.begin() + static_cast<std::ptrdiff_t>(end));
   std::vector<Joint> fingers;
-  for (int i = 0; i < 5; i++) {
+  for (int i = 0; i < 5; ++i) {
     const std::string name = "Finger" + std::to_string(i);
     const int base = static_cast<int>(end) + 2 * i, channel = plain.joints[end].firstChannel;
     fingers.push_back({name, wrist, way * 0.6 + Pnt3(0.0, 0.0, i - 2.0), {}, channel, false});
     fingers.push_back({name + ".End", base, way * 0.4, {}, channel, true});
   }
   clip.joints.insert(clip.joints.begin() + static_cast<std::ptrdiff_t>(end), fingers.begin(), fingers.end());
-  for (std::size_t j = end + fingers.size(); j < clip.joints.size(); j++) {
+  for (std::size_t j = end + fingers.size(); j < clip.joints.size(); ++j) {
     if (clip.joints[j].parent >= static_cast<int>(end)) clip.joints[j].parent += 9;
   }
   const Contacts contacts = findContacts(clip);
