@@ -1,7 +1,5 @@
 #include "limber/solvers/Solve.h"
 
-#include <new>
-
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/detail/LinearSystem.h"
 #include "limber/solvers/detail/SolveMethods.h"
@@ -13,8 +11,7 @@ using Kind = LinearSystem::Kind;
 
 SolveReport solve(Kind kind, Outcome (*method)(LinearSystem&), const SpMat& A, const Vector& b, Vector* x,
                   const SolveOptions& options) {
-  if (!x) return badInput("There is no vector for the solution.");
-  try {
+  return reportOf(x, [&] {
     LinearSystem system(options, kind);
     if (const char* const wrong = system.take(A, b, *x)) return badInput(wrong);
     Outcome outcome = system.ended() ? Outcome::done : method(system);
@@ -23,9 +20,7 @@ SolveReport solve(Kind kind, Outcome (*method)(LinearSystem&), const SpMat& A, c
       outcome = system.ended() ? Outcome::done : method(system);
     }
     return system.finish(outcome, x);
-  } catch (const std::bad_alloc&) {
-    return badInput("There is not enough memory.");
-  }
+  });
 }
 
 }  // namespace

@@ -144,8 +144,7 @@ Outcome solveIt(LinearSystem& system, const ConstraintMap& map) {
 
 SolveReport solveConstraints(const HSpMat& J, const Vector* mass, const Vector* damp, const Vector& c,
                              Vector* lambda, const SolveOptions& options) {
-  if (!lambda) return badInput("There is no vector for the solution.");
-  try {
+  return reportOf(lambda, [&] {
     auto map = std::make_unique<ConstraintMap>();
     int power = 0;
     if (const char* const wrong = map->take(J, mass, damp, &power)) return badInput(wrong);
@@ -154,7 +153,5 @@ SolveReport solveConstraints(const HSpMat& J, const Vector* mass, const Vector* 
     if (const char* const wrong = system.take(std::move(map), power, c, *lambda)) return badInput(wrong);
     const Outcome outcome = system.ended() ? Outcome::done : solveIt(system, constraints);
     return system.finish(outcome, lambda);
-  } catch (const std::bad_alloc&) {
-    return badInput("There is not enough memory.");
-  }
+  });
 }

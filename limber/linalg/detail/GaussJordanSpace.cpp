@@ -8,19 +8,12 @@ namespace limber::detail {
 bool GaussJordanSpace::reserve(int n) {
   if (n <= length_) return true;
   const std::size_t length = static_cast<std::size_t>(n);
-  int* const integers = new (std::nothrow) int[3 * length];
-  double* const closed = new (std::nothrow) double[length];
-  if (!integers || !closed) {
-    delete[] integers;
-    delete[] closed;
-    return false;
-  }
   delete[] integers_;
   delete[] closed_;
-  integers_ = integers;
-  closed_ = closed;
-  length_ = n;
-  return true;
+  integers_ = new (std::nothrow) int[3 * length];
+  closed_ = new (std::nothrow) double[length];
+  length_ = integers_ && closed_ ? n : 0;
+  return length_ == n;
 }
 
 GaussJordanScratch GaussJordanSpace::scratch() const {

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <memory>
+#include <new>
 
 #include "limber/solvers/detail/Array.h"
 #include "limber/solvers/detail/LinearMap.h"
@@ -117,6 +118,17 @@ class LinearSystem : public Iterate {
   bool moved_ = false, precise_ = false, underflow_ = false;
   Iterate tried_;
 };
+
+/// What solve() reports, or that there is no x or not enough memory.
+template <class Solve>
+SolveReport reportOf(const Vector* x, Solve solve) {
+  if (!x) return badInput("There is no vector for the solution.");
+  try {
+    return solve();
+  } catch (const std::bad_alloc&) {
+    return badInput("There is not enough memory.");
+  }
+}
 
 /// |x|, without underflow or overflow of the squares.
 double safeNorm(int n, const double* x);
