@@ -29,6 +29,8 @@ constexpr double aside =
 
 constexpr double elsewhere = 0.1;  // heights: a joint that is this far away after a short gap has jumped
 
+constexpr double stillFor = 0.25;  // seconds: a foot that is still so long may stand on something higher
+
 // A run of frames, both ends included.
 struct Run {
   int first, last;
@@ -161,11 +163,35 @@ class ContactFinder {
       return std::to_string(limbs.size()) +
              " parts of the body come near the ground and may stand there: " + names;
     }
+    std::string text;
     if (slide_ > 1.0) {
-      return "the feet never stand still: they are taken to stand where they slide slower than " +
+      text = "the feet never stand still: they are taken to stand where they slide slower than " +
              detail::fixed(slide_ * options_.slow, 2) + " heights a second";
     }
-    return "";
+    for (const int limb : limbs) {
+      const int still = stillFramesAbove(limb);
+      if (still == 0) continue;
+      text += (text.empty() ? "" : "; ") + clip_.joints[static_cast<std::size_t>(limb)].name +
+              " is also still in " + std::to_string(still) +
+              " frames in which it is higher, as on stairs; it is not held there, but a script can do so";
+    }
+    return text;
+  }
+
+  // The number of frames in which all joints of a foot are still for a while, but too high for a contact.
+  int stillFramesAbove(int limb) const {
+    const int least = std::max(2, frames(stillFor));
+    int count = 0, run = 0;
+    for (int f = tracks_.first(); f < clip_.frames; ++f) {
+      const bool still = std::all_of(feet_.begin(), feet_.end(), [&](const FootJoint& foot) {
+        return foot.foot != limb ||
+               (tracks_.at(foot.joint, f).y >= foot.low + options_.notHigh * skeleton_.height() &&
+                tracks_.speed(foot.joint, f) < options_.slow * skeleton_.height());
+      });
+      run = still ? run + 1 : 0;
+      count += run == least ? least : run > least ? 1 : 0;
+    }
+    return count;
   }
 
   const Clip& clip_;

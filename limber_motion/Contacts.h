@@ -48,7 +48,8 @@ struct Contacts {
   int first = 0;        ///< the first frame of the motion: 1 or 2 after separate poses such as a T-pose
   double ground = 0.0;  ///< the height of the lowest part of the body, leaving out a twentieth of the
                         ///< frames as outliers
-  std::string note;     ///< why there are no contacts, or what is unusual; may be empty
+  std::string note;     ///< why there are no contacts, or what is unusual, such as feet that are also still
+                        ///< higher up (stairs), where they get no contact; may be empty
 };
 
 /// Finds the contacts of a clip. The feet are found from the skeleton's structure and the motion, not from

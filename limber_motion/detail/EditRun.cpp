@@ -170,8 +170,8 @@ void EditRun::measure() {
   report_.edgeJerk = quality.edgeJerk;
   report_.largestEdgeJerk = quality.largestEdgeJerk;
   report_.bodyJerk = quality.bodyJerk;
-  report_.belowBefore = deepest(original_, skeleton_, feet_.feet, feet_.ground).depth;
-  report_.belowAfter = deepest(clip_, skeleton_, feet_.feet, feet_.ground).depth;
+  report_.belowBefore = deepest(original_, skeleton_, floor_.feet(), feet_.ground).depth;
+  report_.belowAfter = deepest(clip_, skeleton_, floor_.feet(), feet_.ground).depth;
 }
 
 // Constraints of the user may ask for more than the bounds of an edit that only holds contacts.
@@ -183,7 +183,7 @@ void EditRun::noteBrokenBounds() {
     user = user || rank_[i] > 0;
   }
   std::vector<std::string> broken =
-      whoSinks(clip_, report_.belowBefore, target, deepest(clip_, skeleton_, feet_.feet, feet_.ground));
+      whoSinks(clip_, report_.belowBefore, target, deepest(clip_, skeleton_, floor_.feet(), feet_.ground));
   if (!user) {
     for (const std::string& bound : brokenBounds(original_, clip_, skeleton_, feet_.first, report_))
       broken.push_back(bound);

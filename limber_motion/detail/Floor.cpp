@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <set>
+
+#include "limber_motion/Quality.h"
 
 namespace limber::motion::detail {
 
@@ -18,10 +21,20 @@ bool isHeld(const std::vector<Hold>& holds, std::size_t* next, int frame, int jo
   return false;
 }
 
+// The feet and what else stands in the clip, such as further toes, in ascending order.
+std::vector<int> lowJoints(const Clip& original, const std::vector<int>& feet) {
+  std::set<int> joints(feet.begin(), feet.end());
+  for (const Stand& stand : findStands(original)) joints.insert(stand.joint);
+  return {joints.begin(), joints.end()};
+}
+
 }  // namespace
 
 Floor::Floor(const Clip& original, const Skeleton& skeleton, const Contacts& feet, bool strict)
-    : skeleton_(skeleton), first_(feet.first), feet_(feet.feet), least_(feet_.size(), feet.ground) {
+    : skeleton_(skeleton),
+      first_(feet.first),
+      feet_(lowJoints(original, feet.feet)),
+      least_(feet_.size(), feet.ground) {
   Pose pose;
   for (int f = first_; f < original.frames && !strict; ++f) {
     skeleton.pose(original.frame(f), &pose);

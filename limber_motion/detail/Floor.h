@@ -9,10 +9,10 @@
 
 namespace limber::motion::detail {
 
-/// Keeps the feet from going too deep. Each foot joint has a least height: that of the ground or, if the
-/// ground is not strict and the joint was deeper in the original, its lowest height there. This is an
-/// active-set method: a joint that is too low is watched, and it is held at its least height until it is
-/// clearly above it.
+/// Keeps the feet, and whatever else stands in the clip, from going too deep. Each of these joints has a
+/// least height: that of the ground or, if the ground is not strict and the joint was deeper in the original,
+/// its lowest height there. This is an active-set method: a joint that is too low is watched, and it is held
+/// at its least height until it is clearly above it.
 class Floor {
  public:
   /// The skeleton must outlive the floor.

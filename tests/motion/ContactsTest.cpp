@@ -8,6 +8,7 @@
 #include "limber_motion/motion.h"
 #include "tests/motion/Resample.h"
 #include "tests/motion/SmallClip.h"
+#include "tests/motion/StandingFigure.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/Tolerance.h"
 
@@ -402,3 +403,16 @@ TEST(Contacts, EachFrameOfAContactIsAConstraint) {
 }
 
 }  // namespace
+
+// A figure steps up by 0.3 m and stands there for a second.
+TEST(Contacts, FeetThatAreStillHigherUpAreMentioned) {
+  Clip clip = standing(90, 30.0);
+  for (int f = 60; f < clip.frames; f++) clip.frame(f)[1] += 0.3;
+  const Contacts contacts = findContacts(clip);
+  ASSERT_FALSE(contacts.list.empty());
+  for (const Contact& contact : contacts.list) EXPECT_LT(contact.last, 60);
+  EXPECT_NE(contacts.note.find("LeftFoot is also still in 29 frames in which it is higher"),
+            std::string::npos)
+      << contacts.note;
+  EXPECT_EQ(findContacts(standing(90, 30.0)).note, "");
+}
