@@ -1,7 +1,6 @@
 #include "limber_motion/Stiffness.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "limber_motion/Error.h"
 

@@ -46,7 +46,6 @@ Options readOptions(int count, char** arguments) {
       throw InputError(programName() + ": expected nothing after the frame, found " + quoted(word.c_str()));
     }
   }
-  if (options.clip.empty())
-    throw InputError(programName() + ": no clip named; --help shows how to call it");
+  if (options.clip.empty()) throw InputError(programName() + ": no clip named; --help shows how to call it");
   return options;
 }
