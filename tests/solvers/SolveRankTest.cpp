@@ -212,6 +212,27 @@ TEST(SolveRank, AnUnsolvableSystemThatNoFactorHelpsEndsWithALeastSquaresSolution
   for (int i = 1; i < n - 1; ++i) ASSERT_NEAR(0.5, x[i], 1e-6) << i;
 }
 
+// (I B^T; B 0) with three times more rows than columns in B, so that most of the unknowns are free. It is too
+// large for a dense factor, and the many free unknowns of a sparse one are not all recognised by tiny pivots.
+TEST(SolveRank, ALargeConsistentSaddlePointSystemWithFreeMultipliersIsSolved) {
+  constexpr int unknowns = 240, rows = 720, n = unknowns + rows;
+  for (unsigned seed = 1; seed <= 2; ++seed) {
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    Entries A(n, n);
+    for (int i = 0; i < unknowns; ++i) A.add(i, i, 1.0);
+    for (int i = 0; i < rows; ++i) {
+      for (int k = 0; k < 5; ++k) {
+        const int j = 48 * k + random.below(48);
+        const double v = random.value();
+        A.add(unknowns + i, j, v);
+        A.add(j, unknowns + i, v);
+      }
+    }
+    solveConsistent(A, n, &random);
+  }
+}
+
 // Judged by their directions the columns are independent, and the solution needs more digits than a double
 // has. Without the shorter columns a small enough residual is found for nine of the ten, otherwise for one.
 TEST(SolveRank, MostProblemsWithRowsAndColumnsOverSixteenOrdersAreSolved) {

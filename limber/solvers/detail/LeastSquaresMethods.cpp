@@ -247,9 +247,14 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
       attempt(rows, itsUnits, tiny);
       system.keepBetter(best);
     };
-    // without nearly dependent columns, then without short ones too
+    // without nearly dependent columns, then also without short ones, or without those that rounding in a
+    // long elimination has made look independent
     again(scaled, units, 1e-11);
-    if (system.leastSquares()) again(system.rows, Units(), 4.4e-15 * (1.0 * system.height + system.width));
+    if (system.leastSquares()) {
+      again(system.rows, Units(), 4.4e-15 * (1.0 * system.height + system.width));
+    } else {
+      again(scaled, units, 1e-8);
+    }
     return *outcome != Outcome::overflow;
   } catch (const std::bad_alloc&) {
     return false;
