@@ -52,6 +52,12 @@ const Shape shapes[] = {{1, 1},  {2, 2},   {5, 5}, {60, 60}, {7, 3},
 
 }  // namespace
 
+TEST(QObtain, OfNoMatrixSaysSo) {
+  CapturedOutput output;
+  EXPECT_EQ(0, qObtain(nullptr, nullptr));
+  EXPECT_EQ("Enter qObtain 0 0\n", output.out());
+}
+
 TEST(Qr, FactorsMultiplyBackAndQIsOrthogonal) {
   CapturedOutput output;
   for (const Shape& shape : shapes) {
