@@ -17,6 +17,7 @@ constexpr double mostEdge = 3.0, meanEdge = 1.1, mostBody = 1.3;  // ratios of j
 constexpr double mostTurn = 20.0;                                 // degrees
 constexpr double mostSkate = 0.02, moreSkate = 0.001;             // heights a second, and more than before
 constexpr double deeper = 5e-4;                                   // heights
+constexpr double calm = 0.1;                                      // heights / s^3
 constexpr double degrees = 180.0 / 3.14159265358979323846;
 
 std::string moment(const Clip& clip, int joint, int frame) {
@@ -38,14 +39,14 @@ double slide(const Places& places, const Stand& stand) {
   return way;
 }
 
-// The root mean square jerk of all joints in heights / s^3; at least 1, so that a body that hardly moves may.
+// The root mean square jerk of all joints in heights / s^3, at least that of a body that hardly moves.
 double jerkOf(const Places& places, double frameTime) {
   double sum = 0.0;
   for (int f = 0; f + 3 < places.frames(); ++f) {
     for (int j = 0; j < places.joints(); ++j) sum += places.third(j, f) * places.third(j, f);
   }
   const double count = static_cast<double>(places.joints()) * std::max(places.frames() - 3, 1);
-  return std::max(std::sqrt(sum / count) / (frameTime * frameTime * frameTime), 1.0);
+  return std::max(std::sqrt(sum / count) / (frameTime * frameTime * frameTime), calm);
 }
 
 }  // namespace
