@@ -1,6 +1,4 @@
-#include <algorithm>
 #include <new>
-#include <utility>
 
 #include "limber/solvers/detail/Corrections.h"
 #include "limber/solvers/detail/DenseQr.h"

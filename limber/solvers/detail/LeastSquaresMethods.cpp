@@ -2,7 +2,6 @@
 #include <cmath>
 #include <new>
 #include <typeinfo>
-#include <utility>
 
 #include "limber/linalg/detail/ClassOf.h"
 #include "limber/solvers/Preconditioner.h"
