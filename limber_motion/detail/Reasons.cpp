@@ -22,7 +22,7 @@ std::vector<Stand> runsOf(std::vector<Constraint> constraints) {
   for (const Constraint& constraint : constraints) {
     if (constraint.weight < 1.0) continue;
     if (!runs.empty() && runs.back().joint == constraint.joint && runs.back().end == constraint.frame) {
-      runs.back().end++;
+      ++runs.back().end;
     } else {
       runs.push_back({constraint.joint, constraint.frame, constraint.frame + 1});
     }

@@ -407,7 +407,7 @@ TEST(Contacts, EachFrameOfAContactIsAConstraint) {
 // A figure steps up by 0.3 m and stands there for a second.
 TEST(Contacts, FeetThatAreStillHigherUpAreMentioned) {
   Clip clip = standing(90, 30.0);
-  for (int f = 60; f < clip.frames; f++) clip.frame(f)[1] += 0.3;
+  for (int f = 60; f < clip.frames; ++f) clip.frame(f)[1] += 0.3;
   const Contacts contacts = findContacts(clip);
   ASSERT_FALSE(contacts.list.empty());
   for (const Contact& contact : contacts.list) EXPECT_LT(contact.last, 60);

@@ -125,7 +125,7 @@ TEST(Edit, HoldsAJointWhereItIsBesidePlants) {
   edit.hold(30, 33, head);
   const Report report = edit.solve();
   EXPECT_TRUE(report.met) << textOf(report);
-  for (int f = 30; f <= 33; f++) {
+  for (int f = 30; f <= 33; ++f) {
     EXPECT_LE((skeleton.position(head, clip.frame(f)) - place).length(), 1e-4 * skeleton.height()) << f;
   }
 }
@@ -150,7 +150,7 @@ TEST(Edit, AnEasedHoldIsAsAScriptWouldHaveItAndGentler) {
   EXPECT_TRUE(firmEdit.solve().met);
   EXPECT_EQ(eased.values, scripted.values);
   const Pnt3 place = skeleton.position(hand, before.frame(40));
-  for (int f = 46; f <= 54; f++)
+  for (int f = 46; f <= 54; ++f)
     EXPECT_LE((skeleton.position(hand, eased.frame(f)) - place).length(), 1e-4 * skeleton.height()) << f;
   const double gentle = acceleration(before, eased, hand), abrupt = acceleration(before, firm, hand);
   EXPECT_TRUE(gentle < 0.8 * abrupt) << gentle << " " << abrupt;

@@ -35,7 +35,7 @@ bool mentions(const Report& report, const std::string& what) {
 // 30 degrees at both ends.
 TEST(LooseContacts, ToesThatBendSlowlyAreNotTurnedTooFar) {
   Clip clip = standing(120, 30.0);
-  for (int f = 0; f < clip.frames; f++) {
+  for (int f = 0; f < clip.frames; ++f) {
     angle(&clip, f, "RightToe", 'X') = 30.0 * degree * std::sin(3.14159 * (f - 60.0) / 120.0);
     angle(&clip, f, "LeftUpLeg", 'Z') = 0.3 * degree * std::sin(0.2 * f);
   }
@@ -58,7 +58,7 @@ double abruptness(const Clip& clip, const std::string& joint) {
   const Skeleton skeleton(clip);
   const int j = clip.find(joint);
   double sum = 0.0;
-  for (int f = 0; f + 3 < clip.frames; f++) {
+  for (int f = 0; f + 3 < clip.frames; ++f) {
     const Pnt3 third = skeleton.position(j, clip.frame(f + 3)) -
                        skeleton.position(j, clip.frame(f + 2)) * 3.0 +
                        skeleton.position(j, clip.frame(f + 1)) * 3.0 - skeleton.position(j, clip.frame(f));
@@ -70,7 +70,7 @@ double abruptness(const Clip& clip, const std::string& joint) {
 TEST(LooseContacts, DoNotTremble) {
   Clip clip = standing(240, 60.0);
   unsigned random = 1;
-  for (int f = 0; f < clip.frames; f++) {
+  for (int f = 0; f < clip.frames; ++f) {
     angle(&clip, f, "RightToe", 'X') = 30.0 * degree * std::sin(3.14159 * (f - 120.0) / 240.0);
     for (const char axis : {'X', 'Z'}) {
       random = random * 1664525U + 1013904223U;
@@ -88,7 +88,7 @@ TEST(LooseContacts, DoNotTremble) {
 // edited again, and they join the others smoothly.
 TEST(LooseContacts, FramesFarFromThemAreEditedOnce) {
   Clip before = standing(900, 30.0);
-  for (int f = 0; f < before.frames; f++) {
+  for (int f = 0; f < before.frames; ++f) {
     const double x = (f - 450.0) / 60.0;
     angle(&before, f, "RightToe", 'X') = 70.0 * degree * x * std::exp(-x * x);
     before.frame(f)[0] = 0.01 * std::sin(0.1 * f);
@@ -102,7 +102,7 @@ TEST(LooseContacts, FramesFarFromThemAreEditedOnce) {
     EXPECT_GT(report.looseFrames, 0) << textOf(report);
     ASSERT_GT(report.steps.size(), 8U) << textOf(report);
     EXPECT_EQ(report.steps[0].frames, clip.frames);
-    for (std::size_t i = 8; i < report.steps.size(); i++) EXPECT_LT(report.steps[i].frames, 450) << i;
+    for (std::size_t i = 8; i < report.steps.size(); ++i) EXPECT_LT(report.steps[i].frames, 450) << i;
     const Quality quality = measureQuality(before, clip);
     EXPECT_TRUE(quality.largestEdgeJerk <= 3.0) << quality.largestEdgeJerk;
     EXPECT_TRUE(quality.bodyJerk <= 1.3) << quality.bodyJerk;
@@ -113,7 +113,7 @@ TEST(LooseContacts, FramesFarFromThemAreEditedOnce) {
 TEST(LooseContacts, AreNotDrawnTowardsAPoseInFront) {
   Clip clip = standing(121, 30.0);
   clip.frame(0)[2] = -1.0;
-  for (int f = 1; f < clip.frames; f++)
+  for (int f = 1; f < clip.frames; ++f)
     angle(&clip, f, "RightToe", 'X') = 30.0 * degree * std::sin(3.14159 * (f - 61.0) / 120.0);
   const Report report = planted(&clip);
   EXPECT_GT(report.looseFrames, 0) << textOf(report);
@@ -122,7 +122,7 @@ TEST(LooseContacts, AreNotDrawnTowardsAPoseInFront) {
 
 TEST(LooseContacts, FirmContactsAreNotLoosened) {
   Clip clip = standing(90, 30.0);
-  for (int f = 0; f < clip.frames; f++) clip.frame(f)[0] = 0.01 * std::sin(0.1 * f);
+  for (int f = 0; f < clip.frames; ++f) clip.frame(f)[0] = 0.01 * std::sin(0.1 * f);
   const Report report = planted(&clip);
   EXPECT_EQ(report.looseFrames, 0) << textOf(report);
   EXPECT_EQ(textOf(report).find("loosely"), std::string::npos);
@@ -131,14 +131,14 @@ TEST(LooseContacts, FirmContactsAreNotLoosened) {
 // What the user asks for is held, even if a joint turns far for it.
 TEST(LooseContacts, TargetsOfTheUserStayFirm) {
   Clip clip = standing(120, 30.0);
-  for (int f = 0; f < clip.frames; f++)
+  for (int f = 0; f < clip.frames; ++f)
     angle(&clip, f, "RightToe", 'X') = 30.0 * degree * std::sin(3.14159 * (f - 60.0) / 120.0);
   Clip held = clip;
   Edit edit(held);
   for (const char* joint : {"RightFoot", "RightToe", "RightToe.End"}) {
     const int j = held.find(joint);
     const Pnt3 place = Skeleton(held).position(j, held.frame(60));
-    for (int f = 0; f < held.frames; f++) edit.reach(f, j, place);
+    for (int f = 0; f < held.frames; ++f) edit.reach(f, j, place);
   }
   const Report report = edit.solve();
   EXPECT_TRUE(report.met) << textOf(report);
@@ -151,7 +151,7 @@ TEST(LooseContacts, TargetsOfTheUserStayFirm) {
 // the foot, which slides most in that moment.
 TEST(LooseContacts, AJointInGimbalLockIsLeftAlone) {
   Clip clip = standing(120, 60.0);
-  for (int f = 0; f < clip.frames; f++) {
+  for (int f = 0; f < clip.frames; ++f) {
     for (const char* side : {"Left", "Right"}) {
       angle(&clip, f, std::string(side) + "UpLeg", 'X') = -89.5 * degree;
       angle(&clip, f, std::string(side) + "Leg", 'X') = 89.5 * degree;
@@ -175,7 +175,7 @@ TEST(LooseContacts, AJointInGimbalLockIsLeftAlone) {
   EXPECT_TRUE(quality.turn <= 20.0 * degree) << quality.turn / degree;
   Clip was = before;
   double most = 0.0;
-  for (int f = 58; f <= 62; f++) {
+  for (int f = 58; f <= 62; ++f) {
     for (const char axis : {'X', 'Y', 'Z'}) {
       const double by = angle(&clip, f, "LeftUpLeg", axis) - angle(&was, f, "LeftUpLeg", axis);
       most = std::max(most, std::fabs(std::remainder(by, 360.0 * degree)));
