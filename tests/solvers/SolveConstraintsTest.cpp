@@ -217,6 +217,8 @@ TEST(SolveConstraints, RefusesWeightsThatDoNotFit) {
   mass[2] = 1.0;
   damp[0] = std::numeric_limits<double>::quiet_NaN();
   refused();
+  damp[0] = -1.0;
+  refused();
   damp[0] = 0.0;
   mass.grow(J.width() - 1);
   refused();

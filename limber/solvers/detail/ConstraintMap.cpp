@@ -23,6 +23,9 @@ const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vecto
     if (!(mass->data[j] > 0.0)) return "A mass is not positive.";
   }
   if (damping && !allFinite(extent.height, damping->data)) return "A damping is not finite.";
+  for (int i = 0; damping && i < extent.height; ++i) {
+    if (damping->data[i] < 0.0) return "A damping is negative.";
+  }
   copyEntries(J, extent, &rows);
   if (!allFinite(rows.entries(), rows.value.data())) return "The matrix has an entry that is not finite.";
 
