@@ -134,13 +134,16 @@ void WindowStep::show(double scale) {
   showChanges(task_.original, window_, &changes_);
 }
 
-// The clip shows the changes with the same part of the step.
+// The clip shows the changes with the same part of the step. A bound counts only for what is past it, so that
+// it draws nothing towards itself; angles that are kept as they were have a bound on both sides.
 double WindowStep::cost(double scale) const {
   Vector change = zeros(now_.size());
   for (int i = 0; i < now_.size(); ++i) change[i] = now_[i] + scale * step_[i];
   double sum = 0.0;
-  for (const Bound& b : turns_.bounds(stage_, wide_, before_))
-    sum += b.weight * squared(change[b.unknown] - b.value);
+  for (const Bound& b : turns_.bounds(stage_, wide_, before_)) {
+    const double past = change[b.unknown] - b.value, kept = before_[b.unknown] + b.value;
+    if (past * kept >= 0.0) sum += b.weight * squared(past);
+  }
   if (!stage_.exact) {
     Vector size(0);
     measure_.mult(&change, &size);

@@ -79,7 +79,7 @@ TEST(BrokenBounds, AFootThatSinksIsNamed) {
   EditOptions options;
   options.observer = [](const EditStep& step) { return step.number < 2; };
   Edit edit(clip, options);
-  for (int f = 20; f < 40; ++f) edit.reach(f, "RightFoot", Pnt3(-0.09, 0.3, 0.3));
+  for (int f = 20; f < 40; ++f) edit.reach(f, "RightFoot", Pnt3(-0.09, 0.1, 0.6));
   const Report report = edit.solve();
   ASSERT_GT(report.belowAfter, report.belowBefore + 5e-4) << textOf(report);
   EXPECT_FALSE(report.met);

@@ -110,6 +110,22 @@ TEST(Variants, APoseInFrontIsLeftAloneAndDoesNoHarm) {
   for (int c = 0; c < clip.channels; ++c) EXPECT_EQ(clip.frame(0)[c], before.frame(0)[c]) << c;
 }
 
+// A step towards this target would turn an angle by more than half a turn. Binding the angle at the largest
+// turn allowed must not make this step look good: the result needs less than 10 degrees.
+TEST(Variants, AReachIsNotLostInAStepThatTurnsTooFar) {
+  LIMBER_NEEDS_DATA(path, "mocapbank.bvh");
+  Clip clip = readClip(path);
+  const Skeleton skeleton(clip);
+  const int toe = static_cast<int>(clip.joints.size()) - 1, frame = clip.frames / 2;
+  const Pnt3 target = skeleton.position(toe, clip.frame(frame)) + Pnt3(0.0, 0.05 * skeleton.height(), 0.0);
+  Edit edit(clip);
+  edit.plant(findContacts(clip));
+  edit.reach(frame, toe, target);
+  const Report report = edit.solve();
+  EXPECT_TRUE(report.met);
+  EXPECT_LE(report.turn, 0.25);
+}
+
 TEST(Variants, OneFingerOfALowHandStandsForAll) {
   LIMBER_NEEDS_DATA(path, "mocapbank.bvh");
   Clip plain = readClip(path);
