@@ -107,14 +107,14 @@ Problem& problem(int which) {
 
 // Calls both in turns, `calls` times each. The counter "ratio" is Limber's time over the peer's.
 template <class Ours, class Theirs>
-void inTurns(benchmark::State& state, Ours ours, Theirs theirs) {
+void inTurns(benchmark::State& state, Ours ours, Theirs theirs, const char* peer = "eigen_us") {
   const int calls[] = {200, 40, 4, 1}, turnsOf[] = {101, 101, 101, 15};
   const auto which = state.range(0);
   Turns turns{};
   for (auto _ : state) turns = byTurns(turnsOf[which], calls[which], ours, theirs);
   state.counters["ratio"] = turns.ratio;
   state.counters["limber_us"] = 1e-3 * turns.ours;
-  state.counters["eigen_us"] = 1e-3 * turns.peer;
+  state.counters[peer] = 1e-3 * turns.peer;
 }
 
 // Multiplies by an HSpMat or by a SlicedMatrix made from it.
@@ -166,11 +166,22 @@ void slicedTransposedByVector(benchmark::State& state) {
   transposed(state, p, *p.sliced);
 }
 
+// How far a product is from the speed of memory: the peer adds up an array of as many bytes as the values,
+// the indices, x and y have.
+void slicedAgainstMemory(benchmark::State& state) {
+  Problem& p = problemOf(state);
+  const Eigen::Index entries = p.peer.nonZeros(), rows = p.peer.rows();
+  const Eigen::VectorXd bytes = Eigen::VectorXd::Random((12 * entries + 16 * rows) / 8);
+  inTurns(
+      state, [&] { p.sliced->mult(&p.x, &p.y); }, [&] { benchmark::DoNotOptimize(bytes.sum()); }, "peer_us");
+}
+
 // 0: 2000 x 2000, 30 entries per row; 1: 20000 x 30000, 12 per row; 2 and 3: five-point stencils of 200000
 // and 4000000.
 BENCHMARK(productByVector)->DenseRange(0, 2)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(transposedByVector)->DenseRange(0, 2)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(slicedByVector)->DenseRange(0, 3)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(slicedTransposedByVector)->DenseRange(0, 3)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(slicedAgainstMemory)->Arg(3)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace
