@@ -119,9 +119,22 @@ void merge(int active, SpVec* out) {
   RowWriter writer(*out);
   int last = -1;
   while ((active = advance(active, last)) > 0) {
-    constexpr int (*mergeFew[])(RowWriter&) = {mergeWhileAll<1>, mergeWhileAll<2>, mergeWhileAll<3>,
-                                               mergeWhileAll<4>};
-    last = active <= 4 ? mergeFew[active - 1](writer) : mergeOne(active, writer);
+    switch (active) {
+      case 1:
+        last = mergeWhileAll<1>(writer);
+        break;
+      case 2:
+        last = mergeWhileAll<2>(writer);
+        break;
+      case 3:
+        last = mergeWhileAll<3>(writer);
+        break;
+      case 4:
+        last = mergeWhileAll<4>(writer);
+        break;
+      default:
+        last = mergeOne(active, writer);
+    }
   }
   writer.finish();
   // Contract: the last index handled counts, even if its sum was too small to store.
