@@ -7,6 +7,7 @@
 #include "limber_motion/Error.h"
 #include "limber_motion/Skeleton.h"
 #include "limber_motion/Upright.h"
+#include "limber_motion/detail/CheckClip.h"
 #include "limber_motion/detail/EditRun.h"
 #include "limber_motion/detail/LineReader.h"
 #include "limber_motion/detail/NameOf.h"
@@ -33,8 +34,6 @@ void check(const EditOptions& options) {
   if (options.mostSteps < 1 || options.mostSteps > 1000) refuse("mostSteps is not a number from 1 to 1000");
 }
 
-bool isFinite(const Pnt3& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
-
 void checkPlace(const Clip& clip, int frame, int joint) {
   if (joint < 0 || joint >= static_cast<int>(clip.joints.size())) {
     throw Error("there is no joint " + std::to_string(joint) + " in the clip, which has joints 0 to " +
@@ -59,7 +58,7 @@ void Edit::plant(const Contacts& contacts) {
   for (const Contact& contact : contacts.list) {
     checkPlace(clip_, contact.first, contact.joint);
     checkPlace(clip_, contact.last, contact.joint);
-    if (!isFinite(contact.place))
+    if (!detail::isFinite(contact.place))
       throw Error("the place of a contact of " + nameOf(clip_, contact.joint) + " is not a finite point");
   }
   for (const int foot : contacts.feet) checkPlace(clip_, contacts.first, foot);
@@ -72,7 +71,7 @@ void Edit::reach(int frame, int joint, const Pnt3& point, double weight) {
   checkPlace(clip_, frame, joint);
   const std::string target =
       "the target of " + nameOf(clip_, joint) + " in frame " + std::to_string(frame + 1);
-  if (!isFinite(point)) throw Error(target + " is not a finite point");
+  if (!detail::isFinite(point)) throw Error(target + " is not a finite point");
   if (!(weight >= 0.0 && std::isfinite(weight)))
     throw Error(target + " has a weight that is not a number from 0 on");
   constraints_.push_back({frame, joint, point, weight});

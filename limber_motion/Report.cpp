@@ -1,13 +1,12 @@
 #include "limber_motion/Report.h"
 
+#include "limber_motion/detail/Degrees.h"
 #include "limber_motion/detail/Json.h"
 #include "limber_motion/detail/Numbers.h"
 
 namespace limber::motion {
 
 namespace {
-
-constexpr double degrees = 180.0 / 3.14159265358979323846;
 
 // At most four significant digits.
 std::string number(double x) { return detail::significant(x, 4); }
@@ -52,7 +51,8 @@ std::string textOf(const Report& r) {
                            (r.missAfter > 0.1 * r.goal ? place(r.missJoint, r.missFrame) : ""));
   line("skate", number(r.skateBefore) + " -> " + number(r.skateAfter) + " heights a second in the mean, " +
                     number(r.fastestBefore) + " -> " + number(r.fastestAfter) + " at most");
-  line("largest turn", number(r.turn * degrees) + " degrees" + place(r.turnJoint, r.turnFrame));
+  line("largest turn",
+       number(r.turn * detail::degreesOfRadian) + " degrees" + place(r.turnJoint, r.turnFrame));
   line("edge jerk", number(r.edgeJerk) + " times that of the original in the mean, " +
                         number(r.largestEdgeJerk) + " at most; whole body " + number(r.bodyJerk));
   line("below ground", number(r.belowBefore) + " -> " + length(r.belowAfter, r));

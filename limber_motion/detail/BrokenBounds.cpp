@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "limber_motion/Quality.h"
+#include "limber_motion/detail/Degrees.h"
 #include "limber_motion/detail/Jerk.h"
 #include "limber_motion/detail/NameOf.h"
 #include "limber_motion/detail/Numbers.h"
@@ -18,7 +19,6 @@ constexpr double mostTurn = 20.0;                                 // degrees
 constexpr double mostSkate = 0.02, moreSkate = 0.001;             // heights a second, and more than before
 constexpr double deeper = 5e-4;                                   // heights
 constexpr double calm = 0.1;                                      // heights / s^3
-constexpr double degrees = 180.0 / 3.14159265358979323846;
 
 std::string moment(const Clip& clip, int joint, int frame) {
   return nameOf(clip, joint) + " in frame " + std::to_string(frame + 1);
@@ -95,7 +95,7 @@ std::vector<std::string> brokenBounds(const Clip& original, const Clip& edited, 
   }
   check("the jerk of the body, relative to before, is",
         jerkOf(after, original.frameTime) / jerkOf(before, original.frameTime), "", mostBody);
-  check("the largest turn in degrees is", report.turn * degrees,
+  check("the largest turn in degrees is", report.turn * degreesOfRadian,
         " at " + report.turnJoint + " in frame " + std::to_string(report.turnFrame), mostTurn);
   if (quality.skateAfter > mostSkate || quality.skateAfter > quality.skateBefore + moreSkate) {
     const Stand worst = *std::max_element(stands.begin(), stands.end(), [&](const Stand& a, const Stand& b) {

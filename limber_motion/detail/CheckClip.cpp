@@ -11,8 +11,6 @@ namespace limber::motion::detail {
 
 namespace {
 
-bool isFinite(const Pnt3& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
-
 // Returns the index of the first channel after those of the joint.
 int checkJoint(const Clip& clip, std::size_t j, int firstChannel) {
   const Joint& joint = clip.joints[j];
@@ -36,6 +34,8 @@ int checkJoint(const Clip& clip, std::size_t j, int firstChannel) {
 }
 
 }  // namespace
+
+bool isFinite(const Pnt3& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
 
 void checkClip(const Clip& clip) {
   if (clip.joints.empty()) throw Error("the clip has no joints");

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "limber_motion/detail/Degrees.h"
 #include "limber_motion/detail/NameOf.h"
 #include "limber_motion/detail/Numbers.h"
 
@@ -10,7 +11,6 @@ namespace limber::motion::detail {
 namespace {
 
 constexpr double lifted = 0.1;  // heights: a foot that travels further in the clip must be lifted in between
-constexpr double degrees = 180.0 / 3.14159265358979323846;
 
 }  // namespace
 
@@ -61,8 +61,8 @@ std::string whyMissed(const Report& report, Hindrance hindrance, double mostTurn
            significant(report.goal, 2);
   }
   if (hindrance == Hindrance::Jump) return miss + ": to come nearer, it would have to jump";
-  return miss + ": to come nearer, joints would turn by more than the " + significant(mostTurn * degrees, 4) +
-         " degrees allowed";
+  return miss + ": to come nearer, joints would turn by more than the " +
+         significant(mostTurn * degreesOfRadian, 4) + " degrees allowed";
 }
 
 }  // namespace limber::motion::detail
