@@ -3,10 +3,11 @@
 
 reference_pages.py SOURCE-DIR
 
-- docs/guide/messages.md names every text that the library prints as a message;
+- docs/guide/messages.md names every text that the library or a component prints or throws as a message;
 - docs/guide/tuning.md has every exported variable with the initial value of its definition;
 - docs/guide/surprises.md names tests that exist;
-- docs/architecture.md has a line for every header in a detail/ folder, and names no other;
+- docs/architecture.md, docs/guide/motion.md and docs/guide/distributed.md have a line for every private header of the
+  library, of limber_motion and of limber_petsc, and name no other;
 - CITATION.cff and the recipes in packaging/ have the version of the library, and options and folders that exist."""
 import glob
 import json
@@ -31,9 +32,10 @@ def without_comments(text):
     return re.sub(r"^\s*#\s*include.*$", "", re.sub(r"//.*", "", text), flags=re.M)
 
 
-# Texts that are output formats rather than messages: a drawing's operators, a script's lines, a matrix as text.
-formats = {"AIPSWriter.cpp", "AIPSPaths.cpp", "MatLab.cpp", "Matrix3x3.cpp"}
-not_messages = re.compile(r"^(-W|avx|GCC diagnostic|<C MQ3|\s*//|\s*\|\||\s*\\\\)|^%s = ")
+# Texts that are output formats rather than messages: a drawing's operators, a script's lines, a matrix as text, a report.
+formats = ("graphics/AIPSWriter.cpp", "graphics/AIPSPaths.cpp", "solvers/MatLab.cpp", "geometry/Matrix3x3.cpp",
+           "limber_motion/Report.cpp")
+not_messages = re.compile(r"^(-W|\\x|# |avx|GCC diagnostic|<C MQ3|\s*//|\s*\|\||\s*\\\\)|^%s = ")
 
 
 def plain(text):
@@ -44,16 +46,21 @@ def plain(text):
     return re.sub(r"\s+", " ", text).strip()
 
 
+def least_words(path):
+    """Components compose their messages of pieces. Shorter pieces, such as "in frame", need not be on the page."""
+    return 2 if path.startswith(os.path.join(source, "limber", "")) else 3
+
+
 def messages():
     page = re.sub(r"\s+", " ", read("docs", "guide", "messages.md").replace("\\|", "|"))
-    for path in files("limber/**/*.cpp") + files("limber/**/*.h"):
+    for path in files("limber*/**/*.cpp") + files("limber*/**/*.h"):
         text = re.sub(r'"\s*\n\s*"', "", without_comments(open(path, encoding="utf-8").read()))
         text = re.sub(r"static_assert\(.*?\);|LIMBER_\w+\(\".*?\"\)", "", text, flags=re.S)
         for literal in re.findall(r'"((?:[^"\\\n]|\\.)*)"', text):
             words = re.findall(r"[A-Za-z]{2,}", plain(literal).replace("...", " "))
-            if len(words) < 2 or not_messages.search(literal):
+            if len(words) < least_words(path) or not_messages.search(literal):
                 continue
-            if os.path.basename(path) in formats and not re.search(r"\.(error|warn|fatal)\(\"|Report\(\"", text.split(literal)[0][-30:] + '"'):
+            if path.endswith(formats) and not re.search(r"\.(error|warn|fatal)\(\"|Report\(\"", text.split(literal)[0][-30:] + '"'):
                 continue
             if plain(literal) not in page:
                 problems.append(f"messages.md: nothing about \"{plain(literal)}\" of {os.path.relpath(path, source)}")
@@ -87,14 +94,15 @@ def surprises():
         problems.append("surprises.md: fewer rows than there were")
 
 
-def architecture():
-    page = read("docs", "architecture.md")
-    present = {os.path.relpath(path, source).replace(os.sep, "/")[len("limber/"):]
-               for path in files("limber/*/detail/*.h")}
-    named = set(re.findall(r"^\| `(\w+/detail/\w+\.h)` \|", page, re.M))
-    problems.extend(f"architecture.md: no line for {name}" for name in sorted(present - named))
-    problems.extend(f"architecture.md: there is no {name}" for name in sorted(named - present))
-    if page.count("\n") > 120:
+def glossaries():
+    for name, root, pattern in (("architecture.md", "limber", "*/detail/*.h"), ("guide/motion.md", "limber_motion", "detail/*.h"),
+                                ("guide/distributed.md", "limber_petsc", "detail/*.h")):
+        page = read("docs", name)
+        present = {os.path.relpath(path, os.path.join(source, root)).replace(os.sep, "/") for path in files(f"{root}/{pattern}")}
+        named = set(re.findall(r"^\| `((?:\w+/)?detail/\w+\.h)` \|", page, re.M))
+        problems.extend(f"{name}: no line for {header}" for header in sorted(present - named))
+        problems.extend(f"{name}: there is no {header}" for header in sorted(named - present))
+    if read("docs", "architecture.md").count("\n") > 120:
         problems.append("architecture.md: too long to be a map")
 
 
@@ -116,7 +124,7 @@ def recipes():
 messages()
 tuning()
 surprises()
-architecture()
+glossaries()
 recipes()
 print("\n".join(problems) or "the reference pages agree with the code")
 sys.exit(bool(problems))
