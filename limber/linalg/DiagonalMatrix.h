@@ -31,9 +31,9 @@ class LIMBER_API DiagonalMatrix : public SpMat {
   virtual int width();
   /// The i-th diagonal element if i = j, else 0.0.
   virtual double acc(int i, int j);
-  /// Contract, although unusual: y is the first of an array of result vectors, one per row, and all elements
-  /// of the i-th vector become diag[i] x[i], for each i below the larger of the two sizes. An operand shorter
-  /// than that supplies the value in its storage at i, or 0.0 where its storage ends.
+  /// Contract: y is the first of an array of result vectors, one per row, and all elements of the i-th vector
+  /// become diag[i] x[i], for each i below the larger of the two sizes. If an operand is shorter than that,
+  /// the value in its storage at i is used, or 0.0 beyond its storage.
   void mult(const Vector* x, Vector* y) const override;
 
  private:

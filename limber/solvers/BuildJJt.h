@@ -21,9 +21,9 @@ LIMBER_API ResizeMatrix* buildJJt(const HSpMat* J, ResizeMatrix* out, Vector* we
                                   double shift);
 
 /// n x (bandwidth + 1): the diagonal in the last column, and the dot product of rows i and i + 1 + k in
-/// column bandwidth - 1 - k of row i + 1. (Contract: it is that row for every k.) For a bandwidth of 0 or 1
-/// that is the band that cholFactorBanded takes. For a larger bandwidth it is the band of another matrix,
-/// which may not be positive definite: see buildJJtBand.
+/// column bandwidth - 1 - k of row i + 1. Contract: the row is i + 1 for every k. For a bandwidth of 0 or 1
+/// this gives the band that cholFactorBanded takes. For a larger bandwidth it gives the band of another
+/// matrix, which may not be positive definite: see buildJJtBand.
 LIMBER_API ResizeMatrix* buildJJtBanded(const HSpMat* J, int bandwidth, ResizeMatrix* out, Vector* weights,
                                         Vector* damp, double shift);
 

@@ -20,6 +20,6 @@ LIMBER_API void multFunA(SpMat* A, const Vector* v, Vector* w);
 /// cgradDampV. Overwrites w, which grows to A's height.
 LIMBER_API void multFunJJt(SpMat* A, const Vector* v, Vector* w);
 /// w = A^T (A v + d 1), where d is the constant of ncgradDamp during such a solve, and 0 otherwise.
-/// (Contract: d is added to each element of the product; it is not multiplied by v.) Overwrites w, which
-/// grows to A's width.
+/// Overwrites w, which grows to A's width. Contract: d is added to each element of the product and not
+/// multiplied by v.
 LIMBER_API void multFunAtA(SpMat* A, const Vector* v, Vector* w);

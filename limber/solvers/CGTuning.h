@@ -28,8 +28,8 @@ extern LIMBER_API double cg_epsilon;
 /// every iteration is printed too. Default 0.
 extern LIMBER_API int cg_verbosity;
 /// The trace file. If it is set, both families of conjugate gradients write their trace lines to it, whatever
-/// the verbosity. (Contract: the line of mcgradI that says that a system is singular needs cg_verbosity as
-/// well.) Bi-CG writes to the standard-output channel only. Default null.
+/// the verbosity. Bi-CG writes to the standard-output channel only. Default null. Contract: the line of
+/// mcgradI that says that a system is singular needs cg_verbosity as well.
 extern LIMBER_API FILE* cgradDribble;
 /// The initial length of the shared work vectors, and of the one that holds a product of the size of the
 /// right-hand side. Default 2050.

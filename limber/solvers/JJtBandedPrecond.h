@@ -13,8 +13,8 @@ class Vector;
 LIMBER_FIXED_TABLE_BEGIN
 
 /// Preconditions J W J^T + diag(damp) by the Cholesky factor of the band of buildJJtBanded. For a bandwidth
-/// of 0 or 1 that is the band of the matrix. (Contract: for a larger one it is the band of another matrix,
-/// which may not be positive definite.) JJtCholeskyPrecond uses the true band at every width.
+/// of 0 or 1 that is the band of the matrix. Contract: for a larger bandwidth it is the band of another
+/// matrix, which may not be positive definite. JJtCholeskyPrecond uses the true band at every width.
 ///
 /// A failed factorization is reported, and the diagonal is used instead, as in JJtPrecond. Weights, the shift
 /// and copies are as in JJtPrecond.

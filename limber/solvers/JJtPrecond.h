@@ -21,8 +21,8 @@ LIMBER_FIXED_TABLE_BEGIN
 /// Contract: copies are shallow. They hold the same vector, which the last copy releases.
 class LIMBER_API JJtPrecond : public Preconditioner {
  public:
-  /// 1/d for the diagonal entry d of each row of J. (Contract: it is d itself if |d| < cg_epsilon, so a row
-  /// of zeros zeroes its residual.) Null if there was no memory; solve() is then the identity.
+  /// 1/d for the diagonal entry d of each row of J. Null if there was no memory; solve() is then the
+  /// identity. Contract: if |d| < cg_epsilon it is d itself, so a row of zeros zeroes its residual.
   Vector* inverse;
 
   /// `weights` are 1/mass of the solve. Null weights mean 1, null damping means none.

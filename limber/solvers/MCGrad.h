@@ -9,10 +9,10 @@
 
 class Preconditioner;
 
-/// Runs up to cg_maxRestarts passes of pureCGrad, each from the x of the previous one; after a pass whose
-/// best iterate was its start, from 0.5 x + 0.5 b. (Contract: that is the only perturbation.) rsq and rsqOut
-/// both receive the final squared residual, totalIters the iterations of all passes, status the status of the
-/// last pass.
+/// Runs up to cg_maxRestarts passes of pureCGrad, each from the x of the previous one. rsq and rsqOut both
+/// receive the final squared residual, totalIters the iterations of all passes, status the status of the last
+/// pass. Contract: after a pass whose best iterate was its start, the next pass starts from 0.5 x + 0.5 b;
+/// nothing else perturbs x.
 ///
 /// The work vectors are shared by all solves of the process: the first solve creates them, they grow on
 /// demand and are never released. After the first solve of a size, in rows, columns and entries, nothing is

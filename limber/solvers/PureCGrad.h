@@ -24,8 +24,8 @@ class Preconditioner;
 /// of the caller that shares nothing; the other multiply functions share a vector.
 ///
 /// With cg_verbosity above 1 or a trace file set, M x of each iteration is written to the vector that mcgradI
-/// passes as bestX. (Contract: both use the same vector, so a traced solve that restores its best iterate
-/// gets that product.)
+/// passes as bestX. Contract: both use the same vector, so a traced solve that restores its best iterate gets
+/// that product.
 LIMBER_API CGIStatus pureCGrad(SpMat* A, Vector* x, Vector* b, CGMultFun mult, Vector* r, Vector* p,
                                Vector* q, int maxIters, int& iter, int& bestIter, double& rsq, Vector* bestX,
                                Preconditioner* precond, Vector* z);
