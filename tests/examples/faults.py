@@ -103,7 +103,7 @@ class Faults(LimitedMemory):
                 self.assertRegex(err, f"^pipe:[0-9]+: .*{message}")
                 self.assertEqual(os.listdir(self.folder), [])
 
-        # What was read of the frames is used, and a note says so.
+        # The frames that could be read are used, and a note says so.
         for program, place in ((SKELETON, 2), (MOTION_EDIT, 1)):
             result = self.reading_pipe(whole[:-400], program, "pipe")
             self.assertIn("there are 119 whole frames instead of the declared 120 frames", result[place])

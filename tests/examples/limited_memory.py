@@ -39,7 +39,7 @@ class LimitedMemory(unittest.TestCase):
             done = self.limited((start + step) * MEGABYTE, [program, *arguments])
             self.assertIn(done.returncode, (0, 3), (step, done))
             if done.returncode == 3:
-                # The older family reports on the same channel what it grows.
+                # The older family reports on the same channel when its vectors grow.
                 said = [line for line in done.stderr.splitlines() if not line.startswith("ERR: ")]
                 self.assertEqual(len(said), 1, (step, done))
                 self.assertIn("memory", said[0])

@@ -136,7 +136,7 @@ class Skeleton(unittest.TestCase):
         wanted = positions(text, frame)
         got = table(out)
         self.assertEqual([name for name, _ in got], [name for name, _ in wanted])
-        # Nine digits are printed; a chain of thirty matrices loses less than one more.
+        # Nine digits are printed, and a chain of thirty matrices loses less than one digit more.
         size = max(1.0, max(abs(x) for _, at in wanted for x in at))
         for (name, a), (_, b) in zip(got, wanted):
             for x, y in zip(a, b):

@@ -96,7 +96,7 @@ class Faults(SolveRunner):
             pass
 
     def test_ctrl_c_ends_a_solve_with_the_best_so_far(self):
-        # bi-CG makes no headway here: with its own number of passes it is done before the signal arrives.
+        # bi-CG makes no progress here, and with its default number of passes it would end before the signal arrives.
         for options in (("--ls",), ("--family", "newer", "--spd"), ("--old", "--spd"),
                         ("--bicg", "--restarts", "1000000")):
             status, out, shown, x = self.interrupted(*options)

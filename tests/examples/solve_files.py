@@ -149,7 +149,7 @@ class Files(SolveRunner):
             self.assertEqual(done.returncode, 0, done.stderr)
             with open(file, encoding="utf-8") as stream:
                 report = json.load(stream)
-            # Python replaces a piece of a character once, the program each of its bytes
+            # Python replaces an incomplete character once, the program replaces each of its bytes
             once = path.decode("utf-8", "replace")
             self.assertEqual(re.sub("\ufffd+", "\ufffd", report["matrix"]), re.sub("\ufffd+", "\ufffd", once))
 

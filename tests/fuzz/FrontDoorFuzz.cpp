@@ -138,8 +138,8 @@ struct Problem {
   }
   bool startFits() const { return start.count == 0 || start.count == (kind == Constraints ? m : n); }
 
-  // |b - A x| / |b| or, for least squares, |A^T (b - A x)| / |A^T b|; and the size of the terms that cancel
-  // in it, also relative to the right-hand side. Constraints are left out.
+  // residual: |b - A x| / |b| or, for least squares, |A^T (b - A x)| / |A^T b|. terms: the size of the terms
+  // that cancel in it, relative to the right-hand side. Constraints are left out.
   struct Truth {
     long double residual, terms;
   };

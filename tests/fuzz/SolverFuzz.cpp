@@ -13,7 +13,7 @@ namespace {
 
 int silent(const char*) { return 0; }
 
-// A class of the caller that gives the same products. The library makes no copy of it.
+// A user-defined class that gives the same products. The library makes no copy of it.
 class Own : public SpMat {
  public:
   explicit Own(const HSpMat& rows) : rows_(rows) {}

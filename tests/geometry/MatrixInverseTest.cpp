@@ -79,8 +79,8 @@ TEST(InvertMatrix, RandomMatricesTimesTheirInversesAreTheIdentity) {
     Matrix4x4 b = a, product;
     ASSERT_EQ(invertMatrix(&b, 1), 1);
     multMatrix(&a, &b, &product);
-    // Gauss-Jordan of order n with full pivoting: |A X - I| <= c n growth eps cond(A), c a small number and
-    // the growth below 4.1 for order 4.
+    // The error of Gauss-Jordan elimination of order n with full pivoting: |A X - I| <= c n growth eps
+    // cond(A), where c is a small number and the growth is below 4.1 for order 4.
     const double tol = 4.0 * 4.0 * 4.1 * tolerance::epsilon * rowSumNorm(a) * rowSumNorm(b);
     EXPECT_TRUE(closeEntries(product, Matrix4x4(), tol));
   }
@@ -159,8 +159,8 @@ TEST(InvertMatrix, NanEverywhereUsesAColumnTwice) {
   for (auto& row : a[1].m)
     for (double& x : row) x = nan;
   EXPECT_EQ(invertMatrix(&a[1], 1), 0);
-  // Steps 1 and 2 both take (0, 0), where the candidate starts; from step 3 on the search meets column 0
-  // again in each of the four rows whose own count is not 1.
+  // Steps 1 and 2 both take (0, 0), where the search starts. From step 3 on, the search meets column 0 again
+  // in each of the four rows that have been a pivot row a number of times other than 1.
   std::string expected;
   for (int i = 0; i < 8; ++i) expected += usedTwice;
   EXPECT_EQ(captured.err(), expected);

@@ -11,7 +11,7 @@ using tolerance::epsilon;
 namespace {
 
 // Entries are sums of at most four products of numbers of at most 1, each factor off by at most an ulp or
-// two; products of two such matrices triple it.
+// two. A product of two such matrices triples the error.
 constexpr double matrixTolerance = 16 * epsilon;
 
 // Calls `law` on all critical and random poses of all nine formats that have parameters.
@@ -78,11 +78,11 @@ TEST(RotationLaws, MatrixOfZXYIsThatOfMakeRot) {
   }
 }
 
-// Central differences with step h miss by h^2/6 max |f'''| and, as each value is off by at most e, by e/h.
-// In one angle every entry is A cos + B sin + C with A^2 + B^2 <= 1. Along one quaternion component, at norm
-// 1, an entry is a ratio of quadratics whose denominator has its zeros at distance 1; within 1/2 it is at
-// most 9, so by Cauchy's estimate |f'''| <= 6 * 9 / (1/2)^3 = 432, and for norm r the derivatives of order k
-// scale with r^-k.
+// Central differences with step h have an error of h^2/6 max |f'''| and, if each value is off by at most e,
+// another one of e/h. In one angle every entry is A cos + B sin + C with A^2 + B^2 <= 1. Along one quaternion
+// component, at norm 1, an entry is a ratio of quadratics whose denominator has its zeros at distance 1.
+// Within 1/2 it is at most 9, so by Cauchy's estimate |f'''| <= 6 * 9 / (1/2)^3 = 432. For norm r the
+// derivatives of order k scale with r^-k.
 TEST(RotationLaws, DerivativeBlocksMatchCentralDifferences) {
   forAllPoses([](const Format& format, const double* pose) {
     double p[4] = {pose[0], pose[1], pose[2], pose[3]};

@@ -15,8 +15,8 @@
 /// the solvers in tests/solvers/table/ is printed and compared in the same way.
 namespace golden {
 
-/// A fixed sequence of numbers in [-1, 1), exact in any arithmetic of doubles (no library distribution is the
-/// same everywhere).
+/// A fixed sequence of numbers in [-1, 1), exact in doubles. (The distributions of the standard library
+/// differ between platforms.)
 class Numbers {
  public:
   explicit Numbers(std::uint64_t seed) : state_(seed) {}

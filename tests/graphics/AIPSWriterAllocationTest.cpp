@@ -83,8 +83,8 @@ TEST(AIPSWriter, ACopyThatCannotBeNotedLeavesTheOriginalWhole) {
   }
 }
 
-// Copies of new writers are kept until the count of one of their holders needs memory. Writers of different
-// depths count different numbers of holders, so that it is another one of them each time.
+// Keeps copies of new writers until there is no memory to count one of their holders. Writers of different
+// depths have different numbers of holders, so a different holder fails each time.
 TEST(AIPSWriter, ACopyWhoseHoldersCannotBeCountedDrawsNothing) {
   TemporaryDirectory directory;
   const std::string path = directory / "copy.ai";
@@ -120,8 +120,8 @@ TEST(AIPSWriter, ACopyWhoseHoldersCannotBeCountedDrawsNothing) {
   }
 }
 
-// Other shared objects fill the table of holders one by one, so that in turn each of the copy's holders is
-// the one for which it has to grow. The table keeps the size that earlier tests of the process gave it.
+// Fills the table of holders with other shared objects, one by one, so that each of the copy's holders in
+// turn makes the table grow. Earlier tests of the process may have made the table larger.
 TEST(AIPSWriter, ACopyDrawsNothingWhicheverOfItsHoldersCannotBeCounted) {
   TemporaryDirectory directory;
   const std::string path = directory / "copy.ai";

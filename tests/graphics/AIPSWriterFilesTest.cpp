@@ -69,7 +69,7 @@ TEST(AIPSWriter, ANullNameAndNoStreamReportsAndWritesToStandardOutput) {
   EXPECT_EQ(output.out(), "");
 }
 
-// A second init completes the first drawing. Its stream and name may be those of the writer.
+// A second init completes the first drawing. It may be given the writer's own stream and name.
 TEST(AIPSWriter, InitGoesOnInItsOwnStream) {
   CapturedOutput output;
   TemporaryDirectory directory;
@@ -166,10 +166,11 @@ TEST(AIPSWriter, AssignmentFinishesTheOldDrawingAndSharesTheNew) {
   EXPECT_EQ(readText(one), header + pen + trailer);
 }
 
-// Writers of this name, with and without a stream of their own, leave what has it alone.
+// Checks that a writer to this path does not remove what is there, whether or not it is given a stream as
+// well.
 void expectLeftAlone(const std::string& path) {
   CapturedOutput output;
-  { AIPSWriter writer(path.c_str()); }  // a FIFO that is opened would wait for its reader
+  { AIPSWriter writer(path.c_str()); }  // opening a FIFO would block until someone reads it
   EXPECT_EQ(output.err(), "ERR: Bad file to AIPSWriter @ (AIPS:28)\n");
   EXPECT_TRUE(fs::exists(path)) << path;
   output.clear();

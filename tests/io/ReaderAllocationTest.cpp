@@ -28,8 +28,8 @@ TEST(Reader, ReportsAFailedAllocationOfTheName) {
     EXPECT_EQ(report.rfind(searched ? "FATAL ERROR@(Reader:" : "FATAL ERROR:", 0), 0u) << report;
     EXPECT_NE(report.find(":NEW fails - memory problem\n"), std::string::npos) << report;
     EXPECT_EQ(output.errCalls().size(), 1u);
-    EXPECT_EQ(ok, !searched);  // without memory for the path it does not open the file; without memory for
-                               // the name it still reads
+    // Without memory for the path it does not open the file. Without memory for the name it still reads.
+    EXPECT_EQ(ok, !searched);
   }
 }
 
@@ -51,9 +51,9 @@ TEST(Reader, ACopyThatCannotBeNotedIsAtEndAndTakesNothingAway) {
   EXPECT_STREQ(file.reader.name, file.path.c_str());
 }
 
-// Copies of a reader count two holders, that of the file and that of the name. Copies of new readers are kept
-// until the count of one of them needs memory: with a nameless reader before them it is that of the name,
-// without one that of the file.
+// A copy of a reader counts two holders, one of the file and one of the name. Copies of new readers are kept
+// until one of these counts needs memory. After a reader without a name this is the count of the name,
+// otherwise that of the file.
 TEST(Reader, ACopyWhoseHoldersCannotBeCountedSharesNeitherFileNorName) {
   TemporaryDirectory directory;
   const std::string path = directory.write("text", "one two");
@@ -61,7 +61,7 @@ TEST(Reader, ACopyWhoseHoldersCannotBeCountedSharesNeitherFileNorName) {
     CapturedOutput output;
     std::vector<std::unique_ptr<Reader>> readers;
     if (nameless) {
-      const allocations::FailAt fail(1);  // the first one is that of the reader itself
+      const allocations::FailAt fail(1);  // the first allocation is the reader itself
       readers.push_back(std::make_unique<Reader>(path.c_str(), nullptr));
       EXPECT_EQ(readers.back()->name, nullptr);
     }

@@ -8,8 +8,8 @@
 #include "tests/support/DecimalPoint.h"
 #include "tests/support/TemporaryFile.h"
 
-/// atof as the C standard has it; that of older Windows knows neither hexadecimal numbers nor infinities.
-/// The point is a point in every locale, as it is for the reader.
+/// atof as the C standard defines it. On older Windows it knows neither hexadecimal numbers nor infinities.
+/// It expects a decimal point in every locale, as the reader does.
 inline double standardAtof(const char* word) {
   const DecimalPoint point;
   return std::strtod(word, nullptr);

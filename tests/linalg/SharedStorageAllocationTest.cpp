@@ -228,7 +228,7 @@ TEST(SharedStorageAllocation, ATransposedProductThatCannotGrowItsResultIsEmpty) 
 
 TEST(SharedStorageAllocation, AnInverseWithoutMemoryForItsBookkeepingLeavesTheMatrix) {
   if (!inOwnProcess()) return;  // the shared workspaces only grow
-  const int n = 260;            // more than the fixed bookkeeping is for
+  const int n = 260;            // too many for the fixed bookkeeping
   FullMatrix m(n, n);
   int failures = 0;
   for (long k = 0;; ++k) {

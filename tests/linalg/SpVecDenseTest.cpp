@@ -106,7 +106,7 @@ TEST(SpVecDense, ScatterIntoOneVectorFillsItWithTheEntryAtZero) {
   SpVec().scatter(&v);
   expectElements(v, {0, 0, 0});
   v = 1.0;
-  rowOf({{-2, 7.0}}).scatter(&v);  // before the array: passed over
+  rowOf({{-2, 7.0}}).scatter(&v);  // an index before the array: skipped
   expectElements(v, {0, 0, 0});
 }
 

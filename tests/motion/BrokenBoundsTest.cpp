@@ -1,5 +1,5 @@
-// An edit that only holds contacts, but breaks a bound of natural motion or lets a foot sink, says so instead
-// of being met.
+// An edit that only holds contacts, but breaks a bound of natural motion or lets a foot sink, is not met and
+// says why.
 
 #include <gtest/gtest.h>
 

@@ -41,8 +41,8 @@ double seconds(const Clip& clip, const Contacts& contacts) {
   return sum;
 }
 
-// Low: less than 0.05 heights above the height that the joint is below in a twentieth of the frames. Slow:
-// less than 0.1 heights per second over 0.05 seconds.
+// Low: less than 0.05 heights above the height that the joint goes below in only a twentieth of the frames.
+// Slow: less than 0.1 heights per second over 0.05 seconds.
 TEST(Contacts, HoldEveryTimeInWhichAFootIsLowAndSlow) {
   for (const Clip& clip : clips()) {
     const Skeleton skeleton(clip);

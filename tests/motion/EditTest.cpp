@@ -130,7 +130,7 @@ TEST(Edit, HoldsAJointWhereItIsBesidePlants) {
   }
 }
 
-// The frames of a ramp are only pulled at, so the joint comes to its place and leaves it more gently.
+// The frames of a ramp only pull, so the joint approaches its place and leaves it more gently.
 TEST(Edit, AnEasedHoldIsAsAScriptWouldHaveItAndGentler) {
   const TemporaryDirectory directory;
   Clip eased = walk(), scripted = walk(), firm = walk();
@@ -246,7 +246,7 @@ TEST(Edit, KeepsFeetAboveTheGroundWhenAsked) {
   EXPECT_TRUE(report.belowAfter <= 1e-4) << report.belowAfter;
 }
 
-// With knots, one hold depends on unknowns of several times, also where only a few of them are bound.
+// With knots, one hold depends on unknowns of several times, also if only a few of them are bound.
 TEST(Edit, KeepsToTheLargestTurnWithKnotsToo) {
   Clip clip = walk();
   const Skeleton skeleton(clip);

@@ -147,8 +147,8 @@ TEST(LooseContacts, TargetsOfTheUserStayFirm) {
 }
 
 // A seated figure whose left hip passes through gimbal lock: two angles turn by 150 degrees in a tenth of a
-// second, but the leg hardly moves. A smooth change of these angles would swing the leg, so others must still
-// the foot, which slides most in that moment.
+// second, but the leg hardly moves. A smooth change of these angles would swing the leg. So other angles must
+// keep the foot still, which slides most in that moment.
 TEST(LooseContacts, AJointInGimbalLockIsLeftAlone) {
   Clip clip = standing(120, 60.0);
   for (int f = 0; f < clip.frames; ++f) {

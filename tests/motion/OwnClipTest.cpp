@@ -1,4 +1,4 @@
-// Clips that a program builds or changes, and what it may get wrong.
+// Clips that a program builds or changes, and the mistakes that it may make.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
-// What resists a change: the root most, then the spine, then the limbs; and what the user says instead.
+// Stiffness: by default the root resists a change most, then the spine, then the limbs, and the user may
+// choose other values.
 
 #include <gtest/gtest.h>
 

@@ -106,8 +106,8 @@ TYPED_TEST(OdeAllocation, EveryFailureLeavesAValidSolver) {
   }
 }
 
-// The size plus one that Euler stores does not fit. (Allocations fail, so that the test does not fill
-// gigabytes with zeros.)
+// Euler's solver stores the size plus one, which does not fit an int here. Allocations fail, so that the test
+// does not fill gigabytes with zeros.
 TYPED_TEST(OdeAllocation, TheLargestSizeIsKept) {
   Decay decay;
   CapturedOutput captured;

@@ -55,7 +55,7 @@ def check_ended(what, end, matrix, x, patience):
     began = time.monotonic()
     try:
         _, err = running.communicate(timeout=patience)
-        # The launcher says nothing about Ctrl-C, and passes on what the processes then say only if it is in time.
+        # After Ctrl-C the launcher prints nothing itself, and may end before it passes on what the processes print.
         check(running.returncode != 0 and (err.strip() or what == "Ctrl-C"), f"{what}: {running.returncode} {err}")
         print(f"{what}: the job ended after {time.monotonic() - began:.2f} s")
     except subprocess.TimeoutExpired:
@@ -93,7 +93,7 @@ with tempfile.TemporaryDirectory() as folder:
     status, out, err = run(2, "-limber_ksp_type", "cgls", matrix)
     check(status == 0, f"another method: {status} {out} {err}")
 
-    # Ctrl-C ends the job, and so does a process that is killed.
+    # A job ends after Ctrl-C, and when one of its processes is killed.
     side = 300
     large = os.path.join(folder, "large.mtx")
     with open(large, "w", encoding="utf-8") as file:
@@ -101,7 +101,7 @@ with tempfile.TemporaryDirectory() as folder:
         entries += [(i, i - 1, -1) for i in range(side * side) if i % side] + [(i, i - side, -1) for i in range(side, side * side)]
         file.write(f"%%MatrixMarket matrix coordinate real symmetric\n{side * side} {side * side} {len(entries)}\n")
         file.writelines(f"{i + 1} {j + 1} {v}\n" for i, j, v in entries)
-    # Ten seconds, or longer on a machine that needs so long for a job that has nothing to do.
+    # Ten seconds, or more if this machine needs longer for a trivial job.
     began = time.monotonic()
     run(2, "--ls", matrix)
     patience = max(10.0, 5.0 * (time.monotonic() - began))

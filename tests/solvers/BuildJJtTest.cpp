@@ -293,8 +293,8 @@ TEST(BuildJJt, BandOfTheHalfBandwidthLeavesNothingOut) {
   });
 }
 
-// A run of rows with the same indices begins and ends anywhere in the groups of eight in which rows are
-// processed.
+// A run of rows with the same indices may begin and end anywhere in the groups of eight rows that are
+// processed together.
 TEST(BuildJJt, RunsOfEqualPatternsHaveTheBitsOfThePlainDotsWhereverTheyBegin) {
   for (int lead = 0; lead <= 8; ++lead) {
     for (int run = 1; run <= 19; ++run) {

@@ -1,5 +1,5 @@
-// The front door has several methods, and each may save what an earlier one left undone. So a correct
-// solution does not show that a method works; the number of iterations does. The bounds leave room for
+// The front door tries several methods, and a later one may solve what an earlier one did not. So a correct
+// solution does not show that a method works, but the number of iterations does. The bounds leave room for
 // improvements and are far below what other methods need.
 
 #include <gtest/gtest.h>

@@ -48,7 +48,7 @@ void expectTruth(const char* family, double parameter, const FullMatrix& A, cons
   const Vector peer = byLapack(A, b, kind);
   if (peer.count < width) return;
   const double theirs = relativeResidual(sparse.matrix(), width, b, peer, kind == leastSquares);
-  if (!(theirs <= 1e-9)) return;  // closer to the bound, the last bits of a LAPACK decide
+  if (!(theirs <= 1e-9)) return;  // closer to the bound, rounding inside LAPACK decides
   EXPECT_LE(truth, 1e-8) << report.message << "; LAPACK " << theirs;
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int n = 4225;
 
-// A class of the caller that has only products.
+// A user-defined class that has only products.
 class Products final : public SpMat {
  public:
   explicit Products(const HSpMat& A) : A_(A) {}
@@ -88,8 +88,8 @@ TEST(SolveLargeClasses, WhatProductsSolveIsNotCopied) {
   EXPECT_LE(products.count, 1000);
 }
 
-// A class of the caller whose products with unit vectors are not finite, or fail, so that it cannot be
-// copied. The last row is empty.
+// A user-defined class that cannot be copied, because its products with unit vectors fail or are not finite.
+// The last row is empty.
 class NoCopy final : public SpMat {
  public:
   explicit NoCopy(bool fails) : fails_(fails) {}

@@ -8,7 +8,7 @@
 
 namespace {
 
-// A class that has only products, as a class of a caller may.
+// A user-defined class that has only products.
 class OnlyProducts : public SpMat {
  public:
   explicit OnlyProducts(const HSpMat& matrix) : matrix_(matrix) {}

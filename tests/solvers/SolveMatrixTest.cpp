@@ -208,8 +208,8 @@ class Jumper : public Preconditioner {
   int calls = 0;
 };
 
-// A preconditioner may leave in this way, for example if it cannot read a file. (The allocations of the solve
-// leak. There are none if all vectors already have their sizes.)
+// A preconditioner may leave a solve in this way, for example if it cannot read a file. What the solve has
+// allocated then leaks, but if all vectors already have their sizes it allocates nothing.
 TEST_F(SolveMatrix, ASolveThatIsLeftByAJumpLeavesNothingBehind) {
   strictPasses();
   SparseMatrix sparse = randomSparse(61, true);

@@ -138,7 +138,7 @@ TEST(SolveOddMatrices, BlocksThatDoNotFitTogetherAreRefused) {
   EXPECT_NEAR(1.0, x[2], 1e-12);
 }
 
-// A class of the caller that does not tell its sizes.
+// A user-defined class that does not tell its sizes.
 class OnlyMult : public SpMat {
  public:
   int height() const override { return 0; }
@@ -162,7 +162,7 @@ TEST(SolveOddMatrices, AClassWithoutSizesHasThoseOfTheVectors) {
   }
 }
 
-// Diagonal products of a class of the caller, which fail for some vectors.
+// A user-defined diagonal matrix whose products fail for some vectors.
 class Diagonal : public SpMat {
  public:
   Diagonal(int n, double largest, bool unitVectors = true) : n_(n), largest_(largest), unit_(unitVectors) {}
@@ -190,7 +190,8 @@ TEST(SolveOddMatrices, ALargeClassWhoseProductIsNotFiniteIsRefused) {
   }
 }
 
-// Its diagonal reaches from 1 to 1e14, which products alone do not solve. Then its columns are wanted.
+// Its diagonal ranges from 1 to 1e14. Iterations that only multiply do not solve this, so the front door asks
+// for the columns.
 TEST(SolveOddMatrices, AClassWithoutFiniteColumnsIsSolvedByItsProductsAsFarAsTheyLead) {
   const Diagonal A(4500, 1e14, false);
   SolveOptions options;

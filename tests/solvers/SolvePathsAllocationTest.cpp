@@ -20,7 +20,7 @@ int silent(const char*) { return 0; }
 using Call = std::function<SolveReport(Vector*)>;
 using Truth = std::function<double(const Vector&)>;
 
-// Without memory for its result, a solve refuses and leaves x as it is, here empty. Otherwise what it says is
+// If there is no memory for the result, the solve refuses and leaves x empty. Otherwise the report must be
 // true.
 void failEach(const Call& solve, const Truth& relative) {
   const OutputFunction before = stderrF;
@@ -77,7 +77,8 @@ TEST(SolvePathsAllocation, SmallSystemsSayWhetherTheyAreSolved) {
            residualOf(dependent, c, true));
 }
 
-// So many unknowns and so badly scaled rows that the methods without a factor do not reach the goal.
+// There are so many unknowns, and the rows are so badly scaled, that the methods without a factor do not
+// reach the goal.
 TEST(SolvePathsAllocation, SystemsThatNeedAFactorSayWhetherTheyAreSolved) {
   constexpr int n = 80;
   Entries A(n + 5, n);

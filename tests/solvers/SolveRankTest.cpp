@@ -81,8 +81,9 @@ TEST(SolveRank, ConsistentSingularSquareSystemsAreSolved) {
   }
 }
 
-// The adjacency of a random tree with a few more edges is singular, and rounding hides it from its factors:
-// they add 1e16 times a vector of the null space, and the residual of such an x is nothing but rounding.
+// The adjacency matrix of a random tree with a few more edges is singular. Rounding hides this from its
+// factors: they add 1e16 times a vector of the null space, and the residual of such an x consists of rounding
+// errors only.
 TEST(SolveRank, ConsistentSingularNetworksAreSolvedWithoutMuchOfTheNullSpace) {
   for (unsigned seed = 1; seed <= 5; ++seed) {
     SCOPED_TRACE(seed);
@@ -99,8 +100,8 @@ TEST(SolveRank, ConsistentSingularNetworksAreSolvedWithoutMuchOfTheNullSpace) {
   }
 }
 
-// The factors of these matrices overflow when they are applied: solutions of A x = 0 without its last row
-// grow by a factor of 4 from row to row.
+// The factors of these matrices overflow when they are applied: without its last row, A x = 0 has solutions
+// that grow by a factor of 4 from row to row.
 TEST(SolveRank, AMatrixWhoseFactorsOverflowHasTheSmallestResidual) {
   for (const double below : {0.0, 1.0}) {
     SCOPED_TRACE(below);
@@ -212,8 +213,8 @@ TEST(SolveRank, AnUnsolvableSystemThatNoFactorHelpsEndsWithALeastSquaresSolution
   for (int i = 1; i < n - 1; ++i) ASSERT_NEAR(0.5, x[i], 1e-6) << i;
 }
 
-// (I B^T; B 0) with three times more rows than columns in B, so that most of the unknowns are free. It is too
-// large for a dense factor, and the many free unknowns of a sparse one are not all recognised by tiny pivots.
+// (I B^T; B 0), where B has three times more rows than columns, so most of the unknowns are free. The matrix
+// is too large for a dense factor, and a sparse one does not recognise all free unknowns by tiny pivots.
 TEST(SolveRank, ALargeConsistentSaddlePointSystemWithFreeMultipliersIsSolved) {
   constexpr int unknowns = 240, rows = 720, n = unknowns + rows;
   for (unsigned seed = 1; seed <= 2; ++seed) {
@@ -233,8 +234,8 @@ TEST(SolveRank, ALargeConsistentSaddlePointSystemWithFreeMultipliersIsSolved) {
   }
 }
 
-// Judged by their directions the columns are independent, and the solution needs more digits than a double
-// has. Without the shorter columns a small enough residual is found for nine of the ten, otherwise for one.
+// By their directions the columns are independent, but the solution needs more digits than a double has.
+// Without the shorter columns, nine of the ten systems reach a small residual; with them, one does.
 TEST(SolveRank, MostProblemsWithRowsAndColumnsOverSixteenOrdersAreSolved) {
   constexpr int n = 150;
   int solved = 0;

@@ -126,8 +126,8 @@ inline Vector vectorOf(std::initializer_list<double> values) {
 }
 
 using Solve = SolveReport (*)(const SpMat&, const Vector&, Vector*, const SolveOptions&);
-/// A function of the tests, because its address is the same everywhere. The address of a function from a DLL
-/// need not be.
+/// The tests have a function of their own, because the address of a function from a DLL may differ between
+/// modules.
 inline SolveReport leastSquares(const SpMat& A, const Vector& b, Vector* x, const SolveOptions& options) {
   return solveLeastSquares(A, b, x, options);
 }

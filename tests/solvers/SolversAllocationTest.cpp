@@ -175,9 +175,9 @@ TEST(SolversAllocation, NothingInALongSolveAfterAShortOne) {
   EXPECT_EQ(allocations::count() - before, 0);
 }
 
-// Each solve is larger than all before it. First every work vector that must grow fails to grow, which
-// empties it. Then only the k-th one fails. Whatever fails, the same solve succeeds the next time. The matrix
-// class is unknown to the solver, so it is not copied, and the solve multiplies by its rows.
+// Each solve is larger than all before it. First every work vector fails to grow, which empties it. Then only
+// the k-th one fails. In each case the same solve must succeed the next time. The matrix is of a class that
+// is unknown to the solver and therefore not copied.
 class RowsOnly : public HSpMat {
  public:
   explicit RowsOnly(const HSpMat& other) : HSpMat(other) {}
@@ -187,7 +187,7 @@ TEST(SolversAllocation, ASlicedMatrixIsTakenAsItIs) {
   if (!inOwnProcess()) return;
   const CGTuning tuning;
   cg_tol = cg_epsilon = 1e-14;
-  // larger than what other tests solve, so that a copy would have to allocate
+  // larger than the solves of other tests, so that a copy would have to allocate
   const int n = 30011;
   SparseMatrix A = chain(n);
   const SlicedMatrix sliced(A.m);

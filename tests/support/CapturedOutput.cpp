@@ -16,7 +16,7 @@
 namespace {
 
 // The texts of one channel, one after the other, each with its terminator. They are stored with malloc, so
-// that tests that count or fail the library's allocations do not see these.
+// that tests that count or fail the library's allocations do not see them.
 struct Texts {
   char* bytes = nullptr;
   std::size_t size = 0;

@@ -14,7 +14,7 @@ bool inOwnProcess() {
   if (++calls == 1 && tests.test_to_run_count() == 1) return true;
   const testing::TestInfo& test = *tests.current_test_info();
   const std::string name = std::string(test.test_suite_name()) + "." + test.name();
-  // the name, because memcheck and emulators answer for the link and would start themselves
+  // the name of the program: under memcheck and emulators, the link itself would start them
   std::error_code unknown;
   const std::string program = std::filesystem::read_symlink("/proc/self/exe", unknown).string();
   if (unknown) return true;

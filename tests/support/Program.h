@@ -5,8 +5,8 @@
 
 /// The output of a program and its exit status.
 struct ProgramRun {
-  int status;  ///< the exit status; 128 and the signal's number when a signal ended it, 127 when it could not
-               ///< start
+  /// The exit status; 128 plus the signal's number if a signal ended it; 127 if it could not start.
+  int status;
   std::string out, err;
 };
 

@@ -32,7 +32,7 @@ double timed(F f) {
   return now() - from;
 }
 
-// A matrix class of a caller, which only has its sizes and its products.
+// A user-defined matrix class that only has sizes and products.
 class Foreign final : public SpMat {
  public:
   explicit Foreign(const HSpMat& A, int width) : A_(A), width_(width) {}

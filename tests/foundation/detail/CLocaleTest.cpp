@@ -40,7 +40,7 @@ TEST(CLocale, TheProcessesLocaleIsBackAfterwardsAlsoWhenNested) {
     std::snprintf(text, sizeof text, "%g", 1.5);
     EXPECT_STREQ(text, "1.5");
 #if !defined(_WIN32)
-    // The locale of the process does not change. Windows names that of the thread here.
+    // The locale of the process does not change. On Windows the name is that of the thread's locale.
     EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before);
 #endif
   }

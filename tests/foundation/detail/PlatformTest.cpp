@@ -43,7 +43,8 @@ TEST(Platform, TellsKindsOfFiles) {
   EXPECT_EQ(limber::detail::fileKind((directory / "absent").c_str()), FileKind::None);
   EXPECT_EQ(limber::detail::fileKind(directory.path().c_str()), FileKind::Other);
 #if defined(_WIN32)
-  // Not every Windows knows its devices as files. They must not be taken for files that can be removed.
+  // Some versions of Windows do not report their devices as files. They must not be taken for files that can
+  // be removed.
   EXPECT_NE(limber::detail::fileKind("NUL"), FileKind::Regular);
 #else
   EXPECT_EQ(limber::detail::fileKind("/dev/null"), FileKind::CharacterDevice);

@@ -45,7 +45,7 @@ TEST(SharingAllocation, FailedNoteIsReportedAndLosesNothing) {
 
 TEST(SharingAllocation, PointerThatCannotBeNotedIsNotCopied) {
   CapturedOutput captured;
-  std::vector<int> storage(5000);  // more than any test before has made room for
+  std::vector<int> storage(5000);  // more than earlier tests can have made room for
   std::vector<int*> copies(storage.size());
   bool happened = false;
   for (std::size_t i = 0; i < storage.size(); ++i) {

@@ -13,8 +13,7 @@ using namespace limber::detail;
 
 namespace {
 
-// A matrix of the caller's class that drops tiny numbers, as many do, and notes the largest magnitude it
-// gets.
+// A user-defined matrix that drops tiny numbers, as many do. It notes the largest magnitude that it gets.
 class Foreign : public SpMat {
  public:
   explicit Foreign(const Dense& A) : A_(A) {}
@@ -151,7 +150,7 @@ TEST(LinearMap, OfAForeignClassLosesNothingThatIsSmall) {
   EXPECT_EQ(expected, y);
 }
 
-// A matrix of the caller's class that only writes the first element of a product.
+// A user-defined matrix that only writes the first element of a product.
 class FirstElement : public SpMat {
  public:
   void mult(const Vector* x, Vector* y) const override { (*y)[0] = (*x)[0]; }

@@ -131,7 +131,7 @@ TEST(MatrixEntries, OfStructuredMatricesAreTheirBands) {
   expectEntries(band, five);
 }
 
-// A class of the caller that has products and no elements.
+// A user-defined class that has products but no elements.
 class Own : public SpMat {
  public:
   explicit Own(const Dense& A) : A_(A) {}

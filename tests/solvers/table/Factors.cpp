@@ -1,4 +1,4 @@
-// The factors, orders and products behind the solvers, each by itself.
+// The factors, orders and products that the solvers use, each by itself.
 #include <algorithm>
 
 #include "limber/solvers/detail/ConstraintMap.h"
@@ -36,8 +36,8 @@ std::string textOf(const Elimination& elimination) {
          " " + hashOf(elimination.index) + " operations " + std::to_string(elimination.operations);
 }
 
-// Whether an elimination that costs `operations` and has `entries` is allowed at exactly this cost and a
-// little below it.
+// Returns whether an elimination that costs `operations` and has `entries` is allowed at exactly this cost,
+// and a little below it.
 template <class Eliminate>
 std::string bounds(double entries, double operations, Eliminate eliminate) {
   Elimination out;

@@ -1,4 +1,4 @@
-// The single methods of the solvers, each by itself, so that no other one repairs what it leaves.
+// Runs each method of the solvers by itself, so that no later method can correct its result.
 #include "limber/solvers/detail/SolveMethods.h"
 
 #include <functional>
@@ -20,7 +20,7 @@ int observe(int iteration, double rsq, void* data) {
   return 0;
 }
 
-// Runs a method on the system and prints what it makes of it. `method` returns what it reports.
+// Runs a method on the system and prints the result. `method` returns the method's report.
 void run(Line* line, const std::string& name, const System& system, LinearSystem::Kind kind, double relative,
          bool start, const std::function<std::string(LinearSystem&)>& method) {
   Hash trace;

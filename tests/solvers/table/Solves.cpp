@@ -16,7 +16,7 @@ class Weights : public Preconditioner {
   }
 };
 
-// A class of a caller, which adds its products to a hash.
+// A user-defined class, which adds its products to a hash.
 class Watched : public SpMat {
  public:
   Watched(const Entries& A, Hash* hash) : A_(A), hash_(hash) {}
@@ -155,7 +155,7 @@ void classes() {
            [&, M = matrix](Vector* x, const SolveOptions& options) { return kind.solve(*M, b, x, options); });
     }
   }
-  // a class of a caller: copied by its products, or too wide for that
+  // a user-defined class: copied by its products, or too wide for that
   for (const int size : {30, 4097}) {
     Entries chain(size, size);
     for (int i = 0; i < size; ++i) {

@@ -15,10 +15,10 @@
 #include "limber/solvers/detail/SparseRows.h"
 #include "tests/golden/Golden.h"
 
-/// The table of what the solvers of Solve.h and the classes behind them compute for fixed systems. A later
-/// method repairs what an earlier one no longer does well, so a test of the solution alone does not notice
-/// that. The table shows the status, the number of iterations and products, and a hash of the solution and of
-/// the residual after every iteration. Nothing here depends on LAPACK, BLAS or the C library.
+/// The table of what the functions of Solve.h and the classes behind them compute for fixed systems. If one
+/// method gets worse, a later one makes up for it, so a test of the solution alone would not notice. The
+/// table shows the status, the number of iterations and products, and a hash of the solution and of the
+/// residual after every iteration. None of this depends on LAPACK, BLAS or the C library.
 namespace table {
 
 /// A hash of numbers in their order (FNV-1a). All NaNs are the same.

@@ -1,6 +1,6 @@
-// Loaded into a program of the tests before it starts (LD_PRELOAD): the program then runs in the locale that
-// the environment names, as a graphical one does that calls setlocale first. Only programs below
-// LIMBER_LOCALE_PROGRAMS are meant, and no compilers and interpreters that a test starts.
+// Loaded into a program of the tests before it starts (LD_PRELOAD). The program then runs in the locale that
+// the environment names, like a graphical program that calls setlocale at its start. Only programs below
+// LIMBER_LOCALE_PROGRAMS are affected, not the compilers and interpreters that a test starts.
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>

@@ -1,7 +1,7 @@
-// solves COUNT SEED [ONE]: solves that many random systems by all the entry points of both families of
-// conjugate gradients and by bi-conjugate gradients, under random tuning, and prints a line for each: what
-// was solved, what the call returned, and hashes of the bits of x and of everything that was printed. With
-// ONE, only that system, with its texts and its x. tools/compare-solves builds this program against two
+// RandomSolves COUNT SEED [ONE]: solves COUNT random systems, with random tuning, by all entry points of both
+// families of conjugate gradients and by bi-conjugate gradients. It prints a line for each: what was solved,
+// what the call returned, and hashes of the bits of x and of everything that was printed. With ONE, it solves
+// only that system and prints its texts and its x. tools/compare-solves builds this program against two
 // states of the library and compares the lines.
 #include <cinttypes>
 #include <cmath>
@@ -21,8 +21,8 @@ namespace {
 
 std::string printed;
 
-// Keeps a text without the line numbers of reports, "(OldCGrad:125)", and without the signs of NaNs. Both may
-// change from one state to the next.
+// Keeps a text without what may differ between two states: the line numbers of reports, as in
+// "(OldCGrad:125)", and the signs of NaNs.
 int keepText(const char* text) {
   std::size_t added = printed.size();
   const char* const place = std::strstr(text, " @ (");
@@ -43,7 +43,7 @@ std::uint64_t hash(const void* bytes, std::size_t size) {
   return value;
 }
 
-// Every NaN has the same bits here: its sign depends on which operand of a product a compiler puts first.
+// Gives all NaNs the same bits. Their sign depends on which operand of a product the compiler puts first.
 std::uint64_t bits(double value) {
   if (std::isnan(value)) return UINT64_C(0x7ff8000000000000);
   std::uint64_t all;
@@ -148,7 +148,7 @@ void tune(Random& random, int size) {
   cgradDampV = cgradMassVec = nullptr;
 }
 
-// A user's operator, so that not only the library's own are compared.
+// A user-defined operator, so that not only the library's own are compared.
 void twice(SpMat* A, const Vector* in, Vector* out) {
   A->mult(in, out);
   *out *= 2.0;
@@ -161,7 +161,7 @@ struct Solve {
   double rsq = 0.0;
 };
 
-// The system with this number: solves it and returns what the call said, with x in `x`.
+// Makes and solves the system with this number. Returns what the call returned; x receives the solution.
 Solve solve(Random& random, Vector& x) {
   static const char* const names[] = {"ncgradA",    "ncgradAtA", "ncgrad",  "ncgradDamp", "ncgradJJt",
                                       "ncgradJVJt", "ncgradAAt", "cgrad",   "cgradA",     "cgradAAt",
