@@ -13,47 +13,39 @@ using namespace limber::detail;
 
 namespace {
 
-struct Stdio {
-  using Stream = FILE*;
-  static Stream open(const char* path, const char* mode) { return std::fopen(path, mode); }
-};
+// Opens a file: stdio's or zlib's stream.
+using Opener = void* (*)(const char* path, const char* mode);
 
-struct Gz {
-  using Stream = void*;
-  static Stream open(const char* path, const char* mode) { return gzopen(path, mode); }
-};
+void* openFile(const char* path, const char* mode) { return std::fopen(path, mode); }
+void* openGz(const char* path, const char* mode) { return gzopen(path, mode); }
 
 // On some systems a directory can be opened for reading, but it does not count as a file.
-template <class Kind>
-typename Kind::Stream tryOpen(const char* path, const char* mode) {
-  if (isDirectory(path)) return nullptr;
-  return Kind::open(path, mode);
+void* tryOpen(Opener open, const char* path, const char* mode) {
+  return isDirectory(path) ? nullptr : open(path, mode);
 }
 
-template <class Kind>
-typename Kind::Stream openAlong(const char* searchPath, const char* name, char* pathOut, const char* mode) {
+void* openAlong(Opener open, const char* searchPath, const char* name, char* pathOut, const char* mode) {
   if (!name || !pathOut || !mode) return nullptr;
   // Contract: only a leading '/' makes a name absolute; a drive letter or a backslash does not.
   PathList list(name[0] == '/' ? "" : searchPath, PathSyntax::Search);
-  typename Kind::Stream stream;
+  void* stream;
   do {
     char* const end = appendSlash(pathOut, list.next(pathOut));
     appendText(end, name);
-    stream = tryOpen<Kind>(pathOut, mode);
+    stream = tryOpen(open, pathOut, mode);
   } while (!stream && !list.used());
   return stream;
 }
 
 // Tries each sub-path of the directory in pathOut, which ends at `baseEnd`.
-template <class Kind>
-typename Kind::Stream openBelow(const char* subPaths, const char* name, char* pathOut, char* baseEnd,
-                                const char* mode) {
+void* openBelow(Opener open, const char* subPaths, const char* name, char* pathOut, char* baseEnd,
+                const char* mode) {
   PathList subs(subPaths, PathSyntax::SubPaths);
   do {
     char* const end = appendSlash(baseEnd, subs.next(baseEnd));
     appendText(end, name);
     stdoutPrintf("   Trying ``%s''\n", pathOut);
-    if (const auto stream = tryOpen<Kind>(pathOut, mode)) {
+    if (void* const stream = tryOpen(open, pathOut, mode)) {
       stdoutPrintf("Found! %s\n", pathOut);
       return stream;
     }
@@ -61,9 +53,8 @@ typename Kind::Stream openBelow(const char* subPaths, const char* name, char* pa
   return nullptr;
 }
 
-template <class Kind>
-typename Kind::Stream findAlong(const char* baseDirs, const char* subPaths, const char* name, char* pathOut,
-                                const char* mode) {
+void* findAlong(Opener open, const char* baseDirs, const char* subPaths, const char* name, char* pathOut,
+                const char* mode) {
   if (!name || !pathOut || !mode) return nullptr;
   PathList bases(baseDirs, PathSyntax::Bases);
   do {
@@ -75,7 +66,7 @@ typename Kind::Stream findAlong(const char* baseDirs, const char* subPaths, cons
     stdoutPrintf("%s IS a directory!\n", pathOut);
     // Contract: a '/' always follows, even if the base ends in one.
     char* const baseEnd = appendText(end, "/");
-    if (const auto stream = openBelow<Kind>(subPaths, name, pathOut, baseEnd, mode)) return stream;
+    if (void* const stream = openBelow(open, subPaths, name, pathOut, baseEnd, mode)) return stream;
   } while (!bases.used());
   return nullptr;
 }
@@ -87,18 +78,18 @@ void wantBinary(const char* mode, ReportSite site, const char* message) {
 }  // namespace
 
 FILE* fopenp(const char* searchPath, const char* name, char* pathOut, const char* mode) {
-  return openAlong<Stdio>(searchPath, name, pathOut, mode);
+  return static_cast<FILE*>(openAlong(openFile, searchPath, name, pathOut, mode));
 }
 
 void* gzopenp(const char* searchPath, const char* name, char* pathOut, const char* mode) {
   wantBinary(mode, {"SearchP", 227}, "Non-Binary mode to gz openp!");
-  return openAlong<Gz>(searchPath, name, pathOut, mode);
+  return openAlong(openGz, searchPath, name, pathOut, mode);
 }
 
 FILE* findPath(const char* baseDirs, const char* subPaths, const char* name, char* pathOut,
                const char* mode) {
   if (!baseDirs) return fopenp(subPaths, name, pathOut, mode);
-  return findAlong<Stdio>(baseDirs, subPaths, name, pathOut, mode);
+  return static_cast<FILE*>(findAlong(openFile, baseDirs, subPaths, name, pathOut, mode));
 }
 
 void* gzFindPath(const char* baseDirs, const char* subPaths, const char* name, char* pathOut,
@@ -106,5 +97,5 @@ void* gzFindPath(const char* baseDirs, const char* subPaths, const char* name, c
   // Contract: if this calls gzopenp, a text mode is reported twice, once by each function.
   wantBinary(mode, {"SearchP", 159}, "Non-Binary mode to gz find path!");
   if (!baseDirs) return gzopenp(subPaths, name, pathOut, mode);
-  return findAlong<Gz>(baseDirs, subPaths, name, pathOut, mode);
+  return findAlong(openGz, baseDirs, subPaths, name, pathOut, mode);
 }

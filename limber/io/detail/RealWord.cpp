@@ -1,6 +1,5 @@
 #include "limber/io/detail/RealWord.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -15,17 +14,32 @@ namespace limber::detail {
 
 namespace {
 
+__extension__ typedef unsigned __int128 Wide;
+
+// A power of ten.
+struct Power {
+  std::uint64_t whole;
+  double exact[2];           // and its negative
+  std::uint64_t reciprocal;  // 2^126 / (whole 2^shift), rounded down
+  int shift;                 // leading zeros of `whole`
+};
 // Integers with this number of digits fit into 64 bits.
 constexpr int longest = 19;
-struct WholePowers {
-  std::uint64_t of[longest + 1];
-  constexpr WholePowers() : of() {
-    of[0] = 1;
-    for (int power = 1; power <= longest; ++power) of[power] = of[power - 1] * 10;
+struct Powers {
+  Power of[longest + 1];
+  constexpr Powers() : of() {
+    std::uint64_t whole = 1;
+    for (Power& power : of) {
+      const int shift = __builtin_clzll(whole);
+      const auto exact = static_cast<double>(whole);
+      const auto reciprocal = static_cast<std::uint64_t>((Wide{1} << 126) / (whole << shift));
+      power = {whole, {exact, -exact}, reciprocal, shift};
+      whole *= 10;
+    }
   }
-  constexpr std::uint64_t operator[](int power) const { return of[power]; }
 };
-constexpr WholePowers wholePowers;
+constexpr Powers powers;
+
 constexpr std::uint64_t exactIntegers = UINT64_C(1) << 53;
 
 constexpr std::uint64_t zeros = '0' * everyByte;
@@ -72,89 +86,35 @@ inline std::uint64_t upToSixteen(const char* end, int count, std::uint64_t& wron
   const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(1 << 16 | 10000));
   std::uint64_t both;
   _mm_storel_epi64(reinterpret_cast<__m128i*>(&both), eights);
-  return (both & 0xffffffff) * wholePowers[8] + (both >> 32);
+  return (both & 0xffffffff) * powers.of[8].whole + (both >> 32);
 }
 #else
 inline std::uint64_t upToSixteen(const char* end, int count, std::uint64_t& wrong) {
   if (count <= 8) return upToEight(end - count, count, wrong);
-  return upToEight(end - count, count - 8, wrong) * wholePowers[8] + upToEight(end - 8, 8, wrong);
+  return upToEight(end - count, count - 8, wrong) * powers.of[8].whole + upToEight(end - 8, 8, wrong);
 }
 #endif
-
-// The number with these `count` digits, at most 19; 0 if there are none.
-inline std::uint64_t number(const char* at, int count, std::uint64_t& wrong) {
-  if (count <= 0) return 0;
-  if (count <= 8) return upToEight(at, count, wrong);
-  if (count <= 16) return upToSixteen(at + count, count, wrong);
-  return upToEight(at, count - 16, wrong) * wholePowers[16] + upToSixteen(at + count, 16, wrong);
-}
-
-// The exact powers of ten, and behind them their negatives.
-struct SignedPowers {
-  double of[2][23];
-  constexpr SignedPowers() : of() {
-    of[0][0] = 1.0;
-    for (int power = 1; power < 23; ++power) of[0][power] = of[0][power - 1] * 10.0;
-    for (int power = 0; power < 23; ++power) of[1][power] = -of[0][power];
-  }
-};
-constexpr SignedPowers powers;
 
 // +-integer / 10^power for an integer up to 2^53. Both are exact, so the division rounds once (Clinger
 // 1990). The divisor has the sign, so that every rounding mode works; a zero keeps its sign too.
 inline double exactQuotient(bool negative, std::uint64_t integer, int power) {
-  return static_cast<double>(static_cast<std::int64_t>(integer)) / powers.of[negative][power];
-}
-
-__extension__ typedef unsigned __int128 Wide;
-
-// A power of ten that is shifted up to fill 64 bits, and its reciprocal.
-struct Divisor {
-  std::uint64_t value;       // 10^power 2^shift
-  std::uint64_t reciprocal;  // 2^126 / value, rounded down
-  int shift;
-};
-struct Divisors {
-  Divisor of[longest + 1];
-  constexpr Divisors() : of() {
-    for (int power = 0; power <= longest; ++power) {
-      const int shift = __builtin_clzll(wholePowers[power]);
-      const std::uint64_t value = wholePowers[power] << shift;
-      of[power] = {value, static_cast<std::uint64_t>((Wide{1} << 126) / value), shift};
-    }
-  }
-};
-constexpr Divisors divisors;
-
-// +-bits 2^exponent, rounded once.
-inline double withExponent(bool negative, std::uint64_t bits, int exponent) {
-  const std::uint64_t scaleBits = static_cast<std::uint64_t>(1023 + exponent) << 52;
-  double scale;
-  std::memcpy(&scale, &scaleBits, sizeof scale);
-  // Without a branch: signs are random.
-  return static_cast<double>(static_cast<std::int64_t>((bits ^ -std::uint64_t{negative}) + negative)) * scale;
+  return static_cast<double>(static_cast<std::int64_t>(integer)) / powers.of[power].exact[negative];
 }
 
 // +-integer / 10^power, rounded once, for an integer above 0. False if the product with the reciprocal, which
 // is less than 2 below the exact quotient, leaves the rounding open: a double keeps none of its last eight
 // bits and rounds all values between two multiples of 256 alike, so only values next to a multiple do.
 inline bool quotient(bool negative, std::uint64_t integer, int power, double& out) {
-  const Divisor& divisor = divisors.of[power];
+  const Power& divisor = powers.of[power];
   const int shift = __builtin_clzll(integer);
-  const auto bits = static_cast<std::uint64_t>(Wide{integer << shift} * divisor.reciprocal >> 64);
-  out = withExponent(negative, bits | 1, divisor.shift - shift - 62);
-  return ((bits + 1) & 255) > 1;
-}
-
-// The same by a division: at least 62 bits of the quotient, with the last one also set if there is a
-// remainder, so that the conversion to a double rounds like the exact quotient.
-double longQuotient(bool negative, std::uint64_t integer, int power) {
-  const Divisor& divisor = divisors.of[power];
-  const int shift = __builtin_clzll(integer);
-  const Wide dividend = Wide{integer << shift} << 62;
-  const auto bits = static_cast<std::uint64_t>(dividend / divisor.value);
-  const bool remainder = Wide{bits} * divisor.value != dividend;
-  return withExponent(negative, bits | std::uint64_t{remainder}, divisor.shift - shift - 62);
+  const auto whole = static_cast<std::uint64_t>(Wide{integer << shift} * divisor.reciprocal >> 64);
+  // The sign is applied without a branch, because signs are random.
+  const std::uint64_t bits = ((whole | 1) ^ -std::uint64_t{negative}) + negative;
+  const std::uint64_t scaleBits = static_cast<std::uint64_t>(1023 + divisor.shift - shift - 62) << 52;
+  double scale;
+  std::memcpy(&scale, &scaleBits, sizeof scale);
+  out = static_cast<double>(static_cast<std::int64_t>(bits)) * scale;
+  return ((whole + 1) & 255) > 1;
 }
 
 // A word of one to eight digits and points, processed in one piece: the digits before the point are moved up
@@ -170,38 +130,18 @@ inline bool shortDecimal(bool negative, const char* first, int length, double& o
   return true;
 }
 
-// +-integer / 10^behindPoint. False if this number needs a division.
-inline bool scaled(bool negative, std::uint64_t integer, int behindPoint, double& out) {
-  if (integer <= exactIntegers) {
-    out = exactQuotient(negative, integer, behindPoint);
-    return true;
-  }
-  return quotient(negative, integer, behindPoint, out);
-}
-
 // A word of one to seven digits, a point, and at most 16 digits, the most frequent long words. False for
-// others, and for the few that need a division.
+// others, and for the few whose rounding the product with a reciprocal leaves open.
 inline bool longDecimal(bool negative, const char* first, int length, double& out) {
   const int point = before(pointMarks(load8(first) ^ zeros)), behindPoint = length - point - 1;
   if (point == 0 || point == 8 || behindPoint > 16) return false;
   std::uint64_t wrong = 0;
   const std::uint64_t whole = upToEight(first, point, wrong);
   const std::uint64_t integer =
-      whole * wholePowers[behindPoint] + upToSixteen(first + length, behindPoint, wrong);
-  return !wrong && scaled(negative, integer, behindPoint, out);
-}
-
-// A word with or without a point, of which at most 19 characters are digits.
-bool anyDecimal(bool negative, const char* first, int length, double& out) {
-  int point = 0;
-  while (point < length && first[point] != '.') ++point;
-  const int behindPoint = std::max(length - point - 1, 0);
-  if (point + behindPoint > longest) return false;
-  std::uint64_t wrong = 0;
-  const std::uint64_t integer =
-      number(first, point, wrong) * wholePowers[behindPoint] + number(first + point + 1, behindPoint, wrong);
+      whole * powers.of[behindPoint].whole + upToSixteen(first + length, behindPoint, wrong);
   if (wrong) return false;
-  if (!scaled(negative, integer, behindPoint, out)) out = longQuotient(negative, integer, behindPoint);
+  if (integer > exactIntegers) return quotient(negative, integer, behindPoint, out);
+  out = exactQuotient(negative, integer, behindPoint);
   return true;
 }
 
@@ -209,12 +149,7 @@ bool anyDecimal(bool negative, const char* first, int length, double& out) {
 // Words that it reads differently go to strtod: hexadecimal words (it stops at the x), infinities and
 // not-a-numbers, overflow and underflow, and words without a number.
 __attribute__((noinline)) double otherWord(const char* text, const char* end, const char* terminated) {
-  const bool negative = *text == '-';
-  const std::ptrdiff_t length = end - text - negative;
   double value = 0.0;
-  if (length > 8 && length <= longest + 1 &&
-      anyDecimal(negative, text + negative, static_cast<int>(length), value))
-    return value;
   const auto [stop, error] = std::from_chars(text, end, value);
   if (error == std::errc() && *stop != 'x' && *stop != 'X' && std::isfinite(value)) return value;
   return cStrtod(terminated, nullptr);
