@@ -1,9 +1,14 @@
-// bench_distributed SIDE ITERATIONS: what an iteration of solvePositiveDefinite costs on a SIDE x SIDE
-// five-point stencil that is spread over the processes of the job. Process 0 prints one line with the number
-// of processes and, in this order: for an iteration the seconds (the median), the messages, the bytes sent
-// and the sums over all processes; the share of a core; the bytes of the rows and those of the solve beside
-// them; the seconds of one sum over all processes; the seconds in which each process streams a gigabyte, all
-// of them at once. Each is the largest of any process, but the share is the smallest.
+// bench_distributed SIDE ITERATIONS: measures an iteration of solvePositiveDefinite on a five-point stencil
+// of SIDE x SIDE points, whose rows are spread over the processes of the job. Process 0 prints one line with
+// the number of processes and these figures:
+//
+// - of an iteration: the seconds (the median), the messages, the bytes sent, and the sums over all processes;
+// - the share of a core that a process had;
+// - the bytes of the rows, and those of the solve beside them;
+// - the seconds of one sum over all processes;
+// - the seconds in which each process streams a gigabyte, all of them at once.
+//
+// Each figure is the largest of all processes, but the share is the smallest.
 #include <petsclog.h>
 #include <petscsys.h>
 #include <sys/resource.h>
@@ -59,7 +64,7 @@ class Stencil {
   HSpMat matrix_{0};
 };
 
-// What a solve has cost this process so far.
+// The cost of all solves of this process so far.
 struct Cost {
   double messages, bytes, sums;
 
@@ -107,7 +112,8 @@ Cost solve(const Stencil& A, const Vector& b, int iterations, Stamps* stamps = n
   return cost;
 }
 
-// a = b + 1.5 c over 96 MB: what the memory gives to this process while the others do the same.
+// a = b + 1.5 c over 96 MB. This measures how fast the memory serves this process while the others do the
+// same.
 double secondsPerGigabyte() {
   const int n = 4000000, times = 10;
   std::vector<double> a(n), b(n, 1.0), c(n, 2.0);
@@ -143,7 +149,7 @@ int main(int argc, char** argv) {
   Vector b(part.count);
   for (int i = 0; i < b.count; ++i) b[i] = 1.0 + 0.001 * ((part.first + i) % 997);
 
-  // The difference of two solves leaves the beginning and the end of a solve out.
+  // The difference of two solves excludes the beginning and the end of a solve.
   const Cost few = solve(A, b, iterations);
   const Cost cost = solve(A, b, 3 * iterations) - few;
   const double n = 2.0 * iterations;

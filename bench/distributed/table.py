@@ -66,7 +66,7 @@ def measured(one, two, rounds):
 def computed(one, two):
     """Work in proportion to a process's rows, its messages one after the other, and sums over a tree of processes."""
     rows = SIDE * SIDE
-    # The work of one row. Waiting counts as processor time, so on a busy machine only the process alone tells it.
+    # The work of one row. Waiting counts as processor time, so on a busy machine only the run with one process shows it.
     quiet = min(one["share"], two["share"]) >= 0.9
     work = two["seconds"] / (rows / 2) if quiet else one["seconds"] * one["share"] / rows
     pace = "shares its memory with one other" if quiet else "has its memory for itself"

@@ -61,7 +61,7 @@ Cost inOwnProcess(const Work& work, int size) {
 double exponent(const Series& series, double fewestBytes, double mostBytes, double Cost::*part) {
   double n = 0.0, x = 0.0, y = 0.0, xx = 0.0, xy = 0.0;
   for (std::size_t i = 0; i < series.sizes.size(); ++i) {
-    // what the process holds beside the data counts at the small sizes
+    // at small sizes, what the process holds beside the data would count too
     const double data = series.costs.back().bytes * series.sizes[i] / series.sizes.back();
     if (!(data >= fewestBytes && data <= mostBytes)) continue;
     const double u = std::log(series.sizes[i]), v = std::log(series.costs[i].*part);

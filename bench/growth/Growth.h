@@ -9,7 +9,7 @@
 
 namespace growth {
 
-/// What one measurement found: processor seconds of one call, and the bytes that the work holds.
+/// The result of one measurement: processor seconds of one call, and the bytes that the work holds.
 struct Cost {
   double seconds, bytes;
 };

@@ -1,7 +1,7 @@
-// growth [--largest SIZE] [--rounds N] [--patience SECONDS] [WORD]: how cost grows with size, one line for
-// each work whose name contains WORD. Wanted beyond the caches: exponents of time of at most 1.05, and of
-// memory of 1. Times are processor times, so a busy machine disturbs them through its caches and its memory
-// only.
+// growth [--largest SIZE] [--rounds N] [--patience SECONDS] [WORD]: measures how cost grows with size, and
+// prints one line for each work whose name contains WORD. The goals for data larger than the caches are
+// exponents of at most 1.05 for time and of 1 for memory. Times are processor times, so a busy machine
+// disturbs them only through its caches and its memory.
 #include <malloc.h>
 
 #include <algorithm>

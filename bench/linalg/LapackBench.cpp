@@ -109,7 +109,8 @@ void svd(benchmark::State& state) {
 }
 BENCHMARK(svd)->Arg(100)->Iterations(1)->Unit(benchmark::kMillisecond);
 
-// Factor and solve. Eigen has no band matrices; its place repeats the direct calls, which shows the noise.
+// Factor and solve. Eigen has no band matrices. In its place the direct calls are repeated, which shows the
+// noise.
 void bandedCholesky(benchmark::State& state) {
   const int n = 12000, kd = 24, width = kd + 1, one = 1;
   FullMatrix original(n, width), band(n, width);

@@ -166,8 +166,8 @@ void slicedTransposedByVector(benchmark::State& state) {
   transposed(state, p, *p.sliced);
 }
 
-// How far a product is from the speed of memory: the peer adds up an array of as many bytes as the values,
-// the indices, x and y have.
+// Shows how far a product is from the speed of memory. The peer adds up an array with as many bytes as the
+// values, the indices, x and y.
 void slicedAgainstMemory(benchmark::State& state) {
   Problem& p = problemOf(state);
   const Eigen::Index entries = p.peer.nonZeros(), rows = p.peer.rows();

@@ -1,11 +1,11 @@
 // The smooth edit.
 //
-// step: one Gauss-Newton step's system, R + J^T W J of 1000 frames, 60 channels and 12 constraint rows a
-// frame: formed, factored and solved by us, and by Eigen's SimplicialLDLT from the same J and R. The argument
-// is the measure's third-derivative term (1 with, 0 without: the two kinds of stage of an edit). Wanted: a
-// ratio (ours / peer) of 1/3 or less, and the same step.
+// step: forms, factors and solves the system R + J^T W J of one Gauss-Newton step, with 1000 frames, 60
+// channels and 12 constraint rows a frame. The peer is Eigen's SimplicialLDLT with the same J and R. The
+// argument is 1 with the third-derivative term of the measure and 0 without it; an edit has stages of both
+// kinds. The goal is a ratio (ours / peer) of at most 1/3, with the same step.
 //
-// edit: the whole edit, report included, of 1000 and of 10000 frames. Wanted: 1 s at most, and 12 times that.
+// edit: the whole edit with its report, of 1000 and of 10000 frames. The goals are 1 s, and 12 times that.
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
 
@@ -64,7 +64,7 @@ void step(benchmark::State& state) {
   const Clip clip = swaying::clipOf(1000);
   const Skeleton skeleton(clip);
   const std::vector<Constraint> constraints = swaying::constraintsFor(clip);
-  // As the edit does: only channels that move a held joint. The peer's ordering finds the others itself.
+  // Only the channels that move a held joint, as in the edit. The peer's ordering finds the others by itself.
   std::vector<int> channels;
   for (int c = 0; c < clip.channels; ++c) {
     const auto moves = [&](const Constraint& w) {

@@ -74,8 +74,7 @@ class Observed {
   Observed& operator=(const Observed&) = delete;
 };
 
-// The tolerances: the squared residual that counts as solved and, well below it, the curvature that counts
-// as none.
+// Sets the squared residual that counts as solved and, well below it, the curvature that counts as zero.
 void setTolerances(const Options& options, double startSize) {
   const double relative = relativeTolerance * startSize;
   const double square = relative * relative;

@@ -30,7 +30,8 @@ std::size_t lengthOfCharacter(const std::string& text, std::size_t at) {
   return static_cast<std::size_t>(utf8.length(state, text.data() + at, text.data() + text.size(), 1));
 }
 
-// A JSON string, which is UTF-8. File names may contain any bytes; those that are no UTF-8 become U+FFFD.
+// Writes a JSON string, which must be UTF-8. File names may contain any bytes; bytes that are not UTF-8
+// become U+FFFD.
 std::string escaped(const std::string& text) {
   std::string result = "\"";
   for (std::size_t at = 0; at < text.size();) {

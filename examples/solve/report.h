@@ -4,7 +4,7 @@
 
 #include "result.h"
 
-/// What a dense factorization says about the solution.
+/// The result of a check with a dense factorization.
 struct DenseCheck {
   std::string factorization;  ///< empty: there was no check
   double difference = 0.0;    ///< |x - dense x| / |dense x|

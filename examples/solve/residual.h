@@ -22,9 +22,9 @@ struct Residual {
 Residual residualOf(System system, const SparseProblem& problem, const Vector& x, const Vector& b,
                     double shift);
 
-/// The right-hand side of the system whose solution is ones: A 1, or A A^T 1. Throws InputError when its size
-/// is no number of normal size.
+/// The right-hand side of the system whose solution is all ones: A 1, or A A^T 1. Throws InputError if its
+/// norm is too large or too small for a double.
 Vector rightHandSideOfOnes(System system, const SparseProblem& problem);
 
-/// What Residual::scaled is, as a formula.
+/// The formula of Residual::scaled, as text.
 const char* scaledFormula(System system, bool shifted);

@@ -7,7 +7,7 @@
 #include "options.h"
 #include "residual.h"
 
-/// What came of a solve.
+/// The result of a solve.
 struct Result {
   Method method;        ///< what was solved
   std::string problem;  ///< the same in words
@@ -24,7 +24,8 @@ struct Result {
 
 inline const char* const endedByCtrlC = "ended by Ctrl-C, with the best solution so far";
 
-/// A residual that rounding alone explains, of an x that is nevertheless good for something.
+/// True if the residual is no larger than rounding errors explain, and x is still accurate enough to be
+/// useful.
 inline bool isAtLimitOfPrecision(const Residual& residual) {
   return residual.scaled <= 1e-15 && residual.relative <= 1e-6;
 }

@@ -32,7 +32,7 @@ bool onTerminal() {
 Watch::Watch() : terminal_(onTerminal()), next_(Clock::now() + std::chrono::milliseconds(500)) {
   interrupted = 0;
   earlier_ = std::signal(SIGINT, interrupt);
-  // Whoever started the program to ignore Ctrl-C, as nohup does, is heard.
+  // If the program was started so that it ignores Ctrl-C, for example with nohup, it continues to ignore it.
   if (earlier_ == SIG_IGN) std::signal(SIGINT, SIG_IGN);
 }
 

@@ -2,8 +2,9 @@
 
 #include <chrono>
 
-/// Watches a solve while it exists: shows a line with the iteration on a terminal, once the solve takes
-/// longer than half a second, and ends the solve at Ctrl-C. A second Ctrl-C ends the program. One at a time.
+/// Watches a solve while it exists. On a terminal it shows a line with the iteration if the solve takes
+/// longer than half a second. Ctrl-C ends the solve, and a second Ctrl-C ends the program. Only one object
+/// may exist at a time.
 class Watch {
  public:
   Watch();
@@ -13,7 +14,7 @@ class Watch {
 
   /// The library's observer; `watch` is the Watch. It returns 0 to continue the solve.
   static int observe(int iteration, double rsq, void* watch);
-  /// A solve was ended.
+  /// True if Ctrl-C has ended a solve.
   bool stopped() const { return stopped_; }
 
  private:

@@ -32,7 +32,7 @@ LineReader::LineReader(const char* name, const char* searchPath, char comment)
   file_ = path.data();
 }
 
-// Drops what is left in the buffer and fills it again. Returns its first byte, or endOfFile.
+// Discards the rest of the buffer and fills it again. Returns its first byte, or endOfFile.
 int LineReader::refill() {
   if (!damage_.empty()) return endOfFile;
   errno = 0;
@@ -51,7 +51,7 @@ int LineReader::refill() {
   return endOfFile;
 }
 
-// The next byte, without consuming it; endOfFile if there is none.
+// Returns the next byte without consuming it; endOfFile if there is none.
 int LineReader::look() {
   const int c = in_.bufPos < in_.bufCount ? static_cast<unsigned char>(in_.buf[in_.bufPos]) : refill();
   if (c == 0) fail("a zero byte: this is not a text file");
