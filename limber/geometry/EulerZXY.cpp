@@ -57,7 +57,7 @@ void tiltOf(const Pnt3& Y, int snapX, int zeroX, double& z, double& x, int verbo
   if (std::fabs(z) < 1e-5) z = 0.0;
 }
 
-// The angle between two directions with this dot product, which rounding may carry beyond 1.
+// The angle between two directions with this dot product, which may exceed 1 because of rounding.
 double angleOf(double cosine) {
   if (cosine > 1.1) ReportSite{"Rotation", 125}.error("bad value (too big) in factorZXY");
   if (cosine < -1.1) ReportSite{"Rotation", 129}.error("bad value (too small) in factorZXY");

@@ -40,16 +40,16 @@ LIMBER_INLINE_API void trans(const Matrix4x4* M, const Pnt3& p, Pnt3& out);
 /// out = p times the upper-left 3x3 block.
 LIMBER_INLINE_API void transNH(const Matrix4x4* M, const Pnt3& p, Pnt3& out);
 
-/// The derivative rows of a transformed plane point from those of the point: oa = m00 a + m10 b,
-/// ob = m01 a + m11 b (ssum). An output must not be an input. Indices from 10000 on are dropped, which is
-/// ssum's contract; a caller with more variables numbers them within a block below 10000, or combines the
-/// rows itself with linComb over three or more rows that are not empty, which has no such limit.
+/// The derivative rows of a transformed plane point from those of the point: oa = m00 a + m10 b, ob = m01 a +
+/// m11 b (ssum). An output must not be an input. Like ssum, it drops indices from 10000 on. A program with
+/// more variables can number them within a block below 10000. Or it can combine the rows with linComb, which
+/// has no such limit for three or more rows that are not empty.
 LIMBER_API void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, SpVec* oa,
                                       SpVec* ob);
 /// The derivative rows of a transformed point: output j = m0j a + m1j b + m2j c (linComb). An output must not
-/// be an input. If exactly two of the three terms are used, because an entry of M is zero or a row is empty,
-/// ssum combines them, so then, too, indices from 10000 on are dropped. After the first call it allocates
-/// only to grow the outputs. Only one thread may call it at a time.
+/// be an input. If an entry of M is zero or a row is empty, so that only two terms are used, ssum combines
+/// them and drops indices from 10000 on. After the first call it allocates only to grow the outputs. Only one
+/// thread may call it at a time.
 LIMBER_API void transformMatrixMatrix(const Matrix4x4* M, const SpVec* a, const SpVec* b, const SpVec* c,
                                       SpVec* oa, SpVec* ob, SpVec* oc);
 

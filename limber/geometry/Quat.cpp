@@ -100,7 +100,8 @@ void Quat::getEulerZXY(double* out) const {
 void Quat::FromAxisAngle(const Pnt3* axis, double angle) {
   // The loops below would never end for an infinite angle, and take very long for a huge one.
   if (!(std::fabs(angle) <= 1e6)) angle = std::fmod(angle, twoPi);
-  // Contract: "below pi", so that -pi becomes pi, and each smaller angle goes up one turn and down again.
+  // Contract: the loop ends below pi, so -pi becomes pi, and each smaller angle goes up one turn and down
+  // again.
   while (angle < pi) angle += twoPi;
   while (angle > pi) angle -= twoPi;
   Pnt3 a = *axis;

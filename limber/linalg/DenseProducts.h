@@ -9,7 +9,7 @@ class FullMatrix;
 class SpMat;
 
 /// c(i, j) = sum over k of a(i, k) b(k, j), from 0.0 in ascending k, for every place of c. Sizes are not
-/// checked: for an element outside an operand, that operand's operator() says what it counts as.
+/// checked: an element outside an operand has the value that the operand's operator() returns for it.
 LIMBER_API void mult(FullMatrix& a, FullMatrix& b, FullMatrix& c);
 
 /// The product through the virtual interface: for r < c.width() and s < c.height(), the value stored at r

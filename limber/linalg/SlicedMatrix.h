@@ -26,12 +26,12 @@ LIMBER_FIXED_TABLE_BEGIN
 /// If there is no memory, that is reported, and the matrix has no rows and no columns. Copies are deep.
 class LIMBER_API SlicedMatrix : public SpMat {
  public:
-  /// The rows of A as they are, in the width that A has.
+  /// A copy of the rows of A, with A's width.
   explicit SlicedMatrix(const HSpMat& A);
-  /// The elements of A that are not 0.0. The rows of an HSpMat are copied; any other class is read through
-  /// acc, element by element. Only the band of a BandedMatrix and the diagonal of a DiagonalMatrix or an
-  /// IdentityMatrix are read. These classes and SQPMatrix hide their sizes and elements from SpMat; here
-  /// their own ones count.
+  /// A copy of the elements of A that are not 0.0. The rows of an HSpMat are copied; any other class is read
+  /// through acc, element by element. Only the band of a BandedMatrix and the diagonal of a DiagonalMatrix or
+  /// an IdentityMatrix are read. These classes and SQPMatrix hide the sizes and elements of SpMat; this
+  /// constructor uses their own.
   explicit SlicedMatrix(const SpMat& A);
   SlicedMatrix(const SlicedMatrix& other);
   SlicedMatrix& operator=(const SlicedMatrix& other);

@@ -129,7 +129,7 @@ struct Pass {
     const double old = rsq;
     r->scaleAdd(-alpha, q);
     rsq = r->magSq();
-    if (!std::isfinite(rsq)) {  // which it is not if alpha is not
+    if (!std::isfinite(rsq)) {  // also true if alpha is not finite
       rsq = old;
       return CGI_SINGULAR;
     }

@@ -30,8 +30,8 @@ Outcome correctByCG(LinearSystem& system, const Units& units, ConstraintMap& map
   return outcome == Outcome::indefinite ? Outcome::stuck : outcome;
 }
 
-// The largest length of columns of J so that all columns up to it contribute at most `most` products of two
-// entries to J V^-1 J^T. *others is the number of longer columns.
+// Returns the largest number of entries L such that all columns of J with up to L entries contribute at most
+// `most` products of two entries to J V^-1 J^T. *others is the number of longer columns.
 int longestColumn(const SparseRows& J, double most, int* others) {
   Ints length(J.width), columns(J.height + 1);
   for (const int j : J.index) ++length[j];

@@ -21,7 +21,7 @@ bool isHeld(const std::vector<Hold>& holds, std::size_t* next, int frame, int jo
   return false;
 }
 
-// The feet and what else stands in the clip, such as further toes, in ascending order.
+// The feet, and whatever else stands in the clip, such as further toes, in ascending order.
 std::vector<int> lowJoints(const Clip& original, const std::vector<int>& feet) {
   std::set<int> joints(feet.begin(), feet.end());
   for (const Stand& stand : findStands(original)) joints.insert(stand.joint);

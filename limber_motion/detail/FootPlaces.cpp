@@ -21,8 +21,9 @@ constexpr double abrupt = 3.0;  // if the movement would otherwise be this many 
 constexpr double risen =
     0.02;  // heights: unless it is so much higher or lower, as an ankle when the heel rises
 
-// Two contacts that overlap in time and whose joints are a fixed distance apart, or at most that distance; or
-// two contacts of one joint that must have one place, as if connected by a bone of length 0.
+// A condition on two contacts. Either they overlap in time and their joints are a fixed distance apart, or at
+// most that distance. Or they are contacts of one joint that must have one place, as if a bone of length 0
+// connected them.
 struct Bone {
   Contact *a, *b;
   double length;

@@ -18,8 +18,8 @@
 namespace limber::motion::detail {
 
 /// Takes the Gauss-Newton steps of an edit, from the original motion to the edited one, stage by stage. The
-/// measure of smoothness is local in time, so after its first step a stage goes on only in windows around the
-/// frames that need it, and a later run changes only windows around the constraints that changed.
+/// measure of smoothness is local in time. So after its first step a stage continues only in windows around
+/// the frames that need it, and a later run changes only windows around the constraints that changed.
 class Motion {
  public:
   /// Constraints for which `givenUp` is true pull only in the first stage, and gently: their pull is

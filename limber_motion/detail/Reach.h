@@ -16,13 +16,15 @@ struct Impossible {
   std::vector<Constraint> aims;      ///< with targets within reach where one is given up or only pulls
 };
 
-/// Finds constraints that cannot be met: targets in one frame that are further apart than the bones between
-/// their joints reach, or closer together than a rigid bone is long; targets far beyond the reach of the
-/// bones from the position of the root in the clip, unless the user also asks for a place of the root or of a
-/// foot; and targets of one joint in such quick succession that no body moves so fast. Of two joints, the
-/// constraint with the higher rank is given up, or the later one if the ranks are equal. The whole run of
-/// frames in which that joint is held is given up with it; after too fast a movement, the joint's constraints
-/// within 0.3 s of it are.
+/// Finds constraints that cannot be met:
+/// - targets in one frame that are further apart than the bones between their joints reach, or closer
+/// together than a rigid bone is long;
+/// - targets far beyond the reach of the bones from the position of the root in the clip, unless the user
+/// also asks for a place of the root or of a foot;
+/// - targets of one joint in such quick succession that no body moves so fast.
+/// Of two joints, the constraint with the higher rank is given up, or the later one if the ranks are equal.
+/// With it, the whole run of frames in which that joint is held is given up. After a movement that is too
+/// fast, the joint's constraints within 0.3 s are given up.
 class ReachCheck {
  public:
   /// `constraints` are sorted by frame; those with a weight below 1 do not count. `rank` has one number per

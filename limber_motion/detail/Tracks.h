@@ -25,7 +25,7 @@ class Tracks {
   /// over two frames if these are longer, and one-sided at the ends of the motion.
   Pnt3 velocity(int joint, int frame) const;
   double speed(int joint, int frame) const { return velocity(joint, frame).length(); }
-  /// The height that a joint is below in only a twentieth of the frames. The first frame does not count.
+  /// The height that a joint goes below in only a twentieth of the frames. The first frame does not count.
   double low(int joint) const;
 
  private:

@@ -43,7 +43,7 @@ inline void quaternionToRows(double* q, double out[3][3]) {
 }
 
 /// q = the rotation of the rows, by Quat::FromVectors of the first two basis vectors and the first two rows.
-/// Contract: the third row is not read, and half turns give wrong results or none that are finite.
+/// Contract: the third row is not read, and the results for half turns are wrong or not finite.
 /// Quat::FromRotation is accurate.
 inline void rowsToQuaternion(const double rows[3][3], Quat* q) {
   const Pnt3 x(1.0, 0.0, 0.0), y(0.0, 1.0, 0.0), toX(rows[0]), toY(rows[1]);

@@ -46,8 +46,8 @@ class RowPrefetcher {
 
 unsigned roomOf(const Vector& v) { return static_cast<unsigned>(std::max(v.capacity, 0)); }
 
-// The sum of x[index] value over the entries with an index below `room`. As an unsigned number, a negative
-// index is never below it.
+// The sum of x[index] value over the entries with an index below `room`. Indices are compared as unsigned
+// numbers, so negative ones are skipped too.
 double sumOf(const SpVec& row, const double* x, unsigned room) {
   const int* const indices = row.indices.data;
   const double* const values = row.values.data;
@@ -109,9 +109,9 @@ class TransposedSum {
   }
 
  private:
-  // Adds the rows i ... to - 1 up to the first one that is wider than y or has an entry outside its width, of
-  // which it adds `added` entries. Returns the number of that row. Everything that a row needs is a local
-  // value here, which takes a quarter less time for rows of few entries.
+  // Adds the rows i ... to - 1. Stops at the first row that is wider than y or has an entry outside its
+  // width, after `added` of its entries, and returns the number of that row. Everything that a row needs is a
+  // local variable here, which takes a quarter less time for rows of few entries.
   int addPlainRows(int i, int to, const RowPrefetcher& prefetcher, const double* x, double* y, int width,
                    int& added) const {
     SpVec* const* const rows = rows_;

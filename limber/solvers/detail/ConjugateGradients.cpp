@@ -83,7 +83,7 @@ class Run {
     }
   }
 
-  // Computes q = A p and the length of the step along p. `done` means that there is one.
+  // Computes q = A p and the length of the step along p. Returns `done` if there is a step.
   Outcome curve(double* alpha) {
     A_.multiply(p_.data(), q_.data());
     const double *const p = p_.data(), *const q = q_.data();

@@ -27,12 +27,12 @@ struct Goal {
   /// The largest number of iterations of this method.
   int iterations = 0;
   Trial trial;
-  /// If it is not null, conjugate gradients raise it to the ratio of the largest curvature to the smallest
-  /// that they have met.
+  /// If it is not null, conjugate gradients raise *condition to the ratio of the largest to the smallest
+  /// curvature that they have seen.
   double* condition = nullptr;
 
-  /// True if the trial checks this iteration, and a method that has reduced the squared norm from `before` to
-  /// `now` is slow.
+  /// True if this iteration is one that the trial checks, and the method is too slow: it has reduced the
+  /// squared norm only from `before` to `now`.
   bool slow(int iteration, double before, double now) const {
     return trial.iterations > 0 && iteration % trial.iterations == 0 &&
            trial.most * std::log(now / before) > iteration * std::log(residual * residual / before);

@@ -9,9 +9,9 @@
 
 namespace limber::detail {
 
-/// How a method's system follows from the system of the solve: row k is row order[k] (k if `order` is empty)
-/// times 2^rows[k] rowFactors[k], and unknown j is multiplied by 2^columns[j] columnFactors[j] to get the
-/// unknown of the solve. Empty vectors mean exponents 0 and factors 1.
+/// The units of a method. Row k of the method's system is row order[k] of the solve's system (k if `order` is
+/// empty) times 2^rows[k] rowFactors[k]. Unknown j of the solve is the method's unknown j times 2^columns[j]
+/// columnFactors[j]. Empty vectors mean exponents 0 and factors 1.
 struct Units {
   Ints order, rows, columns;
   Doubles rowFactors, columnFactors;
@@ -30,9 +30,9 @@ int lastIteration(const LinearSystem& system, int iterations);
 using KrylovMethod = Outcome (*)(LinearMap& A, Inverse* M, double* r, double* d, const Goal& goal,
                                  SolveRun& run);
 
-/// Lets `method` solve for a correction of the solution (for least squares, with the normal equations) and
-/// adds it, and repeats that as long as it reduces the residual, until one correction (four if residuals are
-/// precise) has not halved it. `map` is the matrix in these units. *condition: see Goal.
+/// Lets `method` solve for a correction of the solution, and adds it. For least squares it solves the normal
+/// equations. Repeats this until a correction does not reduce the residual, or until one correction (four if
+/// residuals are precise) has not halved it. `map` is the matrix in these units. *condition: see Goal.
 Outcome correct(LinearSystem& system, KrylovMethod method, const Units& units, LinearMap& map,
                 Inverse* inverse, int iterations, double* condition = nullptr);
 

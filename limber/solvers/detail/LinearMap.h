@@ -84,9 +84,9 @@ class NormalMap final : public LinearMap {
   Doubles work_;
 };
 
-/// The product with a matrix of the caller's class. Each vector is scaled so that its largest magnitude is
-/// near 2^100, or as near as the product allows without overflow. So a class that drops tiny numbers drops
-/// nothing that matters.
+/// The product with a user-defined matrix. Each vector is scaled so that its largest magnitude is near 2^100,
+/// or as near as the product allows without overflow. So a class that drops tiny numbers drops nothing that
+/// matters.
 class ForeignMap final : public LinearMap {
  public:
   ForeignMap(const SpMat& A, int height, int width) : A_(A), height_(height), width_(width) {}

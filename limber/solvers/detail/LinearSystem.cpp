@@ -27,8 +27,8 @@ const char* wrongSizes(int height, int width, const Vector& right, const Vector&
   return nullptr;
 }
 
-// Completes an unknown width: a square matrix is as wide as it is high, and a foreign least-squares matrix
-// that does not know its width is as wide as the start is long.
+// Sets an unknown width. A square matrix is as wide as it is high. A least-squares matrix of a foreign class
+// is as wide as the start is long.
 void complete(LinearSystem::Kind kind, int start, Extent* extent) {
   const bool square = kind != LinearSystem::Kind::leastSquares;
   if (square && extent->open && extent->width < extent->height) extent->width = extent->height;
@@ -235,7 +235,7 @@ void LinearSystem::goBack() {
 
 // True if the residual is large and orthogonal to the range of A as far as double precision can tell.
 bool LinearSystem::unsolvable() const {
-  // a matrix of the caller's class may have no product with the transpose
+  // a user-defined matrix may have no product with the transpose
   if (leastSquares() || map->entries() == 0.0 || residual <= 1e-6 * norm) return false;
   Doubles across(width);
   map->multiplyTransposed(r.data(), across.data());

@@ -46,9 +46,9 @@ class LinearSystem : public Iterate {
   /// From now on, residuals are computed in twice the precision, beginning with that of x.
   void measurePrecisely();
   bool precise() const { return precise_; }
-  /// True if x is so large that rounding alone keeps the residual above the goal, or, for a solution, that b
-  /// has only about four correct digits in a product in plain precision. A factor of a nearly singular matrix
-  /// may have added much of its null space.
+  /// True if x is suspiciously large: rounding alone keeps the residual above the goal or, for a solution,
+  /// leaves only about four correct digits of b in a product in plain precision. The cause may be a factor of
+  /// a nearly singular matrix that has added much of its null space to x.
   bool swollen() const;
   /// Adds d to x if that reduces the residual. Returns true if it did.
   bool improve(const double* d);

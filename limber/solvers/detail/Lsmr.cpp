@@ -10,7 +10,7 @@
 namespace limber::detail {
 namespace {
 
-// The rotation that takes (a, b) to (length, 0). If both are 0, nothing is a number.
+// The rotation that takes (a, b) to (length, 0). If both are 0, its cosine and sine are NaNs.
 struct Rotation {
   double c, s, length;
   Rotation(double a, double b) {
@@ -59,7 +59,7 @@ class Run {
   bool checked() const { return checked_; }
 
  private:
-  // The first u and v. Stuck means that there is something to do.
+  // Computes the first u and v. `stuck` means that the iterations may begin.
   Outcome begin() {
     std::fill_n(d_, n_, 0.0);
     beta_ = fixedNorm(m_, u_);
@@ -99,7 +99,7 @@ class Run {
     return true;
   }
 
-  // Applies the two rotations and updates d. Done means that it did.
+  // Applies the two rotations and updates d. Returns `done` if that was possible.
   Outcome advance() {
     const double lastRho = rho_, lastRhobar = rhobar_;
     const Rotation first(alphabar_, beta_);

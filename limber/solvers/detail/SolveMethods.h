@@ -99,11 +99,11 @@ Outcome escalate(LinearSystem& system, int iterations, First first, Direct direc
 /// The largest cost of a dense factor if nothing else has led to a solution.
 constexpr Allowance lastResort{3e7, 4e9};
 
-/// True if |b - A x| of a least-squares solution is not small and, judged by A^T (b - A x), is not near its
-/// minimum. x may then be far from the solution.
+/// True if x may be far from the least-squares solution: |b - A x| is not small and, judged by A^T (b - A x),
+/// not near its minimum.
 bool farFromMinimum(const LinearSystem& system);
-/// True if a factor should improve a solution whose residual is already small enough: if the residual is
-/// known to say little about x, or if the system is small, so that it costs very little.
+/// True if a factor should improve a solution whose residual is already small enough. This is so if the
+/// residual is known to say little about x, or if the system is small and the factor costs little.
 bool worthPolish(const LinearSystem& system, bool doubtful);
 /// The largest cost of a factor that only improves a solution that is already good enough.
 Allowance polishAllowance(const LinearSystem& system, bool doubtful);

@@ -31,8 +31,8 @@ enum class Outcome {
   preconditioner
 };
 
-/// A method ends as slow if, judged by its residual after every `iterations` iterations, it will need more
-/// than `most` of them. No iterations: there is no trial.
+/// After every `iterations` iterations, a method estimates from its residual how many it will need. If these
+/// are more than `most`, it ends as slow. With 0 iterations there is no trial.
 struct Trial {
   int iterations = 0, most = 0;
 };
