@@ -87,7 +87,6 @@ class ArgumentReader {
       }
     } else if (word == "-p") {
       options_.searchPath = value(word);
-      options_.searched = true;
     } else if (word == "--up") {
       readUp(value(word));
     } else if (word == "--list-plants") {

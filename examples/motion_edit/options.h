@@ -9,8 +9,7 @@
 struct Options {
   std::string clip;
   std::string script;  ///< if empty, the feet are held where they stand
-  std::string searchPath;
-  bool searched = false;          ///< true if a search path was given
+  std::optional<std::string> searchPath;
   std::string output = "edited";  ///< stem of the files written: .bvh, .ai, -speed.ai and -convergence.ai
   std::string plantScript;        ///< the file for the contacts as a script; if empty, none is written
   std::string report;             ///< the file for the report as JSON; if empty, none is written
@@ -21,7 +20,8 @@ struct Options {
   std::optional<limber::motion::Up> up;  ///< if empty, the clip's own
   limber::motion::EditOptions edit;
 
-  const char* path() const { return searched ? searchPath.c_str() : nullptr; }
+  /// The search path, or null.
+  const char* path() const { return searchPath ? searchPath->c_str() : nullptr; }
 };
 
 /// Throws InputError for an argument that is not valid. With --help it prints the usage and ends the program

@@ -39,8 +39,7 @@ void show(const Options& options) {
     std::printf("%s (Limber %s)\n", programName().c_str(), limberVersion());
     return;
   }
-  const Clip clip =
-      limber::motion::readClip(options.clip, options.searched ? options.searchPath.c_str() : nullptr);
+  const Clip clip = limber::motion::readClip(options.clip, options.path());
   if (options.frame < 1 || options.frame > clip.frames) {
     throw InputError(options.clip + ": frame " + std::to_string(options.frame) +
                      " is not in the clip, which has frames 1 to " + std::to_string(clip.frames));

@@ -32,7 +32,6 @@ Options readOptions(int count, char** arguments) {
     if (word == "-p") {
       if (++i == count) throw InputError(programName() + ": -p needs a search path");
       options.searchPath = arguments[i];
-      options.searched = true;
     } else if (word.size() > 1 && word[0] == '-' && options.clip.empty()) {
       throw InputError(programName() + ": unknown option " + quoted(word.c_str()) + "; --help shows all");
     } else if (options.clip.empty()) {

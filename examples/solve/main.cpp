@@ -163,7 +163,7 @@ int start(int argc, char** argv) {
   const QuietAllocations quiet;
   switch (readOptions(argc, argv, options)) {
     case Command::Help:
-      std::printf("usage: %s%s", programName().c_str(), help);
+      std::printf("usage: %s%s", programName().c_str(), usage);
       return exitSolved;
     case Command::Version:
       std::printf("%s (Limber %s)\n", programName().c_str(), limberVersion());

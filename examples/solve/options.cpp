@@ -8,7 +8,7 @@
 #include "numbers.h"
 #include "program_name.h"
 
-const char help[] =
+const char usage[] =
     " [OPTION...] MATRIX\n"
     "Solves with the matrix A of a Matrix Market file (coordinate or array), plain or gzip-compressed.\n"
     "\n"
@@ -165,15 +165,15 @@ class CommandLine {
       const char* name;
       std::string* text;
       unsigned users;
-    } texts[] = {
-        {"-b", &options_.rightHandSide, Everybody}, {"-p", &options_.searchPath, Everybody},
-        {"-x", &options_.solution, Everybody},      {"--report", &options_.json, Everybody},
-        {"--matlab", &options_.matlab, Everybody},  {"--trace", &options_.trace, Newer | Older | BiCG}};
+    } texts[] = {{"-b", &options_.rightHandSide, Everybody},
+                 {"-x", &options_.solution, Everybody},
+                 {"--report", &options_.json, Everybody},
+                 {"--matlab", &options_.matlab, Everybody},
+                 {"--trace", &options_.trace, Newer | Older | BiCG}};
     for (const auto& one : texts) {
       if (word != one.name) continue;
       *one.text = value(word, "an argument");
-      if (one.text->empty() && word != "-p") complain(word, "an argument");
-      options_.hasSearchPath = options_.hasSearchPath || word == "-p";
+      if (one.text->empty()) complain(word, "an argument");
       isFor(word, one.users);
       return true;
     }
@@ -225,7 +225,9 @@ class CommandLine {
   }
 
   bool takeKind(const std::string& word) {
-    if (word == "--dense") {
+    if (word == "-p") {
+      options_.searchPath = value(word, "an argument");
+    } else if (word == "--dense") {
       const char* const expected = "lu, qr, svd or chol";
       options_.dense = value(word, expected);
       if (!std::set<std::string>{"lu", "qr", "svd", "chol"}.count(options_.dense)) complain(word, expected);

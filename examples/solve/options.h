@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "failure.h"
@@ -13,7 +14,8 @@ enum class Family { FrontDoor, Newer, Older };
 struct Options {
   Method method = Method::Automatic;
   Family family = Family::FrontDoor;
-  std::string matrix, rightHandSide, searchPath;
+  std::string matrix, rightHandSide;
+  std::optional<std::string> searchPath;
   std::string solution;        ///< file of the solution
   std::string json;            ///< file of the report
   std::string trace;           ///< file of the families' trace
@@ -25,12 +27,11 @@ struct Options {
   double relative = 1e-10;     ///< of the front door
   int maxIterations = 0;       ///< of the front door; 0: its own limit
   double definizer = 0.0;      ///< the multiple of the identity that is added to the operator
-  bool hasSearchPath = false;
-  bool hasTolerance = false;  ///< --tol was given
-  bool hasEpsilon = false;    ///< --epsilon was given
+  bool hasTolerance = false;   ///< --tol was given
+  bool hasEpsilon = false;     ///< --epsilon was given
 
   /// The search path, or null.
-  const char* path() const { return hasSearchPath ? searchPath.c_str() : nullptr; }
+  const char* path() const { return searchPath ? searchPath->c_str() : nullptr; }
 };
 
 /// The exit statuses of the program, in addition to exitNoMemory.
@@ -42,8 +43,8 @@ enum class Command { Solve, Help, Version };
 /// option that does not apply to the problem.
 Command readOptions(int argc, char** argv, Options& options);
 
-/// What --help prints behind "usage:" and the name of the program.
-extern const char help[];
+/// What --help prints after "usage:" and the name of the program.
+extern const char usage[];
 
 /// The system that a method solves.
 System systemOf(Method method);
