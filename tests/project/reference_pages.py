@@ -7,7 +7,7 @@ reference_pages.py SOURCE-DIR
 - docs/guide/tuning.md has every exported variable with the initial value of its definition;
 - docs/guide/surprises.md names tests that exist;
 - docs/architecture.md, docs/guide/motion.md and docs/guide/distributed.md have a line for every private header of the
-  library, of limber_motion and of limber_petsc, and name no other;
+  library, of limber_motion and of limber_petsc, and name no other; a name with a file behind it stands in that file;
 - CITATION.cff and the recipes in packaging/ have the version of the library, and options and folders that exist."""
 import glob
 import json
@@ -102,7 +102,11 @@ def glossaries():
         named = set(re.findall(r"^\| `((?:\w+/)?detail/\w+\.h)` \|", page, re.M))
         problems.extend(f"{name}: no line for {header}" for header in sorted(present - named))
         problems.extend(f"{name}: there is no {header}" for header in sorted(named - present))
-    if read("docs", "architecture.md").count("\n") > 120:
+    page = read("docs", "architecture.md")
+    for name, path in re.findall(r"`([^`]+)` \(`([^`]+)`\)", page):
+        if not files(f"limber/{path}") or name not in read("limber", path):
+            problems.append(f"architecture.md: there is no {name} in {path}")
+    if page.count("\n") > 120:
         problems.append("architecture.md: too long to be a map")
 
 
