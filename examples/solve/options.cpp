@@ -70,9 +70,12 @@ const char usage[] =
 
 namespace {
 
+[[noreturn]] void refuse(const std::string& sentence) {
+  throw InputError(programName() + ": " + sentence + " (see " + programName() + " --help)");
+}
+
 [[noreturn]] void complain(const std::string& option, const std::string& expected) {
-  throw InputError(programName() + ": " + option + ": expected " + expected + " (see " + programName() +
-                   " --help)");
+  refuse(option + ": expected " + expected);
 }
 
 // The solvers that use an option.
@@ -83,22 +86,23 @@ Users userOf(const Options& options) {
   return options.family == Family::FrontDoor ? FrontDoor : options.family == Family::Newer ? Newer : Older;
 }
 
-const char* nameOf(Users users) {
-  switch (static_cast<unsigned>(users)) {
+// The end of a sentence about an option that only these solvers use.
+const char* restrictionTo(unsigned users) {
+  switch (users) {
     case FrontDoor:
-      return "no --family, --old or --bicg with it";
+      return " does not go with --family, --old or --bicg";
     case Newer:
-      return "--family newer with it";
+      return " is only for --family newer";
     case Older:
-      return "--family older with it";
+      return " is only for --family older";
     case BiCG:
-      return "--bicg with it";
+      return " is only for --bicg";
     case Newer | BiCG:
-      return "--family newer or --bicg with it";
+      return " is only for --family newer and --bicg";
     case FrontDoor | Newer:
-      return "neither --family older nor --bicg with it";
+      return " does not go with --family older or --bicg";
     default:
-      return "--family or --bicg with it";
+      return " is only for --family and --bicg";
   }
 }
 
@@ -265,20 +269,21 @@ class CommandLine {
   void combine() {
     const Method method = options_.method;
     if (method == Method::BiCG && options_.family != Family::FrontDoor) {
-      complain(options_.family == Family::Older ? "--old" : "--family", "--ls, --spd or --jjt with it");
+      refuse(std::string(options_.family == Family::Older ? "--old" : "--family") +
+             " does not go with --bicg");
     }
     if (method == Method::Square && options_.family != Family::FrontDoor) {
-      complain("--square", "no --family or --old with it");
+      refuse("--square does not go with --family or --old");
     }
     const Users user = userOf(options_);
     for (const auto& [option, users] : special_) {
-      if (!(users & user)) complain(option, nameOf(static_cast<Users>(users)));
+      if (!(users & user)) refuse(option + restrictionTo(users));
       if (option == "--definizer" && method != Method::Spd && method != Method::JJt) {
-        complain(option, "--spd or --jjt with it");
+        refuse(option + " is only for --spd and --jjt");
       }
     }
     if (!options_.preconditioner.empty() && options_.preconditioner != "none" && method != Method::JJt) {
-      complain("--precond", "--jjt with " + options_.preconditioner);
+      refuse("--precond " + options_.preconditioner + " is only for --jjt");
     }
     for (const auto& one : special_) options_.hasTolerance = options_.hasTolerance || one.option == "--tol";
     for (const auto& one : special_) options_.hasEpsilon = options_.hasEpsilon || one.option == "--epsilon";
