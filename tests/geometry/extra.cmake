@@ -1,9 +1,8 @@
 # The inlined quaternion code at every optimisation level and for every machine that a caller may choose. Literals.cpp
 # is built at test time, like a caller's program, and run if this machine can.
-find_program(geometry_gxx g++)
-find_program(geometry_clangxx clang++)
 if(NOT LIMBER_SANITIZE)
-  foreach(compiler IN ITEMS gxx clangxx)
+  foreach(compiler IN LISTS bits_compilers)
+    find_program(geometry_${compiler} ${compiler})
     if(geometry_${compiler})
       foreach(flags IN ITEMS "-O0" "-O1" "-O2" "-O3" "-O2 -march=native" "-O3 -march=native" "-O2 -march=x86-64-v3"
                              "-O3 -march=x86-64-v3" "-O2 -march=x86-64-v4" "-O3 -march=x86-64-v4"
@@ -27,7 +26,7 @@ if(NOT LIMBER_SANITIZE)
   add_executable(test_geometry_caller_bits geometry/CallerBits.cpp)
   target_link_libraries(test_geometry_caller_bits PRIVATE limber::limber limber_numbers)
   get_target_property(fixed_bits limber_fixed_bits INTERFACE_COMPILE_OPTIONS)
-  foreach(compiler IN ITEMS gxx clangxx)
+  foreach(compiler IN LISTS bits_compilers)
     if(geometry_${compiler})
       foreach(level IN ITEMS "-O0" "-O3 -march=native")
         string(REPLACE " " "" suffix "${compiler}${level}")
