@@ -25,8 +25,8 @@ struct Term {
   const int* end;
 };
 
-// Static, like the statistics: linComb is not re-entrant. One slot is spare.
-Term terms[maxTerms + 1];
+// Static, like the statistics: linComb is not re-entrant.
+Term terms[maxTerms];
 
 int collectTerms(const Vector* coeffs, SpVec** rows) {
   int n = 0;

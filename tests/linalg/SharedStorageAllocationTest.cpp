@@ -313,4 +313,16 @@ TEST(SharedStorageAllocation, TheFirstImageWithoutMemoryIsMissingOrShorter) {
   }
 }
 
+TEST(SharedStorageAllocation, ARowOfTheFirstImageWithoutMemoryIsReported) {
+  if (!inOwnProcess()) return;
+  ASSERT_TRUE(BandedMatrix(0, 0).compact(0.0, 0, 1));  // makes the shared matrix, and no row
+  BandedMatrix band(3, 2);
+  CapturedOutput output;
+  const allocations::FailAt fail(0);
+  const SpMat* const image = band.compact(0.0, 0, 1);
+  ASSERT_TRUE(image && fail.happened());
+  EXPECT_EQ(image->height(), 0);
+  EXPECT_NE(output.err().find(":NEW fails - memory problem\n"), std::string::npos) << output.err();
+}
+
 }  // namespace

@@ -95,6 +95,9 @@ TEST_F(BiCGPass, NumbersThatAreNotFiniteAnywhere) {
     ScriptedPass pass(products, {{9, 9}});
     EXPECT_EQ(pass.run(4), CGI_SINGULAR) << k;
     for (int i = 0; i < 2; ++i) EXPECT_EQ(pass.x[i], pass.x[i]) << k;
+    if (k == 0) {
+      EXPECT_EQ(pass.A.made, 1u) << "ends before the first step";
+    }
     if (k == 1) {
       EXPECT_EQ(pass.rsq, 4.0) << "of x, which stays";
     }

@@ -38,14 +38,12 @@ void SparseLu::reach(const SparseRows& columns, int j) {
   }
 }
 
-// The row of the largest element among the rows that are not chosen yet, or the diagonal if its element is as
-// good.
+// The row of the largest element, or the diagonal if its element is as good. Those of chosen rows are zero.
 int SparseLu::pivotRow(int j) const {
   int best = -1;
   double largest = 0.0;
   for (int t = top_; t < n_; ++t) {
     const int i = found_[t];
-    if (position_[i] >= 0) continue;
     const double size = std::fabs(work_[i]);
     if (size > largest || (size == largest && i == j)) {
       largest = size;

@@ -170,6 +170,19 @@ TEST(ConstraintMap, IsScaledByItsDampingIfThatIsLarger) {
   }
 }
 
+TEST(ConstraintMap, WithoutColumnsDoesNotLookAtMasses) {
+  HSpMat empty(0);
+  SpVec row;
+  empty.add(&row);
+  Vector mass(1), damp(1);
+  mass[0] = 0x1p40;
+  damp[0] = 0x1p-100;
+  ConstraintMap map;
+  int power = 7;
+  ASSERT_EQ(nullptr, map.take(empty, &mass, &damp, &power));
+  EXPECT_EQ(0, power);
+}
+
 TEST(ConstraintMap, RefusesMassesAndDampingThatDoNotFit) {
   Dice dice(8);
   Case made(&dice, 4, 5, true, true);

@@ -7,6 +7,7 @@
 
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/WierdMatrices.h"
+#include "limber/solvers/detail/Corrections.h"
 #include "limber/solvers/detail/MatrixEntries.h"
 #include "tests/solvers/detail/DenseModel.h"
 
@@ -59,6 +60,25 @@ TEST(LeastSquaresMethods, KnowWhichPowersCanBeMultiplied) {
   EXPECT_FALSE(moderate(powers));
   powers[1] = 0, powers[2] = -301;
   EXPECT_FALSE(moderate(powers));
+}
+
+TEST(Corrections, TellTheMethodHowTheRowsCount) {
+  FullMatrix A(1, 1);
+  A.e(0, 0) = 1.0;
+  Vector b(1), start(1);
+  b[0] = 1.0, start[0] = 0.0;
+  SolveOptions options;
+  LinearSystem system(options, LinearSystem::Kind::square);
+  ASSERT_EQ(nullptr, system.take(A, b, start));
+  Units units;
+  units.rows.assign(1, -5);
+  static double weight;
+  const KrylovMethod method = [](LinearMap&, Inverse*, double*, double*, const Goal& goal, SolveRun&) {
+    weight = goal.weight ? goal.weight[0] : 0.0;
+    return Outcome::stuck;
+  };
+  EXPECT_EQ(Outcome::stuck, correct(system, method, units, *system.map, nullptr, 5));
+  EXPECT_EQ(0x1p10, weight);
 }
 
 // min |x e_1 + ... - b| with a residual of which only a part is orthogonal to the columns.

@@ -59,6 +59,20 @@ TEST(SparseLu, SolvesWhatItFactors) {
   EXPECT_GT(solved, 200);
 }
 
+TEST(SparseLu, ClosesColumnsOfStoredZeros) {
+  SparseRows A;
+  A.height = A.width = 2;
+  for (const int column : {0, 1}) {
+    A.index.push(column);
+    A.value.push(0.0);
+  }
+  A.start.assign(3, 2);
+  A.start[0] = 0;
+  SparseLu lu;
+  ASSERT_TRUE(lu.factor(A, Allowance()));
+  EXPECT_EQ(2, lu.defects());
+}
+
 TEST(SparseLu, ChoosesLargePivots) {
   Dense A(3, 3);
   A(0, 0) = 1e-18, A(0, 1) = 1.0;
