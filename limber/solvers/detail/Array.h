@@ -30,6 +30,7 @@ class Array {
   void resize(int n) { items_.resize(static_cast<std::size_t>(n)); }
   void reserve(int n) { items_.reserve(static_cast<std::size_t>(n)); }
   void push(T value) { items_.push_back(value); }
+  void append(const T* from, int n) { items_.insert(items_.end(), from, from + n); }
   void swap(Array& other) { items_.swap(other.items_); }
   /// Releases the storage.
   void release() { std::vector<T>().swap(items_); }

@@ -23,6 +23,20 @@ struct Units {
   void giveBack(int power, Doubles* d) const;
 };
 
+/// A system's matrix in the units of a method: the system's own, unless there is a copy.
+struct MatrixInUnits {
+  explicit MatrixInUnits(LinearSystem& system) : system_(system) {}
+  const SparseRows& rows() const { return copy.height > 0 ? copy : system_.rows; }
+  LinearMap& map() { return copy.height > 0 ? mapOfCopy_ : *system_.map; }
+
+  Units units;
+  SparseRows copy;
+
+ private:
+  LinearSystem& system_;
+  RowsMap mapOfCopy_{copy};
+};
+
 /// The number of the iteration at which a method that may take `iterations` iterations must end.
 int lastIteration(const LinearSystem& system, int iterations);
 

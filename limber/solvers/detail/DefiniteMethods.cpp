@@ -24,44 +24,43 @@ Doubles diagonalOf(const SparseRows& rows) {
   return diagonal;
 }
 
-// The scaled system D A D, whose diagonal is near 1.
-struct Equilibrated {
-  SparseRows rows;
-  Units units;
-  Doubles inverseDiagonal;
+// The scaled system D A D, whose diagonal is near 1. D is the identity if the diagonal is already similar to
+// 1.
+struct Equilibrated : MatrixInUnits {
+  Doubles diagonal, inverseDiagonal;
   // True if the elements of the diagonal have very different sizes.
   bool graded = false;
   // Row i has no entries to the left of column i - halfBandwidth.
   int halfBandwidth = 0;
 
-  explicit Equilibrated(const LinearSystem& system) : rows(system.rows), inverseDiagonal(diagonalOf(rows)) {
-    const int n = rows.height;
-    units.rows.resize(n);
-    int least = 0, most = 0;
-    for (int i = 0; i < n; ++i) {
-      const int power = -(exponentOf(inverseDiagonal[i]) >> 1);
-      units.rows[i] = power;
-      least = std::min(least, power);
-      most = std::max(most, power);
-      const double scaled = timesPowerOfTwo(inverseDiagonal[i], 2 * power);
-      inverseDiagonal[i] = scaled > 0.0 ? 1.0 / scaled : 1.0;
+  explicit Equilibrated(LinearSystem& system) : MatrixInUnits(system), diagonal(diagonalOf(rows())) {
+    const int n = rows().height;
+    Ints powers(n);
+    for (int i = 0; i < n; ++i) powers[i] = -(exponentOf(diagonal[i]) >> 1);
+    graded = !within(powers, 18);
+    if (!within(powers, similar)) {
+      for (int i = 0; i < n; ++i) diagonal[i] = timesPowerOfTwo(diagonal[i], 2 * powers[i]);
+      copy = rows();
+      copy.scale(powers.data(), powers.data());
+      units.rows = units.columns = powers;
     }
-    graded = most - least > 18;
-    units.columns = units.rows;
-    rows.scale(units.rows.data(), units.rows.data());
+    inverseDiagonal = diagonal;
+    for (double& d : inverseDiagonal) d = d > 0.0 ? 1.0 / d : 1.0;
+    const Ints &start = rows().start, &index = rows().index;
     for (int i = 0; i < n; ++i) {
-      if (rows.start[i] < rows.start[i + 1])
-        halfBandwidth = std::max(halfBandwidth, i - rows.index[rows.start[i]]);
+      if (start[i] < start[i + 1]) halfBandwidth = std::max(halfBandwidth, i - index[start[i]]);
     }
   }
   // True if the band can be factored in the time of a few products.
-  bool narrow() const { return 1.0 * rows.height * halfBandwidth * halfBandwidth <= 10.0 * rows.entries(); }
+  bool narrow() const {
+    return 1.0 * rows().height * halfBandwidth * halfBandwidth <= 10.0 * rows().entries();
+  }
 };
 
-Outcome diagonalCG(LinearSystem& system, const Equilibrated& scaled, int iterations) {
-  RowsMap map(scaled.rows);
+Outcome diagonalCG(LinearSystem& system, Equilibrated& scaled, int iterations) {
   DiagonalInverse inverse(scaled.inverseDiagonal);
-  return correct(system, conjugateGradients, scaled.units, map, &inverse, iterations, &system.condition);
+  return correct(system, conjugateGradients, scaled.units, scaled.map(), &inverse, iterations,
+                 &system.condition);
 }
 
 // True if the direction at which the factor failed has a curvature p^T A p < 0 beyond all rounding. A
@@ -80,23 +79,22 @@ bool provenIndefinite(const SparseRows& A, SparseCholesky& failed) {
 enum class Factor { costly, failed, complete };
 
 // Conjugate gradients, preconditioned by a Cholesky factor if there is one that does not cost too much.
-Factor choleskyCG(LinearSystem& system, const Equilibrated& scaled, const Allowance& allowance,
-                  int iterations, Outcome* outcome) {
+Factor choleskyCG(LinearSystem& system, Equilibrated& scaled, const Allowance& allowance, int iterations,
+                  Outcome* outcome) {
   try {
     Elimination elimination;
     if (scaled.narrow()) {
-      elimination = bandElimination(scaled.rows.height, scaled.halfBandwidth);
-    } else if (!eliminateSymmetric(scaled.rows, allowance, &elimination)) {
+      elimination = bandElimination(scaled.rows().height, scaled.halfBandwidth);
+    } else if (!eliminateSymmetric(scaled.rows(), allowance, &elimination)) {
       return Factor::costly;
     }
     SparseCholesky cholesky;
-    if (!cholesky.factor(scaled.rows, std::move(elimination))) {
-      *outcome = provenIndefinite(scaled.rows, cholesky) ? Outcome::indefinite : Outcome::stuck;
+    if (!cholesky.factor(scaled.rows(), std::move(elimination))) {
+      *outcome = provenIndefinite(scaled.rows(), cholesky) ? Outcome::indefinite : Outcome::stuck;
       return Factor::failed;
     }
     system.measurePrecisely();
-    RowsMap map(scaled.rows);
-    *outcome = correct(system, conjugateGradients, scaled.units, map, &cholesky, iterations);
+    *outcome = correct(system, conjugateGradients, scaled.units, scaled.map(), &cholesky, iterations);
     return Factor::complete;
   } catch (const std::bad_alloc&) {
     return Factor::costly;
@@ -126,12 +124,12 @@ bool symmetric(const SparseRows& A) {
 
 // Examines D A D and recognises some matrices that are not symmetric or not positive definite.
 Outcome inspect(const Equilibrated& scaled) {
-  const SparseRows& A = scaled.rows;
+  const SparseRows& A = scaled.rows();
   const int n = A.height;
   // for each row, the next entry to the right of the diagonal; the mirror images come in ascending order of
   // rows
   Ints next(n);
-  Doubles diagonal(n);
+  const Doubles& diagonal = scaled.diagonal;
   bool mirrored = true, dominated = true;
   for (int i = 0; i < n; ++i) {
     int k = A.start[i];
@@ -145,20 +143,14 @@ Outcome inspect(const Equilibrated& scaled) {
       } else {
         mirrored = false;
       }
+      // every positive definite matrix has |a_ij|^2 <= a_ii a_jj
+      dominated &= !(a * a > diagonal[i] * diagonal[j] * (1.0 + 1e-10));
     }
-    if (k < A.start[i + 1] && A.index[k] == i) diagonal[i] = A.value[k++];
-    next[i] = k;
+    next[i] = k + (k < A.start[i + 1] && A.index[k] == i);
     if (diagonal[i] < 0.0) return Outcome::indefinite;
   }
   for (int i = 0; i < n; ++i) mirrored &= next[i] == A.start[i + 1];
   if (!mirrored && !symmetric(A)) return Outcome::unsymmetric;
-  // every positive definite matrix has |a_ij|^2 <= a_ii a_jj
-  for (int i = 0; i < n; ++i) {
-    for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
-      const int j = A.index[k];
-      dominated &= j == i || !(A.value[k] * A.value[k] > diagonal[i] * diagonal[j] * (1.0 + 1e-10));
-    }
-  }
   return dominated ? Outcome::done : Outcome::indefinite;
 }
 

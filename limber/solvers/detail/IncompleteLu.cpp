@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "limber/solvers/detail/SolveRun.h"
+#include "limber/solvers/detail/PowersOfTwo.h"
 
 namespace limber::detail {
 namespace {
@@ -19,29 +19,28 @@ bool IncompleteLu::factor(const SparseRows& A) {
   const int n = A.height;
   const Ints &start = factors_.start, &index = factors_.index;
   Doubles& value = factors_.value;
-  diagonal_.assign(n, -1);
-  inverse_.assign(n, 0.0);
-  for (int i = 0; i < n; ++i) {
-    for (int k = start[i]; k < start[i + 1]; ++k) {
-      if (index[k] == i) diagonal_[i] = k;
-    }
-    if (diagonal_[i] < 0) return false;
-  }
+  diagonal_.resize(n);
+  inverse_.resize(n);
+  // for each column, the position of its last entry so far; it is in row i if it is not before the row's
+  // start
   Ints place(n, -1);
   for (int i = 0; i < n; ++i) {
+    const int from = start[i], to = start[i + 1];
     double largest = 0.0;
-    for (int k = start[i]; k < start[i + 1]; ++k) {
+    for (int k = from; k < to; ++k) {
       place[index[k]] = k;
       largest = std::max(largest, std::fabs(value[k]));
     }
-    for (int k = start[i]; k < diagonal_[i]; ++k) {
+    if (place[i] < from) return false;
+    diagonal_[i] = place[i];
+    for (int k = from; k < diagonal_[i]; ++k) {
       const int j = index[k];
       const double factor = value[k] *= inverse_[j];
       if (factor == 0.0) continue;
       const int last = start[j + 1];
       int e = diagonal_[j] + 1;
-      if (last - e > longer * (start[i + 1] - k)) {
-        for (int at = k + 1; at < start[i + 1]; ++at) {
+      if (last - e > longer * (to - k)) {
+        for (int at = k + 1; at < to; ++at) {
           const int* const found = std::lower_bound(index.data() + e, index.data() + last, index[at]);
           e = static_cast<int>(found - index.data());
           if (e < last && index[e] == index[at]) value[at] -= factor * value[e];
@@ -49,14 +48,13 @@ bool IncompleteLu::factor(const SparseRows& A) {
       } else {
         for (; e < last; ++e) {
           const int at = place[index[e]];
-          if (at >= 0) value[at] -= factor * value[e];
+          if (at >= from) value[at] -= factor * value[e];
         }
       }
     }
     double& pivot = value[diagonal_[i]];
     if (!(std::fabs(pivot) > 1e-8 * largest)) pivot = pivot < 0.0 ? -1e-2 * largest : 1e-2 * largest;
     inverse_[i] = pivot != 0.0 ? 1.0 / pivot : 1.0;
-    for (int k = start[i]; k < start[i + 1]; ++k) place[index[k]] = -1;
   }
   return allFinite(value.size(), value.data());
 }

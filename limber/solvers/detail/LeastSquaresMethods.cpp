@@ -97,10 +97,10 @@ struct LsmrRun {
 
 }  // namespace
 
-bool moderate(const Ints& powers) {
-  bool small = true;
-  for (const int power : powers) small &= power >= -300 && power <= 300;
-  return small;
+bool within(const Ints& powers, int most) {
+  bool all = true;
+  for (const int power : powers) all &= power >= -most && power <= most;
+  return all;
 }
 
 void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms) {
@@ -116,7 +116,7 @@ void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms) {
   powers->resize(n);
   for (int j = 0; j < n; ++j) (*powers)[j] = -exponentOf(largest[j]);
   Doubles squares(n);
-  if (moderate(*powers)) {
+  if (within(*powers, moderate)) {
     Doubles factor(n);
     for (int j = 0; j < n; ++j) factor[j] = powerOfTwo((*powers)[j]);
     for (int k = 0; k < entries; ++k) {
@@ -180,7 +180,7 @@ Outcome scaledLsmr(LinearSystem& system, int iterations) {
     units.columnFactors.assign(system.width, 1.0);
   } else {
     scaleColumns(system.rows, &units.columns, &units.columnFactors);
-    if (moderate(units.columns)) {
+    if (within(units.columns, moderate)) {
       // the factors of the map can contain the whole scaling, so no copy is needed
       for (int j = 0; j < system.width; ++j) units.columnFactors[j] *= powerOfTwo(units.columns[j]);
       units.columns.release();
@@ -198,7 +198,7 @@ Outcome scaledLsmr(LinearSystem& system, int iterations) {
 bool farFromMinimum(const LinearSystem& system) {
   // the entries of A and b are at most 1
   const double rest = safeNorm(system.height, system.r.data());
-  const double size = safeNorm(system.rows.entries(), system.rows.value.data());
+  const double size = fixedNorm(system.rows.entries(), system.rows.value.data());
   return rest > 1e-7 * safeNorm(system.height, system.b.data()) && system.residual > 1e-6 * size * rest;
 }
 

@@ -13,7 +13,7 @@ namespace limber::detail {
 namespace {
 
 // After so many products A x, more are likely, and a copy in a layout that makes them faster pays off.
-constexpr int firstSliced = 10;
+constexpr int firstSliced = 4;
 
 // Gives v the length n. Throws std::bad_alloc if there is no memory.
 void setSize(Vector& v, int n) {

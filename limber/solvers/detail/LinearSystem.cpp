@@ -72,9 +72,9 @@ const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const 
   }
   copyEntries(A, extent, &rows);
   haveRows = true;
-  if (!finiteExponent(rows.entries(), rows.value.data(), &matrixPower_)) {
-    return "The matrix has an entry that is not finite.";
-  }
+  const double largest = largestMagnitude(rows.entries(), rows.value.data());
+  if (!std::isfinite(largest)) return "The matrix has an entry that is not finite.";
+  matrixPower_ = exponentOf(largest);
   scaleByPowerOfTwo(rows.entries(), rows.value.data(), -matrixPower_);
   map = std::make_unique<RowsMap>(rows);
   return nullptr;
@@ -192,7 +192,7 @@ double LinearSystem::sizeOf(const Iterate& at) const {
 double LinearSystem::roundingOfProduct(const Doubles& at) const {
   // the entries are at most 1
   const double entries = haveRows ? rows.entries() : height;
-  if (size_ == 0.0) size_ = haveRows ? safeNorm(rows.entries(), rows.value.data()) : std::sqrt(entries);
+  if (size_ == 0.0) size_ = haveRows ? fixedNorm(rows.entries(), rows.value.data()) : std::sqrt(entries);
   const double terms = std::max(entries / std::max(std::min(height, width), 1), 4.0);
   const double unit = 4.4e-16 * std::sqrt(terms);
   const double rounding = unit * size_ * safeNorm(width, at.data());

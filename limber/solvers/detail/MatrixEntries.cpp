@@ -33,61 +33,6 @@ void appendNonZero(SparseRows* out, int j, double value) {
   if (value != 0.0) out->append(j, value);
 }
 
-// Copies rows and finds their extent: row i has lengthOf(i) entries, which copyRow(i, indices, values)
-// copies. The indices are examined in the copy, because the rows may be anywhere in memory.
-template <class LengthOf, class CopyRow>
-Extent copyRows(int height, int width, SparseRows* out, LengthOf lengthOf, CopyRow copyRow) {
-  Extent extent;
-  extent.height = height;
-  extent.width = width;
-  extent.open = true;
-  *out = SparseRows();
-  out->height = height;
-  out->start.resize(height + 1);
-  long long entries = 0;
-  for (int i = 0; i < height; ++i) {
-    out->start[i] = static_cast<int>(std::min<long long>(entries, INT_MAX));
-    entries += lengthOf(i);
-  }
-  extent.damaged = entries >= INT_MAX;
-  if (extent.damaged) return extent;
-  out->start[height] = static_cast<int>(entries);
-  out->index.resize(static_cast<int>(entries));
-  out->value.resize(static_cast<int>(entries));
-  for (int i = 0; i < height; ++i) {
-    copyRow(i, out->index.data() + out->start[i], out->value.data() + out->start[i]);
-  }
-  unsigned last = 0;  // the last column; a negative one becomes a large number
-  for (const int j : out->index) last = std::max(last, static_cast<unsigned>(j));
-  extent.damaged = last >= static_cast<unsigned>(INT_MAX);
-  if (!extent.damaged && entries > 0) extent.width = std::max(width, static_cast<int>(last) + 1);
-  return extent;
-}
-
-Extent copySparse(const HSpMat& A, SparseRows* out) {
-  const int height = std::max(A.numRows, 0);
-  int width = 0;
-  const auto lengthOf = [&](int i) {
-    if (A.rows[i]) width = std::max(width, A.rows[i]->width);
-    return entriesOf(A.rows[i]);
-  };
-  Extent extent = copyRows(height, 0, out, lengthOf, [&](int i, int* indices, double* values) {
-    const int n = entriesOf(A.rows[i]);
-    if (n == 0) return;
-    std::copy_n(A.rows[i]->indices.data, n, indices);
-    std::copy_n(A.rows[i]->values.data, n, values);
-  });
-  extent.width = std::max(extent.width, width);
-  return extent;
-}
-
-Extent copySliced(const SlicedMatrix& A, SparseRows* out) {
-  const SlicedRows* const rows = SlicedAccess::rowsOf(A);
-  return copyRows(
-      A.height(), A.width(), out, [rows](int i) { return rows->length(i); },
-      [rows](int i, int* indices, double* values) { rows->copyRow(i, indices, values); });
-}
-
 // Makes the rows of a matrix: appendRow(i) appends the entries of row i.
 template <class AppendRow>
 Extent makeRows(int height, int width, SparseRows* out, AppendRow appendRow) {
@@ -100,6 +45,55 @@ Extent makeRows(int height, int width, SparseRows* out, AppendRow appendRow) {
     out->endRow();
   }
   return extent;
+}
+
+// The same for rows with any indices, of which row i has lengthOf(i). The indices are examined in the copy,
+// because the rows may be anywhere in memory.
+template <class LengthOf, class AppendRow>
+Extent copyRows(int height, int width, SparseRows* out, LengthOf lengthOf, AppendRow appendRow) {
+  Extent extent;
+  long long entries = 0;
+  for (int i = 0; i < height; ++i) entries += lengthOf(i);
+  extent.damaged = entries >= INT_MAX;
+  if (extent.damaged) return extent;
+  extent = makeRows(height, width, out, [&](int i) {
+    if (i == 0) out->reserve(static_cast<int>(entries));
+    appendRow(i);
+  });
+  extent.open = true;
+  int last = -1, signs = 0;
+  for (const int j : out->index) {
+    last = std::max(last, j);
+    signs |= j;
+  }
+  extent.damaged = signs < 0 || last == INT_MAX;
+  if (!extent.damaged) extent.width = std::max(extent.width, last + 1);
+  return extent;
+}
+
+Extent copySparse(const HSpMat& A, SparseRows* out) {
+  int width = 0;
+  const auto lengthOf = [&](int i) {
+    if (A.rows[i]) width = std::max(width, A.rows[i]->width);
+    return entriesOf(A.rows[i]);
+  };
+  Extent extent = copyRows(A.numRows, 0, out, lengthOf, [&](int i) {
+    const int n = entriesOf(A.rows[i]);
+    if (n > 0) out->append(A.rows[i]->indices.data, A.rows[i]->values.data, n);
+  });
+  extent.width = std::max(extent.width, width);
+  return extent;
+}
+
+Extent copySliced(const SlicedMatrix& A, SparseRows* out) {
+  const SlicedRows* const rows = SlicedAccess::rowsOf(A);
+  const auto lengthOf = [=](int i) { return rows->length(i); };
+  return copyRows(A.height(), A.width(), out, lengthOf, [=](int i) {
+    const int from = out->entries(), to = from + rows->length(i);
+    out->index.resize(to);
+    out->value.resize(to);
+    rows->copyRow(i, out->index.data() + from, out->value.data() + from);
+  });
 }
 
 // | H + shift I, J^T; J, lower I |

@@ -3,6 +3,7 @@
 /// @file
 /// Scaling by powers of two, which is exact.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -30,31 +31,39 @@ inline double timesPowerOfTwo(double x, int k) {
   return x * powerOfTwo(k);
 }
 
-/// The k with 2^(k - 1) <= |x| < 2^k; 0 for 0.
+/// The k with 2^(k - 1) <= |x| < 2^k; 0 for 0, infinities and NaN.
 inline int exponentOf(double x) {
   int k = 0;
   std::frexp(x, &k);
-  return x == 0.0 ? 0 : k;
+  return x == 0.0 || !std::isfinite(x) ? 0 : k;
 }
+
+/// The largest of n magnitudes, or 0. If one of the numbers is not finite, the result is not.
+inline double largestMagnitude(int n, const double* x) {
+  // without the sign, the bits of greater numbers are greater integers, up to the infinities and NaNs; four
+  // maxima side by side take a third of the time of one
+  std::int64_t most[4] = {};
+  const auto include = [&most, x](int lane, int i) {
+    std::int64_t bits;
+    std::memcpy(&bits, x + i, sizeof bits);
+    most[lane] = std::max(most[lane], bits & INT64_MAX);
+  };
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    for (int lane = 0; lane < 4; ++lane) include(lane, i + lane);
+  }
+  for (; i < n; ++i) include(0, i);
+  const std::int64_t largest = std::max(std::max(most[0], most[1]), std::max(most[2], most[3]));
+  double value;
+  std::memcpy(&value, &largest, sizeof value);
+  return value;
+}
+
+/// True if all numbers are finite.
+inline bool allFinite(int n, const double* x) { return std::isfinite(largestMagnitude(n, x)); }
 
 /// The exponent of the largest of n magnitudes; 0 if all are 0.
-inline int largestExponent(int n, const double* x) {
-  double largest = 0.0;
-  for (int i = 0; i < n; ++i) largest = std::fabs(x[i]) > largest ? std::fabs(x[i]) : largest;
-  return exponentOf(largest);
-}
-
-/// True if n numbers are finite. *exponent becomes that of the largest magnitude.
-inline bool finiteExponent(int n, const double* x, int* exponent) {
-  double largest = 0.0, rest = 0.0;
-  for (int i = 0; i < n; ++i) {
-    // a NaN or an infinity times zero is a NaN, which stays
-    rest += 0.0 * x[i];
-    largest = std::fabs(x[i]) > largest ? std::fabs(x[i]) : largest;
-  }
-  *exponent = exponentOf(largest);
-  return rest == 0.0;
-}
+inline int largestExponent(int n, const double* x) { return exponentOf(largestMagnitude(n, x)); }
 
 /// x = x 2^k.
 inline void scaleByPowerOfTwo(int n, double* x, int k) {

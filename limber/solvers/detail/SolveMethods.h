@@ -40,8 +40,10 @@ void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms);
 /// Scales the columns to norms of 1, first by these powers of two and then by these factors.
 void normaliseColumns(SparseRows* rows, Ints* powers, Doubles* factors);
 
-/// True if powers of two with these exponents can be multiplied without overflow.
-bool moderate(const Ints& powers);
+/// True if all of these exponents are between -most and most.
+bool within(const Ints& powers, int most);
+/// Powers of two with exponents within these can be multiplied without overflow, or need not be applied.
+constexpr int moderate = 300, similar = 3;
 
 /// The caller's preconditioner, or null if there is none or it is the identity.
 Preconditioner* foreignPreconditioner(const LinearSystem& system);

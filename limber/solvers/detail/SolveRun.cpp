@@ -26,13 +26,6 @@ void SolveRun::observe(double residual) {
 
 SolveReport badInput(const char* message) { return {SOLVE_BAD_INPUT, 0, 0, 0.0, 0.0, 0.0, message}; }
 
-bool allFinite(int n, const double* x) {
-  // a NaN or an infinity times zero is a NaN, which stays
-  double sum = 0.0;
-  for (int i = 0; i < n; ++i) sum += 0.0 * x[i];
-  return sum == 0.0;
-}
-
 const char* complaint(const SolveOptions& options) {
   if (!(options.relative >= 0.0)) return "The relative residual asked for is negative or not a number.";
   if (options.maxIterations < 0) return "The iteration limit is negative.";

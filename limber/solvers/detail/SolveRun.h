@@ -67,8 +67,6 @@ class SolveRun {
 
 /// The report for bad input.
 SolveReport badInput(const char* message);
-/// True if all numbers are finite.
-bool allFinite(int n, const double* x);
 /// An error message about the options, or null.
 const char* complaint(const SolveOptions& options);
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <utility>
 
-#include "limber/solvers/detail/SolveRun.h"
+#include "limber/solvers/detail/PowersOfTwo.h"
 #include "limber/solvers/detail/SparseRows.h"
 
 namespace limber::detail {

@@ -21,9 +21,17 @@ struct SparseRows {
     start.reserve(rows + 1);
     start.push(0);
   }
+  void reserve(int entries) {
+    index.reserve(entries);
+    value.reserve(entries);
+  }
   void append(int j, double x) {
     index.push(j);
     value.push(x);
+  }
+  void append(const int* indices, const double* values, int n) {
+    index.append(indices, n);
+    value.append(values, n);
   }
   /// Appends row i of another matrix, moved to the right by `shift` columns.
   void appendRow(const SparseRows& other, int i, int shift = 0) {

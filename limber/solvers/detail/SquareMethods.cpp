@@ -14,60 +14,52 @@
 namespace limber::detail {
 namespace {
 
-// True if every row has a diagonal element of at least 0.1. The largest entries are near 1.
-bool largeDiagonal(const SparseRows& A) {
-  int large = 0;
-  for (int i = 0; i < A.height; ++i) {
-    for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
-      large += A.index[k] == i && std::fabs(A.value[k]) >= 0.1;
-    }
-  }
-  return large == A.height;
-}
-
 // The system with an order of the rows that leaves no zero on the diagonal, if possible, and with rows and
-// columns scaled so that their largest entries are near 1.
-struct Arranged {
-  SparseRows rows;
-  Units units;
-
-  Arranged() = default;
-  explicit Arranged(const SparseRows& A) {
+// columns scaled so that their largest entries are near 1. If both are nearly so, nothing is changed.
+struct Arranged : MatrixInUnits {
+  explicit Arranged(LinearSystem& system) : MatrixInUnits(system) {
+    const SparseRows& A = system.rows;
     const int n = A.height;
-    Ints columns(n), rowPower = rowPowers(A);
-    Doubles largest(n);
+    const Ints rowPower = rowPowers(A);
+    Ints columns(n);
+    Doubles largest(n), diagonal(n);
     for (int i = 0; i < n; ++i) {
       for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
         const double v = std::fabs(timesPowerOfTwo(A.value[k], rowPower[i]));
         largest[A.index[k]] = std::max(largest[A.index[k]], v);
+        if (A.index[k] == i) diagonal[i] = v;
       }
     }
-    for (int j = 0; j < n; ++j) columns[j] = -exponentOf(largest[j]);
-    rows = A;
-    rows.scale(rowPower.data(), columns.data());
+    bool ordered = true;
+    for (int j = 0; j < n; ++j) {
+      columns[j] = -exponentOf(largest[j]);
+      ordered &= timesPowerOfTwo(diagonal[j], columns[j]) >= 0.1;
+    }
+    if (ordered && within(rowPower, similar) && within(columns, similar)) return;
+    copy = A;
+    copy.scale(rowPower.data(), columns.data());
     units.rows = rowPower;
     units.columns = std::move(columns);
-    if (largeDiagonal(rows)) return;
-    transversal(rows, &units.order);
-    const SparseRows scaled = std::move(rows);
-    rows = SparseRows(n, n);
+    if (ordered) return;
+    transversal(copy, &units.order);
+    const SparseRows scaled = std::move(copy);
+    copy = SparseRows(n, n);
     for (int k = 0; k < n; ++k) {
       units.rows[k] = rowPower[units.order[k]];
-      rows.appendRow(scaled, units.order[k]);
-      rows.endRow();
+      copy.appendRow(scaled, units.order[k]);
+      copy.endRow();
     }
   }
 };
 
 // BiCGSTAB, preconditioned by an LU factor. False if the factor costs too much.
-bool factoredBiCGStab(LinearSystem& system, const Arranged& arranged, const Allowance& allowance,
-                      int iterations, Outcome* outcome) {
+bool factoredBiCGStab(LinearSystem& system, MatrixInUnits& matrix, const Allowance& allowance, int iterations,
+                      Outcome* outcome) {
   try {
     SparseLu lu;
-    if (!lu.factor(arranged.rows, allowance)) return false;
+    if (!lu.factor(matrix.rows(), allowance)) return false;
     system.measurePrecisely();
-    RowsMap map(arranged.rows);
-    *outcome = correct(system, biCGStab, arranged.units, map, &lu, iterations);
+    *outcome = correct(system, biCGStab, matrix.units, matrix.map(), &lu, iterations);
     return true;
   } catch (const std::bad_alloc&) {
     return false;
@@ -98,23 +90,22 @@ Outcome solveAnySquare(LinearSystem& system) {
   }
   if (!system.haveRows || system.ended()) return outcome;
 
-  const Arranged arranged(system.rows);
+  Arranged arranged(system);
   IncompleteLu incomplete;
-  const bool factored = incomplete.factor(arranged.rows);
+  const bool factored = incomplete.factor(arranged.rows());
   system.trial = trialOf(system, 15, 60);
   bool orthogonal = false;  // the QR factor has been tried
   outcome = escalate(
       system, budget,
       [&](int iterations) {
-        RowsMap map(arranged.rows);
-        return correct(system, biCGStab, arranged.units, map, factored ? &incomplete : nullptr, iterations);
+        return correct(system, biCGStab, arranged.units, arranged.map(), factored ? &incomplete : nullptr,
+                       iterations);
       },
       [&](const Allowance& allowance, Outcome* result) {
         if (!factoredBiCGStab(system, arranged, allowance, 20, result)) return false;
-        if (!system.ended()) {
+        if (!system.ended() && arranged.copy.height > 0) {
           // scaled unknowns of very different sizes spoil a factor that is good for the unscaled ones
-          Arranged plain;
-          plain.rows = system.rows;
+          MatrixInUnits plain(system);
           factoredBiCGStab(system, plain, allowance, 20, result);
         }
         if (!system.ended() || system.swollen()) {

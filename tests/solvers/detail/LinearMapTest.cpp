@@ -65,12 +65,12 @@ TEST(LinearMap, OfRowsIsLaidOutBetweenTransposedProducts) {
   SparseRows changed = A.rows();
   RowsMap early(changed), late(changed);
   std::vector<double> x = dice.vector(25), y(40), g(25);
-  for (int turn = 0; turn < 11; ++turn) {
+  for (int turn = 0; turn < 5; ++turn) {
     early.multiply(x.data(), y.data());
     early.multiplyTransposed(y.data(), g.data());
   }
-  for (int turn = 0; turn < 9; ++turn) late.multiply(x.data(), y.data());
-  for (int turn = 0; turn < 9; ++turn) late.multiplyTransposed(y.data(), g.data());
+  for (int turn = 0; turn < 3; ++turn) late.multiply(x.data(), y.data());
+  for (int turn = 0; turn < 3; ++turn) late.multiplyTransposed(y.data(), g.data());
   // the copy does not follow the rows
   for (double& value : changed.value) value *= 2.0;
   const std::vector<double> once = A.times(x);

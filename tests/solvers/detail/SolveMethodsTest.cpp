@@ -3,12 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/WierdMatrices.h"
 #include "limber/solvers/detail/Corrections.h"
 #include "limber/solvers/detail/MatrixEntries.h"
+#include "limber/solvers/detail/PowersOfTwo.h"
 #include "tests/solvers/detail/DenseModel.h"
 
 using namespace limber::detail;
@@ -51,15 +53,34 @@ TEST(LeastSquaresMethods, ScaleRowsToLargestEntriesNearOne) {
   EXPECT_EQ(0, powers[2]);
 }
 
+TEST(PowersOfTwo, FindTheLargestMagnitudeAtEveryPlace) {
+  EXPECT_EQ(0.0, largestMagnitude(0, nullptr));
+  for (int n = 1; n <= 9; ++n) {
+    for (int place = 0; place < n; ++place) {
+      Doubles x(n, -1.5);
+      for (const double largest : {-2.0, 3.0, 0x1p1000}) {
+        x[place] = largest;
+        EXPECT_EQ(std::fabs(largest), largestMagnitude(n, x.data()));
+        EXPECT_TRUE(allFinite(n, x.data()));
+      }
+      for (const double wild : {-HUGE_VAL, HUGE_VAL, std::nan(""), -std::nan("")}) {
+        x[place] = wild;
+        EXPECT_FALSE(allFinite(n, x.data())) << n << ' ' << place;
+        EXPECT_EQ(0, largestExponent(n, x.data()));
+      }
+    }
+  }
+}
+
 TEST(LeastSquaresMethods, KnowWhichPowersCanBeMultiplied) {
   Ints powers(3);
-  EXPECT_TRUE(moderate(powers));
+  EXPECT_TRUE(within(powers, moderate));
   powers[1] = 300, powers[2] = -300;
-  EXPECT_TRUE(moderate(powers));
+  EXPECT_TRUE(within(powers, moderate));
   powers[1] = 301;
-  EXPECT_FALSE(moderate(powers));
+  EXPECT_FALSE(within(powers, moderate));
   powers[1] = 0, powers[2] = -301;
-  EXPECT_FALSE(moderate(powers));
+  EXPECT_FALSE(within(powers, moderate));
 }
 
 TEST(Corrections, TellTheMethodHowTheRowsCount) {
