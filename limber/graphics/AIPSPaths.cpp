@@ -22,6 +22,33 @@ struct Coordinates {
   }
 };
 
+// Polylines through n points, whose coordinates are the results of n pairs of calls of next().
+
+template <class Next>
+void openPath(AIPSWriter& writer, int n, Next next) {
+  for (int i = 0; i < n; ++i) {
+    const double x = next(), y = next();
+    if (i == 0) {
+      writer.m(x, y);
+    } else {
+      writer.L(x, y);
+    }
+  }
+  writer.stroke();
+}
+
+template <class Next>
+void closedPath(AIPSWriter& writer, int n, const char* paint, Next next) {
+  const double x0 = next(), y0 = next();
+  writer.m(x0, y0);
+  for (int i = 1; i < n; ++i) {
+    const double x = next(), y = next();
+    writer.L(x, y);
+  }
+  writer.L(x0, y0);
+  writer.apr("%s", paint);
+}
+
 }  // namespace
 
 void AIPSWriter::stroke() { apr("S\n"); }
@@ -80,47 +107,22 @@ void AIPSWriter::drawNothing(int announced, const char* paint) {
 }
 
 void AIPSWriter::drawLine(int n, const double* xy) {
-  for (int i = 0; i < n; ++i) {
-    if (i == 0) {
-      m(xy[0], xy[1]);
-    } else {
-      L(xy[2 * i], xy[2 * i + 1]);
-    }
-  }
-  stroke();
+  openPath(*this, n, [&xy] { return *xy++; });
 }
 
 void AIPSWriter::drawClosed(int n, const double* xy, const char* paint) {
-  m(xy[0], xy[1]);
-  for (int i = 1; i < n; ++i) L(xy[2 * i], xy[2 * i + 1]);
-  L(xy[0], xy[1]);
-  apr("%s", paint);
+  closedPath(*this, n, paint, [&xy] { return *xy++; });
 }
 
 void AIPSWriter::line(int n, ...) {
   va_list pairs;
   va_start(pairs, n);
-  for (int i = 0; i < n; ++i) {
-    const double x = va_arg(pairs, double), y = va_arg(pairs, double);
-    if (i == 0) {
-      m(x, y);
-    } else {
-      L(x, y);
-    }
-  }
+  openPath(*this, n, [&pairs] { return va_arg(pairs, double); });
   va_end(pairs);
-  stroke();
 }
 
 void AIPSWriter::closedPairs(int n, va_list pairs, const char* paint) {
-  const double x0 = va_arg(pairs, double), y0 = va_arg(pairs, double);
-  m(x0, y0);
-  for (int i = 1; i < n; ++i) {
-    const double x = va_arg(pairs, double), y = va_arg(pairs, double);
-    L(x, y);
-  }
-  L(x0, y0);
-  apr("%s", paint);
+  closedPath(*this, n, paint, [&pairs] { return va_arg(pairs, double); });
 }
 
 void AIPSWriter::poly(int n, ...) {

@@ -114,11 +114,8 @@ void RK4Solver::init() { WorkVectors<5>{&k1, &k2, &k3, &k4, &stage}.create(n, {"
 
 int RK4Solver::step(Vector* x, double t, double dt) {
   if (!f || !x) return 0;
-  const WorkVectors<5> work{&k1, &k2, &k3, &k4, &stage};
-  if (!work.fit(x->size())) {
-    if (!k1) init();
-    if (!work.grow(x->size())) return 0;
-  }
+  if (!k1) init();
+  if (!WorkVectors<5>{&k1, &k2, &k3, &k4, &stage}.grow(x->size())) return 0;
   f->fprime(x, t, k1);
   nextStage<true>(x, dt, k1, stage);
   f->fprime(stage, t + 0.5 * dt, k2);

@@ -40,14 +40,6 @@ struct WorkVectors {
     for (Vector** field : fields) dropShared(*field);
   }
 
-  /// True if all vectors exist and have that size.
-  bool fit(int size) const {
-    for (Vector** field : fields) {
-      if (!*field || (*field)->size() != size) return false;
-    }
-    return true;
-  }
-
   /// Gives every vector the size of the state. False, after a report, if there is no memory.
   bool grow(int size) const {
     for (Vector** field : fields) {
