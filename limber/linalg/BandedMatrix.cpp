@@ -83,14 +83,9 @@ BandedMatrix::BandedMatrix(int rowCount, int width)
   }
 }
 
-BandedMatrix::BandedMatrix(const BandedMatrix& other)
-    : SpMat(other),
-      maxRows(other.maxRows),
-      rows(other.rows),
-      maxWidth(other.maxWidth),
-      bw(other.bw),
-      data(other.data) {
-  if (!share(data)) makeEmpty(*this);
+BandedMatrix::BandedMatrix(const BandedMatrix& other) : SpMat(other) {
+  makeEmpty(*this);
+  *this = other;
 }
 
 BandedMatrix& BandedMatrix::operator=(const BandedMatrix& other) {

@@ -1,6 +1,7 @@
 #include <cstddef>
 
 #include "limber/foundation/Report.h"
+#include "limber/foundation/detail/CreatedOnFirstUse.h"
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/detail/GaussJordanSpace.h"
@@ -18,7 +19,6 @@ struct SingularFlag : GaussJordanWatcher {
 
 constexpr int fixedLength = 200;
 FixedGaussJordanScratch<fixedLength> fixedScratch;
-GaussJordanSpace largerSpace;
 
 }  // namespace
 
@@ -27,9 +27,14 @@ int FullMatrix::invert() {
   // that its operator() returns, and a matrix of kind 1 prints a message for each element.
   double* const copy = lapackWorkspace(static_cast<long long>(numRows) * numColumns);
   if (!copy) return 0;
-  if (numRows > fixedLength && !largerSpace.reserve(numRows)) {
-    FATAL_ERROR(newFails);
-    return 0;
+  GaussJordanScratch scratch = fixedScratch;
+  if (numRows > fixedLength) {
+    GaussJordanSpace& larger = createdOnFirstUse<GaussJordanSpace>();
+    if (!larger.reserve(numRows)) {
+      FATAL_ERROR(newFails);
+      return 0;
+    }
+    scratch = larger.scratch(numRows);
   }
   const auto at = [this, copy](int i, int j) -> double& {
     return copy[static_cast<std::ptrdiff_t>(i) * numColumns + j];
@@ -41,8 +46,6 @@ int FullMatrix::invert() {
     kind = 1;
     return 0;
   }
-  const GaussJordanScratch scratch =
-      numRows <= fixedLength ? GaussJordanScratch(fixedScratch) : largerSpace.scratch();
   SingularFlag flag;
   gaussJordan(copy, numRows, numColumns, scratch, flag);
   if (flag.singular) kind = 3;

@@ -14,36 +14,20 @@ bool sameSize(const FullMatrix& a, const FullMatrix& b) {
   return a.numRows == b.numRows && a.numColumns == b.numColumns;
 }
 
-// Calls f(a, b) for each pair of elements of two matrices of the same size. f changes a.
+// Calls f(k, a, b) for each pair of elements of two matrices of the same size, which have place k in the
+// storage. f may change a.
 template <class F>
 void elementwise(const FullMatrix& a, const FullMatrix& b, F f) {
   if (runsOnStorage(a) && runsOnStorage(b)) {
     const std::int64_t n = denseCount(a);
-    for (std::int64_t k = 0; k < n; ++k) f(a.data[k], b.data[k]);
+    for (std::int64_t k = 0; k < n; ++k) f(k, a.data[k], b.data[k]);
     return;
   }
+  std::int64_t k = 0;
   for (int i = 0; i < a.numRows; ++i) {
     for (int j = 0; j < a.numColumns; ++j) {
       const double value = b(i, j);  // read first: both may be the shared spare element
-      f(a(i, j), value);
-    }
-  }
-}
-
-// out(i, j) = f(a(i, j), b(i, j)) for three matrices of the same size. The class of `out` does not override
-// operator().
-template <class F>
-void elementwise(const FullMatrix& a, const FullMatrix& b, FullMatrix& out, F f) {
-  if (!out.data) return;
-  if (runsOnStorage(a) && runsOnStorage(b)) {
-    const std::int64_t n = denseCount(out);
-    for (std::int64_t k = 0; k < n; ++k) out.data[k] = f(a.data[k], b.data[k]);
-    return;
-  }
-  for (int i = 0; i < out.numRows; ++i) {
-    for (int j = 0; j < out.numColumns; ++j) {
-      const double left = a(i, j);
-      out.e(i, j) = f(left, b(i, j));
+      f(k++, a(i, j), value);
     }
   }
 }
@@ -58,10 +42,10 @@ FullMatrix handedOver(const FullMatrix& temporary) { return FullMatrix(temporary
 // out(i, j) = f(a(i, j), b(i, j)); matrices of different sizes give `out` the kind 1.
 template <class F>
 FullMatrix combined(const FullMatrix& a, const FullMatrix& b, FullMatrix& out, F f) {
-  if (sameSize(a, b)) {
-    elementwise(a, b, out, f);
-  } else {
+  if (!sameSize(a, b)) {
     out.kind = 1;
+  } else if (double* const results = out.data) {
+    elementwise(a, b, [=](std::int64_t k, double x, double y) { results[k] = f(x, y); });
   }
   return handedOver(out);
 }
@@ -70,7 +54,7 @@ FullMatrix combined(const FullMatrix& a, const FullMatrix& b, FullMatrix& out, F
 template <class F>
 void combineInPlace(FullMatrix& a, const FullMatrix& b, F f) {
   if (sameSize(a, b)) {
-    elementwise(a, b, [f](double& x, double y) { x = f(x, y); });
+    elementwise(a, b, [f](std::int64_t, double& x, double y) { x = f(x, y); });
   } else {
     a.kind = 1;
   }
@@ -159,7 +143,7 @@ void FullMatrix::operator-=(const FullMatrix& other) { combineInPlace(*this, oth
 int FullMatrix::operator==(const FullMatrix& other) const {
   if (!sameSize(*this, other)) return 0;
   int equal = 1;
-  elementwise(*this, other, [&equal](double& a, double b) {
+  elementwise(*this, other, [&equal](std::int64_t, double a, double b) {
     if (a < b || a > b) equal = 0;
   });
   return equal;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "limber/foundation/detail/CreatedOnFirstUse.h"
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/Vector.h"
@@ -39,17 +40,17 @@ class RightHandSide : public GaussJordanWatcher {
 };
 
 constexpr int firstLength = 100;
-GaussJordanSpace space;
 
 }  // namespace
 
 void gaussj(FullMatrix& A, Vector*, Vector* b) {
   const int n = std::min(A.numRows, A.numColumns);
+  GaussJordanSpace& space = createdOnFirstUse<GaussJordanSpace>();
   if (!space.reserve(std::max(n, firstLength))) {
     ReportSite{"Vectors", 1326}.fatal("new fails - memory problem");
     return;
   }
   if (n < 1 || !A.data) return;
   RightHandSide rightHandSide(b);
-  gaussJordan(A.data, n, A.numColumns, space.scratch(), rightHandSide);
+  gaussJordan(A.data, n, A.numColumns, space.scratch(n), rightHandSide);
 }

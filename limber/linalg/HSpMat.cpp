@@ -33,13 +33,7 @@ HSpMat::HSpMat(int n) : numRows(n), rowCapacity(std::max(n, 0)), rows(nullptr) {
   if (!rows) numRows = rowCapacity = 0;
 }
 
-HSpMat::HSpMat(const HSpMat& other)
-    : SpMat(other), numRows(other.numRows), rowCapacity(other.rowCapacity), rows(other.rows) {
-  if (!share(rows)) {
-    numRows = rowCapacity = 0;
-    rows = nullptr;
-  }
-}
+HSpMat::HSpMat(const HSpMat& other) : HSpMat(0) { *this = other; }
 
 HSpMat& HSpMat::operator=(const HSpMat& other) {
   if (rows != other.rows) {

@@ -42,13 +42,8 @@ void IntVec::range(int& lo, int& loIndex, int& hi, int& hiIndex) const {
     lo = loIndex = hi = hiIndex = 0;
     return;
   }
-  int least = 0, most = 0;
-  for (int i = 1; i < count; ++i) {
-    if (data[i] < data[least]) least = i;
-    if (data[i] > data[most]) most = i;
-  }
-  lo = data[least];
-  loIndex = least;
-  hi = data[most];
-  hiIndex = most;
+  loIndex = static_cast<int>(std::min_element(data, data + count) - data);
+  hiIndex = static_cast<int>(std::max_element(data, data + count) - data);
+  lo = data[loIndex];
+  hi = data[hiIndex];
 }

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
 
 #include "limber/foundation/Output.h"
-#include "limber/foundation/detail/ReportSite.h"
+#include "limber/foundation/detail/CreatedOnFirstUse.h"
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/Vector.h"
@@ -17,17 +16,10 @@ using namespace limber::detail;
 
 namespace {
 
-constexpr int firstEntries = 2000;
-
 // The vector that each product with one block is written to, shared by all matrices.
-Vector* sharedResult() {
-  static Vector* result = nullptr;
-  if (!result) {
-    result = new (std::nothrow) Vector(firstEntries);
-    if (!result) ReportSite{"WierdMatrices", __LINE__}.fatal(newFails);
-  }
-  return result;
-}
+struct BlockProduct {
+  Vector v{2000};
+};
 
 // A view of a slice of another vector's elements, cut off where its storage ends.
 class Slice {
@@ -96,23 +88,22 @@ void SQPMatrix::mult(const Vector* x, Vector* y) const {
   y->grow(n + m);
   *y = 0.0;
   clearBehind(*y);
-  Vector* const result = sharedResult();
-  if (!result) return;
+  Vector& result = createdOnFirstUse<BlockProduct>().v;
   const Slice top(*x, 0, n);
   const Slice bottom(*x, n, m);
 
-  prepare(*result, n);
-  H->mult(top.vector(), result);
-  addTo(*y, 0, n, *result);
+  prepare(result, n);
+  H->mult(top.vector(), &result);
+  addTo(*y, 0, n, result);
   addDiagonal(*y, 0, n, hessianShift, *x);
 
-  prepare(*result, m);
-  J->mult(top.vector(), result);
-  addTo(*y, n, m, *result);
+  prepare(result, m);
+  J->mult(top.vector(), &result);
+  addTo(*y, n, m, result);
 
-  prepare(*result, n);
-  J->multT(bottom.vector(), result);
-  addTo(*y, 0, n, *result);
+  prepare(result, n);
+  J->multT(bottom.vector(), &result);
+  addTo(*y, 0, n, result);
   addDiagonal(*y, n, m, lowerDiagonal, *x);
 }
 

@@ -1,6 +1,7 @@
 #include "limber/linalg/SparseDot.h"
 
 #include "limber/linalg/SpVec.h"
+#include "limber/linalg/detail/RowProducts.h"
 #include "limber/linalg/detail/RowStorage.h"
 
 using namespace limber::detail;
@@ -46,14 +47,6 @@ double sdot(SpVec* a, SpVec* b, Vector* w) {
                    [w](int i, double x, double y) { return inStorage(*w, i) ? w->data[i] * y * x : 0.0; });
 }
 
-double dot(SpVec& a, Vector* v) {
-  if (!v) return 0.0;
-  double sum = 0.0;
-  for (int k = 0; k < a.numEntries; ++k) {
-    const int i = a.indices.data[k];
-    if (inStorage(*v, i)) sum += v->data[i] * a.values.data[k];
-  }
-  return sum;
-}
+double dot(SpVec& a, Vector* v) { return v ? rowTimesVector(a, *v) : 0.0; }
 
 double dot(Vector* v, SpVec& a) { return dot(a, v); }

@@ -4,10 +4,10 @@
 #include <cmath>
 
 #include "limber/foundation/Output.h"
+#include "limber/foundation/detail/CreatedOnFirstUse.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/detail/CGTrace.h"
-#include "limber/solvers/detail/CreatedOnFirstUse.h"
 #include "limber/solvers/detail/SizeWarning.h"
 #include "limber/solvers/detail/SolveMatrix.h"
 #include "limber/solvers/detail/SolveWatch.h"

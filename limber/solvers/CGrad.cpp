@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "limber/foundation/detail/CreatedOnFirstUse.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/CGradI.h"
-#include "limber/solvers/detail/CreatedOnFirstUse.h"
 #include "limber/solvers/detail/SizeWarning.h"
 #include "limber/solvers/detail/SolveMatrix.h"
 #include "limber/solvers/detail/WorkVectors.h"

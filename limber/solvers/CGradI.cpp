@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "limber/foundation/detail/CreatedOnFirstUse.h"
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/SpMat.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/detail/CGTrace.h"
-#include "limber/solvers/detail/CreatedOnFirstUse.h"
 #include "limber/solvers/detail/SolveWatch.h"
 #include "limber/solvers/detail/WorkVectors.h"
 

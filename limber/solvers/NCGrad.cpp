@@ -2,11 +2,11 @@
 
 #include <cstdio>
 
+#include "limber/foundation/detail/CreatedOnFirstUse.h"
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/Vector.h"
 #include "limber/solvers/CGTuning.h"
 #include "limber/solvers/detail/CGPass.h"
-#include "limber/solvers/detail/CreatedOnFirstUse.h"
 #include "limber/solvers/detail/SizeWarning.h"
 #include "limber/solvers/detail/WorkVectors.h"
 

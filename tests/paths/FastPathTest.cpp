@@ -201,14 +201,14 @@ void read(const std::string& text) {
 }
 
 TEST(FastPaths, DecimalsAreReadWithoutTheLibraryOfTheCompiler) {
-  read("0 7 -12 3.25 -0.001 1234567.125 0.1234567890123456 123456.7890123456 17976931348623157 9.9999999\n");
+  read("0 7 -12 3.25 -0.001 1234567.125 0.1234567890123456 123456.7890123456 9.9999999\n");
   EXPECT_EQ(conversions, 0);
   EXPECT_EQ(slowConversions, 0);
 }
 
-TEST(FastPaths, ExponentsAndManyDigitsAreReadByFromChars) {
-  read("1e5 -2.5e-7 3.14159265358979323846264338327950288\n");
-  EXPECT_EQ(conversions, 3);
+TEST(FastPaths, ExponentsLongIntegersAndManyDigitsAreReadByFromChars) {
+  read("1e5 -2.5e-7 17976931348623157 3.14159265358979323846264338327950288\n");
+  EXPECT_EQ(conversions, 4);
   EXPECT_EQ(slowConversions, 0);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "limber/linalg/detail/GaussJordan.h"
+#include "limber/linalg/detail/GrowingArray.h"
 
 namespace limber::detail {
 
@@ -8,13 +9,16 @@ namespace limber::detail {
 class GaussJordanSpace {
  public:
   /// Room for n x n. False when there is no memory; nothing is reported.
-  bool reserve(int n);
-  GaussJordanScratch scratch() const;
+  bool reserve(int n) { return integers_.reserve(3LL * n) && closed_.reserve(n); }
+  /// The scratch for the n of the last reserve().
+  GaussJordanScratch scratch(int n) const {
+    int* const integers = integers_.get();
+    return {integers, integers + n, integers + 2LL * n, closed_.get()};
+  }
 
  private:
-  int length_ = 0;
-  int* integers_ = nullptr;
-  double* closed_ = nullptr;
+  GrowingArray<int> integers_;
+  GrowingArray<double> closed_;
 };
 
 }  // namespace limber::detail

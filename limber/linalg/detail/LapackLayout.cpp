@@ -3,48 +3,35 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
-#include <new>
 
 #include "limber/foundation/Report.h"
+#include "limber/foundation/detail/CreatedOnFirstUse.h"
 #include "limber/foundation/detail/ReportSite.h"
 #include "limber/linalg/FullMatrix.h"
 #include "limber/linalg/detail/BlasMemory.h"
+#include "limber/linalg/detail/GrowingArray.h"
 
 namespace limber::detail {
 
 namespace {
 
-// An array that lives as long as the process. It is `fixed` until a caller needs more than that holds.
-template <class T>
-class GrowingSpace {
- public:
-  constexpr GrowingSpace(T* fixed, long long length) : data_(fixed), length_(length) {}
-
-  T* reserve(long long n) {
-    if (n <= length_) return data_;
-    T* const larger = n <= LLONG_MAX / 16 ? new (std::nothrow) T[static_cast<std::size_t>(n)] : nullptr;
-    if (!larger) {
-      FATAL_ERROR(newFails);
-      return nullptr;
-    }
-    if (grown_) delete[] data_;
-    grown_ = true;
-    data_ = larger;
-    length_ = n;
-    return data_;
-  }
-
- private:
-  T* data_;
-  long long length_;
-  bool grown_ = false;
-};
-
 constexpr int fixedIntegers = 4096;
 double fixedWork[lapackWorkspaceLength];
 int fixedInts[fixedIntegers];
-GrowingSpace<double> workspace(fixedWork, lapackWorkspaceLength);
-GrowingSpace<int> integers(fixedInts, fixedIntegers);
+
+// The arrays of callers that need more than the fixed ones hold.
+struct Larger {
+  GrowingArray<double> work;
+  GrowingArray<int> integers;
+};
+Larger& larger() { return createdOnFirstUse<Larger>(); }
+
+template <class T>
+T* reserved(GrowingArray<T>& space, long long n) {
+  if (n <= LLONG_MAX / 16 && space.reserve(n)) return space.get();
+  FATAL_ERROR(newFails);
+  return nullptr;
+}
 
 }  // namespace
 
@@ -53,9 +40,15 @@ LapackMatrix asLapack(const FullMatrix* matrix) {
   return {matrix->data, matrix->numColumns, matrix->numRows, std::max(1, matrix->numColumns)};
 }
 
-double* lapackWorkspace(long long n) { return ensureBlasMemory() ? workspace.reserve(n) : nullptr; }
+double* lapackWorkspace(long long n) {
+  if (!ensureBlasMemory()) return nullptr;
+  return n <= lapackWorkspaceLength ? fixedWork : reserved(larger().work, n);
+}
 
-int* lapackIntegers(int n) { return ensureBlasMemory() ? integers.reserve(n) : nullptr; }
+int* lapackIntegers(int n) {
+  if (!ensureBlasMemory()) return nullptr;
+  return n <= fixedIntegers ? fixedInts : reserved(larger().integers, n);
+}
 
 const int* pivotsToLapack(const long* pivots, int n, int largest) {
   int* const converted = pivots ? lapackIntegers(n) : nullptr;

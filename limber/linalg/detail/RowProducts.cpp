@@ -44,28 +44,12 @@ class RowPrefetcher {
   int last_;
 };
 
-unsigned roomOf(const Vector& v) { return static_cast<unsigned>(std::max(v.capacity, 0)); }
-
-// The sum of x[index] value over the entries with an index below `room`. Indices are compared as unsigned
-// numbers, so negative ones are skipped too.
-double sumOf(const SpVec& row, const double* x, unsigned room) {
-  const int* const indices = row.indices.data;
-  const double* const values = row.values.data;
-  double sum = 0.0;
-  for (int k = 0; k < row.numEntries; ++k) {
-    const unsigned j = static_cast<unsigned>(indices[k]);
-    if (__builtin_expect(j < room, true)) sum += x[j] * values[k];
-  }
-  return sum;
-}
-
 // Computes y[i] for the rows from ... to - 1.
 void sumRows(SpVec* const* rows, int from, int to, const RowPrefetcher& prefetcher, const Vector& x,
              double* y) {
-  const unsigned room = roomOf(x);
   for (int i = from; i < to; ++i) {
     prefetcher.fetch(i);
-    y[i] = rows[i] ? sumOf(*rows[i], x.data, room) : 0.0;
+    y[i] = rows[i] ? rowTimesVector(*rows[i], x) : 0.0;
   }
 }
 

@@ -2,9 +2,9 @@
 
 #include <atomic>
 
+#include "limber/foundation/detail/CreatedOnFirstUse.h"
 #include "limber/linalg/HSpMat.h"
 #include "limber/linalg/detail/SlicedRows.h"
-#include "limber/solvers/detail/CreatedOnFirstUse.h"
 
 namespace limber::detail {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <climits>
 
+#include "limber/foundation/detail/CreatedOnFirstUse.h"
 #include "limber/solvers/CGTuning.h"
-#include "limber/solvers/detail/CreatedOnFirstUse.h"
 
 namespace limber::detail {
 
