@@ -145,8 +145,8 @@ class ContactFinder {
     if (clip_.frames < 2) return "no feet found: one frame does not show what stands";
     if (belt_ > 0.0) {
       return "no feet found: the feet slide at about " + detail::fixed(belt_ / skeleton_.height(), 2) +
-             " heights a second under a body that stays where it is; if it walks on the spot, add its way to "
-             "the root first";
+             " heights a second under a body that stays where it is; if it walks on the spot, add its path "
+             "to the root first";
     }
     std::vector<int> limbs;
     std::string names;
@@ -157,7 +157,7 @@ class ContactFinder {
     }
     if (found.list.empty()) {
       return "no feet found: the lowest parts of the body (" + names +
-             ") never stand still near the ground; a script can say what shall stand";
+             ") never stand still near the ground; a script can name what stands";
     }
     if (limbs.size() > 2) {
       return std::to_string(limbs.size()) +

@@ -37,8 +37,8 @@ std::string stepsOf(const Report& report) {
 std::string textOf(const Report& r) {
   std::string out = !r.met ? "Not met.\n"
                     : r.looseFrames > 0
-                        ? "Met: every firmly held joint is where it shall be in every frame.\n"
-                        : "Met: every held joint is where it shall be in every frame.\n";
+                        ? "Met: every firmly held joint is where it should be in every frame.\n"
+                        : "Met: every held joint is where it should be in every frame.\n";
   for (const std::string& reason : r.reasons) out += "  " + reason + "\n";
   const auto line = [&](const char* label, const std::string& value) {
     std::string head = label;

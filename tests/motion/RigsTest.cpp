@@ -86,7 +86,7 @@ TEST(Rigs, ABodyThatWalksOnTheSpotHasNoContacts) {
   EXPECT_TRUE(contacts.list.empty());
   EXPECT_NE(contacts.note.find("no feet found: the feet slide at about "), std::string::npos)
       << contacts.note;
-  EXPECT_NE(contacts.note.find("if it walks on the spot, add its way to the root first"), std::string::npos);
+  EXPECT_NE(contacts.note.find("if it walks on the spot, add its path to the root first"), std::string::npos);
   Clip edited = clip;
   Edit edit(edited);
   edit.plant(contacts);
