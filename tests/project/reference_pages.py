@@ -3,7 +3,7 @@
 
 reference_pages.py SOURCE-DIR
 
-- docs/guide/messages.md names every text that the library or a component prints or throws as a message;
+- docs/guide/messages.md names every text that the library or a component prints or throws as a message, and no other;
 - docs/guide/tuning.md has every exported variable with the initial value of its definition;
 - docs/guide/surprises.md names tests that exist;
 - docs/architecture.md, docs/guide/motion.md and docs/guide/distributed.md have a line for every private header of the
@@ -52,11 +52,13 @@ def least_words(path):
 
 
 def messages():
+    source_texts = []
     page = re.sub(r"\s+", " ", read("docs", "guide", "messages.md").replace("\\|", "|"))
     for path in files("limber*/**/*.cpp") + files("limber*/**/*.h"):
         text = re.sub(r'"\s*\n\s*"', "", without_comments(open(path, encoding="utf-8").read()))
         text = re.sub(r"static_assert\(.*?\);|LIMBER_\w+\(\".*?\"\)", "", text, flags=re.S)
         for literal in re.findall(r'"((?:[^"\\\n]|\\.)*)"', text):
+            source_texts.append(plain(literal))
             words = re.findall(r"[A-Za-z]{2,}", plain(literal).replace("...", " "))
             if len(words) < least_words(path) or not_messages.search(literal):
                 continue
@@ -64,6 +66,12 @@ def messages():
                 continue
             if plain(literal) not in page:
                 problems.append(f"messages.md: nothing about \"{plain(literal)}\" of {os.path.relpath(path, source)}")
+    everything = "\n".join(source_texts)
+    for row in re.findall(r"^\| (``?.*?``?) \|", read("docs", "guide", "messages.md").replace("\\|", "|"), re.M):
+        for message in re.findall(r"``(.+?)``|`([^`]+)`", row):
+            for piece in (piece.strip(" '()<>:;,|-") for piece in max(message).split("...")):
+                if len(piece.split()) > 1 and piece not in everything:
+                    problems.append(f"messages.md: no message has \"{piece}\"")
 
 
 def tuning():
