@@ -63,8 +63,8 @@ inline std::vector<double> randomTimes(unsigned seed) {
   return t;
 }
 
-// The same values in the peers' types. GLM stores columns. Imath's matrices act on row vectors, as Limber's
-// do.
+/// The same values in the peers' types. GLM stores columns. Imath's matrices act on row vectors, as Limber's
+/// do.
 
 inline EigenQuat toEigen(const Quat& q) { return EigenQuat(q.w, q.x, q.y, q.z); }
 inline glm::dquat toGlm(const Quat& q) { return glm::dquat(q.w, q.x, q.y, q.z); }

@@ -43,7 +43,7 @@ inline double normError(const Quat& q) {
       std::fabs(Real(q.w) * q.w + Real(q.x) * q.x + Real(q.y) * q.y + Real(q.z) * q.z - 1));
 }
 
-// The rotation matrix, in rows, of a quaternion given in long double, rounded once.
+/// The rotation matrix, in rows, of a quaternion given in long double, rounded once.
 inline Matrix3x3 matrixOf(Real w, const Vec& v) {
   const Real n = w * w + v.x * v.x + v.y * v.y + v.z * v.z, q[3] = {v.x, v.y, v.z};
   Matrix3x3 m;
@@ -56,7 +56,7 @@ inline Matrix3x3 matrixOf(Real w, const Vec& v) {
   return m;
 }
 
-// Checks that q is the rotation of (w, v), in every component and in the direction of the axis.
+/// Checks that q is the rotation of (w, v), in every component and in the direction of the axis.
 inline ::testing::AssertionResult isRotation(const Quat& q, Real w, const Vec& v) {
   const Real n = std::sqrt(w * w + v.x * v.x + v.y * v.y + v.z * v.z);
   const Vec got(q.x, q.y, q.z);

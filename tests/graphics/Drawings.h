@@ -23,8 +23,8 @@ inline const std::string trailer =
     "Adobe_level2_AI5 /terminate get exec\n"
     "%%EOF\n";
 
-// The text that `draw` writes between the first pen settings and the trailer. The file must contain all
-// three.
+/// The text that `draw` writes between the first pen settings and the trailer. The file must contain all
+/// three.
 template <class Draw>
 std::string drawn(Draw draw) {
   CapturedOutput output;

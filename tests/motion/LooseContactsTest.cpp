@@ -15,7 +15,7 @@ using namespace limber::motion;
 
 namespace {
 
-/// Holds the feet where they stand, which must succeed.
+// Holds the feet where they stand, which must succeed.
 Report planted(Clip* clip, const EditOptions& options = EditOptions()) {
   Edit edit(*clip, options);
   edit.plant(findContacts(*clip));

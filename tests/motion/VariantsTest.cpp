@@ -34,7 +34,7 @@ Clip mirrored(Clip clip) {
   return clip;
 }
 
-/// Adds a random angle of up to `most` radians to every rotation of every frame, the same angles each time.
+// Adds a random angle of up to `most` radians to every rotation of every frame, the same angles each time.
 Clip trembling(Clip clip, double most) {
   std::uint32_t state = 1;
   for (int f = 0; f < clip.frames; ++f) {
@@ -55,7 +55,7 @@ Clip cut(Clip clip, int first, int frames) {
   return clip;
 }
 
-/// The clip after an additional frame in which all angles are 0 and the body is elsewhere.
+// The clip after an additional frame in which all angles are 0 and the body is elsewhere.
 Clip behindPose(Clip clip) {
   std::vector<double> pose(static_cast<std::size_t>(clip.channels), 0.0);
   pose[1] = clip.values[1];

@@ -8,11 +8,11 @@
 #include "limber/solvers/BiCGrad.h"
 #include "tests/solvers/TinyProblems.h"
 
-// A pass whose products are written down, so that each number can be checked by hand.
+/// A pass whose products are written down, so that each number can be checked by hand.
 
 using Elements = std::vector<double>;
 
-// A 2 x 2 matrix that returns the next line of its script for each product. The last line repeats.
+/// A 2 x 2 matrix that returns the next line of its script for each product. The last line repeats.
 class ScriptedMatrix : public SpMat {
  public:
   ScriptedMatrix(std::vector<Elements> products, std::vector<Elements> transposed)
@@ -30,7 +30,7 @@ class ScriptedMatrix : public SpMat {
   std::vector<Elements> products_, transposed_;
 };
 
-// From x = 0 with b = (2, 0), so r = (2, 0) and rsq = 4.
+/// From x = 0 with b = (2, 0), so r = (2, 0) and rsq = 4.
 struct ScriptedPass {
   ScriptedMatrix A;
   Vector x{2}, b = toVector({2, 0});
@@ -46,5 +46,5 @@ struct ScriptedPass {
   CGIStatus drive() { return biCGrad(&A, &x, &b, rsq, iter, 1); }
 };
 
-// r = rr = p = pp = (2, 0) and rho = 4. This q has d = 4, so alpha = 1, r = (0, -1) and rsq = 1.
+/// r = rr = p = pp = (2, 0) and rho = 4. This q has d = 4, so alpha = 1, r = (0, -1) and rsq = 1.
 inline const Elements none = {0, 0}, firstProduct = {2, 1};
