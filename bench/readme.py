@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""readme.py PAGE TELLING README [--check]: copies the rows of PAGE (docs/benchmarks.md) that TELLING names into the table between
+"""readme.py PAGE ROWS README [--check]: copies the rows of PAGE (docs/benchmarks.md) that ROWS names into the table between
 the two marks of README. A row that PAGE does not have is named and left out. With --check nothing is written; the exit
 status is 1 if the README has other rows than PAGE."""
 import pathlib
@@ -19,10 +19,10 @@ def rows_of(page):
     return rows
 
 
-def table_of(page, telling):
+def table_of(page, wanted_rows):
     rows = rows_of(page)
     lines = [BEGIN, "| work | Limber | peer | its time | ratio |", "|---|---|---|---|---|"]
-    for wanted in telling.splitlines():
+    for wanted in wanted_rows.splitlines():
         if wanted and not wanted.startswith("#"):
             work, _, peer = (part.strip() for part in wanted.partition(" | "))
             if (work, peer) in rows:
@@ -33,11 +33,11 @@ def table_of(page, telling):
 
 
 def main():
-    page, telling, readme = map(pathlib.Path, sys.argv[1:4])
+    page, wanted_rows, readme = map(pathlib.Path, sys.argv[1:4])
     old = readme.read_text()
     if old.count(BEGIN) != 1 or old.count(END) != 1:
         sys.exit(f"{readme} has no place for the figures")
-    new = old[:old.index(BEGIN)] + table_of(page.read_text(), telling.read_text()) + old[old.index(END) + len(END):]
+    new = old[:old.index(BEGIN)] + table_of(page.read_text(), wanted_rows.read_text()) + old[old.index(END) + len(END):]
     if sys.argv[4:] == ["--check"]:
         sys.exit(None if new == old else f"the figures of {readme} are not those of {page}: run bench/readme.py {' '.join(sys.argv[1:4])}")
     readme.write_text(new)

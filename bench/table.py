@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""table.py RESULTS WORKS PAGE: makes one table of what the benchmarks measured, work, ours, each peer and the ratio of the two
+"""table.py RESULTS ROWS PAGE: makes one table of what the benchmarks measured, work, ours, each peer and the ratio of the two
 times, prints it and writes it with the machine, the versions and the dates to PAGE.
 
-RESULTS holds Google Benchmark's report of each room, ROOM.json; WORKS says in words what each benchmark does.
+RESULTS holds Google Benchmark's report of each room, ROOM.json; ROWS says in words what each benchmark does.
 """
 import json
 import pathlib
@@ -145,7 +145,7 @@ def page_of(results, works):
                       "| work | Limber | peer | its time | ratio |", "|---|---|---|---|---|"]
             rows = table_of(room, report, works)
             if not rows:
-                sys.exit(f"{path}: works.txt names none of its benchmarks")
+                sys.exit(f"{path}: rows.txt names none of its benchmarks")
             lines += rows + [""]
     return "\n".join(lines)
 

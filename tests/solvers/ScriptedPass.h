@@ -8,7 +8,7 @@
 #include "limber/solvers/BiCGrad.h"
 #include "tests/solvers/TinyProblems.h"
 
-/// A pass whose products are written down, so that each number can be checked by hand.
+// A pass whose products are written down, so that each number can be checked by hand.
 
 using Elements = std::vector<double>;
 
