@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""table.py RESULTS ROWS PAGE: makes one table of what the benchmarks measured, work, ours, each peer and the ratio of the two
-times, prints it and writes it with the machine, the versions and the dates to PAGE.
+"""table.py RESULTS ROWS PAGE: makes one table of all benchmarks: the work, our time, each peer, its time and the ratio of the
+two. It prints the table, and writes it to PAGE with the machine, the versions and the dates.
 
 RESULTS holds Google Benchmark's report of each room, ROOM.json; ROWS says in words what each benchmark does.
 """
@@ -22,7 +22,7 @@ LIBRARIES = ("libeigen3-dev", "libglm-dev", "libimath-dev", "libboost-dev", "lib
 
 
 def read_works(path):
-    """Per room a list of (pattern, words, peer), in the order of the file."""
+    """Returns a list of (pattern, words, peer) for each room, in the order of the file."""
     works = {}
     for line in path.read_text().splitlines():
         if line and not line.startswith("#"):
@@ -94,7 +94,7 @@ def rows_of(room, report):
 
 
 def table_of(room, report, works):
-    """The rows in the order of the works that name them."""
+    """Returns the rows of a room as text, in the order of ROWS."""
     rows = []
     for name, ours, peer, theirs, ratio in rows_of(room, report):
         for place, (pattern, words, named) in enumerate(works.get(room, ())):

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Other programs than solve under bad circumstances: full disks, outputs that cannot be written, inputs that end or fail
+"""All example programs except solve under bad circumstances: full disks, outputs that cannot be written, inputs that end or fail
 while they are read, little memory, Ctrl-C, drawings that are none.
 
 usage: faults.py SKELETON SURVEY_NETWORK WALK_GENERATOR MOTION_EDIT AI2PNG DRAWING EXAMPLES_DATA
@@ -82,7 +82,7 @@ class Faults(LimitedMemory):
             self.assertEqual(earlier.read(), "earlier")
 
     def reading_pipe(self, text, *command):
-        """Runs the command, which reads the file "pipe": the text, which then ends."""
+        """Runs the command. It reads `text` from the file "pipe", which then ends."""
         pipe = self.path("pipe")
         os.mkfifo(pipe)
         program = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, cwd=self.folder)
@@ -125,7 +125,7 @@ class Faults(LimitedMemory):
 
     @staticmethod
     def full_terminal():
-        """A terminal that takes no more output until somebody reads what its controller has."""
+        """Makes a terminal that is full: it accepts no output until its other end is read."""
         controller, terminal = pty.openpty()
         os.set_blocking(terminal, False)
         try:

@@ -32,7 +32,8 @@ class LimitedMemory(unittest.TestCase):
         return high
 
     def steps(self, program, arguments, steps=(0, 1, 2, 4, 8, 16, 64, 128, 160, 512)):
-        """The exit statuses with so many megabytes above the start. With the last of them the program must succeed."""
+        """Checks the exit status with each of these numbers of megabytes above the start. With the last one the program must
+        succeed."""
         start = self.start(program)
         statuses = []
         for step in steps:

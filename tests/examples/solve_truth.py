@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The example `solve` never says "solved" of a wrong solution, whatever the size of the numbers.
+"""Checks that the example `solve` never says "solved" for a wrong solution, whatever the size of the numbers.
 
 usage: solve_truth.py SOLVE SURVEY_NETWORK EXAMPLES_DATA [TEST...]
 """

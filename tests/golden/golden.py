@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The golden numbers, and the table of the solvers, have the same bits in every build.
+"""Checks that the golden numbers and the table of the solvers have the same bits in every build.
 
 usage: golden.py [--update] BITS PROGRAM...                  runs an existing program, by its emulator if there is one
        golden.py --build SOURCE-DIR BINARY-DIR COMPILER -- FLAG... [-- LIBRARY...]

@@ -42,7 +42,7 @@ def solvers(launcher):
 
 
 def check_ended(what, end, matrix, x, patience):
-    """`end` ends a job in the middle of a solve, which takes thousands of iterations, by its launcher or its processes."""
+    """Starts a solve of thousands of iterations and calls `end`, which ends the job through its launcher or its processes."""
     command = job(2, "--spd", "-limber_ksp_monitor", "--relative", "0", "-x", x, matrix)
     running = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
     begun = any("KSP Residual norm" in line for line in running.stdout)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""A shared library exports every documented signature, nothing that is not documented and nothing of anybody else's.
+"""Checks that a shared library exports every documented signature and nothing else, not even parts of other libraries.
 
 usage: exports.py LIBRARY LIST...       a list holds one demangled signature a line; '#' starts a comment
 """

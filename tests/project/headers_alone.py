@@ -57,7 +57,8 @@ def check(job):
 
 
 def check_other_compilers(header):
-    """For a compiler that is not GCC's kin, nothing of GCC's language is left in our headers: the standard headers are empty here."""
+    """Checks that our headers contain no extension of GCC if the compiler is not compatible with it. The standard headers are
+    empty here."""
     with tempfile.TemporaryDirectory() as empty:
         for name in set(re.findall(r"#include <([^>]+)>", "".join(h.read_text() for h in public + bodies))):
             stub = pathlib.Path(empty, name)

@@ -100,7 +100,7 @@ class System:
         self.right = norm(product(self.At, right) if kind == "least-squares" else right)
 
     def relative(self, x):
-        """The residual over the right-hand side, from the entries."""
+        """The residual divided by the right-hand side, computed from the entries."""
         if not np.all(np.isfinite(x)):
             return np.inf
         at = product(self.At, x) if self.kind == "constraints" else x
@@ -114,7 +114,7 @@ class System:
 
 
 def limited(run, seconds):
-    """What run() returns, from a process of its own; None where that takes longer or crashes."""
+    """Runs run() in a separate process and returns its result, or None if it takes too long or crashes."""
     sys.stdout.flush()
     readable, writable = os.pipe()
     child = os.fork()
@@ -291,7 +291,7 @@ def generated(rng):
 
 
 def right_hand_sides(A):
-    """The one of ones and a rough one, unless they overflow."""
+    """Yields two right-hand sides: A times ones, unless it overflows, and a rough one."""
     ones = np.asarray(sp.csr_matrix(A) @ np.ones(A.shape[1])).ravel()
     if np.all(np.isfinite(ones)):
         yield "b = A 1", ones
