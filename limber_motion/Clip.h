@@ -43,10 +43,12 @@ struct ClipText {
 enum class Up { X, Y, Z, MinusX, MinusY, MinusZ };
 
 /// A skeleton and its motion. Angles are in radians, lengths in the file's unit, times in seconds. A program
-/// may build a clip of its own. Functions that take a clip throw an Error if it is not consistent: the first
-/// joint is the only one without a parent, every other joint stands after its parent, the channels of the
-/// joints follow one another, there are frames times channels values, all numbers are finite, and the frame
-/// time is above 0.
+/// may build a clip of its own. Functions that take a clip throw an Error if it is not consistent. In a
+/// consistent clip
+/// - the first joint is the only one without a parent, and every other joint stands after its parent;
+/// - the channels of the joints follow one another;
+/// - there are frames times channels values, all of them finite;
+/// - the frame time is above 0.
 struct LIMBER_MOTION_API Clip {
   std::vector<Joint> joints;
   int channels = 0;  ///< numbers per frame

@@ -29,8 +29,8 @@ struct ContactOptions {
 };
 
 /// A joint or end site that stands in the frames first..last, both included. `place` is where it must stand:
-/// the mean of its positions, weighted by how still it was, moved to the height of the ground, and so that
-/// joints of one foot that stand at the same time are as far apart as their bones are long.
+/// the mean of its positions, weighted by how still it was, and moved to the height of the ground. Joints of
+/// one foot that stand at the same time are also moved until they are as far apart as their bones are long.
 struct Contact {
   int joint;
   int first, last;

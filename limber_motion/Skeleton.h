@@ -52,11 +52,12 @@ class LIMBER_MOTION_API Skeleton {
   /// The joint that carries the body through the world: the root, or, if the root is a motionless reference,
   /// the first joint after it whose position changes. Every joint between them has one limb.
   int carrier() const { return carrier_; }
-  /// The body's height, which is the unit of relative lengths: the vertical extent of the carrier and what
-  /// hangs on it when all rotations are zero and only the offsets count, or the largest extent if the body
-  /// lies then (if the vertical one is less than three tenths of it). If all offsets are zero, the extents of
-  /// the clip's first frame are used. If the vertical extent in the clip's frames is usually more than one
-  /// and a half times as large, the rest pose is folded, and the median of that extent is used.
+  /// The body's height, which is the unit of relative lengths. It is the vertical extent of the carrier and
+  /// what hangs on it in the rest pose, where all rotations are zero and only the offsets count. It is the
+  /// largest extent if the body lies there, that is, if the vertical extent is less than three tenths of it.
+  /// If all offsets are zero, the extents of the clip's first frame are used. If the vertical extent in the
+  /// clip's frames is usually more than one and a half times as large, the rest pose is folded, and the
+  /// median of that extent is used.
   double height() const { return height_; }
 
  private:

@@ -12,10 +12,14 @@
 namespace limber::motion {
 
 /// The axis that points up in a clip, found from its skeleton and motion. It is y if the body stands along y
-/// in a fifth of the frames. Otherwise the evidence for several axes is compared: along which axis the body
-/// stands in the rest pose and in most frames (from the ends of its legs to its trunk), whether it walks
-/// across that axis, for which axis feet stand on the ground, and whether that ground is near the origin. So
-/// neither a body that lies nor one that crawls is taken as standing. If the evidence is not clear, it is y.
+/// in a fifth of the frames. Otherwise the evidence for several axes is compared:
+/// - along which axis the body stands in the rest pose and in most frames, from the ends of its legs to its
+/// trunk;
+/// - whether it walks across that axis;
+/// - for which axis feet stand on the ground, and whether that ground is near the origin.
+///
+/// So neither a body that lies nor one that crawls is taken as standing. If the evidence is not clear, it is
+/// y.
 LIMBER_MOTION_API Up findUp(const Clip& clip);
 
 /// The axis as text: "x", "-x" and so on.

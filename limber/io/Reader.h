@@ -58,9 +58,10 @@ class LIMBER_API Reader {
 
   /// 1 unless the reader is at its end.
   int ok() const;
-  /// 1 if the reader is at its end because of damage or a read error, and not because the text is complete: a
-  /// compressed file that is cut off or whose check sums are missing or wrong, a directory, a stream that
-  /// cannot be read. The last word may then be cut off. 0 before the end, and if no file was opened.
+  /// 1 if the reader is at its end because of damage or a read error, and not because the text is complete.
+  /// Examples are a compressed file that is cut off or whose check sums are missing or wrong, a directory,
+  /// and a stream that cannot be read. The last word may then be cut off. 0 before the end, and if no file
+  /// was opened.
   int damaged() const;
   /// The next character; a run of whitespace and line ends counts as its first character (a line end as LF).
   /// 0 at the end.

@@ -18,9 +18,10 @@ class LIMBER_API SpVec {
   /// How many entries fit before ins() grows the row.
   int maxEntries;
   int numEntries;
-  /// One past the last stored index after insertions, sums and drop(), -1 while empty; the last index itself
-  /// (0 if none) after compact() and quantize(). linComb of three rows or more counts its last index even if
-  /// the sum there was too small to store, and sets 0 if all of these rows are the output itself.
+  /// After insertions, sums and drop(): one past the last stored index, or -1 for an empty row. After
+  /// compact() and quantize(): the last index itself, or 0 if there is none. linComb of three rows or more
+  /// counts its last index even if the sum there was too small to store. It sets 0 if all of these rows are
+  /// the output itself.
   int width;
   /// The stored values. compact() and quantize() do not change its count; the next insertion sets it to
   /// numEntries again.

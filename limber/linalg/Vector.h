@@ -116,9 +116,9 @@ class LIMBER_API Vector {
   double addElems() const;
   /// For ascending elements, the start of an interval that holds x, found by bisection: element result <= x,
   /// and x <= element result + 1. 0 for x below the first element, count - 1 for x above the last. Contract:
-  /// the bisection stops at the first equal element that it probes, so among equal elements the result is any
-  /// one of them, and it never probes the last element: x equal to that one gives at most count - 2, and 0 in
-  /// a vector of one element.
+  /// the bisection stops at the first equal element that it probes, so among equal elements the result may be
+  /// any of them. It never probes the last element: if x equals that one, the result is at most count - 2, or
+  /// 0 in a vector of one element.
   int closestToInSorted(double x) const;
   /// The piecewise-linear value at the fractional index t, extrapolated along the first and last segments.
   /// The vector needs at least two elements.

@@ -55,9 +55,9 @@ extern LIMBER_API void* cg_observerData;
 extern LIMBER_API int cg_stopped;
 
 /// The older family. It converges when the squared residual changes by less than cgradEps (1e-5), or by less
-/// than cgradTol (0.0002) of the sum of both values; a curvature below cgradEps^2 or a step above
-/// cgradNeptune (1e20) means that the system is singular; maxCGradPasses (10) times the length of x is the
-/// iteration limit.
+/// than cgradTol (0.0002) of the sum of both values. A curvature below cgradEps^2 or a step above
+/// cgradNeptune (1e20) means that the system is singular. The iteration limit is maxCGradPasses (10) times
+/// the length of x.
 extern LIMBER_API double cgradEps;
 extern LIMBER_API double cgradTol;
 extern LIMBER_API double cgradNeptune;

@@ -13,10 +13,13 @@ class Vector;
 /// returns d^T M d. The residual is recomputed in each iteration, and the direction restarts from it whenever
 /// its square has grown.
 ///
-/// Returns the iteration at which the change of the squared residual fell below cgradEps or cgradTol; 0 if x
-/// or b is empty, or if earlyExit is set and the squared residual of the start is below cgradEps^2; -1 for a
-/// singular system (reported if earlyExit is set); -9, reported, after maxCGradPasses iterations per element
-/// of x. *rsqOut (may be null) receives the last squared residual on every return.
+/// Returns
+/// - the iteration at which the change of the squared residual fell below cgradEps or cgradTol;
+/// - 0 if x or b is empty, or if earlyExit is set and the squared residual of the start is below cgradEps^2;
+/// - -1 for a singular system, which is reported if earlyExit is set;
+/// - -9 after maxCGradPasses iterations per element of x, which is reported.
+///
+/// *rsqOut (may be null) receives the last squared residual on every return.
 ///
 /// Contract: a step that reaches the exact solution is a large change, so it does not count as convergence;
 /// the next iteration finds no curvature and returns -1. x then holds the solution, and a *rsqOut near 0

@@ -101,9 +101,9 @@ inline double exactQuotient(bool negative, std::uint64_t integer, int power) {
   return static_cast<double>(static_cast<std::int64_t>(integer)) / powers.of[power].exact[negative];
 }
 
-// +-integer / 10^power, rounded once, for an integer above 0. False if the product with the reciprocal, which
-// is less than 2 below the exact quotient, leaves the rounding open: a double keeps none of its last eight
-// bits and rounds all values between two multiples of 256 alike, so only values next to a multiple do.
+// +-integer / 10^power, rounded once, for an integer above 0. The product with the reciprocal is less than 2
+// below the exact quotient. A double keeps none of its last eight bits, so all values between two multiples
+// of 256 round alike. False if the product is so close to a multiple of 256 that the rounding is not certain.
 inline bool quotient(bool negative, std::uint64_t integer, int power, double& out) {
   const Power& divisor = powers.of[power];
   const int shift = __builtin_clzll(integer);
