@@ -112,19 +112,27 @@ int factorZXY(Matrix4x4* M, int snapX, int zeroX, double& z, double& x, double& 
   return problems;
 }
 
-void composeEulerAngles(Pnt3 a, Pnt3 b, Pnt3& out) {
-  Matrix4x4 A, B, C;
-  makeRot(a.x, a.y, a.z, &A);
-  makeRot(b.x, b.y, b.z, &B);
+namespace {
+
+Matrix4x4 rotationOf(const Pnt3& angles) {
+  Matrix4x4 rotation;
+  makeRot(angles.x, angles.y, angles.z, &rotation);
+  return rotation;
+}
+
+// out = angles of A B.
+void factorProduct(const Matrix4x4& A, const Matrix4x4& B, Pnt3& out) {
+  Matrix4x4 C;
   multMatrix(&A, &B, &C);
   factorZXY(&C, 0, 0, out.z, out.x, out.y, 0);
 }
 
+}  // namespace
+
+void composeEulerAngles(Pnt3 a, Pnt3 b, Pnt3& out) { factorProduct(rotationOf(a), rotationOf(b), out); }
+
 void computeEulerOffset(Pnt3 a, Pnt3 b, Pnt3& out) {
-  Matrix4x4 A, B, C;
-  makeRot(a.x, a.y, a.z, &A);
-  makeRot(b.x, b.y, b.z, &B);
+  Matrix4x4 B = rotationOf(b);
   invertMatrix(&B, 1);
-  multMatrix(&B, &A, &C);
-  factorZXY(&C, 0, 0, out.z, out.x, out.y, 0);
+  factorProduct(B, rotationOf(a), out);
 }

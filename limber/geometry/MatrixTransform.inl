@@ -9,21 +9,15 @@ LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, d
 
 LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double z, double& ox,
                                        double& oy, double& oz) {
-  const double(*m)[4] = M->m;
-  const double tx = x * m[0][0] + y * m[1][0] + z * m[2][0] + m[3][0];
-  const double ty = x * m[0][1] + y * m[1][1] + z * m[2][1] + m[3][1];
-  const double tz = x * m[0][2] + y * m[1][2] + z * m[2][2] + m[3][2];
-  ox = tx, oy = ty, oz = tz;
+  const Pnt3 p = transformMatrix(M, Pnt3(x, y, z));
+  ox = p.x, oy = p.y, oz = p.z;
 }
 
 LIMBER_INLINE_API void transformMatrix(const Matrix4x4* M, double x, double y, double z, double w, double& ox,
                                        double& oy, double& oz, double& ow) {
-  const double(*m)[4] = M->m;
-  const double tx = x * m[0][0] + y * m[1][0] + z * m[2][0] + w * m[3][0];
-  const double ty = x * m[0][1] + y * m[1][1] + z * m[2][1] + w * m[3][1];
-  const double tz = x * m[0][2] + y * m[1][2] + z * m[2][2] + w * m[3][2];
-  const double tw = x * m[0][3] + y * m[1][3] + z * m[2][3] + w * m[3][3];
-  ox = tx, oy = ty, oz = tz, ow = tw;
+  double v[4] = {x, y, z, w};
+  preMultiply(v, M, v);
+  ox = v[0], oy = v[1], oz = v[2], ow = v[3];
 }
 
 LIMBER_INLINE_API void transformMatrixNH(const Matrix4x4* M, double x, double y, double z, double& ox,

@@ -11,6 +11,7 @@
 #include "limber/ode/RK4Solver.h"
 #include "limber/solvers/detail/DenseLu.h"
 #include "tests/ode/Systems.h"
+#include "tests/solvers/detail/RowWalkCases.h"
 #include "tests/support/OwnProcess.h"
 
 using namespace limber::detail;
@@ -62,6 +63,12 @@ TEST(PlainVectors, DenseFactorsSubtractThePivotsInAscendingOrder) {
     const double* const column = lu.column(j);
     EXPECT_EQ(std::vector<double>(column, column + n), columns[static_cast<std::size_t>(j)]) << j;
   }
+}
+
+TEST(PlainVectors, RowWalksSumInTheOrderOfTheEntries) {
+  if (!inOwnProcess()) return;
+  hideWideVectors();
+  row_walk::expectPlainBits();
 }
 
 TEST(PlainVectors, AStepOfRungeKuttaHasTheBitsOfShortStates) {

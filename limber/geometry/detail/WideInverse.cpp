@@ -49,11 +49,6 @@ struct alignas(32) LaneMasks {
 };
 const LaneMasks masks = {{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {0, 0, 0, -1}}};
 
-// slotAfterSwap[s][r][i]: the slot that becomes slot i when slots s and r are exchanged, for i > s.
-const unsigned char slotAfterSwap[3][4][4] = {{{0, 1, 2, 3}, {0, 0, 2, 3}, {0, 1, 0, 3}, {0, 1, 2, 0}},
-                                              {{0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 1, 3}, {0, 1, 2, 1}},
-                                              {{0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 2, 3}, {0, 1, 2, 2}}};
-
 // The row in which the plain elimination has each slot after `steps` steps, four bits per slot.
 inline unsigned plainRows(int steps, const Slots& slots) {
   unsigned rowAt = 0x3210, placeOf = 0x3210;  // inverse to each other
@@ -217,7 +212,7 @@ LIMBER_WIDE_PART bool eliminate(const double* from, double* to, __m256d& r0, __m
   const __m256d pivot =
       _mm256_mul_pd(_mm256_blendv_pd(load<Step>(pivotRow), _mm256_set1_pd(1.0), lane), reciprocal);
   const auto reduced = [&](int i) __attribute__((target("avx2"), always_inline)) {
-    if constexpr (Step < 3) i = i > Step ? slotAfterSwap[Step][slot][i] : i;
+    if (i > Step && i == slot) i = Step;  // the two slots are exchanged
     const double* const row = from + 4 * i;
     return _mm256_sub_pd(_mm256_andnot_pd(lane, load<Step>(row)),
                          _mm256_mul_pd(pivot, _mm256_broadcast_sd(row + column)));
@@ -234,8 +229,6 @@ LIMBER_WIDE_PART bool eliminate(const double* from, double* to, __m256d& r0, __m
   }
   return true;
 }
-
-}  // namespace
 
 LIMBER_WIDE bool invertAvx2(double* m) {
   alignas(32) double rows[16];
@@ -260,13 +253,14 @@ LIMBER_WIDE bool invertAvx2(double* m) {
   return true;
 }
 
+}  // namespace
+
 bool invertWide(double* m) { return useWideVectors() && invertAvx2(m); }
 
 }  // namespace limber::detail
 
 #else
 
-bool limber::detail::invertAvx2(double*) { return false; }
 bool limber::detail::invertWide(double*) { return false; }
 
 #endif

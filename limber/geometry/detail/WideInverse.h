@@ -19,7 +19,4 @@ inline bool isPivotKey(std::uint32_t key) {
 /// zero, infinite or a NaN: gaussJordan() then inverts the matrix and reports.
 bool invertWide(double* m);
 
-/// The same for a caller that has checked useWideVectors().
-bool invertAvx2(double* m);
-
 }  // namespace limber::detail

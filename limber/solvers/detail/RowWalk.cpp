@@ -63,10 +63,4 @@ void walkRows(const RowWalk& walk, int count, double (*sums)[lanes]) {
   (useWideVectors() ? wideForms : plainForms)[count - 1](walk, sums);
 }
 
-void walkRowsPlain(const RowWalk& walk, int count, double (*sums)[lanes]) {
-  plainForms[count - 1](walk, sums);
-}
-
-void walkRowsWide(const RowWalk& walk, int count, double (*sums)[lanes]) { wideForms[count - 1](walk, sums); }
-
 }  // namespace limber::detail

@@ -18,11 +18,8 @@ struct RowWalk {
 };
 
 /// sums[r][k] = the sum over the entries of row r, in their order and from 0.0, of (weight times) value times
-/// place k of the panel's column, for all r below `count`. Uses 256-bit vectors where the machine has them.
+/// place k of the panel's column, for all r below `count`. Uses 256-bit vectors where the machine has them,
+/// with the same bits.
 void walkRows(const RowWalk& walk, int count, double (*sums)[RowWalk::lanes]);
-
-/// Its two forms, which give the same bits. The second one needs useWideVectors().
-void walkRowsPlain(const RowWalk& walk, int count, double (*sums)[RowWalk::lanes]);
-void walkRowsWide(const RowWalk& walk, int count, double (*sums)[RowWalk::lanes]);
 
 }  // namespace limber::detail

@@ -68,7 +68,7 @@ TEST(InvertMatrix, HasTheBitsOfTheSharedKernelWithWideVectors) {
     Matrix4x4 wide = original, plain = original;
     Quiet watcher;
     gaussJordanFixed<4>(&plain.m[0][0], 4, watcher);
-    if (invertAvx2(&wide.m[0][0])) {
+    if (invertWide(&wide.m[0][0])) {
       ++taken[n % 11];
       EXPECT_FALSE(watcher.singular) << n;
       ASSERT_TRUE(sameOrBothNan(wide, plain)) << n;
