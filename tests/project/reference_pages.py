@@ -5,7 +5,7 @@ reference_pages.py SOURCE-DIR
 
 - docs/guide/messages.md names every text that the library or a component prints or throws as a message, and no other;
 - docs/guide/tuning.md has every exported variable with the initial value of its definition;
-- docs/guide/surprises.md names tests that exist;
+- docs/guide/surprises.md names tests that exist, and everything that a public header marks as a contract;
 - docs/architecture.md, docs/guide/motion.md and docs/guide/distributed.md have a line for every private header of the
   library, of limber_motion and of limber_petsc, and name no other; a name with a file behind it stands in that file;
 - CITATION.cff and the recipes in packaging/ have the version of the library, and options and folders that exist."""
@@ -100,6 +100,13 @@ def surprises():
     problems.extend(f"surprises.md: there is no test {name}" for name in named if name not in tests)
     if len(named) < 20:
         problems.append("surprises.md: fewer rows than there were")
+    code = " ".join(re.findall(r"`(.*?)`", page))
+    for path in files("limber/*/*.h"):
+        for comment, declaration in re.findall(r"((?:^ *///.*\n)+)((?:(?! *///).*\n){1,4})", open(path, encoding="utf-8").read(), re.M):
+            if "Contract:" in comment:
+                name = max(re.search(r"class (?:LIMBER_API )?(\w+)|(operator\S+?|\w+) ?\(|(\w+);", declaration).groups(default=""))
+                if not re.search(rf"(?<!\w){re.escape(name)}(?!\w)", code):
+                    problems.append(f"surprises.md: nothing about {name} in {os.path.relpath(path, source)}")
 
 
 def glossaries():
