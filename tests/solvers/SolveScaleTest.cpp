@@ -172,4 +172,17 @@ TEST(SolveScale, SolutionsBelowTheNormalNumbersAreJudgedAsTheUserGetsThem) {
   }
 }
 
+TEST(SolveScale, SolutionsOf600DecadesAreJudgedByTheirSmallestUnknowns) {
+  Entries A(2, 3);  // its last column is empty, so the solution nearest to the start is looked for
+  A.add(0, 0, 1e300);
+  A.add(1, 1, -1.75);
+  Vector b(2), x;
+  b[0] = 4.0;
+  b[1] = 1e300;
+  const SolveReport report = solveLeastSquares(A.matrix(), b, &x);
+  EXPECT_EQ(SOLVE_CONVERGED, report.status);
+  EXPECT_TRUE(tolerance::close(x[0], 4e-300, 1e-315)) << x[0];
+  EXPECT_TRUE(tolerance::close(x[1], 1e300 / -1.75, 1e285)) << x[1];
+}
+
 }  // namespace

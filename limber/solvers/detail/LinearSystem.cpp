@@ -157,24 +157,14 @@ void LinearSystem::measure(Iterate* at) {
   at->r.resize(height);
   at->g.resize(leastSquares() ? width : 0);
   double* const gradient = leastSquares() ? at->g.data() : nullptr;
-  if (!precise_) {
+  // larger elements overflow where their products are split
+  const bool overflows = largestExponent(width, at->x.data()) > 900;
+  if (!precise_ || overflows) {
     map->LinearMap::preciseResidual(b.data(), at->x.data(), at->r.data(), gradient);
     at->residual = sizeOf(*at);
-    if (!(at->residual <= 2.0 * goal) || roundingOfProduct(at->x) < 0.5 * goal) return;
+    if (overflows || !(at->residual <= 2.0 * goal) || roundingOfProduct(at->x) < 0.5 * goal) return;
   }
-  // larger elements overflow where their products are split
-  constexpr int most = 900;
-  const int excess = largestExponent(width, at->x.data()) - most;
-  if (excess <= 0) {
-    map->preciseResidual(b.data(), at->x.data(), at->r.data(), gradient);
-  } else {
-    Doubles smallB = b, smallX = at->x;
-    scaleByPowerOfTwo(height, smallB.data(), -excess);
-    scaleByPowerOfTwo(width, smallX.data(), -excess);
-    map->preciseResidual(smallB.data(), smallX.data(), at->r.data(), gradient);
-    scaleByPowerOfTwo(height, at->r.data(), excess);
-    scaleByPowerOfTwo(at->g.size(), at->g.data(), excess);
-  }
+  map->preciseResidual(b.data(), at->x.data(), at->r.data(), gradient);
   at->residual = sizeOf(*at);
 }
 
