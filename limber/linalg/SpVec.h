@@ -99,7 +99,7 @@ class LIMBER_API SpVec {
   /// Inserts x at index i, or adds it to the value stored there. Ascending indices stay ascending and unique,
   /// also after compact().
   void ins(double x, int i);
-  /// Appends (i, x) without looking at the order of the indices.
+  /// Appends (i, x) without looking at the order of the indices. A tiny x is dropped, as by ins().
   void insEnd(double x, int i);
   /// Makes room for n entries and sets maxEntries to n.
   void grow(int n);

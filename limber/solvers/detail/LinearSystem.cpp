@@ -22,7 +22,7 @@ const char* wrongSizes(int height, int width, const Vector& right, const Vector&
     return "The right-hand side does not have as many elements as the matrix has rows.";
   }
   if (start.count != 0 && start.count != width) {
-    return "The start is neither empty nor has it one element for each unknown.";
+    return "The start must be empty or have one element for each unknown.";
   }
   return nullptr;
 }
