@@ -6,6 +6,7 @@
 #include "limber/linalg/SlicedMatrix.h"
 #include "limber/solvers/Solve.h"
 #include "tests/solvers/SolveSystems.h"
+#include "tests/support/CapturedOutput.h"
 
 namespace {
 
@@ -31,6 +32,14 @@ class Products final : public SpMat {
   const HSpMat& A_;
 };
 
+// A user-defined class without a product with the transpose.
+class WithoutTranspose final : public SpMat {
+ public:
+  int height() const override { return n; }
+  int width() const override { return n; }
+  void mult(const Vector* x, Vector* y) const override { *y = *x; }
+};
+
 // D A D for a grid A. Only scaling by the diagonal makes it well conditioned.
 Entries graded(double convection) {
   const Entries plain = grid(65, convection, 0.0);
@@ -46,6 +55,39 @@ Entries graded(double convection) {
 }
 
 using Solve = SolveReport (*)(const SpMat&, const Vector&, Vector*, const SolveOptions&);
+
+TEST(SolveLargeClasses, LeastSquaresRefuseAClassWithoutProductsWithTheTranspose) {
+  const CapturedOutput output;
+  const Vector b = Random(1).vector(n);
+  Vector x(n);
+  x = 2.0;
+  const SolveReport report = solveLeastSquares(WithoutTranspose(), b, &x);
+  EXPECT_EQ(report.status, SOLVE_BAD_INPUT) << report.message;
+  EXPECT_EQ(x[0], 2.0);
+  // Without the transpose, a right-hand side of zeros still has the solution zero.
+  Vector zeros(n), y;
+  EXPECT_EQ(solveLeastSquares(WithoutTranspose(), zeros, &y).status, SOLVE_CONVERGED);
+}
+
+TEST(SolveLargeClasses, ARightHandSideOutsideTheRangeHasTheSolutionZero) {
+  Entries A(n, n - 1);
+  for (int i = 0; i + 1 < n; ++i) A.add(i, i, 1.0 + i % 7);
+  class Tall final : public SpMat {
+   public:
+    explicit Tall(const HSpMat& A) : A_(A) {}
+    int height() const override { return n; }
+    int width() const override { return n - 1; }
+    void mult(const Vector* x, Vector* y) const override { A_.mult(x, y); }
+    void multT(const Vector* x, Vector* y) const override { A_.multT(x, y); }
+
+   private:
+    const HSpMat& A_;
+  };
+  Vector b(n), x;
+  b[n - 1] = 1.0;
+  EXPECT_EQ(solveLeastSquares(Tall(A.matrix()), b, &x).status, SOLVE_CONVERGED);
+  EXPECT_EQ(x.mag(), 0.0);
+}
 
 TEST(SolveLargeClasses, ASlicedMatrixIsSolvedAsItsRowsAre) {
   const Entries A = graded(0.0);

@@ -35,6 +35,22 @@ void complete(LinearSystem::Kind kind, int start, Extent* extent) {
   if (extent->foreign && extent->width == 0) extent->width = square ? extent->height : start;
 }
 
+// Random signs, because with ones the entries of many matrices cancel.
+Doubles randomSigns(int n) {
+  Doubles signs(n);
+  unsigned mixed = 1;
+  for (double& v : signs) v = (mixed = 1664525u * mixed + 1013904223u) >> 31 ? 1.0 : -1.0;
+  return signs;
+}
+
+// False if A^T A v is zero although A v is not.
+bool hasTranspose(LinearMap& A) {
+  Doubles u(A.height()), w(A.width());
+  A.multiply(randomSigns(A.width()).data(), u.data());
+  A.multiplyTransposed(u.data(), w.data());
+  return safeNorm(A.width(), w.data()) != 0.0 || safeNorm(A.height(), u.data()) == 0.0;
+}
+
 }  // namespace
 
 double safeNorm(int n, const double* x) {
@@ -59,11 +75,8 @@ const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const 
   width = extent.width;
   if (extent.foreign && width > copiedColumns) {
     auto foreign = std::make_unique<ForeignMap>(A, height, width);
-    // random signs, because with ones the entries of many matrices cancel
-    Doubles probe(width), product(height);
-    unsigned mixed = 1;
-    for (double& v : probe) v = (mixed = 1664525u * mixed + 1013904223u) >> 31 ? 1.0 : -1.0;
-    foreign->multiply(probe.data(), product.data());
+    Doubles product(height);
+    foreign->multiply(randomSigns(width).data(), product.data());
     if (!allFinite(height, product.data())) return "The matrix has an entry that is not finite.";
     matrixPower_ = largestExponent(height, product.data());
     foreign->scaleBy(-matrixPower_);
@@ -122,6 +135,9 @@ const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) 
   r = b;
   if (leastSquares()) map->multiplyTransposed(r.data(), g.data());
   norm = sizeOf(*this);
+  if (norm == 0.0 && leastSquares() && safeNorm(height, b.data()) != 0.0 && !hasTranspose(*map)) {
+    return "The class of the matrix has no product with the transpose.";
+  }
   goal = run.options.relative * norm;
   residual = startResidual_ = norm;
   if (start.count == 0) return nullptr;
