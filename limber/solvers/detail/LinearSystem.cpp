@@ -135,7 +135,8 @@ const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) 
   r = b;
   if (leastSquares()) map->multiplyTransposed(r.data(), g.data());
   norm = sizeOf(*this);
-  if (norm == 0.0 && leastSquares() && safeNorm(height, b.data()) != 0.0 && !hasTranspose(*map)) {
+  if (norm == 0.0 && leastSquares() && !haveRows && safeNorm(height, b.data()) != 0.0 &&
+      !hasTranspose(*map)) {
     return "The class of the matrix has no product with the transpose.";
   }
   goal = run.options.relative * norm;
