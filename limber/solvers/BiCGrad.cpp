@@ -29,14 +29,17 @@ double percent(double updated, double computed) { return (computed - updated) * 
 constexpr int longSolve = 1000;
 constexpr int longSolveLines = 50;
 
-// One pass: its vectors, and the numbers that one step passes to the next.
-struct Pass {
-  const SolveMatrix& A;
-  SolveWatch& watch;
+struct PassVectors {
   Vector *x, *b;
   Vector *r, *rr;  // residual and shadow residual
   Vector *p, *pp;  // direction and shadow direction
   Vector *q, *scratch, *best;
+};
+
+// One pass, and the numbers that one step passes to the next.
+struct Pass : PassVectors {
+  const SolveMatrix& A;
+  SolveWatch& watch;
   bool shadowIsResidual;
   double& rsq;
   int& iter;
@@ -266,9 +269,7 @@ struct Pass {
 };
 
 struct BiCGWork {
-  Vector r{firstLength(cgradMAXX)}, rr{firstLength(cgradMAXX)}, p{firstLength(cgradMAXX)},
-      pp{firstLength(cgradMAXX)}, q{firstLength(cgradMAXX)}, scratch{firstLength(cgradMAXX)},
-      best{firstLength(cgradMAXX)};
+  WorkVector r, rr, p, pp, q, scratch, best;
 };
 
 // Reports that a solve continues or how it ends, like mcgradI, but only on the console.
@@ -292,7 +293,7 @@ CGIStatus biCGradI(SpMat* A, Vector* x, Vector* b, double& rsq, int& iter, Vecto
   }
   const SolveMatrix matrix(A);
   SolveWatch watch;
-  Pass pass{matrix, watch, x, b, r, rr, p, pp, q, scratch, best, shadowIsResidual != 0, rsq, iter};
+  Pass pass{{x, b, r, rr, p, pp, q, scratch, best}, matrix, watch, shadowIsResidual != 0, rsq, iter};
   return pass.run(maxIters);
 }
 
@@ -305,14 +306,12 @@ CGIStatus biCGrad(SpMat* A, Vector* x, Vector* b, double& rsq, int& iterations, 
   const int width = matrix.width();
   warnOfShortVectors("OldCGrad", "biCGrad", x->count, width, b->count, height);
   const int maxIters = cgIterationLimit(std::max(height, width));
+  const PassVectors vectors{x, b, &work.r, &work.rr, &work.p, &work.pp, &work.q, &work.scratch, &work.best};
   iterations = 0;
   CGIStatus status = CGI_TOO_MANY_RESTARTS;
   for (int restart = 0; restart < cg_maxRestarts; ++restart) {
     int iter = 0;
-    Pass pass{matrix,  watch,         x,          b,
-              &work.r, &work.rr,      &work.p,    &work.pp,
-              &work.q, &work.scratch, &work.best, shadowIsResidual != 0,
-              rsq,     iter};
+    Pass pass{vectors, matrix, watch, shadowIsResidual != 0, rsq, iter};
     status = pass.run(maxIters);
     iterations += iter;
     if (status == CGI_SOLVED) {

@@ -17,11 +17,11 @@ namespace {
 // This family shares no work vectors and no operator variables with the newer one. The functions below get
 // the SolveMatrix of the solve as A.
 
-struct Product {
-  Vector v{firstLength(std::max(cgradMAXX, cgradMAXB))};
+struct Product : WorkVector {
+  Product() : WorkVector(std::max(cgradMAXX, cgradMAXB)) {}
 };
 
-Vector& product() { return createdOnFirstUse<Product>().v; }
+Vector& product() { return createdOnFirstUse<Product>(); }
 
 const Vector* damping = nullptr;
 const Vector* weights = nullptr;

@@ -21,10 +21,9 @@ constexpr int limitReached = -9;
 
 // The work vectors of the older family, shared by all its solves.
 struct OldWork {
-  Vector gradient{firstLength(cgradMAXX)};
-  Vector direction{firstLength(cgradMAXX)};
+  WorkVector gradient, direction;
   // The negated gradient of the previous step, as the ratio below needs it.
-  Vector stored{firstLength(cgradMAXX)};
+  WorkVector stored;
 };
 
 // Raises an initial length that is too small to at least `count`, and at least twofold. Returns true if it

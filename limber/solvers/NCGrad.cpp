@@ -40,9 +40,7 @@ void warnIfShort(const char* solver, const Vector* x, int unknowns, const Vector
   warnOfShortVectors("NewCGrad", solver, x->count, unknowns, b->count, equations);
 }
 
-struct RightHandSide {
-  Vector v{firstLength(cgradMAXX)};
-};
+struct RightHandSide : WorkVector {};
 
 void checkSizes(const SolveOperator& M, const Vector* mass, const Vector* dampV) {
   const int height = M.height();
@@ -79,7 +77,7 @@ int ncgradAtA(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
 }
 
 int ncgrad(SpMat* A, Vector* x, Vector* b, double* rsqOut) {
-  Vector& t = createdOnFirstUse<RightHandSide>().v;
+  Vector& t = createdOnFirstUse<RightHandSide>();
   const SolveOperator M(A, applyAtA);
   M.matrix().multT(b, &t);
   if (solveByZero(x, &t, rsqOut)) return 0;

@@ -3,20 +3,11 @@
 #include <climits>
 
 #include "limber/foundation/detail/CreatedOnFirstUse.h"
-#include "limber/solvers/CGTuning.h"
 
 namespace limber::detail {
 
 double cgStagnationLimit = -1.0;
 double cgNormalDamping = 0.0;
-
-CGWork::CGWork()
-    : r(firstLength(cgradMAXX)),
-      p(firstLength(cgradMAXX)),
-      q(firstLength(cgradMAXX)),
-      best(firstLength(cgradMAXX)),
-      z(firstLength(cgradMAXX)),
-      product(firstLength(cgradMAXB)) {}
 
 CGWork& cgWork() { return createdOnFirstUse<CGWork>(); }
 

@@ -10,24 +10,26 @@
 #include <algorithm>
 
 #include "limber/linalg/Vector.h"
+#include "limber/solvers/CGTuning.h"
 
 namespace limber::detail {
 
-/// The initial length of a work vector: cgradMAXX or cgradMAXB, or 0 if that is negative.
-inline int firstLength(int limit) { return std::max(limit, 0); }
+/// A vector with the initial length cgradMAXX, another one, or 0 if that is negative.
+struct WorkVector : Vector {
+  explicit WorkVector(int length = cgradMAXX) : Vector(std::max(length, 0)) {}
+};
 
 /// The work vectors of the newer family, which all its solves share. They grow on demand and are kept until
 /// the process ends.
 struct CGWork {
-  CGWork();
   /// Residual, direction, M times direction.
-  Vector r, p, q;
+  WorkVector r, p, q;
   /// The best solution of a pass. Contract: it is also the scratch vector of the trace.
-  Vector best;
+  WorkVector best;
   /// The preconditioned residual.
-  Vector z;
+  WorkVector z;
   /// The intermediate product of the multiply functions.
-  Vector product;
+  WorkVector product{cgradMAXB};
 };
 CGWork& cgWork();
 
