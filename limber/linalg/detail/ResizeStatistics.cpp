@@ -15,7 +15,7 @@ int vectorResizeCount = 0;
 // By requested size, then by old capacity. Contract: the first occurrence of a pair stores 0, so each count
 // is one less than the number of reallocations of its kind.
 using ResizeTable = std::map<std::pair<int, int>, int>;
-ResizeTable& vectorResizes() { return createdOnFirstUse<ResizeTable>(); }
+ResizeTable& vectorResizes() { return limber::detail::createdOnFirstUse<ResizeTable>(); }
 
 }  // namespace
 
