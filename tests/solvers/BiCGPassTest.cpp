@@ -48,6 +48,9 @@ TEST_F(BiCGPass, VanishingIsJudgedByMagnitudeBelowEpsilon) {
   cg_epsilon = 1.0;
   ScriptedPass at({none, firstProduct}, {{1, -1}});
   EXPECT_EQ(at.run(), CGI_TOO_MANY_ITERS);
+  // rr = r = (0, -1): |rr|^2 = r . rr = 1
+  ScriptedPass both({none, firstProduct}, {{2, 1}});
+  EXPECT_EQ(both.run(), CGI_TOO_MANY_ITERS);
   cg_epsilon = 1.5;
   ScriptedPass product({none, firstProduct}, {{1, -1}});
   EXPECT_EQ(product.run(), CGI_BICG_BREAKDOWN);
