@@ -253,6 +253,14 @@ TEST(BandedMatrix, CompactIsTheSharedRowSparseImage) {
   EXPECT_EQ(static_cast<SpMat*>(naiveCompact(&other, 0.0, 0, 1)), image);
 }
 
+TEST(BandedMatrix, CompactLeavesOutWhatIsStoredBehindTheLastColumn) {
+  BandedMatrix m(3, 4);
+  m.zero();
+  m.e(2, 2) = 5.0;
+  m.e(2, 3) = 7.0;
+  EXPECT_EQ(static_cast<HSpMat*>(m.compact(0.0, 0, 1))->row(2)->numEntries, 1);
+}
+
 TEST(BandedMatrix, CompactOfNoBandHasTheDiagonalThatIsAdded) {
   BandedMatrix m(2, 0);
   SpMat* const image = m.compact(2.0, 0, 1);
