@@ -103,6 +103,22 @@ Entries shuffledChain(int n, int shared, Random* random) {
   return J;
 }
 
+TEST(SolveConstraints, GoesOnIteratingWhereAFactorCostsTooMuch) {
+  constexpr int n = 1500;
+  Random random(5);
+  Entries J(n, n);
+  for (int i = 0; i < n; ++i) {
+    J.add(i, i, 1.0);
+    for (int k = 0; k < 5; ++k) J.add(i, random.below(n), 0.45 * random.value());
+  }
+  Vector mass(n), x;
+  for (int j = 0; j < n; ++j) mass[j] = std::pow(100.0, random.value());
+  const Vector c = random.vector(n);
+  const SolveReport report = solveConstraints(J.matrix(), &mass, nullptr, c, &x);
+  EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+  EXPECT_LE(residual(J.matrix(), n, &mass, nullptr, c, x), 1.001e-10);
+}
+
 TEST(SolveConstraints, AFewFullColumnsDoNotSpoilTheFactor) {
   Random random(5);
   for (const int shared : {0, 1, 3}) {

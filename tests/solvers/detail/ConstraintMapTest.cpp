@@ -156,6 +156,20 @@ TEST(ConstraintMap, EquilibratesItsDiagonal) {
   }
 }
 
+TEST(ConstraintMap, EquilibratesOneRowWithLittleBesidesItsDamping) {
+  HSpMat one(0);
+  SpVec row;
+  row.ins(1.0, 0);
+  one.add(&row);
+  Vector damp(1);
+  damp[0] = 0x1p200;
+  ConstraintMap map;
+  int power = 0;
+  ASSERT_EQ(nullptr, map.take(one, nullptr, &damp, &power));
+  map.equilibrate();
+  EXPECT_LE(map.diagonal()[0], 4.0);
+}
+
 TEST(ConstraintMap, IsScaledByItsDampingIfThatIsLarger) {
   Dice dice(3);
   Case made(&dice, 5, 6, false, true);

@@ -202,4 +202,32 @@ TEST(MatrixEntries, OfAForeignClassAreItsProductsWithUnitVectors) {
   expectEntries(own, A);
 }
 
+// The identity, by products only.
+class OwnIdentity : public SpMat {
+ public:
+  explicit OwnIdentity(int n) : n_(n) {}
+  int height() const override { return n_; }
+  int width() const override { return n_; }
+  void mult(const Vector* x, Vector* y) const override { *y = *x; }
+  void multT(const Vector* x, Vector* y) const override { *y = *x; }
+
+ private:
+  const int n_;
+};
+
+TEST(LinearSystem, HasTheRowsOfALargeForeignMatrixOnceItIsCopied) {
+  const int n = 4097;  // one more than is copied at once
+  const OwnIdentity A(n);
+  Vector b(n), start(n);
+  b = 1.0;
+  start = 0.0;
+  SolveOptions options;
+  LinearSystem system(options, LinearSystem::Kind::square);
+  ASSERT_EQ(nullptr, system.take(A, b, start));
+  EXPECT_FALSE(system.haveRows);
+  system.copyColumns(A);
+  EXPECT_TRUE(system.haveRows);
+  EXPECT_EQ(n, system.rows.entries());
+}
+
 }  // namespace
