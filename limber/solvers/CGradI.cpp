@@ -23,7 +23,7 @@ constexpr int limitReached = -9;
 struct OldWork {
   WorkVector gradient, direction;
   // The negated gradient of the previous step, as the ratio below needs it.
-  WorkVector stored;
+  WorkVector old;
 };
 
 // Raises an initial length that is too small to at least `count`, and at least twofold. Returns true if it
@@ -41,21 +41,16 @@ OldWork& workFor(const Vector& x, const Vector& b) {
   raise(cgradMAXB, b.count, "Matrix B too big in cgrad solver - attempting to grow!", __LINE__);
   OldWork& work = createdOnFirstUse<OldWork>();
   if (longerX) {
-    for (Vector* v : {&work.gradient, &work.direction, &work.stored}) v->resize(cgradMAXX);
+    for (Vector* v : {&work.gradient, &work.direction, &work.old}) v->resize(cgradMAXX);
   }
   return work;
 }
 
-// The ratio of Polak and Ribiere: r . (r - r_old) / |r_old|^2, with stored = -r_old.
-double ratio(const Vector& r, const Vector& stored, double oldSq) {
+// The ratio of Polak and Ribiere: r . (r - old) / |old|^2.
+double ratio(const Vector& r, const Vector& old, double oldSq) {
   double sum = 0.0;
-  for (int i = 0; i < r.count; ++i) sum += r[i] * (r[i] + stored[i]);
+  for (int i = 0; i < r.count; ++i) sum += r[i] * (r[i] - old[i]);
   return sum / oldSq;
-}
-
-void storeNegated(Vector& r, Vector& stored) {
-  stored.grow(r.count);
-  for (int i = 0; i < stored.count; ++i) stored[i] = -r[i];
 }
 
 bool converged(double rsq, double previous) {
@@ -79,7 +74,7 @@ int cgradI(SpMat* A, Vector* x, Vector* b, double* rsqOut,
   if (x->count <= 0 || b->count <= 0) return 0;
 
   OldWork& work = workFor(*x, *b);
-  Vector &r = work.gradient, &d = work.direction, &stored = work.stored;
+  Vector &r = work.gradient, &d = work.direction, &old = work.old;
   clearSpare(x);
   // the caller's function may shorten r
   const auto newResidual = [=, &r] {
@@ -95,7 +90,7 @@ int cgradI(SpMat* A, Vector* x, Vector* b, double* rsqOut,
 
   watch.start(*x, rsq);
   assign(&d, r);
-  storeNegated(r, stored);
+  assign(&old, r);
   const long long limit = static_cast<long long>(maxCGradPasses) * x->count;
   for (int iteration = 1; iteration <= limit; ++iteration) {
     const double curved = curvature(A, &d);
@@ -117,10 +112,10 @@ int cgradI(SpMat* A, Vector* x, Vector* b, double* rsqOut,
     if (rsq > previous) {
       assign(&d, r);
     } else {
-      d *= ratio(r, stored, previous);
+      d *= ratio(r, old, previous);
       d += r;
     }
-    storeNegated(r, stored);
+    assign(&old, r);
   }
   ReportSite{"OldCGrad", __LINE__}.error("Too many iterations");
   return limitReached;
