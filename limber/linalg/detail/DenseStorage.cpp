@@ -33,8 +33,8 @@ KeptBlock* kept = &firstKept;
 
 double* newDense(std::int64_t n, bool cleared) {
   if (n < 1) return nullptr;
-  constexpr std::int64_t most = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double) - 1;
-  double* const data = n < most ? new (std::nothrow) double[static_cast<std::size_t>(n) + 1] : nullptr;
+  constexpr std::int64_t limit = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double) - 1;
+  double* const data = n < limit ? new (std::nothrow) double[static_cast<std::size_t>(n) + 1] : nullptr;
   if (!data) {
     ReportSite{"Vectors", __LINE__}.fatal(newFails);
     return nullptr;

@@ -34,7 +34,7 @@ class RowPanel {
  public:
   static constexpr int rows = RowWalk::lanes;
   /// The number of rows with the same indices that are walked together.
-  static constexpr int most = RowWalk::most;
+  static constexpr int maxRows = RowWalk::maxRows;
 
   RowPanel(const HSpMat& matrix, const IndexRuns& runs, const Vector* weights)
       : matrix_(matrix), runs_(runs), weights_(weights) {}
@@ -45,7 +45,7 @@ class RowPanel {
   /// Takes rows first ... first + count - 1.
   void load(int first, int count);
   /// out[r][k] = dot of row first + k and row j + r, for all k below count and r below `together`. The rows
-  /// from j on must have the same indices, and may be at most `most`.
+  /// from j on must have the same indices, and may be at most `maxRows`.
   void dots(int j, int together, double (*out)[rows]) const;
 
  private:
@@ -76,8 +76,8 @@ void forEachRowDot(const HSpMat& matrix, int bandwidth, const Vector* weights, S
     const int end =
         static_cast<int>(std::min<long long>(n, static_cast<long long>(first) + count + bandwidth));
     for (int j = first; j < end;) {
-      const int together = std::max(1, std::min({runs.at(j), end - j, RowPanel::most}));
-      double dots[RowPanel::most][RowPanel::rows];
+      const int together = std::max(1, std::min({runs.at(j), end - j, RowPanel::maxRows}));
+      double dots[RowPanel::maxRows][RowPanel::rows];
       panel.dots(j, together, dots);
       for (int r = 0; r < together; ++r, ++j) {
         const int begin = std::max(0, j - bandwidth - first);

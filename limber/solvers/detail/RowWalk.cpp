@@ -54,8 +54,8 @@ LIMBER_WIDE void wide(const RowWalk& walk, double (*sums)[lanes]) {
 }
 
 using Form = void (*)(const RowWalk&, double (*)[lanes]);
-constexpr Form plainForms[RowWalk::most] = {plain<1>, plain<2>, plain<3>, plain<4>};
-constexpr Form wideForms[RowWalk::most] = {wide<1>, wide<2>, wide<3>, wide<4>};
+constexpr Form plainForms[RowWalk::maxRows] = {plain<1>, plain<2>, plain<3>, plain<4>};
+constexpr Form wideForms[RowWalk::maxRows] = {wide<1>, wide<2>, wide<3>, wide<4>};
 
 }  // namespace
 

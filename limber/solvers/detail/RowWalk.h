@@ -6,13 +6,13 @@ namespace limber::detail {
 /// side by side for each column.
 struct RowWalk {
   static constexpr int lanes = 8;
-  static constexpr int most = 4;
+  static constexpr int maxRows = 4;
 
   const int* indices;
   int begin, end;
-  const double* values[most];  ///< the values of each row
-  const double* weights;       ///< may be null
-  unsigned known;              ///< number of weights; weights after them count as 0
+  const double* values[maxRows];  ///< the values of each row
+  const double* weights;          ///< may be null
+  unsigned known;                 ///< number of weights; weights after them count as 0
   const double* panel;
   int lowest;  ///< the panel's first column
 };

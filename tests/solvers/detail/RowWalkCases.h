@@ -18,7 +18,7 @@ constexpr int lowest = 7;
 
 // A panel of the columns 7 ... 46, and rows with entries in some of them.
 struct Case {
-  Case(unsigned seed, bool weighted) : panel(columns * lanes), weights(20), values(RowWalk::most) {
+  Case(unsigned seed, bool weighted) : panel(columns * lanes), weights(20), values(RowWalk::maxRows) {
     std::mt19937_64 random(seed);
     std::normal_distribution<double> normal;
     for (double& x : panel) x = random() % 3 ? normal(random) : 0.0;
@@ -33,7 +33,7 @@ struct Case {
     const int end = static_cast<int>(entries);
     const int begin = end > 2 ? static_cast<int>(random() % 3) : 0;
     walk = {indices.data(), begin, end, {}, weighted ? weights.data() : nullptr, 20, panel.data(), lowest};
-    for (int r = 0; r < RowWalk::most; ++r) walk.values[r] = values[static_cast<std::size_t>(r)].data();
+    for (int r = 0; r < RowWalk::maxRows; ++r) walk.values[r] = values[static_cast<std::size_t>(r)].data();
   }
 
   double expected(int r, int k) const {
@@ -58,12 +58,12 @@ inline void expectPlainBits() {
   for (unsigned seed = 0; seed < 60; ++seed) {
     for (const bool weighted : {false, true}) {
       const Case c(seed, weighted);
-      for (int count = 1; count <= RowWalk::most; ++count) {
-        double sums[RowWalk::most][lanes];
+      for (int count = 1; count <= RowWalk::maxRows; ++count) {
+        double sums[RowWalk::maxRows][lanes];
         for (auto& row : sums)
           for (double& x : row) x = -77.0;
         limber::detail::walkRows(c.walk, count, sums);
-        for (int r = 0; r < RowWalk::most; ++r) {
+        for (int r = 0; r < RowWalk::maxRows; ++r) {
           for (int k = 0; k < lanes; ++k) {
             EXPECT_TRUE(tolerance::sameBits(sums[r][k], r < count ? c.expected(r, k) : -77.0))
                 << seed << " " << count << " " << r << " " << k;
