@@ -10,6 +10,7 @@
 #include "matrix_market.h"
 #include "memory.h"
 #include "tests/fuzz/MemoryFile.h"
+#include "tests/support/DecimalPoint.h"
 
 namespace {
 
@@ -60,8 +61,11 @@ void checkReadsBack(const SparseProblem& problem) {
   REQUIRE(out);
   std::fprintf(out, "%%%%MatrixMarket matrix coordinate real general\n%d %d %zu\n", problem.rows,
                problem.columns, problem.entries.size());
-  for (const Entry& entry : problem.entries) {
-    std::fprintf(out, "%d %d %.17g\n", entry.row + 1, entry.column + 1, entry.value);
+  {
+    const DecimalPoint point;
+    for (const Entry& entry : problem.entries) {
+      std::fprintf(out, "%d %d %.17g\n", entry.row + 1, entry.column + 1, entry.value);
+    }
   }
   std::fclose(out);
   const SparseProblem again = readMatrix(copy.path(), nullptr);

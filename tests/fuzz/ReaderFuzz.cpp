@@ -14,6 +14,7 @@
 #include "limber/foundation/Output.h"
 #include "limber/io/Reader.h"
 #include "tests/fuzz/Require.h"
+#include "tests/support/DecimalPoint.h"
 
 namespace {
 
@@ -103,6 +104,7 @@ void operate(Reader& reader, unsigned seed) {
         break;
       default:
         if (reader.getReal(d, 1)) {
+          const DecimalPoint point;
           const double expected = std::atof(reader.word);
           REQUIRE(std::memcmp(&expected, &d, sizeof d) == 0);
         }

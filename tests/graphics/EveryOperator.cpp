@@ -6,6 +6,7 @@
 
 #include "limber/geometry/Pnt3.h"
 #include "limber/graphics/AIPSWriter.h"
+#include "tests/support/DecimalPoint.h"
 
 namespace {
 
@@ -17,6 +18,7 @@ void cell(const char* name, double x0, double y0, double x1, double y1, double i
   left = 96 * (cells % 6);
   bottom = 624 - 96 * (cells / 6);
   ++cells;
+  const DecimalPoint point;
   std::printf("%s %g %g %g %g %g %g %d %d %d\n", name, left + x0, bottom + y0, left + x1, bottom + y1,
               (1 - tolerance) * ink - 2, (1 + tolerance) * ink + 2, r, g, b);
 }

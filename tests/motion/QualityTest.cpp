@@ -11,6 +11,7 @@
 #include "limber_motion/motion.h"
 #include "tests/motion/Bounds.h"
 #include "tests/motion/Resample.h"
+#include "tests/support/DecimalPoint.h"
 #include "tests/support/TemporaryFile.h"
 
 using namespace limber::motion;
@@ -111,6 +112,7 @@ TEST_P(EditedClip, IsMeasuredAsByTheRulerBesideTheCheckout) {
   std::remove(edited.c_str());
   const Quality q = measureQuality(before, clip);
   const auto has = [&](const char* format, auto... values) {
+    const DecimalPoint point;
     char line[200];
     std::snprintf(line, sizeof line, format, values...);
     EXPECT_NE(text.find(line), std::string::npos) << line << "\nis not in\n" << text;

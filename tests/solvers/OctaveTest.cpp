@@ -10,6 +10,7 @@
 #include "limber/solvers/NCGrad.h"
 #include "tests/solvers/TinyProblems.h"
 #include "tests/solvers/Tuning.h"
+#include "tests/support/DecimalPoint.h"
 #include "tests/support/TemporaryFile.h"
 
 namespace {
@@ -60,6 +61,7 @@ class Session {
 };
 
 double printed(double x) {
+  const DecimalPoint point;
   char text[40];
   std::snprintf(text, sizeof text, "%g", x);
   return std::strtod(text, nullptr);
@@ -67,6 +69,7 @@ double printed(double x) {
 
 void expectNumbers(std::istringstream& in, int rows, int columns, const std::vector<double>& values,
                    double tolerance = 0.0) {
+  const DecimalPoint point;
   int r = -1, c = -1;
   ASSERT_TRUE(in >> r >> c);
   EXPECT_EQ(r, rows);

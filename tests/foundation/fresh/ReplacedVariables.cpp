@@ -5,6 +5,7 @@
 #include <string>
 
 #include "limber/limber.h"
+#include "tests/support/DecimalPoint.h"
 
 namespace {
 
@@ -68,7 +69,10 @@ void override() {
 void channels() {
   stdoutF = collect;
   check(stdoutPrintf("%s", "one ") == 12, "the result of the program's function");
-  Clock("c").print();
+  {
+    const DecimalPoint point;
+    Clock("c").print();
+  }
   check(collected == "one Clock <c> 0 ticks / 0 times = 0.000 sec per (0.000 - 0.000)\n",
         "the standard channel");
   collected.clear();
