@@ -53,6 +53,24 @@ TEST(AIPSWriter, SurvivesEveryFailedAllocation) {
   EXPECT_GE(k, 4) << "a name, a cell batch and matrices are allocated";
 }
 
+TEST(AIPSWriter, APushWithoutMemoryIsReportedAndPushesNothing) {
+  TemporaryDirectory directory;
+  CapturedOutput output;
+  AIPSWriter writer((directory / "alloc.ai").c_str());
+  const ConsCell* const top = writer.stack.cell;
+  for (const long k : {0, 1}) {
+    const EmptyPool guard;
+    {
+      allocations::FailAt trap(k);
+      writer.push();
+      EXPECT_TRUE(trap.happened());
+    }
+    EXPECT_EQ(writer.stack.cell, top) << k;
+    EXPECT_NE(output.err(), "") << k;
+    output.clear();
+  }
+}
+
 // The sixteen pushes make the table of holders grow at different moments of copying the stack.
 TEST(AIPSWriter, ACopyThatCannotBeNotedLeavesTheOriginalWhole) {
   TemporaryDirectory directory;

@@ -16,6 +16,7 @@
 #include "limber/linalg/WierdMatrices.h"
 #include "tests/linalg/Matrices.h"
 #include "tests/support/CapturedOutput.h"
+#include "tests/support/OwnProcess.h"
 #include "tests/support/allocations/Allocations.h"
 
 namespace {
@@ -247,6 +248,41 @@ TEST(EachFailure, IsReportedAndLeavesAllUsable) {
     }
     EXPECT_GT(k, 0) << operation.name << " allocates nothing";
   }
+}
+
+TEST(EachFailure, OfTheVectorForProductsOfBlocksIsReportedAndLeavesZeros) {
+  if (!inOwnProcess()) return;
+  FullMatrix hessian = matrixOf({{4, 1}, {1, 5}}), jacobian = matrixOf({{2, 3}});
+  const SQPMatrix all(&hessian, &jacobian);
+  const Vector x = vectorOf({1, 2, 3});
+  Vector y(3);
+  CapturedOutput output;
+  {
+    allocations::FailAt trap(0);
+    all.mult(&x, &y);
+    EXPECT_TRUE(trap.happened());
+  }
+  EXPECT_EQ(output.err().rfind("FATAL ERROR@(WierdMatrices:", 0), 0u) << output.err();
+  expectElements(y, {0, 0, 0});
+}
+
+// The storage that an assigned matrix had stays alive, and a list of such storages grows now and then. Only
+// a leak checker can tell that it did not.
+TEST(EachFailure, ToNoteAnEarlierStorageLeavesTheAssignedMatrixWhole) {
+  const FullMatrix from = matrixOf({{1, 2}, {3, 4}});
+  FullMatrix to(3, 3);
+  bool happened = false;
+  for (int i = 0; i < 200 && !happened; ++i) {
+    double* const earlier = to.data;
+    {
+      allocations::FailAt trap(1);
+      to = from;
+      happened = trap.happened();
+    }
+    if (happened) delete[] earlier;
+  }
+  EXPECT_TRUE(happened);
+  EXPECT_EQ(elementsOf(to), elementsOf(from));
 }
 
 }  // namespace

@@ -150,6 +150,7 @@ TEST(FullMatrix, PutRowWritesNothingBehindItsRow) {
 
 TEST(FullMatrix, PutRowWithABadRowIsReportedAndStaysInTheStorage) {
   FullMatrix m(2, 2);
+  m.data[4] = 77.0;  // the spare element
   Vector v = vectorOf({1, 2});
   for (const int r : {-1, 2, 1000}) {
     CapturedOutput output;
@@ -157,6 +158,7 @@ TEST(FullMatrix, PutRowWithABadRowIsReportedAndStaysInTheStorage) {
     EXPECT_EQ(output.err().rfind("ERR: Bad row to full matrix @ (Vectors:", 0), 0u);
   }
   EXPECT_EQ(elementsOf(m), (Rows{{0, 0}, {0, 0}}));
+  EXPECT_EQ(m.data[4], 77.0);
 }
 
 TEST(FullMatrix, CopyIsDeepAndKeepsTheKind) {

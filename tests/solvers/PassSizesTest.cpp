@@ -36,32 +36,34 @@ void twice(SpMat*, const Vector* v, Vector* out) {
   for (int i = 0; i < out->count; ++i) (*out)[i] = i < v->count ? 2.0 * v->data[i] : 0.0;
 }
 
-// z = ones, as many as it is made for.
+// z = ones, as many as it is made for, and later `then`.
 class Ones : public Preconditioner {
  public:
-  explicit Ones(int size) : size_(size) {}
+  explicit Ones(int size, int then = 0) : size_(size), then_(then) {}
   void solve(const Vector*, Vector* z) override {
     z->grow(size_);
     *z = 1.0;
+    if (then_ > 0) size_ = then_;
   }
 
  private:
-  const int size_;
+  int size_;
+  const int then_;
 };
 
-// One step from x = 0 for b = ones.
+// One step, or a few, from x = 0 for b = ones.
 struct OneStep {
   Vector x{n}, b{n}, r, ownP, ownQ, z;
   double rsq = 0.0;
 
-  void run(Vector* p, Vector* q, Preconditioner* precond) {
+  OneStep() { b = 1.0; }
+  void run(Vector* p, Vector* q, Preconditioner* precond, int steps = 1) {
     const CGTuning tuning;
     CapturedOutput output;
-    b = 1.0;
     int iter = 0, bestIter = 0;
     // whether it ends at the limit or without progress depends on the solves before
     const CGIStatus status =
-        pureCGrad(nullptr, &x, &b, twice, &r, p, q, 2, iter, bestIter, rsq, nullptr, precond, &z);
+        pureCGrad(nullptr, &x, &b, twice, &r, p, q, steps + 1, iter, bestIter, rsq, nullptr, precond, &z);
     EXPECT_TRUE(status == CGI_TOO_MANY_ITERS || status == CGI_NO_IMPROVEMENT) << status;
     shortened = nullptr;
   }
@@ -105,8 +107,17 @@ TEST(PassSizes, AShorterDirectionMovesTheElementsThatItHas) {
   step.expectElements(step.x, 0.5, 0.0);
 }
 
-// Starts of bi-CG that end before the first iteration, with x as it was.
-void expectNoFirstIteration(FullMatrix& A, double b0) {
+// alpha = 20 / 20, beta = 6 / 20, then alpha = 6 / 14.6
+TEST(PassSizes, ADirectionKeepsItsOldPartWhereTheNewOneIsShorter) {
+  OneStep step;
+  step.b[0] = 11.0;
+  Ones ones(n, few);
+  step.run(&step.ownP, &step.ownQ, &ones, 2);
+  for (int i = 0; i < n; ++i) EXPECT_NEAR(step.x[i], 1.0 + (i < few ? 1.3 : 0.3) * 6.0 / 14.6, 1e-14) << i;
+}
+
+// Starts of bi-CG that end before the first iteration, with x as it was. Returns what is printed.
+std::string noFirstIteration(FullMatrix& A, double b0) {
   const CGTuning tuning;
   cg_verbosity = 2;
   Vector x(2), b(2), r, rr, p, pp, q, scratch, best;
@@ -120,22 +131,30 @@ void expectNoFirstIteration(FullMatrix& A, double b0) {
   EXPECT_EQ(x[0], 0.0);
   EXPECT_EQ(x[1], 0.0);
   EXPECT_EQ(rsq, b0 * b0);
+  return output.out();
 }
 
 TEST(PassSizes, BiCGDoesNotBeginWithAProductOfResidualsThatIsNotFinite) {
   FullMatrix A(2, 2);
   A.e(0, 0) = 1e200;
   A.e(1, 1) = 1.0;
-  expectNoFirstIteration(A, 1e110);  // |r|^2 = 1e220, r . A r is too large
+  noFirstIteration(A, 1e110);  // |r|^2 = 1e220, r . A r is too large
 }
 
-// The start is a point of breakdown. One residual further, |r|^2 is too large, and r . A r is -1.
+TEST(PassSizes, BiCGDoesNotLeaveAStartWhoseResidualIsNotFinite) {
+  FullMatrix zero(2, 2);
+  EXPECT_EQ(noFirstIteration(zero, 1e200), "");  // r . A r = 0 would be a point of breakdown
+}
+
+// The start is a point of breakdown. One residual further, |r|^2 is too large, and r . A r is -1 or 0.
 TEST(PassSizes, BiCGDoesNotBeginWithAResidualThatIsNotFinite) {
   FullMatrix A(2, 2);
-  A.e(0, 1) = 1e-160;
   A.e(1, 0) = 1e160;
   A.e(1, 1) = 1.0;
-  expectNoFirstIteration(A, 1.0);
+  for (const double corner : {1e-160, 0.0}) {
+    A.e(0, 1) = corner;
+    noFirstIteration(A, 1.0);
+  }
 }
 
 }  // namespace
