@@ -15,7 +15,7 @@ import tempfile
 import threading
 import unittest
 
-from limited_memory import LimitedMemory
+from limited_memory import MEGABYTE, LimitedMemory
 
 SKELETON, NETWORK, WALK, MOTION_EDIT, AI2PNG, DRAWING, DATA = map(os.path.abspath, sys.argv[1:8])
 CLIP = os.path.join(DATA, "walk.bvh")
@@ -80,6 +80,25 @@ class Faults(LimitedMemory):
         self.assert_fails("cut.ai is not a drawing", ["cut.ai", "x.png"], AI2PNG, self.path("cut.ai"), self.path("x.png"))
         with open(self.path("x.png")) as earlier:
             self.assertEqual(earlier.read(), "earlier")
+
+    @unittest.skipUnless(shutil.which("gs"), "no Ghostscript")
+    def test_a_picture_without_memory_for_ghostscript(self):
+        # Its library alone is larger. What the drawing is like does not matter.
+        done = self.limited(16 * MEGABYTE, [AI2PNG, DRAWING, "x.png"])
+        self.assertEqual((done.returncode, done.stdout, os.listdir(self.folder)), (1, "", []))
+        self.assertRegex(done.stderr, "^ai2png: (not enough memory for Ghostscript|Ghostscript fails: .*)\n$")
+
+    @unittest.skipUnless(shutil.which("gs"), "no Ghostscript")
+    def test_ctrl_c_while_a_drawing_is_read(self):
+        pipe = self.path("pipe")
+        os.mkfifo(pipe)
+        # Whoever started these tests may ignore the signal.
+        program = subprocess.Popen([AI2PNG, pipe, "x.png"], cwd=self.folder, start_new_session=True,
+                                   preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
+        with open(pipe, "w"):  # returns when Ghostscript reads
+            os.killpg(program.pid, signal.SIGINT)
+            self.assertEqual(program.wait(timeout=60), 1)
+        self.assertEqual(os.listdir(self.folder), ["pipe"])
 
     def reading_pipe(self, text, *command):
         """Runs the command. It reads `text` from the file "pipe", which then ends."""
