@@ -16,7 +16,8 @@
 /// Bad input gives SOLVE_BAD_INPUT on all processes, and the unknowns do not change. Bad input means parts
 /// that overlap or leave gaps, widths that differ, column indices out of range, sizes that do not fit, or a
 /// NaN or infinity in an entry, a start or a right-hand side. The process with the bad input reports which it
-/// is. An error of PETSc is reported with PETSc's message, and the solve ends with SOLVE_BREAKDOWN.
+/// is. An error of PETSc is reported with PETSc's message, and the solve ends with SOLVE_BREAKDOWN and a NaN
+/// for both residuals.
 
 #include <mpi.h>
 

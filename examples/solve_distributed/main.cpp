@@ -219,8 +219,9 @@ int run(int argc, char** argv, const limber::petsc::Session& session) {
   const SolveReport report = options.positiveDefinite
                                  ? limber::petsc::solvePositiveDefinite(comm, A->rows(), b, &x, how)
                                  : limber::petsc::solveLeastSquares(comm, A->rows(), b, &x, how);
-  if (!options.solution.empty() && report.status != SOLVE_BAD_INPUT)
-    writeSolution(comm, options.solution, x, A->problem().columns);
+  // An error of PETSc leaves no result.
+  const bool hasResult = report.status != SOLVE_BAD_INPUT && !std::isnan(report.residual);
+  if (!options.solution.empty() && hasResult) writeSolution(comm, options.solution, x, A->problem().columns);
 
   together(comm, [&] {
     if (session.rank() != 0) return;
@@ -230,7 +231,7 @@ int run(int argc, char** argv, const limber::petsc::Session& session) {
     std::printf("%s after %d iterations and %.3f s: %s\n",
                 report.status == SOLVE_CONVERGED ? "solved" : "not solved", report.iterations, report.seconds,
                 report.message);
-    std::printf("residual %.3g, relative %.3g\n", report.residual, report.relativeResidual);
+    if (hasResult) std::printf("residual %.3g, relative %.3g\n", report.residual, report.relativeResidual);
     requireStandardOutput("solve_distributed");
   });
   return report.status == SOLVE_CONVERGED   ? exitSolved

@@ -153,7 +153,8 @@ SolveReport badInput() {
 }
 
 SolveReport engineError() {
-  return {SOLVE_BREAKDOWN, 0, 0, 0.0, 0.0, 0.0, "PETSc reported an error; its text was printed."};
+  const double unknown = std::numeric_limits<double>::quiet_NaN();
+  return {SOLVE_BREAKDOWN, 0, 0, unknown, unknown, 0.0, "PETSc reported an error; its text was printed."};
 }
 
 }  // namespace limber::petsc::detail

@@ -20,13 +20,22 @@ def check(condition, what):
         print("failed:", what)
 
 
-def job(processes, *arguments):
-    return [mpiexec, "--allow-run-as-root", "--oversubscribe", "-n", str(processes), program, *arguments]
+def job(processes, *arguments, before=()):
+    return [mpiexec, "--allow-run-as-root", "--oversubscribe", "-n", str(processes), *before, program, *arguments]
+
+
+def finished(command):
+    done = subprocess.run(command, capture_output=True, text=True, timeout=240)
+    return done.returncode, done.stdout, done.stderr
 
 
 def run(processes, *arguments):
-    done = subprocess.run(job(processes, *arguments), capture_output=True, text=True, timeout=240)
-    return done.returncode, done.stdout, done.stderr
+    return finished(job(processes, *arguments))
+
+
+def run_limited(kilobytes, *arguments):
+    """Two processes with so much room for addresses."""
+    return finished(job(2, *arguments, before=["sh", "-c", f'ulimit -v {kilobytes}; exec "$0" "$@"']))
 
 
 def numbers(path):
@@ -78,11 +87,16 @@ with tempfile.TemporaryDirectory() as folder:
         check(len(numbers(x)) == len(expected) and error <= 1e-8 * size, f"{processes} processes: error {error} beside {size}")
 
     x = os.path.join(folder, "none.mtx")
-    bad = os.path.join(folder, "bad.mtx")
+    bad, cut = os.path.join(folder, "bad.mtx"), os.path.join(folder, "cut.mtx")
     with open(bad, "w", encoding="utf-8") as file:
         file.write("%%MatrixMarket matrix coordinate real general\n3 3 2\n1 1 1\n2 x 2\n")
+    with open(cut, "w", encoding="utf-8") as file:
+        file.write("%%MatrixMarket matrix coordinate real general\n3 3 2\n1 1 1\n2")
     for what, arguments, message in [("a missing file", ["nowhere.mtx", "-x", x], "nowhere.mtx"),
                                      ("a bad line", [bad, "-x", x], "bad.mtx:4: "),
+                                     ("a file that ends in an entry", [cut, "-x", x], "cut.mtx:4: "),
+                                     ("an output without a directory", ["--ls", matrix, "-x", folder + "/no/x"],
+                                      "cannot be written: No such file or directory"),
                                      ("a matrix that is not square", ["--spd", matrix, "-x", x], "not square"),
                                      ("an unknown option", ["--fast", matrix], "--fast")]:
         status, out, err = run(2, *arguments)
@@ -92,6 +106,19 @@ with tempfile.TemporaryDirectory() as folder:
     check(status == 1 and "/dev/full" in err, f"a full disk: {status} {err}")
     status, out, err = run(2, "-limber_ksp_type", "cgls", matrix)
     check(status == 0, f"another method: {status} {out} {err}")
+
+    status, out, err = run(2, "-limber_ksp_type", "nonsense", "-x", x, matrix)
+    check(status == 2 and "PETSc reported an error" in out and "residual" not in out and not os.path.exists(x),
+          f"an error of PETSc: {status} {out} {err}")
+
+    # With a gigabyte of addresses, a matrix that does not fit is named before it is stored. MPI itself may need more.
+    declared = os.path.join(folder, "declared.mtx")
+    with open(declared, "w", encoding="utf-8") as file:
+        file.write("%%MatrixMarket matrix coordinate real general\n20000000 20000000 400000\n")
+        file.writelines(f"{k} {k} 1\n" for k in range(1, 400001))
+    if run_limited(1 << 20, matrix)[0] == 0:
+        status, out, err = run_limited(1 << 20, "-x", x, declared)
+        check(status == 3 and err.count("of memory, but") == 1 and not os.path.exists(x), f"little memory: {status} {out} {err}")
 
     # A job ends after Ctrl-C, and when one of its processes is killed.
     side = 300
