@@ -11,7 +11,6 @@
 #include "input_error.h"
 #include "limber/limber.h"
 #include "matrix_market.h"
-#include "memory.h"
 #include "output_file.h"
 #include "program_name.h"
 #include "report.h"

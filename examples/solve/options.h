@@ -3,7 +3,6 @@
 #include <optional>
 #include <string>
 
-#include "failure.h"
 #include "residual.h"
 
 /// The kind of problem. Automatic: the kind that suits the matrix.

@@ -1,11 +1,9 @@
 // Solves with the rows of a matrix spread over the processes of an MPI job: see solve_distributed --help.
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <functional>
 #include <memory>
 #include <new>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
