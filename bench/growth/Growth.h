@@ -36,9 +36,9 @@ double processorTime();
 double bytesNow();
 double bytesAtMost();
 
-/// Measures the work at sizes 1000, 1778, 3162, 5623, 10000, ... up to `largest`, as long as the next one is
-/// likely to take at most a quarter of the free memory and `patience` seconds in all. Each size is measured
-/// `rounds` times, the sizes by turns, and the least cost counts.
+/// Measures the work at sizes 1000, 1778, 3162, 5623, 10000, ... up to `largest`. It ends earlier if the next
+/// size is likely to take more than a quarter of the free memory, or more than `patience` seconds in all.
+/// Each size is measured `rounds` times, the sizes by turns, and the least cost counts.
 Series measure(const Work& work, int largest, int rounds, double patience);
 
 /// The exponent p of the curve cost = c size^p that fits best between two sizes of data (least squares over

@@ -120,7 +120,7 @@ void Scene::findFeet(const std::vector<int>& feet, const std::vector<Pnt3>& rest
   }
 }
 
-// The sides follow from the names if these name both, and otherwise from the rest pose: with all angles 0,
+// The sides follow from the names if these name both, and otherwise from the rest pose. With all angles 0,
 // the left side is on the left of someone who looks in the direction of the feet.
 void Scene::findSides(const std::vector<Pnt3>& rest) {
   Pnt3 forward;

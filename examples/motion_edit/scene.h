@@ -7,9 +7,9 @@
 /// The side of the body that a joint belongs to.
 enum class Side { Middle, Left, Right };
 
-/// An edit in the form that the drawings need: the paths of all joints before and after, in body heights
-/// above and along the ground, and the parts of the body: its sides, feet with heels, hands and head. The
-/// sides, hands and head are found from the skeleton's structure, not from names.
+/// An edit in the form that the drawings need. It has the paths of all joints before and after, in body
+/// heights above and along the ground, and the parts of the body: its sides, feet with heels, hands and head.
+/// The sides, hands and head are found from the skeleton's structure, not from names.
 class Scene {
  public:
   /// `held` are the constraints of the edit, sorted by frame.

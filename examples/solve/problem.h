@@ -22,8 +22,8 @@ struct SparseProblem {
   std::vector<std::string> notes;  ///< what the user should know about the file
 };
 
-/// Sorts the entries by row and column and adds up those of one place, in the order in which they came;
-/// returns how many there were in addition to the first of each place. Takes n log n steps.
+/// Sorts the entries by row and column. Entries at the same place are added up in the order in which they
+/// came. Returns how many were added to another one. Takes n log n steps.
 std::size_t sortAndAddUp(std::vector<Entry>* entries);
 
 /// The rows of a problem as Limber's row-sparse matrix. A row without entries needs no memory.

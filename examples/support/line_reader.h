@@ -5,11 +5,13 @@
 #include "limber/io/Reader.h"
 
 /// Reads the words of a text file, plain or gzip-compressed, and counts its lines. A line ends with LF, CR LF
-/// or CR; a byte-order mark at the start is skipped; all other characters up to the blank are white space,
+/// or CR. A byte-order mark at the start is skipped. All other characters up to the blank are white space,
 /// except the zero byte, which no text contains. Anything that cannot be used throws an InputError that names
-/// the file, the line and the word. It takes the bytes from a Reader, whose own lines are cut at 511
-/// characters and counted differently. It keeps only one word at a time, because a matrix file may be larger
-/// than the memory and its lines may have any length.
+/// the file, the line and the word.
+///
+/// It takes the bytes from a Reader, whose own lines are cut at 511 characters and counted differently. It
+/// keeps only one word at a time, because a matrix file may be larger than the memory and its lines may have
+/// any length.
 class LineReader {
  public:
   /// Opens `name` along `searchPath` (null: only `name` itself). A word that begins with `comment` is skipped

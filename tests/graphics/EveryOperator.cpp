@@ -1,5 +1,5 @@
-// Draws every operator of the Illustrator writer, one per cell, to the file named by the first argument, and
-// prints for each cell where its ink must be: "name x0 y0 x1 y1 least most r g b". These are a box in page
+// Draws every operator of the Illustrator writer, one per cell, to the file that the first argument names.
+// Prints for each cell where its ink must be: "name x0 y0 x1 y1 least most r g b". These are a box in page
 // points, the least and the most ink in it in square points, and the colour of most of the ink (-1 if there
 // are several).
 #include <cstdio>

@@ -83,8 +83,8 @@ TEST(Clip, EachJointKeepsItsChannelsInTheirOrder) {
   EXPECT_EQ(clip.frame(1)[7], 0.5);
 }
 
-// The second frame: the base at (-2, -3, -1) turned by 90 degrees about x, which takes y to z; the arm is
-// half a unit up, as its channel (not its offset) says, and its end 5 more.
+// In the second frame the base is at (-2, -3, -1) and turned by 90 degrees about x, which takes y to z. The
+// arm is half a unit up, as its channel says (not its offset), and its end 5 more.
 TEST(Clip, ChannelsMoveTheirJointsAlongAndAboutTheirAxes) {
   const Clip clip = clipOf(smallClip);
   const Skeleton skeleton(clip);

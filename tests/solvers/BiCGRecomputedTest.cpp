@@ -120,7 +120,7 @@ TEST_F(BiCGPass, ResidualThatIsNotFiniteGoesBackToTheBest) {
   EXPECT_EQ(pass.rsq, 1.0);
 }
 
-// The recurrence has 1 for the best iterate, but recomputed it is 4, so the 2.25 of the next step are better:
+// The recurrence has 1 for the best iterate, but recomputed it is 4. So the 2.25 of the next step are better:
 // q = (-1.5, -2), d = 4, alpha = 1 and r = (1.5, 0).
 TEST_F(BiCGPass, BestIsJudgedByTheRecomputedSquare) {
   cg_reset_resid = 1;

@@ -160,8 +160,8 @@ TEST_F(PureCGrad, FalseSolutionIsReportedBeforeTheReset) {
             "roundoff error (1), rmag 9, should be 9, 0% difference\n");
 }
 
-// The check for a solution precedes the reset, so a residual that the reset finds small is accepted only in
-// the next iteration: q = (1, 1) makes r (0, -4), and recomputed it is (0, 0.25).
+// The check for a solution precedes the reset. So if the reset finds that the residual is small, this is
+// accepted only in the next iteration. Here q = (1, 1) makes r (0, -4), and recomputed it is (0, 0.25).
 TEST_F(PureCGrad, ResetBelowTheToleranceIsNotAcceptedAtOnce) {
   setStagnation(1, 5.0);
   cg_reset_resid = 1;
