@@ -20,6 +20,10 @@ constexpr double mostTurn = 0.34;                                   // radians
 constexpr double mostEdge = 2.8, meanEdge = 1.08, mostBody = 1.27;  // ratios of jerk
 constexpr double unlimited = std::numeric_limits<double>::infinity();
 constexpr double flat = 0.06, ramp = 0.16;  // seconds on each side of a moment that is loosened
+constexpr double shorter = 3.0;             // factor: these are shorter for a part of a limb
+constexpr double jump = 0.05;               // seconds: an angle is wrong for so long where it jumps
+constexpr double unmet = 2.0;               // badness of a miss
+constexpr double helped = 0.98;             // fraction of a badness that is left if loosening has helped
 constexpr double actsFor = 0.5;             // seconds: a constraint of the user acts that far
 
 std::vector<int> limbsOf(const Task& task) {
@@ -70,12 +74,12 @@ int Loosening::count() const {
 bool Loosening::isAsked(int frame) const { return asked_[static_cast<std::size_t>(frame)]; }
 
 bool Loosening::isBefore(const Offence& a, const Offence& b) {
-  return a.limb != b.limb ? a.limb < b.limb : a.frame < b.frame;
+  return a.joint != b.joint ? a.joint < b.joint : a.frame < b.frame;
 }
 
-void Loosening::offend(int limb, int frame, double badness) {
+void Loosening::offend(int joint, int frame, double badness) {
   badness_ = std::max(badness_, badness);
-  offences_.push_back({limb, frame, badness});
+  offences_.push_back({joint, frame, badness, joint});
 }
 
 void Loosening::judge(const Clip& edited, const std::vector<bool>& missed) {
@@ -100,19 +104,32 @@ void Loosening::judgeEnds(const Places& after, const std::vector<Stand>& stands,
   const double most = mostMean * static_cast<double>(ends.size()), mean = sum / most;
   for (const EndJerk& end : ends) {
     if (!(end.ratio > mostEdge) && !(sum > most && end.ratio > 1.0)) break;
-    offend(limb_[static_cast<std::size_t>(end.joint)], end.frame + 1, std::max(end.ratio / mostEdge, mean));
+    offend(limbOf(end.joint), end.frame + 1, std::max(end.ratio / mostEdge, mean));
     sum -= std::max(end.ratio - 0.9, 0.0);
   }
 }
 
 void Loosening::judgeTurns(const Clip& edited) {
-  for (int f = 0; f < edited.frames; ++f) {
-    if (isAsked(f)) continue;
-    for (int c = 0; c < edited.channels; ++c) {
-      if (!task_.skeleton.isRotation(c)) continue;
+  for (int c = 0; c < edited.channels; ++c) {
+    if (!task_.skeleton.isRotation(c)) continue;
+    std::vector<Offence> list;
+    for (int f = 0; f < edited.frames; ++f) {
       const double turn = std::fabs(edited.frame(f)[c] - task_.original.frame(f)[c]);
-      if (turn > mostTurn)
-        offend(limb_[static_cast<std::size_t>(task_.skeleton.owner(c))], f, turn / mostTurn);
+      if (turn > mostTurn && !isAsked(f)) list.push_back({task_.skeleton.owner(c), f, turn / mostTurn, 0});
+    }
+    offendByPart(list);
+  }
+}
+
+// Where a recorded angle jumps, a joint turns too far or targets are missed only briefly. Then only what is
+// below the joint is loosened, otherwise the whole limb. The list is sorted by frame.
+void Loosening::offendByPart(const std::vector<Offence>& list) {
+  for (std::size_t begin = 0, end = 0; begin < list.size(); begin = end) {
+    for (end = begin + 1; end < list.size() && list[end].frame == list[end - 1].frame + 1;) ++end;
+    const bool brief = static_cast<double>(end - begin) * task_.original.frameTime <= jump;
+    for (std::size_t i = begin; i < end; ++i) {
+      const int limb = limbOf(list[i].joint);
+      offend(brief && limb != 0 ? list[i].joint : limb, list[i].frame, list[i].badness);
     }
   }
 }
@@ -138,45 +155,52 @@ void Loosening::judgeBody(const Places& after) {
   const double badness = std::sqrt(is / most);
   for (const Excess& e : excess) {
     if (!(is > most)) break;
-    offend(limb_[static_cast<std::size_t>(e.joint)], e.frame + 1, badness);
+    offend(limbOf(e.joint), e.frame + 1, badness);
     is -= e.jerk;
   }
 }
 
+// Only the last missed joint of a limb offends: those nearer to the trunk may be met without it.
 void Loosening::judgeMisses(const std::vector<bool>& missed) {
+  std::vector<std::vector<Offence>> lists(limb_.size());  // for each limb
   for (std::size_t i = 0; i < missed.size(); ++i) {
     const Constraint& constraint = task_.constraints[i];
-    if (missed[i] && task_.rank[i] == 0 && !isAsked(constraint.frame))
-      offend(limb_[static_cast<std::size_t>(constraint.joint)], constraint.frame, 2.0);
+    if (!missed[i] || task_.rank[i] > 0 || isAsked(constraint.frame)) continue;
+    std::vector<Offence>& list = lists[static_cast<std::size_t>(limbOf(constraint.joint))];
+    if (!list.empty() && list.back().frame == constraint.frame) list.pop_back();
+    list.push_back({parentOf(constraint.joint), constraint.frame, unmet, 0});
   }
+  for (const std::vector<Offence>& list : lists) offendByPart(list);
 }
 
-// False if the contacts of this limb were loosened for the same moment before, and it is hardly better now.
-// What makes the limb jerk then comes through the trunk.
-bool Loosening::hasHelped(const Offence& offence) const {
+// The joint below which contacts are loosened for this offence: its own joint at first. If that has hardly
+// helped, it is the top of the limb, and then the root, because the offence comes through the trunk.
+int Loosening::topOf(const Offence& offence) const {
   const int near = static_cast<int>(std::min(flat / task_.original.frameTime, 1e6));
-  const auto first = std::lower_bound(loosened_.begin(), loosened_.end(),
-                                      Offence{offence.limb, offence.frame - near, 0.0}, isBefore);
-  const auto last =
-      std::upper_bound(first, loosened_.end(), Offence{offence.limb, offence.frame + near, 0.0}, isBefore);
-  return std::none_of(first, last, [&](const Offence& o) { return offence.badness > 0.98 * o.badness; });
+  const int limb = limbOf(offence.joint);
+  Offence first = offence, last = offence;
+  first.frame -= near;
+  last.frame += near;
+  int top = offence.joint;
+  const auto end = std::upper_bound(loosened_.begin(), loosened_.end(), last, isBefore);
+  for (auto o = std::lower_bound(loosened_.begin(), end, first, isBefore); o != end; ++o) {
+    if (offence.badness > helped * o->badness) top = std::min(top, o->top <= limb ? 0 : limb);
+  }
+  return top;
 }
 
 bool Loosening::loosen() {
   std::vector<double> more(looseness_.size(), 0.0);
-  // For each limb, the distance in frames from each frame to the nearest offence.
+  // For each joint, the distance in frames from each frame to the nearest offence whose top it is.
   const int frames = task_.original.frames;
   std::vector<std::vector<int>> distance(limb_.size());
-  const auto mark = [&](int limb, int frame) {
-    std::vector<int>& own = distance[static_cast<std::size_t>(limb)];
+  bool byPart = false;
+  for (Offence& offence : offences_) {
+    offence.top = topOf(offence);
+    byPart = byPart || offence.top != 0;
+    std::vector<int>& own = distance[static_cast<std::size_t>(offence.top)];
     if (own.empty()) own.assign(static_cast<std::size_t>(frames), frames);
-    own[static_cast<std::size_t>(frame)] = 0;
-  };
-  bool byLimb = false;
-  for (const Offence& offence : offences_) {
-    const int limb = hasHelped(offence) ? offence.limb : 0;
-    mark(limb, offence.frame);
-    byLimb = byLimb || limb != 0;
+    own[static_cast<std::size_t>(offence.frame)] = 0;
   }
   loosened_ = offences_;
   std::sort(loosened_.begin(), loosened_.end(), isBefore);
@@ -188,17 +212,18 @@ bool Loosening::loosen() {
   for (std::size_t i = 0; i < looseness_.size(); ++i) {
     if (task_.rank[i] > 0) continue;
     const Constraint& constraint = task_.constraints[i];
-    const int limb = limb_[static_cast<std::size_t>(constraint.joint)];
-    for (const int l : {limb, 0}) {  // what happens to the trunk concerns all limbs
-      const std::vector<int>& own = distance[static_cast<std::size_t>(l)];
+    int j = constraint.joint;
+    do {
+      j = parentOf(j);
+      const std::vector<int>& own = distance[static_cast<std::size_t>(j)];
       if (own.empty()) continue;
       const double seconds = own[static_cast<std::size_t>(constraint.frame)] * task_.original.frameTime;
-      more[i] = std::max(more[i], fading(seconds));
-    }
+      more[i] = std::max(more[i], fading(j == limbOf(j) ? seconds : shorter * seconds));
+    } while (j != 0);
     looseness_[i] += more[i];
     news = news || more[i] > 0.0;
   }
-  return news || (byLimb && loosen());  // a limb without contacts: those of all limbs
+  return news || (byPart && loosen());  // a part without contacts: those of a larger part
 }
 
 std::vector<std::string> Loosening::notes(const Clip& edited) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -12,9 +13,9 @@ namespace limber::motion::detail {
 
 /// Decides where the contacts that were found must not be held firmly, because the motion would not look
 /// natural: a foot would start or stop too abruptly, or a joint would turn too far. Around such a moment, the
-/// contacts of that limb are held loosely: the foot follows the movement that the first stages of the edit
-/// give it. If this does not help, so are the contacts of all limbs, because what holds a foot also moves the
-/// trunk.
+/// contacts of that limb, or only of what the turning joint moves, are held loosely: they follow the movement
+/// that the first stages of the edit give them. If this does not help, so are the contacts of the whole limb
+/// and then of all limbs, because what holds a foot also moves the trunk.
 ///
 /// The looseness of a constraint is 0 if it is held at its target. From 0 to 1 it is held between its target
 /// and where the first stages bring its joint. Each further 1 makes its pull in these stages about thirty
@@ -47,17 +48,23 @@ class Loosening {
  private:
   /// A moment at which the motion breaks a bound.
   struct Offence {
-    int limb;  // whose contacts must be loosened; 0 for all limbs
-    int frame;
+    int joint, frame;
     double badness;
+    int top;  // the contacts of the joints below this one are loosened
   };
 
   void judgeEnds(const Places& after, const std::vector<Stand>& stands, double mostMean);
   void judgeTurns(const Clip& edited);
   void judgeBody(const Places& after);
   void judgeMisses(const std::vector<bool>& missed);
-  void offend(int limb, int frame, double badness);
-  bool hasHelped(const Offence& offence) const;
+  void offend(int joint, int frame, double badness);
+  void offendByPart(const std::vector<Offence>& list);
+  int limbOf(int joint) const { return limb_[static_cast<std::size_t>(joint)]; }
+  /// The root is its own parent.
+  int parentOf(int joint) const {
+    return std::max(task_.original.joints[static_cast<std::size_t>(joint)].parent, 0);
+  }
+  int topOf(const Offence& offence) const;
   static bool isBefore(const Offence& a, const Offence& b);
   bool isAsked(int frame) const;
 
@@ -68,7 +75,7 @@ class Loosening {
   std::vector<bool> asked_;           // frames that are so near to a constraint of the user that it counts
   std::vector<double> looseness_;
   std::vector<Offence> offences_;
-  std::vector<Offence> loosened_;  // those for which contacts were loosened last, by limb and frame
+  std::vector<Offence> loosened_;  // those for which contacts were loosened last, by joint and frame
   double badness_ = 0.0;
 };
 

@@ -7,7 +7,6 @@
 #include "limber_motion/detail/GivingUp.h"
 #include "limber_motion/detail/HeldJoints.h"
 #include "limber_motion/detail/Memory.h"
-#include "limber_motion/detail/Places.h"
 #include "limber_motion/detail/SecondsNow.h"
 
 namespace limber::motion::detail {
@@ -18,6 +17,7 @@ constexpr double floorFirmness = 100.0;  // pull of the floor, relative to that 
 constexpr double nothing = 5e-6;         // heights: such a miss needs no further step
 constexpr double nearEnough = 0.01;      // heights: the next stage can remove such a miss
 constexpr double nearer = 0.8;           // fraction of a miss that a worthwhile step leaves
+constexpr double goodPart = 0.3;         // fraction of a step: if less of it is taken, the next one is damped
 constexpr double trembles = 0.05;        // seconds: what is faster than this is trembling
 constexpr double slackening = 0.03;      // factor for the pull of a contact per 1 of looseness above 1
 constexpr double mostStilled = 4.0;      // looseness up to which trembling is removed
@@ -127,7 +127,21 @@ void Motion::aimBetween() {
     const Pnt3 still = places.stilled(constraint.joint, constraint.frame, half, floor_.first());
     const Pnt3 place = still + (now - still) * std::clamp(looseness_[i] - mostStilled, 0.0, 1.0);
     aims_[i] += (place * height - constraint.target) * std::min(looseness_[i], 1.0);
+    keepBone(i, places);
     aims_[i].y = std::max(aims_[i].y, std::min(constraint.target.y, floor_.least(constraint.joint)));
+  }
+}
+
+// If the parent of a joint is held in the same frame, moves the joint's aim along the bone between them until
+// the bone has its length. The parent may be less loose. `places` are in heights.
+void Motion::keepBone(std::size_t i, const Places& places) {
+  const Constraint& own = task_.constraints[i];
+  const int parent = task_.original.joints[static_cast<std::size_t>(own.joint)].parent;
+  for (std::size_t k = i; k-- > 0 && task_.constraints[k].frame == own.frame;) {
+    if (task_.constraints[k].joint != parent || givenUp_[k]) continue;
+    const double length = (places.at(own.joint, own.frame) - places.at(parent, own.frame)).length();
+    const Pnt3 bone = aims_[i] - aims_[k];
+    if (bone.length() > 0.0) aims_[i] = aims_[k] + bone * (length * task_.skeleton.height() / bone.length());
   }
 }
 
@@ -226,7 +240,7 @@ double Motion::step(const Stage& stage, const Window& window) {
 // taken.
 std::vector<Window> Motion::unfinished(const Stage& stage, const Window& window, double scale,
                                        const std::vector<double>& missesBefore) {
-  const double damping = scale > 0.0 ? window.damping : window.damping == 0.0 ? 1.0 : 100.0 * window.damping;
+  const double damping = scale > goodPart ? 0.0 : window.damping == 0.0 ? 1.0 : 100.0 * window.damping;
   if (!stage.exact && stepsOfRun_ < stage.leastSteps) return {{window.first, window.end, damping}};
   const auto [first, last] = framesOf(window);
   std::vector<int> low;  // frames in which a foot is too low

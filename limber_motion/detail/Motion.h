@@ -9,6 +9,7 @@
 #include "limber_motion/Edit.h"
 #include "limber_motion/Holds.h"
 #include "limber_motion/detail/Floor.h"
+#include "limber_motion/detail/Places.h"
 #include "limber_motion/detail/Stages.h"
 #include "limber_motion/detail/Task.h"
 #include "limber_motion/detail/TurnBounds.h"
@@ -46,6 +47,7 @@ class Motion {
   void begin(std::size_t s);
   void giveUpWhatStaysFar(const Stage& stage);
   void aimBetween();
+  void keepBone(std::size_t constraint, const Places& places);
   std::vector<Window> windowsOf(std::size_t s, std::vector<Window> windows);
   void restore(const Vector& change, const std::vector<Window>& windows);
   void run(const Stage& stage, std::vector<Window> windows);

@@ -53,6 +53,22 @@ TEST(LooseContacts, ToesThatBendSlowlyAreNotTurnedTooFar) {
   EXPECT_TRUE(quality.largestEdgeJerk <= 3.0) << quality.largestEdgeJerk;
 }
 
+// The recorded angle of the toes jumps in single frames. Held firmly there, they would have to turn by 22
+// degrees. Only their ends follow, in few frames; the foot stands.
+TEST(LooseContacts, AJumpingAngleLoosensOnlyWhatItMoves) {
+  Clip clip = standing(240, 120.0);
+  for (int f = 0; f < clip.frames; ++f) clip.frame(f)[0] = 0.01 * std::sin(0.05 * f);
+  for (const int f : {80, 150}) angle(&clip, f, "RightToe", 'X') = 22.0 * degree;
+  const Clip before = clip;
+  const Report report = planted(&clip);
+  EXPECT_GT(report.looseFrames, 0);
+  EXPECT_LE(report.looseFrames, 40) << textOf(report);
+  EXPECT_TRUE(mentions(report, "RightToe.End is held loosely")) << textOf(report);
+  EXPECT_FALSE(mentions(report, "RightToe is held loosely")) << textOf(report);
+  EXPECT_FALSE(mentions(report, "RightFoot is held loosely")) << textOf(report);
+  EXPECT_TRUE(report.turn <= 20.0 * degree) << report.turn / degree;
+}
+
 // The sum of squares of the third differences of a joint's positions, in the clip's unit.
 double abruptness(const Clip& clip, const std::string& joint) {
   const Skeleton skeleton(clip);
