@@ -11,6 +11,7 @@
 namespace {
 
 constexpr double left = 50.0, width = 500.0;  // of the panels, in points
+constexpr double leastWay = 0.2;              // heights: figures nearer to one another are drawn side by side
 
 const Pnt3& colourOf(Side side) {
   return side == Side::Left ? leftColour : side == Side::Right ? rightColour : dark;
@@ -58,7 +59,11 @@ class Figures {
       include({f, 0.0}, &across, &up);
       widest = std::max(widest, across.size());
     }
-    beside_ = scene.travel() < 1.5;
+    for (std::size_t i = 1; i < frames.size(); ++i) {
+      const double way =
+          scene.at(false, frames[i], scene.root()).x - scene.at(false, frames[i - 1], scene.root()).x;
+      beside_ = beside_ || way < leastWay;
+    }
     double shift = 0.0;
     for (const int f : frames) {
       figures_.push_back({f, beside_ ? shift - scene.at(false, f, scene.root()).x : 0.0});
@@ -112,7 +117,7 @@ class Figures {
 
   void line(const Pnt3& a, const Pnt3& b) { chart_->line(a.x, a.y, b.x, b.y); }
 
-  // Draws the ground, with thick lines where feet stand.
+  // Draws the ground, with thick lines where feet stand, those of the left side above those of the right.
   void drawGround() {
     writer_->strokeRGB(earth);
     writer_->setWidth(0.7);
@@ -123,8 +128,8 @@ class Figures {
         if (!stands(foot, figure.frame)) continue;
         const Pnt3 heel = place(figure, true, foot.heel), tip = place(figure, true, foot.sole.back());
         writer_->strokeRGB(colourOf(scene_.side(foot.ankle)));
-        writer_->setWidth(3.5);
-        const double below = -0.02;
+        writer_->setWidth(2.5);
+        const double below = scene_.side(foot.ankle) == Side::Left ? -0.015 : -0.035;
         chart_->line(heel.x, below, tip.x, below);
       }
     }

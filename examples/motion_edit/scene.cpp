@@ -197,8 +197,7 @@ void Scene::track(const Clip& before, const Clip& after, double ground) {
   along_ = mainDirection(roots);
   Range way;
   for (const Pnt3& p : roots) way.include(dot(p, along_));
-  travel_ = way.size() / height_;
-  if (travel_ < 0.5) {  // a body that stays in place is drawn from the side
+  if (way.size() < 0.5 * height_) {  // a body that stays in place is drawn from the side
     const std::size_t middle = index(before.frames / 2) * clip_.joints.size();
     Pnt3 left;
     for (std::size_t j = 0; j < clip_.joints.size(); ++j) {

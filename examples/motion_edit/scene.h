@@ -29,8 +29,6 @@ class Scene {
   }
   /// The joint that carries the body. Those before it are not drawn.
   int root() const { return root_; }
-  /// How far the root travels.
-  double travel() const { return travel_; }
 
   Side side(int joint) const { return sides_[static_cast<std::size_t>(joint)]; }
   /// An ankle, its heel (an additional joint that only the scene has), and the joints of the sole.
@@ -66,7 +64,6 @@ class Scene {
   double height_;
   int root_, first_;
   Pnt3 origin_, along_, right_;
-  double travel_ = 0.0;
   std::vector<Pnt3> tracks_[2];
   std::vector<Side> sides_;
   std::vector<bool> drawn_;
