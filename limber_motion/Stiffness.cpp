@@ -8,7 +8,7 @@ namespace limber::motion {
 
 namespace {
 
-constexpr double rootStiffness = 4.0, spineStiffness = 2.0, shortStiffness = 5.0;
+constexpr double rootStiffness = 6.0, spineStiffness = 3.0, shortStiffness = 5.0;
 constexpr double shortReach = 0.07;     // heights: joints with a shorter reach are toes and fingers
 constexpr double fixedStiffness = 1e4;  // factor for channels that make a bone longer or move the reference
 constexpr double lever = 0.2;           // heights: the lever arm by which a rotation counts as a movement
@@ -55,7 +55,7 @@ std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,
   if (n > 0) stiffness[static_cast<std::size_t>(skeleton.carrier())] = rootStiffness;
   for (const auto& [name, value] : byName) {
     const int j = clip.find(name);
-    if (j < 0) throw Error("no joint is called '" + name + "'");
+    if (j < 0) throw Error("there is no joint called '" + name + "' whose stiffness could be set");
     if (!(value >= 1e-9 && value <= 1e9))
       throw Error("the stiffness of '" + name + "' must be a number from 1e-9 to 1e9");
     stiffness[static_cast<std::size_t>(j)] = value;

@@ -13,8 +13,8 @@
 
 namespace limber::motion {
 
-/// The stiffness of each joint of a clip: 1 for the limbs, 2 for the spine (the joints that two or more limbs
-/// hang on), 4 for the root (Skeleton::carrier), and 5 for toes and fingers, which must turn far to move
+/// The stiffness of each joint of a clip: 1 for the limbs, 3 for the spine (the joints that two or more limbs
+/// hang on), 6 for the root (Skeleton::carrier), and 5 for toes and fingers, which must turn far to move
 /// their ends a little. `byName` replaces the values of the joints that it names. Throws Error for a name
 /// that the clip does not have and for a value that is not between 1e-9 and 1e9.
 LIMBER_MOTION_API std::vector<double> jointStiffness(const Clip& clip, const Skeleton& skeleton,

@@ -86,4 +86,39 @@ TEST(Stiffness, ARaisedHandLeavesTheFeetAlone) {
   EXPECT_LT(most, 0.06 * skeleton.height()) << most / skeleton.height();
 }
 
+// The hand reaches forward, up and a little outward.
+TEST(Stiffness, AReachTurnsTheArmMoreThanTheSpineAndThatMoreThanTheRoot) {
+  const Clip before = walk();
+  Clip after = before;
+  const Skeleton skeleton(before);
+  const double height = skeleton.height();
+  Edit edit(after);
+  edit.reach(60, "LeftHand",
+             skeleton.position(before.find("LeftHand"), before.frame(60)) + Pnt3(0.05, 0.25, 0.2) * height);
+  const Report report = edit.solve();
+  ASSERT_TRUE(report.met) << textOf(report);
+  EXPECT_GT(turned(before, after, "LeftArm"), 2.0 * turned(before, after, "Chest"));
+  EXPECT_GT(turned(before, after, "Chest"), 2.0 * turned(before, after, "Hips"));
+  const struct {
+    const char* joint;
+    double most;  // heights
+  } others[] = {
+      {"Hips", 0.03}, {"Head", 0.04}, {"RightHand", 0.075}, {"LeftFoot", 0.025}, {"RightFoot", 0.025}};
+  for (const auto& other : others) {
+    const int j = before.find(other.joint);
+    double moved = 0.0;
+    for (int f = 0; f < before.frames; ++f)
+      moved = std::max(
+          moved, (skeleton.position(j, after.frame(f)) - skeleton.position(j, before.frame(f))).length());
+    EXPECT_LT(moved, other.most * height) << other.joint << " " << moved / height;
+  }
+}
+
+TEST(Stiffness, OfAJointThatTheClipDoesNotHaveIsRefusedBeforeTheEdit) {
+  Clip clip = walk();
+  EditOptions options;
+  options.stiffness["Tail"] = 1.0;
+  EXPECT_THROW(Edit(clip, options), Error);
+}
+
 }  // namespace
