@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "limber_motion/Error.h"
-#include "limber_motion/Skeleton.h"
+#include "limber_motion/Stiffness.h"
 #include "limber_motion/Upright.h"
 #include "limber_motion/detail/CheckClip.h"
 #include "limber_motion/detail/EditRun.h"
@@ -47,11 +47,11 @@ void checkPlace(const Clip& clip, int frame, int joint) {
 
 }  // namespace
 
-Edit::Edit(Clip& clip, EditOptions options) : clip_(clip), options_(std::move(options)) {
+Edit::Edit(Clip& clip, EditOptions options) : clip_(clip), options_(std::move(options)), skeleton_(clip) {
   check(options_);
   if (clip.frames < 1) throw Error("the clip has no frames");
-  if (!(Skeleton(clip).height() > 0.0))
-    throw Error("the skeleton has no extent: all its bones have length zero");
+  if (!(skeleton_.height() > 0.0)) throw Error("the skeleton has no extent: all its bones have length zero");
+  jointStiffness(clip, skeleton_, options_.stiffness);  // throws Error if one is not usable
 }
 
 void Edit::plant(const Contacts& contacts) {
@@ -83,7 +83,7 @@ void Edit::hold(int first, int last, int joint, int easeIn, int easeOut) {
   if (last < first)
     throw Error(nameOf(clip_, joint) + " is to be held from frame " + std::to_string(first + 1) +
                 " to the earlier frame " + std::to_string(last + 1));
-  const Pnt3 place = Skeleton(clip_).position(joint, clip_.frame(first));
+  const Pnt3 place = skeleton_.position(joint, clip_.frame(first));
   const std::vector<double> weights = easedWeights(last - first + 1, easeIn, easeOut);
   for (int f = first; f <= last; ++f) reach(f, joint, place, weights[static_cast<std::size_t>(f - first)]);
 }
@@ -150,7 +150,7 @@ Report Edit::solveUpright(std::vector<Constraint> constraints, const std::vector
 
 Report Edit::nothingToDo() const {
   Report report;
-  report.height = Skeleton(clip_).height();
+  report.height = skeleton_.height();
   report.goal = options_.goal;
   report.impossible = true;
   report.reasons.push_back(planted_ && !feet_.note.empty() ? feet_.note : "nothing is to be held");

@@ -44,8 +44,9 @@ struct EditOptions {
 ///     Report report = edit.solve();
 class LIMBER_MOTION_API Edit {
  public:
-  /// The clip must outlive the edit; solve() changes it. Throws Error if an option is not usable, if the clip
-  /// is not consistent (struct Clip) or has no frames, or if the skeleton has no extent.
+  /// The clip must outlive the edit and keep its joints; solve() changes its frames. Throws Error if an
+  /// option is not usable, if the clip is not consistent (struct Clip) or has no frames, or if the skeleton
+  /// has no extent.
   explicit Edit(Clip& clip, EditOptions options = EditOptions());
 
   /// Holds each contact's joint at its place in its frames, and no other contacts from an earlier call.
@@ -89,6 +90,7 @@ class LIMBER_MOTION_API Edit {
 
   Clip& clip_;
   EditOptions options_;
+  Skeleton skeleton_;
   Contacts feet_;                        // the feet and the ground
   std::vector<Constraint> plants_;       // from contacts, with weight 1
   std::vector<Constraint> constraints_;  // from reach, hold and add

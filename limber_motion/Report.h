@@ -49,7 +49,8 @@ struct Report {
   int turnFrame = 0;                             ///< from 1
   double edgeJerk = 0.0, largestEdgeJerk = 0.0;  ///< at the ends of the contacts: ratio of after to before
   double bodyJerk = 0.0;                         ///< of the whole body: ratio of after to before
-  double belowBefore = 0.0, belowAfter = 0.0;    ///< how far the feet go below the ground
+  double belowBefore = 0.0, belowAfter = 0.0;    ///< how far the feet go below the ground, from
+                                                 ///< Contacts::first on
   int framesChanged = 0;
 
   std::vector<EditStep> steps;  ///< those that led to the result, of all attempts

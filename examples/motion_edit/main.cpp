@@ -49,13 +49,13 @@ void complain(const std::string& sentence) {
   std::fprintf(stderr, "%s: %s\n", programName().c_str(), sentence.c_str());
 }
 
-// The files that the options ask for.
+// The files that the options ask for. A list of plants needs none that is not named.
 std::vector<std::string> outputsOf(const Options& options) {
   std::vector<std::string> outputs;
   if (!options.plantScript.empty()) outputs.push_back(options.plantScript);
-  if (options.listPlants) return outputs;
-  outputs.push_back(options.output + ".bvh");
   if (!options.report.empty()) outputs.push_back(options.report);
+  if (options.listPlants && !options.outputGiven) return outputs;
+  outputs.push_back(options.output + ".bvh");
   if (options.preconditioners) outputs.push_back(options.output + "-preconditioners.ai");
   if (!options.pictures) return outputs;
   for (const char* end : {".ai", "-speed.ai", "-convergence.ai"}) outputs.push_back(options.output + end);
@@ -151,6 +151,11 @@ int run(const Options& options) {
   const double height = Skeleton(clip).height();
   describe(options, clip, height);
   const Contacts found = findContacts(clip);
+  const Requests requests = requestsOf(options, clip, found);
+  Progress progress;
+  EditOptions how = options.edit;
+  how.observer = [&](const EditStep& step) { return progress.goesOn(step); };
+  Edit edit(clip, how);
   Outputs outputs;
   if (!options.plantScript.empty()) outputs.add(options.plantScript, scriptOf(found, clip));
   if (options.listPlants) {
@@ -160,15 +165,10 @@ int run(const Options& options) {
     return found.list.empty() ? BadInput : Met;
   }
 
-  const Requests requests = requestsOf(options, clip, found);
   if (requests.planted || !options.plantScript.empty()) printNote(found);
   const std::vector<Constraint> all = requests.all();
   std::printf("%zu contacts of %zu joints, %zu targets in %zu frames of joints\n",
               requests.plants.list.size(), found.feet.size(), requests.targets.size(), all.size());
-  Progress progress;
-  EditOptions how = options.edit;
-  how.observer = [&](const EditStep& step) { return progress.goesOn(step); };
-  Edit edit(clip, how);
   edit.plant(requests.plants);
   edit.add(requests.targets);
   const Report report = edit.solve();

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 
 #include "input_error.h"
 #include "limber/Api.h"
@@ -24,13 +25,13 @@ says so.
 
   -o OUTPUT            stem of the files written (edited); never the clip itself
   -p PATH              search path of the clip and the script, elements separated by ';' or ':'
-  --list-plants        lists where the feet stand, and edits nothing
+  --list-plants        lists where the feet stand, and edits nothing; the other arguments are only checked
   --write-constraints FILE  also writes where the feet stand as a script, to be changed and used
   --up AXIS            the axis that points up: x, y, z, -x, -y, -z or auto (auto: found from the motion)
   --smooth SECONDS     time constant of the change: larger is smoother and reaches further (0.16)
   --knots SECONDS      between the knots of coarse curves (0: one unknown per frame)
-  --stiff NAME=VALUE   how much a joint resists being turned (5 toes and fingers, 4 root, 2 spine, 1
-                       limbs); may be given for several joints
+  --stiff NAME=VALUE   how much a joint resists being turned (6 root, 5 toes and fingers, 3 spine, 1 limbs);
+                       may be given for several joints
   --most-turn DEGREES  no joint angle is changed by more (60)
   --ground             keeps the feet above the ground
   --goal X             largest miss, in body heights (1e-4)
@@ -82,9 +83,9 @@ class ArgumentReader {
     } else if (word == "-o") {
       options_.output = value(word);
       if (options_.output.empty() || options_.output.back() == '/') {
-        throw InputError(programName() + ": -o needs the stem of file names, found " +
-                         quoted(options_.output.c_str()));
+        refuse(word, "the stem of file names", options_.output);
       }
+      options_.outputGiven = true;
     } else if (word == "-p") {
       options_.searchPath = value(word);
     } else if (word == "--up") {
@@ -102,17 +103,17 @@ class ArgumentReader {
     } else if (word == "--ground") {
       options_.edit.ground = true;
     } else if (word == "--smooth") {
-      options_.edit.smooth = positive(word);
+      options_.edit.smooth = positive(word, 1e6, "a number above 0 and at most 1e6");
     } else if (word == "--knots") {
-      options_.edit.knots = number(word, 0.0);
+      options_.edit.knots = notNegative(word);
     } else if (word == "--most-turn") {
       options_.edit.mostTurn = positive(word) * radians;
     } else if (word == "--goal") {
       options_.edit.goal = positive(word);
     } else if (word == "--steps") {
-      options_.edit.mostSteps = whole(word, 1);
+      options_.edit.mostSteps = whole(word);
     } else if (word == "--figures") {
-      options_.figures = whole(word, 1);
+      options_.figures = whole(word);
     } else if (word == "--stiff") {
       readStiffness(value(word));
     } else if (word.size() > 1 && word[0] == '-') {
@@ -131,9 +132,8 @@ class ArgumentReader {
     const std::size_t equals = word.rfind('=');
     double stiffness;
     if (equals == std::string::npos || equals == 0 || !parseReal(word.c_str() + equals + 1, &stiffness) ||
-        !(stiffness > 0.0)) {
-      throw InputError(programName() + ": --stiff needs a joint and a number above 0 as in Hips=4, found " +
-                       quoted(word.c_str()));
+        !(stiffness >= 1e-9 && stiffness <= 1e9)) {
+      refuse("--stiff", "a joint and a number from 1e-9 to 1e9 as in Hips=4", word);
     }
     options_.edit.stiffness[word.substr(0, equals)] = stiffness;
   }
@@ -144,10 +144,7 @@ class ArgumentReader {
     for (const Up up : {Up::X, Up::Y, Up::Z, Up::MinusX, Up::MinusY, Up::MinusZ}) {
       if (word == nameOf(up)) options_.up = up;
     }
-    if (!options_.up) {
-      throw InputError(programName() + ": --up needs x, y, z, -x, -y, -z or auto, found " +
-                       quoted(word.c_str()));
-    }
+    if (!options_.up) refuse("--up", "x, y, z, -x, -y, -z or auto", word);
   }
 
   std::string value(const std::string& option) {
@@ -155,34 +152,31 @@ class ArgumentReader {
     return arguments_[at_];
   }
 
-  int whole(const std::string& option, int least) {
+  int whole(const std::string& option) {
     const std::string word = value(option);
     int number;
-    if (!parseInt(word.c_str(), &number) || number < least) {
-      throw InputError(programName() + ": " + option + " needs a whole number from " + std::to_string(least) +
-                       ", found " + quoted(word.c_str()));
-    }
+    if (!parseInt(word.c_str(), &number) || number < 1 || number > 1000)
+      refuse(option, "a whole number from 1 to 1000", word);
     return number;
   }
 
-  double number(const std::string& option, double least) {
+  double notNegative(const std::string& option) {
     const std::string word = value(option);
     double number;
-    if (!parseReal(word.c_str(), &number) || number < least) {
-      throw InputError(programName() + ": " + option + " needs a number from 0, found " +
-                       quoted(word.c_str()));
-    }
+    if (!parseReal(word.c_str(), &number) || number < 0.0) refuse(option, "a number from 0", word);
     return number;
   }
 
-  double positive(const std::string& option) {
+  double positive(const std::string& option, double most = std::numeric_limits<double>::infinity(),
+                  const char* range = "a number above 0") {
     const std::string word = value(option);
     double number;
-    if (!parseReal(word.c_str(), &number) || !(number > 0.0)) {
-      throw InputError(programName() + ": " + option + " needs a number above 0, found " +
-                       quoted(word.c_str()));
-    }
+    if (!parseReal(word.c_str(), &number) || !(number > 0.0 && number <= most)) refuse(option, range, word);
     return number;
+  }
+
+  [[noreturn]] static void refuse(const std::string& option, const char* needs, const std::string& found) {
+    throw InputError(programName() + ": " + option + " needs " + needs + ", found " + quoted(found.c_str()));
   }
 
   int count_;

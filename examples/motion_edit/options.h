@@ -11,9 +11,10 @@ struct Options {
   std::string script;  ///< if empty, the feet are held where they stand
   std::optional<std::string> searchPath;
   std::string output = "edited";  ///< stem of the files written: .bvh, .ai, -speed.ai and -convergence.ai
-  std::string plantScript;        ///< the file for the contacts as a script; if empty, none is written
-  std::string report;             ///< the file for the report as JSON; if empty, none is written
-  bool listPlants = false;        ///< list the contacts and edit nothing
+  bool outputGiven = false;
+  std::string plantScript;  ///< the file for the contacts as a script; if empty, none is written
+  std::string report;       ///< the file for the report as JSON; if empty, none is written
+  bool listPlants = false;  ///< list the contacts and edit nothing
   bool pictures = true;
   bool preconditioners = false;  ///< compare preconditioners and write OUTPUT-preconditioners.ai
   int figures = 7;

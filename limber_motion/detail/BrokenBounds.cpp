@@ -51,19 +51,6 @@ double jerkOf(const Places& places, double frameTime) {
 
 }  // namespace
 
-Deepest deepest(const Clip& clip, const Skeleton& skeleton, const std::vector<int>& feet, double ground) {
-  Deepest found;
-  Pose pose;
-  for (int f = 0; f < clip.frames; ++f) {
-    skeleton.pose(clip.frame(f), &pose);
-    for (const int j : feet) {
-      const double depth = (ground - pose.position[static_cast<std::size_t>(j)].y) / skeleton.height();
-      if (depth > found.depth) found = {depth, j, f};
-    }
-  }
-  return found;
-}
-
 std::vector<std::string> whoSinks(const Clip& clip, double before, double target, const Deepest& after) {
   if (after.depth <= std::max(before, target) + deeper) return {};
   return {moment(clip, after.joint, after.frame) + " is " + significant(after.depth, 3) +

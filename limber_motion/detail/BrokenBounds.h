@@ -6,15 +6,9 @@
 #include "limber_motion/Clip.h"
 #include "limber_motion/Report.h"
 #include "limber_motion/Skeleton.h"
+#include "limber_motion/detail/Floor.h"
 
 namespace limber::motion::detail {
-
-/// The place at which a foot is deepest.
-struct Deepest {
-  double depth = 0.0;  ///< below the ground, in heights; 0 if no foot is below the ground
-  int joint = -1, frame = -1;
-};
-Deepest deepest(const Clip& clip, const Skeleton& skeleton, const std::vector<int>& feet, double ground);
 
 /// A sentence if the feet are deeper than before, deeper than their targets, and deeper than the ground.
 /// `target` is the depth of the deepest target.

@@ -116,7 +116,8 @@ void EditRun::take(const Clip& edited, const std::vector<EditStep>& steps) {
   wrapAngles(&wrapped, original_);
   report_.turn = 0.0;
   report_.framesChanged = 0;
-  for (int f = 0; f < clip_.frames; ++f) {
+  // A pose in front of the motion stays as it is, unless it is constrained.
+  for (int f = std::min(feet_.first, constraints_.front().frame); f < clip_.frames; ++f) {
     bool changed = false;
     for (int c = 0; c < clip_.channels; ++c) {
       const double by = std::fabs(edited.frame(f)[c] - continuous_.frame(f)[c]);
@@ -170,21 +171,25 @@ void EditRun::measure() {
   report_.edgeJerk = quality.edgeJerk;
   report_.largestEdgeJerk = quality.largestEdgeJerk;
   report_.bodyJerk = quality.bodyJerk;
-  report_.belowBefore = deepest(original_, skeleton_, floor_.feet(), feet_.ground).depth;
-  report_.belowAfter = deepest(clip_, skeleton_, floor_.feet(), feet_.ground).depth;
+}
+
+// Measures how deep the feet go. Returns a sentence if one goes deeper than before and than its targets.
+std::vector<std::string> EditRun::measureDepth() {
+  double target = 0.0;
+  for (const Constraint& constraint : constraints_)
+    target = std::max(target, (feet_.ground - constraint.target.y) / report_.height);
+  const Deepest after = floor_.deepest(clip_);
+  report_.belowBefore = floor_.deepest(original_).depth;
+  report_.belowAfter = after.depth;
+  return whoSinks(clip_, report_.belowBefore, target, after);
 }
 
 // Constraints of the user may ask for more than the bounds of an edit that only holds contacts.
 void EditRun::noteBrokenBounds() {
-  double target = 0.0;  // depth
-  bool user = false;
-  for (std::size_t i = 0; i < constraints_.size(); ++i) {
-    target = std::max(target, (feet_.ground - constraints_[i].target.y) / report_.height);
-    user = user || rank_[i] > 0;
-  }
-  std::vector<std::string> broken =
-      whoSinks(clip_, report_.belowBefore, target, deepest(clip_, skeleton_, floor_.feet(), feet_.ground));
-  if (!user) {
+  std::vector<std::string> broken = measureDepth();
+  if (std::all_of(rank_.begin(), rank_.end(), [](int rank) { return rank == 0; })) {
+    if (report_.heldFrames > 0 && report_.looseFrames == report_.heldFrames)
+      broken.push_back(whyNothingIsHeld(options_.knots));
     for (const std::string& bound : brokenBounds(original_, clip_, skeleton_, feet_.first, report_))
       broken.push_back(bound);
   }

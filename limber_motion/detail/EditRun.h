@@ -43,6 +43,7 @@ class EditRun {
   std::vector<double> misses() const;
   void noteMisses();
   void measure();
+  std::vector<std::string> measureDepth();
   void explain();
   void noteBrokenBounds();
   void noteGimbalLock();

@@ -33,6 +33,7 @@ std::vector<int> lowJoints(const Clip& original, const std::vector<int>& feet) {
 Floor::Floor(const Clip& original, const Skeleton& skeleton, const Contacts& feet, bool strict)
     : skeleton_(skeleton),
       first_(feet.first),
+      ground_(feet.ground),
       feet_(lowJoints(original, feet.feet)),
       least_(feet_.size(), feet.ground) {
   Pose pose;
@@ -50,6 +51,19 @@ double Floor::least(int joint) const {
   const auto foot = std::find(feet_.begin(), feet_.end(), joint);
   return foot == feet_.end() ? -std::numeric_limits<double>::infinity()
                              : least_[static_cast<std::size_t>(foot - feet_.begin())];
+}
+
+Deepest Floor::deepest(const Clip& clip) const {
+  Deepest found;
+  Pose pose;
+  for (int f = first_; f < clip.frames; ++f) {
+    skeleton_.pose(clip.frame(f), &pose);
+    for (const int j : feet_) {
+      const double depth = (ground_ - pose.position[static_cast<std::size_t>(j)].y) / skeleton_.height();
+      if (depth > found.depth) found = {depth, j, f};
+    }
+  }
+  return found;
 }
 
 std::vector<int> Floor::watch(const Clip& clip, int first, int end, const std::vector<Hold>& holds) {

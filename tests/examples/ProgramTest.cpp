@@ -133,6 +133,27 @@ TEST_F(MotionEditProgram, ListsWhereTheFeetStandAndEditsNothing) {
   EXPECT_TRUE(files().empty());
 }
 
+TEST_F(MotionEditProgram, ChecksWhatIsNamedBesideAListOfPlants) {
+  const std::string walk = data + "/walk.bvh";
+  directory.write("bad.txt", "1 Tail 1 2 3\n");
+  const struct {
+    std::vector<std::string> arguments;
+    const char* message;
+  } cases[] = {{{walk, "none.txt"}, "none.txt: cannot be opened"},
+               {{walk, "bad.txt"}, "bad.txt:1: the clip has no joint called 'Tail'"},
+               {{walk, "--report", "no/r.json"}, "no/r.json: cannot be written: "},
+               {{walk, "-o", "no/out"}, "no/out.bvh: cannot be written: "},
+               {{walk, "--stiff", "Tail=2"}, "there is no joint called 'Tail'"}};
+  for (const auto& one : cases) {
+    std::vector<std::string> arguments = one.arguments;
+    arguments.push_back("--list-plants");
+    const ProgramRun result = run(arguments);
+    EXPECT_EQ(result.status, 1) << one.message;
+    EXPECT_TRUE(says(result.err, one.message)) << result.err;
+  }
+  EXPECT_EQ(files(), std::set<std::string>{"bad.txt"});
+}
+
 TEST_F(MotionEditProgram, WritesWhereTheFeetStandAsAScriptThatDoesTheSame) {
   ASSERT_EQ(
       run({"--no-pictures", "--write-constraints", "plants.txt", "-o", "found", data + "/walk.bvh"}).status,
@@ -250,11 +271,20 @@ TEST_F(MotionEditProgram, RefusesWhatItCannotUse) {
   expectRefused({"--fast", "small.bvh"}, "limber-motion-edit: unknown option '--fast'; --help shows all");
   expectRefused({"small.bvh", "-o"}, "limber-motion-edit: -o needs a value");
   expectRefused({"--knots", "-1"}, "limber-motion-edit: --knots needs a number from 0, found '-1'");
-  expectRefused({"--steps", "0"}, "limber-motion-edit: --steps needs a whole number from 1, found '0'");
-  expectRefused({"--stiff", "Hips"},
-                "limber-motion-edit: --stiff needs a joint and a number above 0 as in Hips=4, found 'Hips'");
+  expectRefused({"--steps", "0"},
+                "limber-motion-edit: --steps needs a whole number from 1 to 1000, found '0'");
+  expectRefused({"--steps", "1001"},
+                "limber-motion-edit: --steps needs a whole number from 1 to 1000, found '1001'");
+  expectRefused(
+      {"--stiff", "Hips"},
+      "limber-motion-edit: --stiff needs a joint and a number from 1e-9 to 1e9 as in Hips=4, found 'Hips'");
+  expectRefused({"--stiff", "Root=3", "small.bvh"},
+                "there is no joint called 'Root' whose stiffness could be set");
   expectRefused({"--goal", "nan"}, "limber-motion-edit: --goal needs a number above 0, found 'nan'");
-  expectRefused({"--smooth", "-1"}, "limber-motion-edit: --smooth needs a number above 0, found '-1'");
+  expectRefused({"--smooth", "-1"},
+                "limber-motion-edit: --smooth needs a number above 0 and at most 1e6, found '-1'");
+  expectRefused({"--smooth", "1e300"},
+                "limber-motion-edit: --smooth needs a number above 0 and at most 1e6, found '1e300'");
 }
 
 TEST_F(MotionEditProgram, EndsWithOneForWhatNobodyCanMeetAndWithTwoForWhatItDidNotReach) {

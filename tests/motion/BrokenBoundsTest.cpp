@@ -86,3 +86,50 @@ TEST(BrokenBounds, AFootThatSinksIsNamed) {
   EXPECT_TRUE(names(report.reasons, "heights below the ground; no foot was deeper than 0 before"))
       << textOf(report);
 }
+
+// A body that sinks to its bent knees while one foot is held. The other one is no contact and is not among
+// the feet that the edit is given, but it stands in the clip.
+TEST(BrokenBounds, AFootThatIsNoContactStaysAboveTheGroundToo) {
+  Clip clip = swaying();
+  for (int f = 0; f < clip.frames; ++f) {
+    for (const std::string side : {"Left", "Right"}) {
+      angle(&clip, f, side + "UpLeg", 'X') = -20.0 * degree;
+      angle(&clip, f, side + "Leg", 'X') = 40.0 * degree;
+      angle(&clip, f, side + "Foot", 'X') = -20.0 * degree;
+    }
+  }
+  const Skeleton skeleton(clip);
+  Contacts contacts = findContacts(clip);
+  const auto isRight = [&](int joint) {
+    return clip.joints[static_cast<std::size_t>(joint)].name.find("Right") == 0;
+  };
+  contacts.list.erase(std::remove_if(contacts.list.begin(), contacts.list.end(),
+                                     [&](const Contact& contact) { return isRight(contact.joint); }),
+                      contacts.list.end());
+  contacts.feet.erase(std::remove_if(contacts.feet.begin(), contacts.feet.end(), isRight),
+                      contacts.feet.end());
+  ASSERT_FALSE(contacts.list.empty());
+  const Clip before = clip;
+  Edit edit(clip);
+  edit.plant(contacts);
+  edit.reach(30, "Hips", skeleton.position(0, clip.frame(30)) - Pnt3(0, 0.05, 0));
+  const Report report = edit.solve();
+  EXPECT_TRUE(report.met) << textOf(report);
+  const int toe = clip.find("RightToe");
+  EXPECT_GT(skeleton.position(toe, clip.frame(30)).y, skeleton.position(toe, before.frame(30)).y - 5e-4);
+}
+
+// Less than a hundredth of a degree is not enough to still the feet.
+TEST(BrokenBounds, AnEditThatHoldsNothingFirmlyIsNotMet) {
+  Clip clip = readClip(sourceFile("examples/data/walk.bvh"));
+  EditOptions options;
+  options.mostTurn = 0.01 * degree;
+  options.knots = 0.2;
+  Edit edit(clip, options);
+  edit.plant(findContacts(clip));
+  const Report report = edit.solve();
+  ASSERT_EQ(report.looseFrames, report.heldFrames);
+  EXPECT_FALSE(report.met) << textOf(report);
+  EXPECT_TRUE(names(report.reasons, "no contact could be held firmly")) << textOf(report);
+  EXPECT_TRUE(names(report.reasons, "knots every 0.2 seconds")) << textOf(report);
+}

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "limber_motion/motion.h"
 #include "tests/support/CommaLocale.h"
+#include "tests/support/TemporaryFile.h"
 
 namespace {
 
@@ -53,6 +56,53 @@ TEST(Report, TextNamesTheJointsAndFramesOfTheWorstPlaces) {
   EXPECT_TRUE(
       contains(text, "largest miss    0.02 heights (0.2 in the clip's unit), before 0, LeftToe in frame 7\n"))
       << text;
+}
+
+// Each figure is computed here from the two clips and the contacts alone.
+TEST(Report, AgreesWithTheEditedClip) {
+  Clip clip = readClip(sourceFile("examples/data/walk.bvh"));
+  const Clip before = clip;
+  const Contacts contacts = findContacts(clip);
+  Edit edit(clip);
+  edit.plant(contacts);
+  const Report report = edit.solve();
+  ASSERT_EQ(report.looseFrames, 0);
+  const Skeleton skeleton(before);
+  const double height = skeleton.height();
+  const auto slide = [&](const Clip& in, const Contact& contact, int f) {
+    const Pnt3 way =
+        skeleton.position(contact.joint, in.frame(f + 1)) - skeleton.position(contact.joint, in.frame(f));
+    return std::hypot(way.x, way.z) / height / before.frameTime;
+  };
+  double miss = 0.0, skateBefore = 0.0, skateAfter = 0.0, fastest = 0.0, turn = 0.0;
+  int held = 0, slides = 0, changed = 0;
+  for (const Contact& contact : contacts.list) {
+    for (int f = contact.first; f <= contact.last; ++f) {
+      ++held;
+      miss =
+          std::max(miss, (skeleton.position(contact.joint, clip.frame(f)) - contact.place).length() / height);
+      if (f == contact.last) continue;
+      ++slides;
+      skateBefore += slide(before, contact, f);
+      skateAfter += slide(clip, contact, f);
+      fastest = std::max(fastest, slide(clip, contact, f));
+    }
+  }
+  for (int f = 0; f < clip.frames; ++f) {
+    changed += !std::equal(clip.frame(f), clip.frame(f) + clip.channels, before.frame(f));
+    for (int c = 0; c < clip.channels; ++c) {
+      if (skeleton.isRotation(c))
+        turn = std::max(
+            turn, std::fabs(std::remainder(clip.frame(f)[c] - before.frame(f)[c], 2.0 * std::acos(-1.0))));
+    }
+  }
+  EXPECT_EQ(report.heldFrames, held);
+  EXPECT_EQ(report.framesChanged, changed);
+  EXPECT_NEAR(report.missAfter, miss, 1e-9);
+  EXPECT_NEAR(report.skateBefore, skateBefore / slides, 1e-9);
+  EXPECT_NEAR(report.skateAfter, skateAfter / slides, 1e-9);
+  EXPECT_NEAR(report.fastestAfter, fastest, 1e-9);
+  EXPECT_NEAR(report.turn, turn, 1e-9);
 }
 
 }  // namespace
