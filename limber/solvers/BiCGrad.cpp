@@ -29,7 +29,7 @@ double percent(double updated, double computed) { return (computed - updated) * 
 constexpr int longSolve = 1000;
 constexpr int longSolveLines = 50;
 
-struct PassVectors {
+struct BiCGVectors {
   Vector *x, *b;
   Vector *r, *rr;  // residual and shadow residual
   Vector *p, *pp;  // direction and shadow direction
@@ -37,7 +37,7 @@ struct PassVectors {
 };
 
 // One pass, and the numbers that one step passes to the next.
-struct Pass : PassVectors {
+struct Pass : BiCGVectors {
   const SolveMatrix& A;
   SolveWatch& watch;
   bool shadowIsResidual;
@@ -306,7 +306,7 @@ CGIStatus biCGrad(SpMat* A, Vector* x, Vector* b, double& rsq, int& iterations, 
   const int width = matrix.width();
   warnOfShortVectors("OldCGrad", "biCGrad", x->count, width, b->count, height);
   const int maxIters = cgIterationLimit(std::max(height, width));
-  const PassVectors vectors{x, b, &work.r, &work.rr, &work.p, &work.pp, &work.q, &work.scratch, &work.best};
+  const BiCGVectors vectors{x, b, &work.r, &work.rr, &work.p, &work.pp, &work.q, &work.scratch, &work.best};
   iterations = 0;
   CGIStatus status = CGI_TOO_MANY_RESTARTS;
   for (int restart = 0; restart < cg_maxRestarts; ++restart) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstddef>
 
 #include "limber/foundation/Report.h"
 #include "limber/foundation/detail/CreatedOnFirstUse.h"
