@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "limber/foundation/Output.h"
 #include "tests/support/CapturedOutput.h"
 
 namespace {

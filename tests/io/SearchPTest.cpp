@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/TemporaryFile.h"

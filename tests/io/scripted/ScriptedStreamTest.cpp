@@ -3,7 +3,6 @@
 #include <zlib.h>
 
 #include <cstring>
-#include <string>
 #include <vector>
 
 #include "limber/io/Reader.h"
