@@ -75,21 +75,14 @@ TEST(SolveEffort, MatricesThatAreSeenNotToBePositiveDefinite) {
   }
 }
 
-// A full block graded over 2^-27 ... 2^27 on rows and columns, which no method solves to 1e-10, and a chain
-// of differences, in which LSMR needs an iteration for each unknown.
+// A graded block that no method solves to 1e-10, and a chain of differences, in which LSMR needs an iteration
+// for each unknown.
 TEST(SolveEffort, OfTheLastAttemptAtLeastSquaresMayBeAnIterationForEachOfThousandsOfUnknowns) {
   constexpr int block = 8, chain = 5200, n = block + chain;
   Random random(4);
-  const auto power = [&random] { return static_cast<int>(27.0 * random.value()); };
   Entries A(n, n);
   Vector b(n), x;
-  int columns[block];
-  for (int& column : columns) column = power();
-  for (int i = 0; i < block; ++i) {
-    const int row = power();
-    for (int j = 0; j < block; ++j) A.add(i, j, std::ldexp(random.value(), row + columns[j]));
-    b[i] = random.value();
-  }
+  fillGraded(block, &random, &A, &b);
   for (int i = block; i < n; ++i) {
     if (i > block) A.add(i, i - 1, -0x1p27);
     A.add(i, i, 0x1p27);

@@ -105,6 +105,21 @@ class Random {
   std::mt19937 engine_;
 };
 
+/// Fills the first n rows and columns of A with random entries graded over 2^-27 ... 2^27 by rows and by
+/// columns, and the first n elements of b with random numbers.
+inline void fillGraded(int n, Random* random, Entries* A, Vector* b) {
+  const auto power = [random] { return static_cast<int>(27.0 * random->value()); };
+  std::vector<int> columns(static_cast<std::size_t>(n));
+  for (int& column : columns) column = power();
+  for (int i = 0; i < n; ++i) {
+    const int row = power();
+    for (int j = 0; j < n; ++j) {
+      A->add(i, j, std::ldexp(random->value(), row + columns[static_cast<std::size_t>(j)]));
+    }
+    (*b)[i] = random->value();
+  }
+}
+
 /// The five-point operator -u_xx - u_yy + convection u_x - shift on a k x k grid.
 inline Entries grid(int k, double convection, double shift) {
   Entries A(k * k, k * k);

@@ -239,20 +239,23 @@ bool conditionedLsmr(LinearSystem& system, const Allowance& allowance, int itera
     system.measurePrecisely();
     const Iterate begin = system;
     attempt(scaled, units, 2.2e-16 * std::sqrt(std::max(system.width, 10) * 1.0));
-    const auto again = [&](const SparseRows& rows, const Units& itsUnits, double tiny) {
+    const auto again = [&](const SparseRows& rows, const Units& itsUnits, double tiny, bool fromStart) {
       if (system.ended() || system.goal == 0.0) return;
       const Iterate best = system;
       system.iterate() = begin;
+      if (fromStart) system.goBack();
       attempt(rows, itsUnits, tiny);
       system.keepBetter(best);
     };
     // without nearly dependent columns, then also without short ones, or without those that rounding in a
     // long elimination has made look independent
-    again(scaled, units, 1e-11);
+    again(scaled, units, 1e-11, false);
     if (system.leastSquares()) {
-      again(system.rows, Units(), 4.4e-15 * (1.0 * system.height + system.width));
+      const double rounding = 4.4e-15 * (1.0 * system.height + system.width);
+      // earlier methods may have made x so large that its rounding is too large
+      for (const bool fromStart : {false, true}) again(system.rows, Units(), rounding, fromStart);
     } else {
-      again(scaled, units, 1e-8);
+      again(scaled, units, 1e-8, false);
     }
     return *outcome != Outcome::overflow;
   } catch (const std::bad_alloc&) {
