@@ -16,7 +16,7 @@ namespace {
 constexpr double floorFirmness = 100.0;  // pull of the floor, relative to that of the targets
 constexpr double nothing = 5e-6;         // heights: such a miss needs no further step
 constexpr double nearEnough = 0.01;      // heights: the next stage can remove such a miss
-constexpr double nearer = 0.8;           // fraction of a miss that a worthwhile step leaves
+constexpr double nearer = 0.95;          // fraction of a miss that a worthwhile step leaves at most
 constexpr double goodPart = 0.3;         // fraction of a step: if less of it is taken, the next one is damped
 constexpr double trembles = 0.05;        // seconds: what is faster than this is trembling
 constexpr double slackening = 0.03;      // factor for the pull of a contact per 1 of looseness above 1

@@ -126,6 +126,23 @@ TEST(Variants, AReachIsNotLostInAStepThatTurnsTooFar) {
   EXPECT_LE(report.turn, 0.25);
 }
 
+// The second step of this reach from a hanging arm gains little, and the next ones gain much.
+TEST(Variants, AReachIsNotGivenUpAfterAStepThatGainsLittle) {
+  LIMBER_NEEDS_DATA(path, "walk01.bvh");
+  Clip clip = readClip(path);
+  const Skeleton skeleton(clip);
+  const int hand = clip.find("LeftHand"), frame = clip.frames / 2;
+  const Pnt3 aside = skeleton.position(clip.find("LeftUpLeg"), clip.frame(frame)) -
+                     skeleton.position(clip.find("RightUpLeg"), clip.frame(frame));
+  const Pnt3 left = Pnt3(aside.x, 0, aside.z) * (1.0 / std::hypot(aside.x, aside.z)), up(0, 1, 0);
+  Edit edit(clip);
+  edit.reach(frame, hand,
+             skeleton.position(hand, clip.frame(frame)) +
+                 (left * 0.05 + up * 0.25 + left * up * 0.2) * skeleton.height());
+  const Report report = edit.solve();
+  EXPECT_TRUE(report.met) << textOf(report);
+}
+
 TEST(Variants, OneFingerOfALowHandStandsForAll) {
   LIMBER_NEEDS_DATA(path, "mocapbank.bvh");
   Clip plain = readClip(path);
