@@ -7,6 +7,7 @@
 #include "limber_motion/detail/BrokenBounds.h"
 #include "limber_motion/detail/HeldJoints.h"
 #include "limber_motion/detail/NameOf.h"
+#include "limber_motion/detail/Numbers.h"
 
 namespace limber::motion::detail {
 
@@ -192,6 +193,10 @@ void EditRun::noteBrokenBounds() {
       broken.push_back(whyNothingIsHeld(options_.knots));
     for (const std::string& bound : brokenBounds(original_, clip_, skeleton_, feet_.first, report_))
       broken.push_back(bound);
+  }
+  if (!broken.empty() && options_.knots > 1.5 * clip_.frameTime) {
+    broken.push_back("curves with knots " + significant(options_.knots, 3) +
+                     " seconds apart cannot follow every frame; closer knots, or none, may keep the bounds");
   }
   report_.met = report_.met && broken.empty();
   report_.reasons.insert(report_.reasons.end(), broken.begin(), broken.end());

@@ -63,6 +63,21 @@ TEST(BrokenBounds, ContactsThatMakeAFootSlideAreNotMet) {
   EXPECT_TRUE(names(report.reasons, "Right")) << textOf(report);
 }
 
+// The feet tremble five times a second, which curves with two knots a second cannot still.
+TEST(BrokenBounds, KnotsThatAreTooFarApartAreNamed) {
+  for (const double knots : {0.0, 0.5}) {
+    Clip clip = standing(120, 60.0);
+    for (int f = 0; f < clip.frames; ++f) clip.frame(f)[0] = 0.003 * std::sin(2.0 * 3.14159 * 5.0 * f / 60.0);
+    EditOptions options;
+    options.knots = knots;
+    Edit edit(clip, options);
+    edit.plant(findContacts(clip));
+    const Report report = edit.solve();
+    EXPECT_EQ(report.met, knots == 0.0) << textOf(report);
+    EXPECT_EQ(names(report.reasons, "curves with knots 0.5 seconds apart"), knots > 0.0) << textOf(report);
+  }
+}
+
 // The user may ask for a movement that turns joints further.
 TEST(BrokenBounds, DoNotBindTheUser) {
   Clip clip = swaying();
