@@ -7,7 +7,6 @@
 #include "limber/linalg/HSpMat.h"
 #include "limber/solvers/detail/MatrixEntries.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
-#include "limber/solvers/detail/SolveRun.h"
 
 namespace limber::detail {
 
