@@ -16,7 +16,6 @@
 #include "limber/linalg/WierdMatrices.h"
 #include "tests/linalg/Matrices.h"
 #include "tests/support/CapturedOutput.h"
-#include "tests/support/OwnProcess.h"
 #include "tests/support/allocations/Allocations.h"
 
 namespace {
@@ -248,22 +247,6 @@ TEST(EachFailure, IsReportedAndLeavesAllUsable) {
     }
     EXPECT_GT(k, 0) << operation.name << " allocates nothing";
   }
-}
-
-TEST(EachFailure, OfTheVectorForProductsOfBlocksIsReportedAndLeavesZeros) {
-  if (!inOwnProcess()) return;
-  FullMatrix hessian = matrixOf({{4, 1}, {1, 5}}), jacobian = matrixOf({{2, 3}});
-  const SQPMatrix all(&hessian, &jacobian);
-  const Vector x = vectorOf({1, 2, 3});
-  Vector y(3);
-  CapturedOutput output;
-  {
-    allocations::FailAt trap(0);
-    all.mult(&x, &y);
-    EXPECT_TRUE(trap.happened());
-  }
-  EXPECT_EQ(output.err().rfind("FATAL ERROR@(WierdMatrices:", 0), 0u) << output.err();
-  expectElements(y, {0, 0, 0});
 }
 
 // The storage that an assigned matrix had stays alive, and a list of such storages grows now and then. Only
