@@ -10,7 +10,6 @@
 #include "tests/linalg/Matrices.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/OwnProcess.h"
-#include "tests/support/Tolerance.h"
 
 namespace {
 

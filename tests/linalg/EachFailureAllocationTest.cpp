@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "limber/linalg/Compact.h"
 #include "limber/linalg/LinComb.h"
 #include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/STMLapack.h"

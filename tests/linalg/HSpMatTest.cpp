@@ -6,7 +6,6 @@
 
 #include "tests/linalg/Matrices.h"
 #include "tests/support/CapturedOutput.h"
-#include "tests/support/Tolerance.h"
 
 namespace {
 

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "limber/linalg/SpVec.h"
-#include "limber/linalg/SparseSum.h"
 #include "tests/linalg/Vectors.h"
 #include "tests/support/CapturedOutput.h"
 #include "tests/support/Tolerance.h"

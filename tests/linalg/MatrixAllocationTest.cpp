@@ -5,7 +5,6 @@
 #include "limber/linalg/Compact.h"
 #include "limber/linalg/ResizeMatrix.h"
 #include "limber/linalg/SlicedMatrix.h"
-#include "limber/linalg/SparseProducts.h"
 #include "limber/linalg/WierdMatrices.h"
 #include "tests/linalg/Matrices.h"
 #include "tests/support/CapturedOutput.h"

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "limber/linalg/GaussJordan.h"
-#include "limber/linalg/LinComb.h"
 #include "limber/linalg/STMLapack.h"
 #include "limber/linalg/SparseDot.h"
 #include "tests/linalg/Matrices.h"

@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <limits>
 #include <random>
-#include <utility>
 #include <vector>
 
 #include "limber/linalg/WierdMatrices.h"

@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstring>
-
 #include "limber/foundation/Output.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/SparseDot.h"

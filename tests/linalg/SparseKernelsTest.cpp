@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 
-#include "limber/linalg/LinComb.h"
 #include "limber/linalg/SpVec.h"
 #include "limber/linalg/SparseDot.h"
 #include "limber/linalg/SparseSum.h"

@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstddef>
 #include <cstdlib>
-#include <memory>
 #include <new>
 #include <type_traits>
 #include <vector>
