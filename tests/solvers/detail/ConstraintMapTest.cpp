@@ -156,6 +156,22 @@ TEST(ConstraintMap, EquilibratesItsDiagonal) {
   }
 }
 
+TEST(ConstraintMap, DampingTwiceAsLargeAsTheRowsDeterminesTheScale) {
+  HSpMat one(0);
+  SpVec row;
+  row.ins(0.5, 0);
+  one.add(&row);
+  Vector damp(1);
+  ConstraintMap map;
+  int power = 7;
+  damp[0] = 0.5;
+  ASSERT_EQ(nullptr, map.take(one, nullptr, &damp, &power));
+  EXPECT_EQ(0, power);
+  damp[0] = 1.0;
+  ASSERT_EQ(nullptr, ConstraintMap().take(one, nullptr, &damp, &power));
+  EXPECT_EQ(1, power);
+}
+
 TEST(ConstraintMap, EquilibratesOneRowWithLittleBesidesItsDamping) {
   HSpMat one(0);
   SpVec row;
