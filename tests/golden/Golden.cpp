@@ -3,6 +3,7 @@
 #include <string>
 
 #include "tests/golden/Golden.h"
+#include "tests/support/DecimalPoint.h"
 
 namespace {
 
@@ -18,6 +19,7 @@ std::string current;
 golden::Part::Part(const char* name, void (*run)()) { parts()[name] = run; }
 
 void golden::print(const std::string& name, double value) {
+  const DecimalPoint point;
   std::printf("%s.%s %a\n", current.c_str(), name.c_str(), value);
 }
 

@@ -33,7 +33,7 @@ std::string applied(Inverse& inverse, int n) {
 
 std::string textOf(const Elimination& elimination) {
   return hashOf(elimination.order) + " " + hashOf(elimination.position) + " " + hashOf(elimination.start) +
-         " " + hashOf(elimination.index) + " operations " + std::to_string(elimination.operations);
+         " " + hashOf(elimination.index) + " operations " + decimals(elimination.operations);
 }
 
 // Returns whether an elimination that costs `operations` and has `entries` is allowed at exactly this cost,
@@ -163,7 +163,7 @@ std::string productsOf(LinearMap& map) {
     if (repeat == 0) text = own + " " + hashOf(r) + " " + hashOf(g);
     if (text.compare(0, own.size(), own) != 0) text += " changes";
   }
-  return text + " " + std::to_string(map.products) + " " + std::to_string(map.entries());
+  return text + " " + std::to_string(map.products) + " " + decimals(map.entries());
 }
 
 void products() {

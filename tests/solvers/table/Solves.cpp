@@ -53,6 +53,7 @@ SolveReport line(const std::string& name, const Vector& start, SolveOptions opti
   options.observerData = &trace;
   Vector x = start;
   const SolveReport report = solve(&x, options);
+  const DecimalPoint point;
   char numbers[100];
   std::snprintf(numbers, sizeof numbers, "%s %d %d %.1e ", statuses[report.status], report.iterations,
                 report.products, report.relativeResidual);

@@ -14,6 +14,7 @@
 #include "limber/limber.h"
 #include "limber/solvers/detail/SparseRows.h"
 #include "tests/golden/Golden.h"
+#include "tests/support/DecimalPoint.h"
 
 /// The table of what the functions of Solve.h and the classes behind them compute for fixed systems. If one
 /// method gets worse, a later one makes up for it, so a test of the solution alone would not notice. The
@@ -57,6 +58,11 @@ std::string hashOf(int n, const T* values) {
 template <class T>
 std::string hashOf(const limber::detail::Array<T>& values) {
   return std::to_string(values.size()) + ":" + hashOf(values.size(), values.data());
+}
+/// The number with a point in every locale.
+inline std::string decimals(double value) {
+  const DecimalPoint point;
+  return std::to_string(value);
 }
 inline std::string hashOf(double value) { return hashOf(1, &value); }
 inline std::string hashOf(const limber::detail::SparseRows& A) {
