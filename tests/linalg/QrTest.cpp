@@ -307,18 +307,20 @@ TEST(SolveUTri, OfOrderZeroTouchesNothing) {
 // From about 632 x 632 on, the reflectors alone are longer than the fixed workspace. Q^T A = R up to the
 // rounding of a sum of n terms, for one column and for many.
 TEST(Qr, FactorsThatFillTheWorkspaceAreAppliedWhole) {
-  for (const int n : {631, 640, 700}) {
+  for (const int n : {631, 640}) {
+    std::mt19937_64 random(static_cast<unsigned>(n));
+    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+    FullMatrix original(n, n);
+    for (int i = 0; i < n; ++i)
+      for (int j = 0; j < n; ++j) original.e(i, j) = uniform(random);
+    FullMatrix a(original);
+    Vector tau;
+    CapturedOutput output;
+    ASSERT_EQ(qrFactor(&a, &tau), 0);
     for (const int columns : {1, 90}) {
-      std::mt19937_64 random(static_cast<unsigned>(n + columns));
-      std::uniform_real_distribution<double> uniform(-1.0, 1.0);
-      FullMatrix a(n, n), first(n, columns);
+      FullMatrix first(n, columns);
       for (int i = 0; i < n; ++i)
-        for (int j = 0; j < n; ++j) a.e(i, j) = uniform(random);
-      for (int i = 0; i < n; ++i)
-        for (int j = 0; j < columns; ++j) first.e(i, j) = a.e(i, j);
-      Vector tau;
-      CapturedOutput output;
-      ASSERT_EQ(qrFactor(&a, &tau), 0);
+        for (int j = 0; j < columns; ++j) first.e(i, j) = original.e(i, j);
       ASSERT_EQ(qtransTimes(&a, &tau, &first), 0);
       double worst = 0.0;
       for (int i = 0; i < n; ++i) {
