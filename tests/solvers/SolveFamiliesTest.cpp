@@ -93,6 +93,7 @@ TEST(SolveFamilies, GradedDefiniteSolutionsAreAccurateInEveryElement) {
 }
 
 TEST(SolveFamilies, HilbertMatrices) {
+  LIMBER_NEEDS_WIDE_LONG_DOUBLE();
   for (int n = 2; n <= 14; ++n) {
     FullMatrix A(n, n);
     for (int i = 0; i < n; ++i) {
