@@ -121,10 +121,10 @@ class ContactFinder {
   bool isOne(const FootJoint& foot, const Run& a, const Run& b) const {
     if (b.first - a.last - 1 > frames(options_.soon)) return false;
     const Pnt3 place = placeOf(foot, a);
-    const double most = slide_ * options_.nearby * skeleton_.height();
-    if ((placeOf(foot, b) - place).length() > aside * most) return false;
+    const double radius = slide_ * options_.nearby * skeleton_.height();
+    if ((placeOf(foot, b) - place).length() > aside * radius) return false;
     for (int f = a.last + 1; f <= b.first; ++f) {
-      if ((tracks_.at(foot.joint, f) - place).length() > most) return false;
+      if ((tracks_.at(foot.joint, f) - place).length() > radius) return false;
     }
     return true;
   }

@@ -159,12 +159,12 @@ int main(int argc, char** argv) {
   const double mine[] = {stamps.medianIteration(), cost.messages / n, cost.bytes / n, cost.sums / n,
                          -stamps.shareOfCore(),    withRows - before, held,           secondsOfSum(),
                          secondsPerGigabyte()};
-  double most[9];
-  MPI_Reduce(mine, most, 9, MPI_DOUBLE, MPI_MAX, 0, world);
-  most[4] = -most[4];
+  double largest[9];
+  MPI_Reduce(mine, largest, 9, MPI_DOUBLE, MPI_MAX, 0, world);
+  largest[4] = -largest[4];
   if (session.rank() == 0) {
     std::printf("result %d", session.size());
-    for (double value : most) std::printf(" %.9g", value);
+    for (double value : largest) std::printf(" %.9g", value);
     std::printf("\n");
   }
   return 0;

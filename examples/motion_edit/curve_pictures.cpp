@@ -119,11 +119,11 @@ std::string drawConvergence(const limber::motion::Report& report) {
 std::string drawPreconditioners(const std::vector<Convergence>& runs) {
   const Pnt3 colours[] = {Pnt3(0.5, 0.5, 0.5), rightColour, leftColour, red};
   const double least = 1e-9;
-  std::size_t most = 1;
-  for (const Convergence& run : runs) most = std::max(most, run.residuals.size());
+  std::size_t longest = 1;
+  for (const Convergence& run : runs) longest = std::max(longest, run.residuals.size());
   return drawnPage([&](AIPSWriter* writer) {
     Chart chart(writer, 60, 50, 480, 250);
-    chart.setRange(0.0, static_cast<double>(most), std::log10(least), 1.0);
+    chart.setRange(0.0, static_cast<double>(longest), std::log10(least), 1.0);
     chart.drawAxes("Conjugate gradients on the first step's dual system, by preconditioner", "iterations",
                    "residual", Chart::Powers::Up);
     for (std::size_t k = 0; k < runs.size(); ++k) {

@@ -167,11 +167,12 @@ class ArgumentReader {
     return number;
   }
 
-  double positive(const std::string& option, double most = std::numeric_limits<double>::infinity(),
+  double positive(const std::string& option, double largest = std::numeric_limits<double>::infinity(),
                   const char* range = "a number above 0") {
     const std::string word = value(option);
     double number;
-    if (!parseReal(word.c_str(), &number) || !(number > 0.0 && number <= most)) refuse(option, range, word);
+    if (!parseReal(word.c_str(), &number) || !(number > 0.0 && number <= largest))
+      refuse(option, range, word);
     return number;
   }
 

@@ -171,8 +171,8 @@ class EntryReader {
       : in_(in), banner_(banner), size_(size), kept_(kept), entries_(entries) {}
 
   void read() {
-    constexpr long long most = 1 << 20;  // more is allocated when more entries are read
-    entries_.reserve(static_cast<std::size_t>(std::min(size_.entries, most)));
+    constexpr long long firstEntries = 1 << 20;  // more is allocated when more entries are read
+    entries_.reserve(static_cast<std::size_t>(std::min(size_.entries, firstEntries)));
     banner_.format == Format::Array ? readArray() : readCoordinates();
     if (in_.nextLine()) in_.unexpected("the end of the file after " + last(), in_.peek());
   }

@@ -13,10 +13,10 @@ InputError::InputError(const std::string& file, int line, const std::string& mes
 
 std::string quoted(const char* word) {
   if (!word) return "the end of the file";
-  constexpr std::size_t most = 40;
+  constexpr std::size_t shownLength = 40;
   std::string text = "'";
   for (const char* c = word; *c; ++c) {
-    if (text.size() > most) {
+    if (text.size() > shownLength) {
       text += "...";
       break;
     }

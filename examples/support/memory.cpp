@@ -65,8 +65,8 @@ double memoryAtHand() {
 }
 
 void requireMemory(const std::string& file, double bytes) {
-  const double most = memoryAtHand();
-  if (bytes <= most) return;
-  throw OutOfMemory(file + ": needs about " + inWords(bytes) + " of memory, but " + inWords(most) +
+  const double atHand = memoryAtHand();
+  if (bytes <= atHand) return;
+  throw OutOfMemory(file + ": needs about " + inWords(bytes) + " of memory, but " + inWords(atHand) +
                     " are available");
 }

@@ -31,15 +31,15 @@ Outcome correctByCG(LinearSystem& system, const Units& units, ConstraintMap& map
 }
 
 // Returns the largest number of entries L such that all columns of J with up to L entries contribute at most
-// `most` products of two entries to J V^-1 J^T. *others is the number of longer columns.
-int longestColumn(const SparseRows& J, double most, int* others) {
+// `workLimit` products of two entries to J V^-1 J^T. *others is the number of longer columns.
+int longestColumn(const SparseRows& J, double workLimit, int* others) {
   Ints length(J.width), columns(J.height + 1);
   for (const int j : J.index) ++length[j];
   for (const int l : length) ++columns[l];
   int longest = 0, kept = 0;
   for (; longest <= J.height; ++longest) {
-    most -= 1.0 * columns[longest] * longest * longest;
-    if (most < 0.0) break;
+    workLimit -= 1.0 * columns[longest] * longest * longest;
+    if (workLimit < 0.0) break;
     kept += columns[longest];
   }
   *others = J.width - kept;

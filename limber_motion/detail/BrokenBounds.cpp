@@ -25,8 +25,8 @@ std::string moment(const Clip& clip, int joint, int frame) {
 }
 
 // "the WHAT is 4.2 at LeftToe in frame 7; at most 3 is allowed"
-std::string tooLarge(const std::string& what, double value, const std::string& where, double most) {
-  return what + " " + significant(value, 3) + where + "; at most " + significant(most, 3) + " is allowed";
+std::string tooLarge(const std::string& what, double value, const std::string& where, double limit) {
+  return what + " " + significant(value, 3) + where + "; at most " + significant(limit, 3) + " is allowed";
 }
 
 // The horizontal distance that a joint slides in a stand.
@@ -67,8 +67,8 @@ std::vector<std::string> brokenBounds(const Clip& original, const Clip& edited, 
   const Quality quality = measureQuality(original, edited, stands, ground);
   const Places before(original, skeleton), after(edited, skeleton);
   std::vector<std::string> sentences;
-  const auto check = [&](const std::string& what, double value, const std::string& where, double most) {
-    if (!(value <= most)) sentences.push_back(tooLarge(what, value, where, most));
+  const auto check = [&](const std::string& what, double value, const std::string& where, double limit) {
+    if (!(value <= limit)) sentences.push_back(tooLarge(what, value, where, limit));
   };
   if (quality.edgeJerk > meanEdge || quality.largestEdgeJerk > mostEdge) {
     const std::vector<EndJerk> ends = endJerks(before, after, stands, original.frameTime);

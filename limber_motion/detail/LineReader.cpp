@@ -175,10 +175,10 @@ bool parseUsable(std::string_view word, double* out) {
 
 std::string quoted(std::string_view word) {
   if (word.empty()) return "the end of the line";
-  constexpr std::size_t most = 40;
+  constexpr std::size_t shownLength = 40;
   std::string text = "'";
   for (const char c : word) {
-    if (text.size() > most) {
+    if (text.size() > shownLength) {
       text += "...";
       break;
     }

@@ -101,9 +101,9 @@ void Loosening::judgeEnds(const Places& after, const std::vector<Stand>& stands,
   double sum = 0.0;
   for (const EndJerk& end : ends) sum += end.ratio;
   std::sort(ends.begin(), ends.end(), [](const EndJerk& a, const EndJerk& b) { return a.ratio > b.ratio; });
-  const double most = mostMean * static_cast<double>(ends.size()), mean = sum / most;
+  const double sumLimit = mostMean * static_cast<double>(ends.size()), mean = sum / sumLimit;
   for (const EndJerk& end : ends) {
-    if (!(end.ratio > mostEdge) && !(sum > most && end.ratio > 1.0)) break;
+    if (!(end.ratio > mostEdge) && !(sum > sumLimit && end.ratio > 1.0)) break;
     offend(limbOf(end.joint), end.frame + 1, std::max(end.ratio / mostEdge, mean));
     sum -= std::max(end.ratio - 0.9, 0.0);
   }
@@ -149,12 +149,12 @@ void Loosening::judgeBody(const Places& after) {
       if (a > b && !isAsked(f)) excess.push_back({j, f, a * a - b * b});
     }
   }
-  const double most = mostBody * mostBody * was;
-  if (!(is > most)) return;
+  const double limit = mostBody * mostBody * was;
+  if (!(is > limit)) return;
   std::sort(excess.begin(), excess.end(), [](const Excess& a, const Excess& b) { return a.jerk > b.jerk; });
-  const double badness = std::sqrt(is / most);
+  const double badness = std::sqrt(is / limit);
   for (const Excess& e : excess) {
-    if (!(is > most)) break;
+    if (!(is > limit)) break;
     offend(limbOf(e.joint), e.frame + 1, badness);
     is -= e.jerk;
   }

@@ -31,15 +31,15 @@ Pnt3 Places::stilled(int joint, int f, int half, int first) const {
 }
 
 int Places::mostAbrupt(int joint, int first, int last) const {
-  int most = first;
+  int worst = first;
   double largest = -1.0;
   for (int f = first; f <= last; ++f) {
     const double jerk = third(joint, f);
     if (!(jerk > largest)) continue;
     largest = jerk;
-    most = f;
+    worst = f;
   }
-  return most;
+  return worst;
 }
 
 }  // namespace limber::motion::detail

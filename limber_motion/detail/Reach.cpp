@@ -118,13 +118,13 @@ void ReachCheck::compareWithRoot() {
     const Pnt3 root = skeleton_.position(root_, clip_.frame(constraints_[begin].frame));
     for (std::size_t i = begin; i < end; ++i) {
       const double apart = (constraints_[i].target - root).length(),
-                   most = way(root_, constraints_[i].joint).length;
-      if (!counts(i) || isFoot(constraints_[i].joint) || !(apart > most + carried * skeleton_.height()))
+                   length = way(root_, constraints_[i].joint).length;
+      if (!counts(i) || isFoot(constraints_[i].joint) || !(apart > length + carried * skeleton_.height()))
         continue;
-      giveUp(i, apart - most,
+      giveUp(i, apart - length,
              "the target of " + name(constraints_[i].joint) + inFrame(constraints_[i].frame) + " is " +
                  significant(apart, 4) + " from " + name(root_) + ", but the bones between them reach only " +
-                 significant(most, 4));
+                 significant(length, 4));
     }
   }
 }
@@ -139,10 +139,10 @@ double ReachCheck::fastest(int joint) {
         skeleton_.position(joint, clip_.frame(f + 1)) - skeleton_.position(joint, clip_.frame(f));
     speeds.push_back(way.length() / clip_.frameTime);
   }
-  const auto most =
+  const auto quantile =
       speeds.begin() + static_cast<std::ptrdiff_t>(usual * static_cast<double>(speeds.size() - 1));
-  std::nth_element(speeds.begin(), most, speeds.end());
-  return fastest = *most;
+  std::nth_element(speeds.begin(), quantile, speeds.end());
+  return fastest = *quantile;
 }
 
 void ReachCheck::compareTimes() {
@@ -156,8 +156,8 @@ void ReachCheck::compareTimes() {
     const Constraint& earlier = constraints_[static_cast<std::size_t>(k)];
     const double speed = (constraint.target - earlier.target).length() /
                          ((constraint.frame - earlier.frame) * clip_.frameTime);
-    const double most = fastestReach * skeleton_.height();
-    if (!(speed > most) || !(speed > 2.0 * fastest(constraint.joint))) continue;
+    const double speedLimit = fastestReach * skeleton_.height();
+    if (!(speed > speedLimit) || !(speed > 2.0 * fastest(constraint.joint))) continue;
     late.push_back(i);
     giveUp(i, speed,
            "the targets of " + name(constraint.joint) + " in frames " + std::to_string(earlier.frame + 1) +
@@ -179,9 +179,9 @@ void ReachCheck::aimWithinReach() {
     if (constraints_[i].frame != constraints_[begin].frame) begin = i;
     if (!found_.givenUp[i] && counts(i)) continue;
     Pnt3& aim = found_.aims[i].target;
-    const auto bringNearer = [&](const Pnt3& anchor, double most) {
+    const auto bringNearer = [&](const Pnt3& anchor, double distance) {
       const double apart = (aim - anchor).length();
-      if (apart > most) aim = anchor + (aim - anchor) * (most / apart);
+      if (apart > distance) aim = anchor + (aim - anchor) * (distance / apart);
     };
     bringNearer(skeleton_.position(root_, clip_.frame(constraints_[i].frame)),
                 way(root_, constraints_[i].joint).length + leaned * skeleton_.height());

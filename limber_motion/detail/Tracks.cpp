@@ -32,11 +32,11 @@ Tracks::Tracks(const Clip& clip, const Skeleton& skeleton)
 }
 
 double Tracks::step(int frame) const {
-  double most = 0.0;
+  double farthest = 0.0;
   for (int j = 0; j < static_cast<int>(joints_); ++j) {
-    most = std::max(most, (at(j, frame + 1) - at(j, frame)).length());
+    farthest = std::max(farthest, (at(j, frame + 1) - at(j, frame)).length());
   }
-  return most;
+  return farthest;
 }
 
 Pnt3 Tracks::velocity(int joint, int frame) const {

@@ -41,7 +41,7 @@ TurnBounds::TurnBounds(const Task& task, const std::vector<int>& channels, int t
   for (std::vector<int>& signs : bound_) signs.assign(static_cast<std::size_t>(times) * channels.size(), 0);
 }
 
-double TurnBounds::most(const Stage& stage, int unknown, bool firm) const {
+double TurnBounds::largestChange(const Stage& stage, int unknown, bool firm) const {
   const double allowed = task_.options.mostTurn;
   if (firm) return allowed;
   const double preferred = preferred_[static_cast<std::size_t>(channelOf(unknown))];
@@ -50,7 +50,7 @@ double TurnBounds::most(const Stage& stage, int unknown, bool firm) const {
 
 // Firm bounds keep away from the largest turn, which no step may exceed.
 double TurnBounds::keptAt(const Stage& stage, int unknown, bool firm) const {
-  return (firm ? boundPart : 1.0) * most(stage, unknown, firm);
+  return (firm ? boundPart : 1.0) * largestChange(stage, unknown, firm);
 }
 
 // Curves with knots change several frames by one unknown, so they leave swinging axes alone.
@@ -77,7 +77,7 @@ std::vector<bool> TurnBounds::bind(const Stage& stage, const Window& window, con
     if (!task_.skeleton.isRotation(channelOf(i))) continue;
     for (const bool firm : {false, true}) {
       int& sign = bound_[firm][static_cast<std::size_t>(begin + i)];
-      if (!(std::fabs(change[i]) > most(stage, i, firm)) || sign != 0) continue;
+      if (!(std::fabs(change[i]) > largestChange(stage, i, firm)) || sign != 0) continue;
       sign = change[i] < 0.0 ? -1 : 1;
       news[static_cast<std::size_t>(i / n)] = true;
       turnedTooFar_ = turnedTooFar_ || firm;

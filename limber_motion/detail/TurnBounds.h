@@ -39,7 +39,7 @@ class TurnBounds {
 
  private:
   int channelOf(int unknown) const { return channels_[static_cast<std::size_t>(unknown) % channels_.size()]; }
-  double most(const Stage& stage, int unknown, bool firm) const;
+  double largestChange(const Stage& stage, int unknown, bool firm) const;
   double keptAt(const Stage& stage, int unknown, bool firm) const;
   bool isSwinging(int unknown) const;
 

@@ -35,7 +35,7 @@ struct Goal {
   /// squared norm only from `before` to `now`.
   bool slow(int iteration, double before, double now) const {
     return trial.iterations > 0 && iteration % trial.iterations == 0 &&
-           trial.most * std::log(now / before) > iteration * std::log(residual * residual / before);
+           trial.maxIterations * std::log(now / before) > iteration * std::log(residual * residual / before);
   }
 };
 

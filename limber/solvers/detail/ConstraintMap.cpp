@@ -67,13 +67,13 @@ Ints ConstraintMap::equilibrate() {
   Ints powers(rows.height);
   for (int i = 0; i < rows.height; ++i) {
     // the largest term of the diagonal, computed with exponents only, because its square might underflow
-    int most = -3000;
+    int largest = -3000;
     for (int k = rows.start[i]; k < rows.start[i + 1]; ++k) {
       if (rows.value[k] == 0.0 || weight(rows.index[k]) == 0.0) continue;
-      most = std::max(most, 2 * exponentOf(rows.value[k]) + exponentOf(weight(rows.index[k])));
+      largest = std::max(largest, 2 * exponentOf(rows.value[k]) + exponentOf(weight(rows.index[k])));
     }
-    if (damp.size() > 0 && damp[i] != 0.0) most = std::max(most, exponentOf(damp[i]));
-    powers[i] = most == -3000 ? 0 : -(most >> 1);
+    if (damp.size() > 0 && damp[i] != 0.0) largest = std::max(largest, exponentOf(damp[i]));
+    powers[i] = largest == -3000 ? 0 : -(largest >> 1);
   }
   rows.scale(powers.data(), nullptr);
   for (int i = 0; i < damp.size(); ++i) damp[i] = timesPowerOfTwo(damp[i], 2 * powers[i]);

@@ -27,10 +27,10 @@ DenseQr::DenseQr(const SparseRows& A) : m_(A.height), n_(A.width), work_(A.heigh
   for (int i = 0; i < m_; ++i) {
     for (int k = A.start[i]; k < A.start[i + 1]; ++k) column(A.index[k])[i] = A.value[k];
   }
-  const int most = std::min(m_, n_);
-  diagonal_.assign(most, 0.0);
+  const int reflections = std::min(m_, n_);
+  diagonal_.assign(reflections, 0.0);
   const double unit = 2.2e-16 * std::max({m_, n_, 10});
-  for (int k = 0; k < most; ++k) {
+  for (int k = 0; k < reflections; ++k) {
     bringLargest(k);
     reflect(k);
     if (!(std::fabs(diagonal_[k]) > unit * std::fabs(diagonal_[0]))) break;

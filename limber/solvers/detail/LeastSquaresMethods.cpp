@@ -97,9 +97,9 @@ struct LsmrRun {
 
 }  // namespace
 
-bool within(const Ints& powers, int most) {
+bool within(const Ints& powers, int limit) {
   bool all = true;
-  for (const int power : powers) all &= power >= -most && power <= most;
+  for (const int power : powers) all &= power >= -limit && power <= limit;
   return all;
 }
 
@@ -109,9 +109,9 @@ void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms) {
   const double* const value = rows.value.data();
   Doubles largest(n);
   for (int k = 0; k < entries; ++k) {
-    double& most = largest[index[k]];
+    double& columnMax = largest[index[k]];
     const double v = std::fabs(value[k]);
-    most = v > most ? v : most;
+    columnMax = v > columnMax ? v : columnMax;
   }
   powers->resize(n);
   for (int j = 0; j < n; ++j) (*powers)[j] = -exponentOf(largest[j]);
@@ -157,8 +157,8 @@ bool wantsIdentity(const LinearSystem& system) {
   return type && *type == typeid(Preconditioner);
 }
 
-int firstBudget(const LinearSystem& system, int least, int most) {
-  return std::clamp(system.width, least, most);
+int firstBudget(const LinearSystem& system, int minIterations, int maxIterations) {
+  return std::clamp(system.width, minIterations, maxIterations);
 }
 
 int budgetWithoutEntries(const LinearSystem& system) {

@@ -14,8 +14,8 @@ namespace {
 struct Rotation {
   double c, s, length;
   Rotation(double a, double b) {
-    const double most = std::max(std::fabs(a), std::fabs(b));
-    length = most * std::sqrt((a / most) * (a / most) + (b / most) * (b / most));
+    const double scale = std::max(std::fabs(a), std::fabs(b));
+    length = scale * std::sqrt((a / scale) * (a / scale) + (b / scale) * (b / scale));
     c = a / length;
     s = b / length;
   }

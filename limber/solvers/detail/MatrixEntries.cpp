@@ -125,7 +125,7 @@ Extent copyBlocks(const SQPMatrix& A, SparseRows* out) {
 }
 
 void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
-  constexpr int most = 50000000;  // a matrix with more entries is not sparse
+  constexpr int maxEntries = 50000000;  // a matrix with more entries is not sparse
   SparseRows columns(extent.width, extent.height);
   Vector unit(extent.width), column(extent.height);
   if (unit.count != extent.width || column.count != extent.height) throw std::bad_alloc();
@@ -139,7 +139,7 @@ void copyByProducts(const SpMat& A, const Extent& extent, SparseRows* out) {
     const int n = std::min(column.count, extent.height);
     for (int i = 0; i < n; ++i) appendNonZero(&columns, i, column[i]);
     columns.endRow();
-    if (columns.entries() > most) throw std::bad_alloc();
+    if (columns.entries() > maxEntries) throw std::bad_alloc();
   }
   *out = columns.transposed();
 }

@@ -42,18 +42,18 @@ inline int exponentOf(double x) {
 inline double largestMagnitude(int n, const double* x) {
   // without the sign, the bits of greater numbers are greater integers, up to the infinities and NaNs; four
   // maxima side by side take a third of the time of one
-  std::int64_t most[4] = {};
-  const auto include = [&most, x](int lane, int i) {
+  std::int64_t laneMax[4] = {};
+  const auto include = [&laneMax, x](int lane, int i) {
     std::int64_t bits;
     std::memcpy(&bits, x + i, sizeof bits);
-    most[lane] = std::max(most[lane], bits & INT64_MAX);
+    laneMax[lane] = std::max(laneMax[lane], bits & INT64_MAX);
   };
   int i = 0;
   for (; i + 4 <= n; i += 4) {
     for (int lane = 0; lane < 4; ++lane) include(lane, i + lane);
   }
   for (; i < n; ++i) include(0, i);
-  const std::int64_t largest = std::max(std::max(most[0], most[1]), std::max(most[2], most[3]));
+  const std::int64_t largest = std::max(std::max(laneMax[0], laneMax[1]), std::max(laneMax[2], laneMax[3]));
   double value;
   std::memcpy(&value, &largest, sizeof value);
   return value;

@@ -40,8 +40,8 @@ void scaleColumns(const SparseRows& rows, Ints* powers, Doubles* inverseNorms);
 /// Scales the columns to norms of 1, first by these powers of two and then by these factors.
 void normaliseColumns(SparseRows* rows, Ints* powers, Doubles* factors);
 
-/// True if all of these exponents are between -most and most.
-bool within(const Ints& powers, int most);
+/// True if all of these exponents are between -limit and limit.
+bool within(const Ints& powers, int limit);
 /// Powers of two with exponents within these can be multiplied without overflow, or need not be applied.
 constexpr int moderate = 300, similar = 3;
 
@@ -51,18 +51,19 @@ Preconditioner* foreignPreconditioner(const LinearSystem& system);
 bool wantsIdentity(const LinearSystem& system);
 /// The number of iterations of a first method before a factorization is tried: the number of unknowns, within
 /// bounds.
-int firstBudget(const LinearSystem& system, int least, int most);
+int firstBudget(const LinearSystem& system, int minIterations, int maxIterations);
 
 /// The same for a method that has only products. With so many iterations it costs about as much as a copy of
 /// the columns.
 int budgetWithoutEntries(const LinearSystem& system);
 
-/// The trial for a sparse system whose factor costs about as much as `most` iterations. No trial for others.
-inline Trial trialOf(const LinearSystem& system, int iterations, int most) {
+/// The trial for a sparse system whose factor costs about as much as `maxIterations` iterations. No trial for
+/// others.
+inline Trial trialOf(const LinearSystem& system, int iterations, int maxIterations) {
   constexpr int tiny = 50, large = 3000, full = 50;
   const int n = system.width;
   const bool cheap = n >= tiny && n <= large && system.rows.entries() <= static_cast<double>(full) * n;
-  return cheap ? Trial{iterations, most} : Trial();
+  return cheap ? Trial{iterations, maxIterations} : Trial();
 }
 
 /// Alternates between a first method and a factorization. first(iterations) continues with four times as many

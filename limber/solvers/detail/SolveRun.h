@@ -32,9 +32,9 @@ enum class Outcome {
 };
 
 /// After every `iterations` iterations, a method estimates from its residual how many it will need. If these
-/// are more than `most`, it ends as slow. With 0 iterations there is no trial.
+/// are more than `maxIterations`, it ends as slow. With 0 iterations there is no trial.
 struct Trial {
-  int iterations = 0, most = 0;
+  int iterations = 0, maxIterations = 0;
 };
 
 class SolveRun {

@@ -29,8 +29,8 @@ void SparseQr::rotateIn(int k, int last) {
     }
     last = reach_[k] = std::max(last, reach_[k]);
     const double d = diagonal_[k];
-    const double most = std::max(std::fabs(d), std::fabs(x));
-    const double length = most * std::sqrt((d / most) * (d / most) + (x / most) * (x / most));
+    const double scale = std::max(std::fabs(d), std::fabs(x));
+    const double length = scale * std::sqrt((d / scale) * (d / scale) + (x / scale) * (x / scale));
     const double c = d / length, s = x / length;
     diagonal_[k] = length;
     for (int e = start[k]; e < end && index[e] <= last; ++e) {
