@@ -157,10 +157,10 @@ double LineReader::finite(const char* wanted) {
   return value;
 }
 
-long long LineReader::whole(long long smallest, long long largest, const char* wanted) {
+long long LineReader::whole(long long from, long long to, const char* wanted) {
   const char* const word = next(wanted);
   long long value;
-  if (!parseInt(word, &value) || value < smallest || value > largest) unexpected(wanted, word);
+  if (!parseInt(word, &value) || value < from || value > to) unexpected(wanted, word);
   return value;
 }
 

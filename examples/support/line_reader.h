@@ -44,8 +44,8 @@ class LineReader {
   double finite(const char* wanted);
   /// How many of these numbers are not 0 but too small for doubles, and were read as 0.
   long long vanished() const { return vanished_; }
-  /// Consumes an integer between `smallest` and `largest` of the line.
-  long long whole(long long smallest, long long largest, const char* wanted);
+  /// Consumes an integer between `from` and `to` of the line.
+  long long whole(long long from, long long to, const char* wanted);
 
   /// "FILE:LINE: message", and whether the rest of a compressed file is damaged.
   [[noreturn]] void fail(const std::string& message);
