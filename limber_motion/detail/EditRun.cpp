@@ -190,7 +190,7 @@ void EditRun::noteBrokenBounds() {
   std::vector<std::string> broken = measureDepth();
   if (std::all_of(rank_.begin(), rank_.end(), [](int rank) { return rank == 0; })) {
     if (report_.heldFrames > 0 && report_.looseFrames == report_.heldFrames)
-      broken.push_back(whyNothingIsHeld(options_.knots));
+      broken.push_back("no contact could be held firmly: feet would jerk, or joints would turn too far");
     for (const std::string& bound : brokenBounds(original_, clip_, skeleton_, feet_.first, report_))
       broken.push_back(bound);
   }

@@ -65,12 +65,4 @@ std::string whyMissed(const Report& report, Hindrance hindrance, double mostTurn
          significant(mostTurn * degreesOfRadian, 4) + " degrees allowed";
 }
 
-std::string whyNothingIsHeld(double knots) {
-  const std::string sentence =
-      "no contact could be held firmly: feet would jerk, or joints would turn too far";
-  if (!(knots > 0.0)) return sentence;
-  return sentence + "; knots every " + significant(knots, 3) +
-         " seconds are too coarse for it, and with less time between them it may succeed";
-}
-
 }  // namespace limber::motion::detail

@@ -24,7 +24,5 @@ std::vector<std::string> feetThatNeverLeave(const std::vector<Constraint>& const
 enum class Hindrance { Steps, Turn, Jump };
 /// The reason as a sentence. `mostTurn` is in radians.
 std::string whyMissed(const Report& report, Hindrance hindrance, double mostTurn);
-/// A sentence for an edit that holds all contacts loosely. `knots` are the seconds between the knots.
-std::string whyNothingIsHeld(double knots);
 
 }  // namespace limber::motion::detail
