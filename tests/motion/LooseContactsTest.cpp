@@ -69,6 +69,21 @@ TEST(LooseContacts, AJumpingAngleLoosensOnlyWhatItMoves) {
   EXPECT_TRUE(report.turn <= 20.0 * degree) << report.turn / degree;
 }
 
+// The end of a toe whose angle jumps is aimed at a place that its bone reaches from the toe. A nearer or
+// farther aim would pull the toe off its place, and the whole leg would have to be loose.
+TEST(LooseContacts, ALooseEndKeepsTheLengthOfItsBone) {
+  for (const int rate : {30, 60, 120}) {
+    SCOPED_TRACE(rate);
+    Clip clip = standing(2 * rate, rate);
+    for (int f = 0; f < clip.frames; ++f) clip.frame(f)[0] = 0.01 * std::sin(6.0 * f / rate);
+    for (int f = rate; f < rate + rate / 30; ++f) angle(&clip, f, "RightToe", 'X') = 25.0 * degree;
+    const Report report = planted(&clip);
+    ASSERT_EQ(report.notes.size(), 1U) << textOf(report);
+    EXPECT_TRUE(mentions(report, "RightToe.End is held loosely")) << textOf(report);
+    EXPECT_LE(report.looseFrames, rate / 5);
+  }
+}
+
 // The sum of squares of the third differences of a joint's positions, in the clip's unit.
 double abruptness(const Clip& clip, const std::string& joint) {
   const Skeleton skeleton(clip);
