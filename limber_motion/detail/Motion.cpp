@@ -240,7 +240,7 @@ double Motion::step(const Stage& stage, const Window& window) {
 // taken.
 std::vector<Window> Motion::unfinished(const Stage& stage, const Window& window, double scale,
                                        const std::vector<double>& missesBefore) {
-  const double damping = scale > goodPart ? 0.0 : window.damping == 0.0 ? 1.0 : 100.0 * window.damping;
+  const double damping = scale > goodPart ? 0.0 : 1.0;
   if (!stage.exact && stepsOfRun_ < stage.leastSteps) return {{window.first, window.end, damping}};
   const auto [first, last] = framesOf(window);
   std::vector<int> low;  // frames in which a foot is too low
