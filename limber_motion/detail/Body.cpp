@@ -73,6 +73,7 @@ std::vector<bool> bodyOf(const Clip& clip, int carrier) {
 
 std::vector<Pnt3> restPose(const std::vector<Joint>& joints) {
   std::vector<Pnt3> at;
+  at.reserve(joints.size());
   for (const Joint& joint : joints) {
     at.push_back(joint.parent < 0 ? joint.offset : at[static_cast<std::size_t>(joint.parent)] + joint.offset);
   }

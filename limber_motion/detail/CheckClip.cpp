@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "limber_motion/Error.h"
 #include "limber_motion/detail/LineReader.h"
@@ -27,7 +26,7 @@ int checkJoint(const Clip& clip, std::size_t j, int firstChannel) {
     throw Error(name + " has the first channel " + std::to_string(joint.firstChannel) + " instead of " +
                 std::to_string(firstChannel));
   for (const Channel& channel : joint.channels) {
-    if (!std::memchr("XYZ", channel.axis, 3))
+    if (channel.axis < 'X' || channel.axis > 'Z')
       throw Error(name + " has a channel whose axis is not X, Y or Z");
   }
   return firstChannel + static_cast<int>(joint.channels.size());

@@ -123,7 +123,7 @@ void Motion::aimBetween() {
   for (std::size_t i = 0; i < aims_.size(); ++i) {
     if (looseness_[i] == 0.0) continue;
     const Constraint& constraint = task_.constraints[i];
-    const Pnt3 now = places.at(constraint.joint, constraint.frame);
+    const Pnt3& now = places.at(constraint.joint, constraint.frame);
     const Pnt3 still = places.stilled(constraint.joint, constraint.frame, half, floor_.first());
     const Pnt3 place = still + (now - still) * std::clamp(looseness_[i] - mostStilled, 0.0, 1.0);
     aims_[i] += (place * height - constraint.target) * std::min(looseness_[i], 1.0);
