@@ -5,7 +5,8 @@
 /// whose figures are recomputed from the user's data. No exported variable is read or changed.
 ///
 /// The scale of the data does not matter. The matrix and the right-hand side are scaled internally by powers
-/// of two, which is exact, and no entry is dropped. If either is multiplied by a power of two, the iterations
+/// of two, and no entry is dropped. If the numbers differ so much that this is not exact, the residuals are
+/// computed from the original ones. If either is multiplied by a power of two, the iterations
 /// are the same, and the solution has the same bits apart from the scale.
 ///
 /// Matrices of every class are accepted. Row-sparse, sliced, dense and structured matrices are copied with

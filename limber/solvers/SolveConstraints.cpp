@@ -150,6 +150,7 @@ SolveReport solveConstraints(const HSpMat& J, const Vector* mass, const Vector* 
     if (const char* const wrong = map->take(J, mass, damp, &power)) return badInput(wrong);
     const ConstraintMap& constraints = *map;
     LinearSystem system(options, LinearSystem::Kind::positiveDefinite);
+    if (map->lossy) system.measureWidely();
     if (const char* const wrong = system.take(std::move(map), power, c, *lambda)) return badInput(wrong);
     const Outcome outcome = system.ended() ? Outcome::done : solveIt(system, constraints);
     return system.finish(outcome, lambda);

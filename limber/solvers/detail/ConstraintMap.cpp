@@ -9,6 +9,17 @@
 #include "limber/solvers/detail/PowersOfTwo.h"
 
 namespace limber::detail {
+namespace {
+
+// 1 / x. The second part is 0 for numbers near the largest one, which cannot be split.
+DoubleSum inverseOf(double x) {
+  const double inverse = 1.0 / x;
+  const ExactProduct one(x, inverse);
+  const double rest = ((1.0 - one.high) - one.low) * inverse;
+  return {inverse, std::isfinite(rest) ? rest : 0.0};
+}
+
+}  // namespace
 
 const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vector* damping, int* power) {
   const Extent extent = extentOf(J, 0, &rows);
@@ -26,9 +37,10 @@ const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vecto
     if (damping->data[i] < 0.0) return "A damping is negative.";
   }
   copyEntries(J, extent, &rows);
-  if (!allFinite(rows.entries(), rows.value.data())) return "The matrix has an entry that is not finite.";
+  const Magnitudes range = magnitudesOf(rows.entries(), rows.value.data());
+  if (!std::isfinite(range.largest)) return "The matrix has an entry that is not finite.";
 
-  const int own = largestExponent(rows.entries(), rows.value.data());
+  const int own = exponentOf(range.largest);
   scaleByPowerOfTwo(rows.entries(), rows.value.data(), -own);
   int least = 0;
   if (mass && extent.width > 0) {
@@ -37,11 +49,9 @@ const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vecto
     inverseMass.assign(extent.width, 0.0);
     inverseMassRest.assign(extent.width, 0.0);
     for (int j = 0; j < extent.width; ++j) {
-      const double scaled = timesPowerOfTwo(mass->data[j], -least);
-      inverseMass[j] = 1.0 / scaled;
-      const ExactProduct one(scaled, inverseMass[j]);
-      const double rest = ((1.0 - one.high) - one.low) * inverseMass[j];
-      if (std::isfinite(rest)) inverseMassRest[j] = rest;  // masses near the largest number cannot be split
+      const DoubleSum inverse = inverseOf(timesPowerOfTwo(mass->data[j], -least));
+      inverseMass[j] = inverse.high;
+      inverseMassRest[j] = inverse.low;
     }
   }
   *power = 2 * own - least;
@@ -60,6 +70,20 @@ const char* ConstraintMap::take(const HSpMat& J, const Vector* mass, const Vecto
     damp.assign(extent.height, 0.0);
     for (int i = 0; i < extent.height; ++i) damp[i] = timesPowerOfTwo(damping->data[i], -*power);
   }
+
+  constexpr double tiny = 1e-290;  // smaller numbers may have lost digits
+  lossy = losesDigits(range, own);
+  for (const double w : inverseMass) lossy |= w < tiny;
+  for (int i = 0; i < damp.size(); ++i) lossy |= damping->data[i] > 0.0 && damp[i] < tiny;
+  if (!lossy) return nullptr;
+  extentOf(J, 0, &exactRows);
+  copyEntries(J, extent, &exactRows);
+  wideInverseMass.assign(extent.width, Wide(1.0, -*power));
+  for (int j = 0; mass && j < extent.width; ++j) {
+    const int k = exponentOf(mass->data[j]);
+    wideInverseMass[j] = Wide(inverseOf(timesPowerOfTwo(mass->data[j], -k)), -*power - k);
+  }
+  if (damping) wideDamp = wideOf(extent.height, damping->data, -*power);
   return nullptr;
 }
 
@@ -161,6 +185,18 @@ void ConstraintMap::multiply(const double* x, double* y) {
   for (int i = 0; i < damp.size(); ++i) y[i] += damp[i] * x[i];
 }
 
+Wides ConstraintMap::wideProduct(const Wides& x, bool) {
+  ++products;
+  const SparseRows& J = lossy ? exactRows : rows;
+  Wides forces = multiplyWideTransposed(J, x, 0);
+  for (int j = 0; j < J.width; ++j) {
+    forces[j] = forces[j] * (lossy ? wideInverseMass[j] : Wide({weight(j), weightRest(j)}, 0));
+  }
+  Wides y = multiplyWide(J, forces, 0);
+  for (int i = 0; i < damp.size(); ++i) y[i] += (lossy ? wideDamp[i] : Wide(damp[i])) * x[i];
+  return y;
+}
+
 void ConstraintMap::preciseResidual(const double* b, const double* x, double* r, double* g) {
   ++products;
   Array<DoubleSum> forces(rows.width);
@@ -169,8 +205,7 @@ void ConstraintMap::preciseResidual(const double* b, const double* x, double* r,
       forces[rows.index[k]].addProduct(rows.value[k], x[i]);
   }
   for (int j = 0; j < inverseMass.size(); ++j) {
-    const double rest = inverseMassRest.size() > 0 ? inverseMassRest[j] : 0.0;
-    forces[j] = forces[j].times({inverseMass[j], rest});
+    forces[j] = forces[j].times({inverseMass[j], weightRest(j)});
   }
   for (int i = 0; i < rows.height; ++i) {
     DoubleSum sum{b[i], 0.0};

@@ -18,6 +18,10 @@ class ConstraintMap final : public LinearMap {
   Doubles inverseMass, damp;
   /// The rounding errors of inverseMass.
   Doubles inverseMassRest;
+  /// True if some of these numbers have lost digits. The wide ones have all.
+  bool lossy = false;
+  SparseRows exactRows;
+  Wides wideInverseMass, wideDamp;
 
   /// Copies the matrix and the vectors, scaled so that this map is 2^-power times the caller's. Returns an
   /// error message about the input, or null.
@@ -42,9 +46,11 @@ class ConstraintMap final : public LinearMap {
   void multiply(const double* x, double* y) override;
   void multiplyTransposed(const double* x, double* y) override { multiply(x, y); }
   void preciseResidual(const double* b, const double* x, double* r, double* g) override;
+  Wides wideProduct(const Wides& x, bool transposed) override;
 
  private:
   double weight(int j) const { return inverseMass.size() > 0 ? inverseMass[j] : 1.0; }
+  double weightRest(int j) const { return inverseMassRest.size() > 0 ? inverseMassRest[j] : 0.0; }
   Doubles product_;
 };
 

@@ -1,6 +1,7 @@
 #include "limber/solvers/detail/LinearMap.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <new>
 
@@ -39,6 +40,20 @@ void LinearMap::preciseResidual(const double* b, const double* x, double* r, dou
   if (g) multiplyTransposed(r, g);
 }
 
+Wides LinearMap::wideProduct(const Wides& x, bool transposed) {
+  int top = INT_MIN;
+  for (const Wide& v : x) top = v.isZero() ? top : std::max(top, v.power());
+  if (top == INT_MIN) top = 0;
+  Doubles from, to(transposed ? width() : height());
+  round(x, -top, &from);
+  if (transposed) {
+    multiplyTransposed(from.data(), to.data());
+  } else {
+    multiply(from.data(), to.data());
+  }
+  return wideOf(to.size(), to.data(), top);
+}
+
 void RowsMap::multiply(const double* x, double* y) {
   ++products;
   if (++multiplications_ == firstSliced && rows_.height > 0 &&
@@ -65,6 +80,11 @@ double RowsMap::multiplyBothWays(const double* v, double s, double* u, double* w
 void RowsMap::preciseResidual(const double* b, const double* x, double* r, double* g) {
   products += g ? 2 : 1;
   rows_.residual(b, x, r, g);
+}
+
+Wides RowsMap::wideProduct(const Wides& x, bool transposed) {
+  ++products;
+  return transposed ? multiplyWideTransposed(exact_, x, power_) : multiplyWide(exact_, x, power_);
 }
 
 void ScaledColumnsMap::multiply(const double* x, double* y) {

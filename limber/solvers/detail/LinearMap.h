@@ -6,6 +6,7 @@
 #include "limber/linalg/Vector.h"
 #include "limber/linalg/detail/SlicedRows.h"
 #include "limber/solvers/detail/SparseRows.h"
+#include "limber/solvers/detail/Wide.h"
 
 class Preconditioner;
 class SpMat;
@@ -27,6 +28,8 @@ class LinearMap {
   virtual double multiplyBothWays(const double* v, double s, double* u, double* w);
   /// r = b - A x and, unless g is null, g = A^T r, in twice the precision if the map supports that.
   virtual void preciseResidual(const double* b, const double* x, double* r, double* g);
+  /// A x or A^T x. Classes that know the entries compute with wide numbers.
+  virtual Wides wideProduct(const Wides& x, bool transposed);
 
   int products = 0;
 
@@ -38,7 +41,10 @@ class LinearMap {
 /// these faster.
 class RowsMap final : public LinearMap {
  public:
-  explicit RowsMap(const SparseRows& rows) : rows_(rows) {}
+  explicit RowsMap(const SparseRows& rows) : RowsMap(rows, rows, 0) {}
+  /// The same, where some entries have lost digits: they are those of `exact` times 2^power.
+  RowsMap(const SparseRows& rows, const SparseRows& exact, int power)
+      : rows_(rows), exact_(exact), power_(power) {}
   int height() const override { return rows_.height; }
   int width() const override { return rows_.width; }
   double entries() const override { return rows_.entries(); }
@@ -46,9 +52,11 @@ class RowsMap final : public LinearMap {
   void multiplyTransposed(const double* x, double* y) override;
   double multiplyBothWays(const double* v, double s, double* u, double* w) override;
   void preciseResidual(const double* b, const double* x, double* r, double* g) override;
+  Wides wideProduct(const Wides& x, bool transposed) override;
 
  private:
-  const SparseRows& rows_;
+  const SparseRows &rows_, &exact_;
+  const int power_;
   SlicedRows slices_;        // the copy, once there is one
   int multiplications_ = 0;  // calls of multiply
 };

@@ -13,6 +13,9 @@
 namespace limber::detail {
 namespace {
 
+// A smaller right-hand side of the normal equations may have lost digits.
+constexpr double tiny = 1e-270;
+
 // A matrix of a foreign class with no more columns than this is copied by products with the unit vectors.
 constexpr int copiedColumns = 4096;
 
@@ -85,11 +88,13 @@ const char* LinearSystem::takeMatrix(const SpMat& A, const Vector& right, const 
   }
   copyEntries(A, extent, &rows);
   haveRows = true;
-  const double largest = largestMagnitude(rows.entries(), rows.value.data());
-  if (!std::isfinite(largest)) return "The matrix has an entry that is not finite.";
-  matrixPower_ = exponentOf(largest);
+  const Magnitudes range = magnitudesOf(rows.entries(), rows.value.data());
+  if (!std::isfinite(range.largest)) return "The matrix has an entry that is not finite.";
+  matrixPower_ = exponentOf(range.largest);
+  wide_ = losesDigits(range, matrixPower_);
+  if (wide_) exactRows_ = rows;
   scaleByPowerOfTwo(rows.entries(), rows.value.data(), -matrixPower_);
-  map = std::make_unique<RowsMap>(rows);
+  map = wide_ ? std::make_unique<RowsMap>(rows, exactRows_, -matrixPower_) : std::make_unique<RowsMap>(rows);
   return nullptr;
 }
 
@@ -105,7 +110,8 @@ void LinearSystem::copyColumns(const SpMat& A) {
     rows = SparseRows();
     return;
   }
-  if (!allFinite(rows.entries(), rows.value.data())) {
+  const Magnitudes range = magnitudesOf(rows.entries(), rows.value.data());
+  if (!std::isfinite(range.largest) || losesDigits(range, matrixPower_)) {
     rows = SparseRows();
     return;
   }
@@ -118,14 +124,15 @@ void LinearSystem::copyColumns(const SpMat& A) {
 }
 
 const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) {
-  if (!allFinite(right.count, right.data)) {
+  const Magnitudes range = magnitudesOf(right.count, right.data);
+  if (!std::isfinite(range.largest)) {
     return "The right-hand side has an element that is not finite.";
   }
   if (!allFinite(start.count, start.data)) return "The start has an element that is not finite.";
   run.expect(width);
   b.assign(height, 0.0);
   std::copy_n(right.data, height, b.data());
-  rightPower_ = largestExponent(height, b.data());
+  rightPower_ = exponentOf(range.largest);
   scaleByPowerOfTwo(height, b.data(), -rightPower_);
   x.assign(width, 0.0);
   g.assign(leastSquares() ? width : 0, 0.0);
@@ -139,7 +146,15 @@ const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) 
       !hasTranspose(*map)) {
     return "The class of the matrix has no product with the transpose.";
   }
-  goal = run.options.relative * norm;
+  // A^T b may depend on digits that the smallest elements of b, or products with them, have lost
+  const bool zero = range.largest == 0.0 || (haveRows && rows.entries() == 0);
+  wide_ |= leastSquares() && ((norm < tiny && !zero) || losesDigits(range, rightPower_));
+  if (wide_) {
+    wideRight_ = wideOf(height, right.data, -rightPower_);
+    wideNorm_ = wideResidual(Wides(width), this);
+    norm = wideNorm_.rounded();
+  }
+  goal = norm < tiny ? 0.0 : run.options.relative * norm;
   residual = startResidual_ = norm;
   if (start.count == 0) return nullptr;
   Iterate first = *this;
@@ -170,16 +185,45 @@ const char* LinearSystem::take(std::unique_ptr<LinearMap> scaledMap, int power, 
   return takeVectors(right, start);
 }
 
+// |b - A x|, or |A^T (b - A x)| for least squares. Rounds these vectors to `rounded` unless it is null.
+Wide LinearSystem::wideResidual(const Wides& at, Iterate* rounded) {
+  Wides rest = wide_ ? wideRight_ : wideOf(height, b.data(), 0);
+  const Wides product = map->wideProduct(at, false);
+  for (int i = 0; i < height; ++i) rest[i] += Wide(-1.0) * product[i];
+  const Wides gradient = leastSquares() ? map->wideProduct(rest, true) : Wides();
+  if (rounded) {
+    round(rest, 0, &rounded->r);
+    round(gradient, 0, &rounded->g);
+  }
+  return normOf(leastSquares() ? gradient : rest);
+}
+
+// Replaces the residual and the goal by those of the user's solution, in units of the norm.
+void LinearSystem::judge(const Vector& solution) {
+  Wides at(width);
+  for (int j = 0; j < std::min(width, solution.count); ++j) {
+    at[j] = Wide(solution.data[j], matrixPower_ - rightPower_);
+  }
+  const int power = wideNorm_.power();
+  run.unit += power;
+  norm = wideNorm_.rounded(-power);
+  residual = wideResidual(at).rounded(-power);
+  goal = run.options.relative * norm;
+}
+
 void LinearSystem::measure(Iterate* at) {
+  // elements above 2^900 overflow where their products are split
+  if (wide_ || largestExponent(width, at->x.data()) > 900) {
+    at->residual = wideResidual(wideOf(width, at->x.data(), 0), at).rounded();
+    return;
+  }
   at->r.resize(height);
   at->g.resize(leastSquares() ? width : 0);
   double* const gradient = leastSquares() ? at->g.data() : nullptr;
-  // larger elements overflow where their products are split
-  const bool overflows = largestExponent(width, at->x.data()) > 900;
-  if (!precise_ || overflows) {
+  if (!precise_) {
     map->LinearMap::preciseResidual(b.data(), at->x.data(), at->r.data(), gradient);
     at->residual = sizeOf(*at);
-    if (overflows || !(at->residual <= 2.0 * goal) || roundingOfProduct(at->x) < 0.5 * goal) return;
+    if (!(at->residual <= 2.0 * goal) || roundingOfProduct(at->x) < 0.5 * goal) return;
   }
   map->preciseResidual(b.data(), at->x.data(), at->r.data(), gradient);
   at->residual = sizeOf(*at);
@@ -253,6 +297,11 @@ bool LinearSystem::unsolvable() const {
 // The sentence about a residual that did not become small enough.
 const char* LinearSystem::limitOfPrecision() const {
   if (underflow_) return "The solution is too small for doubles: numbers below 1e-307 lose digits.";
+  if (wide_) {
+    return "The residual cannot be made smaller in double precision: some numbers of the system are more "
+           "than "
+           "1e270 times larger than others. This is the best iterate found.";
+  }
   const bool nearlySingular = condition > 1e10;
   if (leastSquares()) {
     return nearlySingular
@@ -324,23 +373,25 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   const Doubles result = toScaleOfUser();
   // the reported residual must be free of the rounding of plain products
   if (!converged()) measurePrecisely();
-  Verdict verdict = verdictOn(last);
-  double reported = residual;
-  if (!allFinite(width, result.data())) {
-    verdict = {SOLVE_BREAKDOWN, "The solution is too large for doubles; the start was left as it is."};
-    reported = startResidual_;
+  const bool fits = allFinite(width, result.data());
+  if (!fits) {
+    residual = startResidual_;
   } else if (moved_ || out->count != width) {
     out->grow(width);
     if (out->count != width) return badInput("There is not enough memory for the solution.");
     std::copy_n(result.data(), width, out->data);
   }
+  if (wide_) judge(*out);
+  const Verdict verdict =
+      fits ? verdictOn(last)
+           : Verdict{SOLVE_BREAKDOWN, "The solution is too large for doubles; the start was left as it is."};
   SolveReport report{};
   report.status = verdict.status;
   report.message = verdict.sentence;
   report.iterations = run.iterations;
   report.products = map->products;
-  report.residual = timesPowerOfTwo(reported, run.unit);
-  report.relativeResidual = norm > 0.0 ? reported / norm : 0.0;
+  report.residual = timesPowerOfTwo(residual, run.unit);
+  report.relativeResidual = norm > 0.0 ? residual / norm : 0.0;
   report.seconds = run.seconds();
   return report;
 }

@@ -33,6 +33,8 @@ class LinearSystem : public Iterate {
   const char* take(const SpMat& A, const Vector& right, const Vector& start);
   /// The same for a map that is already scaled: A is 2^power times `scaledMap`.
   const char* take(std::unique_ptr<LinearMap> scaledMap, int power, const Vector& right, const Vector& start);
+  /// From now on, residuals are computed in wide numbers, and the report is about the user's own numbers.
+  void measureWidely() { wide_ = true; }
 
   /// Copies the entries of a large matrix of a foreign class by one product per column. If there are too many
   /// entries, the map does not change, and `endless` is set.
@@ -99,6 +101,8 @@ class LinearSystem : public Iterate {
  private:
   const char* takeMatrix(const SpMat& A, const Vector& right, const Vector& start);
   double sizeOf(const Iterate& at) const;
+  Wide wideResidual(const Wides& at, Iterate* rounded = nullptr);
+  void judge(const Vector& solution);
   double roundingOfProduct(const Doubles& at) const;
   bool unsolvable() const;
   /// What the report says about a solve whose last method ended so.
@@ -115,7 +119,12 @@ class LinearSystem : public Iterate {
   double polished_ = 0.0, startResidual_ = 0.0;
   /// |A| (Frobenius), once it is needed.
   mutable double size_ = 0.0;
-  bool moved_ = false, precise_ = false, underflow_ = false;
+  bool moved_ = false, precise_ = false, underflow_ = false, wide_ = false;
+  /// If wide_, the entries as the user gave them (if scaling has rounded them), b, and the norm of the
+  /// right-hand side.
+  SparseRows exactRows_;
+  Wides wideRight_;
+  Wide wideNorm_;
   Iterate tried_;
 };
 
