@@ -71,7 +71,8 @@ bool IncompleteLu::apply(const double* r, double* z) {
   }
   for (int i = n - 1; i >= 0; --i) {
     double sum = z[i];
-    for (int k = diagonal_[i] + 1; k < start[i + 1]; ++k) sum -= value[k] * z[index[k]];
+    // in descending order, so that little is left to do once the element of the row below is known
+    for (int k = start[i + 1] - 1; k > diagonal_[i]; --k) sum -= value[k] * z[index[k]];
     z[i] = sum * inverse_[i];
   }
   return true;
