@@ -141,18 +141,28 @@ struct Problem {
   bool startFits() const { return start.count == 0 || start.count == (kind == Constraints ? m : n); }
 
   // residual: |b - A x| / |b| or, for least squares, |A^T (b - A x)| / |A^T b|. terms: the size of the terms
-  // that cancel in it, relative to the right-hand side. Constraints are left out.
+  // that cancel in it, relative to the right-hand side. For constraints, A is J V^-1 J^T + D.
   struct Truth {
     long double residual, terms;
   };
-  Truth truthOf(const Vector& x) const {
-    std::vector<long double> r, right, size;
+  Truth truthOf(const Vector& x, bool weighted) const {
+    std::vector<long double> r, right, size, v(x.begin(), x.end()), magnitudes;
+    for (const double value : x) magnitudes.push_back(std::fabs(value));
+    if (kind == Constraints) {
+      v = transposed(v, false);
+      magnitudes = transposed(magnitudes, true);
+    }
     for (int i = 0; i < m; ++i) {
       long double sum = b[i], most = std::fabs(b[i]);
       for (int j = 0; j < n; ++j) {
-        const long double term = static_cast<long double>(A.e(i, j)) * x[j];
-        sum -= term;
-        most += std::fabs(term);
+        const std::size_t at = static_cast<std::size_t>(j);
+        const long double entry = A.e(i, j), divisor = kind == Constraints && weighted ? mass[j] : 1.0;
+        sum -= entry * v[at] / divisor;
+        most += std::fabs(entry) * magnitudes[at] / divisor;
+      }
+      if (kind == Constraints && weighted) {
+        sum -= static_cast<long double>(damp[i]) * x[i];
+        most += static_cast<long double>(damp[i]) * std::fabs(x[i]);
       }
       r.push_back(sum);
       right.push_back(b[i]);
@@ -244,16 +254,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (options.maxIterations > 0) REQUIRE(report.iterations <= options.maxIterations);
   if (report.status == SOLVE_STOPPED) REQUIRE(options.observer && watch.stopAt > 0);
   if (report.status == SOLVE_CONVERGED) REQUIRE(report.relativeResidual <= options.relative);
-  if (problem.kind == Constraints || x.count != unknowns) return 0;
+  if (x.count != unknowns) return 0;
   // A solution below the normal numbers loses digits when it is stored, which the report does not count.
   if (std::all_of(x.begin(), x.end(), [](double value) { return std::fabs(value) < 1e-290; })) return 0;
-  const Problem::Truth truth = problem.truthOf(x);
+  const Problem::Truth truth = problem.truthOf(x, weighted);
   const long double slack = 1e-14L * (1.0L + truth.terms) + 1e-300L;
   REQUIRE(ratioIsTrue(report.relativeResidual, truth.residual, slack));
-  Vector from(problem.n);
-  if (problem.start.count == problem.n) from = problem.start;
+  Vector from(unknowns);
+  if (problem.start.count == unknowns) from = problem.start;
   if (problem.kind != LeastSquares) {
-    const Problem::Truth before = problem.truthOf(from);
+    const Problem::Truth before = problem.truthOf(from, weighted);
     REQUIRE(!(truth.residual > before.residual * 1.000001L + 1e-14L * (1.0L + before.terms) + slack));
   }
   return 0;

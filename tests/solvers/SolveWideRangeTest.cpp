@@ -196,6 +196,20 @@ TEST(SolveWideRange, LargeSolutionsOfConstraintsAreJudgedInTwiceThePrecision) {
   expectTruth(system, Constraints, report, x, 1e-10);
 }
 
+// In the units of the solve, the start is above the largest double.
+TEST(SolveWideRange, AStartThatOverflowsIsKeptIfItIsBetter) {
+  const System system(2, 2, {0x1p600, 0.0, 0.0, 0x1p-500}, {0.0, 0x1p200});
+  for (const Kind kind : {Definite, Square}) {
+    Vector x = vectorOf({0.0, 0x1.8p700});
+    const SolveReport report = system.solve(kind, 0, &x);
+    EXPECT_EQ(0x1.8p700, x[1]);
+    EXPECT_EQ(0.5, report.relativeResidual);
+    x[1] = 0x1p700;
+    EXPECT_EQ(SOLVE_CONVERGED, system.solve(kind, 0, &x).status);
+    EXPECT_EQ(0x1p700, x[1]);
+  }
+}
+
 TEST(SolveWideRange, TheScaleOfSuchASystemDoesNotMatter) {
   const auto system = [](int onA, int onB) {
     System scaled(3, 3, {0x1p550, 0.0, 0x1.8p500, 0.0, 0x1.4p-480, 0.0, 0x1p490, 0x1.1p-400, 0x1.3p510},

@@ -160,9 +160,12 @@ const char* LinearSystem::takeVectors(const Vector& right, const Vector& start) 
   Iterate first = *this;
   for (int j = 0; j < width; ++j) first.x[j] = timesPowerOfTwo(start.data[j], matrixPower_ - rightPower_);
   measure(&first);
-  startResidual_ = first.residual;
+  startTooLarge_ = !std::isfinite(first.residual);
+  startResidual_ = startTooLarge_
+                       ? wideResidual(wideOf(width, start.data, matrixPower_ - rightPower_)).rounded()
+                       : first.residual;
   // if the right-hand side is zero, zero is the solution; otherwise the solve begins at the caller's start
-  moved_ = !std::isfinite(first.residual) || (norm == 0.0 && first.residual != 0.0);
+  moved_ = startTooLarge_ || (norm == 0.0 && first.residual != 0.0);
   if (moved_) return nullptr;
   begin = first.x;
   iterate() = first;
@@ -374,7 +377,7 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   // the reported residual must be free of the rounding of plain products
   if (!converged()) measurePrecisely();
   const bool fits = allFinite(width, result.data());
-  if (!fits) {
+  if (!fits || (startTooLarge_ && startResidual_ < residual)) {
     residual = startResidual_;
   } else if (moved_ || out->count != width) {
     out->grow(width);

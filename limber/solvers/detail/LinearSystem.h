@@ -120,6 +120,8 @@ class LinearSystem : public Iterate {
   /// |A| (Frobenius), once it is needed.
   mutable double size_ = 0.0;
   bool moved_ = false, precise_ = false, underflow_ = false, wide_ = false;
+  /// True if the units of the solve are too small for the start, so that the solve begins at zero.
+  bool startTooLarge_ = false;
   /// If wide_, the entries as the user gave them (if scaling has rounded them), b, and the norm of the
   /// right-hand side.
   SparseRows exactRows_;
