@@ -72,7 +72,7 @@ std::vector<GimbalLock> findGimbalLock(const Clip& clip, double nearness) {
     GimbalLock lock = {static_cast<int>(j), 0, -1, -1, nearness};
     for (int f = 0; f < clip.frames; ++f) {
       const double middle = clip.frame(f)[rotations[1]];
-      const double distance = std::asin(std::min(1.0, std::fabs(std::cos(middle))));
+      const double distance = std::asin(std::fabs(std::cos(middle)));
       if (!(distance < nearness)) continue;
       if (lock.frames++ == 0) lock.first = f;
       if (lock.worst < 0 || distance < lock.distance) lock.worst = f, lock.distance = distance;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <set>
 
 #include "limber_motion/Error.h"
 #include "limber_motion/Skeleton.h"
@@ -108,11 +109,10 @@ double wander(const Places& places, const std::vector<Stand>& stands) {
 
 double below(const Clip& clip, const Places& places, const std::vector<Stand>& stands, double ground) {
   double deepest = 0.0;
-  for (std::size_t i = 0; i < stands.size(); ++i) {
-    if (i > 0 && stands[i].joint == stands[i - 1].joint) continue;
-    for (int f = 0; f < clip.frames; ++f) {
-      deepest = std::max(deepest, ground - places.at(stands[i].joint, f).y);
-    }
+  std::set<int> joints;
+  for (const Stand& stand : stands) joints.insert(stand.joint);
+  for (const int j : joints) {
+    for (int f = 0; f < clip.frames; ++f) deepest = std::max(deepest, ground - places.at(j, f).y);
   }
   return deepest;
 }

@@ -374,14 +374,60 @@ TEST(Contacts, EndWhereTheBodyJumpsToAnotherPlace) {
   EXPECT_EQ(after, before);
 }
 
+// A standing figure whose body moves aside by `way` heights within `seconds`, as smoothly as possible, and
+// hops `high` heights meanwhile.
+Clip steppingAside(double way, double seconds, double high) {
+  Clip clip = standing(180, 60.0);
+  const double height = Skeleton(clip).height();
+  for (int f = 0; f < clip.frames; ++f) {
+    const double t = std::clamp((f - 90) / (60.0 * seconds) + 0.5, 0.0, 1.0);
+    clip.frame(f)[2] = 3.0;  // far from the origin, which makes no difference
+    clip.frame(f)[0] = way * height * t * t * t * (10.0 - 15.0 * t + 6.0 * t * t);
+    clip.frame(f)[1] += high * height * std::pow(std::sin(3.14159265358979 * t), 2);
+  }
+  return clip;
+}
+
+std::vector<Contact> ofJoint(const Clip& clip, const char* name) {
+  std::vector<Contact> own;
+  for (const Contact& contact : findContacts(clip).list) {
+    if (contact.joint == clip.find(name)) own.push_back(contact);
+  }
+  return own;
+}
+
+TEST(Contacts, OfAJointThatGlidesAsideShareAPlace) {
+  const Clip clip = steppingAside(0.04, 0.5, 0.0);
+  for (const char* name : {"RightFoot", "RightToe.End"}) {
+    const std::vector<Contact> own = ofJoint(clip, name);
+    ASSERT_EQ(own.size(), 2u);
+    EXPECT_TRUE((own[1].place - own[0].place).length() <= 1e-6);
+  }
+}
+
+TEST(Contacts, OfAJointThatHopsAsideHaveTheirOwnPlaces) {
+  const Clip clip = steppingAside(0.04, 0.3, 0.1);
+  for (const char* name : {"RightFoot", "RightToe.End"}) {
+    const std::vector<Contact> own = ofJoint(clip, name);
+    ASSERT_EQ(own.size(), 2u);
+    EXPECT_NEAR((own[1].place - own[0].place).x, 0.04 * Skeleton(clip).height(), 1e-3);
+  }
+}
+
+// The joint is never far from its first place, but it stands elsewhere afterwards.
+TEST(Contacts, OfAJointThatStepsAsideALittleAreNotOne) {
+  EXPECT_EQ(ofJoint(steppingAside(0.028, 0.3, 0.0), "RightFoot").size(), 2u);
+  EXPECT_EQ(ofJoint(steppingAside(0.015, 0.3, 0.0), "RightFoot").size(), 1u);
+}
+
 TEST(Contacts, GiveWayToWhatAScriptAsksOfTheSameFoot) {
   Contacts contacts;
   contacts.list = {{3, 0, 9, Pnt3(1, 0, 0), 3}, {4, 2, 5, Pnt3(2, 0, 0), 3}, {8, 0, 9, Pnt3(3, 0, 0), 8}};
-  const Contacts left =
-      contactsBeside(contacts, {{4, 3, Pnt3(), 1.0}, {5, 4, Pnt3(), 1.0}, {7, 20, Pnt3(), 1.0}});
-  ASSERT_EQ(left.list.size(), 4u);
-  const int firsts[] = {0, 6, 2, 0}, lasts[] = {3, 9, 3, 9}, joints[] = {3, 3, 4, 8};
-  for (std::size_t i = 0; i < 4; ++i) {
+  const Contacts left = contactsBeside(
+      contacts, {{4, 3, Pnt3(), 1.0}, {5, 4, Pnt3(), 1.0}, {8, 3, Pnt3(), 1.0}, {7, 20, Pnt3(), 1.0}});
+  ASSERT_EQ(left.list.size(), 5u);
+  const int firsts[] = {0, 6, 9, 2, 0}, lasts[] = {3, 7, 9, 3, 9}, joints[] = {3, 3, 3, 4, 8};
+  for (std::size_t i = 0; i < 5; ++i) {
     EXPECT_EQ(left.list[i].joint, joints[i]);
     EXPECT_EQ(left.list[i].first, firsts[i]);
     EXPECT_EQ(left.list[i].last, lasts[i]);

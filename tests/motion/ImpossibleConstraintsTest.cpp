@@ -103,6 +103,16 @@ TEST_F(ImpossibleConstraints, AHandThroughTheFloor) {
   solve(inFrames(30, 79, "LeftHand", at(55, "LeftHand") + up(-1.2)));
 }
 
+// In frame 31, the hand would be far from the elbow; in frame 71, it is out of reach by less.
+TEST_F(ImpossibleConstraints, TheWorstTargetOfAJointIsNamed) {
+  const Report report = solve({{30, clip.find("LeftHand"), at(30, "LeftHand") + up(0.5), 1.0},
+                               {30, clip.find("LeftForeArm"), at(30, "LeftForeArm") + up(-0.4), 1.0},
+                               {70, clip.find("LeftHand"), at(70, "LeftHand") + up(1.0), 1.0}},
+                              false);
+  EXPECT_TRUE(report.impossible);
+  EXPECT_NE(first(report).find("in frame 31"), std::string::npos) << textOf(report);
+}
+
 TEST_F(ImpossibleConstraints, EndsOfABoneThatIsShorterThanTheirTargetsAreApart) {
   std::vector<Constraint> constraints = inFrames(40, 60, "LeftFoot", at(50, "LeftFoot"));
   for (const Constraint& c : inFrames(40, 60, "LeftLeg", at(50, "LeftFoot") + up(0.6)))

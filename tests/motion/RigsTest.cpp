@@ -8,6 +8,7 @@
 #include <string>
 
 #include "limber_motion/motion.h"
+#include "tests/motion/StandingFigure.h"
 #include "tests/support/TemporaryFile.h"
 #include "tests/support/Tolerance.h"
 
@@ -52,6 +53,18 @@ TEST(Rigs, AMotionlessReferenceIsNotTheBody) {
     EXPECT_EQ(contacts.list[i].first, expected.list[i].first);
     EXPECT_EQ(contacts.list[i].last, expected.list[i].last);
   }
+}
+
+// A marker on the ground below the hips, in another unit. Its last bone is so short that it counts as none.
+TEST(Rigs, AMarkerIsNoFoot) {
+  Clip clip = standing(60, 30.0);
+  for (double& value : clip.values) value *= 100.0;
+  for (Joint& joint : clip.joints) joint.offset *= 100.0;
+  const int feet = static_cast<int>(findContacts(clip).feet.size());
+  clip.joints.push_back({"Marker", 0, Pnt3(0, -92, 0), {}, clip.channels, false});
+  const int marker = static_cast<int>(clip.joints.size()) - 1;
+  clip.joints.push_back({"Marker.End", marker, Pnt3(1e-5, 0, 0), {}, clip.channels, true});
+  EXPECT_EQ(findContacts(clip).feet.size(), static_cast<std::size_t>(feet));
 }
 
 TEST(Rigs, AnEditMovesTheBodyAndNotItsReference) {

@@ -66,3 +66,10 @@ TEST(Steps, AreNotDampedAfterOneOfWhichHalfIsTaken) {
     EXPECT_LE(report.steps.size(), 4U);
   }
 }
+
+// Such a kick within one frame of a body that stands would have to be a jump. The body stays as it was.
+TEST(Steps, LeadBackIfTheTargetCanOnlyBeMetByAJump) {
+  const Report report = reached({10, 0.95, 60, 0}, true);
+  EXPECT_FALSE(report.met);
+  EXPECT_TRUE(report.turn <= 0.1 * degree) << textOf(report);
+}
