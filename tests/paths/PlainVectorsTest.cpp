@@ -11,6 +11,7 @@
 #include "limber/ode/RK4Solver.h"
 #include "limber/solvers/detail/DenseLu.h"
 #include "tests/ode/Systems.h"
+#include "tests/paths/HideWideVectors.h"
 #include "tests/solvers/detail/RowWalkCases.h"
 #include "tests/support/OwnProcess.h"
 
@@ -18,22 +19,7 @@ using namespace limber::detail;
 
 #if defined(__x86_64__) && !defined(_WIN32)
 
-// What the compilers' own library found out about the machine, see __builtin_cpu_supports.
-extern "C" {
-struct MachineModel {
-  unsigned vendor, type, subtype, features;
-};
-extern MachineModel __cpu_model;
-}
-
 namespace {
-
-// The machine has no AVX2 from now on. The library asks once, so this needs a process of its own.
-void hideWideVectors() {
-  constexpr unsigned avx2 = 1u << 10;
-  __builtin_cpu_init();
-  __cpu_model.features &= ~avx2;
-}
 
 TEST(PlainVectors, DenseFactorsSubtractThePivotsInAscendingOrder) {
   if (!inOwnProcess()) return;
