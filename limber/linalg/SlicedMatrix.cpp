@@ -108,10 +108,6 @@ void SlicedMatrix::multT(const Vector* x, Vector* y) const {
   y->grow(width_);
   clearBehind(*y);
   if (y->count < width_ || width_ == 0) return;
-  if (!layout_) {
-    *y = 0.0;
-    return;
-  }
   const int values = std::max(x->capacity, 0);
   if (!layout_->finite) {
     layout_->rows.multiplyTransposedInside(x->data, values, width_, y->data);

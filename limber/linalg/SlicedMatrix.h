@@ -59,7 +59,7 @@ class LIMBER_API SlicedMatrix : public SpMat {
   template <class Take>
   void layOut(int width, Take take);
 
-  int width_ = 0;
+  int width_ = 0;  // 0 without a layout
   /// Null without memory.
   Layout* layout_ = nullptr;
 };

@@ -21,8 +21,8 @@ using Call = std::function<SolveReport(Vector*)>;
 using Truth = std::function<double(const Vector&)>;
 
 // If there is no memory for the result, the solve refuses and leaves x empty. Otherwise the report must be
-// true.
-void failEach(const Call& solve, const Truth& relative) {
+// true. Without a failure the solve ends with `last`.
+void failEach(const Call& solve, const Truth& relative, SolveStatus last = SOLVE_CONVERGED) {
   const OutputFunction before = stderrF;
   stderrF = silent;
   int refused = 0;
@@ -44,7 +44,7 @@ void failEach(const Call& solve, const Truth& relative) {
       EXPECT_LE(relative(x), 1.001e-10) << k;
     }
     if (!happened) {
-      EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+      EXPECT_EQ(last, report.status) << report.message;
       break;
     }
   }
@@ -146,6 +146,17 @@ TEST(SolvePathsAllocation, SystemsOfALargeConditionSayWhetherTheyAreSolved) {
              J.matrix().multT(&lambda, &force);
              return relativeResidual(J.matrix(), 24, c, force, false);
            });
+}
+
+// Every method is tried in vain.
+TEST(SolvePathsAllocation, ASystemWithoutASolutionIsNeverCalledSolved) {
+  Entries J(3, 3);
+  J.add(0, 0, 2.0);
+  J.add(2, 1, 1.0);
+  Vector c(3);
+  c = 1.0;
+  failEach([&](Vector* lambda) { return solveConstraints(J.matrix(), nullptr, nullptr, c, lambda); },
+           [](const Vector&) { return 1.0; }, SOLVE_STAGNATED);
 }
 
 class Products : public SpMat {
