@@ -119,6 +119,18 @@ TEST(SolvePathsAllocation, SystemsThatNeedAFactorSayWhetherTheyAreSolved) {
   failEach([&](Vector* lambda) { return solveConstraints(J.matrix(), &mass, nullptr, c, lambda); }, residual);
 }
 
+// Scaling rounds the smallest entries of these systems, so their residuals are computed from the original
+// ones.
+TEST(SolvePathsAllocation, SystemsOfAWideRangeSayWhetherTheyAreSolved) {
+  Entries A(2, 2);
+  A.add(0, 0, 4e15);
+  A.add(0, 1, 1e-300);
+  A.add(1, 0, 1.0);
+  const Vector b = vectorOf({-2e-20, 1e-35});
+  failEach([&](Vector* x) { return solveSquare(A.matrix(), b, x); }, residualOf(A, b, false));
+  failEach([&](Vector* x) { return solveLeastSquares(A.matrix(), b, x); }, residualOf(A, b, true));
+}
+
 // The differences of the fourth order of n numbers. Their condition grows as the fourth power of n.
 Entries fourthDifferences(int n) {
   FullMatrix A(n, n);

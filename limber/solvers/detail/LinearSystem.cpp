@@ -202,15 +202,11 @@ Wide LinearSystem::wideResidual(const Wides& at, Iterate* rounded) {
 }
 
 // Replaces the residual and the goal by those of the user's solution, in units of the norm.
-void LinearSystem::judge(const Vector& solution) {
-  Wides at(width);
-  for (int j = 0; j < std::min(width, solution.count); ++j) {
-    at[j] = Wide(solution.data[j], matrixPower_ - rightPower_);
-  }
+void LinearSystem::judge(const Doubles& solution) {
   const int power = wideNorm_.power();
   run.unit += power;
   norm = wideNorm_.rounded(-power);
-  residual = wideResidual(at).rounded(-power);
+  residual = wideResidual(wideOf(width, solution.data(), matrixPower_ - rightPower_)).rounded(-power);
   goal = run.options.relative * norm;
 }
 
@@ -373,18 +369,19 @@ LinearSystem::Verdict LinearSystem::verdictOn(Outcome last) const {
 }
 
 SolveReport LinearSystem::finish(Outcome last, Vector* out) {
-  const Doubles result = toScaleOfUser();
+  Doubles result = toScaleOfUser();
   // the reported residual must be free of the rounding of plain products
   if (!converged()) measurePrecisely();
   const bool fits = allFinite(width, result.data());
   if (!fits || (startTooLarge_ && startResidual_ < residual)) {
     residual = startResidual_;
-  } else if (moved_ || out->count != width) {
-    out->grow(width);
-    if (out->count != width) return badInput("There is not enough memory for the solution.");
-    std::copy_n(result.data(), width, out->data);
+    moved_ = false;
   }
-  if (wide_) judge(*out);
+  if (!moved_) {
+    result.assign(width, 0.0);
+    if (out->count == width) std::copy_n(out->data, width, result.data());
+  }
+  if (wide_) judge(result);
   const Verdict verdict =
       fits ? verdictOn(last)
            : Verdict{SOLVE_BREAKDOWN, "The solution is too large for doubles; the start was left as it is."};
@@ -395,6 +392,11 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   report.products = map->products;
   report.residual = timesPowerOfTwo(residual, run.unit);
   report.relativeResidual = norm > 0.0 ? residual / norm : 0.0;
+  if (fits && (moved_ || out->count != width)) {
+    out->grow(width);
+    if (out->count != width) return badInput("There is not enough memory for the solution.");
+    std::copy_n(result.data(), width, out->data);
+  }
   report.seconds = run.seconds();
   return report;
 }

@@ -102,7 +102,7 @@ class LinearSystem : public Iterate {
   const char* takeMatrix(const SpMat& A, const Vector& right, const Vector& start);
   double sizeOf(const Iterate& at) const;
   Wide wideResidual(const Wides& at, Iterate* rounded = nullptr);
-  void judge(const Vector& solution);
+  void judge(const Doubles& solution);
   double roundingOfProduct(const Doubles& at) const;
   bool unsolvable() const;
   /// What the report says about a solve whose last method ended so.
