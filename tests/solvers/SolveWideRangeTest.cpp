@@ -210,6 +210,19 @@ TEST(SolveWideRange, AStartThatOverflowsIsKeptIfItIsBetter) {
   }
 }
 
+// The first unknown is below the doubles. Without it, the other one makes the residual larger than that of
+// zero.
+TEST(SolveWideRange, ASolutionThatUnderflowsIsNotWorseThanTheStart) {
+  const System system(2, 2, {-1.25e-99, 1e200, -1.5e-100, -1.25e-100}, {-4.0, 0.0});
+  Vector x;
+  const SolveReport report = system.solve(Constraints, 0, &x);
+  EXPECT_EQ(SOLVE_STAGNATED, report.status);
+  EXPECT_STREQ("The solution is too small for doubles: numbers below 1e-307 lose digits.", report.message);
+  EXPECT_EQ(1.0, report.relativeResidual);
+  ASSERT_EQ(2, x.count);
+  EXPECT_EQ(0.0, x[1]);
+}
+
 TEST(SolveWideRange, TheScaleOfSuchASystemDoesNotMatter) {
   const auto system = [](int onA, int onB) {
     System scaled(3, 3, {0x1p550, 0.0, 0x1.8p500, 0.0, 0x1.4p-480, 0.0, 0x1p490, 0x1.1p-400, 0x1.3p510},

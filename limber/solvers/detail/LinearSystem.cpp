@@ -373,7 +373,8 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   // the reported residual must be free of the rounding of plain products
   if (!converged()) measurePrecisely();
   const bool fits = allFinite(width, result.data());
-  if (!fits || (startTooLarge_ && startResidual_ < residual)) {
+  const bool startIsBetter = (startTooLarge_ || underflow_) && startResidual_ < residual;
+  if (!fits || startIsBetter) {
     residual = startResidual_;
     moved_ = false;
   }
