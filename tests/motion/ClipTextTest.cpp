@@ -212,6 +212,8 @@ TEST(Angles, GimbalLockIsFound) {
   EXPECT_EQ(locks[0].first, 0);
   EXPECT_EQ(locks[0].worst, 1);
   EXPECT_NEAR(locks[0].distance, radians, 1e-12);
+  clip.frame(0)[4] = 90 * radians;
+  EXPECT_EQ(findGimbalLock(clip).at(0).worst, 0);
 }
 
 }  // namespace

@@ -374,16 +374,17 @@ TEST(Contacts, EndWhereTheBodyJumpsToAnotherPlace) {
   EXPECT_EQ(after, before);
 }
 
-// A standing figure whose body moves aside by `way` heights within `seconds`, as smoothly as possible, and
-// hops `high` heights meanwhile.
+// A standing figure whose body moves aside by `way` heights and up by a little within `seconds`, as smoothly
+// as possible, and hops `high` heights meanwhile.
 Clip steppingAside(double way, double seconds, double high) {
   Clip clip = standing(180, 60.0);
   const double height = Skeleton(clip).height();
   for (int f = 0; f < clip.frames; ++f) {
     const double t = std::clamp((f - 90) / (60.0 * seconds) + 0.5, 0.0, 1.0);
     clip.frame(f)[2] = 3.0;  // far from the origin, which makes no difference
-    clip.frame(f)[0] = way * height * t * t * t * (10.0 - 15.0 * t + 6.0 * t * t);
-    clip.frame(f)[1] += high * height * std::pow(std::sin(3.14159265358979 * t), 2);
+    const double part = t * t * t * (10.0 - 15.0 * t + 6.0 * t * t);
+    clip.frame(f)[0] = way * height * part;
+    clip.frame(f)[1] += 0.01 * height * part + high * height * std::pow(std::sin(3.14159265358979 * t), 2);
   }
   return clip;
 }

@@ -91,12 +91,18 @@ TEST_F(ImpossibleConstraints, FeetThatStandInEveryFrameHaveAMessageOfTheirOwn) {
   EXPECT_NE(first(report).find("is held in all 120 frames"), std::string::npos) << first(report);
 }
 
+// Neither target is met at the cost of the other one.
 TEST_F(ImpossibleConstraints, TwoPlacesInNeighbouringFrames) {
   const int hand = clip.find("LeftHand");
-  const Report report =
-      solve({{60, hand, at(60, "LeftHand") + up(0.3), 1.0}, {61, hand, at(60, "LeftHand") + up(-0.3), 1.0}});
-  EXPECT_TRUE(report.impossible);
-  EXPECT_NE(first(report).find("frames 61 and 62"), std::string::npos) << first(report);
+  const Pnt3 was = at(60, "LeftHand");
+  for (const bool plants : {true, false}) {
+    clip = before;
+    const Report report = solve({{60, hand, was + up(0.3), 1.0}, {61, hand, was + up(-0.3), 1.0}}, plants);
+    EXPECT_TRUE(report.impossible);
+    EXPECT_NE(first(report).find("frames 61 and 62"), std::string::npos) << first(report);
+    const Pnt3 is = skeleton.position(hand, clip.frame(60));
+    EXPECT_GT((is - was - up(0.3)).length(), 0.1 * skeleton.height());
+  }
 }
 
 TEST_F(ImpossibleConstraints, AHandThroughTheFloor) {

@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "limber_motion/motion.h"
 #include "tests/motion/Bounds.h"
@@ -83,6 +85,18 @@ TEST(Quality, AClipComparedWithItselfHasNotChanged) {
   EXPECT_EQ(quality.largestEdgeJerk, 1.0);
   EXPECT_EQ(quality.bodyJerk, 1.0);
   EXPECT_EQ(quality.turn, 0.0);
+}
+
+TEST(Quality, TheFirstChannelCountsIfItTurns) {
+  Clip clip = readClip(sourceFile("examples/data/walk.bvh"));
+  clip.text = nullptr;
+  std::vector<Channel>& channels = clip.joints[0].channels;
+  std::rotate(channels.begin(), channels.begin() + 3, channels.end());
+  for (int f = 0; f < clip.frames; ++f) std::rotate(clip.frame(f), clip.frame(f) + 3, clip.frame(f) + 6);
+  ASSERT_TRUE(clip.channel(0).rotation);
+  const Clip before = clip;
+  clip.frame(7)[0] += 0.25;
+  EXPECT_NEAR(measureQuality(before, clip).turn, 0.25, 1e-12);
 }
 
 TEST(Quality, RefusesClipsOfDifferentFrames) {

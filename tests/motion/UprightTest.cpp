@@ -74,6 +74,11 @@ TEST_P(EveryUp, IsFound) {
   Clip clip = withUp(GetParam());
   clip.up = Up::Y;
   EXPECT_EQ(nameOf(findUp(clip)), nameOf(GetParam()));
+  for (Joint& joint : clip.joints) joint.offset *= 1e-3;
+  for (int c = 0; c < clip.channels; ++c) {
+    for (int f = 0; f < clip.frames && !clip.channel(c).rotation; ++f) clip.frame(f)[c] *= 1e-3;
+  }
+  EXPECT_EQ(nameOf(findUp(clip)), nameOf(GetParam())) << "in a larger unit";
 }
 
 TEST_P(EveryUp, TheSameEditIsMade) {
