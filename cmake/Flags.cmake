@@ -13,6 +13,8 @@ if(LIMBER_SANITIZE)
   target_compile_options(limber_flags INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer
                                                 -fno-sanitize-recover=undefined)
   target_link_options(limber_flags INTERFACE -fsanitize=address,undefined)
+  # indices of the standard containers are checked too
+  target_compile_definitions(limber_flags INTERFACE _GLIBCXX_ASSERTIONS)
 endif()
 
 # The numbers: contraction would let a compiler fuse a*b+c into one rounding where the machine has the instruction, so
