@@ -69,6 +69,34 @@ TEST(SolveLargeClasses, LeastSquaresRefuseAClassWithoutProductsWithTheTranspose)
   EXPECT_EQ(solveLeastSquares(WithoutTranspose(), zeros, &y).status, SOLVE_CONVERGED);
 }
 
+// In the units of the solve, the last unknown is above 2^900, where products are not split.
+TEST(SolveLargeClasses, LargeUnknownsAreJudgedByTheProductsOfTheClass) {
+  class Diagonal final : public SpMat {
+   public:
+    int height() const override { return n; }
+    int width() const override { return n; }
+    void mult(const Vector* x, Vector* y) const override {
+      *y = *x;
+      (*y)[n - 1] *= 0x1p-950;
+    }
+    void multT(const Vector* x, Vector* y) const override { mult(x, y); }
+  };
+  Vector b(n), x(n);
+  b = 1.0;
+  x = 1.0;
+  x[n - 1] = 0x1p950;
+  for (const Solve solve : everyKind) {
+    const SolveReport report = solve(Diagonal(), b, &x, SolveOptions());
+    EXPECT_EQ(SOLVE_CONVERGED, report.status) << report.message;
+    EXPECT_EQ(0.0, report.residual);
+    EXPECT_EQ(0, report.iterations);
+  }
+  x[n - 1] = 0x1p949;
+  SolveOptions rough;
+  rough.relative = 0.5;
+  EXPECT_EQ(0.5 / 65.0, solveSquare(Diagonal(), b, &x, rough).relativeResidual);
+}
+
 TEST(SolveLargeClasses, ARightHandSideOutsideTheRangeHasTheSolutionZero) {
   Entries A(n, n - 1);
   for (int i = 0; i + 1 < n; ++i) A.add(i, i, 1.0 + i % 7);
