@@ -129,8 +129,14 @@ void expectSolved(const System& system, std::initializer_list<Kind> kinds) {
   }
 }
 
+// memcheck computes long double like double.
+class SolveWideRange : public ::testing::Test {
+ protected:
+  void SetUp() override { LIMBER_NEEDS_WIDE_LONG_DOUBLE(); }
+};
+
 // The entry 1e-300 has only a few digits after A is scaled so that its largest entry is near 1.
-TEST(SolveWideRange, SmallEntriesKeepTheirDigitsInTheResidual) {
+TEST_F(SolveWideRange, SmallEntriesKeepTheirDigitsInTheResidual) {
   expectSolved(
       System(4, 4, {0.0, 0.0, -2.0, 0.75, -2.0, 0.0, 0.0, 1.5, -0.25, 0.0, 0.0, 0.0, 4e15, 1e-300, 0.0, 0.0},
              {-1.0, 4503599e9 + 0.5, -3.0, -2.0}),
@@ -139,7 +145,7 @@ TEST(SolveWideRange, SmallEntriesKeepTheirDigitsInTheResidual) {
   expectSolved(System(2, 2, {4e15, 0.0, 0.0, 1e-300}, {1e-5, -1e-30}), {Definite, Square});
 }
 
-TEST(SolveWideRange, ConstraintsWithMassesAndDampingsOf600DecadesAreSolved) {
+TEST_F(SolveWideRange, ConstraintsWithMassesAndDampingsOf600DecadesAreSolved) {
   System system(2, 3, {2.0, -1.0, 0.5, 0.0, 1.0, 3.0}, {1.0, -2.0});
   system.mass = vectorOf({1e-300, 1.0, 1e300});
   expectSolved(system, {Constraints});
@@ -148,7 +154,7 @@ TEST(SolveWideRange, ConstraintsWithMassesAndDampingsOf600DecadesAreSolved) {
 }
 
 // Once b is scaled so that its largest element is near 1, its smallest element is 0.
-TEST(SolveWideRange, TheReportCountsElementsOfBThatScalingLoses) {
+TEST_F(SolveWideRange, TheReportCountsElementsOfBThatScalingLoses) {
   const System system(2, 1, {0.0, 1.0}, {1e300, 1e-300});
   for (int matrixClass = 0; matrixClass < 4; ++matrixClass) {
     Vector x;
@@ -165,14 +171,14 @@ TEST(SolveWideRange, TheReportCountsElementsOfBThatScalingLoses) {
 }
 
 // A^T b is (0, 1e-400), which is no double.
-TEST(SolveWideRange, ARightHandSideBelowTheDoublesIsNotZero) {
+TEST_F(SolveWideRange, ARightHandSideBelowTheDoublesIsNotZero) {
   const System system(3, 2, {1.0, 0.0, 0.0, 0.0, 0.0, 1e-200}, {0.0, 1.0, 1e-200});
   Vector x;
   const SolveReport report = system.solve(LeastSquares, 0, &x);
   expectTruth(system, LeastSquares, report, x, 1e-10);
 }
 
-TEST(SolveWideRange, ARightHandSideThatCancelsInPlainSumsIsNotZero) {
+TEST_F(SolveWideRange, ARightHandSideThatCancelsInPlainSumsIsNotZero) {
   const System system(3, 1, {1.0, 1.0, 1.0}, {1.0, 1e-20, -1.0});
   Vector x;
   EXPECT_EQ(SOLVE_CONVERGED, system.solve(LeastSquares, 0, &x).status);
@@ -186,7 +192,7 @@ TEST(SolveWideRange, ARightHandSideThatCancelsInPlainSumsIsNotZero) {
 }
 
 // In the units of the solve, the solution is above 2^900.
-TEST(SolveWideRange, LargeSolutionsOfConstraintsAreJudgedInTwiceThePrecision) {
+TEST_F(SolveWideRange, LargeSolutionsOfConstraintsAreJudgedInTwiceThePrecision) {
   System system(3, 1, {-5.0380605068820095e-220, -0.71502891508862376, 0.0},
                 {1.9057699314841988e-146, 7.5318462412290653e-31, 0.17080137878656387});
   system.mass = vectorOf({4.0});
@@ -197,7 +203,7 @@ TEST(SolveWideRange, LargeSolutionsOfConstraintsAreJudgedInTwiceThePrecision) {
 }
 
 // In the units of the solve, the start is above the largest double.
-TEST(SolveWideRange, AStartThatOverflowsIsKeptIfItIsBetter) {
+TEST_F(SolveWideRange, AStartThatOverflowsIsKeptIfItIsBetter) {
   const System system(2, 2, {0x1p600, 0.0, 0.0, 0x1p-500}, {0.0, 0x1p200});
   for (const Kind kind : {Definite, Square}) {
     Vector x = vectorOf({0.0, 0x1.8p700});
@@ -212,7 +218,7 @@ TEST(SolveWideRange, AStartThatOverflowsIsKeptIfItIsBetter) {
 
 // The first unknown is below the doubles. Without it, the other one makes the residual larger than that of
 // zero.
-TEST(SolveWideRange, ASolutionThatUnderflowsIsNotWorseThanTheStart) {
+TEST_F(SolveWideRange, ASolutionThatUnderflowsIsNotWorseThanTheStart) {
   const System system(2, 2, {-1.25e-99, 1e200, -1.5e-100, -1.25e-100}, {-4.0, 0.0});
   Vector x;
   const SolveReport report = system.solve(Constraints, 0, &x);
@@ -223,7 +229,7 @@ TEST(SolveWideRange, ASolutionThatUnderflowsIsNotWorseThanTheStart) {
   EXPECT_EQ(0.0, x[1]);
 }
 
-TEST(SolveWideRange, TheScaleOfSuchASystemDoesNotMatter) {
+TEST_F(SolveWideRange, TheScaleOfSuchASystemDoesNotMatter) {
   const auto system = [](int onA, int onB) {
     System scaled(3, 3, {0x1p550, 0.0, 0x1.8p500, 0.0, 0x1.4p-480, 0.0, 0x1p490, 0x1.1p-400, 0x1.3p510},
                   {1.0, 0.75, -0.25});
@@ -247,7 +253,7 @@ TEST(SolveWideRange, TheScaleOfSuchASystemDoesNotMatter) {
   }
 }
 
-TEST(SolveWideRange, ReportsOfRandomSystemsAreTrue) {
+TEST_F(SolveWideRange, ReportsOfRandomSystemsAreTrue) {
   int solved[4] = {};
   for (unsigned seed = 1; seed <= 600; ++seed) {
     Random random(seed);
