@@ -18,7 +18,7 @@ inline double powerOfTwo(int k) {
   return value;
 }
 
-/// x 2^k for |k| <= 3000; exact if the result is a normal number.
+/// x 2^k, exact if the result is a normal number.
 inline double timesPowerOfTwo(double x, int k) {
   while (k > 1000) {
     x *= powerOfTwo(1000);
