@@ -25,9 +25,10 @@ struct EditOptions {
                          ///< three times this
   double knots = 0.0;    ///< time between the knots of coarse curves; 0: one unknown per frame
   double goal = 1e-4;    ///< largest distance from a target that is allowed
-  int mostSteps = 8;  ///< largest number of Gauss-Newton steps of one attempt. Contacts that are held loosely
-                      ///< lead to more attempts in windows around them, targets that cannot be met to more of
-                      ///< the whole clip; the report names both
+  int mostSteps = 8;     ///< largest number of Gauss-Newton steps of one attempt. If targets of the user are
+                         ///< missed after them, the attempt goes on for as many again. Contacts that are held
+  ///< loosely lead to more attempts in windows around them, targets that cannot be met to
+  ///< more of the whole clip; the report names both
   double mostTurn = 1.0472;  ///< no angle changes by more than this; other joints make up for one that would
   bool ground = false;  ///< keep the feet above the ground; if false, no foot goes deeper than the ground or
                         ///< its own lowest point in the original
@@ -70,9 +71,9 @@ class LIMBER_MOTION_API Edit {
   /// Calls reach for each constraint.
   void add(const std::vector<Constraint>& constraints);
 
-  /// Edits the clip and reports the result. Targets that cannot be met are approached only as far as the
-  /// motion stays smooth (largest edge jerk at most 3 times and body jerk at most 1.7 times that of the
-  /// original) and all other targets are met; the report says what is missing and why. Contacts are held
+  /// Edits the clip and reports the result. Targets that are not met are approached only as far as the motion
+  /// stays smooth (largest edge jerk at most 3 times and body jerk at most 1.7 times that of the original);
+  /// the report says what is missing and why. Contacts are held
   /// loosely for about 0.2 s around moments at which they would break what looks natural: the edge jerk (at
   /// most 3, 1.1 in the mean), the body jerk (1.3) or the turn of a joint (20 degrees); the foot then follows
   /// its recorded movement, smoothed, and the report's notes say where. Within 0.5 s of a constraint of the

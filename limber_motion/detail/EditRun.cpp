@@ -47,7 +47,8 @@ EditRun::EditRun(Clip* clip, const Contacts& feet, const std::vector<Constraint>
                       .find()),
       floor_(continuous_, skeleton_, feet, options.ground),
       task_{continuous_, skeleton_, impossible_.aims, rank_, options_},
-      loosening_(task_) {}
+      loosening_(task_),
+      whyGivenUp_(constraints.size(), Hindrance::Jerk) {}
 
 Report EditRun::run() {
   report_.height = skeleton_.height();
@@ -69,22 +70,51 @@ bool EditRun::attempt(GivingUp* givingUp) {
   Motion motion(task_, givingUp->givenUp(), givingUp->pull(), floor_);
   best_.reset();
   do {
-    motion.run(loosening_.looseness());
-    take(motion.clip(), motion.steps());
+    takeSteps(&motion);
     interrupted_ = motion.interrupted();
     if (interrupted_) return false;
   } while (loosen(motion));
   report_.met = report_.missAfter <= options_.goal && impossible_.reasons.empty();
   if (report_.met) return false;
-  if (motion.turnedTooFar()) hindrance_ = Hindrance::Turn;
-  if (motion.givenUp() != givingUp->givenUp() && !motion.turnedTooFar()) hindrance_ = Hindrance::Jump;
-  const bool smooth = isSmooth(measureQuality(original_, clip_));
   const std::vector<double> misses = this->misses();
-  std::vector<bool> missed = motion.givenUp();
-  for (std::size_t i = 0; i < missed.size() && !smooth; ++i) {
-    missed[i] = missed[i] || misses[i] > options_.goal;
+  const std::vector<bool>& givenUp = givingUp->givenUp();
+  const auto hindranceOf = [&](std::size_t i, Hindrance other) {
+    if (givenUp[i]) return whyGivenUp_[i];
+    return motion.turnsTooFar(constraints_[i].frame) ? Hindrance::Turn : other;
+  };
+  const auto worst = std::max_element(misses.begin(), misses.end()) - misses.begin();
+  hindrance_ = hindranceOf(static_cast<std::size_t>(worst), Hindrance::Steps);
+  if (isSmooth(measureQuality(original_, clip_))) return false;
+  for (std::size_t i = 0; i < misses.size(); ++i) whyGivenUp_[i] = hindranceOf(i, Hindrance::Jerk);
+  return givingUp->tryAgain(missedOrAtFault(misses));
+}
+
+// The constraints that are missed, and those of the user that act on contacts that are missed.
+std::vector<bool> EditRun::missedOrAtFault(const std::vector<double>& misses) const {
+  const int reach = static_cast<int>(std::min(Loosening::actsFor / original_.frameTime, 1e6));
+  std::vector<bool> atFault(static_cast<std::size_t>(original_.frames), false);
+  for (std::size_t i = 0; i < misses.size(); ++i) {
+    if (rank_[i] > 0 || misses[i] <= options_.goal) continue;
+    const int begin = std::max(constraints_[i].frame - reach, 0);
+    const int end = std::min(constraints_[i].frame + reach + 1, original_.frames);
+    std::fill(atFault.begin() + begin, atFault.begin() + end, true);
   }
-  return givingUp->tryAgain(smooth, missed);
+  std::vector<bool> missed;
+  for (std::size_t i = 0; i < misses.size(); ++i) {
+    const bool acts = rank_[i] > 0 && atFault[static_cast<std::size_t>(constraints_[i].frame)];
+    missed.push_back(acts || misses[i] > options_.goal);
+  }
+  return missed;
+}
+
+// Targets of the user that are near after all steps that an attempt may take get as many steps again.
+void EditRun::takeSteps(Motion* motion) {
+  motion->run(loosening_.looseness());
+  take(motion->clip(), motion->steps());
+  const bool asked = std::any_of(rank_.begin(), rank_.end(), [](int rank) { return rank > 0; });
+  if (!asked || report_.missAfter <= options_.goal || !motion->ranOutOfSteps()) return;
+  motion->goOn();
+  take(motion->clip(), motion->steps());
 }
 
 // Loosens contacts if the motion does not look natural with them. Returns true if the motion may

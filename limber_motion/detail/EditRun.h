@@ -38,9 +38,11 @@ class EditRun {
   };
 
   bool attempt(GivingUp* givingUp);
+  void takeSteps(Motion* motion);
   bool loosen(const Motion& motion);
   void take(const Clip& edited, const std::vector<EditStep>& steps);
   std::vector<double> misses() const;
+  std::vector<bool> missedOrAtFault(const std::vector<double>& misses) const;
   void noteMisses();
   void measure();
   std::vector<std::string> measureDepth();
@@ -62,6 +64,7 @@ class EditRun {
   Loosening loosening_;
   int loosened_ = 0;  // the number of times that contacts were loosened
   std::optional<Best> best_;
+  std::vector<Hindrance> whyGivenUp_;  // for each constraint, if it is given up
   Hindrance hindrance_ = Hindrance::Steps;
   bool interrupted_ = false;
   Report report_;

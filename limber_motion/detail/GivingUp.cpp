@@ -35,19 +35,16 @@ void spreadOverRuns(const std::vector<Constraint>& constraints, std::vector<bool
   for (std::size_t i = order.size(); i-- > 1;) spread(order[i - 1], order[i]);
 }
 
-bool GivingUp::tryAgain(bool smooth, const std::vector<bool>& missed) {
-  bool suffers = false;  // true if a constraint that was not given up is missed
-  for (std::size_t i = 0; i < missed.size(); ++i) suffers = suffers || (missed[i] && !givenUp_[i]);
-  if (smooth && !suffers) return false;
+bool GivingUp::tryAgain(const std::vector<bool>& missed) {
   if (anyOf(givenUp_) && pull_ > softest) {
     pull_ *= softer;
     return true;
   }
-  if (giveUpMore(missed) || (!smooth && giveUpBeside())) {
+  if (giveUpMore(missed) || giveUpBeside()) {
     pull_ = 1.0;
     return true;
   }
-  if (smooth || pull_ == 0.0) return false;
+  if (pull_ == 0.0) return false;
   pull_ = 0.0;
   return true;
 }

@@ -8,9 +8,9 @@ namespace limber::motion::detail {
 
 /// Decides which constraints an edit gives up when a smooth motion cannot meet all of them, and how strongly
 /// these still pull. At first it gives up what no motion can meet, with full pull. As long as the result is
-/// not smooth, or other constraints are not met, the pull becomes weaker. If that does not help, it gives up
-/// more: first the constraints that were missed, then those in the same frames that were met. In both cases
-/// those of the user go before the contacts.
+/// not smooth, the pull becomes weaker. If that does not help, it gives up more: first the constraints that
+/// were missed, then those in the same frames that were met. In both cases those of the user go before the
+/// contacts.
 class GivingUp {
  public:
   /// `constraints` are sorted by frame. `rank` is 0 for contacts and 1 for constraints of the user. Both must
@@ -22,9 +22,9 @@ class GivingUp {
   const std::vector<bool>& givenUp() const { return givenUp_; }
   /// From 0 to 1.
   double pull() const { return pull_; }
-  /// Prepares the next attempt. Returns false if the last attempt is good enough or nothing else helps.
-  /// `missed` is true for the constraints that the last attempt did not meet.
-  bool tryAgain(bool smooth, const std::vector<bool>& missed);
+  /// Prepares the next attempt after one that was not smooth. Returns false if nothing else helps. `missed`
+  /// is true for the constraints that the last attempt did not meet.
+  bool tryAgain(const std::vector<bool>& missed);
 
  private:
   bool giveUpMore(const std::vector<bool>& missed);

@@ -24,7 +24,6 @@ constexpr double shorter = 3.0;             // factor: these are shorter for a p
 constexpr double jump = 0.05;               // seconds: an angle is wrong for so long where it jumps
 constexpr double unmet = 2.0;               // badness of a miss
 constexpr double helped = 0.98;             // fraction of a badness that is left if loosening has helped
-constexpr double actsFor = 0.5;             // seconds: a constraint of the user acts that far
 
 std::vector<int> limbsOf(const Task& task) {
   const std::vector<bool> trunk = trunkJoints(task.original, task.skeleton);
@@ -39,7 +38,7 @@ std::vector<int> limbsOf(const Task& task) {
 
 std::vector<bool> framesNearConstraints(const Task& task) {
   std::vector<bool> asked(static_cast<std::size_t>(task.original.frames), false);
-  const int reach = static_cast<int>(std::min(actsFor / task.original.frameTime, 1e6));
+  const int reach = static_cast<int>(std::min(Loosening::actsFor / task.original.frameTime, 1e6));
   for (std::size_t i = 0; i < task.constraints.size(); ++i) {
     if (task.rank[i] == 0) continue;
     const int first = std::max(task.constraints[i].frame - reach, 0);

@@ -22,6 +22,8 @@ namespace limber::motion::detail {
 /// times weaker. Constraints of the user are never loose.
 class Loosening {
  public:
+  static constexpr double actsFor = 0.5;  ///< seconds: a constraint of the user acts that far
+
   /// The task must outlive this object.
   explicit Loosening(const Task& task);
 

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <utility>
 
-#include "limber_motion/detail/GivingUp.h"
 #include "limber_motion/detail/HeldJoints.h"
 #include "limber_motion/detail/Memory.h"
 #include "limber_motion/detail/SecondsNow.h"
@@ -37,7 +36,7 @@ bool same(const Hold& a, const Hold& b) {
 
 Motion::Motion(const Task& task, const std::vector<bool>& givenUp, double pull, Floor floor)
     : task_(task),
-      givenUpAtFirst_(givenUp),
+      givenUp_(givenUp),
       givenUpPull_(pull),
       curves_(task.original.frames, spacingOf(task.original, task.options.knots)),
       channels_(movingChannels(task, floor.feet())),
@@ -47,11 +46,10 @@ Motion::Motion(const Task& task, const std::vector<bool>& givenUp, double pull, 
       turns_(task, channels_, curves_.times()),
       stages_(stagesOf(task, curves_, channels_, floor_.first(), pull)),
       looseness_(task.constraints.size(), 0.0),
-      givenUp_(givenUp),
       misses_(task.constraints.size(), 0.0),
       changes_{curves_, channels_, zeros(curves_.times() * static_cast<int>(channels_.size())),
                zeros(curves_.times() * static_cast<int>(channels_.size())), task.original},
-      done_(stages_.size(), Done{{}, givenUp, changes_.now}) {}
+      done_(stages_.size(), Done{{}, changes_.now}) {}
 
 void Motion::run(const std::vector<double>& looseness) {
   const bool again = !steps_.empty() && pullsAsBefore(looseness);
@@ -63,9 +61,21 @@ void Motion::run(const std::vector<double>& looseness) {
     begin(s);
     windows = windowsOf(s, windows);
     restore(done_[s].change, windows);
-    run(stages_[s], windows);
+    run(stages_[s], windows, std::min(stages_[s].mostSteps, task_.options.mostSteps));
     assign(&done_[s].change, changes_.now);
   }
+}
+
+void Motion::goOn() {
+  run(stages_[lastStage()], open_, stepsOfRun_ + task_.options.mostSteps);
+  assign(&done_[lastStage()].change, changes_.now);
+}
+
+bool Motion::turnsTooFar(int frame) const {
+  const Curves::Basis basis = curves_.at(frame);
+  const int reach = stages_.back().reach;
+  return turns_.isBoundFirmly(
+      {std::max(basis.first - reach, 0), std::min(basis.first + basis.count + reach, all_.end)});
 }
 
 bool Motion::pullsAsBefore(const std::vector<double>& looseness) const {
@@ -75,16 +85,13 @@ bool Motion::pullsAsBefore(const std::vector<double>& looseness) const {
   return true;
 }
 
-// Decides from the result of the previous stages what is given up and aimed at.
+// Shows the result of the previous stages, and decides from it what is aimed at.
 void Motion::begin(std::size_t s) {
   changes_.before = 0.0;
   changes_.now = 0.0;
   for (std::size_t earlier = 0; earlier < s; ++earlier) changes_.before += done_[earlier].change;
   showChanges(task_.original, all_, &changes_);
   measureMisses(all_);
-  givenUp_ = s == 0 ? givenUpAtFirst_ : done_[s - 1].givenUp;
-  if (s > 0) giveUpWhatStaysFar(stages_[s - 1]);
-  done_[s].givenUp = givenUp_;
   if (stages_[s].exact) aimBetween();
 }
 
@@ -96,19 +103,6 @@ void Motion::restore(const Vector& change, const std::vector<Window>& windows) {
     std::fill(changes_.now.begin() + window.first * n, changes_.now.begin() + window.end * n, 0.0);
   showChanges(task_.original, all_, &changes_);
   measureMisses(all_);
-}
-
-// Gives up each run of frames in which a joint stays far from its targets, because the joint would have to
-// jump to them.
-void Motion::giveUpWhatStaysFar(const Stage& stage) {
-  if (stepsOfRun_ >= task_.options.mostSteps) return;
-  std::vector<bool> far = givenUp_;
-  for (std::size_t i = 0; i < misses_.size(); ++i) {
-    if (isExact(i) && !(misses_[i] <= stage.tooFar)) far[i] = true;
-  }
-  if (far == givenUp_) return;
-  spreadOverRuns(task_.constraints, &far);
-  givenUp_ = far;
 }
 
 // The last stage holds loose constraints between their targets and where the joints are now, without their
@@ -183,11 +177,12 @@ std::vector<Window> Motion::windowsOf(std::size_t s, std::vector<Window> windows
   return windowsAround(times, 0, 0);
 }
 
-void Motion::run(const Stage& stage, std::vector<Window> windows) {
-  while (!windows.empty() && stepsOfRun_ < std::min(stage.mostSteps, task_.options.mostSteps)) {
-    windows = step(stage, windows);
+// `mostSteps` counts the steps of the previous stages too.
+void Motion::run(const Stage& stage, std::vector<Window> windows, int mostSteps) {
+  open_ = std::move(windows);
+  while (!open_.empty() && stepsOfRun_ < mostSteps && !interrupted_) {
+    open_ = step(stage, open_);
     interrupted_ = task_.options.observer && !task_.options.observer(steps_.back());
-    if (interrupted_) return;
   }
 }
 

@@ -32,12 +32,15 @@ class Motion {
   /// than before, only the last stage is repeated.
   void run(const std::vector<double>& looseness);
 
+  /// True if the last stage would take another step, but has taken as many as the options allow.
+  bool ranOutOfSteps() const { return !interrupted_ && !open_.empty(); }
+  /// Takes as many more steps of the last stage as the options allow for a run.
+  void goOn();
+
   const Clip& clip() const { return changes_.clip; }
   const std::vector<EditStep>& steps() const { return steps_; }
-  /// For each constraint, true if it was given up, including those that stayed far from their targets.
-  const std::vector<bool>& givenUp() const { return givenUp_; }
-  /// True if a target would have turned a joint by more than is allowed.
-  bool turnedTooFar() const { return turns_.turnedTooFar(); }
+  /// True if the steps near a frame would have turned a joint by more than is allowed.
+  bool turnsTooFar(int frame) const;
   /// True if the observer ended the edit.
   bool interrupted() const { return interrupted_; }
 
@@ -45,12 +48,11 @@ class Motion {
   std::size_t lastStage() const { return stages_.size() - 1; }
   bool pullsAsBefore(const std::vector<double>& looseness) const;
   void begin(std::size_t s);
-  void giveUpWhatStaysFar(const Stage& stage);
   void aimBetween();
   void keepBone(std::size_t constraint, const Places& places);
   std::vector<Window> windowsOf(std::size_t s, std::vector<Window> windows);
   void restore(const Vector& change, const std::vector<Window>& windows);
-  void run(const Stage& stage, std::vector<Window> windows);
+  void run(const Stage& stage, std::vector<Window> windows, int mostSteps);
   std::vector<Window> step(const Stage& stage, const std::vector<Window>& windows);
   double step(const Stage& stage, const Window& window);
   std::vector<Window> unfinished(const Stage& stage, const Window& window, double scale,
@@ -70,7 +72,7 @@ class Motion {
   }
 
   const Task& task_;
-  const std::vector<bool> givenUpAtFirst_;
+  const std::vector<bool> givenUp_;  // for each constraint
   const double givenUpPull_;
   const Curves curves_;
   const std::vector<int> channels_;    // the channels that move a held joint or a foot
@@ -81,18 +83,17 @@ class Motion {
   const std::vector<Stage> stages_;
 
   std::vector<double> looseness_;  // for each constraint
-  std::vector<bool> givenUp_;      // in the present stage
   std::vector<Pnt3> aims_;         // for each constraint, where the last stage holds its joint
   std::vector<double> misses_;     // for each constraint, in heights
   Changes changes_;
   struct Done {               // what is kept of each stage for the next run
     std::vector<Hold> asked;  // for each constraint; the weight is 0 if it does not count
-    std::vector<bool> givenUp;
     Vector change;
   };
   std::vector<Done> done_;
   int stepsOfRun_ = 0,
-      stepsBeforeLast_ = 0;  // the steps that count for this run, and those before its last stage
+      stepsBeforeLast_ = 0;   // the steps that count for this run, and those before its last stage
+  std::vector<Window> open_;  // those in which the last stage would take another step
   bool interrupted_ = false;
   std::vector<EditStep> steps_;
 };

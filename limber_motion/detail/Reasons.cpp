@@ -60,8 +60,8 @@ std::string whyMissed(const Report& report, Hindrance hindrance, double mostTurn
     return miss + " after " + std::to_string(report.steps.size()) + " steps; the goal is " +
            significant(report.goal, 2);
   }
-  if (hindrance == Hindrance::Jump) return miss + ": to come nearer, it would have to jump";
-  return miss + ": to come nearer, joints would turn by more than the " +
+  if (hindrance == Hindrance::Jerk) return miss + ": the motion that came nearer was not smooth";
+  return miss + ": the steps towards it turn joints by more than the " +
          significant(mostTurn * degreesOfRadian, 4) + " degrees allowed";
 }
 

@@ -21,7 +21,7 @@ std::vector<std::string> feetThatNeverLeave(const std::vector<Constraint>& const
                                             const Skeleton& skeleton);
 
 /// Why the largest miss of the report was not made smaller.
-enum class Hindrance { Steps, Turn, Jump };
+enum class Hindrance { Steps, Turn, Jerk };
 /// The reason as a sentence. `mostTurn` is in radians.
 std::string whyMissed(const Report& report, Hindrance hindrance, double mostTurn);
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "limber_motion/Stiffness.h"
 #include "limber_motion/detail/HeldJoints.h"
@@ -18,8 +17,6 @@ constexpr double typicalChange = 0.012;  // heights: change that a clip with sli
 constexpr double typicalRest = 12.0;     // slow tremblings: miss that remains after the first stage
 constexpr double trembleSeconds = 1.0 / 30.0;      // time between the frames that show slow trembling
 constexpr double leastPull = 1e2, mostPull = 1e8;  // limits for the weight of a squared miss in heights
-constexpr double tooFar[] = {0.1, 0.02};           // heights: such a miss after a stage is given up
-constexpr double tremblings = 6.0;                 // tremblings: such a miss must be allowed
 constexpr double fades = 5.0;  // time constants, after which the effect of a hold has faded
 constexpr int leastReach = 4;  // times
 constexpr int leastSteps[] = {2, 3, 0}, mostSteps[] = {4, 5};
@@ -61,16 +58,14 @@ std::vector<Stage> stagesOf(const Task& task, const Curves& curves, const std::v
   const auto reach = [&](int s) {
     return leastReach + static_cast<int>(std::lrint(std::min(fades * shorter[s] * smooth / dt, 1e6)));
   };
-  const auto far = [&](int s) { return std::max(tooFar[s], tremblings * fast); };
   const Smoothness wide = measure(0, rounding), narrow = measure(1, rounding), brief = measure(2, 0.0);
   const double gentle = givenUpPull / wide.flexibility() / heightSq;
   const double firm = 1e4 * (1.0 + 6.0 * std::pow(shorter[2] * smooth / dt, 4)) / heightSq;
   return {{wide, reach(0), false, pullFor(wide, typicalChange, slow) / heightSq, gentle, leastSteps[0],
-           mostSteps[0], far(0)},
+           mostSteps[0]},
           {narrow, reach(1), false, pullFor(narrow, typicalRest * slow, fast) / heightSq, 0.0, leastSteps[1],
-           mostSteps[1], far(1)},
-          {brief, reach(2), true, firm, 0.0, leastSteps[2], task.options.mostSteps,
-           std::numeric_limits<double>::infinity()}};
+           mostSteps[1]},
+          {brief, reach(2), true, firm, 0.0, leastSteps[2], task.options.mostSteps}};
 }
 
 }  // namespace limber::motion::detail

@@ -16,7 +16,6 @@ struct Stage {
   double pull;                ///< weight of a squared miss in the clip's unit
   double gentlePull;          ///< the same for constraints that are given up
   int leastSteps, mostSteps;  ///< at the end of the stage, with the steps of the previous ones
-  double tooFar;  ///< heights: constraints that are missed by more than this after the stage are given up
 };
 
 /// The stages of an edit, which have shorter and shorter time constants. In all but the last one, the targets

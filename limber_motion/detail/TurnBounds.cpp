@@ -80,7 +80,6 @@ std::vector<bool> TurnBounds::bind(const Stage& stage, const Window& window, con
       if (!(std::fabs(change[i]) > largestChange(stage, i, firm)) || sign != 0) continue;
       sign = change[i] < 0.0 ? -1 : 1;
       news[static_cast<std::size_t>(i / n)] = true;
-      turnedTooFar_ = turnedTooFar_ || firm;
     }
   }
   return news;
@@ -112,10 +111,12 @@ double TurnBounds::largestTurn(const Vector& change) const {
   return largest;
 }
 
-bool TurnBounds::allow(const Vector& change) {
-  const bool allowed = largestTurn(change) <= task_.options.mostTurn;
-  turnedTooFar_ = turnedTooFar_ || !allowed;
-  return allowed;
+bool TurnBounds::allow(const Vector& change) const { return largestTurn(change) <= task_.options.mostTurn; }
+
+bool TurnBounds::isBoundFirmly(const Window& window) const {
+  const int n = static_cast<int>(channels_.size());
+  const auto begin = bound_[true].begin() + window.first * n, end = bound_[true].begin() + window.end * n;
+  return std::any_of(begin, end, [](int sign) { return sign != 0; });
 }
 
 }  // namespace limber::motion::detail

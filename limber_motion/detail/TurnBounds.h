@@ -33,9 +33,9 @@ class TurnBounds {
   /// The largest turn of an angle in a change.
   double largestTurn(const Vector& change) const;
   /// True if no angle turns by more than is allowed in the change.
-  bool allow(const Vector& change);
-  /// True if some angle would have turned by more than is allowed.
-  bool turnedTooFar() const { return turnedTooFar_; }
+  bool allow(const Vector& change) const;
+  /// True if some angle at these times is bound firmly.
+  bool isBoundFirmly(const Window& window) const;
 
  private:
   int channelOf(int unknown) const { return channels_[static_cast<std::size_t>(unknown) % channels_.size()]; }
@@ -49,7 +49,6 @@ class TurnBounds {
   std::vector<bool> swinging_;     // for each frame and channel of the clip, see swingingAxes
   const bool eachFrame_;           // there is one unknown per frame and channel
   std::vector<int> bound_[2];      // the sign of each unknown's turn if it is bound, or 0; [1] firmly
-  bool turnedTooFar_ = false;
 };
 
 }  // namespace limber::motion::detail

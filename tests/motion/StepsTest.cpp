@@ -67,9 +67,30 @@ TEST(Steps, AreNotDampedAfterOneOfWhichHalfIsTaken) {
   }
 }
 
-// Such a kick within one frame of a body that stands would have to be a jump. The body stays as it was.
-TEST(Steps, LeadBackIfTheTargetCanOnlyBeMetByAJump) {
+// Before the last stage, these kicks are far from their targets, and the last stage meets them.
+TEST(Steps, OfTheLastStageMeetTargetsThatAreStillFar) {
+  for (const LegReach& leg : {LegReach{10, 0.95, 100, 0}, LegReach{10, 0.9, 70, 0}}) {
+    const Report report = reached(leg, true);
+    EXPECT_TRUE(report.met) << textOf(report);
+    EXPECT_LE(report.steps.size(), 8U);
+  }
+}
+
+TEST(Steps, AreAsManyAgainIfATargetOfTheUserNeedsThem) {
+  const Report report = reached({20, 0.9, 100, 0}, true);
+  EXPECT_TRUE(report.met) << textOf(report);
+  EXPECT_GT(report.steps.size(), 8U);
+  EXPECT_LE(report.steps.size(), 16U);
+}
+
+// The steps towards this kick turn the hip too far, although another way would meet it. The body stays as it
+// was, and the report speaks only of the steps.
+TEST(Steps, LeadBackIfTheyTurnJointsTooFar) {
   const Report report = reached({10, 0.95, 60, 0}, true);
   EXPECT_FALSE(report.met);
   EXPECT_TRUE(report.turn <= 0.1 * degree) << textOf(report);
+  ASSERT_EQ(report.reasons.size(), 1U);
+  EXPECT_NE(report.reasons[0].find("the steps towards it turn joints by more than the 60 degrees allowed"),
+            std::string::npos)
+      << report.reasons[0];
 }
