@@ -60,12 +60,6 @@ Row rowOf(const SpVec* row) {
   return {row->numEntries, row->indices.data, row->values.data};
 }
 
-// to[0], to[step], ... = from[0], from[1], ...
-template <class T>
-void spread(const T* from, int n, T* to, int step) {
-  for (int k = 0; k < n; ++k) to[k * step] = from[k];
-}
-
 // y[index] += s value for `count` entries, `step` apart.
 template <int step, int count>
 [[gnu::always_inline]] inline bool addEntries(const int*& index, const double*& value, double s, double* y) {
@@ -82,9 +76,14 @@ template <int step>
                    [&](auto count) { return addEntries<step, decltype(count)::value>(index, value, s, y); });
 }
 
-bool allInside(const int* indices, int n, int width) {
+// Copies the entries of a row to places `step` apart. False if an index is not below `width`.
+bool spread(const Row& row, int step, int width, int* indices, double* values) {
   bool inside = true;
-  for (int k = 0; k < n; ++k) inside &= static_cast<unsigned>(indices[k]) < static_cast<unsigned>(width);
+  for (int k = 0; k < row.length; ++k) {
+    inside &= static_cast<unsigned>(row.indices[k]) < static_cast<unsigned>(width);
+    indices[k * step] = row.indices[k];
+    values[k * step] = row.values[k];
+  }
   return inside;
 }
 
@@ -137,13 +136,12 @@ bool SlicedRows::copyBlock(RowAt rowAt, int from, int to, int width) {
   start_[b + 1] = start_[b] + layOut(from, to);
   int* const indices = indices_.get() + start_[b];
   double* const values = values_.get() + start_[b];
-  for (int i = from; i < to; ++i) {
+  // in the order of the slices, so that the lengths of the loops can be predicted
+  for (int k = from; k < to; ++k) {
+    const int i = order_[k];
     const Place place = place_[i];
     if (place.length == 0) continue;
-    const Row row = rowAt(i);
-    if (!allInside(row.indices, place.length, width)) return false;
-    spread(row.indices, place.length, indices + place.start, place.step);
-    spread(row.values, place.length, values + place.start, place.step);
+    if (!spread(rowAt(i), place.step, width, indices + place.start, values + place.start)) return false;
   }
   return true;
 }

@@ -21,21 +21,23 @@ bool IncompleteLu::factor(const SparseRows& A) {
   Doubles& value = factors_.value;
   diagonal_.resize(n);
   inverse_.resize(n);
-  // for each column, the position of its last entry so far; it is in row i if it is not before the row's
-  // start
-  Ints place(n, -1);
+  // The row that is being eliminated, one element per column. The elements outside its pattern hold
+  // leftovers that are never read: subtracting there as well is faster than asking.
+  Doubles row(n);
   for (int i = 0; i < n; ++i) {
     const int from = start[i], to = start[i + 1];
     double largest = 0.0;
+    int before = 0;  // entries to the left of the diagonal
     for (int k = from; k < to; ++k) {
-      place[index[k]] = k;
+      row[index[k]] = value[k];
+      before += index[k] < i;
       largest = std::max(largest, std::fabs(value[k]));
     }
-    if (place[i] < from) return false;
-    diagonal_[i] = place[i];
+    diagonal_[i] = from + before;
+    if (diagonal_[i] == to || index[diagonal_[i]] != i) return false;
     for (int k = from; k < diagonal_[i]; ++k) {
       const int j = index[k];
-      const double factor = value[k] *= inverse_[j];
+      const double factor = value[k] = row[j] * inverse_[j];
       if (factor == 0.0) continue;
       const int last = start[j + 1];
       int e = diagonal_[j] + 1;
@@ -43,18 +45,17 @@ bool IncompleteLu::factor(const SparseRows& A) {
         for (int at = k + 1; at < to; ++at) {
           const int* const found = std::lower_bound(index.data() + e, index.data() + last, index[at]);
           e = static_cast<int>(found - index.data());
-          if (e < last && index[e] == index[at]) value[at] -= factor * value[e];
+          if (e < last && index[e] == index[at]) row[index[at]] -= factor * value[e];
         }
       } else {
-        for (; e < last; ++e) {
-          const int at = place[index[e]];
-          if (at >= from) value[at] -= factor * value[e];
-        }
+        for (; e < last; ++e) row[index[e]] -= factor * value[e];
       }
     }
-    double& pivot = value[diagonal_[i]];
+    double pivot = row[i];
     if (!(std::fabs(pivot) > 1e-8 * largest)) pivot = pivot < 0.0 ? -1e-2 * largest : 1e-2 * largest;
     inverse_[i] = pivot != 0.0 ? 1.0 / pivot : 1.0;
+    value[diagonal_[i]] = pivot;
+    for (int k = diagonal_[i] + 1; k < to; ++k) value[k] = row[index[k]];
   }
   return allFinite(value.size(), value.data());
 }

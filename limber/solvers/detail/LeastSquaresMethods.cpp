@@ -139,11 +139,17 @@ void normaliseColumns(SparseRows* rows, Ints* powers, Doubles* factors) {
   for (int k = 0; k < rows->entries(); ++k) rows->value[k] *= (*factors)[rows->index[k]];
 }
 
+int rowPowerOf(const SparseRows& rows, int i) {
+  double largest = 0.0;
+  for (int k = rows.start[i]; k < rows.start[i + 1]; ++k) {
+    largest = std::max(largest, std::fabs(rows.value[k]));
+  }
+  return -exponentOf(largest);
+}
+
 Ints rowPowers(const SparseRows& rows) {
   Ints powers(rows.height);
-  for (int i = 0; i < rows.height; ++i) {
-    powers[i] = -largestExponent(rows.start[i + 1] - rows.start[i], rows.value.data() + rows.start[i]);
-  }
+  for (int i = 0; i < rows.height; ++i) powers[i] = rowPowerOf(rows, i);
   return powers;
 }
 

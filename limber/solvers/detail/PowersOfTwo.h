@@ -31,8 +31,23 @@ inline double timesPowerOfTwo(double x, int k) {
   return x * powerOfTwo(k);
 }
 
+/// 2^k for |k| <= 2000, for products with many numbers: the same as timesPowerOfTwo without its branches.
+class PowerOfTwo {
+ public:
+  explicit PowerOfTwo(int k) : PowerOfTwo(k, std::clamp(k, -1000, 1000)) {}
+  double times(double x) const { return x * first_ * second_; }
+
+ private:
+  PowerOfTwo(int k, int part) : first_(powerOfTwo(part)), second_(powerOfTwo(k - part)) {}
+  const double first_, second_;
+};
+
 /// The k with 2^(k - 1) <= |x| < 2^k; 0 for 0, infinities and NaN.
 inline int exponentOf(double x) {
+  std::uint64_t bits;
+  std::memcpy(&bits, &x, sizeof bits);
+  const int biased = static_cast<int>(bits >> 52 & 0x7ff);
+  if (biased > 0 && biased < 0x7ff) return biased - 1022;
   int k = 0;
   std::frexp(x, &k);
   return x == 0.0 || !std::isfinite(x) ? 0 : k;

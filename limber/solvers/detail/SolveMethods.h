@@ -32,7 +32,8 @@ bool thinMethod(LinearSystem& system);
 /// costs too much.
 bool denseMethod(LinearSystem& system, const Allowance& allowance);
 
-/// For each row, the exponent of the power of two that brings its largest entry near 1.
+/// The exponent of the power of two that brings the largest entry of row i near 1, and those of all rows.
+int rowPowerOf(const SparseRows& rows, int i);
 Ints rowPowers(const SparseRows& rows);
 /// For each column, the exponent of the power of two that brings its largest entry near 1, and the inverse of
 /// its norm after that.

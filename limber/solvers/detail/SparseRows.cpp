@@ -6,6 +6,23 @@
 #include "limber/solvers/detail/PowersOfTwo.h"
 
 namespace limber::detail {
+namespace {
+
+// True if all rows are in ascending column order without duplicates. It counts the places where the indices
+// do not ascend, which is one loop over all entries, and those of them that are between two rows.
+bool ascending(const SparseRows& A) {
+  const int n = A.entries();
+  const int* const index = A.index.data();
+  int drops = 0, between = 0;
+  for (int k = 1; k < n; ++k) drops += index[k - 1] >= index[k];
+  for (int i = 1; i < A.height; ++i) {
+    const int k = A.start[i];
+    between += k > A.start[i - 1] && k < n && index[k - 1] >= index[k];
+  }
+  return drops == between;
+}
+
+}  // namespace
 
 void SparseRows::multiply(const double* x, double* y) const {
   const int* const at = start.data();
@@ -84,11 +101,7 @@ SparseRows SparseRows::transposed() const {
 }
 
 void SparseRows::tidy() {
-  bool ascending = true;
-  for (int i = 0; i < height; ++i) {
-    for (int k = start[i] + 1; k < start[i + 1]; ++k) ascending &= index[k - 1] < index[k];
-  }
-  if (ascending) return;
+  if (ascending(*this)) return;
   // transposing twice sorts every row in linear time and keeps the order of entries at the same place
   *this = transposed().transposed();
   int filled = 0;

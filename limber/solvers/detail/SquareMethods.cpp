@@ -20,15 +20,20 @@ struct Arranged : MatrixInUnits {
   explicit Arranged(LinearSystem& system) : MatrixInUnits(system) {
     const SparseRows& A = system.rows;
     const int n = A.height;
-    const Ints rowPower = rowPowers(A);
-    Ints columns(n);
+    Ints rowPower(n), columns(n);
     Doubles largest(n), diagonal(n);
     for (int i = 0; i < n; ++i) {
+      rowPower[i] = rowPowerOf(A, i);
+      const PowerOfTwo scale(rowPower[i]);
+      double own = 0.0;
       for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
-        const double v = std::fabs(timesPowerOfTwo(A.value[k], rowPower[i]));
-        largest[A.index[k]] = std::max(largest[A.index[k]], v);
-        if (A.index[k] == i) diagonal[i] = v;
+        const int j = A.index[k];
+        const double v = std::fabs(scale.times(A.value[k]));
+        const double before = largest[j];
+        largest[j] = v > before ? v : before;
+        own = j == i ? v : own;
       }
+      diagonal[i] = own;
     }
     bool ordered = true;
     for (int j = 0; j < n; ++j) {
