@@ -1,9 +1,11 @@
 #include "numbers.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <system_error>
 
 namespace {
@@ -23,6 +25,13 @@ std::errc parse(const char* word, Number* out) {
 
 bool parseReal(const char* word, double* out) {
   const std::errc problem = parse(word, out);
+  if (problem == std::errc::invalid_argument && std::strpbrk(word, "Dd")) {
+    // Fortran writes D for the exponents of its double precision
+    std::string plain = word;
+    std::replace(plain.begin(), plain.end(), 'D', 'e');
+    std::replace(plain.begin(), plain.end(), 'd', 'e');
+    return parseReal(plain.c_str(), out);
+  }
   // Too large or too small: only strtod tells which. It depends on the locale, but these programs never
   // change that.
   if (problem == std::errc::result_out_of_range) *out = std::strtod(word, nullptr);

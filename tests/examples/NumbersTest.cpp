@@ -23,6 +23,9 @@ TEST(Numbers, RealsAreWholeFiniteDecimalWords) {
               {"-1e3", -1000},
               {"1E-2", 0.01},
               {"+.25e+1", 2.5},
+              {"1.5D+03", 1500},
+              {"-.5d1", -5},
+              {"2D-400", 0.0},
               {"1e-400", 0.0},
               {"-1e-400", -0.0},
               {"4.9e-324", 4.9e-324},
@@ -32,8 +35,9 @@ TEST(Numbers, RealsAreWholeFiniteDecimalWords) {
     EXPECT_TRUE(parseReal(one.word, &value)) << one.word;
     EXPECT_TRUE(tolerance::sameBits(value, one.value)) << one.word;
   }
-  for (const char* bad : {"", "+", "-", "+-1", "--1", "1e", "1,5", "1.5x", "0x10", "nan", "-nan", "inf",
-                          "Infinity", "1e400", "-1e400", ".", "e5", "1 2"}) {
+  for (const char* bad : {"",    "+",    "-",   "+-1",      "--1",   "1e",     "1,5",   "1.5x", "0x10",
+                          "nan", "-nan", "inf", "Infinity", "1e400", "-1e400", ".",     "e5",   "1 2",
+                          "D",   "1D",   "D5",  "1D2D3",    "1d2e3", "1e2D3",  "1D400", "nanD"}) {
     double value;
     EXPECT_FALSE(parseReal(bad, &value)) << bad;
   }

@@ -191,7 +191,7 @@ class Solve(SolveRunner):
 
     def test_words_that_are_no_numbers(self):
         for word in ("x", "12abc", "1,5", "inf", "-inf", "nan", "-nan", "infinity", "1e999", "0x10", "+-1", "+", "-",
-                     ".", "1e", "1d5", "--1"):
+                     ".", "1e", "1dd5", "--1"):
             self.refused(BANNER + f"1 1 1\n1 1 {word}\n", f"3: expected a finite real number, found '{word}'")
         for word in ("1.5", "1e3", "x", "99999999999999999999"):
             self.refused(f"%%MatrixMarket matrix coordinate integer general\n1 1 1\n1 1 {word}\n",

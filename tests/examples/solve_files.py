@@ -48,6 +48,10 @@ class Files(SolveRunner):
         self.assert_same(plain, plain.replace("\n", "\n\n \n"))
         self.assert_same(plain, plain.replace("\n", "\r"))
 
+    def test_exponents_of_fortran(self):
+        file = "%%MatrixMarket matrix coordinate real general\n2 2 2\n1 1 {}\n2 2 {}\n"
+        self.assert_same(file.format("4.0e+00", "2.5e-01"), file.format("0.4D+01", "2.5d-1"))
+
     def test_lines_of_any_length(self):
         rows = [[4, 1], [2, 5]]
         text = coordinate(rows).replace(" ", " " * 700)
