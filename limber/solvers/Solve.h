@@ -94,7 +94,8 @@ LIMBER_API SolveReport solveLeastSquares(const SpMat& A, const Vector& b, Vector
 /// semidefinite, that is a breakdown. SOLVE_CONVERGED says that the residual is small, which is checked, and
 /// not that A is definite: the methods may solve a system with an indefinite matrix without noticing. The
 /// methods are conjugate gradients with the diagonal as preconditioner (Hestenes and Stiefel 1952), then with
-/// a sparse Cholesky factor.
+/// a sparse Cholesky factor. Up to 64 unknowns, a dense Cholesky factor comes first if it costs less than
+/// iterations.
 LIMBER_API SolveReport solvePositiveDefinite(const SpMat& A, const Vector& b, Vector* x,
                                              const SolveOptions& options = SolveOptions());
 

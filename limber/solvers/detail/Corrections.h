@@ -50,4 +50,20 @@ using KrylovMethod = Outcome (*)(LinearMap& A, Inverse* M, double* r, double* d,
 Outcome correct(LinearSystem& system, KrylovMethod method, const Units& units, LinearMap& map,
                 Inverse* inverse, int iterations, double* condition = nullptr);
 
+/// Adds corrections by a factor as long as they at least halve the residual. solve(u, &d) solves A d = u in
+/// these units.
+template <class Solve>
+void refine(LinearSystem& system, const Units& units, Solve solve) {
+  Doubles u(system.height), d(system.width);
+  for (int repeat = 0; repeat < 6 && !system.ended(); ++repeat) {
+    const double before = system.residual;
+    const int power = units.take(system.r, &u);
+    solve(u, &d);
+    units.giveBack(power, &d);
+    const bool better = system.improve(d.data());
+    system.run.step(system.residual);
+    if (!better || !(system.residual <= 0.5 * before)) break;
+  }
+}
+
 }  // namespace limber::detail

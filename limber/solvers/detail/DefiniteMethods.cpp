@@ -7,6 +7,7 @@
 #include "limber/solvers/detail/Corrections.h"
 #include "limber/solvers/detail/FixedSums.h"
 #include "limber/solvers/detail/PowersOfTwo.h"
+#include "limber/solvers/detail/SmallCholesky.h"
 #include "limber/solvers/detail/SolveMethods.h"
 #include "limber/solvers/detail/SparseCholesky.h"
 
@@ -74,6 +75,16 @@ bool provenIndefinite(const SparseRows& A, SparseCholesky& failed) {
   const double square = fixedDot(n, p.data(), p.data());
   const double norm = std::max(fixedNorm(n, q.data()) / std::sqrt(square), 1.0);
   return fixedDot(n, p.data(), q.data()) < -certainCurvature * n * norm * square;
+}
+
+// Solves a small system with a Cholesky factor, unless that may be singular or costs more than iterations.
+void solveSmall(LinearSystem& system, Equilibrated& scaled) {
+  SmallCholesky cholesky;
+  if (!SmallCholesky::isCheap(scaled.rows()) || !cholesky.factor(scaled.rows())) return;
+  refine(system, scaled.units, [&](const Doubles& u, Doubles* d) {
+    *d = u;
+    cholesky.solve(d->data());
+  });
 }
 
 enum class Factor { costly, failed, complete };
@@ -172,9 +183,10 @@ Outcome solveDefinite(LinearSystem& system) {
                       scaled ? budget : budgetWithoutEntries(system));
   }
   if (!scaled) return outcome;
+  if (!system.ended() && !system.run.options.preconditioner) solveSmall(system, *scaled);
   Factor factor = Factor::costly;
   if (!system.ended() && outcome != Outcome::indefinite) {
-    system.trial = trialOf(system, 20, 120);
+    system.trial = trialOf(system, 20, 200);
     outcome = escalate(
         system, budget, [&](int iterations) { return diagonalCG(system, *scaled, iterations); },
         [&](const Allowance& allowance, Outcome* result) {

@@ -62,20 +62,6 @@ void moveToNearest(LinearSystem& system, const Scaled& scaled, const DenseQr& qr
   system.nearest = system.replace(way);
 }
 
-// Solves with the factor and adds corrections as long as they at least halve the residual.
-void refine(LinearSystem& system, const Scaled& scaled, DenseQr& qr) {
-  Doubles u(system.height), d(system.width);
-  for (int repeat = 0; repeat < 6 && !system.ended(); ++repeat) {
-    const double before = system.residual;
-    const int power = scaled.units.take(system.r, &u);
-    qr.solve(u.data(), d.data());
-    scaled.units.giveBack(power, &d);
-    const bool better = system.improve(d.data());
-    system.run.step(system.residual);
-    if (!better || !(system.residual <= 0.5 * before)) break;
-  }
-}
-
 }  // namespace
 
 bool denseMethod(LinearSystem& system, const Allowance& allowance) {
@@ -86,13 +72,14 @@ bool denseMethod(LinearSystem& system, const Allowance& allowance) {
     const Scaled scaled(system);
     DenseQr qr(scaled.rows);
     system.measurePrecisely();
-    refine(system, scaled, qr);
+    const auto solve = [&](const Doubles& u, Doubles* d) { qr.solve(u.data(), d->data()); };
+    refine(system, scaled.units, solve);
     if (!system.converged() && system.goal > 0.0 && !system.run.mustEnd()) {
       // try again from the start, because earlier methods may have made x so large that its rounding is too
       // large
       const Iterate first = system;
       system.goBack();
-      refine(system, scaled, qr);
+      refine(system, scaled.units, solve);
       system.keepBetter(first);
     }
     if (system.leastSquares() && qr.rank() < system.width) moveToNearest(system, scaled, qr);

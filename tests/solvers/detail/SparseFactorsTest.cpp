@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "limber/solvers/detail/IncompleteLu.h"
+#include "limber/solvers/detail/SmallCholesky.h"
 #include "limber/solvers/detail/SparseCholesky.h"
 #include "limber/solvers/detail/SparseLu.h"
 #include "limber/solvers/detail/SparseQr.h"
@@ -218,6 +219,50 @@ TEST(SparseCholesky, RefusesAnIndefiniteMatrix) {
   ASSERT_TRUE(eliminateSymmetric(A.rows(), Allowance(), &elimination));
   SparseCholesky cholesky;
   EXPECT_FALSE(cholesky.factor(A.rows(), std::move(elimination)));
+}
+
+TEST(SmallCholesky, SolvesWhatItFactors) {
+  for (unsigned seed = 1; seed <= 200; ++seed) {
+    SCOPED_TRACE(seed);
+    Dice dice(seed);
+    const int n = 1 + dice.below(64);
+    Dense A = randomDefinite(&dice, n, 0.5);
+    // an envelope of changing height
+    for (int i = 0; i < n; ++i) {
+      const int first = dice.below(i + 1);
+      for (int j = 0; j < first; ++j) A(i, j) = A(j, i) = 0.0;
+      A(i, i) += n;
+    }
+    SmallCholesky cholesky;
+    ASSERT_TRUE(cholesky.factor(A.rows()));
+    const std::vector<double> b = dice.vector(n);
+    std::vector<double> z = b;
+    cholesky.solve(z.data());
+    EXPECT_LE(farthest(A.times(z), b), bound(z, n));
+  }
+}
+
+TEST(SmallCholesky, RefusesAMatrixThatMayBeSingularOrIndefinite) {
+  for (const double diagonal : {1.0 + 1e-6, 1.0, 1.0 - 1e-6, 0.0, -1.0}) {
+    Dense A(3, 3);
+    A(0, 0) = A(1, 1) = 1.0;
+    A(2, 2) = diagonal;
+    A(0, 2) = A(2, 0) = 1.0;
+    EXPECT_FALSE(SmallCholesky().factor(A.rows(true))) << diagonal;
+  }
+}
+
+TEST(SmallCholesky, IsCheapForFewUnknownsWithinANarrowEnvelope) {
+  const auto arrow = [](int n, bool wide) {
+    Dense A(n, n);
+    for (int i = 0; i < n; ++i) A(i, i) = 1.0;
+    for (int i = 1; i < n && wide; ++i) A(i, 0) = A(0, i) = 0.01;
+    return A.rows();
+  };
+  EXPECT_TRUE(SmallCholesky::isCheap(arrow(64, false)));
+  EXPECT_FALSE(SmallCholesky::isCheap(arrow(65, false)));
+  EXPECT_TRUE(SmallCholesky::isCheap(arrow(30, true)));
+  EXPECT_FALSE(SmallCholesky::isCheap(arrow(64, true)));
 }
 
 Dense randomTall(Dice* dice, int m, int n) {
