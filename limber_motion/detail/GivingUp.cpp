@@ -67,8 +67,8 @@ bool GivingUp::giveUpBeside() {
   for (std::size_t i = 0; i < constraints_.size(); ++i) {
     if (givenUp_[i]) frames.insert(constraints_[i].frame);
   }
-  std::vector<bool> beside(constraints_.size(), false);
-  for (std::size_t i = 0; i < constraints_.size(); ++i) beside[i] = frames.count(constraints_[i].frame) > 0;
+  std::vector<bool> beside;
+  for (const Constraint& constraint : constraints_) beside.push_back(frames.count(constraint.frame) > 0);
   return giveUpMore(beside);
 }
 

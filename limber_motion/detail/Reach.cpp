@@ -175,8 +175,8 @@ void ReachCheck::compareTimes() {
 }
 
 void ReachCheck::aimWithinReach() {
-  for (std::size_t i = 0, begin = 0; i < constraints_.size(); ++i) {
-    if (constraints_[i].frame != constraints_[begin].frame) begin = i;
+  const auto isBefore = [](const Constraint& a, const Constraint& b) { return a.frame < b.frame; };
+  for (std::size_t i = 0; i < constraints_.size(); ++i) {
     if (!found_.givenUp[i] && counts(i)) continue;
     Pnt3& aim = found_.aims[i].target;
     const auto bringNearer = [&](const Pnt3& anchor, double distance) {
@@ -185,11 +185,12 @@ void ReachCheck::aimWithinReach() {
     };
     bringNearer(skeleton_.position(root_, clip_.frame(constraints_[i].frame)),
                 way(root_, constraints_[i].joint).length + leaned * skeleton_.height());
-    for (std::size_t k = begin; k < constraints_.size() && constraints_[k].frame == constraints_[i].frame;
-         ++k) {
+    const auto [begin, end] =
+        std::equal_range(constraints_.begin(), constraints_.end(), constraints_[i], isBefore);
+    for (auto held = begin; held != end; ++held) {
+      const auto k = static_cast<std::size_t>(held - constraints_.begin());
       if (k == i || found_.givenUp[k] || !counts(k)) continue;
-      bringNearer(constraints_[k].target,
-                  comfortable * way(constraints_[i].joint, constraints_[k].joint).length);
+      bringNearer(held->target, comfortable * way(constraints_[i].joint, held->joint).length);
     }
   }
 }

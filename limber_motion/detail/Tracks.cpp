@@ -40,8 +40,8 @@ double Tracks::step(int frame) const {
 }
 
 Pnt3 Tracks::velocity(int joint, int frame) const {
-  const int a = std::max(frame - half_, first_), b = std::min(frame + half_, frames_ - 1);
-  return a < b ? (at(joint, b) - at(joint, a)) * (1.0 / ((b - a) * frameTime_)) : Pnt3();
+  const int a = std::max(frame - half_, first_), b = std::max(std::min(frame + half_, frames_ - 1), a);
+  return (at(joint, b) - at(joint, a)) * (1.0 / (std::max(b - a, 1) * frameTime_));
 }
 
 double Tracks::low(int joint) const {

@@ -159,6 +159,27 @@ TEST(LooseContacts, FirmContactsAreNotLoosened) {
   EXPECT_EQ(textOf(report).find("loosely"), std::string::npos);
 }
 
+// The right foot is asked to jump, which loosens it, but not as long as the head cannot reach its target.
+TEST(LooseContacts, AreLoosenedOnlyIfTheTargetsOfTheUserAreMet) {
+  const Clip standing = ::standing(90, 30.0);
+  const int head = standing.find("Head.End");
+  const Pnt3 place = Skeleton(standing).position(head, standing.frame(10));
+  for (const double up : {0.0, 3.0}) {
+    Clip clip = standing;
+    Contacts contacts = findContacts(clip);
+    for (Contact& contact : contacts.list) {
+      if (clip.joints[static_cast<std::size_t>(contact.foot)].name != "RightFoot") continue;
+      contact.first = 60;
+      contact.place.z += 0.3;
+    }
+    Edit edit(clip);
+    edit.plant(contacts);
+    edit.reach(10, head, place + Pnt3(0, up, 0));
+    const Report report = edit.solve();
+    EXPECT_EQ(report.looseFrames > 0, up == 0.0) << textOf(report);
+  }
+}
+
 // What the user asks for is held, even if a joint turns far for it.
 TEST(LooseContacts, TargetsOfTheUserStayFirm) {
   Clip clip = standing(120, 30.0);
