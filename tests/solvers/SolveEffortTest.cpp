@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <vector>
 
 #include "limber/solvers/Solve.h"
 #include "tests/solvers/SolveSystems.h"
@@ -50,6 +51,24 @@ TEST(SolveEffort, OfAWellConditionedSystemIsLittle) {
   EXPECT_LE(iterations(solveSquare, tall(300, 300, 4.0, 0.0)), 7);
   EXPECT_LE(iterations(solveSquare, grid(30, 0.3, 0.0)), 26);
   EXPECT_LE(iterations(solvePositiveDefinite, grid(30, 0.0, -1.0)), 44);
+}
+
+// The largest entry of a row is far from the diagonal here, because its column is scaled by more.
+TEST(SolveEffort, OfAMatrixScaledFromBothSidesIsAsLittle) {
+  Random random(5);
+  constexpr int n = 300;
+  std::vector<int> powers(n);
+  for (int& power : powers) power = static_cast<int>(200.0 * random.value());
+  Entries A(n, n);
+  for (int i = 0; i < n; ++i) {
+    A.add(i, i, std::ldexp(2.0, 2 * powers[static_cast<std::size_t>(i)]));
+    for (int k = 0; k < 2; ++k) {
+      const int j = (i + 1 + random.below(n - 1)) % n;
+      const int power = powers[static_cast<std::size_t>(i)] + powers[static_cast<std::size_t>(j)];
+      A.add(i, j, std::ldexp(random.value(), power));
+    }
+  }
+  EXPECT_LE(iterations(solveSquare, A), 12);
 }
 
 TEST(SolveEffort, OfAStartNearTheSolutionIsLess) {

@@ -14,6 +14,22 @@
 namespace limber::detail {
 namespace {
 
+// True if the diagonal alone tells how to scale: 2^(powers[i] + powers[j]) brings the diagonal near 1 and
+// leaves no entry that is much larger. diagonal[i] is the size of a_ii times 2^rowPower[i].
+bool scaledByDiagonal(const SparseRows& A, const Doubles& diagonal, const Ints& rowPower, Ints* powers) {
+  for (int i = 0; i < A.height; ++i) {
+    if (diagonal[i] == 0.0) return false;
+    (*powers)[i] = -((exponentOf(diagonal[i]) - rowPower[i]) >> 1);
+  }
+  for (int i = 0; i < A.height; ++i) {
+    for (int k = A.start[i]; k < A.start[i + 1]; ++k) {
+      const int power = exponentOf(A.value[k]) + (*powers)[i] + (*powers)[A.index[k]];
+      if (power > 2 && A.value[k] != 0.0) return false;
+    }
+  }
+  return true;
+}
+
 // The system with an order of the rows that leaves no zero on the diagonal, if possible, and with rows and
 // columns scaled so that their largest entries are near 1. If both are nearly so, nothing is changed.
 struct Arranged : MatrixInUnits {
@@ -42,6 +58,13 @@ struct Arranged : MatrixInUnits {
     }
     if (ordered && within(rowPower, similar) && within(columns, similar)) return;
     copy = A;
+    Ints powers(n);
+    if (scaledByDiagonal(A, diagonal, rowPower, &powers)) {
+      copy.scale(powers.data(), powers.data());
+      units.rows = powers;
+      units.columns = std::move(powers);
+      return;
+    }
     copy.scale(rowPower.data(), columns.data());
     units.rows = rowPower;
     units.columns = std::move(columns);
