@@ -143,6 +143,24 @@ TEST(Variants, AReachIsNotGivenUpAfterAStepThatGainsLittle) {
   EXPECT_TRUE(report.met) << textOf(report);
 }
 
+// The spine cannot be so far aside or ahead of standing feet in one frame. It is the spine that stays behind.
+TEST(Variants, ATargetIsGivenUpBeforeTheContactsThatItActsOn) {
+  LIMBER_NEEDS_DATA(path, "walk01.bvh");
+  const Clip walk = readClip(path);
+  const Skeleton skeleton(walk);
+  const int spine = walk.find("Spine1"), frame = 52;
+  for (const Pnt3& way : {Pnt3(0.4, 0, 0), Pnt3(0, 0, 0.4)}) {
+    Clip clip = walk;
+    Edit edit(clip);
+    edit.plant(findContacts(clip));
+    edit.reach(frame, spine, skeleton.position(spine, walk.frame(frame)) + way * skeleton.height());
+    const Report report = edit.solve();
+    EXPECT_FALSE(report.met);
+    EXPECT_EQ(report.missJoint, "Spine1") << textOf(report);
+    EXPECT_TRUE(report.bodyJerk <= 1.7) << textOf(report);
+  }
+}
+
 TEST(Variants, OneFingerOfALowHandStandsForAll) {
   LIMBER_NEEDS_DATA(path, "mocapbank.bvh");
   Clip plain = readClip(path);
