@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "effort.h"
 #include "failure.h"
 #include "input_error.h"
 #include "options.h"
@@ -169,6 +170,9 @@ int run(const Options& options) {
   const std::vector<Constraint> all = requests.all();
   std::printf("%zu contacts of %zu joints, %zu targets in %zu frames of joints\n",
               requests.plants.list.size(), found.feet.size(), requests.targets.size(), all.size());
+  const std::string effort = whyStepsTakeLong(clip, all, requests.plants.feet, options.edit.knots);
+  if (!effort.empty()) std::printf("note: %s\n", effort.c_str());
+  std::fflush(stdout);
   edit.plant(requests.plants);
   edit.add(requests.targets);
   const Report report = edit.solve();

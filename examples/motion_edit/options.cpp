@@ -35,7 +35,8 @@ says so.
   --most-turn DEGREES  no joint angle is changed by more (60)
   --ground             keeps the feet above the ground
   --goal X             largest miss, in body heights (1e-4)
-  --steps N            Gauss-Newton steps of one attempt (8)
+  --steps N            Gauss-Newton steps of one attempt (8); as many again if targets of
+                       the script are missed after them
   --report FILE.json   writes the report as JSON too
   --figures N          stick figures in the drawing (7)
   --no-pictures        writes no drawings

@@ -188,6 +188,25 @@ class Faults(LimitedMemory):
         with open(self.path("out.json")) as file:
             self.assertFalse(json.load(file)["met"])
 
+    def test_an_edit_whose_steps_take_long_says_so_before_they_begin(self):
+        legs = 500
+        leg = "JOINT Leg{0}\n{{\nOFFSET {0} -1 0\nCHANNELS 3 Zrotation Xrotation Yrotation\n" \
+              "End Site\n{{\nOFFSET 0 -1 0\n}}\n}}\n"
+        with open(self.path("legs.bvh"), "w") as file:
+            file.write("HIERARCHY\nROOT Hips\n{\nOFFSET 0 0 0\n"
+                       "CHANNELS 6 Xposition Yposition Zposition Zrotation Xrotation Yrotation\n")
+            file.write("".join(leg.format(i) for i in range(legs)))
+            file.write("}\nMOTION\nFrames: 60\nFrame Time: 0.04\n")
+            file.write(("0 2 0" + " 0" * (3 + 3 * legs) + "\n") * 60)
+        with open(self.path("script.txt"), "w") as file:
+            file.write("".join(f"hold 1-60 Leg{i}.End\n" for i in range(legs)))
+        program = subprocess.Popen([MOTION_EDIT, "legs.bvh", "script.txt"], stdout=subprocess.PIPE, text=True,
+                                   cwd=self.folder)
+        said = next((line for line in program.stdout if "channels move" in line), "")
+        program.kill()
+        program.communicate()
+        self.assertIn("note: 1506 channels move what is held: each step takes about 92 seconds and 3.3 GB", said)
+
     def wait_until_it_catches(self, program, number):
         """Waits until the program has a handler of that signal, however busy the machine is."""
         caught = 0
