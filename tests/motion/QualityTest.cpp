@@ -140,3 +140,17 @@ TEST_P(EditedClip, IsMeasuredAsByTheRulerBesideTheCheckout) {
   has("below ground  %.4f -> %.4f", q.belowBefore, q.belowAfter);
   has("turn          %.2f", q.turn / degrees);
 }
+
+// A body that is a root with an end only, both at the same height.
+TEST(Quality, ARootWithAnEndStands) {
+  std::string text =
+      "HIERARCHY\nROOT Base\n{\nOFFSET 0 0 0\nCHANNELS 3 Xposition Yposition Zposition\n"
+      "End Site\n{\nOFFSET 1 0 0\n}\n}\nMOTION\nFrames: 10\nFrame Time: 0.04\n";
+  for (int f = 0; f < 10; ++f) text += "0 0 0\n";
+  const TemporaryDirectory directory;
+  const std::vector<Stand> stands = findStands(readClip(directory.write("root.bvh", text)));
+  ASSERT_EQ(stands.size(), 2U);
+  EXPECT_EQ(stands[0].joint, 0);
+  EXPECT_EQ(stands[1].joint, 1);
+  EXPECT_EQ(stands[0].end - stands[0].first, 10);
+}
