@@ -56,11 +56,12 @@ Wides LinearMap::wideProduct(const Wides& x, bool transposed) {
 
 void RowsMap::multiply(const double* x, double* y) {
   ++products;
-  if (++multiplications_ == firstSliced && rows_.height > 0) {
-    slices_.copy(rows_.start.data(), rows_.index.data(), rows_.value.data(), rows_.height, rows_.width);
+  if (++multiplications_ == firstSliced && rows_.height > 0 &&
+      !slices_.copy(rows_.start.data(), rows_.index.data(), rows_.value.data(), rows_.height, rows_.width)) {
+    throw std::bad_alloc();
   }
-  if (slices_.get()) {
-    slices_.get()->multiply(x, y);
+  if (slices_.height() > 0) {
+    slices_.multiply(x, y);
   } else {
     rows_.multiply(x, y);
   }

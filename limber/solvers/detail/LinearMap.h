@@ -4,7 +4,7 @@
 /// The linear maps and approximate inverses that the methods of Solve.h work with.
 
 #include "limber/linalg/Vector.h"
-#include "limber/solvers/detail/KeptRows.h"
+#include "limber/linalg/detail/SlicedRows.h"
 #include "limber/solvers/detail/SparseRows.h"
 #include "limber/solvers/detail/Wide.h"
 
@@ -57,7 +57,7 @@ class RowsMap final : public LinearMap {
  private:
   const SparseRows &rows_, &exact_;
   const int power_;
-  KeptRows slices_;          // the copy, once there is one
+  SlicedRows slices_;        // the copy, once there is one
   int multiplications_ = 0;  // calls of multiply
 };
 
