@@ -243,6 +243,18 @@ TEST(SolveOddMatrices, StoredZerosWithoutAMirrorImageAreSymmetric) {
   EXPECT_NE(std::string::npos, std::string(skewed.message).find("not symmetric")) << skewed.message;
 }
 
+TEST(SolveOddMatrices, AnEntryWhoseMirrorImageIsInAnotherRowMakesTheMatrixUnsymmetric) {
+  // Above and below the diagonal there is one entry each, with the same value.
+  Entries A(3, 3);
+  for (int i = 0; i < 3; ++i) A.add(i, i, 4.0);
+  A.add(0, 1, 1.0);
+  A.add(2, 0, 1.0);
+  Vector x;
+  const SolveReport report = solvePositiveDefinite(A.matrix(), vectorOf({5, 4, 5}), &x);
+  EXPECT_EQ(SOLVE_BREAKDOWN, report.status);
+  EXPECT_NE(std::string::npos, std::string(report.message).find("not symmetric")) << report.message;
+}
+
 class Doubling : public Preconditioner {
  public:
   void solve(const Vector* r, Vector* z) override {
