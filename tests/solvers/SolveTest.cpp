@@ -186,6 +186,34 @@ TEST(Solve, SaysThatTheIterationsAreUsedUpAndIsNeverWorseThanTheStart) {
   }
 }
 
+// Unknowns of very different sizes, whose products may cancel by luck where their rounding is large.
+TEST(Solve, IsNeverWorseThanTheStartInGradedSystems) {
+  LIMBER_NEEDS_WIDE_LONG_DOUBLE();
+  constexpr int n = 6;
+  Random random(7);
+  for (int trial = 0; trial < 2000; ++trial) {
+    SCOPED_TRACE(trial);
+    Vector size(n);
+    for (int i = 0; i < n; ++i) size[i] = std::ldexp(1.0, random.below(121) - 60);
+    Entries A(n, n);
+    for (int i = 0; i < n; ++i) {
+      for (int j = i / 2 * 2; j < i / 2 * 2 + 2; ++j) {
+        A.add(i, j, (i == j ? 1.0 : 0.7 + 0.05 * (i / 2)) * size[i] * size[j]);
+      }
+    }
+    const Vector b = random.vector(n);
+    const Vector start = trial % 2 == 0 ? Vector(n) : random.vector(n);
+    for (const Solve solve : {solvePositiveDefinite, solveSquare}) {
+      SolveOptions options;
+      options.maxIterations = 1 + trial / 2 % 3;
+      Vector x(start);
+      solve(A.matrix(), b, &x, options);
+      const double before = relativeResidual(A.matrix(), n, b, start, false);
+      EXPECT_LE(relativeResidual(A.matrix(), n, b, x, false), before);
+    }
+  }
+}
+
 TEST(Solve, CallsTheObserverOnceAnIterationWithTheSquaredResidual) {
   const Entries A = grid(20, 0.0, 0.0);
   const Vector b = Random(4).vector(400);

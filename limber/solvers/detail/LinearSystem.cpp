@@ -370,11 +370,11 @@ LinearSystem::Verdict LinearSystem::verdictOn(Outcome last) const {
 
 SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   Doubles result = toScaleOfUser();
-  // the reported residual must be free of the rounding of plain products
+  // the reported residual must be free of the rounding of plain products, which may have hidden that the
+  // start is better
   if (!converged()) measurePrecisely();
   const bool fits = allFinite(width, result.data());
-  const bool startIsBetter = (startTooLarge_ || underflow_) && startResidual_ < residual;
-  if (!fits || startIsBetter) {
+  if (!fits || startResidual_ < residual) {
     residual = startResidual_;
     moved_ = false;
   }
