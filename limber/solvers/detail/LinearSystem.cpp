@@ -228,6 +228,12 @@ void LinearSystem::measure(Iterate* at) {
   at->residual = sizeOf(*at);
 }
 
+double LinearSystem::residualOf(const Doubles& solution) {
+  tried_.x = solution;
+  measure(&tried_);
+  return tried_.residual;
+}
+
 void LinearSystem::measurePrecisely() {
   if (precise_) return;
   precise_ = true;
@@ -372,9 +378,12 @@ SolveReport LinearSystem::finish(Outcome last, Vector* out) {
   Doubles result = toScaleOfUser();
   // the reported residual must be free of the rounding of plain products, which may have hidden that the
   // start is better
-  if (!converged()) measurePrecisely();
+  if (!converged()) {
+    measurePrecisely();
+    if (moved_ && begin.size() > 0) startResidual_ = residualOf(begin);
+  }
   const bool fits = allFinite(width, result.data());
-  if (!fits || startResidual_ < residual) {
+  if (!fits || (moved_ && startResidual_ < residual)) {
     residual = startResidual_;
     moved_ = false;
   }

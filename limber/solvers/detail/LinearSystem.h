@@ -101,6 +101,7 @@ class LinearSystem : public Iterate {
  private:
   const char* takeMatrix(const SpMat& A, const Vector& right, const Vector& start);
   double sizeOf(const Iterate& at) const;
+  double residualOf(const Doubles& solution);
   Wide wideResidual(const Wides& at, Iterate* rounded = nullptr);
   void judge(const Doubles& solution);
   double roundingOfProduct(const Doubles& at) const;
