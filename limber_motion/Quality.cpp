@@ -126,17 +126,8 @@ void measureJerk(const Clip& clip, const Places& before, const Places& after,
     quality->largestEdgeJerk = std::max(quality->largestEdgeJerk, end.ratio);
   }
   quality->edgeJerk = ends.empty() ? 0.0 : sum / static_cast<double>(ends.size());
-  double squares[2] = {0.0, 0.0};
-  for (int j = 0; j < static_cast<int>(clip.joints.size()); ++j) {
-    for (int f = 0; f + 3 < clip.frames; ++f) {
-      const double b = before.third(j, f), a = after.third(j, f);
-      squares[0] += b * b;
-      squares[1] += a * a;
-    }
-  }
-  quality->bodyJerk = squares[0] > 0.0   ? std::sqrt(squares[1] / squares[0])
-                      : squares[1] > 0.0 ? HUGE_VAL
-                                         : 0.0;
+  const double jerk = detail::squaredJerk(after);
+  quality->bodyJerk = jerk > 0.0 ? std::sqrt(jerk / detail::squaredJerkToKeep(before, clip.frameTime)) : 0.0;
 }
 
 double largestTurn(const Clip& before, const Clip& after) {

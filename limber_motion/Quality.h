@@ -39,8 +39,9 @@ struct Quality {
 /// Measures with the given stands. The jerk at an end of a stand is the largest third difference of the
 /// joint's position within 0.1 s of that end. It is divided by the jerk of the original, or by a jerk of 1
 /// height / s^3 if that is larger. The jerk of the body is the root mean square of the third differences of
-/// all joints and frames. Throws Error if the clips do not have the same joints, channels and frames, or if a
-/// stand is not within the clip.
+/// all joints and frames. It is divided by that of the original, or by a jerk of 8 heights / s^3 if that is
+/// larger, which is that of a calm movement. Throws Error if the clips do not have the same joints, channels
+/// and frames, or if a stand is not within the clip.
 LIMBER_MOTION_API Quality measureQuality(const Clip& before, const Clip& after,
                                          const std::vector<Stand>& stands, double ground);
 /// Measures with the stands of findStands(before).

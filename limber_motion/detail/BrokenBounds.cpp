@@ -18,7 +18,6 @@ constexpr double mostEdge = 3.0, meanEdge = 1.1, mostBody = 1.3;  // ratios of j
 constexpr double mostTurn = 20.0;                                 // degrees
 constexpr double mostSkate = 0.02, moreSkate = 0.001;             // heights a second, and more than before
 constexpr double deeper = 5e-4;                                   // heights
-constexpr double calm = 0.1;                                      // heights / s^3
 
 std::string moment(const Clip& clip, int joint, int frame) {
   return nameOf(clip, joint) + " in frame " + std::to_string(frame + 1);
@@ -37,16 +36,6 @@ double slide(const Places& places, const Stand& stand) {
     way += std::hypot(step.x, step.z);
   }
   return way;
-}
-
-// The root mean square jerk of all joints in heights / s^3, at least that of a body that hardly moves.
-double jerkOf(const Places& places, double frameTime) {
-  double sum = 0.0;
-  for (int f = 0; f + 3 < places.frames(); ++f) {
-    for (int j = 0; j < places.joints(); ++j) sum += places.third(j, f) * places.third(j, f);
-  }
-  const double count = static_cast<double>(places.joints()) * std::max(places.frames() - 3, 1);
-  return std::max(std::sqrt(sum / count) / (frameTime * frameTime * frameTime), calm);
 }
 
 }  // namespace
@@ -80,8 +69,7 @@ std::vector<std::string> brokenBounds(const Clip& original, const Clip& edited, 
     check("the largest jerk at an end of a contact, relative to before, is", quality.largestEdgeJerk, where,
           mostEdge);
   }
-  check("the jerk of the body, relative to before, is",
-        jerkOf(after, original.frameTime) / jerkOf(before, original.frameTime), "", mostBody);
+  check("the jerk of the body, relative to before, is", quality.bodyJerk, "", mostBody);
   check("the largest turn in degrees is", report.turn * degreesOfRadian,
         " at " + report.turnJoint + " in frame " + std::to_string(report.turnFrame), mostTurn);
   if (quality.skateAfter > mostSkate || quality.skateAfter > quality.skateBefore + moreSkate) {

@@ -5,6 +5,14 @@
 
 namespace limber::motion::detail {
 
+namespace {
+
+// The root mean square jerk of the smoothest movement through 0.3 heights, which an arm can reach, in one
+// second from rest to rest: sqrt(720) distance / time^3 (Flash and Hogan 1985). In heights / s^3.
+constexpr double calm = 8.0;
+
+}  // namespace
+
 std::vector<EndJerk> endJerks(const Places& before, const Places& after, const std::vector<Stand>& stands,
                               double frameTime) {
   const int within = std::max(2, static_cast<int>(std::nearbyint(std::min(0.1 / frameTime, 1e8))));
@@ -22,6 +30,23 @@ std::vector<EndJerk> endJerks(const Places& before, const Places& after, const s
     }
   }
   return found;
+}
+
+double squaredJerk(const Places& places) {
+  double sum = 0.0;
+  for (int j = 0; j < places.joints(); ++j) {
+    for (int f = 0; f + 3 < places.frames(); ++f) {
+      const double third = places.third(j, f);
+      sum += third * third;
+    }
+  }
+  return sum;
+}
+
+double squaredJerkToKeep(const Places& original, double frameTime) {
+  const double third = calm * frameTime * frameTime * frameTime;
+  const double count = static_cast<double>(original.joints()) * std::max(original.frames() - 3, 0);
+  return std::max(squaredJerk(original), count * third * third);
 }
 
 }  // namespace limber::motion::detail

@@ -19,4 +19,12 @@ struct EndJerk {
 std::vector<EndJerk> endJerks(const Places& before, const Places& after, const std::vector<Stand>& stands,
                               double frameTime);
 
+/// The jerk of the whole body: the sum of the squared third differences of all joints and frames.
+double squaredJerk(const Places& places);
+
+/// The squared jerk that an edited clip is compared with: that of the original, or that of a calm movement of
+/// as many joints and frames if that is larger. So a change of a figure that stands still can be smooth.
+/// `frameTime` is in seconds.
+double squaredJerkToKeep(const Places& original, double frameTime);
+
 }  // namespace limber::motion::detail

@@ -134,7 +134,6 @@ void Loosening::offendByPart(const std::vector<Offence>& list) {
 }
 
 void Loosening::judgeBody(const Places& after) {
-  double was = 0.0, is = 0.0;
   struct Excess {
     int joint, frame;
     double jerk;
@@ -143,12 +142,11 @@ void Loosening::judgeBody(const Places& after) {
   for (int j = 0; j < after.joints(); ++j) {
     for (int f = 0; f + 3 < after.frames(); ++f) {
       const double b = before_.third(j, f), a = after.third(j, f);
-      was += b * b;
-      is += a * a;
       if (a > b && !isAsked(f)) excess.push_back({j, f, a * a - b * b});
     }
   }
-  const double limit = mostBody * mostBody * was;
+  double is = squaredJerk(after);
+  const double limit = mostBody * mostBody * squaredJerkToKeep(before_, task_.original.frameTime);
   if (!(is > limit)) return;
   std::sort(excess.begin(), excess.end(), [](const Excess& a, const Excess& b) { return a.jerk > b.jerk; });
   const double badness = std::sqrt(is / limit);

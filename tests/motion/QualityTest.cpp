@@ -13,6 +13,7 @@
 #include "limber_motion/motion.h"
 #include "tests/motion/Bounds.h"
 #include "tests/motion/Resample.h"
+#include "tests/motion/Scaled.h"
 #include "tests/support/DecimalPoint.h"
 #include "tests/support/TemporaryFile.h"
 
@@ -23,17 +24,6 @@ namespace {
 constexpr double degrees = 3.14159265358979323846 / 180.0;
 
 class EditedClip : public testing::TestWithParam<Bounds> {};
-
-// The clip in another unit of length.
-Clip scaled(Clip clip, double factor) {
-  for (Joint& joint : clip.joints) joint.offset *= factor;
-  for (int c = 0; c < clip.channels; ++c) {
-    if (clip.channel(c).rotation) continue;
-    for (int f = 0; f < clip.frames; ++f) clip.frame(f)[c] *= factor;
-  }
-  clip.text = nullptr;
-  return clip;
-}
 
 }  // namespace
 
