@@ -152,7 +152,7 @@ int LineReader::integer(const char* wanted) {
 double LineReader::finite(const char* wanted) {
   const char* const word = next(wanted);
   double value;
-  if (!parseReal(word, &value)) unexpected(wanted, word);
+  if (!parseFortranReal(word, &value)) unexpected(wanted, word);
   if (value == 0.0 && std::isdigit(static_cast<unsigned char>(word[std::strspn(word, "+-.0")]))) ++vanished_;
   return value;
 }

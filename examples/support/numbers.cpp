@@ -25,17 +25,19 @@ std::errc parse(const char* word, Number* out) {
 
 bool parseReal(const char* word, double* out) {
   const std::errc problem = parse(word, out);
-  if (problem == std::errc::invalid_argument && std::strpbrk(word, "Dd")) {
-    // Fortran writes D for the exponents of its double precision
-    std::string plain = word;
-    std::replace(plain.begin(), plain.end(), 'D', 'e');
-    std::replace(plain.begin(), plain.end(), 'd', 'e');
-    return parseReal(plain.c_str(), out);
-  }
   // Too large or too small: only strtod tells which. It depends on the locale, but these programs never
   // change that.
   if (problem == std::errc::result_out_of_range) *out = std::strtod(word, nullptr);
   return problem != std::errc::invalid_argument && std::isfinite(*out);
+}
+
+bool parseFortranReal(const char* word, double* out) {
+  if (parseReal(word, out)) return true;
+  // Fortran writes D for the exponents of its double precision
+  std::string plain = word;
+  std::replace(plain.begin(), plain.end(), 'D', 'e');
+  std::replace(plain.begin(), plain.end(), 'd', 'e');
+  return parseReal(plain.c_str(), out);
 }
 
 bool parseInt(const char* word, int* out) { return parse(word, out) == std::errc(); }

@@ -23,9 +23,6 @@ TEST(Numbers, RealsAreWholeFiniteDecimalWords) {
               {"-1e3", -1000},
               {"1E-2", 0.01},
               {"+.25e+1", 2.5},
-              {"1.5D+03", 1500},
-              {"-.5d1", -5},
-              {"2D-400", 0.0},
               {"1e-400", 0.0},
               {"-1e-400", -0.0},
               {"4.9e-324", 4.9e-324},
@@ -40,7 +37,24 @@ TEST(Numbers, RealsAreWholeFiniteDecimalWords) {
                           "D",   "1D",   "D5",  "1D2D3",    "1d2e3", "1e2D3",  "1D400", "nanD"}) {
     double value;
     EXPECT_FALSE(parseReal(bad, &value)) << bad;
+    EXPECT_FALSE(parseFortranReal(bad, &value)) << bad;
   }
+}
+
+TEST(Numbers, OnlyRealsOfFortranHaveExponentsWithD) {
+  const struct {
+    const char* word;
+    double value;
+  } good[] = {{"1.5D+03", 1500}, {"-.5d1", -5}, {"2D-400", 0.0}};
+  for (const auto& one : good) {
+    double value = 7.0;
+    EXPECT_TRUE(parseFortranReal(one.word, &value)) << one.word;
+    EXPECT_TRUE(tolerance::sameBits(value, one.value)) << one.word;
+    EXPECT_FALSE(parseReal(one.word, &value)) << one.word;
+  }
+  double value;
+  EXPECT_TRUE(parseFortranReal("1.5e3", &value));
+  EXPECT_EQ(1500, value);
 }
 
 TEST(Numbers, IntegersAreWholeWordsThatFit) {
