@@ -301,7 +301,7 @@ TEST_F(MotionEditProgram, EndsWithOneForWhatNobodyCanMeetAndWithTwoForWhatItDidN
       {"40-60 LeftFoot 0 10 100\n40-60 LeftLeg 0 150 100\n", {}, 1, "bones between them"},
       {"plants\n60 LeftHand 34 128 216\n", {"--goal", "1e-30"}, 2, "the goal is 1e-30"},
       {"plants\n60 LeftHand 34 128 216\n", {"--most-turn", "1"}, 2, "more than the 1 degrees allowed"},
-      {"plants\n60 LeftHand 34 128 216\n", {"--steps", "1"}, 2, "after 1 steps"},
+      {"plants\n60 LeftHand 34 128 216\n", {"--steps", "1"}, 2, "the motion that came nearer was not smooth"},
       {"plants\n60 LeftHand 34 128 216\n", {}, 0, ""},
   };
   for (const auto& one : cases) {
