@@ -25,10 +25,10 @@ struct EditOptions {
                          ///< three times this
   double knots = 0.0;    ///< time between the knots of coarse curves; 0: one unknown per frame
   double goal = 1e-4;    ///< largest distance from a target that is allowed
-  int mostSteps = 8;     ///< largest number of Gauss-Newton steps of one attempt. If targets of the user are
-                         ///< missed after them, the attempt goes on for as many again. Contacts that are held
-  ///< loosely lead to more attempts in windows around them, targets that cannot be met to
-  ///< more of the whole clip; the report names both
+  /// Largest number of Gauss-Newton steps of one attempt. If targets of the user are missed after them, the
+  /// attempt goes on for as many again. Contacts that are held loosely lead to more attempts in windows
+  /// around them, targets that cannot be met to more of the whole clip; the report names both.
+  int mostSteps = 8;
   double mostTurn = 1.0472;  ///< no angle changes by more than this; other joints make up for one that would
   bool ground = false;  ///< keep the feet above the ground; if false, no foot goes deeper than the ground or
                         ///< its own lowest point in the original

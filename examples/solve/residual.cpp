@@ -90,22 +90,19 @@ struct ScaledMatrix {
 
   // A v.
   ScaledVector times(const ScaledVector& v) const {
-    WideVector result(static_cast<std::size_t>(problem.rows));
-    for (std::size_t k = 0; k < entries.values.size(); ++k) {
-      const Entry& at = problem.entries[k];
-      result[static_cast<std::size_t>(at.row)] +=
-          entries.values[k] * v.values[static_cast<std::size_t>(at.column)];
-    }
-    return scaled(std::move(result), entries.power + v.power);
+    return product(v, problem.rows, &Entry::row, &Entry::column);
   }
-
   // A^T v.
   ScaledVector transposedTimes(const ScaledVector& v) const {
-    WideVector result(static_cast<std::size_t>(problem.columns));
+    return product(v, problem.columns, &Entry::column, &Entry::row);
+  }
+  // `to` is the index of an entry that counts in the result, `from` the one that counts in v.
+  ScaledVector product(const ScaledVector& v, int size, int Entry::*to, int Entry::*from) const {
+    WideVector result(static_cast<std::size_t>(size));
     for (std::size_t k = 0; k < entries.values.size(); ++k) {
       const Entry& at = problem.entries[k];
-      result[static_cast<std::size_t>(at.column)] +=
-          entries.values[k] * v.values[static_cast<std::size_t>(at.row)];
+      result[static_cast<std::size_t>(at.*to)] +=
+          entries.values[k] * v.values[static_cast<std::size_t>(at.*from)];
     }
     return scaled(std::move(result), entries.power + v.power);
   }

@@ -107,7 +107,8 @@ std::vector<bool> EditRun::missedOrAtFault(const std::vector<double>& misses) co
   return missed;
 }
 
-// Targets of the user that are near after all steps that an attempt may take get as many steps again.
+// If something is missed after all steps that an attempt may take, an edit with targets of the user gets as
+// many again.
 void EditRun::takeSteps(Motion* motion) {
   motion->run(loosening_.looseness());
   take(motion->clip(), motion->steps());
